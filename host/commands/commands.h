@@ -1,0 +1,16 @@
+#pragma once
+/// \file commands.h
+/// The subcommands of the program. Each adds itself to the command line; its callback does the work
+/// and throws InputError, UsageError or EngineError.
+
+namespace CLI { class App; }
+
+namespace gnx {
+
+void addInit(CLI::App& app);
+void addReplay(CLI::App& app);
+void addSimulate(CLI::App& app);
+void addDemo(CLI::App& app);
+void addWorker(CLI::App& app);   ///< hidden: runs the engine inside a run directory
+
+}  // namespace gnx

@@ -1,0 +1,30 @@
+/// The program gnx: a host of the engine for files, simulation and reports.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "commands/commands.h"
+#include "formats/input_error.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"gnx - precise point positioning with multi-GNSS receivers", "gnx"};
+  app.set_version_flag("--version", GNX_VERSION);
+  app.require_subcommand(1);
+  gnx::addInit(app);
+  gnx::addReplay(app);
+  gnx::addSimulate(app);
+  gnx::addDemo(app);
+  gnx::addWorker(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e) == 0 ? 0 : 2;
+  } catch (const gnx::EngineError& e) {
+    std::fprintf(stderr, "gnx: %s\n", e.what());
+    return 3;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "gnx: %s\n", e.what());
+    return 2;
+  }
+  return 0;
+}

@@ -1,0 +1,70 @@
+#pragma once
+/// \file UpdAdapter.h
+/// Time-tagged satellite biases for the ambiguity resolution.
+
+#include <list>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Common/Constants.h"
+
+namespace tarvio {
+
+/// A set of biases of one time. Values of 999.0 are absent.
+struct Updc {
+  virtual ~Updc() = default;
+  virtual bool v_checkSatellite(const char* cprn, const char* freq) const;
+
+  int m_mjd = 0;
+  int m_sysRef[kSys];
+  int m_type = -1;     ///< 1 combined, 2 observable-specific
+  double m_sod = 0.0;
+
+ protected:
+  Updc();
+};
+
+/// Observable-specific biases, metres, slots in m_freqObs order.
+struct Upd_bias : Updc {
+  Upd_bias();
+  bool v_checkSatellite(const char* cprn, const char* freq) const override;
+  void m_reset();
+
+  double m_value[kMaxSat][kFreq], m_sig[kMaxSat][kFreq];
+  double m_time[kMaxSat], m_time2[kMaxSat];
+};
+
+/// Combined biases of one level, cycles.
+struct Upd_comb : Updc {
+  Upd_comb();
+  bool v_checkSatellite(const char* cprn, const char* freq) const override;
+  bool m_validComb(char sys) const;
+  void m_reset();
+
+  double m_value[kMaxSat], m_sig[kMaxSat];
+  double m_time[kMaxSat];  ///< fractional MJD, 0 at reset
+};
+
+class UpdAdapter {
+ public:
+  void v_inputBias(const Upd_bias& bias);
+  /// \param kind  "comb"; \param tag  "ewl", "wl", "n1"
+  void v_inputComb(const char* kind, const char* tag, const Upd_comb& comb);
+  /// Nearest record in time; `out` stays as it was when there is none.
+  void m_inquireBias(int mjd, double sod, Upd_bias& out);
+  void m_inquireComb(int mjd, double sod, const char* kind, const char* tag, Upd_comb& out);
+
+ private:
+  /// Records hold only the satellites that are present: a dense copy every 30 s over 72 h would
+  /// take about 100 MB.
+  struct Entry { int isat; int slot; double value, sig, time, time2; };
+  struct Record { int mjd; double sod; int type; std::vector<Entry> entries; };
+
+  std::mutex m_mutex;
+  std::list<Record> m_biases;
+  std::map<std::string, std::map<std::string, std::list<Record>>> m_combs;
+};
+
+}  // namespace tarvio

@@ -1,0 +1,111 @@
+#pragma once
+/// \file Deploy.h
+/// The one configuration object: filled once by m_readJsonFile, read by everything afterwards.
+/// Values stay text and are tested by substring where they are used ("ZTD:30" passes for "ZTD").
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Common/Constants.h"
+#include "Config/UpdAmbconfig.h"
+#include "Core/Ambfix/Pflambda.h"
+#include "Core/Model/Antatx.h"
+#include "Interface/Satallite.h"
+
+namespace Json { class Value; }
+
+namespace tarvio {
+
+/// Frequency names by system and slot: "L1", "L2", "L5", "L6", "L7", "L8".
+using FreqTable = char[kSys][kFreq][4];
+
+class Deploy {
+ public:
+  Deploy();
+  Deploy(const Deploy&) = delete;
+  Deploy& operator=(const Deploy&) = delete;
+
+  char m_statFile[256] = "", m_traceFile[256] = "";
+  bool m_lpost = false, m_liar = false, m_litrs = false, m_ldia = false, m_lhelp = false;
+  bool m_ltrace = false, m_lsnr = false, m_ldebug = false;
+  int m_curMjd = 0;
+  double m_curSod = 0.0;               ///< current epoch
+  int m_mjd0 = 0, m_mjd1 = 0;
+  double m_sod0 = 0.0, m_sod1 = 0.0;   ///< start and end of processing
+  int m_ndays = 30;
+  double m_seslen = 0.0;               ///< s
+  double m_intv = 30.0, m_intv2 = 30.0;  ///< s
+  double m_noiseCoef[2] = {1000.0, 1000.0};  ///< coordinate sigma and noise factors
+  std::map<std::string, double> m_noiseByFreq;  ///< key "GL1"
+  std::string m_cprn[kMaxSat];         ///< satellite names, the row index of all arrays
+  std::string m_sysname[kMaxSat];      ///< second names: "B06" for BDS-2 C06
+  int m_nsat = 0, m_nsys = 0, m_threads = 1, m_promode = 0;
+  int m_refsys = -1;                   ///< reference system of the receiver clock
+  char m_syslist[16] = "";             ///< letters of the configured systems
+  char m_ztdmodel[256] = "", m_ztdpri[256] = "";
+  char m_pathObs[256] = "", m_pathQclog[256] = "", m_pathBroad[256] = "", m_pathOutput[256] = "";
+  char m_pathTrace[256] = "", m_pathExternal[256] = "";
+  char m_obsused[256] = "", m_obscomb[256] = "", m_refpoint[256] = "";
+  char m_yawmodel[256] = "MODEL";
+  char m_ifpbcor[256] = "IFPB_NONE";
+  int m_nfreqIf[kSys] = {}, m_nfreqUsed[kSys] = {}, m_nfreqObs[kSys] = {}, m_nfreqDatum[kSys] = {};
+  FreqTable m_freqIf = {}, m_freqUsed = {}, m_freqObs = {}, m_freqDatum = {};
+  std::map<char, std::vector<std::string>> m_freqExtra;  ///< used names beyond the first two
+  char m_dcbtype[256] = "";
+  char m_ionpri[256] = "", m_ionmodel[256] = "", m_ambmode[256] = "";
+  char m_p1p2Dcb[256] = "", m_isbDcb[256] = "", m_icbDcb[256] = "";
+  double m_p1p2Sig[2] = {}, m_icbSig[2] = {}, m_isbSig[2] = {};
+  char m_clktype[32][64] = {}, m_orbtype[32][64] = {};
+  int m_tracelevel = 0;
+  char m_cfgFile[1024] = "", m_tablesFile[1024] = "";
+  std::string m_rinput;
+  RatioTable m_ratioTable;
+  double m_turboedit[4] = {2.0, 3.0, 1200.0, 0.72};  ///< SF limit, MW limit, gap (s), GF limit
+  double m_rangelimit = 50.0;          ///< m
+  double m_diaBatchLimit[2] = {}, m_diaSearchLimit[2] = {};
+  char m_diaType[256] = "";
+  bool m_diaReset = false;
+  bool m_losb = false;
+  Upd_ambconfig m_ambconfig[4];        ///< 0 "ewl", 1 "wl", 2 "n1"
+  std::vector<Satellite> m_satellites;
+  std::map<std::string, std::string> m_fileTable;
+  std::map<std::string, Antatx> m_antennas;
+  char m_pams[1024] = "";
+
+  /// Loads and validates everything; ends the process on bad configuration.
+  void m_readJsonFile(int argc, const char** argv);
+  void m_readJsonItem(Json::Value& root, const char* item);
+  bool m_checkConfigure();
+  [[noreturn]] void m_printUsage();
+
+  void m_parseFrequency(char (*freq)[kFreq][4], int* nfreq, const char* value);
+  void m_parseFreqValue(const char* value, std::map<char, std::string>& out);
+  void m_parseObsNoiseScal(const char* value, std::map<std::string, double>& out);
+  void m_sortOrderofFreq();
+
+  void m_parseTablesConfigures(const char* file);
+  void m_parseSatelliteConfigures();
+
+  void m_parseAmbiguityConfigures(const char* file);
+  void m_parseAMBFrequency(Upd_ambconfig& config, const char* value);
+  void m_parseAMBWavelength(Upd_ambconfig& config);
+  void m_parseMWconfigure(Upd_ambconfig& config, const std::string& tag, const std::string& file);
+
+  /// Row of a satellite name, -1 when not configured.
+  int m_satRow(const char* cprn) const;
+  /// System index of a row by m_sysname (BDS-2 and BDS-3 apart).
+  int m_sysOfRow(int isat) const { return m_rowSys[isat]; }
+
+ private:
+  int m_rowSys[kMaxSat] = {};  ///< cached system index of m_sysname, set with the row
+};
+
+/// Names of processing modes by number; row 10 does not exist.
+extern const std::map<int, std::string> str_promode;
+
+/// Whether a two-level map holds a key pair.
+bool s_validCmd(const std::map<std::string, std::map<std::string, std::string>>& table,
+                const std::string& key1, const std::string& key2);
+
+}  // namespace tarvio

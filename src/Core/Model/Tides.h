@@ -1,0 +1,18 @@
+#pragma once
+/// \file Tides.h
+/// Periodic displacement of a site: solid Earth tide, pole tide, ocean loading.
+
+namespace tarvio {
+
+/// \param xsta  site, m, terrestrial
+/// \param sun, moon  inertial, m
+/// \param R  terrestrial to inertial; \param rot  ENU to terrestrial
+/// \param xp, yp  polar motion, arcseconds
+/// \param olc  ocean loading: amplitudes (m), phases (rad)
+/// \param disp  displacement, m, terrestrial
+void tide_displace_itrs(int mjd, double sod, const double* xsta, const double* sun,
+                        const double* moon, const double R[3][3], const double rot[3][3],
+                        double lat, double lon, double xp, double yp, const double olc[6][11],
+                        double* disp);
+
+}  // namespace tarvio

@@ -1,0 +1,24 @@
+#pragma once
+/// \file QcTurboEdit.h
+/// Cycle-slip detection per satellite and epoch.
+
+#include "Core/Qc/Qc.h"
+#include "Core/Qc/QcSlip.h"
+
+namespace tarvio {
+
+class QcTurboEdit : public Qc {
+ public:
+  /// Melbourne-Wuebbena and geometry-free tests over all pairs of observed frequencies.
+  /// \param obs   phases (cycles) 0..3, codes (m) 4..7
+  /// \param elev  radians, 0 when unknown
+  /// \param sm    pair records; entry f also keeps when frequency f was last seen
+  /// \param slip  in and out, by slot: 0 none, 2 gap, 3 Melbourne-Wuebbena only, 4 geometry-free
+  void m_qcDetectSlip_Df_sat(int mjd, double sod, int isat, const char* station,
+                             const double* obs, double elev, QcSlip* sm, int* slip);
+  /// Phase minus code on one frequency; slip 1.
+  void m_qcDetectSlip_Sf_sat(int mjd, double sod, int isat, const char* station,
+                             const double* obs, double elev, QcSlip* sm, int* slip);
+};
+
+}  // namespace tarvio

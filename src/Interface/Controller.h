@@ -1,0 +1,53 @@
+#pragma once
+/// \file Controller.h
+/// Process-wide singleton that owns the system: configuration, filter, stores.
+
+#include <vector>
+
+#include "Adapter/CodeBiasAdapter.h"
+#include "Adapter/IfpbAdapter.h"
+#include "Adapter/OrbitClkAdapter.h"
+#include "Adapter/UpdAdapter.h"
+#include "Config/Deploy.h"
+#include "GNX_IO.h"
+#include "Interface/Rnxobs.h"
+#include "Interface/Station.h"
+
+namespace tarvio {
+
+class SrifFilter;
+
+class Controller {
+ public:
+  /// Created on first call; not thread-safe.
+  static Controller* s_getInstance();
+
+  void _initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff, double intv);
+  void _finalize();
+  Station m_initStation(const GNX_IO::sta_t* sta, double cutoff, char skd);
+  void m_setIntv(double intv);
+  void m_setStartEpoch(long t);
+  /// Orbit and clock of every satellite into the satellite table.
+  void m_makeupOrbclkCorrs(int mjd, double sod);
+  /// Code biases, then phase biases.
+  void m_corrdcb(Rnxobs* obs);
+  void m_corrosb(Rnxobs* obs);
+  /// The epoch's sequence of filter steps. \return 1 when the filter ran, 0 when no tick
+  int v_inputObs(Rnxobs* obs);
+
+  long m_startEpoch = 0;
+  Deploy m_deploy;
+  SrifFilter* m_filter = nullptr;        ///< owned
+  UpdAdapter m_upd;
+  IfpbAdapter m_ifpb;
+  OrbitClkAdapter* m_orbclk = nullptr;   ///< stays allocated after _finalize, by design
+  std::vector<void*> m_spare;
+  CodeBiasAdapter m_codebias;
+
+ private:
+  Controller();
+  ~Controller();
+  static Controller* s_instance;
+};
+
+}  // namespace tarvio
