@@ -2,7 +2,9 @@
 /// \file UpdAdapter.h
 /// Time-tagged satellite biases for the ambiguity resolution.
 
-#include <list>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
@@ -19,7 +21,7 @@ struct Updc {
 
   int m_mjd = 0;
   int m_sysRef[kSys];
-  int m_type = -1;     ///< 1 combined, 2 observable-specific
+  int m_type = -1;  ///< 1 combined, 2 observable-specific
   double m_sod = 0.0;
 
  protected:
@@ -57,14 +59,47 @@ class UpdAdapter {
   void m_inquireComb(int mjd, double sod, const char* kind, const char* tag, Upd_comb& out);
 
  private:
-  /// Records hold only the satellites that are present: a dense copy every 30 s over 72 h would
-  /// take about 100 MB.
-  struct Entry { int isat; int slot; double value, sig, time, time2; };
-  struct Record { int mjd; double sod; int type; std::vector<Entry> entries; };
+  /// One number of each present satellite; a single element when all are equal.
+  class Column {
+   public:
+    void assign(std::vector<double> values);
+    double at(std::size_t k) const { return m_values.size() == 1 ? m_values[0] : m_values[k]; }
+
+   private:
+    std::vector<double> m_values;
+  };
+
+  /// A set without its absent satellites: dense copies every 30 s over 72 h would take about 100 MB.
+  struct Record {
+    int mjd;
+    double sod;
+    int type;
+    int sysRef[kSys];
+    std::vector<std::uint16_t> places;  ///< satellite row times kFreq, plus slot
+    Column value, sig, time, time2;
+  };
+
+  /// Sets in order of arrival. While they arrive in order of time, look-ups do not walk them all.
+  class History {
+   public:
+    /// Drops records more than 72 h older than the new one, then appends it.
+    /// \param keepLast  a single record stays whatever its age
+    void append(Record record, bool keepLast);
+    /// The record with the smallest distance, the first of equal ones; null when empty.
+    const Record* nearest(int mjd, double sod) const;
+
+   private:
+    std::deque<Record> m_records;
+    bool m_ordered = true;
+  };
+
+  static Record s_pack(const Updc& set, const double* value, const double* sig, const double* time,
+                       const double* time2, int slots);
+  static void s_unpackHead(const Record& record, Updc& set);
 
   std::mutex m_mutex;
-  std::list<Record> m_biases;
-  std::map<std::string, std::map<std::string, std::list<Record>>> m_combs;
+  History m_biases;
+  std::map<std::string, std::map<std::string, History>> m_combs;
 };
 
 }  // namespace tarvio

@@ -3,6 +3,7 @@
 /// The one configuration object: filled once by m_readJsonFile, read by everything afterwards.
 /// Values stay text and are tested by substring where they are used ("ZTD:30" passes for "ZTD").
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -94,11 +95,44 @@ class Deploy {
 
   /// Row of a satellite name, -1 when not configured.
   int m_satRow(const char* cprn) const;
-  /// System index of a row by m_sysname (BDS-2 and BDS-3 apart).
-  int m_sysOfRow(int isat) const { return m_rowSys[isat]; }
+  /// System index of a row by m_sysname (BDS-2 and BDS-3 apart), by m_cprn where that is empty; a
+  /// row beyond the table has 0.
+  int m_sysOfRow(int isat) const {
+    const std::string& name = m_sysname[isat].empty() ? m_cprn[isat] : m_sysname[isat];
+    return name.empty() ? 0 : s_systemIndex(name[0]);
+  }
+  /// Enters the two names of a row; its system follows from the first letter of the second.
+  void m_setRow(int isat, const std::string& cprn, const std::string& sysname);
 
  private:
-  int m_rowSys[kMaxSat] = {};  ///< cached system index of m_sysname, set with the row
+  static int s_systemIndex(char letter) {
+    for (int s = 0; s < kSys; ++s) {
+      if (SYS[s] == letter) return s;
+    }
+    return 0;
+  }
+  /// Sorts each system's names by falling carrier frequency; equal ones keep their order.
+  static void s_sortFrequencies(char (*freq)[kFreq][4], const int* nfreq);
+
+  void m_resetTables();
+  void m_scanArguments(int argc, const char** argv);
+  void m_readPaths(const Json::Value& path);
+  void m_openLogs();
+  void m_readCommon(const Json::Value& common);
+  void m_readTime(const std::string& text);
+  void m_readDcbDatum(const Json::Value& datum);
+  void m_readThresholds(const Json::Value& threshold);
+  void m_traceSummary(const std::string& program) const;
+  bool m_addSatellite(const std::string& cprn, const std::string& type, double jd);
+  void m_readLayer(const Json::Value& layer, Upd_ambconfig& config);
+  void m_checkLayer(const Upd_ambconfig& config) const;
+  void m_checkNarrowLanePairs() const;
+  void m_checkSmoothValue(const Upd_ambconfig& config) const;
+  void m_loadRatioTable();
+
+  /// Row by name "X##": 26 letters by 100 numbers, -1 = none. A look-up that it cannot answer
+  /// falls back to the search of m_cprn.
+  std::array<short, 2600> m_rowOfName;
 };
 
 /// Names of processing modes by number; row 10 does not exist.

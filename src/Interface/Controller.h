@@ -10,6 +10,7 @@
 #include "Adapter/UpdAdapter.h"
 #include "Config/Deploy.h"
 #include "GNX_IO.h"
+#include "Interface/BoundaryInput.h"
 #include "Interface/Rnxobs.h"
 #include "Interface/Station.h"
 
@@ -37,12 +38,13 @@ class Controller {
 
   long m_startEpoch = 0;
   Deploy m_deploy;
-  SrifFilter* m_filter = nullptr;        ///< owned
+  SrifFilter* m_filter = nullptr;  ///< owned
   UpdAdapter m_upd;
   IfpbAdapter m_ifpb;
-  OrbitClkAdapter* m_orbclk = nullptr;   ///< stays allocated after _finalize, by design
+  OrbitClkAdapter* m_orbclk = nullptr;  ///< stays allocated after _finalize, by design
   std::vector<void*> m_spare;
   CodeBiasAdapter m_codebias;
+  SignalTable m_signals;  ///< numbers of the companion, looked up by _initilize
 
  private:
   Controller();

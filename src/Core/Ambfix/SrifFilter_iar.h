@@ -10,6 +10,9 @@ class SrifFilter_iar : public SrifFilter {
  public:
   using SrifFilter::SrifFilter;
   void v_onFilterEstimate() override;
+
+ private:
+  bool m_resolutionReported = false;
 };
 
 }  // namespace tarvio

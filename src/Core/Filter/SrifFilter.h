@@ -4,7 +4,16 @@
 /// 0..imtx-1, z in column imtx, R dx = z (Bierman 1977). Rows imtx.. are zero at rest; during an
 /// epoch rows imtx..imtx+nobs-1 hold the weighted design matrix and right-hand side.
 ///
-/// Columns: 0..np-1 ordinary parameters, np..npi-1 slant ionosphere, npi..imtx-1 ambiguities.
+/// Columns: 0..np-1 ordinary parameters (m_pamt), np..npi-1 slant ionosphere (m_ionlist),
+/// npi..imtx-1 ambiguities (m_amblist), each store in column order. The state is a correction to
+/// the a-priori values xini of the records.
+///
+/// Storage is column-major: element (row, column) of `infs` is infs[iptx[column] + row], of `Hk`
+/// (unweighted design matrix of the epoch, right-hand side in column imtx) Hk[iphk[column] + row].
+///
+/// Order of the steps in an epoch: v_setobs; v_onTimeUpdate, or v_onFilterInit the first time;
+/// v_onObsUpdate; v_onDataQC; v_onPrepare; v_onAddAmbt; v_onAddObsMatrix; v_onFilterEstimate;
+/// v_onOutput; v_onFinish; v_onDelAmbt. All on one thread.
 
 #include <ctime>
 #include <list>
@@ -12,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
@@ -22,6 +32,14 @@
 namespace tarvio {
 
 class HMWfilter;
+
+/// What an observation row is (third column of Station::m_idxList, second of obsrec).
+enum RowKind : int {
+  kRowCode = 1,
+  kRowPhase = 2,
+  kRowAfifCode = 3,   ///< serves the wide-lane stage only, never enters the array
+  kRowAfifPhase = 4,  ///< three-frequency wide-lane phase
+};
 
 class SrifFilter : public QcTurboEdit {
  public:
@@ -64,22 +82,39 @@ class SrifFilter : public QcTurboEdit {
   int i_it(int ista) const;
   int i_id(int ista, int isys, int ifreq) const;
   int i_id2(int ista, int isys) const;
-  void m_initf(SrifPamt& record, double value, double sigma, int ipar, int ista, int isys,
-               int isat, int ifreq);
+  /// Enters value and indices into a record and 1/sigma on the diagonal of its column.
+  void m_initf(SrifPamt& record, double value, double sigma, int ipar, int ista, int isys, int isat,
+               int ifreq);
+  /// Coefficients of the three-frequency combination by system letter.
   std::map<char, std::vector<double>> m_get_AFIF_ccf();
-  void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns,
-               std::vector<int>& flags, int count);
+  /// Removes columns from the square root; what the others know stays (marginalisation). The array
+  /// is not triangular afterwards.
+  /// \param records  the records of `columns`, deleted here  \param columns  ascending
+  /// \param flags  by column, 1 = goes; used as work space  \param count  how many
+  void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
+               int count);
+  /// Solves R dx = z and refreshes dx and xest of all records.
   void m_solve_update();
+  /// Unweighted residuals of the epoch's rows at the present solution of the array, m.
   void m_get_resi(double* out);
+
   void m_onDia();
   void m_onDia_batch();
   void m_onDia_batch_rescheck();
-  void m_sortRes(int n, std::vector<double>& values, std::vector<int>& order,
-                 const std::vector<int>& rows, const std::vector<int>& done);
+  /// Orders list entries by falling absolute value; entries whose row is done go to the end.
+  /// \param n  entries  \param values, rows  by entry  \param done  by row  \param order  out
+  void m_sortRes(int n, std::vector<double>& values, std::vector<int>& order, const std::vector<int>& rows,
+                 const std::vector<int>& done);
+  /// Column imtx+k+1 := what a unit jump of `value` (metres per unit) in `row` looks like behind the
+  /// reflectors of this epoch; the second form weights it.
   void m_onDiaGenSen(int row, int k, double value);
   void m_onDiaGenSen(int row, int k, double value, double weight);
+  /// Takes the k prepared columns into the array as new ambiguities of `rows`.
   void m_onDiaUpInfs(int k, const std::vector<int>& rows);
+  /// Sigma of unit weight when the rows' misfit is also explained by n sensitivity columns (nobs
+  /// values each, one behind the other), leaving out column `skip`.
   double psig(int n, const std::vector<double>& columns, int skip);
+
   void m_get_dop();
   void m_genxsig();
   std::string m_getRTKLIBSeq();
@@ -93,22 +128,22 @@ class SrifFilter : public QcTurboEdit {
   /// Live record of a station, satellite and slot (0..3 ambiguities, 4 ionosphere); null = none.
   SrifPamt*& m_pm(int ista, int isat, int slot) { return m_pmtab[(ista * kMaxSat + isat) * 5 + slot]; }
 
-  double m_ambinf0 = 1.0e-4;
+  double m_ambinf0 = 1.0e-4;  ///< diagonal of a new ambiguity
   int nstap = 0, nsatclk = 0, nrecclk = 0, nztd = 0, ntfdcb = 0, nstadcb = 0;
   int np = 0, ni = 0, npi = 0, nc = 0, imtx = 0;
-  double* amat = nullptr;
-  int* namat = nullptr;
-  double dintv = 0.0;
-  double tlast = -1.0;
+  double* amat = nullptr;  ///< 40 doubles a row: up to 20 pairs (column, coefficient)
+  int* namat = nullptr;    ///< pairs of each row
+  double dintv = 0.0;      ///< s since the last epoch
+  double tlast = -1.0;     ///< fractional MJD of the last epoch
   std::time_t treset = -1;
   std::time_t tstart = 0;
   int m_isinit = 0;
   double* infs = nullptr;
   double* Hk = nullptr;
-  double* resi = nullptr;
-  double* resi_fix = nullptr;
-  double* tres = nullptr;
-  double* obswgt = nullptr;
+  double* resi = nullptr;      ///< float residuals, m
+  double* resi_fix = nullptr;  ///< residuals after ambiguity fixing, m
+  double* tres = nullptr;      ///< transformed residuals of the measurement update
+  double* obswgt = nullptr;    ///< 1/sigma of each row
   int* iptx = nullptr;
   int* iphk = nullptr;
   int mjd = 0;
@@ -116,30 +151,125 @@ class SrifFilter : public QcTurboEdit {
   double m_intv = 0.0;
   double m_sig0 = 0.0;
   int nobs = 0;
-  int* obsrec = nullptr;   ///< five ints a row: satellite, kind, slot, station, position in the list
+  int* obsrec = nullptr;  ///< five ints a row: satellite, kind, slot, station, position in the list
   SmoothAdapter m_smooth;
   double m_sig0_smooth = 999.0;
-  int nhk = 0, ntmx = 0, ldinfs = 0;
-  int m_solstat = 0;       ///< 0 nothing, 1 code, 2 phase float, 5 fixed
+  int nhk = 0, ntmx = 0, ldinfs = 0;  ///< rows of Hk; columns of both arrays; rows of infs
+  int m_solstat = 0;                  ///< 0 nothing, 1 code, 2 phase float, 5 fixed
   double m_ratio = 0.0, m_ratio_wl = 0.0, m_ratio_ewl = 0.0;
   int m_nfix = 0;
-  int m_ndia = 1;
+  int m_ndia = 1;  ///< rows that outlier adaptation treats in one pass
   std::vector<SrifPamt> m_pamt;
   std::list<SrifPamt*> m_ionlist, m_amblist;
-  std::list<SrifPamt*> m_ambdel;   ///< copies of the records deleted in this epoch
+  std::list<SrifPamt*> m_ambdel;  ///< copies of the records deleted in this epoch
   std::vector<Station> m_stations;
-  SrifPamt** m_pmtab = nullptr;    ///< [station][160][5]
+  SrifPamt** m_pmtab = nullptr;  ///< [station][160][5], owns nothing
   std::map<std::string, std::map<std::string, std::map<std::string, double>>> m_fixmap;
   std::map<std::string, std::map<std::string, double>> m_ambhold;
   std::map<std::string, std::map<std::string, HMWfilter*>> m_hmw;
   std::vector<std::vector<int>> m_ambreset;  ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
-  int* m_ewlint = nullptr;
-  int* m_ewlflag = nullptr;
+  int* m_ewlint = nullptr;                   ///< [station][160] held extra-wide-lane integer
+  int* m_ewlflag = nullptr;                  ///< [station][160] 1 = held
+  std::map<std::string, t_ifpb> m_ifpbrec;   ///< third-frequency biases taken over so far
   std::vector<OrbitAdapter*> m_orbAdapters;  ///< not owned; the models use the first
   std::vector<ClkAdapter*> m_clkAdapters;
-  int m_maxSatEpoch = 0;   ///< satellites that the row storage holds in one epoch
+  int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
+
+ protected:
+  /// What sets the two outlier loops apart.
+  struct DiaMode {
+    bool afif = false;        ///< wide-lane phase rows of "AFIF" are candidates too
+    bool codeAfter = false;   ///< from the second pass on the code rows are the candidates
+    bool scaled = false;      ///< test value in sigmas instead of metres
+    double forceLimit = 0.0;  ///< m, a residual beyond it never passes
+    bool holdCycles = false;  ///< small jumps may be undone where the ambiguity is in cycles
+    bool holdMetres = false;  ///< and where it is in metres
+  };
+  struct DiaList {
+    std::vector<int> rows, order;
+    std::vector<double> value;
+    double vmax = 0.0;
+  };
+  void m_runDia(const DiaMode& mode);
+  void m_diaCandidates(const DiaMode& mode, bool first, DiaList& list);
+  bool m_diaTreat(int row, int k, double value);
+  void m_onDiaClose(const DiaMode& mode);
+  void m_diaJudge(const DiaMode& mode, SrifPamt* record, const std::vector<double>& x);
+  void m_clearReflectors();
+
+  // sizing and ordinary parameters
+  void m_sizeArrays();
+  void m_allocateArrays();
+  void m_deleteArcs();
+  void m_appendPamt(SrifPamt record, double value, double sigma, double q, int* count);
+  void m_resetCoordinates(int ista);
+  void m_resetClocks(int ista);
+  void m_resetZenith(int ista);
+  void m_resetFrequencyBiases(int ista);
+  void m_resetDatumBiases(int ista);
+  int m_resetAllOrdinary();
+
+  // observations of the epoch
+  void m_positionAndModel(int ista);
+  void m_limitSatellites(Station& sta);
+  void m_checkUseful(Station& sta);
+  int m_formIf(int ista, int isat, double* wgt, int row);
+  int m_formAfif(int ista, int isat, int fq1, int fq2, double* wgt, int row);
+  int m_formSf(int ista, int isat, double* wgt, int row);
+  void m_transferSlips(int ista, int isat);
+
+  // ionosphere and ambiguity columns
+  void m_requestRestarts();
+  void m_addIonosphere();
+  void m_addAmbiguities();
+  void m_startAmbiguities();
+  SrifPamt* m_newAmbiguity(int ista, int isat, int slot, int kind, int column);
+  void m_insertColumns(int first, const std::vector<double>& diagonal);
+  void m_checkRoom(int count) const;
+  void m_swapColumns(int a, int b, int rows);
+  void m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::vector<int>& columns,
+                                std::vector<int>& flags);
+  void m_collectUnusedIonosphere(std::vector<SrifPamt*>& records, std::vector<int>& columns,
+                                 std::vector<int>& flags);
+
+  // time update, rows, estimate
+  double m_noiseSpan(SrifPamt& record, bool* running) const;
+  void m_fillOrdinaryNoise(double* array, int ld, int n, int rhs);
+  void m_fillIonosphereNoise(double* array, int ld, int n, int rhs);
+  void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
+  void m_addRow(const Station& sta, int ista, int row);
+  SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
+  void m_allocateRows(int rows);
+  void m_solve(std::vector<double>& x) const;
+  double m_unitWeightSigma(bool codeAndPhaseOnly) const;
+  void m_logSolution() const;
+
+  // triple frequency
+  void m_applyIfpb(int isat, const t_ifpb& record);
+  void m_holdSystem(int ista, int isys);
+
+  // diagnostics
+  void m_noteArrivals(int ista, const Rnxobs* obs);
+  void m_writeDiagnostics();
+  void m_writeResiduals() const;
+  void m_writeAtmosphere() const;
+  void m_writeAmbiguities() const;
+  void m_writeObservations() const;
+  const char* m_verdict(int ista, int isat, int slot, const std::vector<unsigned char>& rows) const;
+
+ private:
+  // Work space that is kept between epochs.
+  std::vector<double> m_timeArray;
+  std::vector<double> m_solution;
+  std::vector<double> m_xiniOf;
+  std::vector<double> m_formedWgt;
+  std::vector<double> m_rowDoubles;
+  std::vector<int> m_rowInts;
+  std::vector<unsigned char> m_arrived;  ///< [station][160][4]: a signal or a reason came in
+  bool m_smoothedReported = false;
+  bool m_rowsReported = false;
 };
 
 }  // namespace tarvio

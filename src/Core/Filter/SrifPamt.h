@@ -5,20 +5,20 @@
 namespace tarvio {
 
 struct SrifPamt {
-  int ista = -1;      ///< station, -1 none
-  int isat = -1;      ///< satellite row, -1 none
-  int ifreq = -1;     ///< slot in m_freqUsed
-  int ifreq2 = -1;    ///< second slot
-  int ipar = 0;       ///< column
-  int isys = -1;      ///< system index
+  int ista = -1;    ///< station, -1 none
+  int isat = -1;    ///< satellite row, -1 none
+  int ifreq = -1;   ///< slot in m_freqUsed
+  int ifreq2 = -1;  ///< second slot
+  int ipar = 0;     ///< column
+  int isys = -1;    ///< system index
   int iamb = 0;
-  int iupd = 0;       ///< 1: the time update moves xini by phi*dx
-  int nuse = 0;       ///< observations that used it since the last time update
-  int iflag = 0;      ///< ambiguities: flag at creation; 6 made by DIA, 7 kept by it
-  double qinv = 0.0;  ///< 1/q; noise over dt is q*sqrt(dt)
-  double phi = 0.0;   ///< transition factor
+  int iupd = 0;         ///< 1: the time update moves xini by phi*dx
+  int nuse = 0;         ///< observations that used it since the last time update
+  int iflag = 0;        ///< ambiguities: flag at creation; 6 made by DIA, 7 kept by it
+  double qinv = 0.0;    ///< 1/q; noise over dt is q*sqrt(dt)
+  double phi = 0.0;     ///< transition factor
   double tpiece = 0.0;  ///< length of a piecewise-constant interval, s; 0 = noise at every epoch
-  double lam = 1.0;   ///< ambiguity to metres
+  double lam = 1.0;     ///< ambiguity to metres
   double ptime0 = 0.0, ptime1 = 0.0;  ///< interval, fractional MJD; ambiguities: last use
   char pname[64] = "";
   double xini = 0.0;  ///< a-priori value

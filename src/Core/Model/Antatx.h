@@ -47,7 +47,9 @@ struct Antatx {
   /// Outputs may be null. `svn` 4, `block` 21, `cospar` 16 characters at least.
   static void s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number,
                         double* offset, char* block, char* cospar);
-  /// Expands a compact fixed-column format; an unknown length ends the process.
+  /// Expands a compact fixed-column format ("%3s%*2c%4d") into one character a column: the
+  /// conversion letter, upper case where a field begins, "." for a skipped column ("Sss..Dddd").
+  /// An unknown length ends the process. `out` holds 256 characters.
   static void s_checkdata(const char* fmt, char* out);
   /// ANTEX frequency code ("G01") to its tag ("L1") and one or two system indices (-1 = none).
   static void isys_byttype(std::string& tag, const char* code, int* isys1, int* isys2);

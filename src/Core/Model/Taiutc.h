@@ -2,6 +2,7 @@
 /// \file Taiutc.h
 /// Table of leap seconds.
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,7 @@ class Taiutc {
   std::vector<int> m_mjds, m_taiutc;
 
  private:
-  bool m_loaded = false;
+  std::once_flag m_loaded;
 };
 
 }  // namespace tarvio

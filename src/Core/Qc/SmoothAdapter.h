@@ -34,7 +34,9 @@ class SmoothAdapter {
 
  private:
   void m_dropFront();
-  void m_add(double value, double divisorStep);
+  /// \param lost  degrees of freedom that the sliding sigma gives up: 0, or 1 in the timed form
+  void m_add(double value, int lost);
+  void m_hand(double* mean, double* sigma) const;
 };
 
 }  // namespace tarvio

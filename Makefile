@@ -1,0 +1,40 @@
+# Thin front of the CMake presets.
+PRESET ?= release
+JOBS ?= $(shell nproc)
+BUILD = build/$(PRESET)
+PREFIX ?= /usr/local
+
+.PHONY: all dependencies configure demo test bench install format check-format clean
+
+all: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+dependencies:
+	@scripts/install_dependencies.sh
+
+configure: dependencies
+	@cmake --preset $(PRESET) >/dev/null
+
+# The main job without any file from outside: simulate two hours, run the engine, print the summary.
+demo: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target gnx
+	$(BUILD)/gnx demo --out out/demo
+
+# The whole suite. Tests on real data run where the data are found and say SKIPPED where not.
+test: all
+	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure
+
+bench: all
+	$(BUILD)/gnx_bench
+
+install: all
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+format:
+	scripts/check_format.sh --fix
+
+check-format:
+	scripts/check_format.sh
+
+clean:
+	rm -rf build out

@@ -1,0 +1,143 @@
+/// `gnx replay`: files in, solutions out.
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <sstream>
+
+#include "commands/commands.h"
+#include "engine/replay.h"
+#include "formats/input_error.h"
+
+namespace gnx {
+
+namespace {
+
+/// Values of the command line that need work before they are options.
+struct ReplayArguments {
+  ReplayOptions options;
+  std::vector<double> position, reference, antennaDelta;
+  std::string positionText, from, to, signals, exclude, refpoint;
+};
+
+std::array<double, 3> threeNumbers(const std::vector<double>& v) { return {v[0], v[1], v[2]}; }
+
+/// "2020-06-25T01:00:00", or with a blank.
+GpsTime parseTime(const std::string& text, const std::string& option) {
+  Calendar c;
+  char separator = 0;
+  double second = 0.0;
+  const int n = std::sscanf(text.c_str(), "%d-%d-%d%c%d:%d:%lf", &c.year, &c.month, &c.day, &separator, &c.hour,
+                            &c.minute, &second);
+  if (n < 6 || c.year < 1980 || c.year > 2099 || c.month < 1 || c.month > 12 || c.day < 1 || c.day > 31 ||
+      c.hour < 0 || c.hour > 24 || c.minute < 0 || c.minute > 59 || !(second >= 0.0 && second < 61.0)) {
+    throw UsageError(option + " takes a GPS time such as 2020-06-25T01:00:00, not '" + text + "'");
+  }
+  c.second = second;
+  return toGpsTime(c);
+}
+
+/// "G:1W,2W E:1C,5Q"
+std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
+  std::map<char, std::vector<std::string>> signals;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (word.size() < 4 || word[1] != ':') {
+      throw UsageError("--signals takes words such as G:1W,2W for each system, not '" + word + "'");
+    }
+    std::istringstream codes(word.substr(2));
+    for (std::string code; std::getline(codes, code, ',');) {
+      if (code.size() != 2) throw UsageError("--signals: '" + code + "' is no signal such as 1W");
+      signals[word[0]].push_back(code);
+    }
+  }
+  return signals;
+}
+
+void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
+  RunPlan& plan = a.options.plan;
+  cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")->required();
+  cmd.add_option("--nav", plan.nav, "RINEX navigation files")->required();
+  cmd.add_option("--sp3", plan.sp3, "precise orbits (SP3 a, c, d); give the neighbouring days too");
+  cmd.add_option("--clk", plan.clk, "RINEX clock files; without them the clocks of the SP3 files");
+  cmd.add_option("--bia", plan.bia, "bias SINEX files");
+  cmd.add_flag("--wl-biases", plan.wideLaneBiases, "phase biases from the wide-lanes in the clock file's header");
+  cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");
+  cmd.add_option("--availability", plan.availability, "delivery times of the SSR blocks (CSV); without: at once");
+  cmd.add_flag("--broadcast", plan.broadcastOnly, "no corrections: broadcast orbits and clocks");
+}
+
+void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
+  DeploymentOptions& d = a.options.deploy;
+  cmd.add_option("--deployment", a.options.deployment, "directory made by 'gnx init'; without: written into the run");
+  cmd.add_option("--antex", d.antex, "antenna file for the deployment");
+  cmd.add_option("--grid", d.grid, "troposphere grid for the deployment");
+  cmd.add_option("--blq", d.blq, "ocean loading file for the deployment");
+  cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")->capture_default_str();
+  cmd.add_option("--freqobs", d.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");
+  cmd.add_option("--freqused", d.freqused, "used frequencies");
+  cmd.add_option("--combination", d.combination, "RAW, IF or SF")->capture_default_str();
+  cmd.add_option("--refpoint", a.refpoint,
+                 "what the orbits refer to: CoM_ITRF (products) or APC_ITRF (most streams); default by source");
+}
+
+void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
+  RunPlan& plan = a.options.plan;
+  cmd.add_option("--out", a.options.outDir, "run directory and results")->capture_default_str();
+  cmd.add_option("--mode", plan.mode, "static, kinematic or dynamic")
+      ->check(CLI::IsMember({"static", "kinematic", "dynamic"}))
+      ->capture_default_str();
+  cmd.add_option("--interval", plan.interval, "processing interval, s; 1 takes every epoch")
+      ->check(CLI::Range(0.01, 3600.0))
+      ->capture_default_str();
+  cmd.add_option("--cutoff", plan.cutoffDeg, "elevation mask, degrees")->check(CLI::Range(0.0, 60.0))->capture_default_str();
+  cmd.add_option("--position", a.position, "a-priori position X Y Z, m; without: single-point position")->expected(3);
+  cmd.add_flag("--header-position", plan.headerPosition, "a-priori position of the observation header");
+  cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")->expected(3);
+  cmd.add_option("--antenna", plan.antenna, "antenna type, 20 characters with radome; without: the header's");
+  cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")->expected(3);
+  cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
+  cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
+  cmd.add_option("--from", a.from, "first epoch, GPS time");
+  cmd.add_option("--to", a.to, "last epoch, GPS time");
+  cmd.add_option("--diagnostics", plan.diagnostics, "output options of the engine, e.g. \"-outres -outobsstat\"");
+  cmd.add_flag("--nmea", a.options.nmea, "also write NMEA sentences");
+  cmd.add_flag("--quiet", a.options.quiet, "no progress, no summary");
+}
+
+void replay(ReplayArguments& a) {
+  ReplayOptions& o = a.options;
+  if (!a.position.empty()) o.plan.position = threeNumbers(a.position);
+  if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
+  if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
+  if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
+  if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
+  if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);
+  o.deploy.refpoint = !a.refpoint.empty() ? a.refpoint : o.plan.sp3.empty() ? "APC_ITRF" : "CoM_ITRF";
+  o.deploy.run.mode = o.plan.mode;
+  o.deploy.run.interval_s = o.plan.interval;
+  o.deploy.run.cutoff_deg = o.plan.cutoffDeg;
+  if (static_cast<int>(!o.plan.sp3.empty()) + static_cast<int>(!o.plan.ssr.empty()) +
+          static_cast<int>(o.plan.broadcastOnly) > 1) {
+    throw UsageError("choose one source of corrections: --sp3 with --clk, or --ssr, or --broadcast");
+  }
+  runReplay(o);
+}
+
+}  // namespace
+
+void addReplay(CLI::App& app) {
+  auto* cmd = app.add_subcommand("replay", "run the engine on files");
+  auto a = std::make_shared<ReplayArguments>();
+  addFileOptions(*cmd, *a);
+  addDeploymentOptions(*cmd, *a);
+  addRunOptions(*cmd, *a);
+  cmd->callback([a] { replay(*a); });
+}
+
+void addWorker(CLI::App& app) {
+  app.add_subcommand("engine-worker", "runs the engine in the present directory")->group("")->callback([] {
+    if (const int status = runWorker(); status != 0) throw CLI::RuntimeError(status);
+  });
+}
+
+}  // namespace gnx

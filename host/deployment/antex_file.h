@@ -1,0 +1,48 @@
+#pragma once
+/// \file antex_file.h
+/// Antenna blocks in the ANTEX 1.4 format, read and written as far as offsets go: the engine applies
+/// phase-centre offsets and no patterns, so azimuth rows and RMS sections are dropped.
+
+#include <filesystem>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "deployment/satellite_table.h"
+
+namespace gnx {
+
+struct AntexFrequency {
+  std::string code;                ///< "G01"
+  std::vector<std::string> lines;  ///< between START and END OF FREQUENCY
+};
+
+struct AntexBlock {
+  std::string type;    ///< 20 characters
+  std::string serial;  ///< satellite name, or the receiver antenna's serial number, without blanks
+  std::string svn;     ///< "G063", satellites only
+  std::string launch;
+  TableTime from{}, until{};
+  std::vector<std::string> head;  ///< lines from TYPE / SERIAL NO to the first frequency
+  std::vector<AntexFrequency> frequencies;
+
+  bool isSatellite() const;
+  const AntexFrequency* find(const std::string& code) const;
+};
+
+/// \throws InputError: not an ANTEX file, relative patterns, a block without end
+std::vector<AntexBlock> readAntex(const std::filesystem::path& path);
+void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const std::string& comment);
+
+/// The table row that a satellite's block describes.
+SatelliteRecord satelliteOf(const AntexBlock& block);
+
+/// A satellite block with nominal offsets of its block type (the built-in table).
+/// An unlisted type gives a block without frequencies.
+AntexBlock nominalBlock(const SatelliteRecord& satellite, std::string_view offsetTable);
+
+/// Adds a frequency that the block lacks with the offsets of the nearest one (`hz`); models of older
+/// satellites know L1 and L2 alone. \return whether the block now has it
+bool completeFrequency(AntexBlock& block, const std::string& code, double hz);
+
+}  // namespace gnx

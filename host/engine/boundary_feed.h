@@ -1,0 +1,76 @@
+#pragma once
+/// \file boundary_feed.h
+/// Turns records into the boundary's and hands them to the engine.
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "GNX_SDK.h"
+#include "corrections/correction_source.h"
+#include "engine/signal_plan.h"
+#include "formats/records.h"
+
+namespace gnx {
+
+GNX_IO::gtime_t toBoundaryTime(const GpsTime& t);
+
+/// Numbers of satellites and observation codes in the companion's numbering.
+class BoundaryNumbers {
+ public:
+  BoundaryNumbers();
+  /// 0 for no satellite, or no code.
+  int satellite(const SatName& name) const;
+  int code(const std::string& signal) const;
+
+ private:
+  std::map<std::string, int> satellites_, codes_;
+};
+
+/// Feeds ephemerides and corrections; used by one thread.
+class ProductFeed {
+ public:
+  ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
+              bool sourceHasCodeBiases);
+
+  void feed(const BroadcastEph& eph);
+  void feed(const GlonassEph& eph);
+  void feed(const CorrectionBatch& batch);
+
+ private:
+  void feedOrbitClock(const CorrectionBatch& batch);
+  void feedBiases(const CorrectionBatch& batch);
+  bool setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
+  bool setPhaseBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
+
+  const BoundaryNumbers& numbers_;
+  const SignalPlan& plan_;
+  std::set<SatName> excluded_;
+  bool sourceHasCodeBiases_;
+  std::vector<GNX_IO::eph_entry_t> eph_;
+  std::vector<GNX_IO::geph_entry_t> geph_;
+  std::vector<GNX_IO::ssr_t> ssr_;
+  std::set<SatName> referenceGiven_;   ///< satellites whose reference signals have their tiny bias
+};
+
+/// Feeds observations; the epoch thread's.
+class ObservationFeed {
+ public:
+  ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded);
+  /// Processes one epoch in the engine. \return seconds that the call took
+  double feed(const ObsEpoch& epoch);
+  /// Satellites handed over in the last epoch.
+  int satellites() const { return static_cast<int>(entries_.size()); }
+
+ private:
+  bool convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const;
+
+  const BoundaryNumbers& numbers_;
+  const SignalPlan& plan_;
+  std::set<SatName> excluded_;
+  std::vector<GNX_IO::obs_entry_t> entries_;
+};
+
+}  // namespace gnx

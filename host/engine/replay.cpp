@@ -1,0 +1,238 @@
+#include "engine/replay.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "engine/child_process.h"
+#include "formats/input_error.h"
+#include "formats/rinex_obs.h"
+#include "report/solution_files.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// One epoch as the worker saw it.
+struct EpochRecord {
+  GpsTime time;
+  double milliseconds = 0.0;
+  int satellites = 0;
+  double share = 0.0;   ///< of the observation files read so far, 0..1
+};
+
+/// "seconds fraction milliseconds satellites share"
+std::optional<EpochRecord> parseRecord(std::string_view line) {
+  EpochRecord r;
+  std::istringstream in{std::string(line)};
+  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share)) return std::nullopt;
+  return r;
+}
+
+/// Progress on a terminal: data time, rate, remaining. Silent in a pipe.
+class Progress {
+ public:
+  explicit Progress(bool quiet) : active_(!quiet && isatty(STDERR_FILENO) != 0) {}
+  void show(const EpochRecord& r, std::size_t epochs) {
+    if (!active_) return;
+    const auto now = Clock::now();
+    if (now - shown_ < std::chrono::milliseconds(200)) return;
+    shown_ = now;
+    const double elapsed = std::chrono::duration<double>(now - start_).count();
+    const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
+    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ", formatTime(r.time).c_str(), epochs,
+                 static_cast<double>(epochs) / std::max(elapsed, 1e-3), 100.0 * r.share, left);
+    drawn_ = true;
+  }
+  ~Progress() {
+    if (drawn_) std::fprintf(stderr, "\r%79s\r", "");
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  bool active_, drawn_ = false;
+  Clock::time_point start_ = Clock::now(), shown_{};
+};
+
+/// Places the files of a deployment into the run directory: the configuration as a copy, data files
+/// as links.
+void borrowDeployment(const fs::path& from, const fs::path& to) {
+  if (!fs::exists(from / "ppp.json")) {
+    throw UsageError(from.string() + " holds no ppp.json; make a deployment with 'gnx init " + from.string() + "'");
+  }
+  if (fs::equivalent(from, to)) return;
+  for (const auto& entry : fs::directory_iterator(from)) {
+    const fs::path target = to / entry.path().filename();
+    if (!entry.is_regular_file()) continue;
+    fs::remove(target);
+    if (entry.path().extension() == ".json") {
+      fs::copy_file(entry.path(), target);
+    } else {
+      fs::create_symlink(fs::absolute(entry.path()), target);
+    }
+  }
+  for (const auto& entry : fs::directory_iterator(from)) {
+    if (entry.is_directory()) fs::create_directories(to / entry.path().filename());
+  }
+}
+
+void makeAbsolute(std::vector<std::string>& files) {
+  for (std::string& file : files) {
+    if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
+    file = fs::absolute(file).string();
+  }
+}
+
+/// The lines in which the engine says why it ended: those in front of its exit line.
+std::string reasonOf(const std::vector<std::string>& lastLines) {
+  std::string reason;
+  for (const std::string& line : lastLines) {
+    if (line.find("exit by code") != std::string::npos) continue;
+    const auto at = line.find("LOCAL]-");
+    if (at != std::string::npos || line.find("ERROR") != std::string::npos) {
+      reason = at == std::string::npos ? line : line.substr(at + 7);
+    }
+  }
+  return reason.empty() ? "it left no message; see engine.log" : reason;
+}
+
+void checkExit(const ChildResult& child, const std::vector<std::string>& lastLines, const fs::path& dir) {
+  std::string errors = child.errors;
+  while (!errors.empty() && errors.back() == '\n') errors.pop_back();
+  if (child.exitStatus == 0) return;
+  if (child.exitStatus == 2) throw std::runtime_error(errors);  // the worker's own message on bad input
+  if (child.signal != 0) {
+    throw EngineError("the engine's process was ended by signal " + std::to_string(child.signal) +
+                      "; results up to there are in " + dir.string() + (errors.empty() ? "" : "\n" + errors));
+  }
+  throw EngineError("the engine ended: " + reasonOf(lastLines) + "\n(run directory " + dir.string() + ")" +
+                    (errors.empty() ? "" : "\n" + errors));
+}
+
+/// What the worker sends, as it comes.
+class Collector {
+ public:
+  Collector(const fs::path& dir, const ReplayOptions& options)
+      : log_(dir / "engine.log"), progress_(options.quiet) {
+    if (!log_) throw InputError((dir / "engine.log").string(), 0, "cannot be written");
+  }
+  void output(std::string_view line) {
+    log_ << line << '\n';
+    if (auto solution = parseSolutionLine(line)) {
+      epochs.push_back(*solution);
+    } else {
+      if (lastLines.size() == kKept) lastLines.erase(lastLines.begin());
+      lastLines.emplace_back(line);
+    }
+  }
+  void record(std::string_view line) {
+    const auto r = parseRecord(line);
+    if (!r) return;
+    ++read;
+    records.push_back(*r);
+    progress_.show(*r, read);
+  }
+  /// Gives every solution its measured time; both lists are in order of time.
+  void joinTimes() {
+    auto r = records.begin();
+    for (SolutionEpoch& e : epochs) {
+      while (r != records.end() && e.time - r->time > 0.05) ++r;
+      if (r != records.end() && std::abs(e.time - r->time) <= 0.05) e.milliseconds = r->milliseconds, e.time = r->time;
+    }
+  }
+
+  std::vector<SolutionEpoch> epochs;
+  std::vector<EpochRecord> records;
+  std::vector<std::string> lastLines;
+  std::size_t read = 0;
+
+ private:
+  static constexpr std::size_t kKept = 8;
+  std::ofstream log_;
+  Progress progress_;
+};
+
+void writeResults(const fs::path& dir, const ReplayOptions& options, const std::vector<SolutionEpoch>& epochs) {
+  const std::vector<std::string> comments = {std::string("program   : gnx ") + GNX_VERSION,
+                                             "mode      : " + options.plan.mode};
+  SolutionFile pos(dir / "solution.pos", SolutionFormat::posXyz, comments);
+  SolutionFile csv(dir / "solution.csv", SolutionFormat::csv);
+  std::optional<SolutionFile> nmea;
+  if (options.nmea) nmea.emplace(dir / "solution.nmea", SolutionFormat::nmea);
+  for (const SolutionEpoch& e : epochs) {
+    pos.write(e);
+    csv.write(e);
+    if (nmea) nmea->write(e);
+  }
+}
+
+std::string ownProgram() { return fs::read_symlink("/proc/self/exe").string(); }
+
+/// Whatever the choices leave open comes from the observation file: date, antenna.
+void completeFromObservations(ReplayOptions& options) {
+  if (options.plan.obs.empty()) throw UsageError("no observation file; give one with --obs");
+  RinexObsReader reader(options.plan.obs.front());
+  const ObsHeader& header = reader.header();
+  ObsEpoch first;
+  if (!reader.next(first)) throw InputError(options.plan.obs.front(), 0, "holds no epoch");
+  options.deploy.date = first.time;
+  if (options.plan.antenna.empty()) options.plan.antenna = header.antenna;
+  options.deploy.run.antenna = options.plan.antenna;
+  if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
+}
+
+}  // namespace
+
+ReplayResult runReplay(const ReplayOptions& given) {
+  ReplayOptions options = given;
+  RunPlan& plan = options.plan;
+  for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
+  if (!plan.availability.empty()) plan.availability = fs::absolute(plan.availability).string();
+  if (plan.nav.empty()) throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
+  if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {
+    throw UsageError("no corrections; give --sp3 (and --clk), or --ssr, or --broadcast to run on broadcast orbits");
+  }
+  completeFromObservations(options);
+
+  fs::create_directories(options.outDir);
+  const fs::path dir = fs::absolute(options.outDir);
+  if (options.deployment.empty()) {
+    std::ofstream notes(dir / "deployment.txt");
+    writeDeployment(dir, options.deploy, notes);
+  } else {
+    borrowDeployment(options.deployment, dir);
+  }
+  plan.bands = deployedBands(dir);
+  writeRunPlan(dir / "run.json", plan);
+
+  Collector collector(dir, options);
+  const ChildResult child = runChild(
+      options.program.empty() ? ownProgram() : options.program, {"engine-worker"}, dir,
+      [&](std::string_view line) { collector.output(line); }, [&](std::string_view line) { collector.record(line); });
+  collector.joinTimes();
+  writeResults(dir, options, collector.epochs);
+
+  ReplayResult result;
+  result.epochsRead = collector.read;
+  result.summary = options.referencePath ? summariseRun(collector.epochs, options.referencePath)
+                                         : summariseRun(collector.epochs, options.reference);
+  result.epochs = std::move(collector.epochs);
+  std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
+  checkExit(child, collector.lastLines, dir);
+  if (!options.quiet) {
+    std::fputs(child.errors.c_str(), stderr);  // what the worker has to say about signals and files
+    std::cout << formatSummary(result.summary) << "epochs read              " << result.epochsRead
+              << "\nresults                  " << options.outDir.string() << std::endl;
+  }
+  return result;
+}
+
+}  // namespace gnx

@@ -1,0 +1,43 @@
+#pragma once
+/// \file replay.h
+/// A run of the engine over files: prepares the run directory, starts the worker, collects the
+/// solutions, writes the result files and the summary.
+
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "deployment/deployment.h"
+#include "engine/run_plan.h"
+#include "report/statistics.h"
+
+namespace gnx {
+
+struct ReplayOptions {
+  std::filesystem::path outDir = "out/replay";   ///< run directory and results
+  std::filesystem::path deployment;              ///< made by 'gnx init'; "" = written from `deploy`
+  DeploymentOptions deploy;                      ///< used when `deployment` is empty
+  RunPlan plan;                                  ///< files and choices
+  std::optional<std::array<double, 3>> reference;  ///< marker, m
+  ReferencePath referencePath;                   ///< moving receiver; goes before `reference`
+  std::string program;                           ///< the executable, "" = this one
+  bool nmea = false;                             ///< also write NMEA sentences
+  bool quiet = false;                            ///< no progress, no summary on standard output
+};
+
+struct ReplayResult {
+  std::vector<SolutionEpoch> epochs;
+  RunSummary summary;
+  std::size_t epochsRead = 0;     ///< epochs of the observation files in the chosen time
+};
+
+/// \throws InputError, UsageError, EngineError. Results written so far stay.
+ReplayResult runReplay(const ReplayOptions& options);
+
+/// What the worker process does inside the run directory. \return exit status
+int runWorker();
+
+}  // namespace gnx

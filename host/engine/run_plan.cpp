@@ -1,0 +1,179 @@
+#include "engine/run_plan.h"
+
+#include <json/json.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "formats/input_error.h"
+
+namespace gnx {
+
+namespace {
+
+Json::Value parseFile(const std::filesystem::path& file) {
+  std::ifstream in(file);
+  if (!in) throw InputError(file.string(), 0, "cannot be opened; write a deployment with 'gnx init' first");
+  Json::CharReaderBuilder builder;
+  builder["collectComments"] = false;
+  Json::Value root;
+  std::string errors;
+  if (!Json::parseFromStream(builder, in, &root, &errors) || !root.isObject()) {
+    throw InputError(file.string(), 0, "is not a JSON object: " + errors);
+  }
+  return root;
+}
+
+Json::Value toJson(const std::vector<std::string>& list) {
+  Json::Value array(Json::arrayValue);
+  for (const std::string& item : list) array.append(item);
+  return array;
+}
+
+std::vector<std::string> toStrings(const Json::Value& array) {
+  std::vector<std::string> list;
+  for (const Json::Value& item : array) list.push_back(item.asString());
+  return list;
+}
+
+Json::Value toJson(const std::array<double, 3>& v) {
+  Json::Value array(Json::arrayValue);
+  for (const double x : v) array.append(x);
+  return array;
+}
+
+std::array<double, 3> toVector(const Json::Value& array) {
+  return {array[0].asDouble(), array[1].asDouble(), array[2].asDouble()};
+}
+
+Json::Value toJson(const GpsTime& t) {
+  Json::Value array(Json::arrayValue);
+  array.append(static_cast<Json::Int64>(t.seconds));
+  array.append(t.fraction);
+  return array;
+}
+
+GpsTime toTime(const Json::Value& array) { return {array[0].asInt64(), array[1].asDouble()}; }
+
+/// Letter of a system word of a frequency list.
+char systemOf(const std::string& word) {
+  static const std::pair<const char*, char> words[] = {{"GPS", 'G'}, {"GLS", 'R'}, {"GAL", 'E'}, {"BDS", 'C'},
+                                                       {"CPS", 'C'}, {"CMS", 'C'}, {"BD2", 'C'}, {"BD3", 'C'},
+                                                       {"QZS", 'J'}};
+  for (const auto& [name, letter] : words) {
+    if (word.find(name) != std::string::npos) return letter;
+  }
+  return ' ';
+}
+
+/// Band digit of a frequency word, the engine's normalisation.
+char bandOf(const std::string& word) {
+  const auto has = [&](const char* text) { return word.find(text) != std::string::npos; };
+  if (has("L1") || has("G1") || has("E1") || word == "B1c") return '1';
+  if (has("L2") || has("G2") || has("E2") || word == "B1") return '2';
+  if (has("L5") || has("E5a") || word == "B2a") return '5';
+  if (has("E6") || has("LEX") || word == "B3") return '6';
+  if (has("E5b") || word == "B2b") return '7';
+  if (has("E5") || word == "B2") return '8';
+  return word.size() == 2 ? word[1] : ' ';
+}
+
+}  // namespace
+
+void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
+  Json::Value root(Json::objectValue);
+  root["obs"] = toJson(plan.obs);
+  root["nav"] = toJson(plan.nav);
+  root["sp3"] = toJson(plan.sp3);
+  root["clk"] = toJson(plan.clk);
+  root["bia"] = toJson(plan.bia);
+  root["ssr"] = toJson(plan.ssr);
+  root["availability"] = plan.availability;
+  root["broadcastOnly"] = plan.broadcastOnly;
+  root["wideLaneBiases"] = plan.wideLaneBiases;
+  root["mode"] = plan.mode;
+  root["interval"] = plan.interval;
+  root["cutoff"] = plan.cutoffDeg;
+  root["position"] = toJson(plan.position);
+  root["headerPosition"] = plan.headerPosition;
+  root["antenna"] = plan.antenna;
+  root["receiver"] = plan.receiver;
+  if (plan.antennaDelta) root["antennaDelta"] = toJson(*plan.antennaDelta);
+  root["bands"] = Json::Value(Json::objectValue);
+  for (const auto& [system, bands] : plan.bands) root["bands"][std::string(1, system)] = bands;
+  root["signals"] = Json::Value(Json::objectValue);
+  for (const auto& [system, signals] : plan.signals) root["signals"][std::string(1, system)] = toJson(signals);
+  root["excluded"] = toJson(plan.excluded);
+  if (plan.from) root["from"] = toJson(*plan.from);
+  if (plan.to) root["to"] = toJson(*plan.to);
+  root["diagnostics"] = plan.diagnostics;
+
+  Json::StreamWriterBuilder builder;
+  builder["precision"] = 17;
+  std::ofstream out(file);
+  out << Json::writeString(builder, root) << '\n';
+  if (!out.flush()) throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+}
+
+RunPlan readRunPlan(const std::filesystem::path& file) {
+  const Json::Value root = parseFile(file);
+  try {
+    RunPlan plan;
+    plan.obs = toStrings(root["obs"]);
+    plan.nav = toStrings(root["nav"]);
+    plan.sp3 = toStrings(root["sp3"]);
+    plan.clk = toStrings(root["clk"]);
+    plan.bia = toStrings(root["bia"]);
+    plan.ssr = toStrings(root["ssr"]);
+    plan.availability = root["availability"].asString();
+    plan.broadcastOnly = root["broadcastOnly"].asBool();
+    plan.wideLaneBiases = root["wideLaneBiases"].asBool();
+    plan.mode = root["mode"].asString();
+    plan.interval = root["interval"].asDouble();
+    plan.cutoffDeg = root["cutoff"].asDouble();
+    plan.position = toVector(root["position"]);
+    plan.headerPosition = root["headerPosition"].asBool();
+    plan.antenna = root["antenna"].asString();
+    plan.receiver = root["receiver"].asString();
+    if (root.isMember("antennaDelta")) plan.antennaDelta = toVector(root["antennaDelta"]);
+    for (const std::string& key : root["bands"].getMemberNames()) {
+      plan.bands[key.at(0)] = root["bands"][key].asString();
+    }
+    for (const std::string& key : root["signals"].getMemberNames()) {
+      plan.signals[key.at(0)] = toStrings(root["signals"][key]);
+    }
+    plan.excluded = toStrings(root["excluded"]);
+    if (root.isMember("from")) plan.from = toTime(root["from"]);
+    if (root.isMember("to")) plan.to = toTime(root["to"]);
+    plan.diagnostics = root["diagnostics"].asString();
+    return plan;
+  } catch (const std::exception& e) {
+    throw InputError(file.string(), 0, std::string("is not a run plan: ") + e.what());
+  }
+}
+
+std::map<char, std::string> deployedBands(const std::filesystem::path& deployment) {
+  const auto file = deployment / "ppp.json";
+  const Json::Value root = parseFile(file);
+  const Json::Value& common = root["common"];
+  if (!common.isObject() || !common["freqobs"].isString()) {
+    throw InputError(file.string(), 0, "has no text common.freqobs; write the deployment anew with 'gnx init'");
+  }
+  std::string text = common["freqobs"].asString();
+  text = text.substr(0, text.find_first_of("!#"));
+  std::map<char, std::string> bands;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const auto colon = word.find(':');
+    const char system = systemOf(word.substr(0, colon));
+    if (colon == std::string::npos || system == ' ') continue;  // the engine refuses it with its own message
+    std::istringstream names(word.substr(colon + 1));
+    for (std::string name; std::getline(names, name, '_');) {
+      std::string& digits = bands[system];
+      if (digits.find(bandOf(name)) == std::string::npos) digits += bandOf(name);
+    }
+  }
+  return bands;
+}
+
+}  // namespace gnx

@@ -1,0 +1,44 @@
+#pragma once
+/// \file run_plan.h
+/// All that the worker process needs to know, handed over as "run.json" in the run directory.
+
+#include <array>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "formats/records.h"
+
+namespace gnx {
+
+struct RunPlan {
+  std::vector<std::string> obs, nav;              ///< RINEX files
+  std::vector<std::string> sp3, clk, bia, ssr;    ///< corrections: products or SSR text
+  std::string availability;                       ///< delivery times of SSR blocks, "" = at once
+  bool broadcastOnly = false;                     ///< zero corrections on broadcast orbits
+  bool wideLaneBiases = false;                    ///< phase biases from the clock file's wide-lanes
+  std::string mode = "static";
+  double interval = 30.0;                         ///< s
+  double cutoffDeg = 7.0;
+  std::array<double, 3> position{};               ///< a-priori, m; zero = unknown
+  bool headerPosition = false;                    ///< take the observation header's
+  std::string antenna, receiver;                  ///< "" = take the observation header's
+  std::optional<std::array<double, 3>> antennaDelta;  ///< east, north, up, m
+  std::map<char, std::string> bands;              ///< band digits by system letter
+  std::map<char, std::vector<std::string>> signals;   ///< forced signals
+  std::vector<std::string> excluded;              ///< satellites never handed over
+  std::optional<GpsTime> from, to;
+  std::string diagnostics;                        ///< output options of the engine, "" = none
+};
+
+void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan);
+/// Throws InputError.
+RunPlan readRunPlan(const std::filesystem::path& file);
+
+/// Band digits by system letter that a deployment observes ("freqobs" of its "ppp.json"), in the
+/// engine's numbering (BeiDou B1I is 2, B3I is 6). Throws InputError.
+std::map<char, std::string> deployedBands(const std::filesystem::path& deployment);
+
+}  // namespace gnx

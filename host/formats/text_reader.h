@@ -1,0 +1,62 @@
+#pragma once
+/// \file text_reader.h
+/// Lines of a text file, plain or gzip'ed, with their numbers.
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct gzFile_s;
+
+namespace gnx {
+
+/// Reads a file line by line. Memory is bounded by the longest line allowed (1 MB), whatever the
+/// file holds. Complete lines in front of damage are delivered first, then the damage is reported.
+///
+/// Throws InputError: file missing or a directory, another compression, a truncated or corrupt gzip
+/// file, binary data, a line without end.
+class TextReader {
+ public:
+  explicit TextReader(std::string path);
+  ~TextReader();
+  TextReader(const TextReader&) = delete;
+  TextReader& operator=(const TextReader&) = delete;
+
+  /// The next line without its end; valid until the next call. False at the end of the file.
+  bool next(std::string_view& line);
+  /// The next call of next() delivers the same line again.
+  void unread() { m_again = true; }
+
+  /// Number of the line delivered last, from 1.
+  long line() const { return m_line; }
+  /// Whether the line delivered last had an end of line; false hints at a truncated file.
+  bool terminated() const { return m_terminated; }
+  const std::string& path() const { return m_path; }
+
+  /// Throws an InputError for the line delivered last: "file:line: field: what".
+  [[noreturn]] void fail(const std::string& field, const std::string& what) const;
+  /// The same for data that are missing at the end of the file.
+  [[noreturn]] void failAtEnd(const std::string& what) const;
+
+ private:
+  struct Close {
+    void operator()(gzFile_s* file) const;
+  };
+
+  /// Brings more bytes into the buffer; false when there are none.
+  bool fill();
+  void refuseOtherFormats() const;
+
+  std::string m_path;
+  std::unique_ptr<gzFile_s, Close> m_file;
+  std::vector<char> m_buffer;
+  std::size_t m_begin = 0, m_end = 0;
+  bool m_atEnd = false, m_terminated = true, m_again = false;
+  std::string m_damage;  ///< reported when the lines in front of it are consumed
+  std::string_view m_last;
+  long m_line = 0;
+};
+
+}  // namespace gnx

@@ -1,0 +1,34 @@
+#pragma once
+/// \file solution.h
+/// Solutions of a run as records.
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "formats/records.h"
+
+namespace gnx {
+
+/// One epoch of a run.
+struct SolutionEpoch {
+  GpsTime time;
+  std::array<double, 3> xyz{};     ///< antenna reference position of the station (marker), m
+  int rows = 0;                    ///< total as printed: twice the satellites
+  std::array<int, 6> satellites{}; ///< G, R, E, C, B, J
+  double pdop = 0.0;
+  double sigma0 = 0.0;
+  int status = 0;                  ///< 0 nothing, 1 code, 2 phase float, 5 fixed (03, 04 levels)
+  int fixed = 0;
+  double ratio = 0.0;
+  double milliseconds = 0.0;       ///< time of the engine's call; 0 when not measured
+};
+
+/// Reads a solution line as the engine prints it on standard output; nothing for any other line.
+/// Format: "%4d%3d%3d%3d%3d%5.1lf%2s%4s%13.4lf%13.4lf%13.4lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf
+/// %3d%3d%3d%3d%3d%3d%3d %5.2lf%6.3lf %02d %02d": date, " ", station, X Y Z, three zeros, east north
+/// up (cm), rows, satellites G R E C B J, PDOP, sigma0, status, fixed.
+std::optional<SolutionEpoch> parseSolutionLine(std::string_view line);
+
+}  // namespace gnx

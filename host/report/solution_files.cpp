@@ -1,0 +1,140 @@
+#include "report/solution_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <numbers>
+
+#include "formats/input_error.h"
+#include "formats/leap_seconds.h"
+#include "report/geodesy.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr double kDegrees = 180.0 / std::numbers::pi;
+constexpr int kFixedStatus = 5;
+
+std::string printed(const char* format, ...) {
+  std::array<char, 512> buffer{};
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  va_end(arguments);
+  return buffer.data();
+}
+
+/// GPS minus UTC in whole seconds at a GPS time.
+int gpsMinusUtc(const GpsTime& t) { return leapSecondsAtUtc(t + -leapSecondsAtUtc(t)); }
+
+std::string posLine(const SolutionEpoch& epoch, bool geodetic) {
+  const Calendar c = toCalendar(epoch.time + 0.0005);  // so that cutting the milliseconds rounds
+  std::string line = printed("%04d/%02d/%02d %02d:%02d:%06.3f", c.year, c.month, c.day, c.hour, c.minute,
+                             std::floor(c.second * 1000.0) / 1000.0);
+  if (geodetic) {
+    const Geodetic g = toGeodetic(epoch.xyz);
+    line += printed("%15.9f%15.9f%11.4f", g.latitude * kDegrees, g.longitude * kDegrees, g.height);
+  } else {
+    line += printed("%15.4f%15.4f%15.4f", epoch.xyz[0], epoch.xyz[1], epoch.xyz[2]);
+  }
+  const int quality = epoch.status == kFixedStatus ? 1 : epoch.status == 1 ? 5 : 2;
+  return line + printed("%4d%4d%9.4f%9.4f%9.4f%9.4f%9.4f%9.4f%7.2f%7.1f\n", quality, satelliteCount(epoch),
+                        0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, epoch.ratio);
+}
+
+std::string csvLine(const SolutionEpoch& epoch) {
+  int week = 0;
+  const double sow = secondsOfWeek(epoch.time, &week);
+  const Geodetic g = isSolved(epoch) ? toGeodetic(epoch.xyz) : Geodetic{};
+  std::string line = printed("%s,%d,%.3f,%.4f,%.4f,%.4f,%.10f,%.10f,%.4f,", formatTime(epoch.time, 3).c_str(),
+                             week, sow, epoch.xyz[0], epoch.xyz[1], epoch.xyz[2], g.latitude * kDegrees,
+                             g.longitude * kDegrees, g.height);
+  line += printed("%d,%d", epoch.status, epoch.rows);
+  for (const int count : epoch.satellites) line += printed(",%d", count);
+  return line + printed(",%.2f,%.3f,%d,%.3f,%.3f\n", epoch.pdop, epoch.sigma0, epoch.fixed, epoch.ratio,
+                        epoch.milliseconds);
+}
+
+/// Degrees and minutes of NMEA, minutes with 7 decimals; rounding never shows 60 minutes.
+std::string nmeaAngle(double degrees, int width) {
+  const double a = std::abs(degrees);
+  long long units = std::llround(a * 60.0 * 1e7);
+  const long long perDegree = 60LL * 10000000LL;
+  const long long whole = units / perDegree;
+  units %= perDegree;
+  return printed("%0*lld%02lld.%07lld", width, whole, units / 10000000LL, units % 10000000LL);
+}
+
+std::string ggaLine(const SolutionEpoch& epoch) {
+  // Hundredths are rounded before the split, so that 59.996 s carries into the minute.
+  const GpsTime utc = epoch.time + (0.005 - gpsMinusUtc(epoch.time));
+  const Calendar c = toCalendar(utc);
+  const Geodetic g = toGeodetic(epoch.xyz);
+  const int quality = epoch.status == kFixedStatus ? 4 : epoch.status == 1 ? 1 : 5;
+  std::string body =
+      printed("GPGGA,%02d%02d%05.2f,%s,%c,%s,%c,%d,%02d,%.1f,%.3f,M,%.3f,M,,", c.hour, c.minute,
+              std::floor(c.second * 100.0) / 100.0, nmeaAngle(g.latitude * kDegrees, 2).c_str(),
+              g.latitude < 0.0 ? 'S' : 'N', nmeaAngle(g.longitude * kDegrees, 3).c_str(),
+              g.longitude < 0.0 ? 'W' : 'E', quality, satelliteCount(epoch), epoch.pdop, g.height, 0.0);
+  unsigned sum = 0;
+  for (const char ch : body) sum ^= static_cast<unsigned char>(ch);
+  return "$" + body + printed("*%02X\r\n", sum);
+}
+
+}  // namespace
+
+int satelliteCount(const SolutionEpoch& epoch) {
+  int total = 0;
+  for (const int count : epoch.satellites) total += count;
+  return total;
+}
+
+bool isSolved(const SolutionEpoch& epoch) {
+  return epoch.status > 0 && (epoch.xyz[0] != 0.0 || epoch.xyz[1] != 0.0 || epoch.xyz[2] != 0.0);
+}
+
+std::string solutionHeader(SolutionFormat format, const std::vector<std::string>& comments) {
+  if (format == SolutionFormat::nmea) return "";
+  if (format == SolutionFormat::csv)
+    return "time_gpst,week,sow_s,x_m,y_m,z_m,latitude_deg,longitude_deg,height_m,status,rows,sat_G,sat_R,"
+           "sat_E,sat_C,sat_B,sat_J,pdop,sigma0,fixed,ratio,milliseconds\n";
+  std::string text;
+  for (const std::string& comment : comments) text += "% " + comment + "\n";
+  text += "%\n";
+  if (format == SolutionFormat::posXyz) {
+    text += "% (x/y/z-ecef=WGS84,Q=1:fix,2:float,5:single,ns=# of satellites)\n";
+    text +=
+        "%  GPST                      x-ecef(m)      y-ecef(m)      z-ecef(m)   Q  ns   sdx(m)   sdy(m)"
+        "   sdz(m)  sdxy(m)  sdyz(m)  sdzx(m) age(s)  ratio\n";
+  } else {
+    text += "% (lat/lon/height=WGS84/ellipsoidal,Q=1:fix,2:float,5:single,ns=# of satellites)\n";
+    text +=
+        "%  GPST                  latitude(deg) longitude(deg)  height(m)   Q  ns   sdn(m)   sde(m)   sdu(m)"
+        "  sdne(m)  sdeu(m)  sdun(m) age(s)  ratio\n";
+  }
+  return text;
+}
+
+std::string solutionText(SolutionFormat format, const SolutionEpoch& epoch) {
+  if (format == SolutionFormat::csv) return csvLine(epoch);
+  if (!isSolved(epoch)) return "";
+  if (format == SolutionFormat::nmea) return ggaLine(epoch);
+  return posLine(epoch, format == SolutionFormat::posGeodetic);
+}
+
+SolutionFile::SolutionFile(const std::filesystem::path& path, SolutionFormat format,
+                           const std::vector<std::string>& comments)
+    : m_path(path), m_format(format), m_out(path, std::ios::binary) {
+  m_out << solutionHeader(format, comments) << std::flush;
+  if (!m_out) throw InputError(m_path.string(), 0, "cannot be written; check the folder and the free space");
+}
+
+void SolutionFile::write(const SolutionEpoch& epoch) {
+  m_out << solutionText(m_format, epoch) << std::flush;
+  if (!m_out) throw InputError(m_path.string(), 0, "writing failed; check the free space");
+}
+
+}  // namespace gnx

@@ -1,0 +1,87 @@
+#include "simulate/faults.h"
+
+#include <json/json.h>
+
+#include <fstream>
+#include <map>
+
+#include "formats/input_error.h"
+
+namespace gnx {
+
+namespace {
+
+/// Epochs are compared with a millisecond to spare.
+constexpr double kTolerance = 1e-3;
+
+bool concerns(const Fault& fault, Fault::Kind kind, const SatName& sat) {
+  return fault.kind == kind && (fault.sat.empty() || fault.sat == sat);
+}
+
+bool acts(const Fault& fault, double seconds) {
+  return seconds >= fault.from - kTolerance && seconds <= fault.to + kTolerance;
+}
+
+Fault parseFault(const Json::Value& entry, const std::string& file, unsigned number) {
+  static const std::map<std::string, Fault::Kind> kinds = {
+      {"slip", Fault::Kind::slip},   {"gap", Fault::Kind::gap},        {"code", Fault::Kind::code},
+      {"phase", Fault::Kind::phase}, {"ssr_gap", Fault::Kind::ssrGap}, {"ssr_clock", Fault::Kind::ssrClock}};
+  const std::string place = "fault " + std::to_string(number) + ": ";
+  if (!entry.isObject() || !entry["kind"].isString() || !kinds.contains(entry["kind"].asString()))
+    throw InputError(file, 0, place + "\"kind\" is one of slip, gap, code, phase, ssr_gap, ssr_clock");
+  if (!entry["from"].isNumeric()) throw InputError(file, 0, place + "\"from\" is seconds from the start");
+  for (const char* key : {"to", "size"})
+    if (entry.isMember(key) && !entry[key].isNumeric())
+      throw InputError(file, 0, place + "\"" + key + "\" is a number");
+  for (const char* key : {"sat", "signal"})
+    if (entry.isMember(key) && !entry[key].isString())
+      throw InputError(file, 0, place + "\"" + key + "\" is a text");
+  Fault fault;
+  fault.kind = kinds.at(entry["kind"].asString());
+  fault.sat = entry.get("sat", "").asString();
+  fault.signal = entry.get("signal", "").asString();
+  fault.from = entry["from"].asDouble();
+  fault.to = entry.get("to", fault.from).asDouble();
+  fault.size = entry.get("size", 1.0).asDouble();
+  return fault;
+}
+
+}  // namespace
+
+FaultList FaultList::read(const std::filesystem::path& file) {
+  std::ifstream in(file);
+  if (!in) throw InputError(file.string(), 0, "cannot be opened");
+  Json::CharReaderBuilder builder;
+  Json::Value root;
+  std::string errors;
+  if (!Json::parseFromStream(builder, in, &root, &errors)) throw InputError(file.string(), 0, errors);
+  if (!root.isArray()) throw InputError(file.string(), 0, "is not a list of faults [...]");
+  std::vector<Fault> faults;
+  for (unsigned i = 0; i < root.size(); ++i) faults.push_back(parseFault(root[i], file.string(), i + 1));
+  return FaultList(std::move(faults));
+}
+
+bool FaultList::strikes(Fault::Kind kind, const SatName& sat, double seconds) const {
+  for (const Fault& fault : m_faults)
+    if (concerns(fault, kind, sat) && acts(fault, seconds)) return true;
+  return false;
+}
+
+double FaultList::size(Fault::Kind kind, const SatName& sat, const std::string& signal, double seconds) const {
+  double sum = 0.0;
+  for (const Fault& fault : m_faults)
+    if (concerns(fault, kind, sat) && (fault.signal.empty() || fault.signal == signal) && acts(fault, seconds))
+      sum += fault.size;
+  return sum;
+}
+
+double FaultList::slippedCycles(const SatName& sat, const std::string& signal, double seconds) const {
+  double sum = 0.0;
+  for (const Fault& fault : m_faults)
+    if (concerns(fault, Fault::Kind::slip, sat) && (fault.signal.empty() || fault.signal == signal) &&
+        seconds >= fault.from - kTolerance)
+      sum += fault.size;
+  return sum;
+}
+
+}  // namespace gnx

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing and reporting need, when they are missing.
+# Usage: scripts/install_dependencies.sh [--ci]    (--ci adds clang, formatter, sanitizer runtimes)
+set -euo pipefail
+
+packages=(g++ cmake ninja-build ccache pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libcli11-dev
+          libgtest-dev libgmock-dev libbenchmark-dev gnuplot-nox)
+if [[ "${1:-}" == "--ci" ]]; then
+  packages+=(clang clang-format)
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
+done
+if [[ ${#missing[@]} -eq 0 ]]; then
+  exit 0
+fi
+
+if ! command -v apt-get >/dev/null; then
+  echo "These packages are needed and apt-get is not here to install them: ${missing[*]}" >&2
+  exit 1
+fi
+as_root=()
+if [[ $EUID -ne 0 ]]; then
+  command -v sudo >/dev/null || { echo "Run as root, or install by hand: ${missing[*]}" >&2; exit 1; }
+  as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"

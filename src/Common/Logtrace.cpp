@@ -1,0 +1,160 @@
+#include "Common/Logtrace.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "Common/ComTime.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr int kMessage = 40000;
+constexpr const char* kLevelNames[] = {"IO", "GNSS", "FRAME", "ALGO", "ERROR"};
+
+/// Where messages go; written once by the configuration loader, before any feeder thread exists.
+struct LogFiles {
+  std::string m_stat, m_trace;
+  bool m_ltrace = false;
+  int m_level = 0;
+};
+
+LogFiles& s_files() {
+  static LogFiles files;
+  return files;
+}
+
+/// Appends printf output to `text` behind `used` characters; never past the end.
+int s_append(char* text, int used, const char* format, va_list args) {
+  const int n = std::vsnprintf(text + used, static_cast<std::size_t>(kMessage - used), format, args);
+  return n < 0 ? used : std::min(used + n, kMessage - 1);
+}
+
+__attribute__((format(printf, 3, 4))) int s_appendf(char* text, int used, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int n = s_append(text, used, format, args);
+  va_end(args);
+  return n;
+}
+
+}  // namespace
+
+Log Logtrace::s_defaultlogger;
+long Logtrace::s_st = s_wallClock();
+std::mutex Logtrace::q_m;
+
+void Logtrace::s_setFiles(const char* statFile, const char* traceFile, bool ltrace, int level) {
+  LogFiles& files = s_files();
+  files.m_stat = statFile;
+  files.m_trace = traceFile;
+  files.m_ltrace = ltrace;
+  files.m_level = level;
+}
+
+void Logtrace::m_logPrint(const char* format, ...) {
+  char text[kMessage];
+  const int head = s_appendf(text, 0, "[%s LOCAL]-", runlocaltime().c_str());
+  va_list args;
+  va_start(args, format);
+  s_append(text, head, format, args);
+  va_end(args);
+  std::fputs(text, stdout);
+}
+
+void Logtrace::m_logError(const char* format, ...) {
+  char text[kMessage];
+  va_list args;
+  va_start(args, format);
+  s_append(text, 0, format, args);
+  va_end(args);
+  const std::lock_guard<std::mutex> lock(q_m);
+  std::perror(text);
+}
+
+void Logtrace::m_logTrace(int level, const char* format, ...) {
+  const LogFiles& files = s_files();
+  if (!files.m_ltrace || level < files.m_level || level < 0 || level > 4) return;
+  char text[kMessage];
+  const int head = s_appendf(text, 0, "@%s [%s LOCAL]-[%5s]-", files.m_trace.c_str(), runlocaltime().c_str(),
+                             kLevelNames[level]);
+  va_list args;
+  va_start(args, format);
+  s_append(text, head, format, args);
+  va_end(args);
+  s_defaultlogger.m_wtText(text);
+}
+
+void Logtrace::m_logtagTrace(const char* tag, const char* format, ...) {
+  if (s_files().m_stat.empty()) return;
+  char text[kMessage];
+  const int head =
+      s_appendf(text, 0, "@%s [%s LOCAL]-[%s]-", s_files().m_stat.c_str(), runlocaltime().c_str(), tag);
+  va_list args;
+  va_start(args, format);
+  s_append(text, head, format, args);
+  va_end(args);
+  s_defaultlogger.m_wtText(text);
+}
+
+void Logtrace::m_logNoFormatTrace(const char* format, ...) {
+  if (s_files().m_trace.empty()) return;
+  char text[kMessage];
+  const int head = s_appendf(text, 0, "@%s ", s_files().m_trace.c_str());
+  va_list args;
+  va_start(args, format);
+  s_append(text, head, format, args);
+  va_end(args);
+  s_defaultlogger.m_wtText(text);
+}
+
+void Logtrace::m_logStat(bool newline, const char* format, ...) {
+  if (s_files().m_stat.empty()) return;
+  char text[kMessage];
+  int used = s_appendf(text, 0, "@%s ", s_files().m_stat.c_str());
+  va_list args;
+  va_start(args, format);
+  used = s_append(text, used, format, args);
+  va_end(args);
+  if (newline) s_appendf(text, std::min(used, kMessage - 2), "\n");
+  s_defaultlogger.m_wtText(text);
+}
+
+void Logtrace::m_logStatInfo(const char* format, ...) {
+  if (s_files().m_stat.empty()) return;
+  char text[kMessage];
+  const int head = s_appendf(text, 0, "@%s [%s LOCAL] ", s_files().m_stat.c_str(), runlocaltime().c_str());
+  va_list args;
+  va_start(args, format);
+  s_append(text, head, format, args);
+  va_end(args);
+  s_defaultlogger.m_wtText(text);
+}
+
+std::string Logtrace::m_logRunTime() {
+  const long seconds = s_wallClock() - s_st;
+  char text[96];
+  std::snprintf(text, sizeof text, "%d(d)-%02d(h)-%02d(m)-%02d(s)", static_cast<int>(seconds / 86400),
+                static_cast<int>(seconds % 86400 / 3600), static_cast<int>(seconds % 3600 / 60),
+                static_cast<int>(seconds % 60));
+  return text;
+}
+
+void Logtrace::m_logMatrix(const double* a, int lda, int row, int col, int width, int decimals,
+                           const char* title, const char* file) {
+  if (lda < row || row < 0 || col < 0) {
+    m_logTrace(4, "[%s,%d]: lda = %d,row = %d,col = %d,wrong input arguments for the row and col\n", __func__,
+               __LINE__, lda, row, col);
+    return;
+  }
+  if (title != nullptr && title[0] != '\0') s_defaultlogger.m_wtMsg("@%s %s\n", file, title);
+  for (int r = 0; r < row; ++r) {
+    for (int c = 0; c < col; ++c) {
+      s_defaultlogger.m_wtMsg("@%s %*.*lf ", file, width, decimals, a[c * lda + r]);
+    }
+    s_defaultlogger.m_wtMsg("@%s \n", file);
+  }
+}
+
+}  // namespace tarvio

@@ -1,0 +1,35 @@
+#pragma once
+/// \file ConfigInput.h
+/// What the configuration readers share: JSON files, required texts, messages that let a load go on.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Json {
+class Value;
+}
+
+namespace tarvio {
+
+enum class JsonState { kRead, kNotOpened, kNotParsed };
+
+/// Reads a JSON file, comments allowed.
+JsonState s_readJson(const std::string& path, Json::Value& root);
+
+/// The cleaned text of a member, annotation behind '!' or '#' cut off.
+/// \throws std::exception naming the key, when the member is missing or is not a string
+std::string s_requiredText(const Json::Value& object, const char* key);
+/// The same for files that write scalars as text, number or truth value.
+std::string s_requiredScalar(const Json::Value& object, const char* key);
+double s_requiredNumber(const Json::Value& object, const char* key);
+
+/// Words of a configuration value, separated by blanks, at most 1024 characters each.
+std::vector<std::string> s_words(std::string_view value);
+/// Non-empty fields between separators.
+std::vector<std::string> s_fields(std::string_view text, char separator);
+
+/// A message that does not end the load: console with "[function,line]:", status log without.
+void s_note(const char* function, int line, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+}  // namespace tarvio

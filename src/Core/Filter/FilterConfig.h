@@ -1,0 +1,43 @@
+#pragma once
+/// \file FilterConfig.h
+/// How the steps of the filter read the configuration: values stay text and are tested by substring.
+
+#include <cstdlib>
+#include <cstring>
+
+#include "Common/Constants.h"
+#include "Interface/Controller.h"
+
+namespace tarvio {
+
+inline const Deploy& s_config() { return Controller::s_getInstance()->m_deploy; }
+
+inline bool s_has(const char* text, const char* word) { return std::strstr(text, word) != nullptr; }
+
+/// The number behind ':' ("ZTD:7200"), 0.0 when there is none.
+inline double s_numberBehindColon(const char* text) {
+  const char* colon = std::strchr(text, ':');
+  return colon ? std::strtod(colon + 1, nullptr) : 0.0;
+}
+
+/// Position of a letter in SYS, -1 for any other character.
+inline int s_systemIndex(char letter) {
+  for (int isys = 0; isys < kSys; ++isys)
+    if (SYS[isys] == letter) return isys;
+  return -1;
+}
+
+/// Calls `visit(isys)` for every configured system, in the order of the configuration.
+template <typename Visit>
+void s_forEachSystem(Visit visit) {
+  for (const char* letter = s_config().m_syslist; *letter; ++letter)
+    if (const int isys = s_systemIndex(*letter); isys >= 0) visit(isys);
+}
+
+/// Whether carrier phases enter the estimate.
+inline bool s_usesPhase() {
+  const char* used = s_config().m_obsused;
+  return s_has(used, "PHASE") || s_has(used, "GRAPHIC");
+}
+
+}  // namespace tarvio

@@ -1,0 +1,180 @@
+/// The solution of an epoch as text, dilutions of precision, formal sigmas.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "Common/CMat.h"
+#include "Common/Com.h"
+#include "Common/Logtrace.h"
+#include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/SrifFilter.h"
+#include "GNX_IO.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr char kSolutionLog[] = "ppp_pos";
+
+struct SatelliteCount {
+  int perSystem[kSys] = {};
+  int total = 0;
+};
+
+/// Satellites with a code residual on the first slot.
+SatelliteCount s_countSatellites(const Station& sta) {
+  const Deploy& config = s_config();
+  SatelliteCount count;
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    if (sta.m_sat[isat].m_xx[kFreq] == 0.0) continue;
+    ++count.perSystem[config.m_sysOfRow(isat)];
+    ++count.total;
+  }
+  return count;
+}
+
+int s_countObserved(const Station& sta) {
+  const Deploy& config = s_config();
+  int count = 0;
+  for (int isat = 0; isat < config.m_nsat; ++isat)
+    count += bbo_hasobs(config.m_sysOfRow(isat), sta.m_sat[isat].m_obs);
+  return count;
+}
+
+GNX_IO::gtime_t s_hostTime(int mjd, double sod) {
+  return {static_cast<std::int64_t>(mjd2time(mjd, sod)), sod - std::floor(sod)};
+}
+
+}  // namespace
+
+void SrifFilter::v_onOutput() {
+  int year = 0, month = 0, day = 0, hour = 0, minute = 0;
+  double second = 0.0;
+  mjd2date(mjd, sod, &year, &month, &day, &hour, &minute, &second);
+  const char* partner = m_stations.size() == 2 ? m_stations[1].m_name.c_str() : "****";
+
+  for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
+    const int ip = i_ip(ista);
+    if (ip < 0) continue;
+    const Station& sta = m_stations[static_cast<std::size_t>(ista)];
+    double xyz[3], offset[3] = {};
+    for (int i = 0; i < 3; ++i) xyz[i] = m_pamt[static_cast<std::size_t>(ip + i)].xest;
+    if (m_pamt[static_cast<std::size_t>(ip + 2)].nuse != 0) {
+      for (int i = 0; i < 3; ++i) offset[i] = (xyz[i] - sta.m_xyz[i]) * 100.0;
+      matmpy(offset, sta.m_rot[0], offset, 1, 3, 3);
+    }
+    const SatelliteCount count = s_countSatellites(sta);
+    const int* n = count.perSystem;
+    const int rows = 2 * count.total;
+
+    if (!Logtrace::s_defaultlogger.m_lexist(kSolutionLog)) Logtrace::s_defaultlogger.m_openLog(kSolutionLog);
+    Logtrace::s_defaultlogger.m_wtMsg(
+        "@%s  %4d%3d%3d%3d%3d%5.1lf%2s%4s%13.3lf%13.3lf%13.3lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf "
+        "%3d%3d%3d%3d%3d%3d%3d %5.2lf%6.3lf %02d %02d %9.3lf %s\n",
+        kSolutionLog, year, month, day, hour, minute, second, " ", sta.m_name.c_str(), xyz[0], xyz[1], xyz[2],
+        0.0, 0.0, 0.0, offset[0], offset[1], offset[2], rows, n[0], n[1], n[2], n[3], n[4], n[5], sta.m_pdop,
+        m_sig0, m_solstat, m_nfix, m_ratio, partner);
+    std::printf(
+        "%4d%3d%3d%3d%3d%5.1lf%2s%4s%13.4lf%13.4lf%13.4lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf "
+        "%3d%3d%3d%3d%3d%3d%3d %5.2lf%6.3lf %02d %02d\n",
+        year, month, day, hour, minute, second, " ", sta.m_name.c_str(), xyz[0], xyz[1], xyz[2], 0.0, 0.0,
+        0.0, offset[0], offset[1], offset[2], rows, n[0], n[1], n[2], n[3], n[4], n[5], sta.m_pdop, m_sig0,
+        m_solstat, m_nfix);
+    std::fflush(stdout);
+  }
+  m_writeDiagnostics();
+}
+
+void SrifFilter::m_get_dop() {
+  const Deploy& config = s_config();
+  for (const SrifPamt& record : m_pamt) {
+    if (!std::strstr(record.pname, "STAP_X")) continue;
+    Station& sta = m_stations[static_cast<std::size_t>(record.ista)];
+    sta.m_gdop = sta.m_pdop = sta.m_hdop = sta.m_vdop = 0.0;
+    double q[16] = {};
+    int count = 0;
+    for (int isat = 0; isat < config.m_nsat; ++isat) {
+      const Ssat_t& sat = sta.m_sat[isat];
+      if (!validSatObs(config.m_obsused, "SF", sat.m_xx, isat, 0)) continue;
+      const double row[4] = {sat.m_los[0], sat.m_los[1], sat.m_los[2], 1.0};
+      for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j) q[4 * j + i] += row[i] * row[j];
+      ++count;
+    }
+    if (count == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) continue;
+
+    sta.m_gdop = std::sqrt(q[0] + q[5] + q[10] + q[15]);
+    sta.m_pdop = std::sqrt(q[0] + q[5] + q[10]);
+    // Read by columns, m_rot is the rotation from the terrestrial to the local frame.
+    double half[9], local[9];
+    CMat::CMat_Matmul("NN", 3, 3, 3, 1.0, sta.m_rot[0], 3, q, 4, 0.0, half, 3);
+    CMat::CMat_Matmul("NT", 3, 3, 3, 1.0, half, 3, sta.m_rot[0], 3, 0.0, local, 3);
+    sta.m_hdop = std::sqrt(local[0] + local[4]);
+    sta.m_vdop = std::sqrt(local[8]);
+  }
+}
+
+void SrifFilter::m_genxsig() {
+  if (!s_has(s_config().m_pams, "-gensig") || imtx < 1) return;
+  const auto n = static_cast<std::size_t>(imtx);
+  std::vector<double> normal(n * n);
+  CMat::CMat_Matmul("TN", imtx, imtx, imtx, 1.0, infs, ldinfs, infs, ldinfs, 0.0, normal.data(), imtx);
+  if (CMat::CMat_Inverse(normal.data(), imtx, imtx) < 0) return;
+  const auto fill = [&](SrifPamt& record) {
+    record.xsig = std::sqrt(normal[static_cast<std::size_t>(record.ipar) * (n + 1)]);
+  };
+  for (SrifPamt& record : m_pamt) fill(record);
+  for (SrifPamt* record : m_ionlist) fill(*record);
+  for (SrifPamt* record : m_amblist) fill(*record);
+}
+
+std::string SrifFilter::m_getRTKLIBSeq() {
+  if (nstap == 0 || m_pamt.empty() || m_pamt[0].xest == 0.0) return "";
+  double ep[6] = {};
+  GNX_IO::time2epoch(s_hostTime(mjd, sod), ep);
+  char text[512];
+  std::snprintf(
+      text, sizeof text,
+      "%4d/%02d/%02d %02d:%02d:%06.3lf%15.4lf%15.4lf%15.4lf%4d%4d%9.4lf%9.4lf%9.4lf%9.4lf%9.4lf%9.4lf%7.2lf"
+      "%7.1lf\n",
+      static_cast<int>(ep[0]), static_cast<int>(ep[1]), static_cast<int>(ep[2]), static_cast<int>(ep[3]),
+      static_cast<int>(ep[4]), ep[5], m_pamt[0].xest, m_pamt[1].xest, m_pamt[2].xest, m_solstat == 5 ? 1 : 2,
+      s_countObserved(m_stations[0]), 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_ratio);
+  return text;
+}
+
+std::string SrifFilter::m_getGGASeq() {
+  if (nstap == 0 || m_pamt.empty() || m_pamt[0].xest == 0.0) return "";
+  double ep[6] = {}, pos[3] = {}, lat[3] = {}, lon[3] = {};
+  GNX_IO::time2epoch(GNX_IO::gpst2utc(s_hostTime(mjd, sod)), ep);
+  const double xyz[3] = {m_pamt[0].xest, m_pamt[1].xest, m_pamt[2].xest};
+  GNX_IO::ecef2pos(xyz, pos);
+  GNX_IO::deg2dms(std::fabs(pos[0]) * kRadToDeg, lat, 7);
+  GNX_IO::deg2dms(std::fabs(pos[1]) * kRadToDeg, lon, 7);
+  const bool fixed = m_solstat == 5;
+  const int satellites = fixed ? m_nfix : s_countObserved(m_stations[0]);
+
+  char text[256], tail[8];
+  std::snprintf(
+      text, sizeof text,
+      "$GPGGA,%02.0f%02.0f%05.2f,%02.0f%010.7f,%s,%03.0f%010.7f,%s,%d,%02d,%.1f,%.3f,M,%.3f,M,%.1f,", ep[3],
+      ep[4], ep[5], lat[0], lat[1] + lat[2] / 60.0, pos[0] >= 0.0 ? "N" : "S", lon[0], lon[1] + lon[2] / 60.0,
+      pos[1] >= 0.0 ? "E" : "W", fixed ? 4 : 5, satellites, 1.0, 0.0, pos[2], 1.0);
+  unsigned checksum = 0;
+  for (const char* c = text + 1; *c; ++c) checksum ^= static_cast<unsigned char>(*c);
+  std::snprintf(tail, sizeof tail, "*%02X%c%c", checksum, '\r', '\n');
+  return std::string(text) + tail;
+}
+
+std::string SrifFilter::m_get_running_span() {
+  const long seconds = s_wallClock() - static_cast<long>(tstart);
+  char text[160];
+  std::snprintf(text, sizeof text, "%-40s:%d days %d hour %d min %d sec\n", "Running Time",
+                static_cast<int>(seconds / 86400), static_cast<int>(seconds % 86400 / 3600),
+                static_cast<int>(seconds % 3600 / 60), static_cast<int>(seconds % 60));
+  return text;
+}
+
+}  // namespace tarvio

@@ -1,0 +1,182 @@
+/// The epoch before its rows: observations into the stations, position and model, slip detection,
+/// periodic reset.
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Common/Com.h"
+#include "Common/Logtrace.h"
+#include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/SrifFilter.h"
+#include "Core/Model/Model.h"
+#include "Core/Model/SppLsq.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr int kLeastSatellites = 5;      ///< of one system, for an epoch to be of use
+constexpr double kLeastResidual = 0.01;  ///< m, a model value that counts as present
+
+bool s_isPosition(const double* xyz) { return xyz[0] * xyz[1] * xyz[2] != 0.0; }
+
+void s_clearResiduals(Station& sta, int nsat) {
+  for (int isat = 0; isat < nsat; ++isat) std::fill_n(sta.m_sat[isat].m_xx, kObs, 0.0);
+}
+
+void s_clearObservations(Ssat_t& sat) {
+  std::fill_n(sat.m_obs, kObs, 0.0);
+  std::fill_n(sat.m_dop, kFreq, 0.0);
+  std::fill_n(sat.m_snr, kFreq, 0.0);
+  std::memset(sat.m_type, 0, sizeof sat.m_type);
+  std::fill_n(sat.m_flag, kFreq, 0);
+}
+
+void s_copyObservations(Ssat_t& sat, const Rnxobs& obs, int isat) {
+  std::copy_n(obs.m_obs[isat], kObs, sat.m_obs);
+  std::copy_n(obs.m_dop[isat], kFreq, sat.m_dop);
+  std::copy_n(obs.m_snr[isat], kFreq, sat.m_snr);
+  std::memcpy(sat.m_type, obs.m_type[isat], sizeof sat.m_type);
+  std::copy_n(obs.m_flag[isat], kFreq, sat.m_flag);
+}
+
+bool s_hasPhaseModel(const Ssat_t& sat, int nused) {
+  return std::any_of(sat.m_xx, sat.m_xx + std::min(nused, kFreq), [](double v) { return v != 0.0; });
+}
+
+}  // namespace
+
+void SrifFilter::v_setobs(std::map<std::string, Rnxobs*> obs) {
+  const Deploy& config = s_config();
+  for (std::size_t ista = 0; ista < m_stations.size(); ++ista) {
+    Station& sta = m_stations[ista];
+    for (int isat = 0; isat < config.m_nsat; ++isat) s_clearObservations(sta.m_sat[isat]);
+    const auto found = obs.find(sta.m_name);
+    const Rnxobs* record = found == obs.end() ? nullptr : found->second;
+    m_noteArrivals(static_cast<int>(ista), record);
+    if (!record) continue;
+
+    for (int isat = 0; isat < config.m_nsat; ++isat) {
+      const int isys = config.m_sysOfRow(isat);
+      if (m_prosys.find(SYS[isys]) == std::string::npos) continue;
+      s_copyObservations(sta.m_sat[isat], *record, isat);
+      const int nobserved = std::min(config.m_nfreqObs[isys], kFreq);
+      for (int f = 0; f < nobserved; ++f)
+        if (sta.m_attr[isys][f] == '\0' && sta.m_sat[isat].m_obs[kFreq + f] != 0.0)
+          sta.m_attr[isys][f] = sta.m_sat[isat].m_type[kFreq + f][2];
+    }
+    sta.m_mjd = mjd = record->m_mjd;
+    sta.m_sod = sod = record->m_sod;
+  }
+}
+
+void SrifFilter::v_onObsUpdate() {
+  m_corrifpb();
+  for (std::size_t ista = 0; ista < m_stations.size(); ++ista) {
+    m_positionAndModel(static_cast<int>(ista));
+    m_limitSatellites(m_stations[ista]);
+    m_checkUseful(m_stations[ista]);
+  }
+}
+
+void SrifFilter::m_positionAndModel(int ista) {
+  Station& sta = m_stations[static_cast<std::size_t>(ista)];
+  const int nsat = s_config().m_nsat;
+  s_clearResiduals(sta, nsat);
+  if (sta.m_skd == 'D') std::fill_n(sta.m_x, 3, 0.0);
+  if (!s_isPosition(sta.m_x)) {
+    Logtrace::m_logPrint("[%s,%d]:stan = %s,estimating spp coordinates...\n", __func__, __LINE__,
+                         sta.m_name.c_str());
+    SppLsq::s_spp(this, &sta, 10);
+    // The single-point model leaves its residuals and rows in the station.
+    s_clearResiduals(sta, nsat);
+    if (!s_isPosition(sta.m_xyz)) std::copy_n(sta.m_x, 3, sta.m_xyz);
+    if (!s_isPosition(sta.m_x)) sta.m_nobs = 0;
+  }
+  if (sta.m_model && s_isPosition(sta.m_x)) sta.m_model->gnssModel(true);
+}
+
+/// The row storage is sized for so many satellites in view; beyond, the lowest go.
+void SrifFilter::m_limitSatellites(Station& sta) {
+  if (!infs || sta.m_nobs < 1) return;
+  const int nsat = s_config().m_nsat;
+  bool present[kMaxSat] = {};
+  for (int row = 0; row < sta.m_nobs; ++row) present[sta.m_idxList[4 * row]] = true;
+  std::vector<int> seen;
+  for (int isat = 0; isat < nsat; ++isat)
+    if (present[isat]) seen.push_back(isat);
+  const auto limit = static_cast<std::size_t>(std::max(m_maxSatEpoch, 0));
+  if (seen.size() <= limit) return;
+
+  std::stable_sort(seen.begin(), seen.end(),
+                   [&](int a, int b) { return sta.m_sat[a].m_elev > sta.m_sat[b].m_elev; });
+  for (std::size_t i = limit; i < seen.size(); ++i) {
+    present[seen[i]] = false;
+    std::fill_n(sta.m_sat[seen[i]].m_xx, kObs, 0.0);
+  }
+  int kept = 0;
+  for (int row = 0; row < sta.m_nobs; ++row) {
+    if (!present[sta.m_idxList[4 * row]]) continue;
+    sta.m_omcList[kept] = sta.m_omcList[row];
+    sta.m_wgtList[kept] = sta.m_wgtList[row];
+    std::copy_n(sta.m_idxList + 4 * row, 4, sta.m_idxList + 4 * kept);
+    ++kept;
+  }
+  sta.m_nobs = kept;
+  Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, %d satellites in view, the lowest %d are left out\n", mjd,
+                          sod, sta.m_name.c_str(), static_cast<int>(seen.size()),
+                          static_cast<int>(seen.size() - limit));
+}
+
+void SrifFilter::m_checkUseful(Station& sta) {
+  const Deploy& config = s_config();
+  int count[kSys] = {};
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    const int isys = config.m_sysOfRow(isat);
+    if (s_hasPhaseModel(sta.m_sat[isat], config.m_nfreqUsed[isys])) ++count[isys];
+  }
+  if (*std::max_element(count, count + kSys) >= kLeastSatellites) return;
+
+  sta.m_nobs = 0;
+  for (int isat = 0; isat < config.m_nsat; ++isat)
+    for (int f = 0; f < kFreq; ++f)
+      if (std::fabs(sta.m_sat[isat].m_xx[f]) > kLeastResidual) sta.m_sat[isat].m_flag[f] = kFlagEpoch;
+  s_clearResiduals(sta, config.m_nsat);
+}
+
+void SrifFilter::v_onDataQC() {
+  const Deploy& config = s_config();
+  const bool single = s_has(config.m_obscomb, "SF");
+  for (Station& sta : m_stations)
+    for (int isat = 0; isat < config.m_nsat; ++isat) {
+      Ssat_t& sat = sta.m_sat[isat];
+      const char* name = sta.m_name.c_str();
+      if (single) m_qcDetectSlip_Sf_sat(mjd, sod, isat, name, sat.m_obs, sat.m_elev, sat.m_sm, sat.m_slip);
+      else m_qcDetectSlip_Df_sat(mjd, sod, isat, name, sat.m_obs, sat.m_elev, sat.m_sm, sat.m_slip);
+    }
+}
+
+void SrifFilter::v_onPrepare() {
+  const Deploy& config = s_config();
+  if (s_has(config.m_ambmode, "INST")) {
+    const std::time_t now = mjd2time(mjd, sod);
+    const double limit = s_numberBehindColon(config.m_ambmode);
+    if (treset == -1) {
+      treset = now;
+    } else if (static_cast<double>(now - treset) >= limit) {
+      v_srif_reset();
+      treset = now;
+    }
+  }
+
+  for (const Upd_ambconfig* layer : {&config.m_ambconfig[0], &config.m_ambconfig[1]}) {
+    if (!layer->m_resolution || !s_has(layer->m_ambType, "mw") || m_smoothedReported) continue;
+    m_smoothedReported = true;
+    Logtrace::m_logStatInfo("layer %s: the smoothed wide-lane filter is not available in this build\n",
+                            layer->m_tag.c_str());
+  }
+  tlast = mjd + sod / kDay;
+}
+
+}  // namespace tarvio

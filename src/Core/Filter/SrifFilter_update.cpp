@@ -1,0 +1,273 @@
+/// Observation rows and measurement update: one orthogonal triangularisation of [R z; A b].
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "Common/CMat.h"
+#include "Common/Com.h"
+#include "Common/Logtrace.h"
+#include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/SrifFilter.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr int kPairDoubles = 40;  ///< of a row in amat
+
+/// Writes the (column, coefficient) pairs of one row and takes the a-priori values out of its
+/// right-hand side.
+class RowWriter {
+ public:
+  RowWriter(double* pairs, int* count, double* omc, const std::vector<double>& xini)
+      : m_pairs(pairs), m_count(count), m_omc(omc), m_xini(xini) {
+    *m_count = 0;
+  }
+  /// A parameter that the model holds in its computed value.
+  void m_add(int column, double coefficient) {
+    if (column < 0) return;
+    m_pairs[2 * *m_count] = column;
+    m_pairs[2 * *m_count + 1] = coefficient;
+    ++*m_count;
+  }
+  /// A parameter that the model does not know.
+  void m_addReduced(int column, double coefficient) {
+    if (column < 0) return;
+    m_add(column, coefficient);
+    *m_omc -= coefficient * m_xini[static_cast<std::size_t>(column)];
+  }
+
+ private:
+  double* m_pairs;
+  int* m_count;
+  double* m_omc;
+  const std::vector<double>& m_xini;
+};
+
+}  // namespace
+
+void SrifFilter::v_xini_update(int mode) {
+  const Deploy& config = s_config();
+  if (mode == 0) {
+    for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
+      const Station& sta = m_stations[static_cast<std::size_t>(ista)];
+      const int ip = i_ip(ista), ic = i_ic(ista, config.m_refsys);
+      // A dynamic station without a single-point position has zeros here: the last value is better.
+      const bool known = sta.m_x[0] != 0.0 || sta.m_x[1] != 0.0 || sta.m_x[2] != 0.0;
+      for (int i = 0; ip >= 0 && known && i < 3; ++i)
+        m_pamt[static_cast<std::size_t>(ip + i)].xini = sta.m_x[i];
+      if (ic >= 0) m_pamt[static_cast<std::size_t>(ic)].xini = sta.m_rclk[config.m_refsys];
+    }
+    return;
+  }
+  const double now = mjd + sod / kDay;
+  for (SrifPamt& record : m_pamt) {
+    if (record.ptime0 == 0.0) record.ptime0 = now;
+    if (record.tpiece != 0.0 && record.ptime1 == 0.0) {
+      record.ptime0 = now;
+      record.ptime1 = mjd + (record.tpiece + sod) / kDay;
+    } else if (record.tpiece == 0.0 && record.nuse > 0) {
+      record.ptime0 = record.ptime1 = now;
+    }
+  }
+}
+
+/// The row arrays of the epoch stand in storage that is kept; v_onFinish takes the pointers back.
+void SrifFilter::m_allocateRows(int rows) {
+  const Deploy& config = s_config();
+  const auto count = static_cast<std::size_t>(std::max(rows + (validConfig(config.m_p1p2Dcb) ? 7 : 0), 1));
+  m_rowDoubles.assign(count * (kPairDoubles + 4), 0.0);
+  m_rowInts.assign(count * 6, 0);
+  amat = m_rowDoubles.data();
+  tres = amat + count * kPairDoubles;
+  resi = tres + count;
+  obswgt = resi + count;
+  resi_fix = config.m_liar ? obswgt + count : nullptr;
+  namat = m_rowInts.data();
+  obsrec = namat + count;
+}
+
+void SrifFilter::v_onSetAmat() {
+  m_xiniOf.clear();
+  for (const SrifPamt& record : m_pamt) m_xiniOf.push_back(record.xini);
+  for (const SrifPamt* record : m_ionlist) m_xiniOf.push_back(record->xini);
+  for (const SrifPamt* record : m_amblist) m_xiniOf.push_back(record->xini);
+
+  int rows = 0;
+  for (const Station& sta : m_stations) rows += sta.m_nobs;
+  if (rows == 0) return;
+  m_allocateRows(rows);
+  int number = 0;
+  for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
+    Station& sta = m_stations[static_cast<std::size_t>(ista)];
+    for (int row = 0; row < sta.m_nobs; ++row) m_setRow(sta, ista, row, number++, m_xiniOf);
+  }
+}
+
+void SrifFilter::m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini) {
+  const Deploy& config = s_config();
+  const int isat = sta.m_idxList[4 * row], slot = sta.m_idxList[4 * row + 1],
+            kind = sta.m_idxList[4 * row + 2];
+  sta.m_idxList[4 * row + 3] = number;
+  const Ssat_t& sat = sta.m_sat[isat];
+  const int isys = config.m_sysOfRow(isat);
+  const double* freq = config.m_satellites[static_cast<std::size_t>(isat)].m_freq;
+  const double dispersion = freq[0] * freq[0] / (freq[slot] * freq[slot]);
+  const char* cprn = config.m_cprn[isat].c_str();
+  RowWriter writer(amat + kPairDoubles * number, namat + number, sta.m_omcList + row, xini);
+
+  if (const int ip = i_ip(ista); ip >= 0)
+    for (int i = 0; i < 3; ++i) writer.m_add(ip + i, sat.m_los[i]);
+  writer.m_add(i_is(isat), -1.0);
+  // The reference system's clock is the receiver clock; another system's is an offset on top of it.
+  if (isys == config.m_refsys) {
+    writer.m_add(i_ic(ista, isys), 1.0);
+  } else {
+    writer.m_addReduced(i_ic(ista, isys), 1.0);
+    writer.m_add(i_ic(ista, config.m_refsys), 1.0);
+  }
+  writer.m_addReduced(i_it(ista), sat.m_mapwet);
+
+  if (kind == kRowCode || kind == kRowAfifCode) {
+    const auto extra = config.m_freqExtra.find(SYS[isys]);
+    if (extra != config.m_freqExtra.end() && std::find(extra->second.begin(), extra->second.end(),
+                                                       config.m_freqUsed[isys][slot]) != extra->second.end())
+      writer.m_addReduced(i_id(ista, isys, slot), 1.0);
+  }
+  if (const int id = i_id2(ista, isys); id >= 0) {
+    const SrifPamt& record = m_pamt[static_cast<std::size_t>(id)];
+    const double f1 = freq[record.ifreq] * freq[record.ifreq], f2 = freq[record.ifreq2] * freq[record.ifreq2];
+    const double share = kind == kRowCode ? -1.0 : 0.0;
+    writer.m_addReduced(id, f1 == f2 ? 0.0 : -f2 / (f1 - f2) * dispersion * share);
+  }
+  if (validConfig(config.m_ionmodel)) {
+    const SrifPamt* record = m_pm(ista, isat, kSlotIon);
+    if (!record)
+      s_fatal("v_onSetAmat", __LINE__, "null pointer for observation %s %s\n", sta.m_name.c_str(), cprn);
+    // Code is delayed by the ionosphere, phase advanced.
+    writer.m_addReduced(record->ipar, (kind == kRowCode ? 1.0 : -1.0) * dispersion * sat.m_ionmap);
+  }
+  if (kind != kRowPhase && kind != kRowAfifPhase) return;
+
+  const SrifPamt* record = m_pm(ista, isat, slot);
+  const char* name = config.m_freqUsed[isys][slot];
+  if (kind == kRowPhase && !record)
+    s_fatal("v_onSetAmat", __LINE__, "null pointer for observation %s %s\n", sta.m_name.c_str(), cprn);
+  if (kind == kRowPhase && record->ipar == -1)
+    s_fatal("v_onSetAmat", __LINE__, "[%d %8.1lf] sta = %s, cprn = %s, freq = %s, ambiguity error!\n", mjd,
+            sod, sta.m_name.c_str(), cprn, name);
+  if (!record || record->ipar == -1)
+    s_fatal("v_onSetAmat", __LINE__,
+            "[%d %8.1lf] sta = %s, cprn = %s, freq = %s, AFIF wide-lane ambiguity error!\n", mjd, sod,
+            sta.m_name.c_str(), cprn, name);
+  writer.m_addReduced(record->ipar, kind == kRowPhase ? record->lam : v_setAFIF_lam(isat, nullptr, nullptr));
+}
+
+SrifPamt* SrifFilter::m_recordOf(int column, int ista, int isat, int slot) {
+  if (column < np) return &m_pamt[static_cast<std::size_t>(column)];
+  return column < npi ? m_pm(ista, isat, kSlotIon) : m_pm(ista, isat, slot);
+}
+
+void SrifFilter::v_onAddObsMatrix() {
+  if (!infs) return;
+  v_xini_update(0);
+  v_onSetAmat();
+  nobs = 0;
+  const bool phase = s_usesPhase();
+  int dropped = 0;
+  for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
+    const Station& sta = m_stations[static_cast<std::size_t>(ista)];
+    for (int row = 0; row < sta.m_nobs; ++row) {
+      const int kind = sta.m_idxList[4 * row + 2];
+      if (kind == kRowAfifCode || (!phase && kind != kRowCode)) continue;
+      // One row below is kept for the reflectors' factors.
+      if (nobs >= nhk || imtx + nobs + 2 > ldinfs) ++dropped;
+      else m_addRow(sta, ista, row);
+    }
+  }
+  if (dropped > 0 && !m_rowsReported) {
+    m_rowsReported = true;
+    Logtrace::m_logStatInfo("[%d %8.1lf] %d rows do not fit into the array and are left out\n", mjd, sod,
+                            dropped);
+  }
+  if (s_config().m_ldebug) {
+    CMat::CMat_PrintMatrix_file(Hk, nhk, nobs, imtx + 1, "", "Hk");
+    CMat::CMat_PrintMatrix_file(infs, ldinfs, imtx + nobs, imtx + 1, "", "infs");
+  }
+  v_xini_update(1);
+}
+
+void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
+  const int* index = sta.m_idxList + 4 * row;
+  const int isat = index[0], slot = index[1], number = index[3];
+  const double wgt = sta.m_wgtList[row];
+  const int record[5] = {isat, index[2], slot, ista, row};
+  std::copy_n(record, 5, obsrec + 5 * nobs);
+  obswgt[nobs] = wgt;
+  for (int column = 0; column <= imtx; ++column) {
+    infs[iptx[column] + imtx + nobs] = 0.0;
+    Hk[iphk[column] + nobs] = 0.0;
+  }
+  const double* pairs = amat + kPairDoubles * number;
+  for (int i = 0; i < namat[number]; ++i) {
+    const int column = static_cast<int>(pairs[2 * i]);
+    SrifPamt* parameter = m_recordOf(column, ista, isat, slot);
+    ++parameter->nuse;
+    parameter->elevsum += sta.m_sat[isat].m_elev;
+    infs[iptx[column] + imtx + nobs] = wgt * pairs[2 * i + 1];
+    Hk[iphk[column] + nobs] = pairs[2 * i + 1];
+  }
+  infs[iptx[imtx] + imtx + nobs] = wgt * sta.m_omcList[row];
+  Hk[iphk[imtx] + nobs] = sta.m_omcList[row];
+  ++nobs;
+}
+
+void SrifFilter::v_onFilterEstimate() {
+  m_solstat = 0;
+  if (nobs < 1) return;
+  const Deploy& config = s_config();
+  CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, config.m_ldia);
+  std::printf("imtx: %d nobs: %d %d - %d np: %d\n", imtx, nobs, imtx + nobs, nobs, np);
+
+  double* misfit = infs + iptx[imtx] + imtx;
+  std::copy_n(misfit, nobs, tres);
+  std::fill_n(misfit, nobs, 0.0);
+  m_get_resi(resi);
+  m_sig0 = m_unitWeightSigma(false);
+  if (config.m_ldia) m_onDia();
+
+  m_solstat = s_has(config.m_obsused, "PHASE") ? 2 : 1;
+  m_solve_update();
+  m_get_dop();
+  double spread = 0.0;
+  // The smoother would carry a value that is not finite for a whole window.
+  if (std::isfinite(m_sig0)) m_smooth.m_smooth(m_sig0, &m_sig0_smooth, &spread);
+  m_genxsig();
+}
+
+void SrifFilter::m_get_resi(double* out) {
+  if (!infs || !out || nobs < 1) return;
+  m_solve(m_solution);
+  std::copy_n(Hk + iphk[imtx], nobs, out);
+  for (int column = 0; column < imtx; ++column) {
+    const double x = m_solution[static_cast<std::size_t>(column)];
+    const double* design = Hk + iphk[column];
+    for (int row = 0; row < nobs; ++row) out[row] -= design[row] * x;
+  }
+}
+
+double SrifFilter::m_unitWeightSigma(bool codeAndPhaseOnly) const {
+  double sum = 0.0;
+  int count = 0;
+  for (int row = 0; row < nobs; ++row) {
+    const int kind = obsrec[5 * row + 1];
+    if (kind <= 0 || (codeAndPhaseOnly && kind != kRowCode && kind != kRowPhase)) continue;
+    const double scaled = resi[row] * obswgt[row];
+    sum += scaled * scaled;
+    ++count;
+  }
+  return count > 0 ? std::sqrt(sum / count) : 0.0;
+}
+
+}  // namespace tarvio

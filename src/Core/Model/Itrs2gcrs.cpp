@@ -1,0 +1,198 @@
+/// \file Itrs2gcrs.cpp
+/// References
+/// - Petit, Luzum (eds.), IERS Conventions (2010), IERS Technical Note 36, chapters 5 and 8.
+/// - Yoder et al. 1981, Wahr & Bergen 1986, Kantha et al. 1998: zonal tides (table 8.1).
+
+#include "Core/Model/Itrs2gcrs.h"
+
+#include <erfa.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "Common/ComTime.h"
+#include "Common/Constants.h"
+#include "Common/Fatal.h"
+#include "Core/Model/Taiutc.h"
+#include "Interface/Controller.h"
+
+namespace tarvio {
+namespace {
+
+enum Conventions { kIers2010, kIers2003, kIers1996 };
+
+constexpr double kArcsecToRad = 4.84813681109536e-06;
+constexpr double kOmega = 7.2921151467e-5;  // rad/s
+constexpr double kMjdZero = 2400000.5;      // Julian date of MJD 0
+constexpr double kGpsToTai_s = 19.0;
+constexpr double kTaiToTt_s = 32.184;
+constexpr double kMicro = 1.0e-6;
+constexpr double kTenth_s = 0.1;
+
+int s_model(const char* conv) {
+  if (std::strcmp(conv, "IERS2010") == 0) return kIers2010;
+  if (std::strcmp(conv, "IERS2003") == 0) return kIers2003;
+  if (std::strcmp(conv, "IERS1996") == 0) return kIers1996;
+  s_fatal(__func__, __LINE__, "***ERROR(itrs2gcrs):%s,unknown conventions\n", conv);
+}
+
+/// Earth rotation angle and sidereal time at (UT1, TT).
+double s_rotationAngle(int model, int mjdUt1, double dayUt1, int mjdTt, double dayTt, double* sidereal) {
+  const double ut1 = kMjdZero + mjdUt1, tt = kMjdZero + mjdTt;
+  if (model == kIers1996) return *sidereal = eraGst94(ut1, dayUt1);
+  *sidereal = model == kIers2010 ? eraGmst06(ut1, dayUt1, tt, dayTt) : eraGmst00(ut1, dayUt1, tt, dayTt);
+  return eraEra00(ut1, dayUt1);
+}
+
+}  // namespace
+
+Itrs2gcrs& Itrs2gcrs::s_getInstance() {
+  static Itrs2gcrs instance;
+  return instance;
+}
+
+double Itrs2gcrs::s_zonalCenturies(int mjdTT, double sodTT) {
+  return (mjdTT + sodTT / kDay - 51545.0) / 36525.0;
+}
+
+void Itrs2gcrs::itrs2gcrs(const char* conv, int /*flag*/, int mjd, double sod, const double* eop,
+                          double R[3][3], double Rdot[3][3], double /*dpsi*/, double /*deps*/, int* mjd_ut1,
+                          double* sod_ut1, double* gast, double* xp, double* yp) {
+  const int model = s_model(conv);
+  const SlowTerms& slow = m_slowTerms(model, mjd, sod);
+  const double poleX = eop[0] + slow.xp, poleY = eop[1] + slow.yp;
+
+  int mjdTt, mjdUt1;
+  double sodTt, sodUt1;
+  timinc(mjd, sod, kGpsToTai_s + kTaiToTt_s, &mjdTt, &sodTt);
+  const int leap = Taiutc::s_getInstance().m_getTaiutc(mjd);
+  timinc(mjd, sod, kGpsToTai_s - leap + eop[2] + slow.dut1, &mjdUt1, &sodUt1);
+
+  double sidereal;
+  const double angle = s_rotationAngle(model, mjdUt1, sodUt1 / kDay, mjdTt, sodTt / kDay, &sidereal);
+
+  double pole[3][3];  // terrestrial to the intermediate pole
+  eraIr(pole);
+  eraRx(poleY * kArcsecToRad, pole);
+  eraRy(poleX * kArcsecToRad, pole);
+  eraRz(-slow.sp, pole);
+
+  double inertial[3][3];
+  eraTr(const_cast<double(*)[3]>(slow.C), inertial);
+  double spin[3][3];
+  eraIr(spin);
+  eraRz(-angle, spin);
+  const double s = std::sin(angle), c = std::cos(angle);
+  double spinRate[3][3] = {{-kOmega * s, -kOmega * c, 0.0}, {kOmega * c, -kOmega * s, 0.0}, {0.0, 0.0, 0.0}};
+
+  double turned[3][3];
+  eraRxr(spin, pole, turned);
+  eraRxr(inertial, turned, R);
+  eraRxr(spinRate, pole, turned);
+  eraRxr(inertial, turned, Rdot);
+
+  if (mjd_ut1) *mjd_ut1 = mjdUt1;
+  if (sod_ut1) *sod_ut1 = sodUt1;
+  if (gast) *gast = sidereal;
+  if (xp) *xp = poleX;
+  if (yp) *yp = poleY;
+}
+
+const Itrs2gcrs::SlowTerms& Itrs2gcrs::m_slowTerms(int model, int mjd, double sod) {
+  const long tenths = std::lround(sod / kTenth_s);
+  for (const SlowTerms& kept : m_slow)
+    if (kept.model == model && kept.mjd == mjd && kept.tenths == tenths) return kept;
+
+  SlowTerms& slow = m_slow[m_slowNext];
+  m_slowNext = (m_slowNext + 1) % kSlowKept;
+  slow.model = model;
+  slow.mjd = mjd;
+  slow.tenths = tenths;
+
+  const double sodRounded = static_cast<double>(tenths) * kTenth_s;
+  const int leap = Taiutc::s_getInstance().m_getTaiutc(mjd);
+  int mjdTt, mjdUtc;
+  double sodTt, sodUtc;
+  timinc(mjd, sodRounded, kGpsToTai_s + kTaiToTt_s, &mjdTt, &sodTt);
+  timinc(mjd, sodRounded, kGpsToTai_s - leap, &mjdUtc, &sodUtc);
+
+  // The libration in UT1, 3.5 microseconds at most, is left out: a turn about the axis of rotation
+  // cancels in a model whose receiver, satellites and result are all Earth-fixed.
+  double zonal, unusedLod, unusedOmega, ocean[3], libration[2];
+  m_sumZonal(model, s_zonalCenturies(mjdTt, sodTt), &zonal, &unusedLod, &unusedOmega);
+  ORTHO_EOP(mjdUtc + sodUtc / kDay, ocean);
+  PMSDNUT2(mjdUtc + sodUtc / kDay, libration);
+  slow.xp = (ocean[0] + libration[0]) * kMicro;
+  slow.yp = (ocean[1] + libration[1]) * kMicro;
+  slow.dut1 = ocean[2] * kMicro + zonal;
+
+  const double tt = kMjdZero + mjdTt, day = sodTt / kDay;
+  switch (model) {
+    case kIers2010:
+      eraC2i06a(tt, day, slow.C);
+      break;
+    case kIers2003:
+      eraC2i00a(tt, day, slow.C);
+      break;
+    default:
+      eraPnm80(tt, day, slow.C);
+      break;
+  }
+  slow.sp = model == kIers1996 ? 0.0 : eraSp00(tt, day);
+  return slow;
+}
+
+void Itrs2gcrs::RG_ZONT2(const char* conv, double T, double* dut, double* dlod, double* domega) {
+  m_sumZonal(s_model(conv), T, dut, dlod, domega);
+}
+
+void Itrs2gcrs::m_sumZonal(int model, double T, double* dut, double* dlod, double* domega) {
+  constexpr double kScale = 1.0e-4;
+  double arg[5];
+  FUNDARG(T, &arg[0], &arg[1], &arg[2], &arg[3], &arg[4]);
+  double sum[3] = {};
+  for (const ZonalTerm& term : m_zonalTable(model)) {
+    double angle = 0.0;
+    for (int k = 0; k < 5; ++k) angle += term.n[k] * arg[k];
+    angle = std::fmod(angle, 2.0 * kPi);
+    const double s = std::sin(angle), c = std::cos(angle);
+    sum[0] += term.a[0] * s + term.a[1] * c;
+    sum[1] += term.a[2] * c + term.a[3] * s;
+    sum[2] += term.a[4] * c + term.a[5] * s;
+  }
+  *dut = sum[0] * kScale;
+  *dlod = sum[1] * kScale;
+  *domega = sum[2] * kScale;
+}
+
+const std::vector<Itrs2gcrs::ZonalTerm>& Itrs2gcrs::m_zonalTable(int model) {
+  std::vector<ZonalTerm>& table = m_zonal[model == kIers2010 ? 0 : 1];
+  if (table.empty()) m_readZonal(model == kIers2010 ? "ut1t10" : "ut1t03", table);
+  return table;
+}
+
+void Itrs2gcrs::m_readZonal(const char* key, std::vector<ZonalTerm>& table) {
+  const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
+  const auto entry = files.find(key);
+  if (entry == files.end())
+    s_fatal(__func__, __LINE__, "***ERROR(readCommFil):file_table not exist config item %s\n", key);
+  std::ifstream in(entry->second);
+  if (!in) s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no such file %s\n", entry->second.c_str());
+
+  std::string line;
+  while (std::getline(in, line))
+    if (line.find("--------") != std::string::npos) break;
+  while (std::getline(in, line)) {
+    ZonalTerm t;
+    if (std::sscanf(line.c_str(), "%d%d%d%d%d%lf%lf%lf%lf%lf%lf", &t.n[0], &t.n[1], &t.n[2], &t.n[3], &t.n[4],
+                    &t.a[0], &t.a[1], &t.a[2], &t.a[3], &t.a[4], &t.a[5]) == 11)
+      table.push_back(t);
+  }
+  if (table.empty())
+    s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no term of the zonal tides in %s\n", entry->second.c_str());
+}
+
+}  // namespace tarvio

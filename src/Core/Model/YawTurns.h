@@ -1,0 +1,82 @@
+#pragma once
+/// \file YawTurns.h
+/// Yaw laws of satellites near noon and midnight, as angles alone.
+///
+/// Angles are degrees. beta: elevation of the Sun above the orbit plane. mu: orbit angle from the
+/// midnight point in the sense of motion, in [0, 360). Yaw psi: angle from the along-track direction
+/// to the body x axis, right-handed about body z (to the Earth). Nominal yaw has the body x axis
+/// toward the Sun: atan2(-tan beta, sin mu); `reversed` blocks away from it: atan2(tan beta, -sin mu).
+///
+/// References
+///   Kouba: A simplified yaw-attitude model for eclipsing GPS satellites, GPS Solutions 13, 2009, and
+///     the notes to his routine up to 2014.
+///   Dilssner: GPS IIF-1 satellite antenna phase center and attitude modeling, Inside GNSS 9/2010.
+///   Dilssner et al.: The GLONASS-M satellite yaw-attitude model, Adv. Space Res. 47, 2011.
+///   European GNSS Service Centre: Galileo satellite metadata, attitude law.
+///   Wang, Guo, Zhao, Liu: GPS Solutions 22, 2018 (BDS-3 CAST).
+
+#include <array>
+#include <optional>
+
+namespace tarvio {
+
+/// Geometry of an epoch.
+struct YawEpoch {
+  double t = 0.0;        ///< s since the start of the run
+  double beta = 0.0;     ///< deg
+  double mu = 0.0;       ///< deg
+  double rate = 0.0;     ///< of mu, deg/s
+  double cosine = 0.0;   ///< of the angle satellite-geocentre-Sun: near -1 at midnight, +1 at noon
+};
+
+enum class KoubaKind { iia, iif, iir, glonass };
+
+/// Constants of a block with noon and midnight turns at a limited rate.
+struct KoubaBlock {
+  KoubaKind kind = KoubaKind::iia;
+  double maxRate = 0.0;     ///< deg/s
+  double nightLimit = 0.0;  ///< 180 plus the angular radius of the shadow, deg
+  double bias = 0.0;        ///< yaw bias, deg; decides directions alone
+};
+
+/// Cosine law between the nominal yaws at both ends of a turn.
+struct CosineBlock {
+  double betaLimit = 0.0;   ///< deg
+  double range = 0.0;       ///< of the angle Sun - Earth-satellite line, deg
+  double frequency = 0.0;   ///< rad/s
+};
+
+/// Nominal yaw, deg.
+double nominalYaw(double beta, double mu, bool reversed);
+
+/// The recorded turns of one satellite, at most 120 in a run.
+class YawTurns {
+ public:
+  /// Each law returns by how much the body turns about z against nominal yaw, deg; nothing when the
+  /// attitude is nominal.
+  std::optional<double> kouba(const KoubaBlock& block, const YawEpoch& epoch);
+  std::optional<double> cosine(const CosineBlock& block, const YawEpoch& epoch);
+  /// Galileo IOV: the Sun's component across the orbit plane is replaced by a smooth profile.
+  std::optional<double> galileoIov(const YawEpoch& epoch);
+
+  void reset() { m_count = 0; }
+  int count() const { return m_count; }
+
+  struct Turn {
+    double start = 0.0, end = 0.0;  ///< s
+    double beta = 0.0;              ///< at the opening, deg
+  };
+  const Turn& turn(int i) const { return m_turns[static_cast<std::size_t>(i)]; }
+
+ private:
+  static constexpr int kMaxTurns = 120;
+
+  bool mayOpen(double t) const;
+  void open(const YawEpoch& epoch, double toCentre, double half);
+  const Turn* inForce(double t, double after) const;
+
+  std::array<Turn, kMaxTurns> m_turns{};
+  int m_count = 0;
+};
+
+}  // namespace tarvio

@@ -1,0 +1,47 @@
+#pragma once
+/// \file child.h
+/// Runs code in a forked child and keeps what it wrote on standard output: the engine reports bad
+/// configuration by text and exit status, and ends the process.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <utility>
+
+namespace support {
+
+struct ChildResult {
+  int status = -1;     ///< exit status, 128 + signal when killed
+  std::string output;  ///< standard output
+};
+
+template <class Body>
+ChildResult runInChild(Body&& body) {
+  int ends[2];
+  if (pipe(ends) != 0) return {};
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+    std::forward<Body>(body)();
+    std::fflush(stdout);
+    _exit(0);
+  }
+  close(ends[1]);
+  ChildResult result;
+  char buffer[4096];
+  for (ssize_t n; (n = read(ends[0], buffer, sizeof buffer)) > 0;) {
+    result.output.append(buffer, static_cast<std::size_t>(n));
+  }
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return result;
+}
+
+}  // namespace support

@@ -1,0 +1,384 @@
+#pragma once
+/// \file deployment.h
+/// A small complete deployment of the engine in a temporary directory. A test changes what it is
+/// about, then writes and loads it:
+///
+///     support::Deployment deployment;
+///     deployment.config["common"]["obscomb"] = "SF";
+///     const support::ChildResult result = deployment.loadInChild();
+///
+/// Everything is made up but plausible: satellites without end of validity, antenna offsets that
+/// tell satellite and frequency apart, one receiver antenna, ocean loading for one site.
+
+#include <json/json.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Interface/Controller.h"
+#include "support/child.h"
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+inline std::string print(const char* format, ...) __attribute__((format(printf, 1, 2)));
+inline std::string print(const char* format, ...) {
+  char text[1024];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  return text;
+}
+
+inline void writeFile(const fs::path& path, const std::string& content) {
+  std::ofstream file(path, std::ios::binary);
+  file << content;
+  if (!file) throw std::runtime_error("cannot write " + path.string());
+}
+
+inline std::string readFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+/// A directory that goes away with the object.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string name = (fs::temp_directory_path() / "gnx-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
+    m_path = name;
+  }
+  ~TemporaryDirectory() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  const fs::path& path() const { return m_path; }
+
+ private:
+  fs::path m_path;
+};
+
+// ---- data files ----
+
+/// Name and type word, as in the satellite list.
+using SatelliteList = std::vector<std::pair<std::string, std::string>>;
+
+inline SatelliteList satelliteRange(char letter, int first, int last, const char* type) {
+  SatelliteList list;
+  for (int k = first; k <= last; ++k) list.emplace_back(print("%c%02d", letter, k), type);
+  return list;
+}
+
+/// GPS 32, Galileo 36, BDS-3 28, BDS-2 5, QZSS 3: a full sky for runs.
+inline SatelliteList fullSky() {
+  SatelliteList all;
+  for (const SatelliteList& part :
+       {satelliteRange('G', 1, 32, "GPS"), satelliteRange('E', 1, 36, "GAL"), satelliteRange('C', 19, 46, "BD3"),
+        satelliteRange('C', 6, 10, "BD2"), satelliteRange('J', 1, 3, "QZS")}) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
+inline const char* blockOf(char letter) {
+  switch (letter) {
+    case 'E':
+      return "GALILEO-2";
+    case 'C':
+      return "BEIDOU-3M-CAST";
+    case 'J':
+      return "QZSS";
+    case 'R':
+      return "GLONASS-M";
+    default:
+      return "BLOCK IIF";
+  }
+}
+
+inline const char* antexCodes(char letter) {
+  switch (letter) {
+    case 'E':
+      return "E01 E05 E06 E07 E08";
+    case 'C':
+      return "C01 C02 C05 C06 C07 C08";
+    case 'J':
+      return "J01 J02 J05";
+    case 'R':
+      return "R01 R02";
+    default:
+      return "G01 G02 G05";
+  }
+}
+
+/// A line of an ANTEX file: content, label in column 60.
+inline std::string antexLine(const std::string& content, const char* label) {
+  return print("%-60s%-20s\n", content.c_str(), label);
+}
+
+inline std::string antexHeader(char type = 'A') {
+  return antexLine("     1.4            M", "ANTEX VERSION / SYST") +
+         antexLine(std::string(1, type), "PCV TYPE / REFANT") + antexLine("", "END OF HEADER");
+}
+
+/// One frequency section with a pattern of zeros; north, east, up in millimetres.
+inline std::string antexFrequency(const std::string& code, double north, double east, double up) {
+  return antexLine("   " + code, "START OF FREQUENCY") +
+         antexLine(print("%10.2f%10.2f%10.2f", north, east, up), "NORTH / EAST / UP") +
+         "   NOAZI    0.00    0.00    0.00\n" + antexLine("   " + code, "END OF FREQUENCY");
+}
+
+/// An antenna block around its frequency sections. `validity`: lines "VALID FROM" and "VALID UNTIL".
+inline std::string antexBlock(const std::string& type, const std::string& serial, const std::string& frequencies,
+                              const std::string& validity = "") {
+  return antexLine("", "START OF ANTENNA") +
+         antexLine(print("%-20s%-20s", type.c_str(), serial.c_str()), "TYPE / SERIAL NO") +
+         antexLine("     0.0", "DAZI") + antexLine("     0.0  14.0   7.0", "ZEN1 / ZEN2 / DZEN") +
+         antexLine("     3", "# OF FREQUENCIES") + validity + frequencies + antexLine("", "END OF ANTENNA");
+}
+
+inline std::string antexTime(int year, int month, int day, const char* label) {
+  return antexLine(print("%6d%6d%6d     0     0    0.0000000", year, month, day), label);
+}
+
+/// Offsets of satellites: north 1000 mm, east the satellite number in mm, up 2000 mm plus the code
+/// number. Receiver TRM59800.00: 1, 2, 80 mm on G01 and 3, 4, 120 mm on G02.
+inline std::string antexFile(const SatelliteList& satellites) {
+  std::string text = antexHeader();
+  for (const auto& [name, type] : satellites) {
+    std::string sections, code;
+    for (std::istringstream codes(antexCodes(name[0])); codes >> code;) {
+      sections += antexFrequency(code, 1000.0, std::stod(name.substr(1)), 2000.0 + std::stod(code.substr(1)));
+    }
+    text += antexBlock(blockOf(name[0]), name, sections);
+  }
+  return text + antexBlock("TRM59800.00     SCIS", "",
+                           antexFrequency("G01", 1.0, 2.0, 80.0) + antexFrequency("G02", 3.0, 4.0, 120.0));
+}
+
+inline std::string satnavRow(const std::string& name, const std::string& block, int startYear, int endYear) {
+  std::string field = block;
+  if (const std::size_t blank = field.find(' '); blank != std::string::npos) field[blank] = '~';
+  const auto day = [](int year) {
+    return year == 0 ? std::string("0000 00 00 00 00 00") : print("%04d 01 01 00 00 00", year);
+  };
+  return print("%-3s  %03d  %-20s  %-9s  %s  %s  %6.1f  %4d\n", name.c_str(), 700, field.c_str(), "2011-036A",
+               day(startYear).c_str(), day(endYear).c_str(), 1633.0, 7);
+}
+
+/// PART 1 only unless rows of PART 2 are given.
+inline std::string satnavFile(const std::string& rows, const std::string& part2 = "") {
+  const std::string header = "1\n2\n3\n4\n5\n";
+  return "Satellite table of a test\nPART 1\n" + header + rows + "PART 2\n" + header + part2;
+}
+
+inline std::string satelliteListFile(const SatelliteList& satellites) {
+  std::string text = "-Satellite used\n";
+  for (const auto& [name, type] : satellites) text += " " + name + " " + type + "\n";
+  return text + "+Satellite used\n";
+}
+
+/// GPT2w grid of 1 degree, the same mid-latitude atmosphere in every cell. Made once per machine.
+inline fs::path flatTroposphereGrid() {
+  const fs::path path = fs::temp_directory_path() / print("gnx-test-grid-%d-v1.grd", static_cast<int>(getuid()));
+  if (fs::exists(path)) return path;
+  // p (Pa), T (K), Q, dT, undulation, height, ah, aw, lambda, Tm; Q, dT, ah, aw times 1000
+  const std::string cell =
+      " 101325 0 0 0 0 288.0 0 0 0 0 7.00 0 0 0 0 -6.5 0 0 0 0 0.00 0.00 1.2500 0 0 0 0 0.5500 0 0 0 0"
+      " 2.5000 0 0 0 0 277.0 0 0 0 0\n";
+  std::string text = "%  lat    lon   constant atmosphere\n";
+  for (int row = 0; row < 180; ++row) {
+    for (int column = 0; column < 360; ++column) text += print("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
+  }
+  const fs::path draft = path.string() + "." + std::to_string(getpid());
+  writeFile(draft, text);
+  fs::rename(draft, path);  // whole or not at all, whoever else makes it at the same time
+  return path;
+}
+
+// ---- the deployment ----
+
+class Deployment {
+ public:
+  Json::Value config;     ///< ppp.json
+  Json::Value tables;     ///< table of data files
+  Json::Value ambiguity;  ///< ambiguity layers
+  Json::Value smoothing;  ///< smoothing combinations, read by layers of type "mw"
+  SatelliteList satellites;
+  bool withGrid = false;  ///< provide the troposphere grid (22 MB, needed by runs, not by the load)
+  // Contents of the data files; empty ones are made from the satellite list by write().
+  std::string satconf, satnav, antpcv;
+  std::string antnam = "MAIN  TRM59800.00     SCIS\nMAIN  LEIAR25.R4      LEIT\n";
+  std::string leapsc = "+leap sec\n 41317 10\n 57204 36\n 57754 37\n 99999 37\n-leap sec\n";
+  std::string ratio = "nrow 0 ndim 0\n";
+  std::string ocload =
+      "$$ SITE,                      RADI TANG  lon/lat:    8.4568   55.4936   59.485\n"
+      "  .00491 .00196 .00112 .00056 .00175 .00194 .00054 .00046 .00049 .00034 .00044\n"
+      "  .00218 .00035 .00053 .00003 .00235 .00148 .00072 .00029 .00009 .00002 .00005\n"
+      "  .00182 .00054 .00041 .00010 .00393 .00272 .00123 .00046 .00040 .00027 .00029\n"
+      "  -110.6  -82.9 -122.9  -87.1  140.9  127.4  136.5  117.5   55.2   34.1    4.0\n"
+      "   121.8 -179.8   89.4 -118.2   71.9   39.6   72.6   12.2 -146.6  145.7 -170.0\n"
+      "    85.9  137.3   63.5  165.6 -106.3 -114.8 -109.1 -126.0   78.1   38.8    3.9\n";
+  std::string ut1t10 =
+      "Zonal tides\n--------\n"
+      "   0   0   2   0   2     -7.8468    0.5320    36.0910    2.4469   -30.4606   -2.0652\n"
+      "   0   0   0   0   1  -1617.2681    0.0000   -14.9471    0.0000    12.6153    0.0000\n";
+
+  Deployment() {
+    for (const SatelliteList& part :
+         {satelliteRange('G', 1, 4, "GPS"), satelliteRange('E', 1, 3, "GAL"), satelliteRange('C', 19, 21, "BD3"),
+          satelliteRange('C', 6, 7, "BD2"), satelliteRange('J', 2, 2, "QZS")}) {
+      satellites.insert(satellites.end(), part.begin(), part.end());
+    }
+    makeConfig();
+    makeTables();
+    makeAmbiguity();
+  }
+
+  fs::path path(const std::string& name) const { return m_directory.path() / name; }
+
+  /// Writes every file. Members of `tables` that a test removed stay away from the table.
+  void write() const {
+    std::string rows;
+    for (const auto& [name, type] : satellites) rows += satnavRow(name, blockOf(name[0]), 1990, 0);
+    writeFile(path("ppp.json"), config.toStyledString());
+    writeFile(path("tables.json"), tables.toStyledString());
+    writeFile(path("amb.json"), ambiguity.toStyledString());
+    writeFile(path("smooth.json"), smoothing.toStyledString());
+    writeFile(path("satconf.txt"), satconf.empty() ? satelliteListFile(satellites) : satconf);
+    writeFile(path("satnav.txt"), satnav.empty() ? satnavFile(rows) : satnav);
+    writeFile(path("antenna.atx"), antpcv.empty() ? antexFile(satellites) : antpcv);
+    writeFile(path("antnam.txt"), antnam);
+    writeFile(path("leapsc.txt"), leapsc);
+    writeFile(path("ratio.txt"), ratio);
+    writeFile(path("ocload.blq"), ocload);
+    writeFile(path("ut1t10.txt"), ut1t10);
+    if (withGrid && !fs::exists(path("gpt2_1w.grd"))) {
+      fs::create_symlink(flatTroposphereGrid(), path("gpt2_1w.grd"));
+    }
+    fs::create_directories(path("log"));
+  }
+
+  /// Loads into a fresh configuration object of this process. Bad configuration ends the process.
+  tarvio::Deploy& load(std::vector<std::string> options = {"-itrs", "-dia", "-iar"}) const {
+    write();
+    tarvio::Controller::s_getInstance()->_finalize();
+    std::vector<std::string> words = {"-mode", "ppp", path("ppp.json").string()};
+    words.insert(words.end(), options.begin(), options.end());
+    std::vector<const char*> arguments;
+    for (const std::string& word : words) arguments.push_back(word.c_str());
+    tarvio::Deploy& deploy = tarvio::Controller::s_getInstance()->m_deploy;
+    deploy.m_readJsonFile(static_cast<int>(arguments.size()), arguments.data());
+    return deploy;
+  }
+
+  ChildResult loadInChild(const std::vector<std::string>& options = {"-itrs", "-dia", "-iar"}) const {
+    return runInChild([&] { load(options); });
+  }
+
+  std::string statusLog() const { return readFile(path("log/tarvio.stat")); }
+
+  /// The layer "ewl", "wl" or "n1".
+  Json::Value& layer(const char* tag) { return ambiguity["amb"][tag]; }
+
+ private:
+  void makeConfig() {
+    for (const char* key : {"broad", "obs", "external", "qclog", "output", "trace"}) {
+      config["path"][key] = path("log").string();
+    }
+    config["files"] = path("tables.json").string();
+    Json::Value& common = config["common"];
+    common["time"] = "2020 06 25 0 0 0 86400";
+    common["interval"] = "30.0";
+    common["ztdpri"] = "ZTD_VMF1";
+    common["ztdmodel"] = "ZTD:1800";
+    common["obsused"] = "PHASE_CODE";
+    common["noisecoef"] = "1000.0 1000.0";
+    common["refpoint"] = "CoM_ITRF";
+    common["yawmodel"] = "MODEL";
+    common["freqobs"] = kFrequencies;
+    common["freqused"] = kFrequencies;
+    common["threads"] = "1";
+    common["obscomb"] = "RAW";
+    common["dcbmodel"]["p1p2_dcb"] = "DCB_NONE 0.0 0.0";
+    common["dcbmodel"]["icb_dcb"] = "ICB_NONE 0.0 0.0";
+    common["dcbmodel"]["isb_dcb"] = "ISB_NONE 0.0 0.0";
+    common["ionmodel"] = "ION_EST";
+    common["ionpri"] = "ION_NONE";
+    common["ambmode"] = "CONT";
+    common["orbtype"].append("SSR");
+    common["clktype"].append("SSR");
+    common["tracelevel"] = "4";
+    config["dcbdatum"]["dcbtype"] = "P1P2";
+    config["dcbdatum"]["clockdatum"] = kFrequencies;
+    config["dcbdatum"]["ifpb_cor"] = "IFPB_NONE";
+    Json::Value& threshold = config["threshold"];
+    threshold["turboedit"] = "2.0 3.0 0.72 1200.0";
+    threshold["rangelimit"] = "50.0";
+    threshold["dia"] = "batch RESET";
+    threshold["dia_search-limit"] = "4.0 3.0";
+    threshold["dia_batch-limit"] = "4.0 3.0";
+    config["amb"] = path("amb.json").string();
+  }
+
+  void makeTables() {
+    const std::pair<const char*, const char*> files[] = {
+        {"satconf", "satconf.txt"}, {"satnav", "satnav.txt"}, {"antnam", "antnam.txt"},
+        {"antpcv", "antenna.atx"},  {"leapsc", "leapsc.txt"}, {"ocload", "ocload.blq"},
+        {"ut1t10", "ut1t10.txt"},   {"predefine", "none"},    {"polut1", "none"},
+        {"gptgrd_w", "gpt2_1w.grd"}, {"rinput", "ratio.txt"}};
+    for (const auto& [key, file] : files) tables["files"][key].append(path(file).string());
+  }
+
+  void makeAmbiguity() {
+    for (const char* tag : {"ewl", "wl", "n1"}) {
+      Json::Value& values = layer(tag);
+      values["fixmode"] = "lambda";
+      values["upd_type"] = "comb";
+      values["amb_type"] = "raw";
+      values["cutoff_amb"] = "10.0";
+      values["lambda"]["minseccommon"] = "300.0";
+      values["lambda"]["success_rate"] = "3.0";
+      values["lambda"]["fix_individual"] = "false";
+      values["analyse"]["minseccommon"] = "600.0";
+      values["analyse"]["decision"] = "0.25 0.15 1000.0";
+      values["analyse"]["smoothconfig"] = path("smooth.json").string();
+      values["upd_switch"] = "on";
+      values["resolution"] = "on";
+      values["comb"] = kFrequencies;
+      for (const char* value : {"30.0", "5.0", "3.0"}) values["hold"].append(value);
+      Json::Value& entry = smoothing["obs_smoother"]["smooth"].append(Json::Value());
+      entry["tag"] = tag;
+      entry["value"] = "GPS:LL1:1.0_LL2:-1.0_PL1:-0.6_PL2:-0.4";
+      entry["minelev"] = "15.0";
+      entry["mincommtime"] = "900.0";
+      entry["ion"]["switch"] = "off";
+      entry["ion"]["value"] = "";
+      entry["outfile"] = "none";
+      entry["updfile"] = "none";
+    }
+    layer("ewl")["resolution"] = "off";
+    layer("n1")["amb_type"] = "NL";
+  }
+
+  static constexpr const char* kFrequencies = "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b QZS:L1_L2";
+  TemporaryDirectory m_directory;
+};
+
+}  // namespace support

@@ -1,0 +1,59 @@
+#pragma once
+/// \file table_fixture.h
+/// A small configuration made by hand, for tests of parts that read the configuration but not its
+/// files: satellite table, frequencies, leap seconds.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "Common/ComFreq.h"
+#include "Common/ComString.h"
+#include "Core/Model/Taiutc.h"
+#include "Interface/Controller.h"
+
+namespace gnx_test {
+
+class TableFixture : public ::testing::Test {
+ protected:
+  TableFixture() {
+    tarvio::Controller::s_getInstance()->_finalize();
+    tarvio::Taiutc& leap = tarvio::Taiutc::s_getInstance();
+    leap.m_mjds = {44239, 57204, 57754, 88069};  // 1980 to 2100
+    leap.m_taiutc = {19, 36, 37, 37};
+    tarvio::s_copyText(deploy().m_obsused, "PHASE CODE");
+    tarvio::s_copyText(deploy().m_obscomb, "RAW");
+  }
+  ~TableFixture() override { tarvio::Controller::s_getInstance()->_finalize(); }
+
+  static tarvio::Controller& controller() { return *tarvio::Controller::s_getInstance(); }
+  static tarvio::Deploy& deploy() { return controller().m_deploy; }
+
+  /// Appends a satellite and returns its row; the second name decides the system.
+  static int add(const std::string& cprn, const std::string& sysname) {
+    const int row = deploy().m_nsat++;
+    deploy().m_setRow(row, cprn, sysname);
+    deploy().m_satellites.resize(static_cast<std::size_t>(deploy().m_nsat));
+    controller().m_signals.m_build(deploy());
+    return row;
+  }
+  static int add(const std::string& cprn) { return add(cprn, cprn); }
+
+  /// Observed frequencies of a system; the first `used` of them are used.
+  static void frequencies(char letter, int used, std::initializer_list<const char*> names) {
+    const int isys = tarvio::index_string(tarvio::SYS, letter);
+    int n = 0;
+    for (const char* name : names) {
+      tarvio::s_copyText(deploy().m_freqObs[isys][n], name);
+      if (n < used) tarvio::s_copyText(deploy().m_freqUsed[isys][n], name);
+      ++n;
+    }
+    deploy().m_nfreqObs[isys] = n;
+    deploy().m_nfreqUsed[isys] = used;
+    controller().m_signals.m_build(deploy());
+  }
+};
+
+}  // namespace gnx_test

@@ -1,0 +1,349 @@
+#include "Common/CMat.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using tarvio::CMat;
+
+constexpr double kCanary = -12345.678;
+
+/// Column-major matrix with rows behind the used ones, so that a write past them shows.
+struct Matrix {
+  Matrix(int rows, int columns, int lead) : m_rows(rows), m_columns(columns), m_lead(lead) {
+    m_data.assign(static_cast<std::size_t>(lead) * static_cast<std::size_t>(columns), kCanary);
+    for (int c = 0; c < columns; ++c) {
+      for (int r = 0; r < rows; ++r) at(r, c) = 0.0;
+    }
+  }
+  double& at(int r, int c) { return m_data[static_cast<std::size_t>(c * m_lead + r)]; }
+  double at(int r, int c) const { return m_data[static_cast<std::size_t>(c * m_lead + r)]; }
+  double* data() { return m_data.data(); }
+
+  int m_rows, m_columns, m_lead;
+  std::vector<double> m_data;
+};
+
+double s_random() {
+  static std::mt19937_64 engine(20240229);
+  static std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+  return uniform(engine);
+}
+
+Matrix s_dense(int rows, int columns, int lead, double zeroShare = 0.0) {
+  Matrix m(rows, columns, lead);
+  for (int c = 0; c < columns; ++c) {
+    for (int r = 0; r < rows; ++r) m.at(r, c) = std::fabs(s_random()) < zeroShare ? 0.0 : s_random();
+  }
+  return m;
+}
+
+/// The filter's shape: a triangle with its right-hand side, sparse observation rows under it.
+Matrix s_filterShape(int n, int rows, int lead) {
+  Matrix m(n + rows, n + 1, lead);
+  for (int c = 0; c <= n; ++c) {
+    for (int r = 0; r < n && r <= c; ++r) m.at(r, c) = s_random() + (r == c ? 3.0 : 0.0);
+    for (int r = n; r < n + rows; ++r) {
+      if (c < 5 || c == n || c % rows == r - n) m.at(r, c) = s_random();
+    }
+  }
+  return m;
+}
+
+/// The textbook sweep, dense and in long double.
+void s_referenceSweep(Matrix& m, int ncol, int nrow) {
+  std::vector<long double> a(m.m_data.begin(), m.m_data.end());
+  const auto at = [&](int r, int c) -> long double& { return a[static_cast<std::size_t>(c * m.m_lead + r)]; };
+  for (int j = 0; j < std::min(ncol, nrow); ++j) {
+    long double squares = 0.0L;
+    for (int r = j; r < nrow; ++r) squares += at(r, j) * at(r, j);
+    const long double s = at(j, j) > 0.0L ? std::sqrt(squares) : -std::sqrt(squares);
+    if (s == 0.0L) continue;
+    std::vector<long double> v(static_cast<std::size_t>(nrow), 0.0L);
+    for (int r = j; r < nrow; ++r) v[static_cast<std::size_t>(r)] = at(r, j);
+    v[static_cast<std::size_t>(j)] += s;
+    long double norm = 0.0L;
+    for (const long double x : v) norm += x * x;
+    for (int c = j; c < m.m_columns; ++c) {
+      long double w = 0.0L;
+      for (int r = j; r < nrow; ++r) w += v[static_cast<std::size_t>(r)] * at(r, c);
+      for (int r = j; r < nrow; ++r) at(r, c) -= 2.0L * w / norm * v[static_cast<std::size_t>(r)];
+    }
+    for (int r = j + 1; r < nrow; ++r) at(r, j) = 0.0L;
+  }
+  for (int c = 0; c < m.m_columns; ++c) {
+    for (int r = 0; r < nrow; ++r) m.at(r, c) = static_cast<double>(at(r, c));
+  }
+}
+
+void s_expectNear(const Matrix& got, const Matrix& want, double tolerance) {
+  for (int c = 0; c < want.m_columns; ++c) {
+    for (int r = 0; r < want.m_lead; ++r) {
+      ASSERT_NEAR(got.at(r, c), want.at(r, c), tolerance) << "row " << r << " column " << c;
+    }
+  }
+}
+
+TEST(Householder, EqualsTheDenseSweepAndWritesNowhereElse) {
+  struct Case {
+    const char* name;
+    Matrix matrix;
+    int ncol, nrow;
+  };
+  std::vector<Case> cases;
+  cases.push_back({"filter epoch", s_filterShape(61, 47, 115), 61, 108});
+  cases.push_back({"few rows", s_filterShape(30, 3, 34), 30, 33});
+  cases.push_back({"no new rows: signs only", s_filterShape(17, 0, 18), 17, 17});
+  cases.push_back({"square, dense", s_dense(23, 24, 25), 23, 23});
+  cases.push_back({"scattered zeros", s_dense(40, 20, 41, 0.6), 15, 39});
+  cases.push_back({"more columns than rows", s_dense(12, 20, 14), 20, 12});
+  cases.push_back({"one row", s_dense(1, 5, 2), 3, 1});
+  cases.push_back({"every remainder of the blocking", s_dense(19, 14, 20), 9, 19});
+  for (Case& test : cases) {
+    SCOPED_TRACE(test.name);
+    Matrix want = test.matrix;
+    s_referenceSweep(want, test.ncol, test.nrow);
+    CMat::CMat_Householder(test.matrix.data(), test.matrix.m_lead, test.ncol, test.nrow,
+                           test.matrix.m_columns, false);
+    s_expectNear(test.matrix, want, 2.0e-13);
+  }
+}
+
+TEST(Householder, LeavesResidualsOfTheLeastSquaresFitBelowTheTriangle) {
+  const int n = 8, rows = 30;
+  Matrix m = s_dense(rows, n + 1, rows + 1);
+  const Matrix original = m;
+  CMat::CMat_Householder(m.data(), m.m_lead, n, rows, n + 1, false);
+  double below = 0.0;
+  for (int r = n; r < rows; ++r) below += m.at(r, n) * m.at(r, n);
+  std::vector<double> x(n);
+  for (int i = 0; i < n; ++i) x[static_cast<std::size_t>(i)] = m.at(i, n);
+  CMat::CMat_SolveLinear(n, m.data(), m.m_lead, x.data(), 0);
+  double squares = 0.0;
+  std::vector<double> gradient(n, 0.0);
+  for (int r = 0; r < rows; ++r) {
+    double e = original.at(r, n);
+    for (int c = 0; c < n; ++c) e -= original.at(r, c) * x[static_cast<std::size_t>(c)];
+    squares += e * e;
+    for (int c = 0; c < n; ++c) gradient[static_cast<std::size_t>(c)] += original.at(r, c) * e;
+  }
+  EXPECT_NEAR(below, squares, 1.0e-12);
+  for (const double g : gradient) EXPECT_NEAR(g, 0.0, 1.0e-12);
+}
+
+TEST(Householder, SavedReflectorsCarryANewColumnThroughTheSameTransformation) {
+  const int n = 26, rows = 21, all = n + rows;
+  Matrix m = s_filterShape(n, rows, all + 2);
+  Matrix plain = m;
+  std::vector<double> late(static_cast<std::size_t>(all));
+  for (int r = 0; r < all; ++r) late[static_cast<std::size_t>(r)] = m.at(r, n);
+
+  CMat::CMat_Householder(m.data(), m.m_lead, n, all, n + 1, true);
+  CMat::CMat_Householder(plain.data(), plain.m_lead, n, all, n + 1, false);
+  for (int j = 0; j < n; ++j) {
+    double w = late[static_cast<std::size_t>(j)];
+    for (int r = j + 1; r < all; ++r) w += m.at(r, j) * late[static_cast<std::size_t>(r)];
+    w *= m.at(all, j);
+    late[static_cast<std::size_t>(j)] += w;
+    for (int r = j + 1; r < all; ++r) late[static_cast<std::size_t>(r)] += w * m.at(r, j);
+  }
+  for (int r = 0; r < all; ++r) {
+    EXPECT_NEAR(late[static_cast<std::size_t>(r)], m.at(r, n), 1.0e-12);
+    EXPECT_EQ(m.at(r, n), plain.at(r, n)) << "saving must not change the result";
+  }
+  for (int c = 0; c <= n; ++c) EXPECT_EQ(m.at(all + 1, c), kCanary);
+}
+
+TEST(Householder, DegenerateShapes) {
+  Matrix zeroColumn = s_dense(6, 4, 7);
+  for (int r = 0; r < 6; ++r) zeroColumn.at(r, 0) = 0.0;
+  const Matrix before = zeroColumn;
+  CMat::CMat_Householder(zeroColumn.data(), 7, 1, 6, 4, true);
+  for (int c = 1; c < 4; ++c) {
+    for (int r = 0; r < 6; ++r) EXPECT_EQ(zeroColumn.at(r, c), before.at(r, c));
+  }
+  EXPECT_EQ(zeroColumn.at(6, 0), 0.0) << "beta of a zero column";
+
+  Matrix untouched = s_dense(4, 4, 4);
+  const Matrix copy = untouched;
+  CMat::CMat_Householder(untouched.data(), 4, 0, 4, 4, false);
+  EXPECT_EQ(untouched.m_data, copy.m_data);
+
+  // Without a row for beta the sweep itself goes on, and nothing is written past the array.
+  Matrix noRoom = s_dense(5, 3, 5);
+  Matrix same = noRoom;
+  testing::internal::CaptureStdout();
+  CMat::CMat_Householder(noRoom.data(), 5, 3, 5, 3, true);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "***WARNING(CMat_Householder):no more space to save u!\n");
+  s_referenceSweep(same, 3, 5);
+  for (int c = 0; c < 3; ++c) {
+    for (int r = 0; r <= c; ++r) EXPECT_NEAR(noRoom.at(r, c), same.at(r, c), 1.0e-14);
+  }
+
+  double a[4] = {};
+  EXPECT_EXIT(
+      {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        CMat::CMat_Householder(a, 2, 3, 2, 2, false);
+      },
+      testing::ExitedWithCode(1), "\\*\\*\\*ERROR\\(CMat_Householder\\):Wrong input arguments!");
+  EXPECT_EXIT(CMat::CMat_Householder(a, 2, 2, 3, 2, false), testing::ExitedWithCode(1), "");
+}
+
+TEST(Householder, SingleReflectorForms) {
+  // (3, 4): s = 5, t = 8, u = (1, 1/2), beta = -8/5
+  double a[2] = {3.0, 4.0}, u[2] = {}, beta = 0.0;
+  EXPECT_EQ(CMat::CMat_Hougenu(a, 2, 0, 2, 0, u, &beta), 1);
+  EXPECT_DOUBLE_EQ(a[0], -5.0);
+  EXPECT_EQ(a[1], 0.0);
+  EXPECT_DOUBLE_EQ(u[0], 1.0);
+  EXPECT_DOUBLE_EQ(u[1], 0.5);
+  EXPECT_DOUBLE_EQ(beta, -1.6);
+
+  double b[2] = {-3.0, 4.0};
+  CMat::CMat_Hougenu_old(b, 2, 0, 2, 0, u, &beta);
+  EXPECT_DOUBLE_EQ(b[0], 5.0) << "the pivot's sign is taken, so that a + s cannot cancel";
+  EXPECT_DOUBLE_EQ(u[0], -8.0);
+  EXPECT_DOUBLE_EQ(beta, -1.0 / 40.0);
+
+  double zeroPivot[2] = {0.0, 2.0};
+  CMat::CMat_Hougenu(zeroPivot, 2, 0, 2, 0, u, &beta);
+  EXPECT_DOUBLE_EQ(zeroPivot[0], 2.0) << "a zero pivot counts as negative";
+
+  float f[2] = {3.0F, 4.0F}, uf[2] = {}, betaf = 0.0F;
+  CMat::CMat_sHougenu(f, 2, 0, 2, 0, uf, &betaf);
+  EXPECT_FLOAT_EQ(f[0], -5.0F);
+  EXPECT_FLOAT_EQ(betaf, -1.6F);
+
+  Matrix m = s_dense(12, 5, 13), old = m;
+  CMat::CMat_Householder(m.data(), 13, 4, 12, 5, false);
+  CMat::CMat_Householder_old(old.data(), 13, 4, 12, 5, false);
+  s_expectNear(old, m, 1.0e-13);
+}
+
+TEST(Inverse, HilbertMatrixAndRandomMatrices) {
+  const double hilbert[16] = {1.0 / 1, 1.0 / 2, 1.0 / 3, 1.0 / 4, 1.0 / 2, 1.0 / 3, 1.0 / 4, 1.0 / 5,
+                              1.0 / 3, 1.0 / 4, 1.0 / 5, 1.0 / 6, 1.0 / 4, 1.0 / 5, 1.0 / 6, 1.0 / 7};
+  const double inverse[16] = {16,  -120,  240,  -140,  -120, 1200,  -2700, 1680,
+                              240, -2700, 6480, -4200, -140, 1680,  -4200, 2800};  // closed form
+  double a[16];
+  std::copy(hilbert, hilbert + 16, a);
+  ASSERT_EQ(CMat::CMat_Inverse(a, 4, 4), 0);
+  for (int i = 0; i < 16; ++i) EXPECT_NEAR(a[i], inverse[i], 1.0e-8);
+
+  for (const int n : {1, 2, 5, 33}) {
+    Matrix m = s_dense(n, n, n + 3, 0.3);
+    for (int i = 0; i < n; ++i) m.at(i, (i + 1) % n) += 4.0;  // no diagonal to lean on: pivots must move
+    const Matrix original = m;
+    ASSERT_EQ(CMat::CMat_Inverse(m.data(), m.m_lead, n), 0);
+    Matrix product(n, n, n);
+    CMat::CMat_Matmul("NN", n, n, n, 1.0, original.m_data.data(), m.m_lead, m.data(), m.m_lead, 0.0,
+                      product.data(), n);
+    for (int c = 0; c < n; ++c) {
+      for (int r = 0; r < n; ++r) EXPECT_NEAR(product.at(r, c), r == c ? 1.0 : 0.0, 1.0e-12);
+      EXPECT_EQ(m.at(n, c), kCanary);
+    }
+  }
+}
+
+TEST(Inverse, SingularMatrixIsReportedAndUntouched) {
+  for (std::vector<double> a : {std::vector<double>{1, 2, 2, 4}, std::vector<double>{1, 0, 1, 0}}) {
+    const std::vector<double> before = a;
+    EXPECT_EQ(CMat::CMat_Inverse(a.data(), 2, 2), -1);
+    EXPECT_EQ(a, before);
+  }
+  EXPECT_EQ(CMat::CMat_Inverse(nullptr, 0, 0), 0);
+}
+
+TEST(SolveLinear, EqualsTheProductWithThePackedInverse) {
+  const int n = 40;
+  Matrix r = s_filterShape(n, 0, n + 1);
+  std::vector<double> b(n), x, packed(n * (n + 1) / 2), full(n * (n + 1) / 2), again(full);
+  for (double& v : b) v = s_random();
+  x = b;
+  CMat::CMat_SolveLinear(n, r.data(), r.m_lead, x.data(), 0);
+  CMat::CMat_InverUU(r.data(), packed.data(), r.m_lead, n, 'W');
+  for (int i = 0; i < n; ++i) {
+    double sum = 0.0;
+    for (int c = i; c < n; ++c) sum += packed[static_cast<std::size_t>(c * (c + 1) / 2 + i)] * b[static_cast<std::size_t>(c)];
+    EXPECT_NEAR(x[static_cast<std::size_t>(i)], sum, 1.0e-9 * (1.0 + std::fabs(sum)));
+  }
+  for (int c = 0; c < n; ++c) {
+    for (int i = 0; i <= c; ++i) full[static_cast<std::size_t>(c * (c + 1) / 2 + i)] = r.at(i, c);
+  }
+  CMat::CMat_InverUU(full.data(), again.data(), 0, n, 'H');
+  EXPECT_EQ(again, packed);
+}
+
+TEST(SolveLinear, ZeroDiagonalGivesInfinitiesOnlyWhereTheParameterActs) {
+  // Column-major [2 0 1; 0 0 4; 0 0 5]: the second parameter has no information.
+  const double r[9] = {2, 0, 0, 0, 0, 0, 1, 4, 5};
+  double b[3] = {4.0, 1.0, 10.0};
+  CMat::CMat_SolveLinear(3, r, 3, b, 0);
+  EXPECT_TRUE(std::isinf(b[1]));
+  EXPECT_DOUBLE_EQ(b[0], 1.0);
+  EXPECT_DOUBLE_EQ(b[2], 2.0);
+  double none = 7.0;
+  CMat::CMat_SolveLinear(0, r, 3, &none, 0);
+  EXPECT_EQ(none, 7.0);
+}
+
+TEST(Matmul, AllFormsAgainstTheTripleLoop) {
+  const int m = 5, n = 7, k = 6;
+  for (const char* op : {"NN", "NT", "TN", "TT"}) {
+    SCOPED_TRACE(op);
+    const bool ta = op[0] == 'T', tb = op[1] == 'T';
+    const Matrix a = s_dense(ta ? k : m, ta ? m : k, 9, 0.3), b = s_dense(tb ? n : k, tb ? k : n, 10);
+    for (const double beta : {0.0, -0.5}) {
+      Matrix c = s_dense(m, n, 8), want = c;
+      if (beta == 0.0) c.at(0, 0) = std::numeric_limits<double>::quiet_NaN();
+      for (int i = 0; i < m; ++i) {
+        for (int j = 0; j < n; ++j) {
+          double sum = 0.0;
+          for (int l = 0; l < k; ++l) sum += (ta ? a.at(l, i) : a.at(i, l)) * (tb ? b.at(j, l) : b.at(l, j));
+          want.at(i, j) = 2.0 * sum + (beta == 0.0 ? 0.0 : beta * c.at(i, j));
+        }
+      }
+      CMat::CMat_Matmul(op, m, n, k, 2.0, a.m_data.data(), 9, b.m_data.data(), 10, beta, c.data(), 8);
+      s_expectNear(c, want, 1.0e-14);
+    }
+  }
+  double untouched = 3.0;
+  CMat::CMat_Matmul("NN", 0, 1, 1, 1.0, &untouched, 1, &untouched, 1, 0.0, &untouched, 1);
+  EXPECT_EQ(untouched, 3.0);
+}
+
+TEST(MatrixKit, AllocationAndPrinting) {
+  std::unique_ptr<double, decltype(&std::free)> zeros(tarvio::mat(2, 3), std::free);
+  ASSERT_NE(zeros, nullptr);
+  EXPECT_EQ(std::count(zeros.get(), zeros.get() + 6, 0.0), 6);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(tarvio::mat(-1, 3), nullptr);
+  EXPECT_EQ(tarvio::imat(0, 3), nullptr);
+  const double a[4] = {1, 2, 3, 4};
+  CMat::CMat_PrintMatrix(a, 2, 2, 2, "title");
+  CMat::CMat_PrintMatrix(a, 2, -1, 2, "");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "***ERROR(mat):cant be zero!\ntitle\n  1.0000   3.0000 \n  2.0000   4.0000 \n"
+            "***print_matrix wrong input arguments for the row and col ***\n");
+  const std::string path = testing::TempDir() + "cmat_print";
+  CMat::CMat_PrintMatrix_file(a, 2, 2, 2, "", path.c_str());
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  EXPECT_EQ(line, "  1.00000   3.00000 ");
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+// Rotation between the terrestrial and the inertial frame. Expected values: the published test cases of
+// the IERS Conventions (2010) software, chapters 5 and 8, and a computation with ERFA of the chain.
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <cmath>
+#include <fstream>
+#include <string>
+
+#include "Core/Model/Itrs2gcrs.h"
+#include "Interface/Controller.h"
+#include "unit/exit_message.h"
+
+namespace tarvio {
+namespace {
+
+class EarthRotation : public testing::Test {
+ protected:
+  void SetUp() override {
+    auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
+    files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+    files["leapsc"] = std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt";
+  }
+};
+
+Json::Value readJson(const std::string& name) {
+  std::ifstream in(std::string(GNX_TEST_DATA) + "/" + name);
+  Json::Value root;
+  in >> root;
+  return root;
+}
+
+TEST_F(EarthRotation, FundamentalArgumentsMeetPublishedCase) {
+  double l, lp, f, d, om;
+  FUNDARG(0.07995893223819302, &l, &lp, &f, &d, &om);
+  EXPECT_NEAR(l, 2.291187512612069, 1e-12);
+  EXPECT_NEAR(lp, 6.212931111003726, 1e-12);
+  EXPECT_NEAR(f, 3.658025792050573, 1e-12);
+  EXPECT_NEAR(d, 4.554139562402433, 1e-12);
+  EXPECT_NEAR(om, -0.5167379217231804, 1e-12);
+}
+
+TEST_F(EarthRotation, ZonalTidesMeetPublishedCase) {
+  double dut, dlod, domega;
+  Itrs2gcrs().RG_ZONT2("IERS2010", 0.07995893223819302, &dut, &dlod, &domega);
+  EXPECT_NEAR(dut, 7.983287678576557467e-2, 1e-12);
+  // The other two sums carry the factor of the first, 1e-4, instead of 1e-5 and 1e-14.
+  EXPECT_NEAR(dlod * 0.1, 5.035331113978199288e-5, 1e-14);
+  EXPECT_NEAR(domega * 1e-10, -4.249711616463017e-14, 1e-23);
+}
+
+TEST_F(EarthRotation, SubdailySeriesMeetPublishedCases) {
+  const double partials[12] = {15.35873641938967360, 9.784941251812741214, -5.520740128266865554, 3.575314211234633888,
+                               -13.93717453496387648, -9.167400321705855504, 5.532815475865292321, 9.558741883500834646,
+                               -10.22541212627272600, 0.8367570529461261231, 1.946355176475630611, -13.55702062247304696};
+  double h[12];
+  CNMTX(54964.0, h);
+  for (int i = 0; i < 12; ++i) EXPECT_NEAR(h[i], partials[i], 1e-9) << i;
+
+  double eop[3];
+  ORTHO_EOP(47100.0, eop);
+  EXPECT_NEAR(eop[0], -162.8386373279636530, 1e-8);
+  EXPECT_NEAR(eop[1], 117.7907525842668974, 1e-8);
+  EXPECT_NEAR(eop[2], -23.39092370609808214, 1e-8);
+
+  // The published routines hold these two tables in single precision.
+  double pm[2];
+  PMSDNUT2(54335.0, pm);
+  EXPECT_NEAR(pm[0], 24.83144238273364834, 1e-6);
+  EXPECT_NEAR(pm[1], -14.09240692041837661, 1e-6);
+
+  double dut1, dlod;
+  UTLIBR(44239.1, &dut1, &dlod);
+  EXPECT_NEAR(dut1, 2.441143834386761746, 1e-6);
+  EXPECT_NEAR(dlod, -14.78971247349449492, 1e-6);
+  UTLIBR(55227.4, &dut1, &dlod);
+  EXPECT_NEAR(dut1, -2.655705844335680244, 1e-6);
+  EXPECT_NEAR(dlod, 27.39445826599846967, 1e-6);
+}
+
+TEST_F(EarthRotation, ChainAgreesWithErfa) {
+  Itrs2gcrs rotation;
+  const double eop[3] = {0.0, 0.0, 0.0};
+  for (const Json::Value& all : readJson("erfa_cases.json")["cases"]) {
+    const Json::Value& c = all["spec_literal"];
+    SCOPED_TRACE(c["gps_mjd"].asString() + " " + c["gps_sod"].asString());
+    double R[3][3], Rdot[3][3], sodUt1, gast, xp, yp;
+    int mjdUt1;
+    rotation.itrs2gcrs("IERS2010", 0, c["gps_mjd"].asInt(), c["gps_sod"].asDouble(), eop, R, Rdot, 0.0, 0.0, &mjdUt1,
+                       &sodUt1, &gast, &xp, &yp);
+    EXPECT_EQ(mjdUt1, c["ut1_mjd"].asInt());
+    EXPECT_NEAR(sodUt1, c["ut1_sod"].asDouble(), 1e-8);
+    EXPECT_NEAR(gast, c["gmst06_rad"].asDouble(), 1e-12);
+    EXPECT_NEAR(xp, c["xp_arcsec"].asDouble(), 1e-9);
+    EXPECT_NEAR(yp, c["yp_arcsec"].asDouble(), 1e-9);
+    for (Json::ArrayIndex i = 0; i < 3; ++i)
+      for (Json::ArrayIndex k = 0; k < 3; ++k) {
+        EXPECT_NEAR(R[i][k], c["R"][i][k].asDouble(), 1e-12);
+        EXPECT_NEAR(Rdot[i][k], c["Rdot"][i][k].asDouble(), 1e-16);
+      }
+  }
+}
+
+// Sidereal time, nutation theory and s' differ between the conventions, the rotation by less than
+// 1e-6 rad; a wrong order or sign of a factor shows as a matrix that is no rotation or has another rate.
+TEST_F(EarthRotation, OlderConventionsStayClose) {
+  Controller::s_getInstance()->m_deploy.m_fileTable["ut1t03"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+  Itrs2gcrs rotation;
+  const double eop[3] = {0.1, 0.35, -0.15};
+  double reference[3][3], R[3][3], Rdot[3][3], before[3][3], after[3][3], unused[3][3];
+  const auto at = [&](const char* conv, double sod, double (*out)[3], double (*rate)[3]) {
+    rotation.itrs2gcrs(conv, 0, 58849, sod, eop, out, rate, 0.0, 0.0, nullptr, nullptr, nullptr, nullptr, nullptr);
+  };
+  at("IERS2010", 43200.0, reference, Rdot);
+  for (const char* conv : {"IERS2010", "IERS2003", "IERS1996"}) {
+    SCOPED_TRACE(conv);
+    at(conv, 43200.0, R, Rdot);
+    at(conv, 43199.0, before, unused);
+    at(conv, 43201.0, after, unused);
+    for (int i = 0; i < 3; ++i)
+      for (int k = 0; k < 3; ++k) {
+        EXPECT_NEAR(R[i][k], reference[i][k], 1e-6);
+        EXPECT_NEAR(Rdot[i][k], (after[i][k] - before[i][k]) / 2.0, 3e-12);
+        const double product = R[i][0] * R[k][0] + R[i][1] * R[k][1] + R[i][2] * R[k][2];
+        EXPECT_NEAR(product, i == k ? 1.0 : 0.0, 1e-14);
+      }
+  }
+}
+
+TEST_F(EarthRotation, MissingZonalTableEndsTheProcess) {
+  double a, b, c;
+  auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
+  files["ut1t10"] = "/nonexistent/ut1t10";
+  EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2010", 0.1, &a, &b, &c), "RG_ZONT2.*no such file");
+  files.erase("ut1t10");
+  EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2010", 0.1, &a, &b, &c), "file_table not exist config item");
+  EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2020", 0.1, &a, &b, &c), "IERS2020,unknown conventions");
+}
+
+}  // namespace
+}  // namespace tarvio

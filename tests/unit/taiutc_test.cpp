@@ -1,0 +1,69 @@
+// Table of leap seconds.
+
+#include "Core/Model/Taiutc.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "Interface/Controller.h"
+#include "unit/exit_message.h"
+
+namespace tarvio {
+namespace {
+
+void useTable(const std::string& path) { Controller::s_getInstance()->m_deploy.m_fileTable["leapsc"] = path; }
+
+std::string writeTable(const std::string& text) {
+  const std::string path = testing::TempDir() + "leapsc_" + testing::UnitTest::GetInstance()->current_test_info()->name();
+  std::ofstream(path) << text;
+  return path;
+}
+
+TEST(Taiutc, ShippedTableFollowsBulletinC) {
+  useTable(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
+  Taiutc table;
+  EXPECT_EQ(table.m_getTaiutc(41317), 10);  // 1972-01-01
+  EXPECT_EQ(table.m_getTaiutc(44238), 18);  // the eve of the GPS epoch
+  EXPECT_EQ(table.m_getTaiutc(44239), 19);
+  EXPECT_EQ(table.m_getTaiutc(57753), 36);  // 2016-12-31
+  EXPECT_EQ(table.m_getTaiutc(57754), 37);
+  EXPECT_EQ(table.m_getTaiutc(66154), 37);  // 2040
+}
+
+TEST(Taiutc, DayOutsideTheTableEndsTheProcess) {
+  useTable(writeTable("title\n+leap sec\n 57204 36\n 57754 37\n-leap sec\n 60000 99\n"));
+  EXPECT_EQ(Taiutc().m_getTaiutc(57754), 37);
+  EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57203), "mjd = 57203,mjde = 57204,epoch before table start");
+  EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57755), "mjd = 57755,mjde = 57754,epoch after table start");
+}
+
+TEST(Taiutc, SingleRowGivesZero) {
+  useTable(writeTable("+leap sec\n 57754 37\n-leap sec\n"));
+  EXPECT_EQ(Taiutc().m_getTaiutc(57754), 0);
+}
+
+TEST(Taiutc, RecallReadsAgainForItsOwnKeyOnly) {
+  const std::string path = writeTable("+leap sec\n 50000 30\n 60000 31\n-leap sec\n");
+  useTable(path);
+  Taiutc table;
+  EXPECT_EQ(table.m_getTaiutc(55000), 30);
+  std::ofstream(path) << "+leap sec\n 50000 40\n 60000 41\n-leap sec\n";
+  table.v_onRecall("polut1");
+  EXPECT_EQ(table.m_getTaiutc(55000), 30);
+  table.v_onRecall("leapsc");
+  EXPECT_EQ(table.m_getTaiutc(55000), 40);
+}
+
+TEST(Taiutc, UnusableFileEndsTheProcess) {
+  useTable("/nonexistent/leapsc");
+  EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "rdUtcFile.*no such file");
+  useTable(writeTable("no leap seconds here\n"));
+  EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "no leap second between");
+  Controller::s_getInstance()->m_deploy.m_fileTable.erase("leapsc");
+  EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "file_table not exist leapsc item");
+}
+
+}  // namespace
+}  // namespace tarvio
