@@ -135,9 +135,7 @@ void addReplay(CLI::App& app) {
 }
 
 void addWorker(CLI::App& app) {
-  app.add_subcommand("engine-worker", "runs the engine in the present directory")->group("")->callback([] {
-    if (const int status = runWorker(); status != 0) throw CLI::RuntimeError(status);
-  });
+  app.add_subcommand("engine-worker", "runs the engine in the present directory")->group("")->callback(runWorker);
 }
 
 }  // namespace gnx

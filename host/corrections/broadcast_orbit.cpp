@@ -18,11 +18,16 @@ struct SystemConstants {
 
 SystemConstants constantsOf(char system) {
   switch (system) {
-    case 'G': return {3.986005e14, 7.2921151467e-5};
-    case 'C': return {3.986004418e14, 7.292115e-5};
-    case 'E': return {3.986004418e14, 7.2921151467e-5};
-    case 'J': return {3.986005e14, 7.292115e-5};
-    default: return {3.986004415e14, 7.2921151467e-5};
+    case 'G':
+      return {3.986005e14, 7.2921151467e-5};
+    case 'C':
+      return {3.986004418e14, 7.292115e-5};
+    case 'E':
+      return {3.986004418e14, 7.2921151467e-5};
+    case 'J':
+      return {3.986005e14, 7.292115e-5};
+    default:
+      return {3.986004415e14, 7.2921151467e-5};
   }
 }
 
@@ -67,15 +72,19 @@ Vector3 unit(const Vector3& v) {
 
 }  // namespace
 
+double broadcastClock(const BroadcastEph& eph, const GpsTime& t) {
+  const double sinceToc = t - eph.toc;
+  const double clock = eph.af[0] + sinceToc * (eph.af[1] + eph.af[2] * sinceToc);
+  return eph.sat.front() == 'C' ? clock - beidouClockTerm(eph.tgd[0]) : clock;
+}
+
 SatState evaluateBroadcast(const BroadcastEph& eph, const GpsTime& t) {
-  const char system = eph.sat.empty() ? ' ' : eph.sat.front();
+  const char system = eph.sat.front();
   const bool geo = isGeostationary(eph.sat);
   const auto [gm, omegaEarth] = constantsOf(system);
   SatState s;
 
-  const double sinceToc = t - eph.toc;
-  s.clock = eph.af[0] + sinceToc * (eph.af[1] + eph.af[2] * sinceToc);
-  if (system == 'C') s.clock -= beidouClockTerm(eph.tgd[0]);
+  s.clock = broadcastClock(eph, t);
 
   const double tk = t - eph.toe;
   const double a = eph.sqrtA * eph.sqrtA;
@@ -115,7 +124,7 @@ SatState evaluateBroadcast(const BroadcastEph& eph, const GpsTime& t) {
 }
 
 int issueOfData(const BroadcastEph& eph) {
-  if (eph.sat.empty() || eph.sat.front() != 'C') return eph.iode;
+  if (eph.sat.front() != 'C') return eph.iode;
   const double toe = secondsOfWeek(eph.toe + -kBdtOffset, nullptr);
   return static_cast<int>(std::lround(std::fmod(toe, 86400.0) / 1800.0)) + 1;
 }

@@ -30,6 +30,9 @@ struct SatState {
 /// Evaluates a message at GPS time t. No limit on the distance from the time of ephemeris.
 SatState evaluateBroadcast(const BroadcastEph& eph, const GpsTime& t);
 
+/// Its clock offset alone, s.
+double broadcastClock(const BroadcastEph& eph, const GpsTime& t);
+
 /// The number by which a correction names a message: IODE (G, J), IODnav (E); BeiDou: half hours of
 /// the day of toe in BDT, plus one.
 int issueOfData(const BroadcastEph& eph);

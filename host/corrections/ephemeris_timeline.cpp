@@ -20,11 +20,15 @@ constexpr double kPlausible = 4.0 * 3600.0;
 GpsTime systemToc(const BroadcastEph& eph) { return eph.sat[0] == 'C' ? eph.toc + -kBdtOffset : eph.toc; }
 
 GpsTime sentAt(const BroadcastEph& eph) {
-  if (eph.transmission.seconds != 0 && std::fabs(eph.transmission - eph.toc) <= kPlausible) return eph.transmission;
+  if (eph.transmission.seconds != 0 && std::fabs(eph.transmission - eph.toc) <= kPlausible)
+    return eph.transmission;
   switch (eph.sat[0]) {
-    case 'G': return eph.toc + -7200.0;  // sent from two hours before its time of clock on
-    case 'E': return eph.toc + 1200.0;   // computed first, sent after
-    default: return eph.toc + 60.0;
+    case 'G':
+      return eph.toc + -7200.0;  // sent from two hours before its time of clock on
+    case 'E':
+      return eph.toc + 1200.0;  // computed first, sent after
+    default:
+      return eph.toc + 60.0;
   }
 }
 
@@ -33,8 +37,10 @@ GpsTime sentAt(const GlonassEph& eph) {
   return plausible ? eph.frame : eph.toe + -900.0;
 }
 
+bool isInav(const BroadcastEph& eph) { return eph.sat[0] == 'E' && (eph.code & 2) == 0; }
+
 bool acceptable(const BroadcastEph& eph, const GpsTime& moment) {
-  if (eph.sat[0] == 'E' && (eph.code & 2) == 0) return false;
+  if (isInav(eph)) return false;
   if (std::fmod(secondsOfDay(systemToc(eph)), kTocGrid) != 0.0) return false;
   return std::fabs(systemToc(eph) - moment) <= kClockWindow;
 }
@@ -42,11 +48,15 @@ bool acceptable(const BroadcastEph& eph, const GpsTime& moment) {
 }  // namespace
 
 EphemerisTimeline::EphemerisTimeline(NavData messages, const GpsTime& start, const Options& options)
-    : m_messages(std::move(messages)), m_options(options) {
+    : m_messages(std::move(messages)), m_start(start), m_options(options) {
   std::vector<Delivery> all;
-  for (const BroadcastEph& e : m_messages.keplerian) all.push_back({sentAt(e), &e, nullptr});
+  for (const BroadcastEph& e : m_messages.keplerian) {
+    all.push_back({sentAt(e), &e, nullptr});
+    if (!isInav(e)) m_all[e.sat].push_back(&e);
+  }
   for (const GlonassEph& e : m_messages.glonass) all.push_back({sentAt(e), nullptr, &e});
-  std::stable_sort(all.begin(), all.end(), [](const Delivery& a, const Delivery& b) { return a.time < b.time; });
+  std::stable_sort(all.begin(), all.end(),
+                   [](const Delivery& a, const Delivery& b) { return a.time < b.time; });
 
   for (const Delivery& d : all) {
     const GpsTime moment = std::max(d.time, start);
@@ -90,8 +100,8 @@ void EphemerisTimeline::deliver(const GpsTime& time, const BroadcastEph& eph, co
 }
 
 const EphemerisTimeline::Held* EphemerisTimeline::at(const std::vector<Held>& held, const GpsTime& t) {
-  const auto after =
-      std::upper_bound(held.begin(), held.end(), t, [](const GpsTime& time, const Held& h) { return time < h.since; });
+  const auto after = std::upper_bound(held.begin(), held.end(), t,
+                                      [](const GpsTime& time, const Held& h) { return time < h.since; });
   return after == held.begin() ? nullptr : &*(after - 1);
 }
 
@@ -112,6 +122,32 @@ const BroadcastEph* EphemerisTimeline::choose(const Held* held, int issue, const
 const BroadcastEph* EphemerisTimeline::chosenByEngine(const SatName& sat, int issue, const GpsTime& t) const {
   const auto found = m_held.find(sat);
   return found == m_held.end() ? nullptr : choose(at(found->second, t), issue, t);
+}
+
+const BroadcastEph* EphemerisTimeline::find(const SatName& sat, int issue, const GpsTime& t) const {
+  const auto found = m_all.find(sat);
+  if (found == m_all.end()) return nullptr;
+  const BroadcastEph* nearest = nullptr;
+  double best = kEngineWindow;
+  for (const BroadcastEph* e : found->second) {
+    if (issueOfData(*e) != issue || std::fabs(t - e->toe) >= best) continue;
+    best = std::fabs(t - e->toe);
+    nearest = e;
+  }
+  return nearest;
+}
+
+bool EphemerisTimeline::serves(const SatName& sat, int issue, const GpsTime& t) const {
+  const BroadcastEph* now = chosenByEngine(sat, issue, t);
+  return now != nullptr && now == chosenByEngine(sat, issue, t + m_options.hold_s);
+}
+
+std::vector<SatName> EphemerisTimeline::satellites() const {
+  std::vector<SatName> names;
+  for (const auto& [sat, held] : m_held) {
+    if (!held.empty()) names.push_back(sat);
+  }
+  return names;
 }
 
 const BroadcastEph* EphemerisTimeline::pick(const SatName& sat, const GpsTime& t) const {

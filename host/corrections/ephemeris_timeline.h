@@ -19,7 +19,8 @@ namespace gnx {
 ///
 /// - Galileo F/NAV only (bit value 2 of the data source): I/NAV carries the same issue of data, but
 ///   another clock;
-/// - time of clock on the 300-s grid of the system's own time, and within six hours of the moment of delivery;
+/// - time of clock on the 300-s grid of the system's own time, and within six hours of the moment of
+/// delivery;
 /// - two messages a satellite, the newest by time of clock; a second one of the same time of clock is
 ///   dropped, an older one replaces the older of two only when it lies between them.
 ///
@@ -42,10 +43,13 @@ class EphemerisTimeline {
 
   /// \param start  first epoch of the run
   EphemerisTimeline(NavData messages, const GpsTime& start, const Options& options);
-  EphemerisTimeline(NavData messages, const GpsTime& start) : EphemerisTimeline(std::move(messages), start, {}) {}
+  EphemerisTimeline(NavData messages, const GpsTime& start)
+      : EphemerisTimeline(std::move(messages), start, {}) {}
   EphemerisTimeline(const EphemerisTimeline&) = delete;
   EphemerisTimeline& operator=(const EphemerisTimeline&) = delete;
 
+  /// First epoch of the run.
+  const GpsTime& start() const { return m_start; }
   const std::vector<Delivery>& deliveries() const { return m_deliveries; }
   /// Messages that the engine would refuse, and those from before the history.
   std::size_t leftOut() const { return m_leftOut; }
@@ -56,6 +60,13 @@ class EphemerisTimeline {
   /// The message that the engine takes at t for a correction of an issue of data; null when it finds
   /// none: of those in the store the nearest in time of ephemeris, less than eight hours away.
   const BroadcastEph* chosenByEngine(const SatName& sat, int issue, const GpsTime& t) const;
+  /// The message of an issue of data nearest to t, whether the engine holds it or not, less than eight
+  /// hours away; of Galileo's two kinds the one that the engine takes. Null when the files have none.
+  const BroadcastEph* find(const SatName& sat, int issue, const GpsTime& t) const;
+  /// Whether a correction given at t for an issue of data finds its message, then and for hold_s.
+  bool serves(const SatName& sat, int issue, const GpsTime& t) const;
+  /// Satellites of which the engine is given Keplerian messages.
+  std::vector<SatName> satellites() const;
 
  private:
   /// Content of the store from `since` on; `older` may be null.
@@ -70,9 +81,11 @@ class EphemerisTimeline {
   static const BroadcastEph* choose(const Held* held, int issue, const GpsTime& t);
 
   NavData m_messages;
+  GpsTime m_start;
   Options m_options;
   std::vector<Delivery> m_deliveries;
   std::map<SatName, std::vector<Held>> m_held;
+  std::map<SatName, std::vector<const BroadcastEph*>> m_all;  ///< in the order of the files
   std::size_t m_leftOut = 0;
 };
 

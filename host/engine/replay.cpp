@@ -107,6 +107,8 @@ std::string reasonOf(const std::vector<std::string>& lastLines) {
 void checkExit(const ChildResult& child, const std::vector<std::string>& lastLines, const fs::path& dir) {
   std::string errors = child.errors;
   while (!errors.empty() && errors.back() == '\n') errors.pop_back();
+  const std::string mark = "gnx: ";  // this program puts its name before the text again
+  if (const auto at = errors.rfind(mark); at != std::string::npos) errors.erase(0, at + mark.size());
   if (child.exitStatus == 0) return;
   if (child.exitStatus == 2) throw std::runtime_error(errors);  // the worker's own message on bad input
   if (child.signal != 0) {

@@ -37,7 +37,7 @@ struct ReplayResult {
 /// \throws InputError, UsageError, EngineError. Results written so far stay.
 ReplayResult runReplay(const ReplayOptions& options);
 
-/// What the worker process does inside the run directory. \return exit status
-int runWorker();
+/// What the worker process does inside the run directory. Throws as above.
+void runWorker();
 
 }  // namespace gnx

@@ -8,19 +8,26 @@
 
 namespace gnx {
 
+namespace {
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+}  // namespace
+
 std::string_view trim(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+  std::size_t first = 0, end = text.size();
+  while (first < end && isBlank(text[first])) ++first;
+  while (end > first && isBlank(text[end - 1])) --end;
+  return text.substr(first, end - first);
 }
 
 void split(std::string_view line, std::vector<std::string_view>& words) {
   words.clear();
   std::size_t at = 0;
-  while ((at = line.find_first_not_of(" \t", at)) != std::string_view::npos) {
-    const std::size_t end = std::min(line.find_first_of(" \t", at), line.size());
-    words.push_back(line.substr(at, end - at));
-    at = end;
+  while (true) {
+    while (at < line.size() && isBlank(line[at])) ++at;
+    if (at == line.size()) return;
+    const std::size_t first = at;
+    while (at < line.size() && !isBlank(line[at])) ++at;
+    words.push_back(line.substr(first, at - first));
   }
 }
 

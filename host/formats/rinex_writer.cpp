@@ -48,10 +48,10 @@ std::string observationHeader(const ObsHeader& h, const GpsTime& first) {
   }
   if (h.interval > 0.0) text += headerLine(printed("%10.3f", h.interval), "INTERVAL");
   const Calendar c = toCalendar(first);
-  text += headerLine(printed("%6d%6d%6d%6d%6d%13.7f     GPS", c.year, c.month, c.day, c.hour, c.minute, c.second),
-                     "TIME OF FIRST OBS");
-  for (const auto& [system, types] : h.types)
-    text += headerLine(std::string(1, system), "SYS / PHASE SHIFT");
+  text +=
+      headerLine(printed("%6d%6d%6d%6d%6d%13.7f     GPS", c.year, c.month, c.day, c.hour, c.minute, c.second),
+                 "TIME OF FIRST OBS");
+  for (const auto& [system, types] : h.types) text += headerLine(std::string(1, system), "SYS / PHASE SHIFT");
   return text + headerLine("", "END OF HEADER");
 }
 
@@ -77,11 +77,20 @@ std::string observationLine(const SatObs& sat, const std::vector<std::string>& t
     for (const SignalObs& signal : sat.signals) {
       if (type.compare(1, 2, signal.code.data(), 2) != 0) continue;
       switch (type[0]) {
-        case 'C': field = observationField(signal.range, 0, strengthIndicator(signal.snr)); break;
-        case 'L': field = observationField(signal.phase, signal.lli, strengthIndicator(signal.snr)); break;
-        case 'D': field = observationField(signal.doppler, 0, 0); break;
-        case 'S': field = observationField(signal.snr, 0, 0); break;
-        default: break;
+        case 'C':
+          field = observationField(signal.range, 0, strengthIndicator(signal.snr));
+          break;
+        case 'L':
+          field = observationField(signal.phase, signal.lli, strengthIndicator(signal.snr));
+          break;
+        case 'D':
+          field = observationField(signal.doppler, 0, 0);
+          break;
+        case 'S':
+          field = observationField(signal.snr, 0, 0);
+          break;
+        default:
+          break;
       }
     }
     line += field;
@@ -112,8 +121,9 @@ std::string navigationRecord(const BroadcastEph& e) {
   constexpr int kBdtWeekZero = 1356;
   const double ownWeek = system == 'C' ? week - kBdtWeekZero : week;
 
-  std::string text = printed("%s %04d %02d %02d %02d %02d %02d%19.12e%19.12e%19.12e\n", e.sat.c_str(), c.year,
-                             c.month, c.day, c.hour, c.minute, static_cast<int>(c.second), e.af[0], e.af[1], e.af[2]);
+  std::string text =
+      printed("%s %04d %02d %02d %02d %02d %02d%19.12e%19.12e%19.12e\n", e.sat.c_str(), c.year, c.month,
+              c.day, c.hour, c.minute, static_cast<int>(c.second), e.af[0], e.af[1], e.af[2]);
   text += fourNumbers(e.iode, e.crs, e.deltaN, e.m0);
   text += fourNumbers(e.cuc, e.e, e.cus, e.sqrtA);
   text += fourNumbers(toe, e.cic, e.omega0, e.cis);
@@ -127,7 +137,8 @@ std::string navigationRecord(const BroadcastEph& e) {
 
 }  // namespace
 
-RinexObsWriter::RinexObsWriter(const std::filesystem::path& path, const ObsHeader& header, const GpsTime& first)
+RinexObsWriter::RinexObsWriter(const std::filesystem::path& path, const ObsHeader& header,
+                               const GpsTime& first)
     : m_path(path), m_header(header), m_out(path, std::ios::binary) {
   m_out << observationHeader(header, first);
   check();
@@ -135,8 +146,8 @@ RinexObsWriter::RinexObsWriter(const std::filesystem::path& path, const ObsHeade
 
 void RinexObsWriter::write(const ObsEpoch& epoch) {
   const Calendar c = toCalendar(epoch.time);
-  m_out << printed("> %04d %02d %02d %02d %02d%11.7f  0%3zu\n", c.year, c.month, c.day, c.hour, c.minute, c.second,
-                   epoch.sats.size());
+  m_out << printed("> %04d %02d %02d %02d %02d%11.7f  0%3zu\n", c.year, c.month, c.day, c.hour, c.minute,
+                   c.second, epoch.sats.size());
   for (const SatObs& sat : epoch.sats) {
     const auto types = m_header.types.find(sat.sat[0]);
     m_out << observationLine(sat, types == m_header.types.end() ? std::vector<std::string>{} : types->second);
@@ -152,7 +163,8 @@ void writeRinexNav(const std::filesystem::path& path, const std::vector<Broadcas
   std::ofstream out(path, std::ios::binary);
   out << headerLine("     3.04           N: GNSS NAV DATA    M: MIXED", "RINEX VERSION / TYPE")
       << headerLine("gnx", "PGM / RUN BY / DATE")
-      << headerLine(printed("%6d", messages.empty() ? 18 : leapSecondsAtUtc(messages.front().toe)), "LEAP SECONDS")
+      << headerLine(printed("%6d", messages.empty() ? 18 : leapSecondsAtUtc(messages.front().toe)),
+                    "LEAP SECONDS")
       << headerLine("", "END OF HEADER");
   for (const BroadcastEph& message : messages) out << navigationRecord(message);
   out.flush();

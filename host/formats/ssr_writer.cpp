@@ -21,10 +21,14 @@ std::string printed(const char* format, ...) {
 
 const char* kindName(SsrKind kind) {
   switch (kind) {
-    case SsrKind::orbit: return "ORBIT";
-    case SsrKind::clock: return "CLOCK";
-    case SsrKind::codeBias: return "CODE_BIAS";
-    default: return "PHASE_BIAS";
+    case SsrKind::orbit:
+      return "ORBIT";
+    case SsrKind::clock:
+      return "CLOCK";
+    case SsrKind::codeBias:
+      return "CODE_BIAS";
+    default:
+      return "PHASE_BIAS";
   }
 }
 
@@ -34,7 +38,8 @@ std::string biasLine(const SsrSatBias& sat, bool phase) {
   line += printed("%5zu", sat.biases.size());
   for (const SsrBias& bias : sat.biases) {
     line += printed("%5s%11.4f", bias.signal.c_str(), bias.value);
-    if (phase) line += printed("%4d%4d%4d", bias.integerIndicator, bias.wideLaneIndicator, bias.discontinuity);
+    if (phase)
+      line += printed("%4d%4d%4d", bias.integerIndicator, bias.wideLaneIndicator, bias.discontinuity);
   }
   return line + "\n";
 }
@@ -42,7 +47,7 @@ std::string biasLine(const SsrSatBias& sat, bool phase) {
 }  // namespace
 
 int updateIntervalIndicator(int seconds) {
-  constexpr std::array<int, 16> kIntervals = {1,   2,   5,   10,  15,  30,   60,   120,
+  constexpr std::array<int, 16> kIntervals = {1,   2,   5,   10,  15,   30,   60,   120,
                                               240, 300, 600, 900, 1800, 3600, 7200, 10800};
   int indicator = 0;
   for (std::size_t i = 0; i < kIntervals.size(); ++i)
@@ -55,13 +60,13 @@ std::string ssrText(const SsrBlock& block) {
   const std::size_t lines = block.kind == SsrKind::orbit   ? block.orbits.size()
                             : block.kind == SsrKind::clock ? block.clocks.size()
                                                            : block.biases.size();
-  std::string text = printed("> %s %04d %02d %02d %02d %02d %04.1f %d %zu %s\n", kindName(block.kind), c.year, c.month,
-                             c.day, c.hour, c.minute, c.second, updateIntervalIndicator(block.interval), lines,
-                             block.source.c_str());
+  std::string text = printed("> %s %04d %02d %02d %02d %02d %04.1f %d %zu %s\n", kindName(block.kind), c.year,
+                             c.month, c.day, c.hour, c.minute, c.second,
+                             updateIntervalIndicator(block.interval), lines, block.source.c_str());
   if (block.kind == SsrKind::orbit) {
     for (const SsrOrbit& o : block.orbits)
-      text += printed("%s%5d%11.4f%11.4f%11.4f%13.6f%13.6f%13.6f\n", o.sat.c_str(), o.iod, o.delta[0], o.delta[1],
-                      o.delta[2], o.rate[0], o.rate[1], o.rate[2]);
+      text += printed("%s%5d%11.4f%11.4f%11.4f%13.6f%13.6f%13.6f\n", o.sat.c_str(), o.iod, o.delta[0],
+                      o.delta[1], o.delta[2], o.rate[0], o.rate[1], o.rate[2]);
   } else if (block.kind == SsrKind::clock) {
     for (const SsrClock& k : block.clocks)
       text += printed("%s%5d%11.4f%13.6f%15.8f\n", k.sat.c_str(), k.iod, k.c[0], k.c[1], k.c[2]);

@@ -35,8 +35,7 @@ Vector3 toEarthFixed(const Geodetic& position) {
   const double s = std::sin(position.latitude), c = std::cos(position.latitude);
   const double n = kRadius / std::sqrt(1.0 - kE2 * s * s);
   return {(n + position.height) * c * std::cos(position.longitude),
-          (n + position.height) * c * std::sin(position.longitude),
-          (n * (1.0 - kE2) + position.height) * s};
+          (n + position.height) * c * std::sin(position.longitude), (n * (1.0 - kE2) + position.height) * s};
 }
 
 Vector3 toEastNorthUp(const Vector3& d, const Geodetic& place) {

@@ -37,7 +37,8 @@ std::vector<Point> readPoints(const std::filesystem::path& file) {
   for (std::size_t i = 0; i < kNeeded.size(); ++i) {
     const auto found = std::find(names.begin(), names.end(), kNeeded[i]);
     if (found == names.end())
-      throw InputError(file.string(), 1, std::string("has no column ") + kNeeded[i] + "; give a truth.csv of gnx simulate");
+      throw InputError(file.string(), 1,
+                       std::string("has no column ") + kNeeded[i] + "; give a truth.csv of gnx simulate");
     columns[i] = static_cast<std::size_t>(found - names.begin());
   }
   std::vector<Point> points;

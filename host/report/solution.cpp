@@ -76,19 +76,17 @@ std::optional<SolutionEpoch> parseSolutionLine(std::string_view line) {
   double unused = 0.0;
   for (int i = 0; i < 6; ++i)  // sigmas, which stay zero, and the offset from the a-priori position
     if (!cursor.decimal(3, unused)) return std::nullopt;
-  const bool separated = !cursor.rest().empty() && cursor.rest().size() > 40 && cursor.rest()[0] == ' ';
-  // Seven integers of width 3, a blank, PDOP (5.2) and sigma (6.3), two of " %02d"; the first integer
-  // may have a blank of its own before it.
-  FieldCursor plain = cursor;
-  const auto readTail = [&epoch](FieldCursor& c) {
+  const auto readTail = [&epoch](FieldCursor c) {
     if (!c.integer(3, epoch.rows)) return false;
     for (int& count : epoch.satellites)
       if (!c.integer(3, count)) return false;
     return c.decimal(2, epoch.pdop) && c.decimal(3, epoch.sigma0) && c.integer(3, epoch.status) &&
            c.integer(3, epoch.fixed);
   };
-  if (readTail(plain)) return epoch;
-  if (!separated || !cursor.skip(1) || !readTail(cursor)) return std::nullopt;
+  // A blank may stand before the counts; read at the wrong place, their columns hold no whole numbers.
+  FieldCursor behindBlank = cursor;
+  if (cursor.rest().starts_with(' ') && behindBlank.skip(1) && readTail(behindBlank)) return epoch;
+  if (!readTail(cursor)) return std::nullopt;
   return epoch;
 }
 

@@ -14,15 +14,15 @@ namespace gnx {
 /// One epoch of a run.
 struct SolutionEpoch {
   GpsTime time;
-  std::array<double, 3> xyz{};     ///< antenna reference position of the station (marker), m
-  int rows = 0;                    ///< total as printed: twice the satellites
-  std::array<int, 6> satellites{}; ///< G, R, E, C, B, J
+  std::array<double, 3> xyz{};      ///< antenna reference position of the station (marker), m
+  int rows = 0;                     ///< total as printed: twice the satellites
+  std::array<int, 6> satellites{};  ///< G, R, E, C, B, J
   double pdop = 0.0;
   double sigma0 = 0.0;
-  int status = 0;                  ///< 0 nothing, 1 code, 2 phase float, 5 fixed (03, 04 levels)
+  int status = 0;  ///< 0 nothing, 1 code, 2 phase float, 5 fixed (03, 04 levels)
   int fixed = 0;
   double ratio = 0.0;
-  double milliseconds = 0.0;       ///< time of the engine's call; 0 when not measured
+  double milliseconds = 0.0;  ///< time of the engine's call; 0 when not measured
 };
 
 /// Reads a solution line as the engine prints it on standard output; nothing for any other line.

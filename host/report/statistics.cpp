@@ -58,10 +58,8 @@ void describeAvailability(const std::vector<SolutionEpoch>& epochs, RunSummary& 
     const SolutionEpoch& epoch = epochs[i];
     if (i > 0) steps.push_back(epoch.time - epochs[i - 1].time);
     if (epoch.milliseconds > 0.0) {
-      if (i == 0)
-        s.firstMilliseconds = epoch.milliseconds;
-      else
-        times.push_back(epoch.milliseconds);
+      if (i == 0) s.firstMilliseconds = epoch.milliseconds;
+      else times.push_back(epoch.milliseconds);
     }
     if (!isSolved(epoch)) continue;
     const int count = satelliteCount(epoch);
@@ -141,12 +139,9 @@ void append(std::string& text, const char* format, ...) {
 std::string duration(const std::optional<double>& seconds) {
   if (!seconds) return "never";
   std::array<char, 64> buffer{};
-  if (*seconds < 120.0)
-    std::snprintf(buffer.data(), buffer.size(), "%.0f s", *seconds);
-  else if (*seconds < 2.0 * kHour)
-    std::snprintf(buffer.data(), buffer.size(), "%.1f min", *seconds / 60.0);
-  else
-    std::snprintf(buffer.data(), buffer.size(), "%.2f h", *seconds / kHour);
+  if (*seconds < 120.0) std::snprintf(buffer.data(), buffer.size(), "%.0f s", *seconds);
+  else if (*seconds < 2.0 * kHour) std::snprintf(buffer.data(), buffer.size(), "%.1f min", *seconds / 60.0);
+  else std::snprintf(buffer.data(), buffer.size(), "%.2f h", *seconds / kHour);
   return buffer.data();
 }
 
@@ -207,7 +202,8 @@ RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs,
   describeAvailability(epochs, s);
   s.againstReference = reference.has_value();
   const Vector3 place = reference ? *reference : meanPosition(epochs, tailStart(s));
-  describeAccuracy(epochs, [&place](const GpsTime&) { return std::optional<Vector3>(place); }, s);
+  describeAccuracy(
+      epochs, [&place](const GpsTime&) { return std::optional<Vector3>(place); }, s);
   return s;
 }
 

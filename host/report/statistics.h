@@ -34,13 +34,13 @@ struct ErrorStatistics {
 
 struct RunSummary {
   std::size_t epochs = 0, solved = 0;
-  GpsTime begin, end;                        ///< of all epochs
-  double interval = 0.0;                     ///< median step, s
+  GpsTime begin, end;     ///< of all epochs
+  double interval = 0.0;  ///< median step, s
   double satellitesMean = 0.0;
   int satellitesMin = 0, satellitesMax = 0;
   double sigma0Median = 0.0, sigma0Min = 0.0, sigma0Max = 0.0;
 
-  bool againstReference = false;             ///< false: errors are about the run's own mean
+  bool againstReference = false;  ///< false: errors are about the run's own mean
   ErrorStatistics whole;
   std::optional<ErrorStatistics> afterHour;  ///< from one hour behind the first solution
   std::optional<ErrorStatistics> tail;       ///< last 12 h, or the last half of a run under 24 h
@@ -50,10 +50,10 @@ struct RunSummary {
   /// absolute vertical error (20 cm) stay below the limit to the end; nothing when they never do.
   std::optional<double> horizontalConvergence, verticalConvergence;
 
-  double fixedShare = 0.0;                   ///< of the solved epochs, 0..1
-  std::optional<double> firstFix;            ///< seconds from the first epoch
+  double fixedShare = 0.0;         ///< of the solved epochs, 0..1
+  std::optional<double> firstFix;  ///< seconds from the first epoch
 
-  std::size_t timed = 0;                     ///< epochs with a measured time, without the first
+  std::size_t timed = 0;  ///< epochs with a measured time, without the first
   double firstMilliseconds = 0.0, medianMilliseconds = 0.0, p99Milliseconds = 0.0, maxMilliseconds = 0.0;
 };
 

@@ -33,8 +33,10 @@ Vector3 equatorial(double longitude, double latitude, double distance) {
 
 Vector3 sunOfDate(double t) {
   const double m = (357.5256 + 35999.049 * t) * kRadians;
-  const double longitude = 282.9400 * kRadians + m +
-                           (6892.0 * std::sin(m) + 72.0 * std::sin(2.0 * m)) * kArcseconds + kPrecession * t;
+  // The published form holds the perihelion fixed; its motion is 0.09 degrees by 2026.
+  const double perihelion = (282.9400 + 0.3223 * t) * kRadians;
+  const double longitude =
+      perihelion + m + (6892.0 * std::sin(m) + 72.0 * std::sin(2.0 * m)) * kArcseconds + kPrecession * t;
   return equatorial(longitude, 0.0, (149.619 - 2.499 * std::cos(m) - 0.021 * std::cos(2.0 * m)) * 1e9);
 }
 

@@ -8,7 +8,6 @@
 
 #include "formats/input_error.h"
 #include "simulate/astronomy.h"
-#include "simulate/random.h"
 
 namespace gnx {
 
@@ -16,21 +15,22 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 constexpr double kRadians = kPi / 180.0;
-constexpr double kWalkStep = 5.0;          // s between nodes of the clock walk
+constexpr double kWalkStep = 5.0;             // s between nodes of the clock walk
 constexpr double kWalkMargin = 6.0 * 3600.0;  // messages reach beyond both ends of the span
-constexpr double kUploadDelay = 120.0;     // s from transmission to use in corrections
+constexpr double kUploadDelay = 120.0;        // s from transmission to use in corrections
 constexpr double kBdtOffset = 14.0;
 
-/// Almanac of one group of satellites: planes of equal inclination, equally spaced nodes.
+/// Almanac of one group of satellites: planes of equal inclination, equally spaced nodes. The numbers are
+/// those of satellites in service, since an engine's tables know no others.
 struct Shell {
   char system;
-  double semiMajorAxis, inclination;   // m, degrees
+  double semiMajorAxis, inclination;  // m, degrees
   double eccentricityLow, eccentricityHigh;
-  double nodeRate;                     // rad/s
+  double nodeRate;  // rad/s
   int planes, perPlane;
-  double phaseStep;                    // argument of latitude between neighbours of two planes, degrees
-  double centreLongitude;              // of the ground track, degrees east; negative = not geosynchronous
-  double perigee;                      // degrees; negative = random
+  double phaseStep;        // argument of latitude between neighbours of two planes, degrees
+  double centreLongitude;  // of the ground track, degrees east; negative = not geosynchronous
+  double perigee;          // degrees; negative = random
   std::vector<int> numbers;
 };
 
@@ -45,7 +45,11 @@ std::vector<Shell> shellsOf(char system) {
     case 'G':
       return {{'G', 26559800.0, 55.0, 0.001, 0.012, -7.9e-9, 6, 5, 12.0, -1.0, -1.0, numberRange(1, 30)}};
     case 'E':
-      return {{'E', 29599800.0, 56.0, 0.0001, 0.0006, -5.4e-9, 3, 8, 15.0, -1.0, -1.0, numberRange(1, 24)}};
+      return {
+          {'E', 29599800.0, 56.0, 0.0001, 0.0006, -5.4e-9, 3, 8, 15.0, -1.0, -1.0, {1,  2,  3,  4,  5,  7,
+                                                                                    8,  9,  11, 12, 13, 15,
+                                                                                    18, 19, 21, 22, 24, 25,
+                                                                                    26, 27, 30, 31, 33, 36}}};
     case 'C': {
       std::vector<int> numbers = numberRange(19, 30);
       for (int n = 32; n <= 37; ++n) numbers.push_back(n);
@@ -56,7 +60,8 @@ std::vector<Shell> shellsOf(char system) {
     case 'J':
       return {{'J', 42164200.0, 41.0, 0.075, 0.0751, -1.7e-9, 4, 1, 0.0, 136.0, 270.0, {1, 2, 3, 4}}};
     default:
-      throw UsageError(std::string("the simulated sky has no system '") + system + "'; choose letters of G E C J");
+      throw UsageError(std::string("the simulated sky has no system '") + system +
+                       "'; choose letters of G E C J");
   }
 }
 
@@ -91,9 +96,12 @@ double wrapped(double angle) { return std::remainder(angle, 2.0 * kPi); }
 
 double messageInterval(char system) {
   switch (system) {
-    case 'E': return 600.0;
-    case 'C': return 3600.0;
-    default: return 7200.0;
+    case 'E':
+      return 600.0;
+    case 'C':
+      return 3600.0;
+    default:
+      return 7200.0;
   }
 }
 
@@ -101,12 +109,14 @@ double ownTimeOffset(char system) { return system == 'C' ? kBdtOffset : 0.0; }
 
 int issueOfData(char system, const GpsTime& toe) {
   switch (system) {
-    case 'E': return static_cast<int>((toe.seconds / 600) % 1024);
+    case 'E':
+      return static_cast<int>((toe.seconds / 600) % 1024);
     case 'C': {
       const auto secondsOfDay = (toe.seconds - static_cast<std::int64_t>(kBdtOffset)) % 86400;
       return static_cast<int>((secondsOfDay + 900) / 1800) + 1;
     }
-    default: return static_cast<int>((toe.seconds / 7200) % 256);
+    default:
+      return static_cast<int>((toe.seconds / 7200) % 256);
   }
 }
 
@@ -140,8 +150,8 @@ void Constellation::addSystem(char system) {
       e.omega = shell.perigee < 0.0 ? random.uniform(-kPi, kPi) : wrapped(shell.perigee * kRadians);
       const double node = firstNode + 2.0 * kPi * plane / shell.planes;
       const double fixedNode = node - siderealAngle(m_options.start);
-      double latitudeArgument =
-          2.0 * kPi * slot / shell.perPlane + (shell.phaseStep * plane + random.uniform(-3.0, 3.0)) * kRadians;
+      double latitudeArgument = 2.0 * kPi * slot / shell.perPlane +
+                                (shell.phaseStep * plane + random.uniform(-3.0, 3.0)) * kRadians;
       // Geosynchronous: the mean longitude, node plus argument of latitude, is that of the track's centre.
       if (shell.centreLongitude >= 0.0) latitudeArgument = shell.centreLongitude * kRadians - fixedNode;
       e.m0 = wrapped(latitudeArgument - e.omega);
@@ -221,7 +231,7 @@ BroadcastEph Constellation::makeMessage(const SimulatedSatellite& satellite, con
   const double a = truth.sqrtA * truth.sqrtA;
   const double mu = gravityParameter(system);
   const double motion = std::sqrt(mu / (a * a * a)) + truth.deltaN;
-  const double metre = scale / a;   // angle of one metre at the satellite
+  const double metre = scale / a;  // angle of one metre at the satellite
 
   BroadcastEph m = truth;
   m.toe = m.toc = toe;
@@ -236,8 +246,8 @@ BroadcastEph Constellation::makeMessage(const SimulatedSatellite& satellite, con
   m.i0 = asWritten(truth.i0 + truth.idot * elapsed + 0.5 * metre * random.normal());
   const double rate = earthRotation(system);
   const double weekShift = rate * (ephemerisSeconds(m) - ephemerisSeconds(truth));
-  m.omega0 = asWritten(wrapped(truth.omega0 + (truth.omegaDot - rate) * elapsed + weekShift +
-                               0.5 * metre * random.normal()));
+  m.omega0 = asWritten(
+      wrapped(truth.omega0 + (truth.omegaDot - rate) * elapsed + weekShift + 0.5 * metre * random.normal()));
   m.omegaDot = asWritten(truth.omegaDot);
   m.idot = asWritten(truth.idot);
   m.cuc = asWritten(truth.cuc + 0.2 * metre * random.normal());

@@ -29,30 +29,31 @@
 
 #include "formats/records.h"
 #include "simulate/kepler.h"
+#include "simulate/random.h"
 #include "simulate/signals.h"
 
 namespace gnx {
 
 struct SkyOptions {
-  std::string systems = "GEC";        ///< letters of G E C J
+  std::string systems = "GEC";  ///< letters of G E C J
   GpsTime start;
   double hours = 2.0;
   std::uint64_t seed = 1;
   SignalTable signals = defaultSignals();
-  double broadcastErrorScale = 1.0;   ///< 0 = messages equal the truth
-  double clockWalk = 1e-12;           ///< random walk of the satellite clocks, s per root second
-  double codeBiasSigma = 1.0;         ///< m
-  double phaseBiasSigma = 0.5;        ///< m
+  double broadcastErrorScale = 1.0;  ///< 0 = messages equal the truth
+  double clockWalk = 1e-12;          ///< random walk of the satellite clocks, s per root second
+  double codeBiasSigma = 1.0;        ///< m
+  double phaseBiasSigma = 0.5;       ///< m
 };
 
 /// One satellite with all that is known about it.
 struct SimulatedSatellite {
   SatName name;
-  BroadcastEph truth;                       ///< elements of the true orbit, reference time = start
-  double clockOffset = 0.0, clockDrift = 0.0;  ///< s, s/s at the start
-  std::vector<double> clockWalk;            ///< s, at the walk's nodes
+  BroadcastEph truth;                                 ///< elements of the true orbit, reference time = start
+  double clockOffset = 0.0, clockDrift = 0.0;         ///< s, s/s at the start
+  std::vector<double> clockWalk;                      ///< s, at the walk's nodes
   std::map<std::string, double> codeBias, phaseBias;  ///< m, by signal
-  std::vector<BroadcastEph> messages;       ///< in order of transmission
+  std::vector<BroadcastEph> messages;                 ///< in order of transmission
 };
 
 class Constellation {
@@ -81,7 +82,7 @@ class Constellation {
   void makeClock(SimulatedSatellite& satellite) const;
   void makeBiases(SimulatedSatellite& satellite) const;
   void makeMessages(SimulatedSatellite& satellite) const;
-  BroadcastEph makeMessage(const SimulatedSatellite& satellite, const GpsTime& toe, class Random& random) const;
+  BroadcastEph makeMessage(const SimulatedSatellite& satellite, const GpsTime& toe, Random& random) const;
   double trueClock(const SimulatedSatellite& satellite, const GpsTime& t) const;
 
   SkyOptions m_options;

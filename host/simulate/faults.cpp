@@ -67,10 +67,12 @@ bool FaultList::strikes(Fault::Kind kind, const SatName& sat, double seconds) co
   return false;
 }
 
-double FaultList::size(Fault::Kind kind, const SatName& sat, const std::string& signal, double seconds) const {
+double FaultList::size(Fault::Kind kind, const SatName& sat, const std::string& signal,
+                       double seconds) const {
   double sum = 0.0;
   for (const Fault& fault : m_faults)
-    if (concerns(fault, kind, sat) && (fault.signal.empty() || fault.signal == signal) && acts(fault, seconds))
+    if (concerns(fault, kind, sat) && (fault.signal.empty() || fault.signal == signal) &&
+        acts(fault, seconds))
       sum += fault.size;
   return sum;
 }

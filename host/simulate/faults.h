@@ -32,9 +32,9 @@ struct Fault {
     ssrClock,  ///< clock correction wrong by `size` m
   };
   Kind kind = Kind::gap;
-  SatName sat;          ///< "" = all
-  std::string signal;   ///< "" = all
-  double from = 0.0, to = 0.0;   ///< s from the start
+  SatName sat;                  ///< "" = all
+  std::string signal;           ///< "" = all
+  double from = 0.0, to = 0.0;  ///< s from the start
   double size = 0.0;
 };
 

@@ -12,8 +12,7 @@ constexpr double kBdtOffset = 14.0;
 double eccentricAnomaly(double meanAnomaly, double e) {
   double anomaly = meanAnomaly;
   for (int round = 0; round < 20; ++round) {
-    const double step =
-        (anomaly - e * std::sin(anomaly) - meanAnomaly) / (1.0 - e * std::cos(anomaly));
+    const double step = (anomaly - e * std::sin(anomaly) - meanAnomaly) / (1.0 - e * std::cos(anomaly));
     anomaly -= step;
     if (std::abs(step) < 1e-15) break;
   }
@@ -22,9 +21,7 @@ double eccentricAnomaly(double meanAnomaly, double e) {
 
 }  // namespace
 
-double gravityParameter(char system) {
-  return system == 'G' || system == 'J' ? 3.986005e14 : 3.986004418e14;
-}
+double gravityParameter(char system) { return system == 'G' || system == 'J' ? 3.986005e14 : 3.986004418e14; }
 
 double earthRotation(char system) { return system == 'C' ? 7.2921150e-5 : kEarthRotation; }
 
@@ -50,8 +47,7 @@ SatelliteState evaluateOrbit(const BroadcastEph& eph, const GpsTime& t) {
   const double r = a * (1.0 - eph.e * cosE) + eph.crs * s2 + eph.crc * c2;
   const double i = eph.i0 + eph.idot * tk + eph.cis * s2 + eph.cic * c2;
   const double uRate = phiRate * (1.0 + 2.0 * (eph.cus * c2 - eph.cuc * s2));
-  const double rRate =
-      a * eph.e * sinE * anomalyRate + 2.0 * phiRate * (eph.crs * c2 - eph.crc * s2);
+  const double rRate = a * eph.e * sinE * anomalyRate + 2.0 * phiRate * (eph.crs * c2 - eph.crc * s2);
   const double iRate = eph.idot + 2.0 * phiRate * (eph.cis * c2 - eph.cic * s2);
 
   const double node = eph.omega0 + (eph.omegaDot - rate) * tk - rate * ephemerisSeconds(eph);

@@ -13,8 +13,8 @@
 
 namespace gnx {
 
-inline constexpr double kSpeedOfLight = 299792458.0;      ///< m/s
-inline constexpr double kEarthRotation = 7.2921151467e-5; ///< rad/s
+inline constexpr double kSpeedOfLight = 299792458.0;       ///< m/s
+inline constexpr double kEarthRotation = 7.2921151467e-5;  ///< rad/s
 
 struct SatelliteState {
   Vector3 position{}, velocity{};

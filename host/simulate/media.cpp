@@ -17,10 +17,10 @@ constexpr double kWalkStep = 60.0;  // s
 constexpr double kSecondsPerDay = 86400.0;
 
 /// Zonal means over places below 500 m, at latitudes -90, -75 ... 90 degrees, in 1e-3.
-constexpr std::array<double, 13> kHydrostaticByLatitude = {1.160, 1.173, 1.200, 1.235, 1.264, 1.280, 1.282,
+constexpr std::array<double, 13> kHydrostaticByLatitude = {1.160, 1.173, 1.200,  1.235,  1.264,  1.280, 1.282,
                                                            1.282, 1.269, 1.2415, 1.2175, 1.1975, 1.187};
 constexpr std::array<double, 13> kWetByLatitude = {0.580, 0.563, 0.539, 0.557, 0.5545, 0.570, 0.615,
-                                                   0.593, 0.574, 0.572, 0.562, 0.573, 0.580};
+                                                   0.593, 0.574, 0.572, 0.562, 0.573,  0.580};
 
 double byLatitude(const std::array<double, 13>& table, double latitude) {
   const double place = std::clamp((latitude * kDegrees + 90.0) / 15.0, 0.0, 11.999999);

@@ -13,9 +13,9 @@ namespace gnx {
 
 struct TroposphereOptions {
   bool on = true;
-  double wetZenith = 0.12;        ///< mean zenith wet delay, m
-  double wetWalk = 0.005;         ///< random walk of it, m per root hour
-  double wetDiurnal = 0.005;      ///< amplitude of its daily wave, m
+  double wetZenith = 0.12;    ///< mean zenith wet delay, m
+  double wetWalk = 0.005;     ///< random walk of it, m per root hour
+  double wetDiurnal = 0.005;  ///< amplitude of its daily wave, m
   /// Coefficients of the mapping functions; nothing = climatological means of the latitude.
   std::optional<double> hydrostaticCoefficient, wetCoefficient;
 };
@@ -48,13 +48,13 @@ class Troposphere {
   GpsTime m_start;
   double m_hydrostatic = 0.0, m_height = 0.0;
   double m_ah = 0.0, m_ch = 0.0, m_aw = 0.0;
-  std::vector<double> m_walk;   // m, one node every kWalkStep seconds
+  std::vector<double> m_walk;  // m, one node every kWalkStep seconds
 };
 
 struct IonosphereOptions {
   bool on = true;
-  double nightTec = 5.0, dayTec = 25.0;   ///< vertical content at the equator, TECU
-  double poleShare = 0.4;                 ///< content at the poles as a share of that
+  double nightTec = 5.0, dayTec = 25.0;  ///< vertical content at the equator, TECU
+  double poleShare = 0.4;                ///< content at the poles as a share of that
 };
 
 /// Single layer at 450 km: vertical content with a daily wave (largest at 14 h local time) that falls from

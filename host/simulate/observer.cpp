@@ -26,7 +26,9 @@ double noiseFactor(double elevation) {
   return std::sqrt(0.5 + 0.5 / (s * s));
 }
 
-double signalStrength(double elevation) { return std::round(4.0 * (34.0 + 16.0 * std::sin(elevation))) / 4.0; }
+double signalStrength(double elevation) {
+  return std::round(4.0 * (34.0 + 16.0 * std::sin(elevation))) / 4.0;
+}
 
 }  // namespace
 
@@ -42,7 +44,8 @@ Observer::Observer(const ObserverOptions& options, const Constellation& sky, con
   const std::uint64_t seed = sky.options().seed;
   for (const char system : sky.options().systems) {
     Random random(seed, std::string("receiver ") + system);
-    m_systemBias[system] = system == sky.options().systems[0] ? 0.0 : options.interSystemSigma * random.normal();
+    m_systemBias[system] =
+        system == sky.options().systems[0] ? 0.0 : options.interSystemSigma * random.normal();
     bool first = true;
     for (const std::string& signal : sky.options().signals.at(system)) {
       const double code = options.receiverBiasSigma * random.normal();
@@ -55,8 +58,8 @@ Observer::Observer(const ObserverOptions& options, const Constellation& sky, con
     const char system = satellite.name[0];
     Tracker tracker{{}, std::nullopt, {}, false, Random(seed, satellite.name + " arcs")};
     for (const std::string& signal : sky.options().signals.at(system))
-      tracker.channels.push_back(
-          {signal, carrierFrequency(system, signal), 0.0, 0.0, 0.0, Random(seed, satellite.name + " noise " + signal)});
+      tracker.channels.push_back({signal, carrierFrequency(system, signal), 0.0, 0.0, 0.0,
+                                  Random(seed, satellite.name + " noise " + signal)});
     m_trackers.push_back(std::move(tracker));
   }
 }
@@ -143,7 +146,8 @@ double Observer::windup(std::size_t satellite, const Geometry& g, const Vector3&
     return minus(minus(a, scaled(k, dot(k, a))), scaled(cross(k, b), turn));
   };
   const Vector3 sent = scaled(dipole(x, y, 1.0), sign);
-  const Vector3 north = fromEastNorthUp({0.0, 1.0, 0.0}, place), west = fromEastNorthUp({-1.0, 0.0, 0.0}, place);
+  const Vector3 north = fromEastNorthUp({0.0, 1.0, 0.0}, place),
+                west = fromEastNorthUp({-1.0, 0.0, 0.0}, place);
   const Vector3 received = dipole(north, west, -1.0);
   const double angle = std::atan2(dot(k, cross(sent, received)), dot(sent, received)) / (2.0 * kPi);
   std::optional<double>& last = m_trackers[satellite].windup;
@@ -151,8 +155,8 @@ double Observer::windup(std::size_t satellite, const Geometry& g, const Vector3&
   return *last;
 }
 
-SatObs Observer::measure(std::size_t satellite, const GpsTime& tag, const Geometry& g, const EpochTruth& epoch,
-                         SatelliteTruth& truth) {
+SatObs Observer::measure(std::size_t satellite, const GpsTime& tag, const Geometry& g,
+                         const EpochTruth& epoch, SatelliteTruth& truth) {
   Tracker& tracker = m_trackers[satellite];
   truth.range = g.range;
   truth.shapiro = shapiroDelay(g.state.position, g.antenna, g.range);
@@ -173,8 +177,9 @@ SatObs Observer::measure(std::size_t satellite, const GpsTime& tag, const Geomet
   return result;
 }
 
-SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const GpsTime& tag, const Geometry& g,
-                                  const EpochTruth& epoch, SatelliteTruth& truth, double step) {
+SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const GpsTime& tag,
+                                  const Geometry& g, const EpochTruth& epoch, SatelliteTruth& truth,
+                                  double step) {
   const SimulatedSatellite& source = m_sky.satellites()[satellite];
   const char system = truth.sat[0];
   const double seconds = tag - m_sky.options().start;
@@ -184,13 +189,14 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
   const double memory = step < 0.0 ? 0.0 : std::exp(-step / kMultipathTime);
   const double fresh = std::sqrt(1.0 - memory * memory);
   channel.codeError = memory * channel.codeError + fresh * m_options.codeMultipath * channel.random.normal();
-  channel.phaseError = memory * channel.phaseError + fresh * m_options.phaseMultipath * channel.random.normal();
+  channel.phaseError =
+      memory * channel.phaseError + fresh * m_options.phaseMultipath * channel.random.normal();
   const double factor = noiseFactor(truth.elevation);
   const double codeNoise = factor * (channel.codeError + m_options.codeSigma * channel.random.normal());
   const double phaseNoise = factor * (channel.phaseError + m_options.phaseSigma * channel.random.normal());
 
-  const double common = truth.range + truth.shapiro + epoch.clock * kSpeedOfLight - truth.clock - truth.relativity +
-                        m_systemBias.at(system) + truth.troposphere;
+  const double common = truth.range + truth.shapiro + epoch.clock * kSpeedOfLight - truth.clock -
+                        truth.relativity + m_systemBias.at(system) + truth.troposphere;
   const double ionosphere = truth.slantContent * Ionosphere::delayPerTecu(channel.frequency);
   const double ambiguity =
       channel.ambiguity + std::round(m_faults.slippedCycles(truth.sat, channel.signal, seconds));
@@ -198,8 +204,9 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
 
   SignalObs o;
   o.code = {channel.signal[0], channel.signal[1], '\0'};
-  o.range = common + ionosphere - source.codeBias.at(channel.signal) + receiverCodeBias(system, channel.signal) +
-            codeNoise + m_faults.size(Fault::Kind::code, truth.sat, channel.signal, seconds);
+  o.range = common + ionosphere - source.codeBias.at(channel.signal) +
+            receiverCodeBias(system, channel.signal) + codeNoise +
+            m_faults.size(Fault::Kind::code, truth.sat, channel.signal, seconds);
   const double phase = common - ionosphere - source.phaseBias.at(channel.signal) +
                        receiverPhaseBias(system, channel.signal) + phaseNoise;
   o.phase = phase / wavelength + truth.windupCycles + ambiguity +

@@ -29,19 +29,19 @@
 namespace gnx {
 
 struct ObserverOptions {
-  Vector3 site{};                   ///< marker, earth-fixed, m
+  Vector3 site{};  ///< marker, earth-fixed, m
   PathOptions path;
   ReceiverClockOptions clock;
   std::array<double, 3> antennaDelta{};  ///< height, east, north above the marker, m
   double maskDegrees = 5.0;
   TroposphereOptions troposphere;
   IonosphereOptions ionosphere;
-  double codeSigma = 0.3;           ///< white noise of a range at the zenith, m
-  double phaseSigma = 0.002;        ///< of a phase, m
-  double codeMultipath = 0.2;       ///< slow error of a range at the zenith, m, 2 minutes
-  double phaseMultipath = 0.001;    ///< of a phase, m
-  double interSystemSigma = 5.0;    ///< receiver bias of a system against the first, m
-  double receiverBiasSigma = 0.5;   ///< receiver bias of a signal against the first, m
+  double codeSigma = 0.3;          ///< white noise of a range at the zenith, m
+  double phaseSigma = 0.002;       ///< of a phase, m
+  double codeMultipath = 0.2;      ///< slow error of a range at the zenith, m, 2 minutes
+  double phaseMultipath = 0.001;   ///< of a phase, m
+  double interSystemSigma = 5.0;   ///< receiver bias of a system against the first, m
+  double receiverBiasSigma = 0.5;  ///< receiver bias of a signal against the first, m
   bool windup = true, solidTide = true, poleTide = true;
   /// Satellites whose body axes x and y are turned by 180 degrees (GPS blocks IIR to IIR-M and III in the
   /// frame of their maker): the wind-up differs by half a cycle.
@@ -52,18 +52,18 @@ struct ObserverOptions {
 struct SatelliteTruth {
   SatName sat;
   double azimuth = 0.0, elevation = 0.0;
-  double range = 0.0;               ///< rho
-  double relativity = 0.0;          ///< c dts of the periodic term
-  double clock = 0.0;               ///< c dts without it
+  double range = 0.0;       ///< rho
+  double relativity = 0.0;  ///< c dts of the periodic term
+  double clock = 0.0;       ///< c dts without it
   double shapiro = 0.0, troposphere = 0.0, windupCycles = 0.0;
-  double slantContent = 0.0;        ///< TECU
+  double slantContent = 0.0;                ///< TECU
   std::map<std::string, double> ambiguity;  ///< cycles by signal, slips included
 };
 
 struct EpochTruth {
-  GpsTime time;                     ///< tag of the receiver
-  Vector3 marker{}, tide{};         ///< earth-fixed, m, at reception
-  double clock = 0.0;               ///< dtr, s
+  GpsTime time;              ///< tag of the receiver
+  Vector3 marker{}, tide{};  ///< earth-fixed, m, at reception
+  double clock = 0.0;        ///< dtr, s
   ZenithDelay zenith;
   std::vector<SatelliteTruth> satellites;
 };
@@ -86,7 +86,7 @@ class Observer {
     std::string signal;
     double frequency = 0.0;
     double ambiguity = 0.0;
-    double codeError = 0.0, phaseError = 0.0;   ///< multipath
+    double codeError = 0.0, phaseError = 0.0;  ///< multipath
     Random random;
   };
   struct Tracker {
@@ -97,9 +97,9 @@ class Observer {
     Random random;
   };
   struct Geometry {
-    SatelliteState state;          ///< in the axes of reception
+    SatelliteState state;  ///< in the axes of reception
     Vector3 antenna{}, antennaVelocity{};
-    Vector3 lineOfSight{};         ///< satellite to receiver, unit
+    Vector3 lineOfSight{};  ///< satellite to receiver, unit
     double range = 0.0;
     GpsTime emission;
   };

@@ -12,9 +12,9 @@
 namespace gnx {
 
 struct PathOptions {
-  std::string kind = "static";   ///< "static", "circle", "figure8"
-  double radius = 200.0;         ///< m; half the length of a figure of eight
-  double speed = 10.0;           ///< m/s: exact on the circle, the largest on the figure of eight
+  std::string kind = "static";     ///< "static", "circle", "figure8"
+  double radius = 200.0;           ///< m; half the length of a figure of eight
+  double speed = 10.0;             ///< m/s: exact on the circle, the largest on the figure of eight
   double verticalAmplitude = 0.0;  ///< m, a slow wave of 10 minutes
 };
 
@@ -41,11 +41,11 @@ struct ReceiverClockOptions {
   /// "steered": kept at zero within white noise; "free": a line and a random walk; "jumping": drifts and
   /// is set back by 1 ms whenever it leaves +-0.5 ms, in ranges and phases alike.
   std::string kind = "free";
-  double whiteNoise = 1e-8;      ///< s, steered
-  double offset = 3e-6;          ///< s, free and jumping, at the start
-  double drift = 2e-9;           ///< s/s, free
-  double jumpingDrift = 3e-7;    ///< s/s, jumping
-  double walk = 1e-10;           ///< s per root second, free and jumping
+  double whiteNoise = 1e-8;    ///< s, steered
+  double offset = 3e-6;        ///< s, free and jumping, at the start
+  double drift = 2e-9;         ///< s/s, free
+  double jumpingDrift = 3e-7;  ///< s/s, jumping
+  double walk = 1e-10;         ///< s per root second, free and jumping
 };
 
 /// Clock error at the epochs, in order of time: reading minus GPS time, s.

@@ -8,17 +8,20 @@ namespace gnx {
 
 double carrierFrequency(char system, const std::string& signal) {
   static const std::map<std::string, double> frequencies = {
-      {"G1", 1575.42e6},  {"G2", 1227.60e6},  {"G5", 1176.45e6},  {"E1", 1575.42e6}, {"E5", 1176.45e6},
-      {"E6", 1278.75e6},  {"E7", 1207.14e6},  {"E8", 1191.795e6}, {"C1", 1575.42e6}, {"C2", 1561.098e6},
-      {"C5", 1176.45e6},  {"C6", 1268.52e6},  {"C7", 1207.14e6},  {"C8", 1191.795e6}, {"J1", 1575.42e6},
-      {"J2", 1227.60e6},  {"J5", 1176.45e6},  {"J6", 1278.75e6}};
+      {"G1", 1575.42e6}, {"G2", 1227.60e6}, {"G5", 1176.45e6},  {"E1", 1575.42e6},  {"E5", 1176.45e6},
+      {"E6", 1278.75e6}, {"E7", 1207.14e6}, {"E8", 1191.795e6}, {"C1", 1575.42e6},  {"C2", 1561.098e6},
+      {"C5", 1176.45e6}, {"C6", 1268.52e6}, {"C7", 1207.14e6},  {"C8", 1191.795e6}, {"J1", 1575.42e6},
+      {"J2", 1227.60e6}, {"J5", 1176.45e6}, {"J6", 1278.75e6}};
   if (signal.size() != 2) return 0.0;
   const auto found = frequencies.find({system, signal[0]});
   return found == frequencies.end() ? 0.0 : found->second;
 }
 
 SignalTable defaultSignals() {
-  return {{'G', {"1C", "2W", "5Q"}}, {'E', {"1C", "5Q", "7Q"}}, {'C', {"2I", "6I", "5P"}}, {'J', {"1C", "2L", "5Q"}}};
+  return {{'G', {"1C", "2W", "5Q"}},
+          {'E', {"1C", "5Q", "7Q"}},
+          {'C', {"2I", "6I", "5P"}},
+          {'J', {"1C", "2L", "5Q"}}};
 }
 
 SignalTable parseSignalTable(const std::string& text) {
@@ -34,7 +37,8 @@ SignalTable parseSignalTable(const std::string& text) {
         throw UsageError("signals: '" + code + "' is no signal of system " + word[0]);
       list.push_back(code);
     }
-    if (list.size() < 2) throw UsageError("signals: system " + word.substr(0, 1) + " needs at least two signals");
+    if (list.size() < 2)
+      throw UsageError("signals: system " + word.substr(0, 1) + " needs at least two signals");
     table[word[0]] = list;
   }
   return table;

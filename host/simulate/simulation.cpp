@@ -37,13 +37,12 @@ void checkIntervals(const SimulationOptions& o) {
   if (o.orbitInterval % o.clockInterval != 0)
     throw UsageError("the interval of the orbit corrections is a multiple of that of the clocks");
   if (length(o.observer.site) < 6.3e6 || length(o.observer.site) > 6.5e6)
-    throw UsageError("the site is not near the Earth's surface; give X Y Z in metres or latitude, longitude, height");
+    throw UsageError(
+        "the site is not near the Earth's surface; give X Y Z in metres or latitude, longitude, height");
 }
 
 /// Time of the whole interval at or before t, counted within the day.
-GpsTime gridTime(const GpsTime& t, int interval) {
-  return {t.seconds - t.seconds % interval, 0.0};
-}
+GpsTime gridTime(const GpsTime& t, int interval) { return {t.seconds - t.seconds % interval, 0.0}; }
 
 ObsHeader makeHeader(const SimulationOptions& o) {
   ObsHeader header;
@@ -82,14 +81,14 @@ class TruthWriter {
   void write(const EpochTruth& e) {
     int week = 0;
     const double sow = secondsOfWeek(e.time, &week);
-    m_epochs << printed("%s,%d,%.3f,%.5f,%.5f,%.5f,%.5f,%.5f,%.5f,%.13e,%.5f,%.5f\n", formatTime(e.time, 3).c_str(), week,
-                        sow, e.marker[0], e.marker[1], e.marker[2], e.tide[0], e.tide[1], e.tide[2], e.clock,
-                        e.zenith.hydrostatic, e.zenith.wet);
+    m_epochs << printed("%s,%d,%.3f,%.5f,%.5f,%.5f,%.5f,%.5f,%.5f,%.13e,%.5f,%.5f\n",
+                        formatTime(e.time, 3).c_str(), week, sow, e.marker[0], e.marker[1], e.marker[2],
+                        e.tide[0], e.tide[1], e.tide[2], e.clock, e.zenith.hydrostatic, e.zenith.wet);
     if (!m_detail) return;
     for (const SatelliteTruth& s : e.satellites) {
       m_satellites << printed("%.3f,%s,%.4f,%.4f,%.5f,%.5f,%.5f,%.5f,%.5f,%.5f,%.5f,", sow, s.sat.c_str(),
-                              s.azimuth * kDegrees, s.elevation * kDegrees, s.range, s.clock, s.relativity, s.shapiro,
-                              s.troposphere, s.slantContent, s.windupCycles);
+                              s.azimuth * kDegrees, s.elevation * kDegrees, s.range, s.clock, s.relativity,
+                              s.shapiro, s.troposphere, s.slantContent, s.windupCycles);
       const char* separator = "";
       for (const auto& [signal, cycles] : s.ambiguity) {
         m_satellites << separator << signal << printed(":%.0f", cycles);
@@ -121,11 +120,47 @@ void writeBiasTruth(const std::filesystem::path& file, const Constellation& sky)
   if (!out) throw InputError(file.string(), 0, "cannot be written; check the folder and the free space");
 }
 
-void writeObservations(const SimulationOptions& options, const Constellation& sky, const SimulationFiles& files) {
+/// Which corrections are due at a time.
+struct Due {
+  bool orbit = false, clock = false, bias = false;
+};
+
+void makeBlocks(const SimulationOptions& options, const Constellation& sky, const GpsTime& t, const Due& due,
+                const std::function<void(const SsrBlock&)>& take) {
+  const double seconds = t - options.sky.start;
+  const GpsTime reference = gridTime(t, options.orbitInterval);
+  SsrBlock orbits{SsrKind::orbit, t, options.orbitInterval, kSource, {}, {}, {}, 0};
+  SsrBlock clocks{SsrKind::clock, t, options.clockInterval, kSource, {}, {}, {}, 0};
+  SsrBlock codes{SsrKind::codeBias, t, options.biasInterval, kSource, {}, {}, {}, 0};
+  SsrBlock phases{SsrKind::phaseBias, t, options.biasInterval, kSource, {}, {}, {}, 0};
+  for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
+    const SimulatedSatellite& satellite = sky.satellites()[i];
+    if (options.faults.strikes(Fault::Kind::ssrGap, satellite.name, seconds)) continue;
+    if (due.orbit) orbits.orbits.push_back(sky.orbitCorrection(i, t, reference));
+    if (due.clock) {
+      clocks.clocks.push_back(sky.clockCorrection(i, t, reference));
+      clocks.clocks.back().c[0] += options.faults.size(Fault::Kind::ssrClock, satellite.name, "", seconds);
+    }
+    if (due.bias) {
+      codes.biases.push_back(biasesOf(satellite, false));
+      phases.biases.push_back(biasesOf(satellite, true));
+    }
+  }
+  if (!orbits.orbits.empty()) take(orbits);
+  if (!clocks.clocks.empty()) take(clocks);
+  if (!codes.biases.empty()) {
+    take(codes);
+    take(phases);
+  }
+}
+
+void writeObservations(const SimulationOptions& options, const Constellation& sky,
+                       const SimulationFiles& files) {
   Observer observer(options.observer, sky, options.faults);
   RinexObsWriter writer(files.observations, makeHeader(options), options.sky.start);
   TruthWriter truthWriter(files, options);
-  const auto epochs = static_cast<long long>(std::floor(options.sky.hours * 3600.0 / options.interval + 1e-6));
+  const auto epochs =
+      static_cast<long long>(std::floor(options.sky.hours * 3600.0 / options.interval + 1e-6));
   ObsEpoch epoch;
   EpochTruth truth;
   for (long long k = 0; k < epochs; ++k) {
@@ -148,40 +183,16 @@ std::vector<BroadcastEph> allMessages(const Constellation& sky) {
   return messages;
 }
 
-std::vector<SsrBlock> makeCorrections(const SimulationOptions& options, const Constellation& sky) {
-  std::vector<SsrBlock> blocks;
+void forEachCorrection(const SimulationOptions& options, const Constellation& sky,
+                       const std::function<void(const SsrBlock&)>& take) {
   const GpsTime end = options.sky.start + options.sky.hours * 3600.0;
-  for (GpsTime t = gridTime(options.sky.start, options.orbitInterval); end - t >= 0.0; t = t + 1.0) {
-    const double seconds = t - options.sky.start;
+  const GpsTime first = gridTime(options.sky.start, options.orbitInterval);
+  for (GpsTime t = first; end - t >= 0.0; t = t + 1.0) {
     const bool orbit = t.seconds % options.orbitInterval == 0;
     const bool clock = t.seconds % options.clockInterval == 0;
-    const bool bias = t.seconds % options.biasInterval == 0 || blocks.empty();
-    SsrBlock orbits{SsrKind::orbit, t, options.orbitInterval, kSource, {}, {}, {}, 0};
-    SsrBlock clocks{SsrKind::clock, t, options.clockInterval, kSource, {}, {}, {}, 0};
-    SsrBlock codes{SsrKind::codeBias, t, options.biasInterval, kSource, {}, {}, {}, 0};
-    SsrBlock phases{SsrKind::phaseBias, t, options.biasInterval, kSource, {}, {}, {}, 0};
-    const GpsTime reference = gridTime(t, options.orbitInterval);
-    for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
-      const SimulatedSatellite& satellite = sky.satellites()[i];
-      if (options.faults.strikes(Fault::Kind::ssrGap, satellite.name, seconds)) continue;
-      if (orbit) orbits.orbits.push_back(sky.orbitCorrection(i, t, reference));
-      if (clock) {
-        clocks.clocks.push_back(sky.clockCorrection(i, t, reference));
-        clocks.clocks.back().c[0] += options.faults.size(Fault::Kind::ssrClock, satellite.name, "", seconds);
-      }
-      if (bias) {
-        codes.biases.push_back(biasesOf(satellite, false));
-        phases.biases.push_back(biasesOf(satellite, true));
-      }
-    }
-    if (!orbits.orbits.empty()) blocks.push_back(std::move(orbits));
-    if (!clocks.clocks.empty()) blocks.push_back(std::move(clocks));
-    if (!codes.biases.empty()) {
-      blocks.push_back(std::move(codes));
-      blocks.push_back(std::move(phases));
-    }
+    const bool bias = t.seconds % options.biasInterval == 0 || t == first;
+    if (orbit || clock || bias) makeBlocks(options, sky, t, {orbit, clock, bias}, take);
   }
-  return blocks;
 }
 
 SimulationFiles simulate(const SimulationOptions& options, const std::filesystem::path& directory) {
@@ -190,14 +201,14 @@ SimulationFiles simulate(const SimulationOptions& options, const std::filesystem
   std::error_code failed;
   std::filesystem::create_directories(directory, failed);
   if (failed) throw InputError(directory.string(), 0, "cannot be made: " + failed.message());
-  const SimulationFiles files{directory / "observations.rnx", directory / "navigation.rnx",
-                              directory / "corrections.ssr",  directory / "truth.csv",
+  const SimulationFiles files{directory / "observations.rnx",     directory / "navigation.rnx",
+                              directory / "corrections.ssr",      directory / "truth.csv",
                               directory / "truth_satellites.csv", directory / "truth_biases.csv"};
   writeObservations(options, sky, files);
   writeRinexNav(files.navigation, allMessages(sky));
   writeBiasTruth(files.biasTruth, sky);
   SsrWriter corrections(files.corrections);
-  for (const SsrBlock& block : makeCorrections(options, sky)) corrections.write(block);
+  forEachCorrection(options, sky, [&corrections](const SsrBlock& block) { corrections.write(block); });
   return files;
 }
 

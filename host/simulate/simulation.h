@@ -16,6 +16,7 @@
 /// The same options give the same files, byte for byte.
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,9 +30,9 @@ struct SimulationOptions {
   SkyOptions sky;
   ObserverOptions observer;
   FaultList faults;
-  double interval = 30.0;          ///< of the observations, s
-  int clockInterval = 30, orbitInterval = 30, biasInterval = 30;   ///< of the corrections, whole s
-  bool satelliteTruth = true;      ///< write truth_satellites.csv
+  double interval = 30.0;                                         ///< of the observations, s
+  int clockInterval = 30, orbitInterval = 30, biasInterval = 30;  ///< of the corrections, whole s
+  bool satelliteTruth = true;                                     ///< write truth_satellites.csv
   std::string marker = "SIMU", receiver = "SIMULATED", antenna = "";
 };
 
@@ -39,9 +40,10 @@ struct SimulationFiles {
   std::filesystem::path observations, navigation, corrections, truth, satelliteTruth, biasTruth;
 };
 
-/// All corrections of the span, in order of time. Orbits come before the clocks of the same time, and
-/// clocks refer to the messages of the last orbit block.
-std::vector<SsrBlock> makeCorrections(const SimulationOptions& options, const Constellation& sky);
+/// Hands over all corrections of the span, in order of time. Orbits come before the clocks of the same time,
+/// and clocks refer to the messages of the last orbit block.
+void forEachCorrection(const SimulationOptions& options, const Constellation& sky,
+                       const std::function<void(const SsrBlock&)>& take);
 
 /// All messages, in order of transmission.
 std::vector<BroadcastEph> allMessages(const Constellation& sky);

@@ -89,9 +89,9 @@ inline SatelliteList satelliteRange(char letter, int first, int last, const char
 /// GPS 32, Galileo 36, BDS-3 28, BDS-2 5, QZSS 3: a full sky for runs.
 inline SatelliteList fullSky() {
   SatelliteList all;
-  for (const SatelliteList& part :
-       {satelliteRange('G', 1, 32, "GPS"), satelliteRange('E', 1, 36, "GAL"), satelliteRange('C', 19, 46, "BD3"),
-        satelliteRange('C', 6, 10, "BD2"), satelliteRange('J', 1, 3, "QZS")}) {
+  for (const SatelliteList& part : {satelliteRange('G', 1, 32, "GPS"), satelliteRange('E', 1, 36, "GAL"),
+                                    satelliteRange('C', 19, 46, "BD3"), satelliteRange('C', 6, 10, "BD2"),
+                                    satelliteRange('J', 1, 3, "QZS")}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -145,8 +145,8 @@ inline std::string antexFrequency(const std::string& code, double north, double 
 }
 
 /// An antenna block around its frequency sections. `validity`: lines "VALID FROM" and "VALID UNTIL".
-inline std::string antexBlock(const std::string& type, const std::string& serial, const std::string& frequencies,
-                              const std::string& validity = "") {
+inline std::string antexBlock(const std::string& type, const std::string& serial,
+                              const std::string& frequencies, const std::string& validity = "") {
   return antexLine("", "START OF ANTENNA") +
          antexLine(print("%-20s%-20s", type.c_str(), serial.c_str()), "TYPE / SERIAL NO") +
          antexLine("     0.0", "DAZI") + antexLine("     0.0  14.0   7.0", "ZEN1 / ZEN2 / DZEN") +
@@ -196,7 +196,8 @@ inline std::string satelliteListFile(const SatelliteList& satellites) {
 
 /// GPT2w grid of 1 degree, the same mid-latitude atmosphere in every cell. Made once per machine.
 inline fs::path flatTroposphereGrid() {
-  const fs::path path = fs::temp_directory_path() / print("gnx-test-grid-%d-v1.grd", static_cast<int>(getuid()));
+  const fs::path path =
+      fs::temp_directory_path() / print("gnx-test-grid-%d-v1.grd", static_cast<int>(getuid()));
   if (fs::exists(path)) return path;
   // p (Pa), T (K), Q, dT, undulation, height, ah, aw, lambda, Tm; Q, dT, ah, aw times 1000
   const std::string cell =
@@ -204,7 +205,8 @@ inline fs::path flatTroposphereGrid() {
       " 2.5000 0 0 0 0 277.0 0 0 0 0\n";
   std::string text = "%  lat    lon   constant atmosphere\n";
   for (int row = 0; row < 180; ++row) {
-    for (int column = 0; column < 360; ++column) text += print("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
+    for (int column = 0; column < 360; ++column)
+      text += print("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
   }
   const fs::path draft = path.string() + "." + std::to_string(getpid());
   writeFile(draft, text);
@@ -241,9 +243,9 @@ class Deployment {
       "   0   0   0   0   1  -1617.2681    0.0000   -14.9471    0.0000    12.6153    0.0000\n";
 
   Deployment() {
-    for (const SatelliteList& part :
-         {satelliteRange('G', 1, 4, "GPS"), satelliteRange('E', 1, 3, "GAL"), satelliteRange('C', 19, 21, "BD3"),
-          satelliteRange('C', 6, 7, "BD2"), satelliteRange('J', 2, 2, "QZS")}) {
+    for (const SatelliteList& part : {satelliteRange('G', 1, 4, "GPS"), satelliteRange('E', 1, 3, "GAL"),
+                                      satelliteRange('C', 19, 21, "BD3"), satelliteRange('C', 6, 7, "BD2"),
+                                      satelliteRange('J', 2, 2, "QZS")}) {
       satellites.insert(satellites.end(), part.begin(), part.end());
     }
     makeConfig();
@@ -339,9 +341,9 @@ class Deployment {
 
   void makeTables() {
     const std::pair<const char*, const char*> files[] = {
-        {"satconf", "satconf.txt"}, {"satnav", "satnav.txt"}, {"antnam", "antnam.txt"},
-        {"antpcv", "antenna.atx"},  {"leapsc", "leapsc.txt"}, {"ocload", "ocload.blq"},
-        {"ut1t10", "ut1t10.txt"},   {"predefine", "none"},    {"polut1", "none"},
+        {"satconf", "satconf.txt"},  {"satnav", "satnav.txt"}, {"antnam", "antnam.txt"},
+        {"antpcv", "antenna.atx"},   {"leapsc", "leapsc.txt"}, {"ocload", "ocload.blq"},
+        {"ut1t10", "ut1t10.txt"},    {"predefine", "none"},    {"polut1", "none"},
         {"gptgrd_w", "gpt2_1w.grd"}, {"rinput", "ratio.txt"}};
     for (const auto& [key, file] : files) tables["files"][key].append(path(file).string());
   }

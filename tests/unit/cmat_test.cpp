@@ -236,8 +236,8 @@ TEST(Householder, SingleReflectorForms) {
 TEST(Inverse, HilbertMatrixAndRandomMatrices) {
   const double hilbert[16] = {1.0 / 1, 1.0 / 2, 1.0 / 3, 1.0 / 4, 1.0 / 2, 1.0 / 3, 1.0 / 4, 1.0 / 5,
                               1.0 / 3, 1.0 / 4, 1.0 / 5, 1.0 / 6, 1.0 / 4, 1.0 / 5, 1.0 / 6, 1.0 / 7};
-  const double inverse[16] = {16,  -120,  240,  -140,  -120, 1200,  -2700, 1680,
-                              240, -2700, 6480, -4200, -140, 1680,  -4200, 2800};  // closed form
+  const double inverse[16] = {16,  -120,  240,  -140,  -120, 1200, -2700, 1680,
+                              240, -2700, 6480, -4200, -140, 1680, -4200, 2800};  // closed form
   double a[16];
   std::copy(hilbert, hilbert + 16, a);
   ASSERT_EQ(CMat::CMat_Inverse(a, 4, 4), 0);
@@ -277,7 +277,8 @@ TEST(SolveLinear, EqualsTheProductWithThePackedInverse) {
   CMat::CMat_InverUU(r.data(), packed.data(), r.m_lead, n, 'W');
   for (int i = 0; i < n; ++i) {
     double sum = 0.0;
-    for (int c = i; c < n; ++c) sum += packed[static_cast<std::size_t>(c * (c + 1) / 2 + i)] * b[static_cast<std::size_t>(c)];
+    for (int c = i; c < n; ++c)
+      sum += packed[static_cast<std::size_t>(c * (c + 1) / 2 + i)] * b[static_cast<std::size_t>(c)];
     EXPECT_NEAR(x[static_cast<std::size_t>(i)], sum, 1.0e-9 * (1.0 + std::fabs(sum)));
   }
   for (int c = 0; c < n; ++c) {
@@ -288,8 +289,8 @@ TEST(SolveLinear, EqualsTheProductWithThePackedInverse) {
 }
 
 TEST(SolveLinear, ZeroDiagonalGivesInfinitiesOnlyWhereTheParameterActs) {
-  // Column-major [2 0 1; 0 0 4; 0 0 5]: the second parameter has no information.
-  const double r[9] = {2, 0, 0, 0, 0, 0, 1, 4, 5};
+  // Rows [2 0 1; 0 0 0; 0 0 5]: the second parameter has no information.
+  const double r[9] = {2, 0, 0, 0, 0, 0, 1, 0, 5};
   double b[3] = {4.0, 1.0, 10.0};
   CMat::CMat_SolveLinear(3, r, 3, b, 0);
   EXPECT_TRUE(std::isinf(b[1]));

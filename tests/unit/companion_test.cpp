@@ -82,7 +82,7 @@ TEST(CompanionSatellites, NamesAreOneToOne) {
     char id[4] = "??";
     GNX_IO::satno2id(sat, id);
     EXPECT_EQ(std::strlen(id), 3u);
-    if (corners.contains(sat)) EXPECT_EQ(id, corners.at(sat));
+    EXPECT_TRUE(!corners.contains(sat) || corners.at(sat) == id) << id;
     names.insert(id);
   }
   EXPECT_EQ(names.size(), 207u);

@@ -10,7 +10,7 @@
 
 #include "Core/Model/Itrs2gcrs.h"
 #include "Interface/Controller.h"
-#include "unit/exit_message.h"
+#include "support/exit_message.h"
 
 namespace tarvio {
 namespace {
@@ -51,9 +51,10 @@ TEST_F(EarthRotation, ZonalTidesMeetPublishedCase) {
 }
 
 TEST_F(EarthRotation, SubdailySeriesMeetPublishedCases) {
-  const double partials[12] = {15.35873641938967360, 9.784941251812741214, -5.520740128266865554, 3.575314211234633888,
-                               -13.93717453496387648, -9.167400321705855504, 5.532815475865292321, 9.558741883500834646,
-                               -10.22541212627272600, 0.8367570529461261231, 1.946355176475630611, -13.55702062247304696};
+  const double partials[12] = {15.35873641938967360,  9.784941251812741214,  -5.520740128266865554,
+                               3.575314211234633888,  -13.93717453496387648, -9.167400321705855504,
+                               5.532815475865292321,  9.558741883500834646,  -10.22541212627272600,
+                               0.8367570529461261231, 1.946355176475630611,  -13.55702062247304696};
   double h[12];
   CNMTX(54964.0, h);
   for (int i = 0; i < 12; ++i) EXPECT_NEAR(h[i], partials[i], 1e-9) << i;
@@ -87,8 +88,8 @@ TEST_F(EarthRotation, ChainAgreesWithErfa) {
     SCOPED_TRACE(c["gps_mjd"].asString() + " " + c["gps_sod"].asString());
     double R[3][3], Rdot[3][3], sodUt1, gast, xp, yp;
     int mjdUt1;
-    rotation.itrs2gcrs("IERS2010", 0, c["gps_mjd"].asInt(), c["gps_sod"].asDouble(), eop, R, Rdot, 0.0, 0.0, &mjdUt1,
-                       &sodUt1, &gast, &xp, &yp);
+    rotation.itrs2gcrs("IERS2010", 0, c["gps_mjd"].asInt(), c["gps_sod"].asDouble(), eop, R, Rdot, 0.0, 0.0,
+                       &mjdUt1, &sodUt1, &gast, &xp, &yp);
     EXPECT_EQ(mjdUt1, c["ut1_mjd"].asInt());
     EXPECT_NEAR(sodUt1, c["ut1_sod"].asDouble(), 1e-8);
     EXPECT_NEAR(gast, c["gmst06_rad"].asDouble(), 1e-12);
@@ -105,12 +106,14 @@ TEST_F(EarthRotation, ChainAgreesWithErfa) {
 // Sidereal time, nutation theory and s' differ between the conventions, the rotation by less than
 // 1e-6 rad; a wrong order or sign of a factor shows as a matrix that is no rotation or has another rate.
 TEST_F(EarthRotation, OlderConventionsStayClose) {
-  Controller::s_getInstance()->m_deploy.m_fileTable["ut1t03"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+  Controller::s_getInstance()->m_deploy.m_fileTable["ut1t03"] =
+      std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
   Itrs2gcrs rotation;
   const double eop[3] = {0.1, 0.35, -0.15};
   double reference[3][3], R[3][3], Rdot[3][3], before[3][3], after[3][3], unused[3][3];
-  const auto at = [&](const char* conv, double sod, double (*out)[3], double (*rate)[3]) {
-    rotation.itrs2gcrs(conv, 0, 58849, sod, eop, out, rate, 0.0, 0.0, nullptr, nullptr, nullptr, nullptr, nullptr);
+  const auto at = [&](const char* conv, double sod, double(*out)[3], double(*rate)[3]) {
+    rotation.itrs2gcrs(conv, 0, 58849, sod, eop, out, rate, 0.0, 0.0, nullptr, nullptr, nullptr, nullptr,
+                       nullptr);
   };
   at("IERS2010", 43200.0, reference, Rdot);
   for (const char* conv : {"IERS2010", "IERS2003", "IERS1996"}) {

@@ -1,10 +1,10 @@
-#include "Common/ComGeometry.h"
-
 #include <erfa.h>
+#include <erfam.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 
+#include "Common/ComGeometry.h"
 #include "Common/Constants.h"
 
 namespace {
@@ -90,7 +90,8 @@ TEST(Orbit, AxesAndAnglesAgainstTheSun) {
   const double sun[3] = {1.5e11, 0.0, 0.0};
   for (int degrees = 0; degrees < 360; degrees += 15) {
     const double w = degrees * kDegToRad, r = 2.6e7, speed = 3900.0;
-    const double xv[6] = {r * std::cos(w), r * std::sin(w), 0.0, -speed * std::sin(w), speed * std::cos(w), 0.0};
+    const double xv[6] = {r * std::cos(w),      r * std::sin(w),     0.0,
+                          -speed * std::sin(w), speed * std::cos(w), 0.0};
     double beta = 1.0, mu = 0.0, radial[3], along[3], cross_track[3];
     betau(xv, sun, &beta, &mu);
     EXPECT_NEAR(beta, 0.0, 1.0e-12);

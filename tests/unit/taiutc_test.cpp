@@ -8,7 +8,7 @@
 #include <string>
 
 #include "Interface/Controller.h"
-#include "unit/exit_message.h"
+#include "support/exit_message.h"
 
 namespace tarvio {
 namespace {
@@ -16,7 +16,8 @@ namespace {
 void useTable(const std::string& path) { Controller::s_getInstance()->m_deploy.m_fileTable["leapsc"] = path; }
 
 std::string writeTable(const std::string& text) {
-  const std::string path = testing::TempDir() + "leapsc_" + testing::UnitTest::GetInstance()->current_test_info()->name();
+  const std::string path =
+      testing::TempDir() + "leapsc_" + testing::UnitTest::GetInstance()->current_test_info()->name();
   std::ofstream(path) << text;
   return path;
 }

@@ -1,10 +1,12 @@
-#include "Common/ComTime.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cmath>
 #include <ctime>
+#include <utility>
+
+#include "Common/ComTime.h"
+#include "support/table_fixture.h"
 
 namespace {
 
@@ -64,8 +66,11 @@ TEST(Epoch, IncrementsStayInTheDay) {
     int day;
     double result;
   };
-  for (const Case& c : {Case{10.0, -20.0, -1, 86390.0}, {86399.5, 0.5, 1, 0.0}, {0.0, 3.0 * 86400.0, 3, 0.0},
-                        {0.0, -86400.0, -1, 0.0}, {100.0, 1.0e6, 11, 49700.0}}) {
+  for (const Case& c : {Case{10.0, -20.0, -1, 86390.0},
+                        {86399.5, 0.5, 1, 0.0},
+                        {0.0, 3.0 * 86400.0, 3, 0.0},
+                        {0.0, -86400.0, -1, 0.0},
+                        {100.0, 1.0e6, 11, 49700.0}}) {
     int mjd = 0;
     double sod = 0.0;
     timinc(59000, c.sod, c.inc, &mjd, &sod);
@@ -105,13 +110,31 @@ TEST(Epoch, WeeksAndStamps) {
 }
 
 TEST(Epoch, BroadcastStampsOfBeiDouMoveToGpsTime) {
-  for (const auto& [name, shift] : {std::pair{"C06", 14.0}, {"B06", 14.0}, {"G01", 0.0}, {"E01", 0.0}, {"J01", 0.0}}) {
+  for (const auto& [name, shift] :
+       {std::pair{"C06", 14.0}, {"B06", 14.0}, {"G01", 0.0}, {"E01", 0.0}, {"J01", 0.0}}) {
     int mjd = 59000;
     double sod = 86390.0;
     brdtime(name, &mjd, &sod);
     EXPECT_DOUBLE_EQ(timdif(mjd, sod, 59000, 86390.0), shift) << name;
     EXPECT_LT(sod, 86400.0);
   }
+}
+
+class LeapSecondTest : public gnx_test::TableFixture {};
+
+TEST_F(LeapSecondTest, ClockAndGlonassRunOnGpsTime) {
+  int mjd = 59025, day = 0;
+  double sod = 86390.0, second = 0.0;
+  brdtime("R09", &mjd, &sod);  // 18 s ahead of UTC since 2017
+  EXPECT_EQ(mjd, 59026);
+  EXPECT_DOUBLE_EQ(sod, 8.0);
+
+  const long before = s_wallClock();
+  cur_time(&mjd, &sod);
+  time2mjd(before, &day, &second);
+  const double ahead = timdif(mjd, sod, day, second);
+  EXPECT_TRUE(ahead >= 18.0 && ahead <= 20.0) << ahead;
+  EXPECT_EQ(runtime().size(), std::string("2020-06-25 12:00:00").size());
 }
 
 }  // namespace

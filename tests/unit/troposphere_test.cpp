@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Core/Model/Tropo_vmf1.h"
-#include "unit/exit_message.h"
+#include "support/exit_message.h"
 
 namespace tarvio {
 namespace {
@@ -55,17 +55,20 @@ class LinearGrid : public testing::Test {
     char text[400];
     for (int row = 1; row <= 180; ++row)
       for (int column = 1; column <= 360; ++column) {
-        std::snprintf(text, sizeof text,
-                      "%5.1f %5.1f 100000 0 0 0 0 %.4f 10 0 0 0 8.0 0 0 0 0 -6.5 0 0 0 0 40.0 0.0 1.25 0 0 0 0 "
-                      "0.58 0 0 0 0 3.0 0 0 0 0 275.0 0 0 0 0\n",
-                      90.5 - row, column - 0.5, 280.0 + kRowStep * row + kColumnStep * column);
+        std::snprintf(
+            text, sizeof text,
+            "%5.1f %5.1f 100000 0 0 0 0 %.4f 10 0 0 0 8.0 0 0 0 0 -6.5 0 0 0 0 40.0 0.0 1.25 0 0 0 0 "
+            "0.58 0 0 0 0 3.0 0 0 0 0 275.0 0 0 0 0\n",
+            90.5 - row, column - 0.5, 280.0 + kRowStep * row + kColumnStep * column);
         out << text;
       }
   }
   static void TearDownTestSuite() { std::filesystem::remove(path()); }
 
   /// Temperature at a point of the grid, row and column as real numbers.
-  static double temperature(double row, double column) { return 280.0 + kRowStep * row + kColumnStep * column - 273.15; }
+  static double temperature(double row, double column) {
+    return 280.0 + kRowStep * row + kColumnStep * column - 273.15;
+  }
 
   static GptValues at(const Tropo_vmf1& tropo, double lat_deg, double lon_deg, double mjd = 51544.5) {
     const double lat = lat_deg * kRad, lon = lon_deg * kRad, hgt = 40.0;
@@ -158,8 +161,10 @@ struct FiveDegreeModel {
       const double p0 = value(2), t0 = value(7), q = value(12) / 1000, rise = hgt - n[22] - n[23];
       const double p = p0 * std::exp(-9.80665 * 28.965e-3 / (8.3143 * t0 * (1 + 0.6077 * q)) * rise);
       const double e = q * p0 / (0.622 + 0.378 * q) * std::pow(p / p0, value(34) + 1);
-      const double cell[7] = {p / 100, t0 + value(17) / 1000 * rise - 273.15, e / 100,      value(24) / 1000,
-                              value(29) / 1000, value(34),                      value(39)};
+      const double cell[7] = {p / 100,          t0 + value(17) / 1000 * rise - 273.15,
+                              e / 100,          value(24) / 1000,
+                              value(29) / 1000, value(34),
+                              value(39)};
       for (std::size_t k = 0; k < 7; ++k) out[k] += weight * cell[k];
     }
     return out;
@@ -177,7 +182,8 @@ TEST(TroposphereGrid, OneDegreeFileFollowsTheFiveDegreeModel) {
   const FiveDegreeModel model(coarse);
 
   // Vienna (2012-08-02), Esbjerg, and the south; the file is an interpolation of the coarse one.
-  const double sites[3][4] = {{56141.0, 48.20, 16.37, 156.0}, {59025.0, 55.494, 8.457, 56.0}, {59000.0, -35.4, 149.0, 700.0}};
+  const double sites[3][4] = {
+      {56141.0, 48.20, 16.37, 156.0}, {59025.0, 55.494, 8.457, 56.0}, {59000.0, -35.4, 149.0, 700.0}};
   for (const auto& s : sites) {
     SCOPED_TRACE(s[1]);
     const double lat = s[1] * kRad, lon = s[2] * kRad;

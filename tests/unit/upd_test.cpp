@@ -94,7 +94,8 @@ TEST_F(Upd, InquiryOfAnEmptyStoreChangesNothing) {
 }
 
 TEST_F(Upd, NearestInTimeAndTheOlderOfATie) {
-  for (int k = 0; k < 4; ++k) input(comb(kDay, 86400.0 - 60.0 + 30.0 * k - (k >= 2 ? 86400.0 : 0.0) + 0.0, 10.0 + k));
+  for (int k = 0; k < 4; ++k)
+    input(comb(kDay, 86400.0 - 60.0 + 30.0 * k - (k >= 2 ? 86400.0 : 0.0) + 0.0, 10.0 + k));
   // 86340, 86370 of one day, then 0 and 30 of the same day: out of order on purpose.
   EXPECT_EQ(inquire(kDay, 86340.0), 10.0);
   EXPECT_EQ(inquire(kDay, 86355.0), 10.0);
@@ -168,14 +169,16 @@ TEST_F(Upd, AnyOrderOfArrivalServesLikeAPlainWalk) {
     PlainStore plain;
     for (int k = 0; k < 400; ++k) {
       // Multiples of 600 s make ties and repeated times frequent.
-      const long t = k * 1200L + static_cast<long>(random() % static_cast<unsigned>(disorder_s + 1)) / 600 * 600;
+      const long t =
+          k * 1200L + static_cast<long>(random() % static_cast<unsigned>(disorder_s + 1)) / 600 * 600;
       const int mjd = kDay + static_cast<int>(t / 86400);
       const double sod = static_cast<double>(t % 86400);
       fast.v_inputComb("comb", "wl", comb(mjd, sod, k));
       plain.input(mjd, sod, k);
       const long q = k * 1200L - static_cast<long>(random() % 300000) / 300 * 300 + 300000;
       Upd_comb out;
-      fast.m_inquireComb(kDay + static_cast<int>(q / 86400), static_cast<double>(q % 86400), "comb", "wl", out);
+      fast.m_inquireComb(kDay + static_cast<int>(q / 86400), static_cast<double>(q % 86400), "comb", "wl",
+                         out);
       ASSERT_EQ(out.m_value[1],
                 plain.inquire(kDay + static_cast<int>(q / 86400), static_cast<double>(q % 86400)))
           << "disorder " << disorder_s << " set " << k;

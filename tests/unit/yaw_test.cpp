@@ -81,7 +81,8 @@ TEST(YawTurns, FollowTheCosineLawsOfGalileoAndBeiDou) {
       // the planar distance of the records ends a turn up to 2 s early, where the law is up to 1.1 deg
       // away from nominal yaw
       const double centre = std::sqrt(law.block.range * law.block.range - beta * beta) / law.rate;
-      EXPECT_LT(difference(cosineYawAt(law.block, beta, law.rate, t), row[4].asDouble()), t > centre - 2.0 ? 1.2 : 0.2)
+      EXPECT_LT(difference(cosineYawAt(law.block, beta, law.rate, t), row[4].asDouble()),
+                t > centre - 2.0 ? 1.2 : 0.2)
           << law.name << " beta " << beta << " t " << t;
     }
   }

@@ -1,0 +1,170 @@
+/// `gnx simulate`: observations, navigation, corrections and truth of a sky that does not exist.
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <numbers>
+
+#include "commands/commands.h"
+#include "commands/simulated_vehicles.h"
+#include "formats/input_error.h"
+#include "simulate/simulation.h"
+
+namespace gnx {
+
+namespace {
+
+/// Values of the command line that need work before they are options.
+struct SimulateArguments {
+  SimulationOptions options;
+  std::string directory, date = "2026-11-21T00:00:00", signals, faults;
+  std::vector<double> site = {47.5, 8.5, 450.0}, position, antennaDelta;
+  bool noNoise = false, noMultipath = false, noBiases = false, noReceiverBiases = false,
+       noBroadcastErrors = false;
+  bool noTroposphere = false, noIonosphere = false, noTides = false, noWindup = false,
+       noSatelliteTruth = false;
+  bool quiet = false;
+};
+
+GpsTime parseStart(const std::string& text) {
+  Calendar c;
+  const int n = std::sscanf(text.c_str(), "%d-%d-%d%*c%d:%d:%lf", &c.year, &c.month, &c.day, &c.hour,
+                            &c.minute, &c.second);
+  const bool hasTime = n == 5 || n == 6;
+  if ((n != 3 && !hasTime) || c.year < 2017 || c.year > 2099 || c.month < 1 || c.month > 12 || c.day < 1 ||
+      c.day > 31 || c.hour < 0 || c.hour > 23 || c.minute < 0 || c.minute > 59 ||
+      !(c.second >= 0.0 && c.second < 60.0))
+    throw UsageError("--date takes a GPS time from 2017 on, such as 2026-11-21T06:00:00, not '" + text + "'");
+  c.second = std::floor(c.second);
+  return toGpsTime(c);
+}
+
+void addSkyOptions(CLI::App& cmd, SimulateArguments& a) {
+  SkyOptions& sky = a.options.sky;
+  cmd.add_option("dir", a.directory, "folder of the files, made when absent")->required();
+  cmd.add_option("--date", a.date, "first epoch, GPS time")->capture_default_str();
+  cmd.add_option("--hours", sky.hours, "length")->check(CLI::Range(0.01, 336.0))->capture_default_str();
+  cmd.add_option("--interval", a.options.interval, "between observations, s")->capture_default_str();
+  cmd.add_option("--systems", sky.systems, "letters of G E C J")->capture_default_str();
+  cmd.add_option("--signals", a.signals,
+                 "e.g. \"G:1C,2W E:1C,5Q\"; default G:1C,2W,5Q E:1C,5Q,7Q C:2I,6I,5P J:1C,2L,5Q");
+  cmd.add_option("--seed", sky.seed, "another seed is another simulation")->capture_default_str();
+  cmd.add_option("--clock-interval", a.options.clockInterval, "of the clock corrections, s")
+      ->capture_default_str();
+  cmd.add_option("--orbit-interval", a.options.orbitInterval, "of the orbit corrections, s")
+      ->capture_default_str();
+  cmd.add_option("--bias-interval", a.options.biasInterval, "of the bias corrections, s")
+      ->capture_default_str();
+}
+
+void addReceiverOptions(CLI::App& cmd, SimulateArguments& a) {
+  ObserverOptions& o = a.options.observer;
+  cmd.add_option("--site", a.site, "latitude, longitude (degrees), height (m)")
+      ->expected(3)
+      ->capture_default_str();
+  cmd.add_option("--position", a.position, "marker X Y Z, m, instead of --site")->expected(3);
+  cmd.add_option("--path", o.path.kind, "static, circle or figure8")->capture_default_str();
+  cmd.add_option("--radius", o.path.radius, "of the path, m")->capture_default_str();
+  cmd.add_option("--speed", o.path.speed, "on the path, m/s")->capture_default_str();
+  cmd.add_option("--vertical", o.path.verticalAmplitude, "amplitude of a slow vertical wave, m")
+      ->capture_default_str();
+  cmd.add_option("--clock", o.clock.kind, "receiver clock: steered, free or jumping (1 ms)")
+      ->capture_default_str();
+  cmd.add_option("--mask", o.maskDegrees, "elevation mask, degrees")
+      ->check(CLI::Range(0.0, 89.0))
+      ->capture_default_str();
+  cmd.add_option("--antenna", a.options.antenna, "antenna type for the header, 20 characters with radome");
+  cmd.add_option("--antenna-delta", a.antennaDelta, "antenna above the marker: height, east, north, m")
+      ->expected(3);
+}
+
+void addErrorOptions(CLI::App& cmd, SimulateArguments& a) {
+  ObserverOptions& o = a.options.observer;
+  const std::string group = "Error budget";
+  cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--wet-delay", o.troposphere.wetZenith, "mean zenith wet delay, m")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--day-tec", o.ionosphere.dayTec, "vertical electron content by day at the equator, TECU")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--satellite-clock-walk", a.options.sky.clockWalk, "s per root second")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_flag("--no-noise", a.noNoise, "no white noise")->group(group);
+  cmd.add_flag("--no-multipath", a.noMultipath, "no slow errors")->group(group);
+  cmd.add_flag("--no-biases", a.noBiases, "no satellite code and phase biases")->group(group);
+  cmd.add_flag("--no-receiver-biases", a.noReceiverBiases, "no receiver biases between systems and signals")
+      ->group(group);
+  cmd.add_flag("--no-broadcast-errors", a.noBroadcastErrors, "broadcast messages equal the truth")
+      ->group(group);
+  cmd.add_flag("--no-troposphere", a.noTroposphere, "vacuum below")->group(group);
+  cmd.add_flag("--no-ionosphere", a.noIonosphere, "vacuum above")->group(group);
+  cmd.add_flag("--no-tides", a.noTides, "a rigid Earth")->group(group);
+  cmd.add_flag("--no-windup", a.noWindup, "no phase wind-up")->group(group);
+  cmd.add_option("--faults", a.faults, "JSON list of slips, gaps, outliers and correction faults")
+      ->group(group);
+  cmd.add_flag("--no-satellite-truth", a.noSatelliteTruth, "leave truth_satellites.csv out");
+  cmd.add_flag("--quiet", a.quiet, "print nothing");
+}
+
+void applyErrorSwitches(const SimulateArguments& a, SimulationOptions& o) {
+  ObserverOptions& r = o.observer;
+  if (a.noNoise) r.codeSigma = r.phaseSigma = 0.0;
+  if (a.noMultipath) r.codeMultipath = r.phaseMultipath = 0.0;
+  if (a.noBiases) o.sky.codeBiasSigma = o.sky.phaseBiasSigma = 0.0;
+  if (a.noReceiverBiases) r.interSystemSigma = r.receiverBiasSigma = 0.0;
+  if (a.noBroadcastErrors) o.sky.broadcastErrorScale = 0.0;
+  r.troposphere.on = !a.noTroposphere;
+  r.ionosphere.on = !a.noIonosphere;
+  r.solidTide = r.poleTide = !a.noTides;
+  r.windup = !a.noWindup;
+  o.satelliteTruth = !a.noSatelliteTruth;
+}
+
+void runSimulate(SimulateArguments& a) {
+  SimulationOptions& o = a.options;
+  o.sky.start = parseStart(a.date);
+  o.sky.signals = parseSignalTable(a.signals);
+  constexpr double kRadians = std::numbers::pi / 180.0;
+  o.observer.site = a.position.empty() ? toEarthFixed({a.site[0] * kRadians, a.site[1] * kRadians, a.site[2]})
+                                       : Vector3{a.position[0], a.position[1], a.position[2]};
+  if (!a.antennaDelta.empty())
+    o.observer.antennaDelta = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
+  if (!a.faults.empty()) o.faults = FaultList::read(a.faults);
+  o.observer.reversedAxes = reversedSatellites(o.sky.start);
+  applyErrorSwitches(a, o);
+  const SimulationFiles files = simulate(o, a.directory);
+  if (a.quiet) return;
+  const Vector3& site = o.observer.site;
+  std::printf("simulated %g h from %s, every %g s, systems %s\n", o.sky.hours,
+              formatTime(o.sky.start).c_str(), o.interval, o.sky.systems.c_str());
+  for (const auto* file : {&files.observations, &files.navigation, &files.corrections, &files.truth})
+    std::printf("  %s\n", file->string().c_str());
+  const bool moving = o.observer.path.kind != "static";
+  std::printf(
+      "\nrun the engine on it:\n  gnx replay --obs %s --nav %s --ssr %s --systems %s --interval %g --mode %s",
+      files.observations.string().c_str(), files.navigation.string().c_str(),
+      files.corrections.string().c_str(), o.sky.systems.c_str(), o.interval, moving ? "kinematic" : "static");
+  if (!moving) std::printf(" --reference %.4f %.4f %.4f", site[0], site[1], site[2]);
+  std::printf("\n");
+}
+
+}  // namespace
+
+void addSimulate(CLI::App& app) {
+  auto* cmd = app.add_subcommand("simulate", "write a simulated data set with its truth");
+  auto a = std::make_shared<SimulateArguments>();
+  addSkyOptions(*cmd, *a);
+  addReceiverOptions(*cmd, *a);
+  addErrorOptions(*cmd, *a);
+  cmd->callback([a] { runSimulate(*a); });
+}
+
+}  // namespace gnx

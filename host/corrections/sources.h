@@ -1,0 +1,74 @@
+#pragma once
+/// \file sources.h
+/// The sources of corrections. A timeline that a source is given must outlive it.
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "corrections/correction_source.h"
+#include "corrections/ephemeris_timeline.h"
+
+namespace gnx {
+
+/// Precise products: orbits, clocks, biases.
+struct ProductOptions {
+  std::vector<std::string> sp3;  ///< files of neighbouring days together
+  std::vector<std::string> clk;  ///< RINEX clock files; none: the clocks of the SP3 files
+  std::vector<std::string> bia;  ///< bias SINEX files
+  bool wideLaneBiases = false;   ///< phase biases from the clock file's header
+  std::string systems = "GECJ";
+  std::optional<GpsTime> from, until;  ///< epochs of interest; none: all of the product
+  double interval_s = 0.0;             ///< of the batches; 0: that of the clocks, at most 30
+  double biasInterval_s = 300.0;
+  double extrapolation_s = 900.0;  ///< of orbits beyond the product: many end at 23:45
+};
+
+/// Turns products into corrections relative to the messages that the timeline picks, one batch an
+/// epoch on whole multiples of the interval, tagged and delivered at that epoch (final products have
+/// no latency). Orbits: orbit_interpolation.h. Clocks are taken at their epochs; in between they are
+/// interpolated linearly (5-minute clocks lose 1 to 3 cm by that, the engine drops corrections
+/// after 120 s), never across a gap. Clock rates are 0: the engine applies a rate to the absolute age, which
+/// does harm ahead of the tag. A satellite without orbit, clock or message is left out of the batch.
+/// `notes`, when not null, receives remarks for the user. Throws InputError, UsageError.
+std::unique_ptr<CorrectionSource> makeProductSource(const ProductOptions& options,
+                                                    const EphemerisTimeline& timeline,
+                                                    std::vector<std::string>* notes = nullptr);
+
+/// A recorded stream of state-space corrections in text form (formats/ssr_text.h).
+struct SsrTextOptions {
+  std::vector<std::string> files;  ///< one after the other in time
+  std::string availability;        ///< CSV with the delivery time of each block of the first file, "" = none
+  double latency_s = 0.0;          ///< where it says nothing
+  double longestOrbit_s = 300.0;   ///< corrections of an orbit are used so long
+  double longestClock_s = 60.0;    ///< and those of a clock in the batches of other systems' clocks
+  bool halfInterval = true;        ///< polynomials refer to the middle of the update interval (RTCM 10403.3)
+};
+
+/// One batch for every CLOCK block, tagged with its epoch: all satellites whose latest clock has an
+/// orbit of the same issue of data, the orbit moved to the tag by its rates. Blocks of the same epoch
+/// behind the CLOCK block belong to it. Biases come with the batch that follows them, always the full
+/// set, with tags that never repeat.
+///
+/// With a timeline, corrections to a message that the engine does not hold (clock times off its grid, or
+/// not received yet) are moved to the message that it does hold. Throws InputError.
+std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& options,
+                                                    const EphemerisTimeline* timeline = nullptr);
+
+/// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite.
+struct ZeroOptions {
+  std::optional<GpsTime> from,
+      until;                 ///< none: from the timeline's start to four hours after its last message
+  double interval_s = 30.0;  ///< above 0, below the engine's limit of 120
+};
+std::unique_ptr<CorrectionSource> makeZeroSource(const EphemerisTimeline& timeline,
+                                                 const ZeroOptions& options = {});
+
+/// Signals with a code bias anywhere in bias or SSR text files, by system letter ("1C", "2W").
+std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,
+                                                       const std::vector<std::string>& ssrFiles);
+
+}  // namespace gnx

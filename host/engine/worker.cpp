@@ -1,0 +1,183 @@
+/// The worker process: runs the engine inside a run directory, on the files of "run.json".
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "corrections/sources.h"
+#include "engine/boundary_feed.h"
+#include "engine/child_process.h"
+#include "engine/engine_options.h"
+#include "engine/feeder_thread.h"
+#include "engine/replay.h"
+#include "engine/replay_clock.h"
+#include "formats/input_error.h"
+#include "formats/rinex_nav.h"
+#include "formats/rinex_obs.h"
+
+namespace gnx {
+
+namespace {
+
+/// Epochs of several observation files as one stream, within the chosen time.
+class ObservationStream {
+ public:
+  explicit ObservationStream(const RunPlan& plan) : plan_(plan) { open(); }
+  const ObsHeader& header() const { return reader_->header(); }
+
+  bool next(ObsEpoch& epoch) {
+    while (reader_) {
+      if (!reader_->next(epoch)) {
+        ++file_;
+        open();
+        continue;
+      }
+      if (plan_.from && epoch.time - *plan_.from < -kTolerance_s) continue;
+      if (plan_.to && epoch.time - *plan_.to > kTolerance_s) continue;
+      if (last_ && epoch.time - *last_ < kTolerance_s) continue;  // files may overlap
+      last_ = epoch.time;
+      return true;
+    }
+    return false;
+  }
+
+ private:
+  static constexpr double kTolerance_s = 0.005;
+
+  void open() { reader_ = file_ < plan_.obs.size() ? std::make_unique<RinexObsReader>(plan_.obs[file_]) : nullptr; }
+
+  const RunPlan& plan_;
+  std::size_t file_ = 0;
+  std::unique_ptr<RinexObsReader> reader_;
+  std::optional<GpsTime> last_;
+};
+
+std::unique_ptr<CorrectionSource> makeSource(const RunPlan& plan, const GpsTime& first,
+                                             const EphemerisTimeline& timeline, std::vector<std::string>& notes) {
+  if (plan.broadcastOnly) return makeZeroSource(timeline);
+  if (!plan.ssr.empty()) {
+    SsrTextOptions options;
+    options.files = plan.ssr;
+    options.availability = plan.availability;
+    return makeSsrTextSource(options, &timeline);
+  }
+  ProductOptions options;
+  options.sp3 = plan.sp3;
+  options.clk = plan.clk;
+  options.bia = plan.bia;
+  options.wideLaneBiases = plan.wideLaneBiases;
+  options.from = first;
+  options.until = plan.to;
+  return makeProductSource(options, timeline, &notes);
+}
+
+/// Everything that is to reach the engine, handed over as its time comes.
+class Delivery {
+ public:
+  Delivery(const EphemerisTimeline& timeline, std::unique_ptr<CorrectionSource> source, ProductFeed& feed)
+      : timeline_(timeline), source_(std::move(source)), feed_(feed) {
+    waiting_ = source_->next(batch_);
+  }
+
+  void until(const GpsTime& time) {
+    const auto& messages = timeline_.deliveries();
+    for (; message_ < messages.size() && messages[message_].time <= time; ++message_) {
+      if (messages[message_].eph != nullptr) feed_.feed(*messages[message_].eph);
+      if (messages[message_].glonass != nullptr) feed_.feed(*messages[message_].glonass);
+    }
+    while (waiting_ && batch_.delivery <= time) {
+      // of a backlog only what the epoch can still use is worth handing over
+      if (time - batch_.tag < kUseful_s || batch_.newBiases) feed_.feed(batch_);
+      waiting_ = source_->next(batch_);
+    }
+  }
+
+ private:
+  static constexpr double kUseful_s = 300.0;
+
+  const EphemerisTimeline& timeline_;
+  std::unique_ptr<CorrectionSource> source_;
+  ProductFeed& feed_;
+  std::size_t message_ = 0;
+  CorrectionBatch batch_;
+  bool waiting_ = false;
+};
+
+void copyText(char* to, std::size_t size, const std::string& from) {
+  const std::size_t n = from.copy(to, size - 1);
+  to[n] = '\0';
+}
+
+void initialize(const RunPlan& plan, const ObsHeader& header) {
+  GNX_IO::sta_t sta{};
+  copyText(sta.antdes, sizeof sta.antdes, plan.antenna.empty() ? header.antenna : plan.antenna);
+  copyText(sta.rectype, sizeof sta.rectype, plan.receiver.empty() ? header.receiver : plan.receiver);
+  const auto& position = plan.headerPosition ? header.position : plan.position;
+  std::copy(position.begin(), position.end(), sta.pos);
+  const std::array<double, 3> fromHeader{header.antennaDelta[1], header.antennaDelta[2], header.antennaDelta[0]};
+  const auto& delta = plan.antennaDelta.value_or(fromHeader);
+  std::copy(delta.begin(), delta.end(), sta.del);
+  GNX_initialize(plan.mode.c_str(), &sta, plan.cutoffDeg, plan.interval);
+  setEngineOptions(plan.diagnostics);
+}
+
+std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }
+
+void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satellites, double share) {
+  if (records == nullptr) return;
+  std::fprintf(records, "%lld %.9f %.4f %d %.4f\n", static_cast<long long>(epoch.time.seconds), epoch.time.fraction,
+               seconds * 1e3, satellites, share);
+  std::fflush(records);
+}
+
+/// Share of the run that is done, by data time; the end is known when the header or the user names it.
+double shareDone(const RunPlan& plan, const GpsTime& first, const GpsTime& now) {
+  if (!plan.to) return 0.0;
+  const double all = *plan.to - first;
+  return all > 0.0 ? (now - first) / all : 0.0;
+}
+
+}  // namespace
+
+void runWorker() {
+  const RunPlan plan = readRunPlan("run.json");
+  ObservationStream observations(plan);
+  const ObsHeader header = observations.header();
+  ObsEpoch epoch;
+  if (!observations.next(epoch)) throw InputError(plan.obs.front(), 0, "holds no epoch in the chosen time");
+  const GpsTime first = epoch.time;
+  setReplayClock(utcOf(first));
+
+  const EphemerisTimeline timeline(readRinexNav(plan.nav), first);
+  const SignalPlan::Request request{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr), plan.signals};
+  const bool biased = !request.corrected.empty();
+  const SignalPlan signals(request);
+  std::vector<std::string> notes;
+  auto source = makeSource(plan, first, timeline, notes);
+  std::cerr << signals.describe();
+  for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
+  for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
+
+  initialize(plan, header);
+  const BoundaryNumbers numbers;
+  const std::set<SatName> excluded(plan.excluded.begin(), plan.excluded.end());
+  ProductFeed products(numbers, signals, excluded, biased);
+  ObservationFeed feed(numbers, signals, excluded);
+  Delivery delivery(timeline, std::move(source), products);
+  FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });
+  std::FILE* records = fdopen(dup(kRecordDescriptor), "w");
+  do {
+    setReplayClock(utcOf(epoch.time));
+    feeder.deliverUntil(epoch.time);
+    const double seconds = feed.feed(epoch);
+    report(records, epoch, seconds, feed.satellites(), shareDone(plan, first, epoch.time));
+  } while (observations.next(epoch));
+  if (records != nullptr) std::fclose(records);
+  GNX_finilize();
+}
+
+}  // namespace gnx

@@ -1,0 +1,219 @@
+#pragma once
+/// \file filter_world.h
+/// A linear world for tests of the filter: a receiver, clocks, zenith delay, slant ionosphere and
+/// ambiguities with known values, seen through a model that hands rows over like the precise one but
+/// computes them from these values. Positions are small numbers, so that rounding does not blur
+/// comparisons at 1e-9 m.
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "Core/Filter/SrifFilter.h"
+#include "Core/Model/Model.h"
+#include "support/table_fixture.h"
+
+namespace gnx_test {
+
+/// One row as the model made it.
+struct WorldRow {
+  int sat, slot, kind;
+  double xx, wgt;
+  double los[3], mapwet, dispersion, lam;
+  double reference;  ///< what the model has taken out: los.m_x and the receiver clock, m
+};
+
+struct FilterWorld {
+  bool visible[tarvio::kMaxSat] = {};
+  double position[3] = {1200.5, -3400.25, 5600.125};
+  double clock = 30.0, isb[tarvio::kSys] = {}, ztd = 0.05;
+  double ion[tarvio::kMaxSat] = {};
+  double amb[tarvio::kMaxSat][tarvio::kFreq] = {};
+  double fault[tarvio::kMaxSat][tarvio::kObs] = {};  ///< m, added to phases 0..3 and codes 4..7
+  double noise = 1.0;                                ///< in sigmas
+  double time = 0.0;                                 ///< s, moves the sky
+  std::mt19937 random{20240229};
+  std::vector<WorldRow> rows;
+
+  double m_gauss() { return std::normal_distribution<double>()(random); }
+
+  void m_direction(int isat, tarvio::Ssat_t& sat) const {
+    sat.m_elev = 0.25 + 0.09 * ((isat * 7) % 13) + 2.0e-4 * time * (isat % 2 ? 1.0 : -0.5);
+    sat.m_azim = 0.9 * isat + 3.0e-4 * time;
+    sat.m_los[0] = -std::cos(sat.m_elev) * std::sin(sat.m_azim);
+    sat.m_los[1] = -std::cos(sat.m_elev) * std::cos(sat.m_azim);
+    sat.m_los[2] = -std::sin(sat.m_elev);
+    sat.m_mapwet = 1.0 / std::sin(sat.m_elev);
+    sat.m_ionmap = 1.0;
+  }
+
+  /// Fills residuals, weights and lists of a station by the values above.
+  void m_fill(tarvio::Station& sta) {
+    using namespace tarvio;
+    const Deploy& config = Controller::s_getInstance()->m_deploy;
+    rows.clear();
+    sta.m_freeLists();
+    sta.m_omcList = static_cast<double*>(std::calloc(kMaxSat * 8, sizeof(double)));
+    sta.m_wgtList = static_cast<double*>(std::calloc(kMaxSat * 8, sizeof(double)));
+    sta.m_idxList = static_cast<int*>(std::calloc(kMaxSat * 8 * 4, sizeof(int)));
+    for (int isat = 0; isat < config.m_nsat; ++isat) {
+      Ssat_t& sat = sta.m_sat[isat];
+      m_direction(isat, sat);
+      if (!visible[isat]) continue;
+      const int isys = config.m_sysOfRow(isat);
+      for (int f = 0; f < config.m_nfreqUsed[isys]; ++f)
+        for (const int kind : {2, 1}) m_addRow(sta, isat, isys, f, kind);
+    }
+    sta.m_nobs = static_cast<int>(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      sta.m_omcList[i] = rows[i].xx;
+      sta.m_wgtList[i] = rows[i].wgt;
+      const int index[4] = {rows[i].sat, rows[i].slot, rows[i].kind, -1};
+      std::copy_n(index, 4, sta.m_idxList + 4 * i);
+    }
+  }
+
+ private:
+  void m_addRow(tarvio::Station& sta, int isat, int isys, int f, int kind) {
+    using namespace tarvio;
+    const Deploy& config = Controller::s_getInstance()->m_deploy;
+    Ssat_t& sat = sta.m_sat[isat];
+    const double* freq = config.m_satellites[static_cast<std::size_t>(isat)].m_freq;
+    WorldRow row{};
+    row.sat = isat;
+    row.slot = f;
+    row.kind = kind;
+    row.wgt = (kind == 2 ? 1.0 / 0.003 : 1.0 / 0.3) * std::min(1.0, 2.0 * std::sin(sat.m_elev));
+    std::copy_n(sat.m_los, 3, row.los);
+    row.mapwet = sat.m_mapwet;
+    row.dispersion = freq[0] * freq[0] / (freq[f] * freq[f]);
+    row.lam = kind == 2 ? kLight / freq[f] : 0.0;
+    const double offset = isys == config.m_refsys ? 0.0 : isb[isys];
+    double value = clock + offset + row.mapwet * ztd + (kind == 2 ? -1.0 : 1.0) * row.dispersion * ion[isat] +
+                   row.lam * amb[isat][f] + noise * m_gauss() / row.wgt;
+    row.reference = sta.m_rclk[config.m_refsys];
+    for (int i = 0; i < 3; ++i) {
+      value += row.los[i] * position[i];
+      row.reference += row.los[i] * sta.m_x[i];
+    }
+    const int place = kind == 2 ? f : kFreq + f;
+    row.xx = value - row.reference + fault[isat][place];
+    sat.m_xx[place] = row.xx;
+    sat.m_wgt[place] = row.wgt;
+    rows.push_back(row);
+  }
+};
+
+class WorldModel : public tarvio::Model {
+ public:
+  WorldModel(tarvio::SrifFilter* filter, tarvio::Station* sta, FilterWorld* world)
+      : Model(filter, sta), m_world(world) {}
+  void gnssModel(bool) override { m_world->m_fill(*m_sta); }
+
+ private:
+  FilterWorld* m_world;
+};
+
+/// Seven GPS and six Galileo satellites on two frequencies, one kinematic station.
+class FilterFixture : public TableFixture {
+ protected:
+  FilterFixture() {
+    using namespace tarvio;
+    frequencies('G', 2, {"L1", "L2"});
+    frequencies('E', 2, {"L1", "L5"});
+    m_addSatellites('G', 7);
+    m_addSatellites('E', 6);
+    s_copyText(deploy().m_syslist, "GE");
+    deploy().m_nsys = 2;
+    deploy().m_refsys = 0;
+    s_copyText(deploy().m_ztdmodel, "ZTD");
+    s_copyText(deploy().m_ionmodel, "STO");
+    s_copyText(deploy().m_icbDcb, "ICB_NONE");
+    s_copyText(deploy().m_p1p2Dcb, "DCB_NONE");
+    s_copyText(deploy().m_ambmode, "CONT");
+    s_copyText(deploy().m_diaType, "batch");
+    deploy().m_noiseCoef[0] = deploy().m_noiseCoef[1] = 1.0;
+    for (int i = 0; i < deploy().m_nsat; ++i) m_drawArc(i);
+  }
+
+  void m_addSatellites(char letter, int count) {
+    for (int i = 1; i <= count; ++i) {
+      char name[16];
+      std::snprintf(name, sizeof name, "%c%02d", letter, i);
+      const int row = add(name);
+      m_setFrequencies(row);
+      world.visible[row] = true;
+    }
+  }
+
+  void m_setFrequencies(int row) {
+    tarvio::Deploy& d = deploy();
+    const int isys = d.m_sysOfRow(row);
+    tarvio::get_freq(d.m_satellites[static_cast<std::size_t>(row)], d.m_cprn[row], isys, d.m_nfreqUsed[isys],
+                     d.m_freqUsed[isys]);
+  }
+
+  void m_drawArc(int isat) {
+    world.ion[isat] = 1.5 * world.m_gauss();
+    for (double& amb : world.amb[isat]) amb = std::round(1000.0 * world.m_gauss());
+  }
+
+  void m_build(char skd = 'K', double interval = 30.0) {
+    using namespace tarvio;
+    Station sta("STAN");
+    sta.m_skd = skd;
+    sta.m_sigIon = 3.0;
+    sta.m_qIon = 0.5;
+    sta.m_sigZtd = 0.2;
+    for (int i = 0; i < 3; ++i) {
+      sta.m_x[i] = world.position[i] + 3.0 * world.m_gauss();
+      sta.m_sigXyz[i] = 10.0;
+      sta.m_qXyz[i] = 0.05;
+      sta.m_rot[i][i] = 1.0;
+    }
+    filter = std::make_unique<SrifFilter>(std::vector<Station>(1, sta), interval);
+    filter->m_set_prosys("GE");
+    delete station().m_model;
+    station().m_model = new WorldModel(filter.get(), &station(), &world);
+  }
+
+  tarvio::Station& station() { return filter->m_stations[0]; }
+
+  /// An epoch up to its rows in the array; `slips` are what the detector would have left.
+  struct Slip {
+    int isat, slot;
+  };
+  void m_begin(double sod, const std::vector<Slip>& slips = {}) {
+    world.time = sod;
+    tarvio::Rnxobs obs;
+    obs.m_mjd = 60000;
+    obs.m_sod = sod;
+    filter->v_setobs({{"STAN", &obs}});
+    if (filter->v_isInit()) filter->v_onTimeUpdate();
+    else filter->v_onFilterInit();
+    filter->v_onObsUpdate();
+    filter->v_onDataQC();
+    for (const Slip& slip : slips) station().m_sat[slip.isat].m_slip[slip.slot] = 4;
+    filter->v_onPrepare();
+    filter->v_onAddAmbt();
+    filter->v_onAddObsMatrix();
+  }
+  void m_end() {
+    filter->v_onFinish();
+    filter->v_onDelAmbt();
+  }
+  void m_epoch(double sod) {
+    m_begin(sod);
+    filter->v_onFilterEstimate();
+    m_end();
+  }
+
+  double m_r(int row, int column) const { return filter->infs[filter->iptx[column] + row]; }
+
+  FilterWorld world;
+  std::unique_ptr<tarvio::SrifFilter> filter;
+};
+
+}  // namespace gnx_test

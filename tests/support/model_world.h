@@ -1,0 +1,344 @@
+#pragma once
+/// \file model_world.h
+/// A station under satellites on Kepler ellipses, and observations computed another way than the model
+/// does: light time is iterated in a frame that does not rotate, relativity comes from the eccentric
+/// anomaly. Every effect can be left out of the observations.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Common/Com.h"
+#include "Core/Filter/SrifFilter.h"
+#include "Core/Model/GnssModelItrs.h"
+#include "Core/Model/Itrs2gcrs.h"
+#include "Core/Model/SunMoon.h"
+#include "Core/Model/Tides.h"
+#include "Core/Model/Tropo_vmf1.h"
+#include "Interface/Controller.h"
+
+namespace tarvio::test {
+
+using Vec = std::array<double, 3>;
+
+inline Vec operator+(const Vec& a, const Vec& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
+inline Vec operator-(const Vec& a, const Vec& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
+inline Vec operator*(double s, const Vec& a) { return {s * a[0], s * a[1], s * a[2]}; }
+inline double dotOf(const Vec& a, const Vec& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+inline double norm(const Vec& a) { return std::sqrt(dotOf(a, a)); }
+inline Vec unit(const Vec& a) { return 1.0 / norm(a) * a; }
+inline Vec crossOf(const Vec& a, const Vec& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+/// Turns the axes by an angle about z.
+inline Vec turnZ(double angle, const Vec& v) {
+  const double c = std::cos(angle), s = std::sin(angle);
+  return {c * v[0] + s * v[1], -s * v[0] + c * v[1], v[2]};
+}
+
+inline constexpr double kOmegaEarth = 7.2921151467e-5, kGm = 3.986004418e14;
+
+struct KeplerEllipse {
+  double a, e, incl, node, perigee, m0;
+
+  /// Position and velocity t seconds after the origin, in axes that coincide with the Earth's at t = 0.
+  void state(double t, Vec& x, Vec& v, double* eccentricAnomaly = nullptr) const {
+    const double n = std::sqrt(kGm / (a * a * a)), M = m0 + n * t;
+    double E = M;
+    for (int i = 0; i < 20; ++i) E = M + e * std::sin(E);
+    const double b = a * std::sqrt(1.0 - e * e), rate = n / (1.0 - e * std::cos(E));
+    x = plane(a * (std::cos(E) - e), b * std::sin(E));
+    v = plane(-a * std::sin(E) * rate, b * std::cos(E) * rate);
+    if (eccentricAnomaly) *eccentricAnomaly = E;
+  }
+
+ private:
+  Vec plane(double p, double q) const {
+    const double u = p * std::cos(perigee) - q * std::sin(perigee),
+                 w = p * std::sin(perigee) + q * std::cos(perigee);
+    return turnZ(-node, {u, w * std::cos(incl), w * std::sin(incl)});
+  }
+};
+
+inline constexpr int kMjd = 59025;  // 2020-06-25
+inline constexpr double kSod = 43200.0;
+
+/// Orbits in the terrestrial frame, time counted from kMjd, kSod.
+class EllipseOrbits : public OrbitAdapter {
+ public:
+  std::map<std::string, KeplerEllipse> m_orbit;
+
+  using OrbitAdapter::v_readOrbit;
+  int v_readOrbit(const char* cprn, int mjd, double sod, double* xv) override {
+    std::fill(xv, xv + 6, 0.0);
+    const auto found = m_orbit.find(cprn);
+    if (found == m_orbit.end()) return 0;
+    const double t = (mjd - kMjd) * 86400.0 + sod - kSod;
+    Vec x, v;
+    found->second.state(t, x, v);
+    x = turnZ(kOmegaEarth * t, x);
+    v = turnZ(kOmegaEarth * t, v) - kOmegaEarth * Vec{-x[1], x[0], 0.0};
+    std::copy(x.begin(), x.end(), xv);
+    std::copy(v.begin(), v.end(), xv + 3);
+    return 1;
+  }
+};
+
+/// An empty configuration for the life of the object.
+struct FreshDeploy {
+  FreshDeploy() { Controller::s_getInstance()->_finalize(); }
+  ~FreshDeploy() { Controller::s_getInstance()->_finalize(); }
+  FreshDeploy(const FreshDeploy&) = delete;
+  FreshDeploy& operator=(const FreshDeploy&) = delete;
+  Deploy& m_deploy() { return Controller::s_getInstance()->m_deploy; }
+};
+
+/// What is in the observations.
+struct Effects {
+  bool satelliteClock = true, receiverClock = true, relativity = true, pathDelay = true, troposphere = true;
+  bool receiverAntenna = true, satelliteAntenna = true, windup = true, tides = true;
+};
+
+class ModelWorld {
+ public:
+  static constexpr double kTruth[3] = {3582105.2, 532589.7, 5232754.8};
+
+  explicit ModelWorld(int gps = 10, int galileo = 8,
+                      std::initializer_list<const char*> gpsNames = {"L1", "L2"},
+                      std::initializer_list<const char*> galileoNames = {"L1", "L5"})
+      : m_filter(std::vector<Station>{Station("STAN")}, 30.0), sta(m_filter.m_stations[0]) {
+    m_filter.m_orbAdapters = {&orbits};
+    Deploy& d = deploy();
+    s_copyText(d.m_obsused, "PHASE CODE");
+    s_copyText(d.m_obscomb, "RAW");
+    s_copyText(d.m_refpoint, "CoM_ITRF");
+    d.m_litrs = true;
+    d.m_lsnr = d.m_ldebug = false;
+    d.m_noiseByFreq.clear();
+    frequencies(0, gpsNames);
+    frequencies(2, galileoNames);
+    s_copyText(d.m_syslist, "GE");
+    d.m_nsys = 2;
+    d.m_refsys = 0;
+    m_tables();
+    m_stationTruth();
+    m_sky('G', gps);
+    m_sky('E', galileo);
+  }
+
+  Deploy& deploy() { return m_setup.m_deploy(); }
+  SrifFilter* filter() { return &m_filter; }
+  Satellite& satellite(int isat) { return deploy().m_satellites[static_cast<std::size_t>(isat)]; }
+  int isys(int isat) { return deploy().m_cprn[isat][0] == 'G' ? 0 : 2; }
+
+  void observe(const Effects& with = {}) {
+    for (int isat = 0; isat < deploy().m_nsat; ++isat)
+      for (int f = 0; f < deploy().m_nfreqUsed[isys(isat)]; ++f) {
+        const double lambda = kLight / satellite(isat).m_freq[f];
+        double windup = 0.0;
+        sta.m_sat[isat].m_obs[4 + f] = code(isat, f, with, &windup);
+        sta.m_sat[isat].m_obs[f] = (sta.m_sat[isat].m_obs[4 + f] + windup * lambda) / lambda;
+      }
+  }
+  /// The a-priori values of the model := the truth.
+  void knowTruth() {
+    std::copy(kTruth, kTruth + 3, sta.m_x);
+    sta.m_rclk[0] = receiverClock_m;
+    sta.m_rclk[2] = interSystem_m;
+  }
+
+  EllipseOrbits orbits;
+
+ private:
+  FreshDeploy m_setup;
+  SrifFilter m_filter;
+
+ public:
+  Station& sta;
+  double receiverClock_m = 12345.6, interSystem_m = -17.5;
+
+ private:
+  void m_tables() {
+    auto& files = deploy().m_fileTable;
+    const std::string directory = testing::TempDir() + "gnx_model_" + std::to_string(getpid()) + "_";
+    files["leapsc"] = std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt";
+    files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+    files["gptgrd_w"] = directory + "grid";
+    files["ocload"] = directory + "blq";
+    files.erase("jpleph");
+    std::ofstream(files["ocload"]) << "$$ no site\n";
+    static bool loaded = false;
+    if (!loaded) {  // the grid is read once in a process
+      std::ofstream grid(files["gptgrd_w"]);
+      grid << "header\n";
+      for (int i = 0; i < 64800; ++i)
+        grid << "0 0 101000 0 0 0 0 285 0 0 0 0 8 0 0 0 0 -6 0 0 0 0 40 20 1.25 0 0 0 0 0.58 0 0 0 0 2.7 0 0 "
+                "0 0 "
+                "278 0 0 0 0\n";
+      grid.close();
+      Tropo_vmf1::s_getInstance();
+      std::remove(files["gptgrd_w"].c_str());
+      loaded = true;
+    }
+  }
+
+  void frequencies(int isys, std::initializer_list<const char*> names) {
+    Deploy& d = deploy();
+    int n = 0;
+    for (const char* name : names) {
+      s_copyText(d.m_freqObs[isys][n], name);
+      s_copyText(d.m_freqUsed[isys][n], name);
+      if (n < 2) s_copyText(d.m_freqIf[isys][n], name);
+      ++n;
+    }
+    d.m_nfreqObs[isys] = d.m_nfreqUsed[isys] = n;
+    d.m_nfreqIf[isys] = 2;
+  }
+
+  void m_stationTruth() {
+    sta.m_mjd = kMjd;
+    sta.m_sod = kSod;
+    sta.m_cutoff = 5.0 * kDegToRad;
+    const double enu[3] = {0.012, -0.034, 1.2};
+    std::copy(enu, enu + 3, sta.m_enu);
+    for (int s : {0, 2})
+      for (int f = 0; f < kFreq; ++f) {
+        const double offset[3] = {0.003 * f, -0.002 * s, 0.08 + 0.03 * f};
+        std::copy(offset, offset + 3, sta.m_antenu[s][f]);
+      }
+    std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), 0.3);
+    std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), 0.003);
+    xyzblh(kTruth, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_blh);
+    rot_enu2xyz(m_blh[0], m_blh[1], m_rot);
+  }
+
+  /// Satellites above 15 degrees at random places of the sky.
+  void m_sky(char letter, int count) {
+    for (int number = 1; number <= count;) {
+      const auto draw = [this](double a, double b) {
+        return std::uniform_real_distribution<>(a, b)(m_random);
+      };
+      const KeplerEllipse orbit{letter == 'G' ? 2.656e7 : 2.96e7,
+                                draw(0.002, 0.015),
+                                0.97,
+                                draw(0.0, 6.28),
+                                draw(0.0, 6.28),
+                                draw(0.0, 6.28)};
+      Vec x, v;
+      orbit.state(0.0, x, v);
+      if (elevation(x - truth()) < 15.0 * kDegToRad) continue;
+      char name[8];
+      std::snprintf(name, sizeof name, "%c%02d", letter, number);
+      orbits.m_orbit[name] = orbit;
+      const int isat = deploy().m_nsat++;
+      deploy().m_setRow(isat, name, name);
+      Satellite sat;
+      get_freq(sat, name, isys(isat), deploy().m_nfreqUsed[isys(isat)], deploy().m_freqUsed[isys(isat)]);
+      sat.m_clk = draw(-1e-4, 1e-4);
+      for (int f = 0; f < kFreq; ++f) {
+        const double offset[3] = {0.4, -0.1 * f, 1.5 + 0.2 * f};
+        std::copy(offset, offset + 3, sat.m_pco[f]);
+      }
+      deploy().m_satellites.push_back(sat);
+      ++number;
+    }
+  }
+
+  static Vec truth() { return {kTruth[0], kTruth[1], kTruth[2]}; }
+  Vec local(const double* enu) const {
+    Vec out{};
+    for (std::size_t i = 0; i < 3; ++i)
+      for (std::size_t k = 0; k < 3; ++k) out[i] += m_rot[i][k] * enu[k];
+    return out;
+  }
+  double elevation(const Vec& d) const {
+    return std::asin(dotOf(unit(d), {m_rot[0][2], m_rot[1][2], m_rot[2][2]}));
+  }
+
+  /// Sun and tide displacement; both are inputs here and tested elsewhere.
+  void environment(double rclk_s, const Vec& point, Vec& sun, Vec& tide) const {
+    SystemFrame frame;
+    s_systemTime(sta, rclk_s, frame);
+    s_sunMoon(frame);
+    for (std::size_t i = 0; i < 3; ++i)
+      sun[i] = frame.R[0][i] * frame.sun[0] + frame.R[1][i] * frame.sun[1] + frame.R[2][i] * frame.sun[2];
+    const double none[6][11] = {};
+    tide_displace_itrs(frame.mjd, frame.sod, point.data(), frame.sun, frame.moon, frame.R, m_rot, m_blh[0],
+                       m_blh[1], frame.xp, frame.yp, none, tide.data());
+  }
+
+  double code(int isat, int f, const Effects& with, double* windup) {
+    const Satellite& sat = satellite(isat);
+    const KeplerEllipse& orbit = orbits.m_orbit.at(deploy().m_cprn[isat]);
+    const int s = isys(isat);
+    const double rclk_s =
+        with.receiverClock ? (receiverClock_m + (s == 0 ? 0.0 : interSystem_m)) / kLight : 0.0;
+
+    Vec receiver = truth(), sun, tide;
+    if (with.receiverAntenna) receiver = receiver + local(sta.m_enu) + local(sta.m_antenu[s][f]);
+    environment(rclk_s, receiver, sun, tide);
+    if (with.tides) receiver = receiver + tide;
+
+    const double reception = -rclk_s;  // the tag of the epoch is 0
+    const Vec fixedReceiver = turnZ(-kOmegaEarth * reception, receiver);
+    double travel = 0.07, E = 0.0;
+    Vec axes[3], d{};
+    for (int round = 0; round < 10; ++round) {
+      const double emission = reception - travel;
+      Vec x, v;
+      orbit.state(emission, x, v, &E);
+      const Vec fixedSun = turnZ(-kOmegaEarth * emission, sun);
+      axes[2] = -1.0 * unit(x);
+      axes[1] = unit(crossOf(axes[2], unit(fixedSun - x)));
+      axes[0] = crossOf(axes[1], axes[2]);
+      if (with.satelliteAntenna)
+        for (std::size_t k = 0; k < 3; ++k) x = x + sat.m_pco[f][k] * axes[k];
+      d = x - fixedReceiver;
+      travel = norm(d) / kLight;
+    }
+    double range = norm(d) + rclk_s * kLight;
+    if (with.satelliteClock) range -= sat.m_clk * kLight;
+    if (with.relativity) range += 2.0 * std::sqrt(kGm * orbit.a) * orbit.e * std::sin(E) / kLight;
+    if (with.pathDelay) {
+      const double sum = norm(fixedReceiver + d) + norm(fixedReceiver);
+      range += 2.0 * kGm / (kLight * kLight) * std::log((sum + norm(d)) / (sum - norm(d)));
+    }
+    const Vec lineOfSight = turnZ(kOmegaEarth * reception, d);
+    if (with.troposphere) range += slantDelay(elevation(lineOfSight));
+    *windup = with.windup ? windupCycles(turnZ(kOmegaEarth * reception, axes[0]),
+                                         turnZ(kOmegaEarth * reception, axes[1]), lineOfSight)
+                          : 0.0;
+    return range;
+  }
+
+  double slantDelay(double elev) {
+    Tropo_vmf1& tropo = Tropo_vmf1::s_getInstance();
+    double ah, aw, zhd, zwd, dry;
+    tropo.tropvmf1(kMjd, kSod, &ah, &aw, m_blh, &zhd, &zwd);
+    const double wet = tropo.tropmf(kMjd, kSod, ah, aw, m_blh, elev, &dry);
+    return dry * zhd + wet * zwd;
+  }
+
+  /// Wu et al. 1993 for the first epoch of an arc; receiver dipoles north and west.
+  double windupCycles(const Vec& xs, const Vec& ys, const Vec& lineOfSight) const {
+    const double northEnu[3] = {0, 1, 0}, westEnu[3] = {-1, 0, 0};
+    const Vec north = local(northEnu), west = local(westEnu), k = -1.0 * unit(lineOfSight);
+    const Vec ds = unit(xs - dotOf(k, xs) * k - crossOf(k, ys));
+    const Vec dr = unit(north - dotOf(k, north) * k + crossOf(k, west));
+    const double angle = std::acos(std::clamp(dotOf(ds, dr), -1.0, 1.0)) / (2.0 * kPi);
+    return dotOf(k, crossOf(ds, dr)) > 0.0 ? angle : -angle;
+  }
+
+  std::mt19937 m_random{20200625};
+  double m_blh[3] = {}, m_rot[3][3] = {};
+};
+
+}  // namespace tarvio::test

@@ -1,0 +1,338 @@
+// The entry points as a host meets them: each case is a host of its own in a child process, so that a
+// crash or an exit is a result and not the end of the tests.
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "Core/Filter/SrifFilter.h"
+#include "GNX_SDK.h"
+#include "Interface/BoundaryInput.h"
+#include "Interface/Controller.h"
+#include "support/deployment.h"
+
+namespace {
+
+using GNX_IO::eph_entry_t;
+using GNX_IO::geph_entry_t;
+using GNX_IO::gtime_t;
+using GNX_IO::obs_entry_t;
+using GNX_IO::obs_t;
+using GNX_IO::ssr_t;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+/// Failures of a child: printed, and counted into its exit status.
+class Expectations {
+ public:
+  void operator()(bool holds, const std::string& what) {
+    if (holds) return;
+    std::printf("FAILED: %s\n", what.c_str());
+    ++m_failures;
+  }
+  int failures() const { return m_failures; }
+
+ private:
+  int m_failures = 0;
+};
+
+std::int64_t today() {
+  const std::int64_t now = std::time(nullptr);
+  return now - now % 86400;
+}
+
+int number(const char* name) {
+  for (int sat = 1; sat <= 255; ++sat) {
+    if (std::strcmp(tarvio::SatelliteId(sat).m_text, name) == 0) return sat;
+  }
+  return 0;
+}
+
+int codeNumber(const char* code) {
+  for (int n = 1; n <= GNX_IO::kMaxCode; ++n) {
+    if (std::strcmp(GNX_IO::code2obs(static_cast<unsigned char>(n)), code) == 0) return n;
+  }
+  return 0;
+}
+
+std::vector<ssr_t> emptyCorrections() {
+  std::vector<ssr_t> ssr(GNX_IO::kMaxSatellite);
+  for (ssr_t& e : ssr) e.mark_orb = e.mark_clk = e.mark_cbias = e.mark_pbias = e.mark_ifpb = -999;
+  return ssr;
+}
+
+/// Tiny biases for every signal of every satellite, so that no satellite is wiped for lack of one.
+void feedNeutralCodeBiases() {
+  std::vector<ssr_t> ssr = emptyCorrections();
+  for (ssr_t& e : ssr) {
+    e.mark_cbias = 0;
+    for (float& bias : e.cbias) bias = 1e-9F;
+  }
+  GNX_inputSsrBias(ssr.data());
+}
+
+obs_entry_t observation(const char* sat, const std::vector<const char*>& codes) {
+  obs_entry_t entry{};
+  entry.sat = static_cast<std::uint8_t>(number(sat));
+  for (std::size_t i = 0; i < codes.size(); ++i) {
+    entry.code[i] = static_cast<std::uint8_t>(codeNumber(codes[i]));
+    entry.L[i] = 1.1e8 + static_cast<double>(i);
+    entry.P[i] = 2.1e7 + static_cast<double>(i);
+    entry.D[i] = 100.0F;
+    entry.SNR[i] = 45250;
+  }
+  return entry;
+}
+
+class Boundary : public ::testing::Test {
+ protected:
+  /// Runs a host in the deployment's directory.
+  support::ChildResult host(const std::function<void(Expectations&)>& body) {
+    deployment.withGrid = true;
+    deployment.write();
+    return support::runInChild([&] {
+      std::filesystem::current_path(deployment.path(""));
+      Expectations expect;
+      body(expect);
+      std::fflush(stdout);
+      if (expect.failures() > 0) _exit(3);
+    });
+  }
+  static void start(const char* mode = "kinematic", double intv = 30.0) {
+    GNX_IO::sta_t sta{};
+    GNX_initialize(mode, &sta, 7.0, intv);
+  }
+  static const tarvio::Station& station() {
+    return tarvio::Controller::s_getInstance()->m_filter->m_stations[0];
+  }
+  static const tarvio::Ssat_t& row(const char* sat) { return station().m_sat[tarvio::s_satRow(sat)]; }
+
+  support::Deployment deployment;
+};
+
+TEST_F(Boundary, BeforeInitialisationNoArgumentIsTouched) {
+  const auto result = host([](Expectations& expect) {
+    GNX_inputEph(reinterpret_cast<GNX_IO::nav_t*>(8), 1, 0);
+    GNX_inputSsr(reinterpret_cast<ssr_t*>(8));
+    GNX_inputSsrBias(reinterpret_cast<ssr_t*>(8));
+    GNX_inputObs({0, 0.0}, reinterpret_cast<obs_t*>(8));
+    GNX_restart();
+    GNX_finilize();
+    expect(GNX_isInitialize == 0, "flag");
+    GNX_setintv(5.0);  // makes the engine's shell, without lasting effect
+    start("static", 10.0);
+    expect(tarvio::Controller::s_getInstance()->m_deploy.m_intv2 == 10.0, "interval of the start");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+}
+
+TEST_F(Boundary, LifeCycle) {
+  const auto result = host([](Expectations& expect) {
+    start("kinematic dynamic");
+    expect(GNX_isInitialize == 1, "flag after start");
+    expect(station().m_skd == 'K', "kinematic is tested before dynamic");
+    start("static", 1.0);  // ignored while running
+    expect(station().m_skd == 'K', "second start is ignored");
+    expect(std::fabs(station().m_cutoff - 7.0 * 0.017453292519943295) < 1e-15, "mask in radians");
+    GNX_finilize();
+    expect(GNX_isInitialize == 0, "flag after stop");
+    for (const auto& [mode, letter] :
+         {std::pair{"static", 'S'}, std::pair{"dynamic", 'D'}, std::pair{"", 'K'}}) {
+      start(mode);
+      expect(station().m_skd == letter, std::string("mode ") + mode);
+      GNX_restart();
+      GNX_finilize();
+    }
+    GNX_initialize(nullptr, nullptr, kNaN, kNaN);
+    expect(station().m_skd == 'K' && std::isfinite(station().m_cutoff), "null and NaN arguments");
+    expect(station().m_antType == "ANTNONE         NONE", "no antenna");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+}
+
+TEST_F(Boundary, StationIsTakenOverWithItsAntenna) {
+  const auto result = host([](Expectations& expect) {
+    GNX_IO::sta_t sta{};
+    std::memset(sta.rectype, 'X', sizeof sta.rectype);  // no terminator
+    std::strcpy(sta.antdes, "TRM59800.00     SCIS");
+    const double pos[3] = {3582105.291, 532589.7313, 5232754.8054};
+    std::copy(pos, pos + 3, sta.pos);
+    sta.del[2] = 0.216;
+    GNX_initialize("static", &sta, 10.0, 30.0);
+    const tarvio::Station& s = station();
+    expect(s.m_recType.size() == sizeof sta.rectype, "receiver type is bounded");
+    expect(s.m_antType == "TRM59800.00     SCIS", "antenna " + s.m_antType);
+    expect(std::fabs(s.m_antenu[0][0][2] - 0.080) < 1e-9, "antenna offset up on L1");
+    expect(std::fabs(s.m_antenu[0][1][0] - 0.004) < 1e-9, "antenna offset east on L2");
+    expect(s.m_enu[2] == 0.216, "height of the reference point");
+    expect(std::fabs(s.m_blh[0] * tarvio::kRadToDeg - 55.4936) < 1e-3, "latitude");
+    expect(tarvio::Controller::s_getInstance()->m_deploy.m_antennas.count(s.m_antType) == 1, "antenna table");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+}
+
+TEST_F(Boundary, SignalsFindTheirSlots) {
+  const auto result = host([](Expectations& expect) {
+    start();
+    feedNeutralCodeBiases();
+    std::vector<obs_entry_t> entries = {observation("G01", {"1C", "1W", "2W", "7Q"}),
+                                        observation("G02", {"1C", "2W"}), observation("G03", {"1C", "2W"}),
+                                        observation("G30", {"1C", "2W"})};  // G30 is not configured
+    entries[1].P[0] = kNaN;
+    entries[2].P[1] = 5.0e8;
+    entries[2].L[0] = kInf;
+    obs_t obs{static_cast<std::int32_t>(entries.size()), entries.data()};
+    GNX_inputObs({today() + 45, 0.0}, &obs);  // no tick: the rows stay as they came
+    const tarvio::Ssat_t& first = row("G01");
+    expect(first.m_obs[0] == 1.1e8 + 1.0, "the higher of two slots of a band counts");
+    expect(std::fabs(first.m_obs[5] - 2.1e7 - 2.0) < 1e-6, "L2 in slot 1");
+    expect(std::strcmp(first.m_type[0], "L1W") == 0 && std::strcmp(first.m_type[5], "C2W") == 0, "names");
+    expect(first.m_dop[1] == -100.0, "Doppler is turned");
+    expect(std::fabs(first.m_snr[1] - 45.25) < 1e-9, "carrier to noise");
+    expect(row("G02").m_obs[1] == 0.0 && row("G02").m_flag[0] == 1, "NaN is absent, and its partner goes");
+    expect(row("G03").m_obs[0] == 0.0, "impossible range and phase are absent");
+    const tarvio::Deploy& deploy = tarvio::Controller::s_getInstance()->m_deploy;
+    expect(deploy.m_curSod == 45.0, "epoch");
+
+    obs = {0, nullptr};
+    GNX_inputObs({today() + 75, 0.0}, &obs);  // an empty epoch is an epoch
+    expect(deploy.m_curSod == 75.0, "empty epoch");
+    expect(row("G01").m_obs[0] == 0.0, "empty rows");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+  EXPECT_THAT(deployment.statusLog(), HasSubstr("3 observations are not finite or out of range"));
+}
+
+TEST_F(Boundary, NullsAndNonsenseChangeNothing) {
+  const auto result = host([](Expectations& expect) {
+    start("kinematic", 1.0);
+    const tarvio::Deploy& deploy = tarvio::Controller::s_getInstance()->m_deploy;
+    GNX_inputEph(nullptr, 1, 0);
+    GNX_IO::nav_t nav{};
+    for (int sat = -5; sat < 300; ++sat) GNX_inputEph(&nav, sat, 0);
+    GNX_inputSsr(nullptr);
+    GNX_inputSsrBias(nullptr);
+    GNX_inputObs({today(), 0.0}, nullptr);
+    obs_t obs{3, nullptr};
+    GNX_inputObs({today(), 0.0}, &obs);
+    obs_entry_t entry{};
+    obs = {std::numeric_limits<std::int32_t>::max(), &entry};
+    GNX_inputObs({today(), 0.0}, &obs);
+    obs = {1, &entry};
+    for (const std::int64_t time : {std::numeric_limits<std::int64_t>::min(), std::int64_t{0},
+                                    std::int64_t{1} << 40, std::numeric_limits<std::int64_t>::max()}) {
+      GNX_inputObs({time, 0.0}, &obs);
+    }
+    GNX_inputObs({today(), kNaN}, &obs);
+    GNX_inputObs({today(), kInf}, &obs);
+    GNX_setintv(kNaN);
+    expect(deploy.m_curMjd == 0, "no epoch came through");
+    expect(deploy.m_intv2 == 1.0, "interval");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+}
+
+/// Records filled with arbitrary bytes; numbers that decide about memory stay in their ranges.
+template <class Record>
+void fillAtRandom(Record& record, std::mt19937& random) {
+  auto* bytes = reinterpret_cast<unsigned char*>(&record);
+  for (std::size_t i = 0; i < sizeof record; ++i) bytes[i] = static_cast<unsigned char>(random());
+}
+
+TEST_F(Boundary, ArbitraryBytesNeverEndTheHost) {
+  deployment.satellites = support::fullSky();
+  const auto result = host([](Expectations& expect) {
+    start("kinematic", 1.0);
+    std::mt19937 random(20200625);
+    std::vector<eph_entry_t> eph(256);
+    std::vector<geph_entry_t> geph(64);
+    std::vector<ssr_t> ssr(GNX_IO::kMaxSatellite);
+    GNX_IO::nav_t nav{};
+    nav.eph = eph.data();
+    nav.geph = geph.data();
+    for (int epoch = 0; epoch < 40; ++epoch) {
+      const gtime_t now = {today() + epoch, 0.0};
+      for (eph_entry_t& e : eph) {
+        fillAtRandom(e, random);
+        if (random() % 2 == 0) e.toe = e.toc = {today(), 0.0};
+        if (random() % 2 == 0) e.e = 0.01, e.A = 2.6e7;
+      }
+      for (geph_entry_t& g : geph) fillAtRandom(g, random);
+      for (int sat = 0; sat <= GNX_IO::kMaxSatellite; ++sat) GNX_inputEph(&nav, sat, 1);
+      for (ssr_t& s : ssr) {
+        fillAtRandom(s, random);
+        if (random() % 2 == 0) s.t0_orb = s.t0_clk = s.t0_pbias = now;
+      }
+      GNX_inputSsr(ssr.data());
+      GNX_inputSsrBias(ssr.data());
+      if (epoch % 4 == 0) feedNeutralCodeBiases();
+      std::vector<obs_entry_t> entries(200);
+      for (obs_entry_t& entry : entries) {
+        fillAtRandom(entry, random);
+        for (int i = 0; i < GNX_IO::kSignalSlots; ++i) {
+          if (random() % 2 == 0) entry.P[i] = 2.0e7 + static_cast<double>(random() % 100);
+          if (random() % 2 == 0) entry.L[i] = 1.0e8;
+        }
+      }
+      obs_t obs{static_cast<std::int32_t>(entries.size()), entries.data()};
+      GNX_inputObs(now, &obs);
+      if (epoch == 20) GNX_restart();
+    }
+    const tarvio::Station& sta = station();
+    expect(std::isfinite(sta.m_x[0] + sta.m_x[1] + sta.m_x[2]), "position stays a number");
+  });
+  EXPECT_EQ(result.status, 0) << result.output.substr(0, 4000);
+}
+
+TEST_F(Boundary, NumbersAreReadInAnyLocaleOfTheHost) {
+  const auto result = host([](Expectations& expect) {
+    const char* comma = nullptr;
+    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "de_DE"}) {
+      if (comma == nullptr) comma = std::setlocale(LC_ALL, name);
+    }
+    if (comma == nullptr) {
+      std::printf("no locale with a decimal comma\n");
+      return;
+    }
+    start();
+    expect(tarvio::Controller::s_getInstance()->m_deploy.m_turboedit[3] == 0.72, "turboedit");
+    char text[16];
+    std::snprintf(text, sizeof text, "%.1f", 0.5);
+    expect(std::strcmp(text, "0,5") == 0, "the host's locale is back");
+  });
+  EXPECT_EQ(result.status, 0) << result.output;
+  if (result.output.find("no locale") != std::string::npos) GTEST_SKIP() << result.output;
+}
+
+TEST(BoundarySymbols, PlainAndDecoratedNamesAreOne) {
+  const std::pair<const char*, const char*> names[] = {
+      {"GNX_initialize", "_Z14GNX_initializePKcPN6GNX_IO5sta_tEdd"},
+      {"GNX_finilize", "_Z12GNX_finilizev"},
+      {"GNX_inputEph", "_Z12GNX_inputEphPN6GNX_IO5nav_tEii"},
+      {"GNX_inputSsr", "_Z12GNX_inputSsrPN6GNX_IO5ssr_tE"},
+      {"GNX_inputSsrBias", "_Z16GNX_inputSsrBiasPN6GNX_IO5ssr_tE"},
+      {"GNX_inputObs", "_Z12GNX_inputObsN6GNX_IO7gtime_tEPNS_5obs_tE"},
+      {"GNX_setintv", "_Z11GNX_setintvd"},
+      {"GNX_restart", "_Z11GNX_restartv"}};
+  for (const auto& [plain, decorated] : names) {
+    void* symbol = dlsym(RTLD_DEFAULT, plain);
+    EXPECT_NE(symbol, nullptr) << plain;
+    EXPECT_EQ(symbol, dlsym(RTLD_DEFAULT, decorated)) << plain;
+  }
+  EXPECT_NE(dlsym(RTLD_DEFAULT, "GNX_isInitialize"), nullptr);
+}
+
+}  // namespace

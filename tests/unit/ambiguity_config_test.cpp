@@ -1,0 +1,237 @@
+/// Ambiguity layers: values, pairs, wavelengths, smoothing file, refusals.
+
+#include <gmock/gmock.h>
+
+#include "support/deployment.h"
+
+namespace {
+
+using support::ChildResult;
+using support::Deployment;
+using testing::HasSubstr;
+
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
+
+void expectRefused(const Deployment& deployment, const std::string& message) {
+  const ChildResult result = deployment.loadInChild({"-iar"});
+  EXPECT_EQ(result.status, 1) << message;
+  EXPECT_THAT(result.output, HasSubstr("]:" + message));
+  EXPECT_THAT(result.output, HasSubstr("]:exit by code\n"));
+}
+
+TEST(AmbiguityConfig, LayersTakeTheirValues) {
+  Deployment deployment;
+  deployment.layer("wl")["lambda"]["fix_individual"] = "true";
+  deployment.layer("wl")["lambda"]["fix_ifuplayer"] = "off";
+  deployment.layer("wl")["smoothconfig"]["switch"] = "on";
+  deployment.layer("wl")["cutoff_amb"] = 12.5;  // numbers are accepted beside texts
+  deployment.layer("wl")["lambda"]["success_rate"] = 2;
+  deployment.layer("wl")["upd_switch"] = "off";
+  const tarvio::Deploy& deploy = deployment.load();
+  const tarvio::Upd_ambconfig& wl = deploy.m_ambconfig[1];
+  EXPECT_EQ(wl.m_tag, "wl");
+  EXPECT_STREQ(wl.m_fixmode, "lambda");
+  EXPECT_STREQ(wl.m_updType, "comb");
+  EXPECT_STREQ(wl.m_ambType, "raw");
+  EXPECT_NEAR(wl.m_cutoff, 12.5 * kDegree, 1e-15);
+  EXPECT_DOUBLE_EQ(wl.m_minCommonLambda, 300.0);
+  EXPECT_DOUBLE_EQ(wl.m_minCommon, 600.0);
+  EXPECT_DOUBLE_EQ(wl.m_decision[1], 0.15);
+  EXPECT_DOUBLE_EQ(wl.m_successRate, 2.0);
+  EXPECT_TRUE(wl.m_fixIndividual);
+  EXPECT_EQ(wl.m_fixIfUplayer, 0);
+  EXPECT_EQ(wl.m_smooth, 1);
+  EXPECT_FALSE(wl.m_updSwitch);
+  EXPECT_TRUE(wl.m_resolution);
+  EXPECT_NEAR(wl.m_hold[0], 30.0 * kDegree, 1e-15);
+  EXPECT_DOUBLE_EQ(wl.m_hold[1], 5.0);
+  EXPECT_DOUBLE_EQ(wl.m_hold[2], 3.0);
+  EXPECT_FALSE(deploy.m_ambconfig[0].m_resolution);
+  EXPECT_EQ(deploy.m_ambconfig[2].m_fixIfUplayer, 1);  // absent
+  EXPECT_TRUE(deploy.m_ambconfig[2].m_updSwitch);
+  EXPECT_EQ(deploy.m_ratioTable.u, nullptr);
+  EXPECT_FALSE(deploy.m_losb);
+}
+
+TEST(AmbiguityConfig, ResolutionNeedsTheProcessWideOption) {
+  const Deployment deployment;
+  EXPECT_FALSE(deployment.load({"-itrs"}).m_ambconfig[1].m_resolution);
+}
+
+// Wide-lane and narrow-lane wavelengths of GPS L1/L2: 86.2 and 10.7 cm.
+TEST(AmbiguityConfig, PairsGiveWavelengths) {
+  Deployment deployment;
+  for (const char* tag : {"ewl", "wl", "n1"}) {
+    deployment.layer(tag)["comb"] = "GPS:L2_L1 GAL:E5a_E1 BD3:B3_B1 BD2:B1_B2b QZS:L1_L2";
+  }
+  const tarvio::Deploy& deploy = deployment.load();
+  const tarvio::Upd_ambconfig& n1 = deploy.m_ambconfig[2];
+  EXPECT_EQ(n1.ambfreq[0][0], 0);  // sorted by falling frequency, whatever the text says
+  EXPECT_EQ(n1.ambfreq[0][1], 1);
+  EXPECT_EQ(n1.ambfreq[0][2], -1);
+  EXPECT_EQ(n1.ambfreq[1][0], -1);  // GLONASS is not in the list
+  EXPECT_NEAR(n1.lamWL[0], 0.8619, 1e-4);
+  EXPECT_NEAR(n1.lamNL[0], 0.1070, 1e-4);
+  EXPECT_DOUBLE_EQ(n1.wlratio[0], 154.0 / 120.0);
+  EXPECT_DOUBLE_EQ(n1.wlratio[2], 154.0 / 115.0);
+  EXPECT_NEAR(n1.lamWL[7], 299792458.0 / (1561.098e6 - 1268.52e6), 1e-9);   // C19, B1I and B3I
+  EXPECT_NEAR(n1.lamWL[10], 299792458.0 / (1561.098e6 - 1207.14e6), 1e-9);  // C06, B1I and B2I
+}
+
+TEST(AmbiguityConfig, OneFrequencyIsAPairWithoutWideLane) {
+  Deployment deployment;
+  deployment.layer("wl")["comb"] = "GPS:L1";
+  deployment.layer("n1")["resolution"] = "off";
+  const tarvio::Upd_ambconfig& wl = deployment.load().m_ambconfig[1];
+  EXPECT_EQ(wl.ambfreq[0][0], 0);
+  EXPECT_EQ(wl.ambfreq[0][1], 0);
+  EXPECT_DOUBLE_EQ(wl.lamWL[0], 0.0);
+}
+
+TEST(AmbiguityConfig, BiasSwitchStandsAtTheTopOrInside) {
+  Deployment deployment;
+  deployment.ambiguity["amb"]["osb_switch"] = "ON";
+  EXPECT_TRUE(deployment.load().m_losb);
+  deployment.ambiguity["osb_switch"] = "off";
+  EXPECT_FALSE(deployment.load().m_losb);
+  deployment.ambiguity["osb_switch"] = "on";
+  EXPECT_TRUE(deployment.load().m_losb);
+}
+
+TEST(AmbiguityConfig, UnreadableFilesAreRefused) {
+  Deployment deployment;
+  deployment.config["amb"] = "/absent";
+  expectRefused(deployment, "file = /absent,can't open file to write!\n");
+  const std::string broken = deployment.path("broken.json").string();
+  support::writeFile(broken, "{\"amb\": {");
+  deployment.config["amb"] = broken;
+  expectRefused(deployment, "file = " + broken + ",can't parse file updating!\n");
+}
+
+TEST(AmbiguityConfig, MissingKeysAreRefused) {
+  for (const char* key : {"fixmode", "upd_type", "amb_type", "cutoff_amb", "lambda", "analyse", "upd_switch",
+                          "resolution", "hold", "comb"}) {
+    Deployment deployment;
+    deployment.layer("wl").removeMember(key);
+    expectRefused(deployment, "item = amb,parse item error!\n");
+  }
+  Deployment deployment;
+  deployment.layer("n1")["hold"].resize(2);
+  expectRefused(deployment, "item = amb,parse item error!\n");
+  deployment.layer("n1")["hold"] = "30 5 3";
+  expectRefused(deployment, "item = amb,parse item error!\n");
+}
+
+TEST(AmbiguityConfig, ChecksComeInTheirOrder) {
+  Deployment deployment;
+  deployment.config["common"]["obscomb"] = "IF";
+  for (const char* tag : {"wl", "n1"}) {
+    for (const char* key : {"fixmode", "upd_type", "amb_type"}) deployment.layer(tag)[key] = "X";
+  }
+  for (const std::string tag : {"wl", "n1"}) {
+    Json::Value& layer = deployment.layer(tag.c_str());
+    expectRefused(deployment, tag + ":fixmode = X, fixmode only support 'round' and 'lambda'\n");
+    layer["fixmode"] = "round";
+    expectRefused(deployment, tag + ":upd_type = X, only support 'snx' and 'comb'\n");
+    layer["upd_type"] = "snx";
+    expectRefused(deployment, tag + ":amb_type = X, only support 'mw' 'raw' and 'NL' \n");
+    layer["amb_type"] = "raw";
+  }
+  expectRefused(deployment, "n1:amb_type = raw, N1 only support 'NL' for IF \n");
+  deployment.layer("n1")["amb_type"] = "NL";
+  EXPECT_EQ(deployment.loadInChild().status, 0);
+}
+
+TEST(AmbiguityConfig, FrequenciesOfAResolvedLayerMustBeUsed) {
+  Deployment deployment;
+  deployment.layer("wl")["comb"] = "GPS:L1_L5";
+  expectRefused(deployment, "tag = wl, freq = GPS:L1_L5, parse AMB frequency failed, L5 is not in freq\n");
+  deployment.layer("wl")["comb"] = "IRN:L5";
+  expectRefused(deployment, "freq = IRN:L5: unknown GNSS system\n");
+  deployment.layer("wl")["comb"] = "GPS:L1_L5";
+  deployment.layer("wl")["resolution"] = "off";
+  EXPECT_EQ(deployment.load().m_ambconfig[1].ambfreq[0][1], -1);
+  // GLONASS has no satellites here: its frequencies are nobody's business.
+  deployment.layer("wl")["resolution"] = "on";
+  deployment.layer("wl")["comb"] = deployment.layer("n1")["comb"].asString() + " GLS:L1_L2";
+  EXPECT_EQ(deployment.loadInChild().status, 0);
+}
+
+TEST(AmbiguityConfig, NarrowLanesNeedThePairOfTheWideLane) {
+  Deployment deployment;
+  deployment.layer("n1")["comb"] = "GPS:L1_L2 GAL:E1";
+  expectRefused(deployment, "tag = n1, ambiguity config NL is set but number of E comb freqeuency is < 2\n");
+
+  const std::string all = deployment.layer("ewl")["comb"].asString();
+  deployment.layer("n1")["comb"] = all;
+  deployment.layer("wl")["comb"] = "GPS:L1_L2";
+  expectRefused(deployment, "wl or nl comb configure set error for E!\n");
+
+  deployment.layer("wl")["comb"] = "GPS:L1_L2 GAL:E1 BD3:B1_B3 BD2:B1_B2b QZS:L1_L2";
+  expectRefused(deployment, "wl and NL comb configure is set different for E!\n");
+
+  deployment.layer("wl")["resolution"] = "off";
+  EXPECT_EQ(deployment.loadInChild().status, 0);
+}
+
+TEST(AmbiguityConfig, SmoothingFileOverrulesItsLayer) {
+  Deployment deployment;
+  deployment.layer("wl")["amb_type"] = "mw";
+  deployment.layer("wl")["smoothconfig"]["switch"] = "on";
+  Json::Value& entry = deployment.smoothing["obs_smoother"]["smooth"][1];
+  entry["value"] = "GPS:PIF:L1:L2_LL1:1.0 ! combination";
+  entry["minelev"] = 20;
+  entry["ion"]["value"] = "GPS:PL1:1.0_PL2:1.0";
+  const tarvio::Upd_ambconfig& wl = deployment.load().m_ambconfig[1];
+  EXPECT_EQ(wl.m_smoothValue.at('G'), "PIF:L1:L2_LL1:1.0");
+  EXPECT_NEAR(wl.m_cutoff, 20.0 * kDegree, 1e-15);
+  EXPECT_DOUBLE_EQ(wl.m_minCommon, 900.0);
+  EXPECT_EQ(wl.m_smooth, 0);  // the file is read later
+  EXPECT_EQ(wl.m_ionValue.at('G'), "PL1:1.0_PL2:1.0");
+  entry["ion"]["switch"] = "on";
+  EXPECT_EQ(deployment.load().m_ambconfig[1].m_smooth, 1);
+}
+
+TEST(AmbiguityConfig, SmoothingFileIsChecked) {
+  Deployment deployment;
+  deployment.layer("wl")["amb_type"] = "mw";
+  Json::Value& entry = deployment.smoothing["obs_smoother"]["smooth"][1];
+  const std::string file = deployment.path("smooth.json").string();
+
+  entry["value"] = "GPS:PIF:L1:L5";
+  expectRefused(deployment, "freq = G:L5, no this frequency in wl:comb!\n");
+  entry["value"] = "GPS:P";
+  expectRefused(deployment, "freq = G:, no this frequency in wl:comb!\n");
+  entry["value"] = "GPS:LL5:1.0";
+  deployment.layer("wl")["comb"] = "GAL:E1_E5a";
+  expectRefused(deployment, "freq = G:L5, mw configure set error, no this frequency in freqused!\n");
+  entry["value"] = "IRN:LL5:1.0";
+  expectRefused(deployment, "freq = IRN:LL5:1.0: unknown GNSS system\n");
+
+  entry.removeMember("updfile");
+  entry["value"] = "GAL:LL1:1.0_LL5:-1.0";
+  expectRefused(deployment, "file = " + file + ",upd configuration format error!\n");
+  entry["tag"] = "other";
+  expectRefused(deployment, "tag = wl, no smooth tag found in " + file + "\n");
+  deployment.smoothing = Json::Value(Json::arrayValue);
+  expectRefused(deployment, "file = " + file + ",upd configuration format error!\n");
+
+  const std::string broken = deployment.path("broken.json").string();
+  support::writeFile(broken, "{\"amb\": {");
+  deployment.layer("wl")["analyse"]["smoothconfig"] = broken;
+  expectRefused(deployment, "file = " + broken + ",failed to parse upd configuration file!\n");
+  deployment.layer("wl")["analyse"]["smoothconfig"] = "/absent";
+  expectRefused(deployment, "file = /absent,can't open upd configuration file to read!\n");
+}
+
+TEST(AmbiguityConfig, RatioTableIsLoaded) {
+  Deployment deployment;
+  deployment.ratio = "nrow 2 ndim 3\n 1.000 2.000 3.000\n 1.500 2.500 3.500\n";
+  const tarvio::RatioTable& table = deployment.load().m_ratioTable;
+  ASSERT_NE(table.u, nullptr);
+  EXPECT_DOUBLE_EQ(table.u[1 * 2 + 1], 2.5);  // two ambiguities, second rate
+  deployment.ratio = "no table\n";
+  expectRefused(deployment, "file = " + deployment.path("ratio.txt").string() + ",failed to parse file\n");
+}
+
+}  // namespace

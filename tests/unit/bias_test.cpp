@@ -1,0 +1,126 @@
+// Satellite biases: signs, validity, differences turned into biases of signals, wide-lanes.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "corrections/bias_table.h"
+#include "corrections/broadcast_orbit.h"
+#include "corrections/sources.h"
+#include "support/host_files.h"
+
+namespace {
+
+using gnx::BiasTable;
+using gnx::kLightSpeed;
+using gnx::SatBiases;
+using gnx_test::inputError;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const gnx::GpsTime kNoon = gnx::toGpsTime({2020, 6, 25, 12, 0, 0.0});
+
+std::string sinex(const std::string& rows) {
+  return "%=BIA 1.00 TST 2020:177:00000 TST 2020:177:00000 2020:178:00000 R 00000004\n"
+         "+BIAS/DESCRIPTION\n TIME_SYSTEM                             G\n-BIAS/DESCRIPTION\n"
+         "+BIAS/SOLUTION\n"
+         "*BIAS SVN_ PRN STATION__ OBS1 OBS2 BIAS_START____ BIAS_END______ UNIT __ESTIMATED_VALUE____ _STD_DEV___\n" +
+         rows + "-BIAS/SOLUTION\n%=ENDBIA\n";
+}
+
+double valueOf(const std::vector<gnx::SsrBias>& biases, const std::string& signal) {
+  for (const gnx::SsrBias& b : biases) {
+    if (b.signal == signal) return b.value;
+  }
+  return std::nan("");
+}
+
+class SinexBias : public testing::Test {
+ protected:
+  std::vector<SatBiases> at(const std::string& rows, const gnx::GpsTime& t) {
+    return BiasTable(gnx::readSinexBias({m_dir.write("a.bia", sinex(rows))})).at(t);
+  }
+  gnx_test::TempDir m_dir;
+};
+
+TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
+  const auto biases = at(
+      " OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      0.0010\n"
+      " OSB  G063 G01           L1C       2020:177:00000 2020:178:00000 ns                 0.5000      0.0010\n"
+      " OSB  G063 G01           L5Q       2020:177:00000 2020:178:00000 cyc                0.2500      0.0010\n"
+      " OSB  G    G01 ESBC      C1W       2020:177:00000 2020:178:00000 ns                77.0000      0.0010\n",
+      kNoon);
+  ASSERT_THAT(biases, SizeIs(1));
+  EXPECT_NEAR(valueOf(biases[0].code, "1W"), 1e-9 * kLightSpeed, 1e-12);
+  EXPECT_NEAR(valueOf(biases[0].phase, "1C"), -0.5e-9 * kLightSpeed, 1e-12);
+  EXPECT_NEAR(valueOf(biases[0].phase, "5Q"), -0.25 * kLightSpeed / 1176.45e6, 1e-12);
+  EXPECT_THAT(biases[0].code, SizeIs(1)) << "the receiver's bias is not the satellite's";
+}
+
+TEST_F(SinexBias, RowsHoldInTheirTimeOnly) {
+  const std::string rows =
+      " OSB  G063 G01           C1W       2020:177:00000 2020:177:43200 ns                 1.0000      0.0010\n"
+      " OSB  G063 G01           C1W       2020:177:43200 0000:000:00000 ns                 2.0000      0.0010\n";
+  EXPECT_NEAR(valueOf(at(rows, kNoon + -1.0)[0].code, "1W"), -1e-9 * kLightSpeed, 1e-12);
+  EXPECT_NEAR(valueOf(at(rows, kNoon)[0].code, "1W"), -2e-9 * kLightSpeed, 1e-12);
+  EXPECT_THAT(at(rows, kNoon + -86400.0), IsEmpty());
+}
+
+TEST_F(SinexBias, DifferencesReferToTheClocksPair) {
+  const auto biases = at(
+      " DSB  G063 G01           C1W  C2W  2020:177:00000 2020:178:00000 ns                 8.0000      0.0010\n"
+      " DSB  G063 G01           C1C  C1W  2020:177:00000 2020:178:00000 ns                -1.5000      0.0010\n"
+      " DSB  G063 G01           C5Q  C5X  2020:177:00000 2020:178:00000 ns                 3.0000      0.0010\n",
+      kNoon);
+  ASSERT_THAT(biases, SizeIs(1));
+  const double w1 = valueOf(biases[0].code, "1W"), w2 = valueOf(biases[0].code, "2W");
+  const double f1 = 1575.42e6, f2 = 1227.6e6, ns = 1e-9 * kLightSpeed;
+  EXPECT_NEAR(f1 * f1 * w1 - f2 * f2 * w2, 0.0, 1e5) << "nothing in the ionosphere-free combination";
+  EXPECT_NEAR(w1 - w2, -8.0 * ns, 1e-9);
+  EXPECT_NEAR(valueOf(biases[0].code, "1C") - w1, 1.5 * ns, 1e-9);
+  EXPECT_TRUE(std::isnan(valueOf(biases[0].code, "5Q"))) << "not connected to the pair";
+}
+
+TEST_F(SinexBias, Refusals) {
+  const auto refusal = [&](const std::string& content) {
+    return inputError([&] { gnx::readSinexBias({m_dir.write("bad.bia", content)}); });
+  };
+  const std::string good =
+      sinex(" OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      0.0010\n");
+  EXPECT_EQ(refusal(good), "");
+  EXPECT_THAT(refusal(good.substr(0, good.size() - 10)), HasSubstr("without %=ENDBIA"));
+  std::string unit = good;
+  unit.replace(unit.find(" ns "), 4, " km ");
+  EXPECT_THAT(refusal(unit), HasSubstr("bad.bia:7: G01 unit: 'km'"));
+  EXPECT_THAT(refusal("%=SNX 2.02\n"), HasSubstr("is not a bias SINEX file"));
+}
+
+TEST(WideLaneBiases, ShiftTheWideLaneAndNothingElse) {
+  const auto wideLanes = gnx::wideLaneBiases(
+      {"WL G02  2020  6 25 12  0  0.000000  1   -0.125700E+01  0102 COMMENT",
+       "WL E01 2020   6 25 12  0  0.000000  1   -4.400000E-01  0105 COMMENT", "WIDELANE SATELLITE BIASES    COMMENT"});
+  ASSERT_THAT(wideLanes, SizeIs(2));
+  for (const SatBiases& b : gnx::phaseBiasesOf(wideLanes)) {
+    const double cycles = wideLanes.at(b.sat).cycles;
+    const double f1 = 1575.42e6, f2 = b.sat[0] == 'G' ? 1227.6e6 : 1176.45e6;
+    const double b1 = valueOf(b.phase, "1C"), b2 = valueOf(b.phase, b.sat[0] == 'G' ? "2W" : "5Q");
+    // Melbourne-Wuebbena in cycles is phi1 - phi2 - ...; its integer needs "plus WL".
+    EXPECT_NEAR(b1 * f1 / kLightSpeed - b2 * f2 / kLightSpeed, cycles, 1e-12);
+    EXPECT_NEAR((f1 * f1 * b1 - f2 * f2 * b2) / (f1 * f1 - f2 * f2), 0.0, 1e-12);
+  }
+}
+
+TEST(WideLaneBiases, AgreeWithAnIndependentConversion) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  // The header of the clock file says -1.257 cycles for G02; corrections_grg.ssr.gz, made by another
+  // program, has these metres.
+  const auto biases = gnx::phaseBiasesOf({{"G02", {-1.257, '1', '2'}}});
+  EXPECT_NEAR(valueOf(biases[0].phase, "1C"), 0.8442, 5e-5);
+  EXPECT_NEAR(valueOf(biases[0].phase, "2W"), 1.3904, 5e-5);
+  const auto signals = gnx::correctedSignals({}, {gnx_test::realFile("esbc_2020177/corrections_grg.ssr.gz")});
+  EXPECT_THAT(signals.at('G'), testing::ElementsAre("1W", "2W"));
+  EXPECT_THAT(signals.at('E'), testing::ElementsAre("1C", "5Q"));
+}
+
+}  // namespace

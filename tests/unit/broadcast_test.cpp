@@ -1,0 +1,366 @@
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+#include "Adapter/BroadcastEphUtils.h"
+#include "Common/ComTime.h"
+#include "support/broadcast_messages.h"
+#include "support/table_fixture.h"
+
+namespace {
+
+using gnx_test::kMjd;
+using gnx_test::kToe;
+using gnx_test::kToeSod;
+using gnx_test::kWeek;
+using tarvio::GLSEPH;
+using tarvio::GPSEPH;
+using Vector = std::array<double, 3>;
+
+double distance(const double* a, const Vector& b) {
+  return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+}
+
+Vector rotateX(const Vector& v, double angle) {
+  const double c = std::cos(angle), s = std::sin(angle);
+  return {v[0], c * v[1] + s * v[2], -s * v[1] + c * v[2]};
+}
+Vector rotateZ(const Vector& v, double angle) {
+  const double c = std::cos(angle), s = std::sin(angle);
+  return {c * v[0] + s * v[1], -s * v[0] + c * v[1], v[2]};
+}
+
+/// The user algorithm of the interface documents, step by step, with rotation matrices and Newton's
+/// method: IS-GPS-200 table 20-IV; for the geostationary satellites BDS-SIS-ICD B1I 5.2.4.12.
+Vector evaluate(const GPSEPH& m, double gm, double omega, double tk, bool geo) {
+  const double a = m.m_roota * m.m_roota;
+  const double mean = m.m_M0 + (std::sqrt(gm / std::pow(a, 3)) + m.m_dn) * tk;
+  double e = mean;
+  for (int i = 0; i < 30; ++i) e -= (e - m.m_e * std::sin(e) - mean) / (1.0 - m.m_e * std::cos(e));
+  const double v = 2.0 * std::atan(std::sqrt((1.0 + m.m_e) / (1.0 - m.m_e)) * std::tan(e / 2.0));
+  const double phi = v + m.m_omega;
+  const double u = phi + m.m_cus * std::sin(2 * phi) + m.m_cuc * std::cos(2 * phi);
+  const double r =
+      a * (1.0 - m.m_e * std::cos(e)) + m.m_crs * std::sin(2 * phi) + m.m_crc * std::cos(2 * phi);
+  const double i = m.m_i0 + m.m_cis * std::sin(2 * phi) + m.m_cic * std::cos(2 * phi) + m.m_idot * tk;
+  const Vector orbit = rotateX({r * std::cos(u), r * std::sin(u), 0.0}, -i);
+  if (geo) {
+    const double node = m.m_OMEGA0 + m.m_OMEGADOT * tk - omega * m.m_toe;
+    const double five = 5.0 * std::numbers::pi / 180.0;
+    return rotateZ(rotateX(rotateZ(orbit, -node), -five), omega * tk);
+  }
+  return rotateZ(orbit, -(m.m_OMEGA0 + (m.m_OMEGADOT - omega) * tk - omega * m.m_toe));
+}
+
+struct Orbit {
+  const char* cprn;
+  double roota, inclination, gm, omega;
+  bool geo;
+};
+
+const Orbit kOrbits[] = {
+    {"G05", 5153.65, 0.965, 3.986005e14, 7.2921151467e-5, false},
+    {"E11", 5440.60, 0.977, 3.986004418e14, 7.2921151467e-5, false},
+    {"C21", 5282.62, 0.961, 3.986004418e14, 7.292115e-5, false},
+    {"C08", 6493.40, 0.967, 3.986004418e14, 7.292115e-5, false},  // inclined geosynchronous
+    {"C03", 6493.39, 0.090, 3.986004418e14, 7.292115e-5, true},
+    {"C60", 6493.39, 0.090, 3.986004418e14, 7.292115e-5, false},  // geostationary of the third generation
+    {"J02", 6493.20, 0.710, 3.986005e14, 7.292115e-5, false},
+};
+
+class Kepler : public gnx_test::TableFixture {
+ protected:
+  Kepler() {
+    for (const Orbit& orbit : kOrbits) add(orbit.cprn);
+  }
+  std::array<double, 6> state(const GPSEPH& eph, double tk, const char* flag = "yyy") {
+    tarvio::BroadcastEphUtils utils;
+    std::array<double, 6> xv{};
+    utils.m_geph2xyz(&eph, flag, kWeek, kToe + tk, xv.data(), &clk);
+    return xv;
+  }
+  double clk = 0.0;
+};
+
+TEST_F(Kepler, PositionsFollowTheInterfaceDocuments) {
+  for (const Orbit& orbit : kOrbits) {
+    const GPSEPH eph = gnx_test::message(orbit.cprn, orbit.roota, orbit.inclination);
+    for (double tk = -7200.0; tk <= 7200.0; tk += 911.0) {
+      const auto xv = state(eph, tk);
+      // 1e-5 m: rounding of angles of hundreds of radians at 42000 km.
+      EXPECT_LT(distance(xv.data(), evaluate(eph, orbit.gm, orbit.omega, tk, orbit.geo)), 1e-5)
+          << orbit.cprn << " tk " << tk;
+    }
+  }
+}
+
+TEST_F(Kepler, VelocityIsTheDerivativeOfPosition) {
+  for (const Orbit& orbit : kOrbits) {
+    GPSEPH eph = gnx_test::message(orbit.cprn, orbit.roota, orbit.inclination);
+    for (const bool harmonics : {false, true}) {
+      if (!harmonics) eph.m_cic = eph.m_cis = 0.0;
+      else eph.m_cic = 1.1e-7, eph.m_cis = -0.7e-7;
+      // The harmonics of inclination enter the velocity as broadcast corrections expect them, which is
+      // not the strict derivative: 2 * 1.8e-7 * 1.5e-4 rad/s * 4.2e7 m.
+      const double tolerance = harmonics ? 2.5e-3 : 2e-5;
+      constexpr double h = 0.2;
+      for (double tk = -7000.0; tk <= 7200.0; tk += 1301.0) {
+        const auto xv = state(eph, tk), before = state(eph, tk - h), after = state(eph, tk + h);
+        for (std::size_t k = 0; k < 3; ++k) {
+          EXPECT_NEAR(xv[k + 3], (after[k] - before[k]) / (2 * h), tolerance) << orbit.cprn << ' ' << tk;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Kepler, ApogeeAndQuadrantsAreSmooth) {
+  GPSEPH eph = gnx_test::message("G05");
+  eph.m_e = 0.4;
+  eph.m_dn = 0.0;
+  const double n = std::sqrt(3.986005e14 / std::pow(eph.m_roota, 6));
+  for (const double mean : {0.0, std::numbers::pi / 2, std::numbers::pi, -std::numbers::pi}) {
+    eph.m_M0 = mean;
+    const auto xv = state(eph, 0.0), next = state(eph, 1e-3 / n * 1e-3);
+    for (const double x : xv) EXPECT_TRUE(std::isfinite(x));
+    EXPECT_LT(distance(xv.data(), {next[0], next[1], next[2]}), 1e-6 * 4.0e7);
+  }
+}
+
+TEST_F(Kepler, ExtendedMessagesStartFromTheReferenceAxis) {
+  GPSEPH eph = gnx_test::message("C21");
+  eph.m_msgtype = 7.0;
+  eph.m_deltaA = 1234.0;
+  GPSEPH plain = eph;
+  plain.m_msgtype = 0.0;
+  plain.m_roota = std::sqrt(27906100.0 + 1234.0);
+  const auto xv = state(eph, 0.0), same = state(plain, 0.0);
+  EXPECT_LT(distance(xv.data(), {same[0], same[1], same[2]}), 1e-6);
+  // A-dot changes the axis, delta-n-dot the motion by half of it.
+  eph.m_Adot = 0.05;
+  eph.m_deltaNdot = 2e-14;
+  plain.m_roota = std::sqrt(27906100.0 + 1234.0 + 0.05 * 600.0);
+  const double a0 = 27906100.0 + 1234.0, a1 = a0 + 0.05 * 600.0;
+  plain.m_dn = eph.m_dn + 0.5 * 2e-14 * 600.0 + std::sqrt(3.986004418e14 / (a0 * a0 * a0)) -
+               std::sqrt(3.986004418e14 / (a1 * a1 * a1));
+  const auto moved = state(eph, 600.0), equal = state(plain, 600.0);
+  EXPECT_LT(distance(moved.data(), {equal[0], equal[1], equal[2]}), 1e-5);
+}
+
+TEST_F(Kepler, ClockPolynomialAndTheBeidouPair) {
+  GPSEPH eph = gnx_test::message("G05");
+  eph.m_a2 = 1e-17;
+  state(eph, 600.0, "ynn");
+  EXPECT_DOUBLE_EQ(clk, 1.23e-4 - 4.5e-12 * 600.0 + 1e-17 * 360000.0);
+  // B3I to the ionosphere-free pair B1I/B3I: f1^2/(f1^2 - f3^2) = 2.9437 times TGD1.
+  eph = gnx_test::message("C21");
+  state(eph, 0.0, "ynn");
+  EXPECT_NEAR(clk, 1.23e-4 - 2.943679 * 5.0e-9, 1e-14);
+}
+
+TEST_F(Kepler, SelectionByIssueDistanceAndAge) {
+  tarvio::BroadcastEphUtils utils;
+  const auto insert = [&](int iode, double toe) {
+    GPSEPH eph = gnx_test::message("G05");
+    eph.m_iode = iode;
+    eph.m_toe = toe;
+    eph.m_sod = toe - 345600.0;
+    utils.m_gnssEph["G05"].push_back(eph);
+  };
+  insert(1, kToe + 7200.0);
+  insert(2, kToe);
+  const auto pick = [&](int iode, double sow, double& dtmin, const char* cprn = "G05") {
+    double xv[6], tgd = 0.0;
+    return utils.m_brd2xyz("yyy", cprn, kWeek, sow, xv, &clk, &dtmin, &tgd, &iode) == 1 ? iode : -99;
+  };
+  double dtmin = 0.0;
+  EXPECT_EQ(pick(1, kToe, dtmin), 1);
+  EXPECT_DOUBLE_EQ(dtmin, 2.0);
+  EXPECT_EQ(pick(1, kToe + 7200.0 + 8 * 3600.0, dtmin), -99);  // 8 h: the window is open
+  EXPECT_EQ(pick(1, kToe + 7200.0 + 8 * 3600.0 - 1.0, dtmin), 1);
+  EXPECT_EQ(pick(3, kToe, dtmin), -99);
+  EXPECT_EQ(pick(-1, kToe + 3599.0, dtmin), 2);
+  EXPECT_EQ(pick(-1, kToe + 3600.0, dtmin), 2);  // a tie: the later in the list
+  EXPECT_EQ(pick(-1, kToe + 3601.0, dtmin), 1);
+  EXPECT_EQ(pick(-2, kToe + 600.0, dtmin), 1);  // the newest within two hours
+  EXPECT_EQ(pick(-2, kToe - 600.0, dtmin), 2);
+  EXPECT_EQ(pick(-7, kToe, dtmin), -99);
+  EXPECT_EQ(pick(-1, kToe, dtmin, "G06"), -99);
+  EXPECT_EQ(utils.m_gnssEph.count("G06"), 0U);
+
+  // Of two at equal distance the earlier in the list is the current one.
+  EXPECT_EQ(utils.m_getCurrentGpsEph(kMjd + (kToeSod + 3600.0) / 86400.0).at("G05").m_iode, 1);
+  EXPECT_EQ(utils.m_getCurrentGpsEph(kMjd + kToeSod / 86400.0).at("G05").m_iode, 2);
+  EXPECT_EQ(utils.m_getCurrentGpsEph(kMjd).count("E11"), 0U);
+}
+
+// ---- GLONASS ----
+
+GLSEPH glonass() {
+  GLSEPH eph;
+  tarvio::s_copyText(eph.m_cprn, "R05");
+  eph.m_mjd = kMjd;
+  eph.m_sod = kToeSod;
+  eph.m_iode = 20;
+  eph.m_tau = -3.0e-5;
+  const double pos[3] = {7003.008789, -12206.626953, 21280.765625};  // GLONASS ICD, example of appendix 3
+  const double vel[3] = {0.7835417, 2.8042530, 1.3525150};
+  const double acc[3] = {0.0, 1.7e-9, -5.41e-9};
+  std::copy(pos, pos + 3, eph.m_pos);
+  std::copy(vel, vel + 3, eph.m_vel);
+  std::copy(acc, acc + 3, eph.m_acc);
+  return eph;
+}
+
+/// Equations of motion in an inertial frame that coincides with the rotating one at the start: two
+/// bodies, J2, and the lunisolar acceleration that turns with the Earth.
+void inertialStep(std::array<double, 6>& y, double t, double h, const double* acc) {
+  constexpr double gm = 398600.4418, ae = 6378.136, j2 = 1.08262575e-3, omega = 7.292115e-5;
+  const auto derivative = [&](const std::array<double, 6>& s, double at) {
+    const double r2 = s[0] * s[0] + s[1] * s[1] + s[2] * s[2], r = std::sqrt(r2);
+    const double k = gm / (r2 * r), q = 1.5 * j2 * ae * ae / r2, z = 5.0 * s[2] * s[2] / r2;
+    const Vector a = rotateZ({acc[0], acc[1], acc[2]}, -omega * at);
+    return std::array<double, 6>{s[3],
+                                 s[4],
+                                 s[5],
+                                 -k * s[0] * (1 + q * (1 - z)) + a[0],
+                                 -k * s[1] * (1 + q * (1 - z)) + a[1],
+                                 -k * s[2] * (1 + q * (3 - z)) + a[2]};
+  };
+  const auto add = [](const std::array<double, 6>& s, double f, const std::array<double, 6>& d) {
+    std::array<double, 6> out{};
+    for (std::size_t i = 0; i < 6; ++i) out[i] = s[i] + f * d[i];
+    return out;
+  };
+  const auto k1 = derivative(y, t), k2 = derivative(add(y, h / 2, k1), t + h / 2),
+             k3 = derivative(add(y, h / 2, k2), t + h / 2), k4 = derivative(add(y, h, k3), t + h);
+  for (std::size_t i = 0; i < 6; ++i) y[i] += h / 6 * (k1[i] + 2 * k2[i] + 2 * k3[i] + k4[i]);
+}
+
+/// Position (m) after dt in the rotating frame, integrated in the inertial one with steps of 1 s.
+Vector integrateInertially(const GLSEPH& eph, double dt) {
+  constexpr double omega = 7.292115e-5;
+  std::array<double, 6> y = {eph.m_pos[0],
+                             eph.m_pos[1],
+                             eph.m_pos[2],
+                             eph.m_vel[0] - omega * eph.m_pos[1],
+                             eph.m_vel[1] + omega * eph.m_pos[0],
+                             eph.m_vel[2]};
+  const int steps = std::max(1, static_cast<int>(std::ceil(std::fabs(dt))));
+  for (int i = 0; i < steps; ++i) inertialStep(y, dt / steps * i, dt / steps, eph.m_acc);
+  const Vector x = rotateZ({y[0], y[1], y[2]}, omega * dt);
+  return {x[0] * 1000.0, x[1] * 1000.0, x[2] * 1000.0};
+}
+
+class Glonass : public gnx_test::TableFixture {
+ protected:
+  Glonass() {
+    add("R05");
+    utils = std::make_unique<tarvio::BroadcastEphUtils>();
+    utils->m_glsEph["R05"].push_back(glonass());
+  }
+  int read(double sow, int iode = -1) {
+    double dtmin = 0.0;
+    return utils->m_gls2xyz("yyy", "R05", kWeek, sow, xv, &clk, &dtmin, &iode);
+  }
+  std::unique_ptr<tarvio::BroadcastEphUtils> utils;
+  double xv[6] = {}, clk = 0.0;
+};
+
+TEST_F(Glonass, IntegrationAgreesWithAnInertialOne) {
+  // Origin shift of PZ-90.02 to WGS 84 as applied since 2007 (m).
+  const Vector shift = {0.008, 0.001, 0.001};
+  for (const double dt : {0.0, 30.0, 60.0, -60.0, 754.3, -754.3, 900.0, -1800.0}) {
+    ASSERT_EQ(read(kToe + dt), 1);
+    Vector expected = integrateInertially(glonass(), dt);
+    for (std::size_t i = 0; i < 3; ++i) expected[i] += shift[i];
+    // The 60-s steps are good to a millimetre per quarter of an hour.
+    EXPECT_LT(distance(xv, expected), 2e-3 + std::fabs(dt) * 1e-6) << dt;
+    EXPECT_EQ(clk, -3.0e-5);
+  }
+  // Exactly on the reference time nothing is integrated.
+  read(kToe);
+  EXPECT_DOUBLE_EQ(xv[0], 7003008.789 + 0.008);
+  EXPECT_DOUBLE_EQ(xv[3], 783.5417);
+}
+
+TEST_F(Glonass, AnIssueMatchesAtAnyDistanceThatMakesSense) {
+  EXPECT_EQ(read(kToe + 9 * 3600.0, 20), 1);
+  EXPECT_EQ(read(kToe + 13 * 3600.0, -1), 0);
+  EXPECT_EQ(read(kToe + 13 * 3600.0, 20), 1);
+  EXPECT_EQ(read(kToe, 21), 0);
+  // Years away the integration would not end.
+  double dtmin = 0.0;
+  int iode = 20;
+  EXPECT_EQ(utils->m_gls2xyz("yyy", "R05", kWeek + 500, kToe, xv, &clk, &dtmin, &iode), 0);
+}
+
+TEST_F(Glonass, FrameBefore2007TurnsByTheParametersOfItsSource) {
+  const double in[3] = {10000.0, -20000.0, 5000.0};
+  double out[3];
+  utils->pz902wgs84(54362, 86366.9, in, out, "MIT");
+  EXPECT_DOUBLE_EQ(out[0], 10000.0 + 1.9e-6 * 20000.0);
+  EXPECT_DOUBLE_EQ(out[1], 0.0025 + 1.9e-6 * 10000.0 - 20000.0);
+  EXPECT_DOUBLE_EQ(out[2], 5000.0);
+  utils->pz902wgs84(54362, 86367.0, in, out, "MIT");
+  EXPECT_DOUBLE_EQ(out[0], 10000.0 + 8e-6);
+}
+
+// ---- identities of messages ----
+
+TEST_F(Glonass, IssueOfDataIsTheQuarterHourOfTheMoscowDay) {
+  // 2020-06-25 00:15:00 UTC = 00:15:18 GPS time = 03:15 in Moscow: the 13th quarter of an hour.
+  EXPECT_EQ(tarvio::genAode('R', kMjd, 918.0, 0.0, 77, nullptr), 13);
+  EXPECT_EQ(tarvio::genAode('R', kMjd, 21.0 * 3600.0 + 18.0, 0.0, 77, nullptr), 0);
+  EXPECT_EQ(tarvio::genAode('C', kMjd, 0.0, 345600.0 + 3600.0, 77, nullptr), 3);
+  EXPECT_EQ(tarvio::genAode('C', kMjd, 0.0, 345600.0 + 2700.0, 77, nullptr), 3);  // 1.5 rounds up
+  EXPECT_EQ(tarvio::genAode('E', kMjd, 0.0, 0.0, 77, nullptr), 77);
+  EXPECT_EQ(tarvio::genAode('S', kMjd, 0.0, 0.0, 77, nullptr), -1);
+}
+
+TEST(BroadcastIdentity, Crc24qOfKnownTexts) {
+  const auto crc = [](const std::vector<unsigned char>& bytes) {
+    return tarvio::CRC24(static_cast<long>(bytes.size()), bytes.data());
+  };
+  EXPECT_EQ(crc({}), 0);
+  EXPECT_EQ(crc({'1', '2', '3', '4', '5', '6', '7', '8', '9'}), 0xCDE703);  // check value of the catalogues
+  EXPECT_EQ(crc({0x01}), 0x864CFB);
+  EXPECT_EQ(crc({0x80}), 0x3347A4);
+  // RTCM 10403.x, the example frame of the standard: header, message 1005, its own checksum.
+  EXPECT_EQ(crc({0xD3, 0x00, 0x13, 0x3E, 0xD7, 0xD3, 0x02, 0x02, 0x98, 0x0E, 0xDE,
+                 0xEF, 0x34, 0xB4, 0xBD, 0x62, 0xAC, 0x09, 0x41, 0x98, 0x6F, 0x33}),
+            0x360B98);
+  std::vector<unsigned char> ascending(52);
+  std::iota(ascending.begin(), ascending.end(), static_cast<unsigned char>(0));
+  EXPECT_EQ(crc(ascending), 0xCC4E9F);
+}
+
+TEST(BroadcastIdentity, BeidouIssueHashesTheContentBitByBit) {
+  // A message of zeros hashes to zero; a single field sets single bits of the 52 bytes.
+  GPSEPH eph;
+  EXPECT_EQ(tarvio::getbdsiode(eph), 0);
+  const auto withBit = [](int bit) {
+    std::vector<unsigned char> bytes(52);
+    bytes[static_cast<std::size_t>(bit / 8)] = static_cast<unsigned char>(0x80 >> bit % 8);
+    return tarvio::CRC24(52, bytes.data());
+  };
+  eph.m_idot = std::numbers::pi * std::exp2(-43);  // the last of its 14 bits
+  EXPECT_EQ(tarvio::getbdsiode(eph), withBit(13));
+  eph = GPSEPH();
+  eph.m_OMEGADOT = std::numbers::pi * std::exp2(-43);  // the last of all 411 bits
+  EXPECT_EQ(tarvio::getbdsiode(eph), withBit(410));
+  eph = GPSEPH();
+  eph.m_roota = std::exp2(12);  // 2^31 in a field of 32 bits that begins at bit 205
+  EXPECT_EQ(tarvio::getbdsiode(eph), withBit(205));
+  // -1 is all ones: the linear code of 24 bits, first order errors apart.
+  eph = GPSEPH();
+  eph.m_a0 = -std::exp2(-33);
+  long expected = 0;
+  for (int bit = 47; bit < 71; ++bit) expected ^= withBit(bit);
+  EXPECT_EQ(tarvio::getbdsiode(eph), expected);
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+/// Rows of the combinations, their weights, and the periods before them: reset by time, useless epochs,
+/// more satellites than the storage holds.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "Common/ComTime.h"
+#include "support/filter_world.h"
+
+namespace {
+
+using tarvio::kLight;
+using tarvio::Ssat_t;
+
+class FilterCombination : public gnx_test::FilterFixture {
+ protected:
+  void m_combination(const char* text, const char* used = "PHASE CODE") {
+    tarvio::s_copyText(deploy().m_obscomb, text);
+    tarvio::s_copyText(deploy().m_obsused, used);
+    if (std::strstr(text, "IF")) tarvio::s_copyText(deploy().m_ionmodel, "ION_NONE");
+    m_build();
+  }
+  /// Observations up to the combined rows.
+  void m_form() {
+    tarvio::Rnxobs obs;
+    obs.m_mjd = 60000;
+    filter->v_setobs({{"STAN", &obs}});
+    filter->v_onFilterInit();
+    filter->v_onObsUpdate();
+    filter->v_formcomb_obs();
+  }
+  struct Row {
+    double value, wgt;
+  };
+  Row m_row(int isat, int slot, int kind) {
+    for (int r = 0; r < station().m_nobs; ++r) {
+      const int* index = station().m_idxList + 4 * r;
+      if (index[0] == isat && index[1] == slot && index[2] == kind)
+        return {station().m_omcList[r], station().m_wgtList[r]};
+    }
+    ADD_FAILURE() << "no row " << isat << ' ' << slot << ' ' << kind;
+    return {};
+  }
+};
+
+TEST_F(FilterCombination, IonosphereFreeRowsRemoveTheFirstOrderAndCarryTheNoise) {
+  m_combination("IF");
+  world.noise = 0.0;
+  for (int isat = 0; isat < 13; ++isat) world.amb[isat][0] = world.amb[isat][1] = 0.0;
+  m_form();
+  EXPECT_EQ(station().m_nobs, 26);
+  for (const int isat : {1, 9}) {
+    const double ion = world.ion[isat];
+    world.ion[isat] = 0.0;  // the same without ionosphere
+    gnx_test::FilterWorld still = world;
+    tarvio::Station copy = station();
+    still.m_fill(copy);
+    for (const int kind : {2, 1}) {
+      const auto row = m_row(isat, 0, kind);
+      EXPECT_NEAR(row.value, copy.m_sat[isat].m_xx[kind == 2 ? 0 : 4], 1e-9);
+      // a and b of the pair: a - b = 1, amplification sqrt(a^2 + b^2)
+      const double* f = deploy().m_satellites[static_cast<std::size_t>(isat)].m_freq;
+      const double a = f[0] * f[0] / (f[0] * f[0] - f[1] * f[1]), b = a - 1.0;
+      EXPECT_NEAR(row.wgt, station().m_sat[isat].m_wgt[kind == 2 ? 0 : 4] / std::hypot(a, b), 1e-9 * row.wgt);
+    }
+    world.ion[isat] = ion;
+  }
+}
+
+TEST_F(FilterCombination, IonosphereFreeNeedsBothPhasesAndAMissingCodeWeighsNothing) {
+  m_combination("IF");
+  m_form();
+  m_build();
+  tarvio::Rnxobs obs;
+  filter->v_setobs({{"STAN", &obs}});
+  filter->v_onFilterInit();
+  filter->v_onObsUpdate();
+  station().m_sat[2].m_xx[1] = 0.0;
+  station().m_sat[5].m_xx[5] = 0.0;
+  station().m_sat[5].m_wgt[5] = 0.0;
+  filter->v_formcomb_obs();
+  EXPECT_EQ(station().m_nobs, 24) << "satellite 2 goes with both rows";
+  EXPECT_EQ(m_row(5, 0, 1).wgt, 0.0);
+  EXPECT_EQ(m_row(5, 0, 1).value, 0.0);
+  EXPECT_GT(m_row(5, 0, 2).wgt, 0.0);
+}
+
+TEST_F(FilterCombination, IonosphereFreeFilterFindsThePosition) {
+  m_combination("IF");
+  for (int i = 0; i < 10; ++i) m_epoch(30.0 * i);
+  EXPECT_EQ(filter->ni, 0);
+  EXPECT_EQ(filter->nc, 13);
+  EXPECT_EQ(filter->m_amblist.front()->lam, 1.0);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_NEAR(filter->m_pamt[static_cast<std::size_t>(i)].xest, world.position[i], 1.5);
+}
+
+TEST_F(FilterCombination, SingleFrequencyRows) {
+  m_combination("SF");
+  m_form();
+  EXPECT_EQ(station().m_nobs, 26);
+  const Ssat_t& sat = station().m_sat[3];
+  EXPECT_EQ(m_row(3, 0, 2).value, sat.m_xx[0]);
+  EXPECT_EQ(m_row(3, 0, 2).wgt, sat.m_wgt[0]);
+  EXPECT_EQ(m_row(3, 0, 1).value, sat.m_xx[4]);
+
+  m_combination("SF", "GRAPHIC CODE");
+  m_form();
+  const Ssat_t& half = station().m_sat[3];
+  EXPECT_NEAR(m_row(3, 0, 2).value, 0.5 * (half.m_xx[0] + half.m_xx[4]), 1e-12);
+  const double variance = 0.25 * (1.0 / std::pow(half.m_wgt[0], 2) + 1.0 / std::pow(half.m_wgt[4], 2));
+  EXPECT_NEAR(m_row(3, 0, 2).wgt, 1.0 / std::sqrt(variance), 1e-9);
+  EXPECT_NEAR(m_row(3, 0, 1).wgt, half.m_wgt[4] / 100.0, 1e-12);
+}
+
+TEST_F(FilterCombination, RawKeepsRowsAndHandsOnlySlipsOn) {
+  m_combination("RAW");
+  m_form();
+  EXPECT_EQ(station().m_nobs, static_cast<int>(world.rows.size()));
+  Ssat_t& sat = station().m_sat[0];
+  sat.m_ambflag[0] = 1;
+  sat.m_ambflag[1] = 0;
+  sat.m_slip[0] = 0;
+  sat.m_slip[1] = 3;
+  filter->v_formcomb_obs();
+  EXPECT_EQ(sat.m_ambflag[0], 1) << "a flag that waits for its row stays";
+  EXPECT_EQ(sat.m_ambflag[1], 3);
+}
+
+TEST_F(FilterCombination, ThreeFrequencyCoefficientsMeetTheirThreeConditions) {
+  frequencies('E', 3, {"L1", "L7", "L5"});
+  m_combination("AFIF");
+  const auto found = filter->m_get_AFIF_ccf();
+  ASSERT_EQ(found.count('G'), 0U) << "two frequencies have none";
+  const auto& c = found.at('E');
+  const double f[3] = {1.57542e9, 1.20714e9, 1.17645e9};
+  double geometry = 0.0, ionosphere = 0.0, wavelength = 0.0;
+  for (std::size_t i = 0; i < 3; ++i) {
+    geometry += c[i];
+    ionosphere += c[i] * f[0] * f[0] / (f[i] * f[i]);
+    wavelength += c[i] * kLight / f[i];
+  }
+  EXPECT_NEAR(geometry, 1.0, 1e-9);
+  EXPECT_NEAR(ionosphere, 0.0, 1e-9);
+  EXPECT_NEAR(wavelength, 0.0, 1e-9);
+}
+
+TEST_F(FilterCombination, PeriodicResetCountsDataTime) {
+  tarvio::s_copyText(deploy().m_ambmode, "INST:60");
+  m_build();
+  m_epoch(0.0);
+  EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 0.0));
+  m_epoch(30.0);
+  EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 0.0));
+  const auto* arc = filter->m_pm(0, 0, 0);
+  EXPECT_LT(arc->ptime0, 60000 + 1.0 / 86400.0);
+  m_epoch(75.0);
+  EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 75.0));
+  EXPECT_NEAR(filter->m_pm(0, 0, 0)->ptime0, 60000 + 75.0 / 86400.0, 1e-9);
+}
+
+TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpoch) {
+  m_build();
+  for (int isat = 0; isat < 13; ++isat) world.visible[isat] = isat < 4 || isat >= 9;
+  m_epoch(0.0);
+  EXPECT_EQ(filter->m_solstat, 0);
+  EXPECT_EQ(station().m_sat[0].m_flag[0], tarvio::kFlagEpoch);
+  EXPECT_EQ(station().m_sat[7].m_flag[0], 0);
+  world.visible[4] = true;
+  m_epoch(30.0);
+  EXPECT_EQ(filter->m_solstat, 2);
+}
+
+TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUp) {
+  m_build();
+  m_epoch(0.0);
+  filter->m_maxSatEpoch = 10;
+  m_begin(30.0);
+  EXPECT_EQ(filter->nobs, 40);
+  double lowestUsed = 2.0, highestDropped = 0.0;
+  for (int isat = 0; isat < 13; ++isat) {
+    const Ssat_t& sat = station().m_sat[isat];
+    if (sat.m_xx[0] != 0.0) lowestUsed = std::min(lowestUsed, sat.m_elev);
+    else highestDropped = std::max(highestDropped, sat.m_elev);
+  }
+  EXPECT_GT(lowestUsed, highestDropped);
+  filter->v_onFilterEstimate();
+  m_end();
+}
+
+TEST_F(FilterCombination, SizesFollowTheSky) {
+  m_build();
+  m_epoch(0.0);
+  // Two of the systems G 12 + E 12, two frequencies, phase and code.
+  EXPECT_EQ(filter->m_maxSatEpoch, 24);
+  EXPECT_EQ(filter->nhk, 24 * 2 * 2);
+  const int ordinary = 3 + 2 + 1;
+  EXPECT_EQ(filter->ntmx, ordinary + filter->nhk + 5 + 24);
+  EXPECT_EQ(filter->ldinfs, filter->ntmx + filter->nhk + 2);
+  EXPECT_EQ(filter->np, ordinary);
+}
+
+TEST_F(FilterCombination, StationWithoutARecordHasNoRows) {
+  m_build();
+  m_epoch(0.0);
+  filter->v_setobs({});
+  EXPECT_EQ(filter->sod, 0.0);
+  for (int k = 0; k < tarvio::kObs; ++k) EXPECT_EQ(station().m_sat[0].m_obs[k], 0.0);
+}
+
+}  // namespace

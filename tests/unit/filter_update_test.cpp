@@ -1,0 +1,320 @@
+/// The filter against one dense least-squares solution of all epochs so far, in which every state of
+/// every epoch is an unknown of its own and every process noise a row.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+
+#include "support/dense_lsq.h"
+#include "support/filter_world.h"
+
+namespace {
+
+using gnx_test::DenseLsq;
+using gnx_test::WorldRow;
+using tarvio::SrifPamt;
+using tarvio::Station;
+
+constexpr int kMjd = 60000;
+
+/// Keeps the dense system and the places of the unknowns that are alive.
+class DenseFilter {
+ public:
+  DenseFilter(const tarvio::SrifFilter& filter, double ztdPiece)
+      : m_sta(filter.m_stations[0]), m_ztdPiece(ztdPiece) {
+    for (int i = 0; i < 3; ++i) {
+      m_xyz[i] = m_lsq.m_unknown();
+      m_lsq.m_row({{m_xyz[i], 1.0}}, m_sta.m_x[i], 1.0 / m_sta.m_sigXyz[i]);
+    }
+    m_ztd = m_lsq.m_unknown();
+    m_lsq.m_row({{m_ztd, 1.0}}, 0.0, 1.0 / m_sta.m_sigZtd);
+  }
+
+  /// Adds an epoch: noise, then rows. Slipped or aged arcs start anew.
+  void m_epoch(double sod, const std::vector<WorldRow>& rows, const std::vector<std::pair<int, int>>& slips,
+               double clockPrior) {
+    const double dt = sod - m_sod;
+    const bool first = m_sod < 0.0;
+    if (!first) m_moveOrdinary(dt, sod);
+    for (const int isys : {0, 2}) {
+      m_clock[isys] = m_lsq.m_unknown();
+      const double sigma = first ? m_sta.m_sigClk[isys] : m_sta.m_qClk[isys] * std::sqrt(dt);
+      m_lsq.m_row({{m_clock[isys], 1.0}}, isys == 0 ? clockPrior : 0.0, 1.0 / sigma);
+    }
+    m_ageArcs(first ? sod : m_sod);
+    m_beginIonosphere(rows, dt);
+    m_beginArcs(rows, slips);
+    for (const WorldRow& row : rows) m_addRow(row, sod);
+    if (first) m_pieceEnd = sod + m_ztdPiece;
+    m_sod = sod;
+  }
+
+  DenseLsq m_lsq;
+  int m_xyz[3] = {}, m_ztd = 0, m_clock[tarvio::kSys] = {};
+  std::map<int, int> m_ion;
+  struct Arc {
+    int index;
+    double used;
+  };
+  std::map<std::pair<int, int>, Arc> m_amb;
+
+ private:
+  void m_moveOrdinary(double dt, double sod) {
+    const bool fixed = m_sta.m_skd == 'S';
+    for (int& index : m_xyz) index = m_step(index, fixed ? 1.0e-5 : m_sta.m_qXyz[0] * std::sqrt(dt));
+    if (m_ztdPiece == 0.0) {
+      m_ztd = m_step(m_ztd, m_sta.m_qZtd * std::sqrt(dt));
+    } else if (sod < m_pieceEnd) {
+      m_ztd = m_step(m_ztd, 1.0e-5);
+    } else {
+      m_ztd = m_step(m_ztd, m_sta.m_qZtd * std::sqrt(m_ztdPiece));
+      m_pieceEnd = sod + m_ztdPiece;
+    }
+  }
+  int m_step(int old, double sigma) {
+    const int fresh = m_lsq.m_unknown();
+    m_lsq.m_row({{fresh, 1.0}, {old, -1.0}}, 0.0, 1.0 / sigma);
+    return fresh;
+  }
+  /// What the end of the last epoch (at `sod`) has removed.
+  void m_ageArcs(double sod) {
+    std::erase_if(m_amb, [&](const auto& item) { return sod - item.second.used > 900.0; });
+    std::erase_if(m_ion, [&](const auto& item) {
+      return std::none_of(m_amb.begin(), m_amb.end(),
+                          [&](const auto& a) { return a.first.first == item.first; });
+    });
+  }
+  void m_beginIonosphere(const std::vector<WorldRow>& rows, double dt) {
+    for (auto& [sat, index] : m_ion) index = m_delay(m_sta.m_qIon * std::sqrt(dt));
+    for (const WorldRow& row : rows)
+      if (!m_ion.contains(row.sat)) m_ion[row.sat] = m_delay(m_sta.m_sigIon);
+  }
+  int m_delay(double sigma) {
+    const int fresh = m_lsq.m_unknown();
+    m_lsq.m_row({{fresh, 1.0}}, 0.0, 1.0 / sigma);
+    return fresh;
+  }
+  void m_beginArcs(const std::vector<WorldRow>& rows, const std::vector<std::pair<int, int>>& slips) {
+    for (const auto& slip : slips) m_amb.erase(slip);
+    for (const WorldRow& row : rows) {
+      if (row.kind != 2 || m_amb.contains({row.sat, row.slot})) continue;
+      double initial = 0.0;  // phase minus code, cycles
+      for (const WorldRow& other : rows)
+        if (other.sat == row.sat && other.slot == row.slot)
+          initial += (other.kind == 2 ? 1.0 : -1.0) * other.xx / row.lam;
+      const int index = m_lsq.m_unknown();
+      m_amb[{row.sat, row.slot}] = {index, 0.0};
+      m_lsq.m_row({{index, 1.0}}, initial, 1.0e-4);
+    }
+  }
+  void m_addRow(const WorldRow& row, double sod) {
+    DenseLsq::Terms terms;
+    for (int i = 0; i < 3; ++i) terms.emplace_back(m_xyz[i], row.los[i]);
+    terms.emplace_back(m_clock[0], 1.0);
+    if (row.sat >= 7) terms.emplace_back(m_clock[2], 1.0);
+    terms.emplace_back(m_ztd, row.mapwet);
+    terms.emplace_back(m_ion.at(row.sat), (row.kind == 2 ? -1.0 : 1.0) * row.dispersion);
+    Arc& arc = m_amb.at({row.sat, row.slot});
+    arc.used = sod;
+    if (row.kind == 2) terms.emplace_back(arc.index, row.lam);
+    m_lsq.m_row(terms, row.xx + row.reference, row.wgt);
+  }
+
+  const Station m_sta;
+  double m_ztdPiece, m_pieceEnd = 0.0, m_sod = -1.0;
+};
+
+class FilterUpdate : public gnx_test::FilterFixture {
+ protected:
+  void m_start(char skd, double ztdPiece) {
+    if (ztdPiece > 0.0) std::snprintf(deploy().m_ztdmodel, sizeof deploy().m_ztdmodel, "ZTD:%.0f", ztdPiece);
+    m_build(skd);
+    dense = std::make_unique<DenseFilter>(*filter, ztdPiece);
+  }
+
+  void m_run(double sod, const std::vector<Slip>& slips = {}) {
+    m_begin(sod, slips);
+    std::vector<std::pair<int, int>> slipped;
+    for (const Slip& slip : slips) slipped.emplace_back(slip.isat, slip.slot);
+    dense->m_epoch(sod, world.rows, slipped, station().m_rclk[0]);
+    filter->v_onFilterEstimate();
+  }
+
+  /// Places of the live parameters in the dense system, by column.
+  std::vector<int> m_places() const {
+    std::vector<int> place;
+    for (const SrifPamt& record : filter->m_pamt) {
+      if (record.pname[0] == 'S') place.push_back(dense->m_xyz[place.size()]);
+      if (record.pname[0] == 'R') place.push_back(dense->m_clock[record.isys]);
+      if (record.pname[0] == 'Z') place.push_back(dense->m_ztd);
+    }
+    for (const SrifPamt* record : filter->m_ionlist) place.push_back(dense->m_ion.at(record->isat));
+    for (const SrifPamt* record : filter->m_amblist) {
+      const auto arc = dense->m_amb.find({record->isat, record->ifreq});
+      const bool live = filter->m_pm(0, record->isat, record->ifreq) == record && arc != dense->m_amb.end();
+      place.push_back(live ? arc->second.index : -1);
+    }
+    return place;
+  }
+
+  void m_compare() {
+    dense->m_lsq.m_solve();
+    const std::vector<int> place = m_places();
+    std::vector<double> estimate;
+    for (const SrifPamt& record : filter->m_pamt) estimate.push_back(record.xest);
+    for (const SrifPamt* record : filter->m_ionlist) estimate.push_back(record->xest);
+    for (const SrifPamt* record : filter->m_amblist) estimate.push_back(record->xest);
+    ASSERT_EQ(place.size(), static_cast<std::size_t>(filter->imtx));
+    ASSERT_EQ(estimate.size(), place.size());
+
+    const auto n = place.size();
+    std::vector<double> inverse(n * n, 0.0);  // of the triangle, by columns
+    for (std::size_t c = 0; c < n; ++c) {
+      inverse[c * n + c] = 1.0 / m_r(static_cast<int>(c), static_cast<int>(c));
+      for (std::size_t i = c; i-- > 0;) {
+        double sum = 0.0;
+        for (std::size_t k = i + 1; k <= c; ++k)
+          sum += m_r(static_cast<int>(i), static_cast<int>(k)) * inverse[c * n + k];
+        inverse[c * n + i] = -sum / m_r(static_cast<int>(i), static_cast<int>(i));
+      }
+    }
+    const auto covariance = [&](std::size_t i, std::size_t j) {
+      double sum = 0.0;
+      for (std::size_t c = std::max(i, j); c < n; ++c) sum += inverse[c * n + i] * inverse[c * n + j];
+      return sum;
+    };
+    for (std::size_t i = 0; i < n; ++i) {
+      if (place[i] < 0) continue;
+      EXPECT_NEAR(estimate[i], dense->m_lsq.m_value(place[i]), 1.0e-8) << "column " << i;
+      const double sigma = std::sqrt(dense->m_lsq.m_covariance(place[i], place[i]));
+      for (std::size_t j = 0; j <= i; ++j) {
+        if (place[j] < 0) continue;
+        const double scale = sigma * std::sqrt(dense->m_lsq.m_covariance(place[j], place[j]));
+        ASSERT_NEAR(covariance(i, j), dense->m_lsq.m_covariance(place[i], place[j]), 1.0e-8 * scale)
+            << "columns " << i << ' ' << j;
+      }
+    }
+  }
+
+  void m_expectTriangular() const {
+    for (int c = 0; c <= filter->imtx; ++c)
+      for (int r = c + 1; r < filter->ldinfs; ++r)
+        if (r >= filter->imtx || c < filter->imtx) {
+          ASSERT_EQ(m_r(r, c), 0.0) << r << ' ' << c;
+        }
+  }
+
+  std::unique_ptr<DenseFilter> dense;
+};
+
+TEST_F(FilterUpdate, KinematicWithArcsThatComeAndGo) {
+  m_start('K', 0.0);
+  const double sods[] = {0, 30, 60, 90, 120, 150, 1100, 1130};
+  for (int i = 0; i < 8; ++i) {
+    // The receiver moves, its clock jumps; the model follows the clock roughly.
+    for (double& x : world.position) x += 0.2 * world.m_gauss();
+    world.clock = 300.0 * world.m_gauss();
+    station().m_rclk[0] = world.clock + world.m_gauss();
+    world.isb[2] = 12.0;
+    world.visible[2] = i != 2 && i != 3;  // gap, the arc goes on
+    world.visible[9] = i >= 2 && i < 5;   // comes, goes, and has aged out at 1100
+    world.visible[9] = world.visible[9] || i == 7;
+    std::vector<Slip> slips;
+    if (i == 4) {
+      slips = {{1, 0}, {1, 1}, {8, 1}};
+      for (const Slip& slip : slips) world.amb[slip.isat][slip.slot] += 17.0;
+    }
+    m_run(sods[i], slips);
+    if (i == 0 || i == 4 || i >= 6) m_compare();
+    m_end();
+    m_expectTriangular();
+  }
+}
+
+TEST_F(FilterUpdate, StaticWithPiecewiseZenithDelay) {
+  m_start('S', 60.0);
+  for (int i = 0; i < 6; ++i) {
+    m_run(30.0 * i);
+    if (i == 1 || i == 5) m_compare();
+    m_end();
+  }
+}
+
+TEST_F(FilterUpdate, EpochWithoutRowsKeepsThePredictedState) {
+  m_build();
+  for (int i = 0; i < 3; ++i) m_epoch(30.0 * i);
+  std::fill(std::begin(world.visible), std::end(world.visible), false);
+  const double ztd = filter->m_pamt[static_cast<std::size_t>(filter->i_it(0))].xest;
+  m_epoch(90.0);
+  EXPECT_EQ(filter->m_solstat, 0);
+  EXPECT_EQ(filter->nobs, 0);
+  EXPECT_NEAR(filter->m_pamt[static_cast<std::size_t>(filter->i_it(0))].xest, ztd, 1e-12);
+  m_expectTriangular();
+}
+
+TEST_F(FilterUpdate, RepeatedOrBackwardTimeAddsNoiseAndStaysFinite) {
+  m_build();
+  for (const double sod : {0.0, 30.0, 30.0, 10.0, 40.0}) {
+    m_epoch(sod);
+    for (const SrifPamt& record : filter->m_pamt) EXPECT_TRUE(std::isfinite(record.xest)) << record.pname;
+  }
+  EXPECT_NEAR(filter->m_pamt[0].xest, world.position[0], 2.0);
+}
+
+TEST_F(FilterUpdate, ResidualsAreThoseOfTheEstimate) {
+  m_build();
+  m_epoch(0.0);
+  m_begin(30.0);
+  filter->v_onFilterEstimate();
+  const auto value = [&](const char* kind, int sat, int slot) {
+    for (const SrifPamt* r : filter->m_amblist)
+      if (*kind == 'A' && r->isat == sat && r->ifreq == slot) return r->xest;
+    for (const SrifPamt* r : filter->m_ionlist)
+      if (*kind == 'I' && r->isat == sat) return r->xest;
+    return std::numeric_limits<double>::quiet_NaN();
+  };
+  double squares = 0.0;
+  for (std::size_t i = 0; i < world.rows.size(); ++i) {
+    const WorldRow& row = world.rows[i];
+    double expected = row.xx + row.reference;
+    for (int k = 0; k < 3; ++k) expected -= row.los[k] * filter->m_pamt[static_cast<std::size_t>(k)].xest;
+    expected -= filter->m_pamt[static_cast<std::size_t>(filter->i_ic(0, 0))].xest;
+    if (row.sat >= 7) expected -= filter->m_pamt[static_cast<std::size_t>(filter->i_ic(0, 2))].xest;
+    expected -= row.mapwet * filter->m_pamt[static_cast<std::size_t>(filter->i_it(0))].xest;
+    expected -= (row.kind == 2 ? -1.0 : 1.0) * row.dispersion * value("ION", row.sat, 0);
+    if (row.kind == 2) expected -= row.lam * value("AMB", row.sat, row.slot);
+    EXPECT_NEAR(filter->resi[i], expected, 1.0e-8);
+    squares += std::pow(expected * row.wgt, 2);
+  }
+  EXPECT_NEAR(filter->m_sig0, std::sqrt(squares / static_cast<double>(world.rows.size())), 1.0e-6);
+  m_end();
+}
+
+TEST_F(FilterUpdate, ConfiguredZeroSigmasDoNotPoisonTheArray) {
+  m_build();
+  std::fill(std::begin(station().m_sigXyz), std::end(station().m_sigXyz), 0.0);
+  station().m_sigIon = station().m_qIon = station().m_qZtd = 0.0;
+  for (int i = 0; i < 3; ++i) m_epoch(30.0 * i);
+  for (const SrifPamt& record : filter->m_pamt) EXPECT_TRUE(std::isfinite(record.xest)) << record.pname;
+  for (const SrifPamt* record : filter->m_ionlist) EXPECT_TRUE(std::isfinite(record->xest));
+}
+
+TEST_F(FilterUpdate, ResetStartsAllArcsAnewAndForgetsTheState) {
+  m_build();
+  for (int i = 0; i < 3; ++i) m_epoch(30.0 * i);
+  filter->v_srif_reset();
+  EXPECT_TRUE(filter->m_amblist.empty());
+  EXPECT_EQ(filter->imtx, filter->np);
+  EXPECT_EQ(filter->v_isInit(), 1);
+  m_begin(90.0);
+  EXPECT_EQ(filter->nc, 26);
+  EXPECT_EQ(filter->ni, 13);
+  filter->v_onFilterEstimate();
+  m_end();
+  EXPECT_NEAR(filter->m_pamt[0].xest, world.position[0], 2.0);
+}
+
+}  // namespace

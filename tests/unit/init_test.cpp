@@ -1,0 +1,363 @@
+#include <gmock/gmock.h>
+#include <json/json.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "deployment/antex_file.h"
+#include "deployment/choices.h"
+#include "deployment/deployment.h"
+#include "deployment/json_template.h"
+#include "deployment/satellite_table.h"
+#include "formats/input_error.h"
+
+namespace gnx {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+std::string read(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+Json::Value readJson(const fs::path& file) {
+  std::ifstream in(file);
+  Json::Value root;
+  std::string errors;
+  EXPECT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), in, &root, &errors)) << file << errors;
+  return root;
+}
+
+/// A value as the engine cleans it: up to '!' or '#', without blanks around.
+std::string plain(const Json::Value& value) {
+  std::string text = value.asString();
+  text = text.substr(0, text.find_first_of("!#"));
+  const auto first = text.find_first_not_of(" \t\n");
+  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\n") - first + 1);
+}
+
+class Deployment : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "gnx-init-XXXXXX").string();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    base = name;
+    dir = base / "run";
+    // A grid by reference keeps the tests from writing 16 MB each.
+    options.grid = base / "grid.grd";
+    std::ofstream grid(options.grid);
+    grid << "header\n";
+    for (int i = 0; i < 64800; ++i) {
+      for (int k = 0; k < 44; ++k) grid << " 1";
+      grid << '\n';
+    }
+    options.date = toGpsTime({2020, 6, 25, 12, 0, 0.0});
+  }
+  void TearDown() override { fs::remove_all(base); }
+
+  std::string write() {
+    std::ostringstream notes;
+    writeDeployment(dir, options, notes);
+    return notes.str();
+  }
+  std::string refusal() {
+    try {
+      write();
+    } catch (const UsageError& e) {
+      return e.what();
+    }
+    return "";
+  }
+  std::set<std::string> listedSatellites() const {
+    std::ifstream in(dir / "satellites.txt");
+    std::set<std::string> names;
+    std::string line;
+    while (std::getline(in, line) && line.find("-Satellite used") == std::string::npos) {
+    }
+    while (std::getline(in, line) && line.starts_with(' ')) names.insert(line.substr(1, 3));
+    return names;
+  }
+  std::string common(const char* key) const { return plain(readJson(dir / "ppp.json")["common"][key]); }
+
+  fs::path base, dir;
+  DeploymentOptions options;
+};
+
+TEST_F(Deployment, EveryNamedFileExistsAndEverySatelliteHasItsRowAndAntenna) {
+  options.systems = "GECBJ";
+  write();
+  const Json::Value main = readJson(dir / "ppp.json");
+  EXPECT_TRUE(fs::is_directory(dir / plain(main["path"]["trace"])));
+  EXPECT_TRUE(fs::exists(dir / plain(main["amb"])));
+  const Json::Value files = readJson(dir / plain(main["files"]))["files"];
+  for (const char* key : {"satconf", "satnav", "antnam", "antpcv", "leapsc", "ocload", "ut1t10", "predefine",
+                          "polut1", "gptgrd_w", "rinput"}) {
+    ASSERT_TRUE(files[key].isArray()) << key;
+    EXPECT_TRUE(fs::exists(dir / plain(files[key][0]))) << key;
+  }
+
+  const TableTime date = tableTime(options.date);
+  const auto rows = parseSatelliteTable(read(dir / "satnav.txt"));
+  const auto blocks = readAntex(dir / "antenna.atx");
+  const std::set<std::string> listed = listedSatellites();
+  EXPECT_GT(listed.size(), 90u);
+  for (const std::string& name : listed) {
+    const auto row =
+        std::ranges::find_if(rows, [&](const auto& r) { return r.name == name && r.validAt(date); });
+    ASSERT_NE(row, rows.end()) << name;
+    EXPECT_TRUE(std::ranges::any_of(blocks, [&](const AntexBlock& b) {
+      return b.serial == name && b.type.find(row->block) != std::string::npos && satelliteOf(b).validAt(date);
+    })) << name;
+  }
+  // Vehicle 76 became G23 three weeks later.
+  EXPECT_FALSE(listed.contains("G23"));
+  EXPECT_TRUE(listed.contains("G04"));
+}
+
+TEST_F(Deployment, SatelliteTableOfTodayHasOneVehicleForEachName) {
+  options.systems = "GECBJR";
+  write();
+  const auto rows = parseSatelliteTable(read(dir / "satnav.txt"));
+  for (const TableTime& date :
+       {TableTime{2013, 5, 1, 0, 0, 0}, {2019, 1, 5, 0, 0, 0}, {2026, 11, 21, 0, 0, 0}}) {
+    std::set<std::string> names;
+    for (const SatelliteRecord& r : rows) {
+      EXPECT_TRUE(!r.validAt(date) || names.insert(r.name).second) << r.name;
+      EXPECT_GT(r.mass_kg, 100.0) << r.name;
+    }
+    EXPECT_GT(names.size(), 60u);
+  }
+  EXPECT_EQ(formatSatelliteTable(parseSatelliteTable(formatSatelliteTable(rows))),
+            formatSatelliteTable(rows));
+}
+
+TEST_F(Deployment, LeapSecondsReachFarAhead) {
+  write();
+  EXPECT_THAT(read(dir / "leapseconds.txt"),
+              testing::AllOf(HasSubstr("+leap sec\n"), HasSubstr(" 57754  37\n"),
+                             HasSubstr(" 99999  37\n-leap sec")));
+}
+
+TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
+  options.systems = "GEC";
+  options.freqobs = "GPS:L1_L2_L5 BDS:B1c_B2a";
+  options.freqused = "GAL:E5a_E1";
+  options.run.mode = "kinematic";
+  options.run.interval_s = 5.0;
+  options.run.antennaDelta_m = {0.0, 0.0, 0.1206};
+  options.run.hasAntennaDelta = true;
+  write();
+  EXPECT_EQ(common("freqobs"), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
+  EXPECT_EQ(common("freqused"), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
+  EXPECT_EQ(plain(readJson(dir / "ppp.json")["dcbdatum"]["clockdatum"]), "GPS:L1_L2 GAL:E5a_E1 BD3:B1c_B2a");
+  EXPECT_EQ(common("noisecoef"), "2000.0 1000.0");
+  EXPECT_EQ(common("interval"), "5");
+  EXPECT_EQ(common("ionmodel"), "ION_EST");
+  const Json::Value amb = readJson(dir / "ambiguity.json")["amb"];
+  EXPECT_EQ(plain(amb["ewl"]["resolution"]), "on");
+  EXPECT_EQ(plain(amb["ewl"]["comb"]), "GPS:L2_L5 GAL:E1_E5a BD3:B1c_B2a");
+  EXPECT_EQ(plain(amb["wl"]["comb"]), plain(amb["n1"]["comb"]));
+  EXPECT_EQ(plain(amb["n1"]["amb_type"]), "NL");
+  const RunSettings run = readRunSettings(dir);
+  EXPECT_EQ(run.mode, "kinematic");
+  EXPECT_EQ(run.antennaDelta_m, options.run.antennaDelta_m);
+  // The third GPS frequency needs offsets that blocks up to IIF do not define.
+  for (const AntexBlock& b : readAntex(dir / "antenna.atx")) {
+    EXPECT_TRUE(b.serial[0] != 'G' || b.find("G05") != nullptr) << b.serial;
+  }
+}
+
+TEST_F(Deployment, CombinationsSwitchWhatTheyCannotUse) {
+  options.combination = "IF";
+  EXPECT_THAT(write(), HasSubstr("ambiguity resolution is off"));
+  EXPECT_EQ(common("ionmodel"), "ION_NONE");
+  EXPECT_EQ(plain(readJson(dir / "ambiguity.json")["amb"]["n1"]["resolution"]), "off");
+  options.combination = "SF";
+  write();
+  EXPECT_EQ(common("freqused"), "GPS:L1 GAL:E1");
+  EXPECT_EQ(common("freqobs"), "GPS:L1_L2 GAL:E1_E5a");
+}
+
+TEST_F(Deployment, InconsistentChoicesAreRefusedInASentence) {
+  const struct {
+    const char *systems, *observed, *used, *combination, *sentence;
+  } cases[] = {
+      {"", "", "", "RAW", "no system"},
+      {"GX", "", "", "RAW", "'X' is unknown"},
+      {"GG", "", "", "RAW", "GPS is named twice"},
+      {"R", "", "", "RAW", "never uses it"},
+      {"GE", "GPS:L1_L2 GAL:E1_L2", "", "RAW",
+       "L2 does not belong to Galileo, which has E1, E5a, E6, E5b, E5"},
+      {"GE", "", "GPS:L1", "RAW", "GPS has only L1"},
+      {"GE", "", "GAL:E1", "IF", "Galileo has only E1"},
+      {"GE", "", "GPS:L1_L2", "SF", "SF uses one frequency, but GPS has 2"},
+      {"E", "GAL:E1_E5a_E5b_E6", "", "RAW", "at most three"},
+      {"GE", "GPS:L1_L2", "GPS:L1_L5", "RAW", "L5 of GPS is used but not observed"},
+      {"GE", "BD3:B1_B3", "", "RAW", "names BeiDou-3, but the systems are GE"},
+      {"GB", "BD2:B1_B2", "", "RAW", "write B2b instead of B2"},
+      {"GE", "GPS:L1_L1", "", "RAW", "L1 of GPS twice"},
+      {"GE", "GPS=L1_L2", "", "RAW", "words such as GPS:L1_L2"},
+      {"GE", "GLO:L1_L2", "", "RAW", "'GLO' is no system"},
+      {"GE", "", "", "PPP", "combination 'PPP' is unknown"},
+  };
+  for (const auto& c : cases) {
+    options.systems = c.systems;
+    options.freqobs = c.observed;
+    options.freqused = c.used;
+    options.combination = c.combination;
+    EXPECT_THAT(refusal(), HasSubstr(c.sentence));
+  }
+  EXPECT_FALSE(fs::exists(dir / "ppp.json"));
+}
+
+TEST_F(Deployment, RunSettingsAreChecked) {
+  options.run.interval_s = 0.0;
+  EXPECT_THAT(refusal(), HasSubstr("interval"));
+  options.run.interval_s = 1.0;
+  options.run.cutoff_deg = 90.0;
+  EXPECT_THAT(refusal(), HasSubstr("mask"));
+  options.run.cutoff_deg = 5.0;
+  options.run.mode = "walking";
+  EXPECT_THAT(refusal(), HasSubstr("'walking' is unknown"));
+  options.run.mode = "static";
+  options.date = toGpsTime({1975, 1, 1, 0, 0, 0.0});
+  EXPECT_THAT(refusal(), HasSubstr("no GPS satellite has an antenna valid at 1975-01-01"));
+}
+
+TEST_F(Deployment, OverridesKeepTheCommentAndUnknownKeysAreRefused) {
+  options.overrides = {{"common.ionmodel", "ION_NONE"},       {"threshold.rangelimit", "30.0"},
+                       {"amb.n1.lambda.success_rate", "2.5"}, {"amb.osb_switch", "on"},
+                       {"common.orbtype", "SSR BRD"},         {"files.ocload", "my.blq"}};
+  write();
+  const Json::Value main = readJson(dir / "ppp.json"), amb = readJson(dir / "ambiguity.json");
+  EXPECT_THAT(main["common"]["ionmodel"].asString(), testing::MatchesRegex("ION_NONE +! .*"));
+  EXPECT_EQ(plain(main["threshold"]["rangelimit"]), "30.0");
+  EXPECT_EQ(main["common"]["orbtype"].size(), 2u);
+  EXPECT_EQ(plain(amb["amb"]["n1"]["lambda"]["success_rate"]), "2.5");
+  EXPECT_EQ(plain(amb["amb"]["wl"]["lambda"]["success_rate"]), "3.0");
+  EXPECT_EQ(plain(amb["osb_switch"]), "on");
+  EXPECT_EQ(plain(readJson(dir / "tables.json")["files"]["ocload"][0]), "my.blq");
+  for (const char* key : {"common.ionmodell", "common", "amb.n2.comb", ""}) {
+    options.overrides = {{key, "x"}};
+    EXPECT_THAT(refusal(), HasSubstr("is no key of a deployment")) << key;
+  }
+}
+
+TEST_F(Deployment, BuiltInGridHoldsTheNodesOfItsClimatology) {
+  options.grid.clear();
+  EXPECT_THAT(write(), HasSubstr("no troposphere grid"));
+  std::ifstream in(dir / "gpt2_1w.grd");
+  std::string line;
+  std::getline(in, line);
+  EXPECT_LT(line.size(), 350u);
+  int lines = 0;
+  // 42.5 N 12.5 E is a node of the 5-degree grid: the published numbers of that cell come back.
+  const int node = (89 - 42) * 360 + 12;
+  while (std::getline(in, line)) {
+    if (lines == 0 || lines == node || lines == 64799) {
+      std::istringstream numbers(line);
+      std::vector<double> v;
+      for (double x; numbers >> x;) v.push_back(x);
+      ASSERT_EQ(v.size(), 44u);
+      EXPECT_EQ(v[0], 89.5 - lines / 360);
+      EXPECT_EQ(v[1], 0.5 + lines % 360);
+      if (lines == node) {
+        EXPECT_EQ(v[0], 42.5);
+        EXPECT_EQ(v[1], 12.5);
+        EXPECT_NEAR(v[34], 2.65, 1e-12);
+        EXPECT_NEAR(v[39], 70.2 + 0.72 * v[7], 0.051);
+        // Geoid and relief of central Italy.
+        EXPECT_NEAR(v[22], 48.0, 3.0);
+        EXPECT_GT(v[23], 100.0);
+        EXPECT_NEAR(v[2] * std::exp(v[23] / 8400.0), 101600.0, 600.0);
+      }
+    }
+    ++lines;
+  }
+  EXPECT_EQ(lines, 64800);
+}
+
+TEST_F(Deployment, DamagedFilesAreNamed) {
+  const auto message = [&] {
+    try {
+      write();
+    } catch (const InputError& e) {
+      return std::string(e.what());
+    }
+    return std::string();
+  };
+  options.antex = base / "none.atx";
+  EXPECT_THAT(message(), HasSubstr("none.atx"));
+  options.antex = options.grid;
+  EXPECT_THAT(message(), HasSubstr("this is no antenna file"));
+  options.antex.clear();
+  options.grid = base / "short.grd";
+  std::ofstream(options.grid) << "header\n1 2 3\n";
+  EXPECT_THAT(message(), HasSubstr("short.grd:2: grid: 44 numbers expected"));
+}
+
+TEST_F(Deployment, RealAntennaFileAndPackedFiles) {
+  const fs::path data = GNX_DATA_DIR;
+  if (!fs::exists(data / "antex/igs14_trim.atx.gz")) GTEST_SKIP() << "no real data";
+  options.systems = "GECBJ";
+  options.freqobs = "GPS:L1_L2_L5";
+  options.antex = data / "antex/igs14_trim.atx.gz";
+  options.grid = data / "tropo/gpt2_5w.grd.gz";
+  options.blq = data / "tides/ocean_loading.blq";
+  options.run.antenna = "TRM59800.00     SNOW";
+  const std::string notes = write();
+  EXPECT_THAT(notes, HasSubstr("'TRM59800.00     NONE' is taken"));
+  EXPECT_THAT(notes, HasSubstr("GPS L5: "));
+  EXPECT_THAT(notes, HasSubstr("BeiDou-3: left out for want of an antenna block: C43 C44"));
+  EXPECT_EQ(readRunSettings(dir).antenna, "TRM59800.00     NONE");
+  EXPECT_EQ(read(dir / "ocean.blq"), read(options.blq));
+  EXPECT_THAT(read(dir / "antnam.txt"), HasSubstr("MAIN  TRM59800.00     SCIS\n"));
+  const std::string antex = read(dir / "antenna.atx");
+  EXPECT_THAT(antex,
+              HasSubstr("    394.00      0.00   1501.80                              NORTH / EAST / UP"));
+  EXPECT_EQ(antex.find("GLONASS-M"), std::string::npos) << "systems that are not chosen stay out";
+  EXPECT_FALSE(listedSatellites().contains("C43"));
+  EXPECT_GT(fs::file_size(dir / "gpt2_1w.grd"), 10'000'000u);
+}
+
+TEST_F(Deployment, AntennaFileWithoutASystemIsRefused) {
+  const fs::path data = GNX_DATA_DIR;
+  if (!fs::exists(data / "antex/igs20_gps_sats.atx.gz")) GTEST_SKIP() << "no real data";
+  options.antex = data / "antex/igs20_gps_sats.atx.gz";
+  EXPECT_THAT(refusal(), HasSubstr("no Galileo satellite has an antenna valid at 2020-06-25"));
+  options.systems = "G";
+  write();
+  EXPECT_GE(listedSatellites().size(), 30u);
+}
+
+TEST_F(Deployment, ProgramReportsBadChoicesWithStatusTwo) {
+  if (!fs::exists(GNX_PROGRAM)) GTEST_SKIP() << "program not built";
+  const auto run = [&](const std::string& arguments, std::string& output) {
+    FILE* pipe =
+        popen((std::string(GNX_PROGRAM) + " init " + dir.string() + " " + arguments + " 2>&1").c_str(), "r");
+    char buffer[4096];
+    output.clear();
+    while (pipe != nullptr && std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
+    return pipe == nullptr ? -1 : WEXITSTATUS(pclose(pipe));
+  };
+  std::string output;
+  EXPECT_EQ(run("--systems G --freqs GPS:L1", output), 2);
+  EXPECT_THAT(output, HasSubstr("GPS has only L1"));
+  EXPECT_EQ(run("--date yesterday", output), 2);
+  EXPECT_EQ(run("--systems G --grid " + options.grid.string() + " --set common.ambmode=INST:300", output), 0)
+      << output;
+  EXPECT_THAT(output, HasSubstr("deployment written to"));
+  EXPECT_EQ(common("ambmode"), "INST:300");
+}
+
+}  // namespace
+}  // namespace gnx

@@ -1,0 +1,205 @@
+#include "Common/Log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Common/ComTime.h"
+#include "Common/Fatal.h"
+#include "Common/FileLock.h"
+#include "Common/Logtrace.h"
+#include "support/child.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using tarvio::Log;
+using tarvio::Logtrace;
+
+std::string s_read(const fs::path& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+class LogTest : public testing::Test {
+ protected:
+  LogTest() {
+    m_dir = fs::path(testing::TempDir()) /
+            (std::string("log_") + testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(m_dir);
+    fs::create_directories(m_dir);
+    m_a = (m_dir / "a").string();
+    m_b = (m_dir / "b").string();
+  }
+  ~LogTest() override {
+    Logtrace::s_setFiles("", "", false, 0);
+    Logtrace::s_defaultlogger.m_closeLog(m_a);
+    Logtrace::s_defaultlogger.m_closeLog(m_b);
+    fs::remove_all(m_dir);
+  }
+  fs::path m_dir;
+  std::string m_a, m_b;
+};
+
+TEST_F(LogTest, TheFirstWordChoosesTheFile) {
+  Log log;
+  log.m_openLog(m_a);
+  log.m_openLog(m_b);
+  EXPECT_TRUE(log.m_lexist(m_a));
+  log.m_wtMsg("@%s  two blanks: one goes\n", m_a.c_str());
+  log.m_wtMsg("@%s", m_a.c_str());              // nothing behind the tag
+  log.m_wtMsg("no tag\n");                      // dropped
+  log.m_wtMsg("@%s/none lost\n", m_a.c_str());  // no such file
+  log.m_wtMsg("@ALL everywhere\n");
+  EXPECT_EQ(s_read(m_a), " two blanks: one goes\n@ALL everywhere\n");
+  EXPECT_EQ(s_read(m_b), "@ALL everywhere\n");
+
+  log.m_openLog(m_a);  // a present name is left alone
+  EXPECT_FALSE(s_read(m_a).empty());
+  log.m_closeLog(m_a);
+  EXPECT_FALSE(log.m_lexist(m_a));
+  log.m_wtMsg("@%s late\n", m_a.c_str());
+  EXPECT_EQ(s_read(m_a).find("late"), std::string::npos);
+  log.m_openLog((m_dir / "no/such/directory").string());
+  EXPECT_FALSE(log.m_lexist((m_dir / "no/such/directory").string()));
+}
+
+TEST_F(LogTest, AnOverlongMessageIsCut) {
+  Log log;
+  log.m_openLog(m_a);
+  log.m_wtMsg("@%s %s", m_a.c_str(), std::string(100000, 'x').c_str());
+  const std::string text = s_read(m_a);
+  EXPECT_GT(text.size(), 39000U);
+  EXPECT_LT(text.size(), 40000U);
+  Logtrace::s_defaultlogger.m_openLog(m_b);
+  Logtrace::s_setFiles(m_b.c_str(), "", false, 0);
+  Logtrace::m_logStat(true, "%s", std::string(100000, 'y').c_str());
+  EXPECT_EQ(s_read(m_b).back(), '\n');
+}
+
+TEST_F(LogTest, RollingKeepsTheNameAndDatesTheOldFile) {
+  Log log;
+  log.m_openLog(m_a, 1L);
+  log.m_wtMsg("@%s first\n", m_a.c_str());
+  const long until = tarvio::s_wallClock() + 2;
+  while (tarvio::s_wallClock() < until) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  log.m_wtMsg("@%s second\n", m_a.c_str());
+  EXPECT_EQ(s_read(m_a), "second\n");
+  std::vector<std::string> old;
+  for (const auto& entry : fs::directory_iterator(m_dir)) {
+    if (entry.path() != m_a) old.push_back(entry.path().filename().string());
+  }
+  ASSERT_EQ(old.size(), 1U);
+  EXPECT_THAT(old[0], testing::MatchesRegex(R"(a\.[0-9]{8}-[0-9]{2}:[0-9]{2}:[0-9]{2})"));
+  EXPECT_EQ(s_read(m_dir / old[0]), "first\n");
+}
+
+TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
+  Log log;
+  log.m_openLog(m_a);
+  std::vector<std::thread> threads;
+  for (char c = 'a'; c < 'e'; ++c) {
+    threads.emplace_back([&log, this, c] {
+      for (int i = 0; i < 200; ++i) log.m_wtMsg("@%s %s\n", m_a.c_str(), std::string(60, c).c_str());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  std::istringstream lines(s_read(m_a));
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    ASSERT_EQ(line, std::string(60, line[0]));
+  }
+  EXPECT_EQ(count, 800);
+}
+
+TEST_F(LogTest, FrontWritesHeadsAndObeysTheLevel) {
+  Logtrace::s_defaultlogger.m_openLog(m_a);
+  Logtrace::s_defaultlogger.m_openLog(m_b);
+  Logtrace::s_setFiles(m_a.c_str(), m_b.c_str(), true, 2);
+  Logtrace::m_logTrace(1, "below\n");
+  Logtrace::m_logTrace(4, "trouble %d\n", 7);
+  Logtrace::m_logNoFormatTrace("plain\n");
+  Logtrace::m_logtagTrace("SLIP", "one\n");
+  Logtrace::m_logStat(true, "two");
+  Logtrace::m_logStatInfo("three\n");
+  const std::string stamp = R"(\[[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} LOCAL\])";
+  EXPECT_THAT(s_read(m_b), testing::MatchesRegex(stamp + "-\\[ERROR\\]-trouble 7\nplain\n"));
+  EXPECT_THAT(s_read(m_a), testing::MatchesRegex(stamp + "-\[SLIP\]-one\ntwo\n" + stamp + " three\n"));
+  Logtrace::s_setFiles(m_a.c_str(), m_b.c_str(), false, 0);
+  Logtrace::m_logTrace(4, "tracing is off\n");
+  EXPECT_EQ(s_read(m_b).find("tracing is off"), std::string::npos);
+
+  const double matrix[4] = {1.0, 2.0, 3.0, 4.0};
+  Log log;
+  Logtrace::m_logMatrix(matrix, 2, 2, 2, 6, 2, "title", m_b.c_str());
+  Logtrace::m_logMatrix(matrix, 1, 2, 2, 6, 2, "refused", m_b.c_str());
+  const std::string text = s_read(m_b);
+  EXPECT_NE(text.find("title\n  1.00   3.00 \n  2.00   4.00 \n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("refused"), std::string::npos);
+
+  testing::internal::CaptureStdout();
+  Logtrace::m_logPrint("hello\n");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex(stamp + "-hello\n"));
+  EXPECT_THAT(Logtrace::m_logRunTime(),
+              testing::MatchesRegex(R"([0-9]+\(d\)-[0-9]{2}\(h\)-[0-9]{2}\(m\)-[0-9]{2}\(s\))"));
+}
+
+TEST_F(LogTest, FatalErrorsReachConsoleAndStatusFile) {
+  const auto result = support::runInChild([this] {
+    Logtrace::s_defaultlogger.m_openLog(m_a);
+    Logtrace::s_setFiles(m_a.c_str(), "", false, 0);
+    tarvio::s_fatal("reader", 12, "file = %s,broken\n", "x.json");
+  });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.output.find("-[reader,12]:file = x.json,broken\n"), std::string::npos);
+  EXPECT_NE(result.output.find("-[reader,12]:exit by code\n"), std::string::npos);
+  const std::string status = s_read(m_a);
+  EXPECT_NE(status.find("] file = x.json,broken\n"), std::string::npos);
+  EXPECT_NE(status.find("] exit by code\n"), std::string::npos);
+}
+
+TEST_F(LogTest, TimeMarks) {
+  Log log;
+  log.m_openLog(m_a);
+  log.m_tmeTag(m_a, "step");
+  testing::internal::CaptureStdout();
+  log.m_tmeConsume(m_b, "step");
+  log.m_tmeConsume(m_a, "other");
+  log.m_tmeConsume(m_a, "step");
+  log.m_tmeConsume(m_a, "step");  // a mark serves once
+  Log::s_tmeConsume("never set");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "***WARNING(m_tmeConsume) Wrong input FileName, filanem = " + m_b +
+                "\n***WARNING(m_tmeConsume) Wrong input Tag!\n***WARNING(m_tmeConsume) Wrong input Tag!\n"
+                "***WARNING(m_tmeConsume) Wrong input tag! tag = never set\n");
+  EXPECT_THAT(s_read(m_a), testing::MatchesRegex(R"(step TIME CONSUME [0-9]+\.[0-9]+\n)"));
+}
+
+TEST_F(LogTest, FileLocksExcludeOtherHolders) {
+  int first = -1, second = -1;
+  ASSERT_EQ(tarvio::filesync_lock(m_a.c_str(), &first), 1);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(tarvio::filesync_lock_nosync(m_a.c_str(), &second), 0);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("file = " + m_a + ",can't  mutex file\n"),
+            std::string::npos);
+  EXPECT_EQ(second, -1);
+  tarvio::filesync_unlock(first);
+  EXPECT_EQ(tarvio::filesync_lock_nosync(m_a.c_str(), &second), 1);
+  tarvio::filesync_unlock(second);
+  const auto result = support::runInChild([this] {
+    int fd = -1;
+    tarvio::filesync_lock((m_dir / "no/such").string().c_str(), &fd);
+  });
+  EXPECT_EQ(result.status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,192 @@
+// Broadcast messages: their reading, and what of them the engine will hold at a time.
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "corrections/ephemeris_timeline.h"
+#include "formats/rinex_nav.h"
+#include "support/host_files.h"
+
+namespace {
+
+using gnx::BroadcastEph;
+using gnx::EphemerisTimeline;
+using gnx::GpsTime;
+using gnx::NavData;
+using gnx_test::headerLine;
+using gnx_test::inputError;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const GpsTime kStart = gnx::toGpsTime({2020, 6, 25, 0, 0, 0.0});  // week 2111, second 345600
+
+std::string versionLine(const std::string& version) {
+  return headerLine("     " + version + "           NAVIGATION DATA     M", "RINEX VERSION / TYPE") +
+         headerLine("", "END OF HEADER");
+}
+
+/// A Keplerian record: numbers that matter, zeros elsewhere.
+std::string kepler(const std::string& first, double iode, double toe, double code, double sent) {
+  char text[1200];
+  std::snprintf(text, sizeof text,
+                "%s 1.000000000000e-04 0.000000000000e+00 0.000000000000e+00\n"
+                "    %19.12e 1.000000000000e+01 4.000000000000e-09 1.000000000000e+00\n"
+                "     0.000000000000e+00 1.000000000000e-02 0.000000000000e+00 5.153650000000e+03\n"
+                "    %19.12e 0.000000000000e+00 2.000000000000e+00 0.000000000000e+00\n"
+                "     9.600000000000e-01 2.000000000000e+02-7.000000000000e-01-8.000000000000e-09\n"
+                "     0.000000000000e+00%19.12e 2.111000000000e+03                   \n"
+                "     2.000000000000e+00 0.000000000000e+00 5.000000000000e-09 6.000000000000e-09\n"
+                "    %19.12e\n",
+                first.c_str(), iode, toe, code, sent);
+  return text;
+}
+
+class RinexNav : public testing::Test {
+ protected:
+  NavData read(const std::string& content) { return gnx::readRinexNav({m_dir.write("file.nav", content)}); }
+  std::string refusal(const std::string& content) {
+    return inputError([&] { gnx::readRinexNav({m_dir.write("bad.nav", content)}); });
+  }
+  gnx_test::TempDir m_dir;
+};
+
+TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
+  const std::string glonass =
+      "R01 2020 06 24 23 45 00 6.355904042721D-05 0.000000000000D+00 3.438000000000D+05\n"
+      "     1.090894238281D+04 1.407806396484D+00-1.862645149231D-09 0.000000000000D+00\n"
+      "    -2.885726074219D+03 2.795855522156D+00-0.000000000000D+00 1.000000000000D+00\n"
+      "     2.288353955078D+04-3.169984817505D-01-2.793967723846D-09 0.000000000000D+00\n";
+  const std::string sbas = "S23 2020 06 24 23 45 00 0.0                0.0                0.0\n     1\n     2\n     3\n";
+  const NavData nav = read(versionLine("3.04") + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) + sbas +
+                           glonass + kepler("C06 2020 06 25 01 00 00", 1, 349200, 0, 349230) +
+                           kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+  EXPECT_THAT(nav.notes, IsEmpty());
+  ASSERT_THAT(nav.keplerian, SizeIs(3));
+  const BroadcastEph& g = nav.keplerian[0];
+  EXPECT_EQ(g.iode, 12);
+  EXPECT_DOUBLE_EQ(g.sqrtA, 5153.65);
+  EXPECT_EQ(g.iodc, 0) << "number of 6e-9";
+  EXPECT_EQ(g.toe - kStart, 7200.0);
+  EXPECT_EQ(g.transmission - kStart, 18.0);
+  const BroadcastEph& c = nav.keplerian[1];
+  EXPECT_EQ(c.toe - kStart, 3614.0) << "BDT is 14 s behind GPS time";
+  EXPECT_EQ(c.toc - kStart, 3614.0);
+  EXPECT_EQ(nav.keplerian[2].code, 258);
+  EXPECT_DOUBLE_EQ(nav.keplerian[2].tgd[1], 6e-9);
+  ASSERT_THAT(nav.glonass, SizeIs(1));
+  EXPECT_EQ(nav.glonass[0].toe - kStart, -882.0) << "UTC is 18 s behind GPS time in 2020";
+  EXPECT_NEAR(nav.glonass[0].position[2], 22883539.55078, 1e-5);
+  EXPECT_EQ(nav.glonass[0].channel, 1);
+}
+
+TEST_F(RinexNav, PlacesSecondsOfWeekAcrossItsEnd) {
+  // Sent on Saturday for a time of clock on Sunday.
+  const NavData nav = read(versionLine("3.05") + kepler("G05 2020 06 28 00 00 00", 12, 0, 1, 597618));
+  ASSERT_THAT(nav.keplerian, SizeIs(1));
+  EXPECT_EQ(nav.keplerian[0].toe - nav.keplerian[0].toc, 0.0);
+  EXPECT_EQ(nav.keplerian[0].transmission - nav.keplerian[0].toc, -7182.0);
+}
+
+TEST_F(RinexNav, ReadsTheRecordsOfVersionFour) {
+  const NavData nav = read(versionLine("4.00") + "> EPH G05 LNAV\n" + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
+                           "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" + "> EPH G05 CNAV\n" +
+                           kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) + "> EPH E01 FNAV\n" +
+                           kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+  ASSERT_THAT(nav.keplerian, SizeIs(2));
+  EXPECT_EQ(nav.keplerian[0].iode, 12);
+  EXPECT_EQ(nav.keplerian[1].sat, "E01");
+}
+
+TEST_F(RinexNav, RefusesDamageAndLeavesOutNonsense) {
+  const std::string good = kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618);
+  std::string letter = good;
+  letter.replace(letter.find("4.000000000000e-09"), 1, "x");
+  EXPECT_THAT(refusal(versionLine("3.04") + letter), HasSubstr("bad.nav:4: G05 number 3: 'x.000000000000e-09'"));
+  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.find("     2.0000000"))),
+              HasSubstr("G05: message that begins in line 3 has 5 lines instead of 7"));
+  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.size() - 2)), HasSubstr("not a complete number"));
+  std::string round = good;
+  round.replace(round.find("1.000000000000e-02"), 4, "9.00");
+  round.replace(round.find("e-02"), 4, "e+02");
+  const NavData nav = read(versionLine("3.04") + round);
+  EXPECT_THAT(nav.keplerian, IsEmpty());
+  ASSERT_THAT(nav.notes, SizeIs(1));
+  EXPECT_THAT(nav.notes[0], HasSubstr("file.nav:3: G05 message left out, eccentricity"));
+}
+
+// ---- what the engine's store holds ----
+
+BroadcastEph message(const std::string& sat, int issue, double toc, double sent, int code = 258) {
+  BroadcastEph e;
+  e.sat = sat;
+  e.iode = issue;
+  e.toc = e.toe = kStart + toc;
+  e.transmission = kStart + sent;
+  e.sqrtA = 5153.65;
+  e.code = code;
+  return e;
+}
+
+NavData messages(std::vector<BroadcastEph> list) {
+  NavData data;
+  data.keplerian = std::move(list);
+  return data;
+}
+
+int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t) {
+  const BroadcastEph* e = timeline.pick(sat, kStart + t);
+  return e == nullptr ? -1 : e->iode;
+}
+
+TEST(EphemerisTimeline, CorrectionsFollowANewMessageAMinuteLater) {
+  const EphemerisTimeline timeline(
+      messages({message("G05", 1, 0, -7182), message("G05", 2, 7200, 18), message("G05", 9, -14400, -21582)}), kStart);
+  EXPECT_THAT(timeline.deliveries(), SizeIs(2)) << "what is older than four hours at the start is left out";
+  EXPECT_EQ(issueAt(timeline, "G05", 0), 1);
+  EXPECT_EQ(issueAt(timeline, "G05", 77), 1);
+  EXPECT_EQ(issueAt(timeline, "G05", 78), 2);
+  EXPECT_EQ(issueAt(timeline, "G05", 7200 + 14400), 2);
+  EXPECT_EQ(issueAt(timeline, "G05", 7200 + 14401), -1);
+  EXPECT_EQ(issueAt(timeline, "G06", 0), -1);
+}
+
+TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
+  const EphemerisTimeline timeline(messages({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
+                                             message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
+                                             message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182),
+                                             message("G07", 2, 0, -100)}),
+                                   kStart);
+  EXPECT_EQ(issueAt(timeline, "E01", 60), -1) << "I/NAV";
+  EXPECT_EQ(issueAt(timeline, "E02", 60), 1);
+  EXPECT_EQ(issueAt(timeline, "G05", 60), -1) << "time of clock off the 300-s grid";
+  EXPECT_EQ(issueAt(timeline, "C07", 60), -1) << "the grid is that of BDT";
+  ASSERT_NE(timeline.pick("C06", kStart + 60.0), nullptr);
+  EXPECT_EQ(issueAt(timeline, "G07", 60), 1) << "a second message of the same time of clock is a duplicate";
+  EXPECT_EQ(timeline.leftOut(), 4u);
+}
+
+TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
+  // Two newer messages within seconds push the settled one out of the two that are held.
+  const EphemerisTimeline timeline(
+      messages({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)}), kStart);
+  EXPECT_EQ(issueAt(timeline, "E01", 1200), 1);
+  EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1299.0)->iode, 1);
+  EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1300.0), nullptr);
+  EXPECT_EQ(issueAt(timeline, "E01", 1305), -1) << "nothing both settled and held";
+  EXPECT_EQ(issueAt(timeline, "E01", 1360), 3);
+}
+
+TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
+  // The same issue comes back: of the two held the engine takes the one nearer in time of ephemeris.
+  const EphemerisTimeline timeline(messages({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)}), kStart);
+  const BroadcastEph* early = timeline.pick("G05", kStart + 1000.0);
+  ASSERT_NE(early, nullptr);
+  EXPECT_EQ(early->toe - kStart, 0.0);
+  EXPECT_EQ(early, timeline.chosenByEngine("G05", 4, kStart + 1000.0));
+  EXPECT_EQ(timeline.pick("G05", kStart + 5000.0)->toe - kStart, 7200.0);
+}
+
+}  // namespace

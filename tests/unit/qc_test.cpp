@@ -1,0 +1,250 @@
+#include "Core/Qc/Qc.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "Interface/Station.h"
+#include "support/table_fixture.h"
+
+namespace {
+
+using namespace tarvio;
+
+TEST(Rank, MedianNeighbours) {
+  const double odd[5] = {5, 1, 4, 2, 3}, even[4] = {4, 1, 3, 2};
+  EXPECT_EQ(Qc::Qc_mad(odd, 5, nullptr, 0.5, 1), 3.0);
+  EXPECT_EQ(Qc::Qc_mad(even, 4, nullptr, 0.5, 0), 3.0);
+  EXPECT_EQ(Qc::Qc_mad(even, 4, nullptr, 0.5, 1), 2.0);
+  EXPECT_EQ(Qc::Qc_mad(odd, 5, nullptr, 0.0, 0), 5.0) << "ranks are held inside the set";
+  EXPECT_EQ(Qc::Qc_mad(odd, 5, nullptr, 1.0, 1), 1.0);
+  const int flags[5] = {2, 0, 2, 0, 0};
+  EXPECT_EQ(Qc::Qc_mad(odd, 5, flags, 0.5, 1), 2.0);
+  EXPECT_EQ(Qc::Qc_mad(odd, 0, nullptr, 0.5, 1), 0.0);
+}
+
+struct RobustCase {
+  const char* name;
+  std::vector<double> values;
+  std::vector<int> flags;
+  double limit, factor;
+  std::vector<int> expected;
+};
+
+TEST(SignRobust, KeepsTheNeighbourhoodOfTheMedian) {
+  const RobustCase cases[] = {
+      {"odd, one outlier", {0.0, 0.1, -0.1, 0.2, 9.0}, {0, 0, 0, 0, 0}, 1000.0, 3.0, {0, 0, 0, 0, 3}},
+      {"even, one outlier", {0.0, 0.1, -0.1, 9.0}, {0, 0, 0, 0}, 1000.0, 3.0, {0, 0, 0, 3}},
+      {"the limit is strict", {0.0, 1.0, 2.0}, {0, 0, 0}, 1.0, 0.0, {3, 3, 3}},  // one kept is none
+      {"factor 0: only the limit", {0.0, 0.5, 5.0}, {0, 0, 0}, 2.0, 0.0, {0, 0, 3}},
+      {"parity is that of the used", {0.0, 0.1, 50.0, -0.1}, {0, 0, 2, 0}, 1000.0, 0.0, {0, 0, 2, 0}},
+  };
+  for (const RobustCase& test : cases) {
+    SCOPED_TRACE(test.name);
+    std::vector<int> flags = test.flags;
+    int out = -1;
+    Qc::Qc_signRobust(static_cast<int>(flags.size()), test.values.data(), flags.data(), test.limit, &out,
+                      test.factor);
+    EXPECT_EQ(flags, test.expected);
+    EXPECT_EQ(out, static_cast<int>(flags.size()) - std::count(flags.begin(), flags.end(), 0));
+  }
+}
+
+class TrimTest : public gnx_test::TableFixture {
+ protected:
+  int trim(std::vector<double> values, double limit, bool range = false) {
+    const int n = static_cast<int>(values.size());
+    m_flags.assign(values.size(), 0);
+    const std::vector<double> weights(values.size(), 1.0);
+    const std::vector<int> ids(values.size(), 0);
+    int out = -1;
+    if (range) {
+      Qc::Qc_getWgtMean_range(true, values.data(), ids.data(), m_flags.data(), weights.data(), n, &out,
+                              &m_mean, &m_sigmean, &m_sigma, limit, "STAN");
+    } else {
+      Qc::Qc_getWgtMean(true, values.data(), ids.data(), m_flags.data(), weights.data(), n, &out, &m_mean,
+                        &m_sigmean, &m_sigma, limit);
+    }
+    return out;
+  }
+  std::vector<int> m_flags;
+  double m_mean = 0.0, m_sigmean = 0.0, m_sigma = 0.0;
+};
+
+TEST_F(TrimTest, WeightedMean) {
+  const double values[4] = {1.0, 2.0, 6.0, 100.0}, weights[4] = {1.0, 2.0, 1.0, 1.0};
+  const int flags[4] = {0, 0, 0, 2};
+  int excluded = 0;
+  EXPECT_EQ(Qc::Qc_getMean(values, flags, weights, 4, &excluded, &m_mean, &m_sigmean, &m_sigma), 3);
+  EXPECT_EQ(excluded, 1);
+  EXPECT_DOUBLE_EQ(m_mean, 2.75);
+  EXPECT_DOUBLE_EQ(m_sigma, std::sqrt((1.75 * 1.75 + 2 * 0.75 * 0.75 + 3.25 * 3.25) / 2.0));
+  EXPECT_DOUBLE_EQ(m_sigmean, m_sigma / 2.0);
+  const int none[4] = {1, 1, 1, 1};
+  EXPECT_EQ(Qc::Qc_getMean(values, none, weights, 4, &excluded, &m_mean, &m_sigmean, &m_sigma), 0);
+  EXPECT_EQ(m_sigma, 999.0);
+  EXPECT_EQ(m_sigmean, 999.0);
+}
+
+TEST_F(TrimTest, DropsTheWorstUntilItFits) {
+  EXPECT_EQ(trim({0.1, -0.2, 0.3, 0.0, 80.0, -60.0}, 50.0), 2);
+  EXPECT_EQ(m_flags, (std::vector<int>{0, 0, 0, 0, 2, 2}));
+  EXPECT_NEAR(m_mean, 0.05, 1.0e-12);
+  add("G01");
+  EXPECT_EQ(trim({0.1, -0.2, 0.3, 0.0, 80.0, -60.0}, 50.0, true), 2) << "the form for ranges is the same";
+
+  EXPECT_EQ(trim({0.1, -0.2, 0.3, 0.0, 49.0}, 50.0), 0) << "nearer to the rest than the limit";
+  EXPECT_EQ(trim({0.1, -0.2, 0.3, 0.0, 16.0}, 0.0), 1) << "limit 0 stands for 15 m";
+  EXPECT_EQ(trim({2.0, -2.0, 1.5, -1.5, 0.0, 7.5}, 1.0), 0) << "within 4.5 sigma of a tight rest";
+  EXPECT_EQ(trim({}, 50.0), 0);
+  EXPECT_EQ(m_sigma, 999.0);
+}
+
+TEST_F(TrimTest, TwoValuesThatContradictEachOtherBothGo) {
+  // sigma of (0, 2d) is d*sqrt(2)
+  EXPECT_EQ(trim({0.0, 57.0}, 50.0), 0);
+  EXPECT_EQ(m_flags, (std::vector<int>{0, 0}));
+  EXPECT_EQ(trim({0.0, 58.0}, 50.0), 2);
+  EXPECT_EQ(m_flags, (std::vector<int>{2, 2}));
+  EXPECT_EQ(m_sigma, 999.0);
+}
+
+class RangeTest : public gnx_test::TableFixture {
+ protected:
+  RangeTest() : m_sta(std::make_unique<Station>("STAN")) {
+    frequencies('G', 2, {"L1", "L2"});
+    frequencies('E', 2, {"L1", "L5"});
+    for (int i = 1; i <= 8; ++i) observe(add("G0" + std::to_string(i)), 0.2 * (i % 3) - 0.15);
+    for (int i = 1; i <= 4; ++i) observe(add("E0" + std::to_string(i)), 0.1 * i);
+    s_copyText(deploy().m_syslist, "GE");
+    deploy().m_refsys = 0;
+    m_sta->m_rclk[0] = 1000.0;
+  }
+  /// Both codes of a row share a residual: so does their ionosphere-free combination.
+  void observe(int isat, double omc) {
+    m_sta->m_sat[isat].m_xx[4] = m_sta->m_sat[isat].m_xx[5] = omc;
+    m_sta->m_sat[isat].m_elev = 50.0 * kDegToRad;
+  }
+  void shift(int from, int to, double metres) {
+    for (int i = from; i < to; ++i) observe(i, m_sta->m_sat[i].m_xx[4] + metres);
+  }
+  int detect() { return Qc::Qc_detectRangeOmc(m_sta.get(), m_flags); }
+  long flagged() const { return kMaxSat - std::count(m_flags, m_flags + kMaxSat, 0); }
+
+  std::unique_ptr<Station> m_sta;
+  int m_flags[kMaxSat] = {};
+};
+
+TEST_F(RangeTest, AnOutlierIsFlaggedInItsOwnSystem) {
+  EXPECT_EQ(detect(), 0) << "clean, and the clock is known";
+  shift(8, 12, 500.0);  // an offset of a whole system is no outlier
+  EXPECT_EQ(detect(), 0);
+  m_flags[100] = 7;
+  m_sta->m_sat[3].m_xx[4] += 60.0;  // one code: 2.5 times as much in the combination
+  EXPECT_EQ(detect(), 1);
+  EXPECT_EQ(flagged(), 1);
+  EXPECT_EQ(m_flags[3], 2);
+}
+
+TEST_F(RangeTest, AMillisecondOfReceiverClockGoesIntoTheReference) {
+  shift(0, 12, 299792.458);
+  EXPECT_EQ(detect(), 1);
+  EXPECT_EQ(flagged(), 0);
+  EXPECT_NEAR(m_sta->m_rclk[0], 1000.0 + 299792.458, 1.0);
+  shift(0, 12, -299792.458 + 5.0);
+  EXPECT_EQ(detect(), 0) << "5 m stay below 1e-7 s";
+  m_sta->m_rclk[0] = 0.0;
+  EXPECT_EQ(detect(), 1) << "an unknown clock takes any value";
+  for (int i = 0; i < 8; ++i) observe(i, 0.0);
+  shift(8, 12, 300.0);
+  EXPECT_EQ(detect(), 1);
+  EXPECT_NEAR(m_sta->m_rclk[0], 310.0, 1.0) << "without the reference the next system carries the clock";
+}
+
+TEST_F(RangeTest, ScatteredCodesAreTakenApartRobustly) {
+  const double omc[8] = {0.1, 40.0, -40.0, 45.0, -45.0, 35.0, -38.0, 900.0};
+  for (int i = 0; i < 8; ++i) observe(i, omc[i]);
+  deploy().m_rangelimit = 2000.0;  // the trimming keeps all: only the sign-based rejection acts
+  EXPECT_EQ(detect(), 1);
+  EXPECT_EQ(flagged(), 1);
+  EXPECT_EQ(m_flags[7], 3);
+}
+
+TEST_F(RangeTest, SingleFrequencyAndLowElevation) {
+  s_copyText(deploy().m_obscomb, "SF");
+  for (int i = 0; i < 12; ++i) m_sta->m_sat[i].m_xx[5] = 0.0;
+  m_sta->m_sat[2].m_xx[4] += 70.0;
+  EXPECT_EQ(detect(), 1);
+  EXPECT_EQ(m_flags[2], 2);
+  m_sta->m_sat[2].m_elev = 0.1;  // below the mask: not judged
+  EXPECT_EQ(detect(), 0);
+  s_copyText(deploy().m_obscomb, "RAW");
+  m_sta->m_rclk[0] = 0.0;
+  EXPECT_EQ(detect(), 0) << "one code is no ionosphere-free value, and no clock comes of nothing";
+
+  // A low satellite weighs 1/(2 sin e)^2: at 8 degrees it moves the mean of two by 12.9/13.9.
+  s_copyText(deploy().m_obscomb, "SF");
+  for (int i = 2; i < 12; ++i) observe(i, 0.0);
+  observe(0, 1.0e-9);
+  observe(1, 20.0);
+  m_sta->m_sat[1].m_elev = 8.0 * kDegToRad;
+  EXPECT_EQ(detect(), 1);
+  const double w = std::pow(2.0 * std::sin(8.0 * kDegToRad), -2);
+  EXPECT_NEAR(m_sta->m_rclk[0], 20.0 * w / (1.0 + w), 1.0e-6);
+}
+
+TEST(Fractions, MeanOnTheCycle) {
+  const double values[6] = {3.48, -7.49, 0.51, 12.50, -0.53, 1.47};  // about a half, on both sides of it
+  const double weights[6] = {1, 1, 1, 1, 1, 1};
+  for (const bool proxy : {false, true}) {
+    int flags[6] = {}, out = -1;
+    double mean = 0.0, sigmean = 0.0, sigma = 0.0;
+    (proxy ? Qc::Qc_proxEstFrc : Qc::Qc_getFcbMean)(1.0, values, flags, weights, 6, &out, &mean, &sigmean,
+                                                    &sigma);
+    EXPECT_EQ(out, 0);
+    EXPECT_NEAR(std::fabs(std::remainder(mean - 0.49, 1.0)), 0.0, 0.01);
+    EXPECT_NEAR(sigma, 0.02, 0.01);
+  }
+  const double outlier[8] = {0.11, 1.12, -0.89, 5.10, 0.09, 3.11, -1.90, 0.55};
+  const double ones[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+  int flags[8] = {}, out = -1;
+  double mean = 0.0, sigmean = 0.0, sigma = 0.0;
+  Qc::Qc_proxEstFrc(1.0, outlier, flags, ones, 8, &out, &mean, &sigmean, &sigma);
+  EXPECT_EQ(out, 1);
+  EXPECT_EQ(flags[7], 2);
+  EXPECT_NEAR(mean, 0.74 / 7.0, 1.0e-12);
+  const double noise[4] = {0.0, 0.25, 0.5, 0.75};
+  int all4[4] = {};
+  Qc::Qc_proxEstFrc(1.0, noise, all4, ones, 4, &out, &mean, &sigmean, &sigma);
+  EXPECT_EQ(out, 4) << "no common fraction";
+  EXPECT_EQ(sigma, 999.0);
+  Qc::Qc_getFcbMean(1.0, noise, all4, ones, 0, &out, &mean, &sigmean, &sigma);
+  EXPECT_EQ(out, 0);
+}
+
+TEST(Fractions, ConfidenceInARounding) {
+  double decision = -1.0;
+  const double value = 7.05, sigma = 0.12, limit = 0.2, widest = 0.25;
+  Qc::Qc_prob_resol(1, value, sigma, limit, widest, &decision);
+  double sum = 0.0;  // Dong & Bock 1989: the chance that another integer is the right one
+  for (int k = 1; k < 50; ++k) {
+    sum +=
+        std::erfc((k - 0.05) / (sigma * std::sqrt(2.0))) - std::erfc((k + 0.05) / (sigma * std::sqrt(2.0)));
+  }
+  EXPECT_NEAR(decision * std::max(sum, 1.0e-9), 0.75 * 0.75 * 3.0 * 0.13, 1.0e-6);
+  Qc::Qc_prob_resol(1, 7.21, sigma, limit, widest, &decision);
+  EXPECT_EQ(decision, 0.0);
+  Qc::Qc_prob_resol(1, 7.0, 0.26, limit, widest, &decision);
+  EXPECT_EQ(decision, 0.0);
+  Qc::Qc_prob_resol(2, 7.45, 0.01, limit, widest, &decision);
+  EXPECT_GT(decision, 0.0) << "half cycles are integers of wrap 2";
+  Qc::Qc_prob_resol(2, 7.38, 0.01, limit, widest, &decision);
+  EXPECT_EQ(decision, 0.0) << "whose limit is the half";
+  Qc::Qc_prob_resol(1, 7.0, 0.0, 0.0, 0.0, &decision);
+  EXPECT_TRUE(std::isfinite(decision) && decision > 1.0e8);
+}
+
+}  // namespace

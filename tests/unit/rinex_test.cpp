@@ -1,0 +1,175 @@
+// Observation files: what receivers and converters really write, and what must be refused.
+
+#include "formats/rinex_obs.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "support/host_files.h"
+
+namespace {
+
+using gnx::ObsEpoch;
+using gnx::RinexObsReader;
+using gnx::SatObs;
+using gnx::SignalObs;
+using gnx_test::headerLine;
+using gnx_test::inputError;
+using testing::HasSubstr;
+
+std::string header(const std::string& more = "", const std::string& timeSystem = "GPS") {
+  return headerLine("     3.04           OBSERVATION DATA    M", "RINEX VERSION / TYPE") +
+         headerLine("STAN", "MARKER NAME") + headerLine("1                   RECEIVER X", "REC # / TYPE / VERS") +
+         headerLine("2                   ANTENNA         DOME", "ANT # / TYPE") +
+         headerLine("  3582105.2910   532589.7313  5232754.8054", "APPROX POSITION XYZ") +
+         headerLine("        0.2160        0.0010        0.0020", "ANTENNA: DELTA H/E/N") +
+         headerLine("G    4 C1C L1C D1C S1C", "SYS / # / OBS TYPES") +
+         headerLine("E   14 C1C L1C S1C C5Q L5Q S5Q C7Q L7Q S7Q C8Q L8Q S8Q C6C", "SYS / # / OBS TYPES") +
+         headerLine("       L6C", "SYS / # / OBS TYPES") + more +
+         headerLine("  2020     6    25     0     0    0.0000000     " + timeSystem, "TIME OF FIRST OBS") +
+         headerLine("", "END OF HEADER");
+}
+
+const SignalObs& signalOf(const SatObs& sat, const std::string& code) {
+  for (const SignalObs& s : sat.signals) {
+    if (code == s.code.data()) return s;
+  }
+  throw std::runtime_error("no signal " + code);
+}
+
+class RinexObs : public testing::Test {
+ protected:
+  RinexObsReader reader(const std::string& content) { return RinexObsReader(m_dir.write("file.rnx", content)); }
+  std::string refusal(const std::string& content) {
+    return inputError([&] {
+      RinexObsReader r(m_dir.write("bad.rnx", content));
+      for (ObsEpoch epoch; r.next(epoch);) continue;
+    });
+  }
+  gnx_test::TempDir m_dir;
+};
+
+TEST_F(RinexObs, ReadsHeaderAndFields) {
+  RinexObsReader r = reader(header() +
+                            "> 2020 06 25 00 00 30.0000000  0  2\r\n"
+                            "G05  20347196.273   106925326.95115      -123.456          50.000\r\n"
+                            "E01  27530612.397 5 144674360.16505        35.844\r\n");
+  EXPECT_EQ(r.header().antenna, "ANTENNA         DOME");
+  EXPECT_EQ(r.header().receiver, "RECEIVER X");
+  EXPECT_DOUBLE_EQ(r.header().antennaDelta[2], 0.0020);
+  EXPECT_EQ(r.header().types.at('E').size(), 14u);
+
+  ObsEpoch epoch;
+  ASSERT_TRUE(r.next(epoch));
+  EXPECT_EQ(gnx::formatTime(epoch.time, 3), "2020-06-25 00:00:30.000");
+  ASSERT_EQ(epoch.sats.size(), 2u);
+  const SignalObs& g = signalOf(epoch.sats[0], "1C");
+  EXPECT_DOUBLE_EQ(g.range, 20347196.273);
+  EXPECT_DOUBLE_EQ(g.phase, 106925326.951);
+  EXPECT_DOUBLE_EQ(g.doppler, -123.456);
+  EXPECT_DOUBLE_EQ(g.snr, 50.0);
+  EXPECT_EQ(g.lli, 1);
+  EXPECT_EQ(epoch.sats[1].signals.size(), 1u) << "trailing fields that are missing are absent signals";
+  EXPECT_FALSE(r.next(epoch));
+}
+
+TEST_F(RinexObs, LeavesOutUnknownSystemsAndBlankFields) {
+  RinexObsReader r = reader(header() +
+                            "> 2020 06 25 00 00 00.0000000  0  3\n"
+                            "I02  20347196.273   106925326.951\n"
+                            "G 6                 106925326.951                                          \n"
+                            "S20  20347196.273                                                          " +
+                            std::string(3000, ' ') + "\n");
+  ObsEpoch epoch;
+  ASSERT_TRUE(r.next(epoch));
+  ASSERT_EQ(epoch.sats.size(), 1u);
+  EXPECT_EQ(epoch.sats[0].sat, "G06");
+  EXPECT_EQ(signalOf(epoch.sats[0], "1C").range, 0.0);
+}
+
+TEST_F(RinexObs, EventsBringNewTypesAndSlipRecordsAreSkipped) {
+  RinexObsReader r = reader(header() +
+                            "> 2020 06 25 00 00 00.0000000  0  1\n"
+                            "G05  20347196.273   106925326.951\n"
+                            ">                              4  2\n" +
+                            headerLine("G    2 L1C C1C", "SYS / # / OBS TYPES") + headerLine("moved", "COMMENT") +
+                            "> 2020 06 25 00 00 10.0000000  6  1\n"
+                            "G05                         1.000\n"
+                            "> 2020 06 25 00 00 30.0000000  1  1\n"
+                            "G05 106925326.951    20347196.273\n");
+  ObsEpoch epoch;
+  ASSERT_TRUE(r.next(epoch));
+  ASSERT_TRUE(r.next(epoch));
+  EXPECT_EQ(gnx::formatTime(epoch.time), "2020-06-25 00:00:30");
+  EXPECT_DOUBLE_EQ(signalOf(epoch.sats[0], "1C").range, 20347196.273);
+  EXPECT_EQ(signalOf(epoch.sats[0], "1C").lli, 1) << "phases restart after a power failure";
+}
+
+TEST_F(RinexObs, AppliesScaleFactorsAndTimeSystem) {
+  RinexObsReader r = reader(header(headerLine("G  100  1 L1C", "SYS / SCALE FACTOR"), "BDT") +
+                            "> 2020 06 25 00 00 00.0000000  0  1\n"
+                            "G05  20347196.273 10692532695.100\n");
+  ObsEpoch epoch;
+  ASSERT_TRUE(r.next(epoch));
+  EXPECT_NEAR(signalOf(epoch.sats[0], "1C").phase, 106925326.951, 1e-6);
+  EXPECT_DOUBLE_EQ(signalOf(epoch.sats[0], "1C").range, 20347196.273);
+  EXPECT_EQ(gnx::formatTime(epoch.time), "2020-06-25 00:00:14") << "BDT is 14 s behind GPS time";
+}
+
+TEST_F(RinexObs, RefusalsNameLineAndField) {
+  const std::string epoch = "> 2020 06 25 00 00 00.0000000  0  2\n";
+  const std::string sat = "G05  20347196.273   106925326.951\n";
+  EXPECT_THAT(refusal(header() + epoch + sat), HasSubstr("bad.rnx:14: epoch 2020-06-25 00:00:00: file ends"));
+  EXPECT_THAT(refusal(header() + epoch + sat + epoch), HasSubstr(":15: satellite: '> 2' where satellite 2 of 2"));
+  EXPECT_THAT(refusal(header() + epoch + "G05  2O347196.273\n"), HasSubstr(":14: G05 C1C: '2O347196.273' is not"));
+  EXPECT_THAT(refusal(header() + epoch + sat + "G06  20347196.2"), HasSubstr("G06 C1C: file ends inside a number"));
+  EXPECT_THAT(refusal(header() + "> 2020 13 25 00 00 00.0000000  0  1\n" + sat), HasSubstr(":13: epoch: is not a date"));
+  EXPECT_THAT(refusal(header() + "> 2020 06 25 00 00 30.0000000  0  0\n" + epoch + sat + sat),
+              HasSubstr("is before the epoch in front of it"));
+  EXPECT_THAT(refusal("     2.11           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n"),
+              HasSubstr("2.11 is not supported"));
+  EXPECT_THAT(refusal("1.0                 COMPACT RINEX FORMAT                    CRINEX VERS   / TYPE\n"),
+              HasSubstr("Hatanaka"));
+  EXPECT_THAT(refusal(headerLine("     3.04           N: GNSS NAV DATA    M", "RINEX VERSION / TYPE")),
+              HasSubstr("give an observation file"));
+  EXPECT_THAT(inputError([] { RinexObsReader r("/nowhere/file.rnx"); }), HasSubstr("/nowhere/file.rnx: cannot be opened"));
+}
+
+TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
+  std::string content = header();
+  for (int i = 0; i < 2000; ++i) {
+    char line[200];
+    std::snprintf(line, sizeof line, "> 2020 06 25 %02d %02d %02d.0000000  0  1\nG05  %12.3f   %13.3f\n", i / 3600,
+                  i / 60 % 60, i % 60, 20347196.273 + i * 17.13, 106925326.951 - i * 91.7);
+    content += line;
+  }
+  const std::string whole = m_dir.writeGzip("whole.rnx.gz", content);
+  std::ifstream in(whole, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), {});
+  const std::string half = m_dir.write("half.rnx.gz", bytes.substr(0, bytes.size() / 2));
+  int epochs = 0;
+  const std::string message = inputError([&] {
+    RinexObsReader r(half);
+    for (ObsEpoch epoch; r.next(epoch);) ++epochs;
+  });
+  EXPECT_THAT(message, HasSubstr("compressed data end early"));
+  EXPECT_GT(epochs, 100);
+  EXPECT_LT(epochs, 2000);
+}
+
+TEST_F(RinexObs, RealDayOfAReferenceStation) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  RinexObsReader r(gnx_test::realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz"));
+  int epochs = 0;
+  std::size_t sats = 0;
+  for (ObsEpoch epoch; r.next(epoch);) {
+    ++epochs;
+    sats += epoch.sats.size();
+  }
+  EXPECT_EQ(epochs, 2880);
+  EXPECT_EQ(sats, 118364u);  // lines of the file that do not begin with '>', header left out
+  EXPECT_EQ(r.header().antenna, "ASH701945E_M    SCIS");
+}
+
+}  // namespace

@@ -1,0 +1,148 @@
+/// Station data files: ocean loading coefficients and station coordinates.
+
+#include "Config/SiteInfo.h"
+
+#include <gmock/gmock.h>
+
+#include "support/deployment.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr double kDegree = 3.14159265358979323846 / 180.0;
+constexpr double kKilometre = 1.0 / 6378.137;  // rad on the sphere
+
+/// A BLQ record whose first amplitude tells it apart.
+std::string record(double lon, double lat, double amplitude, const std::string& between = "") {
+  std::string text = "$$ comment\n  NAME\n" +
+                     support::print("$$ NAME,                      RADI TANG  lon/lat:%10.4f%10.4f%10.3f\n",
+                                    lon, lat, 50.0) +
+                     between;
+  for (int row = 0; row < 6; ++row) {
+    for (int k = 0; k < 11; ++k) text += support::print(" %7.5f", row < 3 ? amplitude + row : 90.0);
+    text += "\n";
+  }
+  return text + "$$\n";
+}
+
+class SiteFile : public testing::Test {
+ protected:
+  SiteFile() { tarvio::Controller::s_getInstance()->_finalize(); }
+  ~SiteFile() override { tarvio::Controller::s_getInstance()->_finalize(); }
+  void provide(const char* key, const std::string& content) {
+    support::writeFile(directory.path() / key, content);
+    tarvio::Controller::s_getInstance()->m_deploy.m_fileTable[key] = (directory.path() / key).string();
+  }
+  bool find(double latDegrees, double lonDegrees) {
+    return tarvio::oceanload_coef(latDegrees * kDegree, lonDegrees * kDegree, coef);
+  }
+  support::TemporaryDirectory directory;
+  double coef[6][11] = {};
+};
+
+TEST_F(SiteFile, AmplitudesInMetresPhasesInRadians) {
+  provide("ocload", record(8.4568, 55.4936, 0.5));
+  ASSERT_TRUE(find(55.4936, 8.4568));
+  EXPECT_DOUBLE_EQ(coef[0][0], 0.5);
+  EXPECT_DOUBLE_EQ(coef[2][10], 2.5);
+  EXPECT_NEAR(coef[3][0], 90.0 * kDegree, 1e-12);
+  EXPECT_NEAR(coef[5][10], 90.0 * kDegree, 1e-12);
+}
+
+TEST_F(SiteFile, TenKilometresOnTheGround) {
+  provide("ocload", record(10.0, 60.0, 0.5));
+  const double north = 1.0 * kKilometre / kDegree, east = north / std::cos(60.0 * kDegree);
+  EXPECT_TRUE(find(60.0 + 9.9 * north, 10.0));
+  EXPECT_FALSE(find(60.0 + 10.1 * north, 10.0));
+  EXPECT_TRUE(find(60.0, 10.0 - 9.9 * east));  // the meridians converge
+  EXPECT_FALSE(find(60.0, 10.0 - 10.1 * east));
+  EXPECT_EQ(coef[0][0], 0.0);
+}
+
+// Files give longitudes as -180..180 or 0..360, positions are -180..180.
+TEST_F(SiteFile, LongitudesMayHaveEitherForm) {
+  provide("ocload", record(358.3183, 43.3952, 0.1) + record(-122.5, 37.0, 0.2) + record(0.02, 10.0, 0.3));
+  EXPECT_TRUE(find(43.3952, -1.6817));
+  EXPECT_TRUE(find(37.0, -122.5));
+  EXPECT_TRUE(find(37.0, 237.5));
+  EXPECT_TRUE(find(10.0, -0.02));  // across the zero meridian
+}
+
+TEST_F(SiteFile, TheLastMatchStands) {
+  provide("ocload", record(8.0, 50.0, 0.1) + record(8.01, 50.0, 0.2) + record(30.0, 50.0, 0.3));
+  ASSERT_TRUE(find(50.0, 8.0));
+  EXPECT_DOUBLE_EQ(coef[0][0], 0.2);
+}
+
+TEST_F(SiteFile, IncompleteRecordsAreNoMatch) {
+  const std::string good = record(8.0, 50.0, 0.1);
+  provide("ocload", good + record(8.0, 50.0, 0.2).substr(0, 300) + "\n" + record(9.0, 50.0, 0.3));
+  ASSERT_TRUE(find(50.0, 8.0));
+  EXPECT_DOUBLE_EQ(coef[0][0], 0.1);
+  ASSERT_TRUE(find(50.0, 9.0));  // the record behind the damaged one is still seen
+  provide("ocload", record(8.0, 50.0, 0.4, "$$ computed by a service\n"));
+  ASSERT_TRUE(find(50.0, 8.0));
+  EXPECT_DOUBLE_EQ(coef[0][0], 0.4);
+}
+
+TEST_F(SiteFile, NoMatchIsToldAndLeavesZeros) {
+  provide("ocload", "");
+  const auto result = support::runInChild([&] { find(50.0, 8.0); });
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("]:no oceanload coefficients\n"));
+}
+
+TEST_F(SiteFile, MissingOceanFileEndsTheProcess) {
+  auto result = support::runInChild([&] { find(50.0, 8.0); });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("]:item = ocload,file_table not exist key item\n"));
+  tarvio::Controller::s_getInstance()->m_deploy.m_fileTable["ocload"] = "/absent";
+  result = support::runInChild([&] { find(50.0, 8.0); });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("]:file = /absent,open configure file\n"));
+}
+
+TEST_F(SiteFile, PublishedCoefficients) {
+  const std::string text = support::readFile(GNX_DATA_DIR "/tides/ocean_loading.blq");
+  if (text.empty()) GTEST_SKIP() << "no ocean loading file";
+  provide("ocload", text);
+  ASSERT_TRUE(find(55.49, 8.46));  // ESBC
+  EXPECT_DOUBLE_EQ(coef[0][0], 0.00491);
+  EXPECT_DOUBLE_EQ(coef[1][0], 0.00218);
+  EXPECT_NEAR(coef[3][0], -110.6 * kDegree, 1e-12);
+  EXPECT_NEAR(coef[5][10], 2.8 * kDegree, 1.1 * kDegree);
+}
+
+TEST_F(SiteFile, StationCoordinates) {
+  provide("stacoo", support::print("STAN_POS 3582105.291 532589.7313 5232754.8054\n"
+                                   "STAN_SIG 0.1 0.2 0.3%54s 0.4 0.5 0.6\n"
+                                   "STAN_ENU 0.01 0.02 0.10\nSTAN2_POS 1 2 3\n",
+                                   ""));
+  tarvio::Station station("STAN");
+  tarvio::read_siteinfo(&station);
+  EXPECT_DOUBLE_EQ(station.m_x[0], 3582105.291);
+  EXPECT_DOUBLE_EQ(station.m_sigXyz[2], 0.3);
+  EXPECT_DOUBLE_EQ(station.m_qXyz[0], 0.4);
+  EXPECT_DOUBLE_EQ(station.m_enu[2], 0.10);
+  double xyz[3] = {};
+  tarvio::read_siteinfo("STAN2", xyz);
+  EXPECT_DOUBLE_EQ(xyz[2], 3.0);
+}
+
+TEST_F(SiteFile, StationRefusals) {
+  double xyz[3] = {};
+  const auto read = [&] { return support::runInChild([&] { tarvio::read_siteinfo("STAN", xyz); }); };
+  EXPECT_THAT(read().output, HasSubstr("item = stacoo,file_table not exist key item\n"));
+  provide("stacoo", "OTHR_POS 1 2 3\n");
+  EXPECT_THAT(read().output, HasSubstr("staname = STAN,file = " + (directory.path() / "stacoo").string() +
+                                       ",station is not exist in the site file\n"));
+  provide("stacoo", "STAN_ENU 1 2 3\nSTAN_POS 1 2\n");
+  EXPECT_THAT(read().output, HasSubstr(",no coordinate information for station in site file\n"));
+  tarvio::Controller::s_getInstance()->m_deploy.m_fileTable["stacoo"] = "/absent";
+  const auto result = read();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("]:file = /absent,can't access site file\n"));
+}
+
+}  // namespace

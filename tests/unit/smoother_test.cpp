@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+#include "Core/Qc/SmoothAdapter.h"
+#include "support/child.h"
+
+namespace {
+
+using tarvio::SmoothAdapter;
+
+double s_meanOf(const std::list<double>& values) {
+  return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+TEST(Smoother, MeanIsThatOfTheWindow) {
+  SmoothAdapter smoother(5);
+  double mean = 0.0, sigma = 0.0;
+  for (int i = 0; i < 40; ++i) {
+    smoother.m_smooth(std::sin(0.7 * i) + 3.0, &mean, &sigma, 0.5);
+    EXPECT_EQ(smoother.m_count, std::min(i + 1, 5));
+    EXPECT_EQ(smoother.m_values.size(), smoother.m_resid.size());
+    EXPECT_NEAR(mean, s_meanOf(smoother.m_values), 1.0e-13);
+  }
+}
+
+TEST(Smoother, SigmaGrowsFromTheSeedAndSlidesWithTheResiduals) {
+  SmoothAdapter smoother(3);
+  double mean = 0.0, sigma = 0.0;
+  smoother.m_smooth(2.0, &mean, &sigma, 0.5);
+  EXPECT_EQ(mean, 2.0);
+  EXPECT_EQ(sigma, 0.5) << "the seed is the sigma of a single value";
+  smoother.m_smooth(4.0, &mean, &sigma, 99.0);
+  EXPECT_DOUBLE_EQ(sigma, std::sqrt((0.25 + 1.0) / 2.0));  // residual 4 - 3
+  smoother.m_smooth(3.0, &mean, &sigma);
+  const double before = sigma;
+  smoother.m_smooth(6.0, &mean, &sigma);  // 2 leaves: its residual at entry was 0
+  EXPECT_DOUBLE_EQ(mean, 13.0 / 3.0);
+  EXPECT_DOUBLE_EQ(sigma, std::sqrt(std::pow(6.0 - 13.0 / 3.0, 2) / 3.0 + before * before));
+
+  SmoothAdapter timed(3), plain(3);
+  for (const double v : {2.0, 4.0, 3.0, 9.0}) {
+    timed.m_smooth(0, v, &mean, &sigma);
+    plain.m_smooth(v, nullptr, nullptr);
+  }
+  EXPECT_GT(timed.m_sigma, plain.m_sigma) << "the timed form divides by one less";
+}
+
+TEST(Smoother, ResetAndNewWindow) {
+  SmoothAdapter smoother;
+  EXPECT_EQ(smoother.m_max, 100);
+  smoother.m_smooth(7, 1.0, nullptr, nullptr);
+  smoother.m_smooth(8, 2.0, nullptr, nullptr);
+  smoother.m_reset();
+  EXPECT_EQ(smoother.m_count, 0);
+  EXPECT_EQ(smoother.m_sigma, 999.0);
+  EXPECT_TRUE(smoother.m_values.empty() && smoother.m_times.empty() && smoother.m_resid.empty());
+  double mean = 0.0, sigma = 0.0;
+  smoother.m_smooth(5.0, &mean, &sigma);
+  EXPECT_EQ(sigma, 999.0) << "without a seed the sigma stays";
+
+  // A window made smaller than its content, down to nothing, must not slide an empty list.
+  smoother.m_setmax(0);
+  smoother.m_smooth(6.0, &mean, &sigma);
+  smoother.m_reset();
+  smoother.m_smooth(6.0, &mean, &sigma);
+  EXPECT_EQ(mean, 6.0);
+  const auto result = support::runInChild([] { SmoothAdapter none(0); });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.output.find("max = 0,incorrect max value!"), std::string::npos);
+}
+
+TEST(Smoother, RemovalTakesOldEntriesOutOfTheMean) {
+  SmoothAdapter smoother(10);
+  smoother.m_remove([](int) { return true; });  // nothing there
+  for (int t = 0; t < 15; ++t) smoother.m_smooth(t, t * t, nullptr, nullptr);
+  ASSERT_EQ(smoother.m_times.size(), 10U);
+  EXPECT_EQ(smoother.m_times.front(), 5);
+  smoother.m_remove([](int t) { return t < 12; });
+  EXPECT_EQ(smoother.m_count, 3);
+  EXPECT_NEAR(smoother.m_mean, (144.0 + 169.0 + 196.0) / 3.0, 1.0e-10);
+  smoother.m_remove([](int) { return true; });
+  EXPECT_EQ(smoother.m_count, 0);
+  EXPECT_EQ(smoother.m_mean, 0.0);
+}
+
+}  // namespace

@@ -1,0 +1,210 @@
+// Solution lines of the engine as records, and records as files.
+
+#include "report/solution.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <numbers>
+#include <sstream>
+
+#include "formats/input_error.h"
+#include "report/geodesy.h"
+#include "report/reference_path.h"
+#include "report/solution_files.h"
+
+namespace gnx {
+namespace {
+
+struct LineFields {
+  double second = 30.0;
+  std::array<double, 3> xyz{3582104.7625, 532590.18, 5232755.1407};
+  std::array<double, 3> enu{1.234, -0.567, 12.345};
+  int rows = 46, gps = 11;
+  int status = 5, fixed = 14;
+};
+
+/// The line as the engine's printf makes it; some builds print a blank before the counts.
+std::string engineLine(const LineFields& f, const char* blank) {
+  char head[256], counts[128];
+  std::snprintf(head, sizeof head,
+                "%4d%3d%3d%3d%3d%5.1lf%2s%4s%13.4lf%13.4lf%13.4lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf",
+                2020, 6, 25, 7, 59, f.second, " ", "STAN", f.xyz[0], f.xyz[1], f.xyz[2], 0.0, 0.0, 0.0,
+                f.enu[0], f.enu[1], f.enu[2]);
+  std::snprintf(counts, sizeof counts, "%3d%3d%3d%3d%3d%3d%3d %5.2lf%6.3lf %02d %02d\n", f.rows, f.gps, 0, 8,
+                3, 1, 0, 1.37, 0.821, f.status, f.fixed);
+  return std::string(head) + blank + counts;
+}
+
+SolutionEpoch sample() {
+  SolutionEpoch e;
+  e.time = toGpsTime({2020, 6, 25, 7, 59, 30.0});
+  e.xyz = {3582104.7625, 532590.18, 5232755.1407};
+  e.rows = 46;
+  e.satellites = {11, 0, 8, 3, 1, 0};
+  e.pdop = 1.37;
+  e.sigma0 = 0.821;
+  e.status = 5;
+  e.fixed = 14;
+  return e;
+}
+
+TEST(SolutionLine, EveryFieldIsRead) {
+  for (const char* blank : {"", " "}) {
+    const auto e = parseSolutionLine(engineLine({}, blank));
+    ASSERT_TRUE(e) << "blank '" << blank << "'";
+    EXPECT_EQ(e->time, sample().time);
+    EXPECT_EQ(e->xyz, sample().xyz);
+    EXPECT_EQ(e->rows, 46);
+    EXPECT_EQ(e->satellites, (std::array<int, 6>{11, 0, 8, 3, 1, 0}));
+    EXPECT_DOUBLE_EQ(e->pdop, 1.37);
+    EXPECT_DOUBLE_EQ(e->sigma0, 0.821);
+    EXPECT_EQ(e->status, 5);
+    EXPECT_EQ(e->fixed, 14);
+  }
+}
+
+TEST(SolutionLine, WideNumbersWithoutBlanksBetweenThem) {
+  LineFields f;
+  f.xyz = {-26378137.1234, -6378137.5678, -6356752.25};
+  f.enu = {-1234567890.123, 637813700.5, -99999999.0};
+  f.rows = 120;
+  for (const char* blank : {"", " "}) {
+    const auto e = parseSolutionLine(engineLine(f, blank));
+    ASSERT_TRUE(e);
+    EXPECT_EQ(e->xyz, f.xyz);
+    EXPECT_EQ(e->rows, 120);
+    EXPECT_EQ(e->satellites[0], 11);
+  }
+}
+
+TEST(SolutionLine, SixtySecondsCarryIntoTheHour) {
+  LineFields f;
+  f.second = 59.96;  // prints as 60.0
+  const auto e = parseSolutionLine(engineLine(f, ""));
+  ASSERT_TRUE(e);
+  EXPECT_EQ(formatTime(e->time, 1), "2020-06-25 08:00:00.0");
+}
+
+TEST(SolutionLine, OtherTextIsNoSolution) {
+  EXPECT_FALSE(parseSolutionLine(""));
+  EXPECT_FALSE(parseSolutionLine("[59025 28770.0] acquire ssr for clock [2111 374370.0]"));
+  const std::string good = engineLine({}, "");
+  EXPECT_FALSE(parseSolutionLine(good.substr(0, 100))) << "cut line";
+  std::string bad = good;
+  bad.replace(bad.find("532590.1800"), 11, "        nan");
+  EXPECT_FALSE(parseSolutionLine(bad)) << "not a number";
+  bad = good;
+  bad[5] = 'x';
+  EXPECT_FALSE(parseSolutionLine(bad)) << "bad date";
+}
+
+// Vallado, Fundamentals of Astrodynamics and Applications (4th ed.), example 3-3.
+TEST(Geodesy, PublishedCase) {
+  const Geodetic g = toGeodetic({6524834.0, 6862875.0, 6448296.0});
+  constexpr double kDegrees = 180.0 / std::numbers::pi;
+  EXPECT_NEAR(g.latitude * kDegrees, 34.352496, 1e-6);
+  EXPECT_NEAR(g.longitude * kDegrees, 46.4464, 1e-4);
+  EXPECT_NEAR(g.height, 5085220.0, 10.0);
+}
+
+TEST(Geodesy, RoundTripFromPoleToOrbit) {
+  for (const double latitude : {-std::numbers::pi / 2, -0.7, 0.0, 1e-9, 1.2}) {
+    for (const double height : {-100.0, 0.0, 8848.0, 2e7}) {
+      const Vector3 xyz = toEarthFixed({latitude, 2.5, height});
+      const Geodetic back = toGeodetic(xyz);
+      EXPECT_NEAR(back.latitude, latitude, 1e-14);
+      EXPECT_NEAR(back.height, height, 2e-8);
+    }
+  }
+  EXPECT_NEAR(toGeodetic({0.0, 0.0, 0.0}).height, -6378137.0, 1e-9);
+  const Geodetic place{0.8, -1.3, 100.0};
+  const Vector3 back = fromEastNorthUp(toEastNorthUp({1.0, -2.0, 3.0}, place), place);
+  EXPECT_NEAR(back[0], 1.0, 1e-15);
+  EXPECT_NEAR(back[1], -2.0, 1e-15);
+  EXPECT_NEAR(back[2], 3.0, 1e-15);
+}
+
+TEST(SolutionText, PosLineHasTheCommonColumns) {
+  std::istringstream line(solutionText(SolutionFormat::posXyz, sample()));
+  std::string date, time;
+  double x = 0, y = 0, z = 0;
+  int quality = 0, satellites = 0;
+  line >> date >> time >> x >> y >> z >> quality >> satellites;
+  EXPECT_EQ(date, "2020/06/25");
+  EXPECT_EQ(time, "07:59:30.000");
+  EXPECT_DOUBLE_EQ(y, 532590.18);
+  EXPECT_EQ(quality, 1);
+  EXPECT_EQ(satellites, 23);
+  int rest = 0;
+  for (double v = 0; line >> v;) ++rest;
+  EXPECT_EQ(rest, 8) << "six deviations, age, ratio";
+}
+
+TEST(SolutionText, EpochWithoutPositionStaysOutOfPosAndNmea) {
+  SolutionEpoch e = sample();
+  e.status = 0;
+  EXPECT_EQ(solutionText(SolutionFormat::posXyz, e), "");
+  EXPECT_EQ(solutionText(SolutionFormat::nmea, e), "");
+  EXPECT_THAT(solutionText(SolutionFormat::csv, e), testing::HasSubstr(",0,46,11,"));
+}
+
+// 55 29.6140711' N, 8 27.4097784' E; 07:59:30 GPS time is 07:59:12 UTC since 2017.
+TEST(SolutionText, GgaSentence) {
+  const std::string s = solutionText(SolutionFormat::nmea, sample());
+  EXPECT_THAT(s, testing::StartsWith("$GPGGA,075912.00,5529.614"));
+  EXPECT_THAT(s, testing::HasSubstr(",N,00827.4097"));
+  EXPECT_THAT(s, testing::HasSubstr(",E,4,23,1.4,59.494,M,"));
+  ASSERT_GT(s.size(), 6u);
+  unsigned sum = 0;
+  for (std::size_t i = 1; s[i] != '*'; ++i) sum ^= static_cast<unsigned char>(s[i]);
+  EXPECT_EQ(std::stoul(s.substr(s.find('*') + 1, 2), nullptr, 16), sum);
+  EXPECT_EQ(s.substr(s.size() - 2), "\r\n");
+}
+
+TEST(SolutionText, GgaRoundsWithoutSixties) {
+  SolutionEpoch e = sample();
+  e.time = toGpsTime({2020, 6, 25, 8, 0, 17.998});
+  e.xyz = toEarthFixed(
+      {-(10.0 - 1e-12) / 180.0 * std::numbers::pi, -(20.0 - 1e-12) / 180.0 * std::numbers::pi, 5.0});
+  EXPECT_THAT(solutionText(SolutionFormat::nmea, e),
+              testing::StartsWith("$GPGGA,080000.00,1000.0000000,S,02000.0000000,W,"));
+}
+
+TEST(SolutionFileTest, EveryEpochIsOnDiskAtOnceAndBadPathsAreTold) {
+  const auto file = std::filesystem::temp_directory_path() / "gnx_solution_test.csv";
+  SolutionFile out(file, SolutionFormat::csv);
+  out.write(sample());
+  std::ifstream in(file);
+  std::string names, values;
+  std::getline(in, names);
+  ASSERT_TRUE(std::getline(in, values));
+  EXPECT_EQ(std::count(names.begin(), names.end(), ','), std::count(values.begin(), values.end(), ','));
+  std::filesystem::remove(file);
+  EXPECT_THROW(SolutionFile("/nonexistent/solution.pos", SolutionFormat::posXyz), InputError);
+}
+
+TEST(ReferencePathTest, InterpolatesInsideAndKnowsItsEnds) {
+  const auto file = std::filesystem::temp_directory_path() / "gnx_reference_path_test.csv";
+  std::ofstream(file) << "week,z_m,sow_s,x_m,y_m\n2111,3,100,1,2\n2111,5,110,3,2\n2111,5,400,3,2\n";
+  const ReferencePath path = readReferencePath(file);
+  EXPECT_EQ((*path(fromWeek(2111, 105.0)))[2], 4.0);
+  EXPECT_EQ((*path(fromWeek(2111, 400.0)))[0], 3.0);
+  EXPECT_FALSE(path(fromWeek(2111, 99.0)));
+  EXPECT_FALSE(path(fromWeek(2111, 200.0))) << "gap";
+  EXPECT_FALSE(path(fromWeek(2111, 401.0)));
+  std::ofstream(file) << "week,sow_s,x_m,y_m,z_m\n2111,100,1,2,three\n";
+  try {
+    readReferencePath(file);
+    FAIL();
+  } catch (const InputError& e) {
+    EXPECT_THAT(e.what(), testing::HasSubstr(":2: z_m: is not a number"));
+  }
+  std::filesystem::remove(file);
+}
+
+}  // namespace
+}  // namespace gnx

@@ -1,0 +1,177 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "Adapter/SsrOrbitClkAdapter.h"
+#include "Common/ComGeometry.h"
+#include "support/broadcast_messages.h"
+#include "support/table_fixture.h"
+
+namespace {
+
+using gnx_test::kMjd;
+using gnx_test::kToe;
+using gnx_test::kToeSod;
+using gnx_test::kWeek;
+using tarvio::SSRCLK;
+using tarvio::SSRORB;
+using ::testing::Each;
+
+constexpr double kLight = 299792458.0;
+
+class Ssr : public gnx_test::TableFixture {
+ protected:
+  Ssr() {
+    gps = add("G05");
+    gal = add("E11");
+    store = std::make_unique<tarvio::SsrOrbitClkAdapter>();
+    tarvio::GPSEPH eph = gnx_test::message("G05");
+    eph.m_e = eph.m_cuc = eph.m_cus = eph.m_crc = eph.m_crs = eph.m_cic = eph.m_cis = 0.0;  // a circle
+    store->m_gnssEph["G05"].push_back(eph);
+    int iod = -1;
+    store->BrdOrbitClkAdapter::v_readOrbit("G05", kMjd, kToeSod, broadcast, &iod);
+    iod = -1;
+    store->BrdOrbitClkAdapter::v_readClk("G05", kMjd, kToeSod, &broadcastClk, &iod);
+  }
+  void inputOrbit(double sow, std::initializer_list<double> d, int iod = 10) {
+    SSRORB orb;
+    orb.m_wk = kWeek;
+    orb.m_sow = sow;
+    orb.m_iod[gps] = iod;
+    std::copy(d.begin(), d.end(), orb.m_dorb[gps]);
+    store->v_inputSsr(&orb, nullptr);
+  }
+  void inputClock(double sow, std::initializer_list<double> c, int iod = 10) {
+    SSRCLK clk;
+    clk.m_wk = kWeek;
+    clk.m_sow = sow;
+    clk.m_iod[gps] = iod;
+    std::copy(c.begin(), c.end(), clk.m_dclk[gps]);
+    store->v_inputSsr(nullptr, &clk);
+  }
+  int read(double sod, const char* cprn = "G05") { return store->v_readOrbit(cprn, kMjd, sod, xv); }
+  /// Clock minus broadcast, metres.
+  double clockCorrection(double sod) {
+    double clk = 0.0;
+    return store->v_readClk("G05", kMjd, sod, &clk) == 1 ? (clk - broadcastClk) * kLight : -999.0;
+  }
+
+  std::unique_ptr<tarvio::SsrOrbitClkAdapter> store;
+  int gps = 0, gal = 0;
+  double broadcast[6] = {}, broadcastClk = 0.0, xv[6] = {};
+};
+
+TEST_F(Ssr, CorrectionsAreSubtractedAlongTheAxesOfTheOrbit) {
+  double radial[3], along[3], normal[3], cross[3];
+  tarvio::unit_vector(3, broadcast, radial, nullptr);
+  tarvio::unit_vector(3, broadcast + 3, along, nullptr);
+  tarvio::cross(broadcast, broadcast + 3, normal);
+  tarvio::unit_vector(3, normal, cross, nullptr);
+  inputOrbit(kToe, {1.0, -2.0, 3.0, 0.01, 0.02, -0.03});
+  inputClock(kToe, {0.5, 0.0, 0.0});
+  ASSERT_EQ(read(kToeSod), 1);
+  double moved[3], sped[3];
+  for (int i = 0; i < 3; ++i) {
+    moved[i] = xv[i] - broadcast[i];
+    sped[i] = xv[i + 3] - broadcast[i + 3];
+  }
+  // Position lowered by the radial correction, set back along the track, and so on (RTCM SSR).
+  EXPECT_NEAR(tarvio::dot(3, moved, radial), -1.0, 1e-6);
+  EXPECT_NEAR(tarvio::dot(3, moved, along), 2.0, 1e-6);
+  EXPECT_NEAR(tarvio::dot(3, moved, cross), -3.0, 1e-6);
+  EXPECT_NEAR(tarvio::dot(3, sped, radial), -0.01, 1e-9);
+  EXPECT_NEAR(tarvio::dot(3, sped, along), -0.02, 1e-9);
+  EXPECT_NEAR(tarvio::dot(3, sped, cross), 0.03, 1e-9);
+  EXPECT_NEAR(clockCorrection(kToeSod), 0.5, 1e-6);
+}
+
+TEST_F(Ssr, NearestRecordWithinTwoMinutes) {
+  inputOrbit(kToe, {1.0});
+  inputOrbit(kToe + 60.0, {2.0});
+  const auto radialOf = [&](double sod) { return read(sod) == 1 ? store->m_cur.m_dorb[gps][0] : -999.0; };
+  EXPECT_EQ(radialOf(kToeSod + 29.0), 1.0);
+  EXPECT_EQ(radialOf(kToeSod + 30.0), 1.0);  // a tie: the record that came first
+  EXPECT_EQ(radialOf(kToeSod + 31.0), 2.0);  // a record of the future serves too
+  EXPECT_EQ(radialOf(kToeSod - 119.0), 1.0);
+  EXPECT_EQ(radialOf(kToeSod - 120.0), -999.0);
+  EXPECT_EQ(radialOf(kToeSod + 60.0 + 119.0), 2.0);
+  EXPECT_EQ(radialOf(kToeSod + 60.0 + 120.0), -999.0);
+  EXPECT_THAT(xv, Each(0.0));
+}
+
+TEST_F(Ssr, IssueOfDataMustMatchAMessage) {
+  inputOrbit(kToe, {1.0}, 11);
+  inputClock(kToe, {0.5}, 11);
+  EXPECT_EQ(read(kToeSod), 0);
+  EXPECT_THAT(xv, Each(0.0));
+  EXPECT_EQ(clockCorrection(kToeSod), -999.0);
+  EXPECT_EQ(read(kToeSod, "E11"), 0);
+  EXPECT_EQ(read(kToeSod, "G99"), 0);
+}
+
+TEST_F(Ssr, OnlyTheNearestRecordCounts) {
+  inputOrbit(kToe, {1.0});
+  inputClock(kToe, {0.5});
+  inputClock(kToe + 30.0, {0.6});  // without its orbit half the satellite is gone
+  EXPECT_EQ(read(kToeSod), 1);
+  EXPECT_EQ(read(kToeSod + 30.0), 0);
+  inputOrbit(kToe + 30.0 + 0.005, {1.1});  // the other half of that batch
+  EXPECT_EQ(store->m_list.size(), 2U);
+  EXPECT_EQ(read(kToeSod + 31.0), 1);
+  EXPECT_NEAR(clockCorrection(kToeSod + 31.0) + 31.0 * 4.5e-12 * kLight, 0.6, 1e-5);
+}
+
+TEST_F(Ssr, HalvesJoinSatelliteBySatellite) {
+  inputOrbit(kToe, {1.0});
+  SSRORB other;
+  other.m_wk = kWeek;
+  other.m_sow = kToe;
+  other.m_iod[gal] = 5;
+  other.m_dorb[gal][0] = 7.0;
+  store->v_inputSsr(&other, nullptr);
+  ASSERT_EQ(store->m_list.size(), 1U);
+  EXPECT_EQ(store->m_list.front().m_dorb[gps][0], 1.0);
+  EXPECT_EQ(store->m_list.front().m_dorb[gal][0], 7.0);
+  EXPECT_EQ(store->m_list.front().m_iodClk[gps], -1);
+}
+
+TEST_F(Ssr, ClockPolynomialInTheAgeOfTheLastRecordLookedAt) {
+  inputOrbit(kToe, {0.0});
+  inputClock(kToe, {1.0, 0.01, 0.0001});
+  store->m_gnssEph["G05"].front().m_a1 = 0.0;
+  read(kToeSod + 20.0);
+  EXPECT_NEAR(clockCorrection(kToeSod + 20.0), 1.0 + 0.2 + 0.04, 1e-6);
+  // Age has no sign: 20 s before the tag counts like 20 s after it.
+  read(kToeSod - 20.0);
+  EXPECT_NEAR(clockCorrection(kToeSod - 20.0), 1.0 + 0.2 + 0.04, 1e-6);
+  // The age is that of the end of the list, here a record 50 s ahead.
+  inputOrbit(kToe + 60.0, {0.0});
+  read(kToeSod + 10.0);
+  EXPECT_NEAR(clockCorrection(kToeSod + 10.0), 1.0 + 0.5 + 0.25, 1e-6);
+}
+
+TEST_F(Ssr, OneRecordServesTheWholeEpoch) {
+  inputOrbit(kToe, {1.0});
+  read(kToeSod + 40.0);
+  inputOrbit(kToe + 40.0, {2.0});  // a feeder delivers in the middle of the epoch
+  read(kToeSod + 40.0);
+  EXPECT_EQ(store->m_cur.m_dorb[gps][0], 1.0);
+  read(kToeSod + 40.0 - 0.075);  // emission time
+  EXPECT_EQ(store->m_cur.m_dorb[gps][0], 1.0);
+  read(kToeSod + 41.0);
+  EXPECT_EQ(store->m_cur.m_dorb[gps][0], 2.0);
+
+  // Emission times before midnight belong to the epoch at midnight.
+  store->v_readOrbit("G05", kMjd, 0.0, xv);
+  const double acquired = store->m_lastEpoch;
+  store->v_readOrbit("G05", kMjd - 1, 86399.93, xv);
+  EXPECT_EQ(store->m_lastEpoch, acquired);
+}
+
+TEST_F(Ssr, HoldsTheLast120Records) {
+  for (int k = 0; k < 130; ++k) inputOrbit(kToe + k, {static_cast<double>(k)});
+  EXPECT_EQ(store->m_list.size(), 120U);
+  EXPECT_EQ(store->m_list.front().m_dorb[gps][0], 10.0);
+}
+
+}  // namespace

@@ -1,0 +1,168 @@
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <cmath>
+#include <fstream>
+#include <set>
+#include <vector>
+
+#include "Common/ComStat.h"
+#include "Common/ComString.h"
+#include "Core/Qc/Qc.h"
+#include "support/child.h"
+
+namespace {
+
+using namespace tarvio;
+
+/// Columns of a table of the reference file: arguments, the value of the polynomial, the exact value.
+Json::Value s_cases(const char* name) {
+  std::ifstream file(GNX_TEST_DATA "/statistics_cases.json");
+  Json::Value root;
+  Json::parseFromStream(Json::CharReaderBuilder(), file, &root, nullptr);
+  EXPECT_GT(root[name].size(), 0U);
+  return root[name];
+}
+
+TEST(Distributions, NormalAndItsQuantile) {
+  for (const Json::Value& row : s_cases("NORMAL")) {
+    double p = -1.0;
+    NORMAL(row[0].asDouble(), &p);
+    EXPECT_NEAR(p, row[1].asDouble(), 1.0e-14) << row[0];
+    EXPECT_NEAR(p, row[2].asDouble(), 2.9e-7) << row[0];
+  }
+  for (const Json::Value& row : s_cases("PNORMAL_upper_tail")) {
+    double x = 0.0;
+    PNORMAL(row[0].asDouble(), &x);
+    EXPECT_NEAR(x, row[1].asDouble(), 1.0e-12) << row[0];
+  }
+  for (const double p : {0.0, 1.0, -0.5, std::nan("")}) {
+    const auto result = support::runInChild([p] {
+      double x;
+      PNORMAL(p, &x);
+    });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("ERROR(pnormal):INPUT FRA CAN NOT >=1 OR <=0"), std::string::npos);
+  }
+}
+
+TEST(Distributions, ChiSquareAndItsQuantile) {
+  for (const Json::Value& row : s_cases("CHI2")) {
+    double p = 0.0, d = 0.0;
+    CHI2(row[0].asInt(), row[1].asDouble(), &p, &d);
+    EXPECT_NEAR(p, row[2].asDouble(), 1.0e-13) << row;
+    EXPECT_NEAR(d, row[3].asDouble(), 1.0e-13) << row;
+  }
+  // Columns: dof, alpha, Newton, start value, exact
+  for (const Json::Value& row : s_cases("pchi2_upper_tail_newton")) {
+    double newton = 0.0, start = 0.0;
+    pchi2(row[0].asInt(), row[1].asDouble(), 1, &newton);
+    pchi2(row[0].asInt(), row[1].asDouble(), 0, &start);
+    EXPECT_NEAR(newton, row[2].asDouble(), 1.0e-9 * row[2].asDouble()) << row;
+    EXPECT_NEAR(start, row[3].asDouble(), 1.0e-9 * row[3].asDouble()) << row;
+    EXPECT_NEAR(newton / row[4].asDouble(), 1.0, 3.0e-5) << row;
+  }
+  double p = 1.0, d = 1.0;
+  CHI2(5, 0.0, &p, &d);
+  EXPECT_EQ(p, 0.0);
+  const auto result = support::runInChild([] {
+    double x;
+    pchi2(3, 0.0, 1, &x);
+  });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.output.find("ERROR(pchi2):INPUT AF=0.000000 <=0\n"), std::string::npos);
+}
+
+TEST(Distributions, VarianceTest) {
+  // Ten degrees of freedom, 99 per cent: variance ratios between 0.2156 and 2.5188 pass.
+  EXPECT_TRUE(chitst(0, 10, 1.0, std::sqrt(2.51), 0.99));
+  EXPECT_FALSE(chitst(0, 10, 1.0, std::sqrt(2.53), 0.99));
+  EXPECT_TRUE(chitst(0, 10, 2.0, 2.0 * std::sqrt(0.217), 0.99));
+  EXPECT_FALSE(chitst(0, 10, 2.0, 2.0 * std::sqrt(0.214), 0.99));
+  // One-sided: 18.307 is exceeded with 5 per cent, 3.940 with 95.
+  EXPECT_TRUE(chitst(-1, 10, 1.0, std::sqrt(1.84), 0.05));
+  EXPECT_FALSE(chitst(-1, 10, 1.0, std::sqrt(1.82), 0.05));
+  EXPECT_TRUE(chitst(1, 10, 1.0, std::sqrt(1.82), 0.95));
+  EXPECT_FALSE(chitst(1, 10, 1.0, std::sqrt(1.84), 0.95));
+}
+
+TEST(Combinations, AllOfThemOnceInOrder) {
+  int comb[3] = {-1, 0, 0};
+  std::vector<std::vector<int>> seen;
+  while (chos(3, 6, comb)) seen.emplace_back(comb, comb + 3);
+  EXPECT_EQ(seen.size(), 20U);
+  EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+  EXPECT_EQ(std::set(seen.begin(), seen.end()).size(), 20U);
+  EXPECT_EQ(seen.back(), (std::vector<int>{3, 4, 5}));
+  int whole[2] = {-1, 0};
+  EXPECT_TRUE(chos(2, 2, whole));
+  EXPECT_FALSE(chos(2, 2, whole));
+  int more[3] = {-1, 0, 0};
+  EXPECT_FALSE(chos(3, 2, more));
+  EXPECT_TRUE(chos(0, 2, more)) << "the empty choice exists";
+}
+
+TEST(GammaFunctions, AgreeWithTheStandardLibrary) {
+  for (const double x : {0.1, 0.5, 1.0, 3.7, 25.0}) {
+    EXPECT_NEAR(Qc::Qc_gammln(x), std::lgamma(x), 1.0e-9);
+    EXPECT_NEAR(Qc::Qc_gammp(1.0, x), 1.0 - std::exp(-x), 3.0e-7);
+    EXPECT_NEAR(Qc::Qc_gammp(2.5, x) + Qc::Qc_gammq(2.5, x), 1.0, 1.0e-12);
+  }
+  for (const double x : {-3.0, -0.4, 0.0, 0.3, 1.0, 1.5, 4.0}) {
+    EXPECT_NEAR(Qc::Qc_erf(x), std::erf(x), 1.0e-6);
+    EXPECT_NEAR(Qc::Qc_erfc(x), std::erfc(x), 1.0e-6);
+  }
+  const auto result = support::runInChild([] { Qc::Qc_gammp(-1.0, 1.0); });
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.output.find("***ERROR(gammp): Parameter Can't be negative!"), std::string::npos);
+}
+
+TEST(Text, ValuesLoseRemarksAndBlanks) {
+  EXPECT_EQ(excludeAnnoValue(" \t\n GPS:L1_L2  # two of three"), "GPS:L1_L2");
+  EXPECT_EQ(excludeAnnoValue("a b ! c # d"), "a b");
+  EXPECT_EQ(excludeAnnoValue("#nothing"), "");
+  char buffer[32] = "  in place !x";
+  EXPECT_STREQ(excludeAnnoValue(buffer, buffer), "in place");
+  EXPECT_EQ(zipJson("{ \"a\" :\t1,\n}\r"), "{\"a\":1,}\r");
+  EXPECT_FALSE(validConfig("ZTD_NONE"));
+  char small[4];
+  s_copyText(small, "too long");
+  EXPECT_STREQ(small, "too");
+  s_copyText(small, nullptr);
+  EXPECT_STREQ(small, "");
+}
+
+TEST(Text, FieldsAndLines) {
+  char table[8][8];
+  int count = 0;
+  split_string(false, "L1__L5\n", ' ', ' ', '_', &count, table[0], 8);
+  ASSERT_EQ(count, 2);
+  EXPECT_STREQ(table[1], "L5");
+  split_string(true, "x:L1__L5;rest", ':', ';', '_', &count, table[0], 8);
+  ASSERT_EQ(count, 3);
+  EXPECT_STREQ(table[1], "  ");
+  split_string(true, "no mark", ':', ' ', '_', &count, table[0], 8);
+  EXPECT_EQ(count, 0);
+  split_string(false, "a_much too long field", ' ', ' ', '_', &count, table[0], 8);
+  EXPECT_STREQ(table[1], "much to");
+
+  char part[16] = "unset";
+  substringEx(part, "0123456789", 3, 4);
+  EXPECT_STREQ(part, "3456");
+  substringEx(part, "0123", 3, 4);
+  EXPECT_STREQ(part, "");
+  char padded[16] = "  ab \r\n";
+  EXPECT_STREQ(trim(padded), "ab");
+  EXPECT_EQ(len_trim("ab  "), 2);
+
+  // An empty field in the middle and the missing ones at the end of a navigation line become zero.
+  char eph[128] = "    -.123456789012D-04                    .100000000000D+01\n";
+  filleph(eph, 2.11);
+  double v[4] = {9, 9, 9, 9};
+  for (int i = 0; i < 4; ++i) v[i] = std::atof(std::string(eph + 3 + 19 * i, 19).c_str());
+  EXPECT_EQ(v[1], 0.0);
+  EXPECT_EQ(v[3], 0.0);
+  EXPECT_EQ(std::string(eph).size(), 79U);
+}
+
+}  // namespace
