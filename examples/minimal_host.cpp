@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 namespace {
@@ -95,10 +96,11 @@ int main() {
   // Reads "ppp.json"; a fault in it ends the process with a message on standard output.
   GNX_initialize("static", &station, 7.0, 30.0);
 
-  // The engine takes messages within six hours of the wall clock, so a live host is what this is.
+  // The engine takes broadcast messages within six hours of the wall clock, their reference time a
+  // multiple of 300 s, and works in GPS time.
+  constexpr long kGpsMinusUtc = 18;
+  const GNX_IO::gtime_t t0{(std::time(nullptr) + kGpsMinusUtc) / 300 * 300, 0.0};
   const int sat = satelliteNumber("G05");
-  const double start[6] = {2026, 2, 6, 0, 0, 0};
-  const GNX_IO::gtime_t t0 = GNX_IO::epoch2time(start);
   std::vector<GNX_IO::eph_entry_t> ephemerides(GNX_IO::kMaxSatellite);
   std::vector<GNX_IO::ssr_t> corrections(GNX_IO::kMaxSatellite);
 

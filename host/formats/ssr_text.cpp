@@ -41,6 +41,7 @@ bool SsrTextReader::next(SsrBlock& block) {
     readLines(head.count, block);
     return true;
   }
+  if (m_number == 0) m_reader.failAtEnd("holds no block of corrections; this is not an SSR text file");
   return false;
 }
 

@@ -14,7 +14,9 @@
 #include "Core/Model/Antatx.h"
 #include "Interface/Satallite.h"
 
-namespace Json { class Value; }
+namespace Json {
+class Value;
+}
 
 namespace tarvio {
 
@@ -31,19 +33,19 @@ class Deploy {
   bool m_lpost = false, m_liar = false, m_litrs = false, m_ldia = false, m_lhelp = false;
   bool m_ltrace = false, m_lsnr = false, m_ldebug = false;
   int m_curMjd = 0;
-  double m_curSod = 0.0;               ///< current epoch
+  double m_curSod = 0.0;  ///< current epoch
   int m_mjd0 = 0, m_mjd1 = 0;
-  double m_sod0 = 0.0, m_sod1 = 0.0;   ///< start and end of processing
+  double m_sod0 = 0.0, m_sod1 = 0.0;  ///< start and end of processing
   int m_ndays = 30;
-  double m_seslen = 0.0;               ///< s
-  double m_intv = 30.0, m_intv2 = 30.0;  ///< s
-  double m_noiseCoef[2] = {1000.0, 1000.0};  ///< coordinate sigma and noise factors
+  double m_seslen = 0.0;                        ///< s
+  double m_intv = 30.0, m_intv2 = 30.0;         ///< s
+  double m_noiseCoef[2] = {1000.0, 1000.0};     ///< coordinate sigma and noise factors
   std::map<std::string, double> m_noiseByFreq;  ///< key "GL1"
-  std::string m_cprn[kMaxSat];         ///< satellite names, the row index of all arrays
-  std::string m_sysname[kMaxSat];      ///< second names: "B06" for BDS-2 C06
+  std::string m_cprn[kMaxSat];                  ///< satellite names, the row index of all arrays
+  std::string m_sysname[kMaxSat];               ///< second names: "B06" for BDS-2 C06
   int m_nsat = 0, m_nsys = 0, m_threads = 1, m_promode = 0;
-  int m_refsys = -1;                   ///< reference system of the receiver clock
-  char m_syslist[16] = "";             ///< letters of the configured systems
+  int m_refsys = -1;        ///< reference system of the receiver clock
+  char m_syslist[16] = "";  ///< letters of the configured systems
   char m_ztdmodel[256] = "", m_ztdpri[256] = "";
   char m_pathObs[256] = "", m_pathQclog[256] = "", m_pathBroad[256] = "", m_pathOutput[256] = "";
   char m_pathTrace[256] = "", m_pathExternal[256] = "";
@@ -63,12 +65,12 @@ class Deploy {
   std::string m_rinput;
   RatioTable m_ratioTable;
   double m_turboedit[4] = {2.0, 3.0, 1200.0, 0.72};  ///< SF limit, MW limit, gap (s), GF limit
-  double m_rangelimit = 50.0;          ///< m
+  double m_rangelimit = 50.0;                        ///< m
   double m_diaBatchLimit[2] = {}, m_diaSearchLimit[2] = {};
   char m_diaType[256] = "";
   bool m_diaReset = false;
   bool m_losb = false;
-  Upd_ambconfig m_ambconfig[4];        ///< 0 "ewl", 1 "wl", 2 "n1"
+  Upd_ambconfig m_ambconfig[4];  ///< 0 "ewl", 1 "wl", 2 "n1"
   std::vector<Satellite> m_satellites;
   std::map<std::string, std::string> m_fileTable;
   std::map<std::string, Antatx> m_antennas;

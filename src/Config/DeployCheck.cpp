@@ -52,7 +52,9 @@ bool s_holds(const char* value, std::initializer_list<const char*> words) {
 std::string s_joined(const char (&rows)[32][64]) {
   std::string text;
   for (const auto& row : rows) {
-    if (row[0] != '\0') text += (text.empty() ? "" : " ") + std::string(row);
+    if (row[0] == '\0') continue;
+    if (!text.empty()) text += ' ';
+    text += row;
   }
   return text;
 }

@@ -10,31 +10,34 @@
 namespace tarvio {
 
 struct Upd_ambconfig {
-  std::string m_tag;              ///< "ewl", "wl" or "n1"
+  std::string m_tag;  ///< "ewl", "wl" or "n1"
   int m_smooth = 0;
   int m_fixIfUplayer = 1;
-  char m_fixmode[64] = "";        ///< "round" or "lambda"
-  char m_updType[64] = "";        ///< "snx" or "comb"
-  char m_ambType[64] = "";        ///< "mw", "raw" or "NL"
-  double m_cutoff = 0.0;          ///< rad
-  double m_minCommonLambda = 0.0; ///< s
-  double m_minCommon = 0.0;       ///< s
+  char m_fixmode[64] = "";         ///< "round" or "lambda"
+  char m_updType[64] = "";         ///< "snx" or "comb"
+  char m_ambType[64] = "";         ///< "mw", "raw" or "NL"
+  double m_cutoff = 0.0;           ///< rad
+  double m_minCommonLambda = 0.0;  ///< s
+  double m_minCommon = 0.0;        ///< s
   double m_decision[3] = {};
-  double m_successRate = 0.0;     ///< critical value of the ratio test
+  double m_successRate = 0.0;  ///< critical value of the ratio test
   bool m_fixIndividual = false;
   bool m_updSwitch = false;
   bool m_resolution = false;
-  double m_hold[3] = {};          ///< first value in radians
-  int ambfreq[kSys][kFreq];       ///< slots of the pair per system, -1 unset
+  double m_hold[3] = {};                            ///< first value in radians
+  int ambfreq[kSys][kFreq];                         ///< slots of the pair per system, -1 unset
   double lamWL[kMaxSat] = {}, lamNL[kMaxSat] = {};  ///< m
-  double wlratio[kSys] = {};      ///< f1/f2 of the pair
+  double wlratio[kSys] = {};                        ///< f1/f2 of the pair
   // smoothing file, only with amb_type "mw"
   std::map<char, std::string> m_smoothValue;  ///< combination tokens by system letter
   bool m_ionSwitch = false;
   std::map<char, std::string> m_ionValue;
   std::string m_outfile, m_updfile;
 
-  Upd_ambconfig() { for (auto& row : ambfreq) for (int& slot : row) slot = -1; }
+  Upd_ambconfig() {
+    for (auto& row : ambfreq)
+      for (int& slot : row) slot = -1;
+  }
 };
 
 }  // namespace tarvio

@@ -223,7 +223,7 @@ class Deployment {
   Json::Value ambiguity;  ///< ambiguity layers
   Json::Value smoothing;  ///< smoothing combinations, read by layers of type "mw"
   SatelliteList satellites;
-  bool withGrid = false;  ///< provide the troposphere grid (22 MB, needed by runs, not by the load)
+  bool withGrid = false;  ///< provide the troposphere grid (9 MB, needed by runs, not by the load)
   // Contents of the data files; empty ones are made from the satellite list by write().
   std::string satconf, satnav, antpcv;
   std::string antnam = "MAIN  TRM59800.00     SCIS\nMAIN  LEIAR25.R4      LEIT\n";

@@ -25,7 +25,8 @@ std::string sinex(const std::string& rows) {
   return "%=BIA 1.00 TST 2020:177:00000 TST 2020:177:00000 2020:178:00000 R 00000004\n"
          "+BIAS/DESCRIPTION\n TIME_SYSTEM                             G\n-BIAS/DESCRIPTION\n"
          "+BIAS/SOLUTION\n"
-         "*BIAS SVN_ PRN STATION__ OBS1 OBS2 BIAS_START____ BIAS_END______ UNIT __ESTIMATED_VALUE____ _STD_DEV___\n" +
+         "*BIAS SVN_ PRN STATION__ OBS1 OBS2 BIAS_START____ BIAS_END______ UNIT __ESTIMATED_VALUE____ "
+         "_STD_DEV___\n" +
          rows + "-BIAS/SOLUTION\n%=ENDBIA\n";
 }
 
@@ -45,12 +46,16 @@ class SinexBias : public testing::Test {
 };
 
 TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
-  const auto biases = at(
-      " OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      0.0010\n"
-      " OSB  G063 G01           L1C       2020:177:00000 2020:178:00000 ns                 0.5000      0.0010\n"
-      " OSB  G063 G01           L5Q       2020:177:00000 2020:178:00000 cyc                0.2500      0.0010\n"
-      " OSB  G    G01 ESBC      C1W       2020:177:00000 2020:178:00000 ns                77.0000      0.0010\n",
-      kNoon);
+  const auto biases =
+      at(" OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      "
+         "0.0010\n"
+         " OSB  G063 G01           L1C       2020:177:00000 2020:178:00000 ns                 0.5000      "
+         "0.0010\n"
+         " OSB  G063 G01           L5Q       2020:177:00000 2020:178:00000 cyc                0.2500      "
+         "0.0010\n"
+         " OSB  G    G01 ESBC      C1W       2020:177:00000 2020:178:00000 ns                77.0000      "
+         "0.0010\n",
+         kNoon);
   ASSERT_THAT(biases, SizeIs(1));
   EXPECT_NEAR(valueOf(biases[0].code, "1W"), 1e-9 * kLightSpeed, 1e-12);
   EXPECT_NEAR(valueOf(biases[0].phase, "1C"), -0.5e-9 * kLightSpeed, 1e-12);
@@ -60,19 +65,24 @@ TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
 
 TEST_F(SinexBias, RowsHoldInTheirTimeOnly) {
   const std::string rows =
-      " OSB  G063 G01           C1W       2020:177:00000 2020:177:43200 ns                 1.0000      0.0010\n"
-      " OSB  G063 G01           C1W       2020:177:43200 0000:000:00000 ns                 2.0000      0.0010\n";
+      " OSB  G063 G01           C1W       2020:177:00000 2020:177:43200 ns                 1.0000      "
+      "0.0010\n"
+      " OSB  G063 G01           C1W       2020:177:43200 0000:000:00000 ns                 2.0000      "
+      "0.0010\n";
   EXPECT_NEAR(valueOf(at(rows, kNoon + -1.0)[0].code, "1W"), -1e-9 * kLightSpeed, 1e-12);
   EXPECT_NEAR(valueOf(at(rows, kNoon)[0].code, "1W"), -2e-9 * kLightSpeed, 1e-12);
   EXPECT_THAT(at(rows, kNoon + -86400.0), IsEmpty());
 }
 
 TEST_F(SinexBias, DifferencesReferToTheClocksPair) {
-  const auto biases = at(
-      " DSB  G063 G01           C1W  C2W  2020:177:00000 2020:178:00000 ns                 8.0000      0.0010\n"
-      " DSB  G063 G01           C1C  C1W  2020:177:00000 2020:178:00000 ns                -1.5000      0.0010\n"
-      " DSB  G063 G01           C5Q  C5X  2020:177:00000 2020:178:00000 ns                 3.0000      0.0010\n",
-      kNoon);
+  const auto biases =
+      at(" DSB  G063 G01           C1W  C2W  2020:177:00000 2020:178:00000 ns                 8.0000      "
+         "0.0010\n"
+         " DSB  G063 G01           C1C  C1W  2020:177:00000 2020:178:00000 ns                -1.5000      "
+         "0.0010\n"
+         " DSB  G063 G01           C5Q  C5X  2020:177:00000 2020:178:00000 ns                 3.0000      "
+         "0.0010\n",
+         kNoon);
   ASSERT_THAT(biases, SizeIs(1));
   const double w1 = valueOf(biases[0].code, "1W"), w2 = valueOf(biases[0].code, "2W");
   const double f1 = 1575.42e6, f2 = 1227.6e6, ns = 1e-9 * kLightSpeed;
@@ -86,8 +96,9 @@ TEST_F(SinexBias, Refusals) {
   const auto refusal = [&](const std::string& content) {
     return inputError([&] { gnx::readSinexBias({m_dir.write("bad.bia", content)}); });
   };
-  const std::string good =
-      sinex(" OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      0.0010\n");
+  const std::string good = sinex(
+      " OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      "
+      "0.0010\n");
   EXPECT_EQ(refusal(good), "");
   EXPECT_THAT(refusal(good.substr(0, good.size() - 10)), HasSubstr("without %=ENDBIA"));
   std::string unit = good;
@@ -97,9 +108,10 @@ TEST_F(SinexBias, Refusals) {
 }
 
 TEST(WideLaneBiases, ShiftTheWideLaneAndNothingElse) {
-  const auto wideLanes = gnx::wideLaneBiases(
-      {"WL G02  2020  6 25 12  0  0.000000  1   -0.125700E+01  0102 COMMENT",
-       "WL E01 2020   6 25 12  0  0.000000  1   -4.400000E-01  0105 COMMENT", "WIDELANE SATELLITE BIASES    COMMENT"});
+  const auto wideLanes =
+      gnx::wideLaneBiases({"WL G02  2020  6 25 12  0  0.000000  1   -0.125700E+01  0102 COMMENT",
+                           "WL E01 2020   6 25 12  0  0.000000  1   -4.400000E-01  0105 COMMENT",
+                           "WIDELANE SATELLITE BIASES    COMMENT"});
   ASSERT_THAT(wideLanes, SizeIs(2));
   for (const SatBiases& b : gnx::phaseBiasesOf(wideLanes)) {
     const double cycles = wideLanes.at(b.sat).cycles;

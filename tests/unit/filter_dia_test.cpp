@@ -7,8 +7,8 @@
 #include <cmath>
 #include <numeric>
 
-#include "exit_message.h"
 #include "support/dense_lsq.h"
+#include "support/exit_message.h"
 #include "support/filter_world.h"
 
 namespace {

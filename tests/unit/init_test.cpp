@@ -322,8 +322,7 @@ TEST_F(Deployment, RealAntennaFileAndPackedFiles) {
   EXPECT_EQ(read(dir / "ocean.blq"), read(options.blq));
   EXPECT_THAT(read(dir / "antnam.txt"), HasSubstr("MAIN  TRM59800.00     SCIS\n"));
   const std::string antex = read(dir / "antenna.atx");
-  EXPECT_THAT(antex,
-              HasSubstr("    394.00      0.00   1501.80                              NORTH / EAST / UP"));
+  EXPECT_NE(antex.find("    394.00      0.00   1501.80"), std::string::npos) << "G01 of vehicle 63";
   EXPECT_EQ(antex.find("GLONASS-M"), std::string::npos) << "systems that are not chosen stay out";
   EXPECT_FALSE(listedSatellites().contains("C43"));
   EXPECT_GT(fs::file_size(dir / "gpt2_1w.grd"), 10'000'000u);

@@ -133,7 +133,7 @@ TEST_F(LogTest, FrontWritesHeadsAndObeysTheLevel) {
   Logtrace::m_logStatInfo("three\n");
   const std::string stamp = R"(\[[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} LOCAL\])";
   EXPECT_THAT(s_read(m_b), testing::MatchesRegex(stamp + "-\\[ERROR\\]-trouble 7\nplain\n"));
-  EXPECT_THAT(s_read(m_a), testing::MatchesRegex(stamp + "-\[SLIP\]-one\ntwo\n" + stamp + " three\n"));
+  EXPECT_THAT(s_read(m_a), testing::MatchesRegex(stamp + "-\\[SLIP\\]-one\ntwo\n" + stamp + " three\n"));
   Logtrace::s_setFiles(m_a.c_str(), m_b.c_str(), false, 0);
   Logtrace::m_logTrace(4, "tracing is off\n");
   EXPECT_EQ(s_read(m_b).find("tracing is off"), std::string::npos);
@@ -181,7 +181,7 @@ TEST_F(LogTest, TimeMarks) {
             "***WARNING(m_tmeConsume) Wrong input FileName, filanem = " + m_b +
                 "\n***WARNING(m_tmeConsume) Wrong input Tag!\n***WARNING(m_tmeConsume) Wrong input Tag!\n"
                 "***WARNING(m_tmeConsume) Wrong input tag! tag = never set\n");
-  EXPECT_THAT(s_read(m_a), testing::MatchesRegex(R"(step TIME CONSUME [0-9]+\.[0-9]+\n)"));
+  EXPECT_THAT(s_read(m_a), testing::MatchesRegex("step TIME CONSUME [0-9]+[.][0-9]+\n"));
 }
 
 TEST_F(LogTest, FileLocksExcludeOtherHolders) {

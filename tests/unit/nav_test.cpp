@@ -59,9 +59,10 @@ TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
       "     1.090894238281D+04 1.407806396484D+00-1.862645149231D-09 0.000000000000D+00\n"
       "    -2.885726074219D+03 2.795855522156D+00-0.000000000000D+00 1.000000000000D+00\n"
       "     2.288353955078D+04-3.169984817505D-01-2.793967723846D-09 0.000000000000D+00\n";
-  const std::string sbas = "S23 2020 06 24 23 45 00 0.0                0.0                0.0\n     1\n     2\n     3\n";
-  const NavData nav = read(versionLine("3.04") + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) + sbas +
-                           glonass + kepler("C06 2020 06 25 01 00 00", 1, 349200, 0, 349230) +
+  const std::string sbas =
+      "S23 2020 06 24 23 45 00 0.0                0.0                0.0\n     1\n     2\n     3\n";
+  const NavData nav = read(versionLine("3.04") + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
+                           sbas + glonass + kepler("C06 2020 06 25 01 00 00", 1, 349200, 0, 349230) +
                            kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
   EXPECT_THAT(nav.notes, IsEmpty());
   ASSERT_THAT(nav.keplerian, SizeIs(3));
@@ -91,10 +92,11 @@ TEST_F(RinexNav, PlacesSecondsOfWeekAcrossItsEnd) {
 }
 
 TEST_F(RinexNav, ReadsTheRecordsOfVersionFour) {
-  const NavData nav = read(versionLine("4.00") + "> EPH G05 LNAV\n" + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
-                           "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" + "> EPH G05 CNAV\n" +
-                           kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) + "> EPH E01 FNAV\n" +
-                           kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+  const NavData nav = read(versionLine("4.00") + "> EPH G05 LNAV\n" +
+                           kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
+                           "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" +
+                           "> EPH G05 CNAV\n" + kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) +
+                           "> EPH E01 FNAV\n" + kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
   ASSERT_THAT(nav.keplerian, SizeIs(2));
   EXPECT_EQ(nav.keplerian[0].iode, 12);
   EXPECT_EQ(nav.keplerian[1].sat, "E01");
@@ -104,10 +106,12 @@ TEST_F(RinexNav, RefusesDamageAndLeavesOutNonsense) {
   const std::string good = kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618);
   std::string letter = good;
   letter.replace(letter.find("4.000000000000e-09"), 1, "x");
-  EXPECT_THAT(refusal(versionLine("3.04") + letter), HasSubstr("bad.nav:4: G05 number 3: 'x.000000000000e-09'"));
+  EXPECT_THAT(refusal(versionLine("3.04") + letter),
+              HasSubstr("bad.nav:4: G05 number 3: 'x.000000000000e-09'"));
   EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.find("     2.0000000"))),
               HasSubstr("G05: message that begins in line 3 has 5 lines instead of 7"));
-  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.size() - 2)), HasSubstr("not a complete number"));
+  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.size() - 2)),
+              HasSubstr("not a complete number"));
   std::string round = good;
   round.replace(round.find("1.000000000000e-02"), 4, "9.00");
   round.replace(round.find("e-02"), 4, "e+02");
@@ -143,7 +147,8 @@ int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t)
 
 TEST(EphemerisTimeline, CorrectionsFollowANewMessageAMinuteLater) {
   const EphemerisTimeline timeline(
-      messages({message("G05", 1, 0, -7182), message("G05", 2, 7200, 18), message("G05", 9, -14400, -21582)}), kStart);
+      messages({message("G05", 1, 0, -7182), message("G05", 2, 7200, 18), message("G05", 9, -14400, -21582)}),
+      kStart);
   EXPECT_THAT(timeline.deliveries(), SizeIs(2)) << "what is older than four hours at the start is left out";
   EXPECT_EQ(issueAt(timeline, "G05", 0), 1);
   EXPECT_EQ(issueAt(timeline, "G05", 77), 1);
@@ -154,11 +159,11 @@ TEST(EphemerisTimeline, CorrectionsFollowANewMessageAMinuteLater) {
 }
 
 TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
-  const EphemerisTimeline timeline(messages({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
-                                             message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
-                                             message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182),
-                                             message("G07", 2, 0, -100)}),
-                                   kStart);
+  const EphemerisTimeline timeline(
+      messages({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
+                message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
+                message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182), message("G07", 2, 0, -100)}),
+      kStart);
   EXPECT_EQ(issueAt(timeline, "E01", 60), -1) << "I/NAV";
   EXPECT_EQ(issueAt(timeline, "E02", 60), 1);
   EXPECT_EQ(issueAt(timeline, "G05", 60), -1) << "time of clock off the 300-s grid";
@@ -171,7 +176,8 @@ TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
 TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
   // Two newer messages within seconds push the settled one out of the two that are held.
   const EphemerisTimeline timeline(
-      messages({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)}), kStart);
+      messages({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)}),
+      kStart);
   EXPECT_EQ(issueAt(timeline, "E01", 1200), 1);
   EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1299.0)->iode, 1);
   EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1300.0), nullptr);
@@ -181,7 +187,8 @@ TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
 
 TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
   // The same issue comes back: of the two held the engine takes the one nearer in time of ephemeris.
-  const EphemerisTimeline timeline(messages({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)}), kStart);
+  const EphemerisTimeline timeline(messages({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)}),
+                                   kStart);
   const BroadcastEph* early = timeline.pick("G05", kStart + 1000.0);
   ASSERT_NE(early, nullptr);
   EXPECT_EQ(early->toe - kStart, 0.0);

@@ -1,11 +1,10 @@
 // Observation files: what receivers and converters really write, and what must be refused.
 
-#include "formats/rinex_obs.h"
-
 #include <gmock/gmock.h>
 
 #include <filesystem>
 
+#include "formats/rinex_obs.h"
 #include "support/host_files.h"
 
 namespace {
@@ -20,7 +19,8 @@ using testing::HasSubstr;
 
 std::string header(const std::string& more = "", const std::string& timeSystem = "GPS") {
   return headerLine("     3.04           OBSERVATION DATA    M", "RINEX VERSION / TYPE") +
-         headerLine("STAN", "MARKER NAME") + headerLine("1                   RECEIVER X", "REC # / TYPE / VERS") +
+         headerLine("STAN", "MARKER NAME") +
+         headerLine("1                   RECEIVER X", "REC # / TYPE / VERS") +
          headerLine("2                   ANTENNA         DOME", "ANT # / TYPE") +
          headerLine("  3582105.2910   532589.7313  5232754.8054", "APPROX POSITION XYZ") +
          headerLine("        0.2160        0.0010        0.0020", "ANTENNA: DELTA H/E/N") +
@@ -40,7 +40,9 @@ const SignalObs& signalOf(const SatObs& sat, const std::string& code) {
 
 class RinexObs : public testing::Test {
  protected:
-  RinexObsReader reader(const std::string& content) { return RinexObsReader(m_dir.write("file.rnx", content)); }
+  RinexObsReader reader(const std::string& content) {
+    return RinexObsReader(m_dir.write("file.rnx", content));
+  }
   std::string refusal(const std::string& content) {
     return inputError([&] {
       RinexObsReader r(m_dir.write("bad.rnx", content));
@@ -89,15 +91,16 @@ TEST_F(RinexObs, LeavesOutUnknownSystemsAndBlankFields) {
 }
 
 TEST_F(RinexObs, EventsBringNewTypesAndSlipRecordsAreSkipped) {
-  RinexObsReader r = reader(header() +
-                            "> 2020 06 25 00 00 00.0000000  0  1\n"
-                            "G05  20347196.273   106925326.951\n"
-                            ">                              4  2\n" +
-                            headerLine("G    2 L1C C1C", "SYS / # / OBS TYPES") + headerLine("moved", "COMMENT") +
-                            "> 2020 06 25 00 00 10.0000000  6  1\n"
-                            "G05                         1.000\n"
-                            "> 2020 06 25 00 00 30.0000000  1  1\n"
-                            "G05 106925326.951    20347196.273\n");
+  RinexObsReader r =
+      reader(header() +
+             "> 2020 06 25 00 00 00.0000000  0  1\n"
+             "G05  20347196.273   106925326.951\n"
+             ">                              4  2\n" +
+             headerLine("G    2 L1C C1C", "SYS / # / OBS TYPES") + headerLine("moved", "COMMENT") +
+             "> 2020 06 25 00 00 10.0000000  6  1\n"
+             "G05                         1.000\n"
+             "> 2020 06 25 00 00 30.0000000  1  1\n"
+             "G05 106925326.951    20347196.273\n");
   ObsEpoch epoch;
   ASSERT_TRUE(r.next(epoch));
   ASSERT_TRUE(r.next(epoch));
@@ -107,9 +110,9 @@ TEST_F(RinexObs, EventsBringNewTypesAndSlipRecordsAreSkipped) {
 }
 
 TEST_F(RinexObs, AppliesScaleFactorsAndTimeSystem) {
-  RinexObsReader r = reader(header(headerLine("G  100  1 L1C", "SYS / SCALE FACTOR"), "BDT") +
+  RinexObsReader r = reader(header(headerLine("G   10  1 L1C", "SYS / SCALE FACTOR"), "BDT") +
                             "> 2020 06 25 00 00 00.0000000  0  1\n"
-                            "G05  20347196.273 10692532695.100\n");
+                            "G05  20347196.273  1069253269.510\n");
   ObsEpoch epoch;
   ASSERT_TRUE(r.next(epoch));
   EXPECT_NEAR(signalOf(epoch.sats[0], "1C").phase, 106925326.951, 1e-6);
@@ -120,11 +123,15 @@ TEST_F(RinexObs, AppliesScaleFactorsAndTimeSystem) {
 TEST_F(RinexObs, RefusalsNameLineAndField) {
   const std::string epoch = "> 2020 06 25 00 00 00.0000000  0  2\n";
   const std::string sat = "G05  20347196.273   106925326.951\n";
-  EXPECT_THAT(refusal(header() + epoch + sat), HasSubstr("bad.rnx:14: epoch 2020-06-25 00:00:00: file ends"));
-  EXPECT_THAT(refusal(header() + epoch + sat + epoch), HasSubstr(":15: satellite: '> 2' where satellite 2 of 2"));
-  EXPECT_THAT(refusal(header() + epoch + "G05  2O347196.273\n"), HasSubstr(":14: G05 C1C: '2O347196.273' is not"));
-  EXPECT_THAT(refusal(header() + epoch + sat + "G06  20347196.2"), HasSubstr("G06 C1C: file ends inside a number"));
-  EXPECT_THAT(refusal(header() + "> 2020 13 25 00 00 00.0000000  0  1\n" + sat), HasSubstr(":13: epoch: is not a date"));
+  EXPECT_THAT(refusal(header() + epoch + sat), HasSubstr("bad.rnx:13: epoch 2020-06-25 00:00:00: file ends"));
+  EXPECT_THAT(refusal(header() + epoch + sat + epoch),
+              HasSubstr(":14: satellite: '> 2' where satellite 2 of 2"));
+  EXPECT_THAT(refusal(header() + epoch + "G05  2O347196.273\n"),
+              HasSubstr(":13: G05 C1C: '2O347196.273' is not"));
+  EXPECT_THAT(refusal(header() + epoch + sat + "G06  20347196.2"),
+              HasSubstr("G06 C1C: file ends inside a number"));
+  EXPECT_THAT(refusal(header() + "> 2020 13 25 00 00 00.0000000  0  1\n" + sat),
+              HasSubstr(":12: epoch: is not a date"));
   EXPECT_THAT(refusal(header() + "> 2020 06 25 00 00 30.0000000  0  0\n" + epoch + sat + sat),
               HasSubstr("is before the epoch in front of it"));
   EXPECT_THAT(refusal("     2.11           OBSERVATION DATA    M                   RINEX VERSION / TYPE\n"),
@@ -133,15 +140,16 @@ TEST_F(RinexObs, RefusalsNameLineAndField) {
               HasSubstr("Hatanaka"));
   EXPECT_THAT(refusal(headerLine("     3.04           N: GNSS NAV DATA    M", "RINEX VERSION / TYPE")),
               HasSubstr("give an observation file"));
-  EXPECT_THAT(inputError([] { RinexObsReader r("/nowhere/file.rnx"); }), HasSubstr("/nowhere/file.rnx: cannot be opened"));
+  EXPECT_THAT(inputError([] { RinexObsReader r("/nowhere/file.rnx"); }),
+              HasSubstr("/nowhere/file.rnx: cannot be opened"));
 }
 
 TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
   std::string content = header();
   for (int i = 0; i < 2000; ++i) {
     char line[200];
-    std::snprintf(line, sizeof line, "> 2020 06 25 %02d %02d %02d.0000000  0  1\nG05  %12.3f   %13.3f\n", i / 3600,
-                  i / 60 % 60, i % 60, 20347196.273 + i * 17.13, 106925326.951 - i * 91.7);
+    std::snprintf(line, sizeof line, "> 2020 06 25 %02d %02d %02d.0000000  0  1\nG05  %12.3f   %13.3f\n",
+                  i / 3600, i / 60 % 60, i % 60, 20347196.273 + i * 17.13, 106925326.951 - i * 91.7);
     content += line;
   }
   const std::string whole = m_dir.writeGzip("whole.rnx.gz", content);

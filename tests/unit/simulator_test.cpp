@@ -1,14 +1,13 @@
-// The simulated sky and receiver against formulas of other making: published cases, inertial geometry,
-// observation combinations, and the files read back.
+// The simulated sky and its files against formulas of other making: published cases, precise orbits, and
+// what a reader of the files gets.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <json/json.h>
 
+#include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
-#include <numbers>
 #include <sstream>
 
 #include "formats/input_error.h"
@@ -18,53 +17,15 @@
 #include "formats/ssr_text.h"
 #include "report/reference_path.h"
 #include "simulate/astronomy.h"
-#include "simulate/simulation.h"
 #include "simulate/tides.h"
+#include "simulation_setup.h"
 
 namespace gnx {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr double kC = 299792458.0;
-constexpr double kDegrees = 180.0 / std::numbers::pi;
-const GpsTime kStart = toGpsTime({2026, 11, 21, 0, 0, 0.0});
-
 double angleBetween(const Vector3& a, const Vector3& b) {
   return std::acos(dot(a, b) / length(a) / length(b)) * kDegrees;
 }
-
-SimulationOptions quickOptions() {
-  SimulationOptions o;
-  o.sky.start = kStart + 3.5 * 3600.0;
-  o.sky.hours = 0.25;
-  o.sky.seed = 7;
-  o.observer.site = {3582104.7625, 532590.1800, 5232755.1407};
-  return o;
-}
-
-/// No random errors in the observations; the receiver's biases stay.
-SimulationOptions quietOptions() {
-  SimulationOptions o = quickOptions();
-  o.observer.codeSigma = o.observer.phaseSigma = o.observer.codeMultipath = o.observer.phaseMultipath = 0.0;
-  return o;
-}
-
-class TemporaryFolder {
- public:
-  TemporaryFolder()
-      : m_path(
-            fs::temp_directory_path() /
-            ("gnx_simulator_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
-    fs::remove_all(m_path);
-  }
-  ~TemporaryFolder() { fs::remove_all(m_path); }
-  fs::path operator/(const std::string& name) const { return m_path / name; }
-  const fs::path& path() const { return m_path; }
-
- private:
-  fs::path m_path;
-};
 
 std::string content(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
@@ -323,291 +284,6 @@ TEST(SimulatedFiles, TheSameSeedGivesTheSameBytes) {
   const SimulationFiles d = simulate(o, folder / "d");
   EXPECT_EQ(content(a.corrections), content(d.corrections));
   EXPECT_EQ(content(a.satelliteTruth), content(d.satelliteTruth));
-}
-
-/// Receiver and satellites in axes that do not turn: no Earth rotation correction is needed there.
-double inertialRange(const Constellation& sky, std::size_t i, const GpsTime& reception,
-                     const Vector3& antenna) {
-  double travel = 0.07;
-  for (int round = 0; round < 8; ++round) {
-    const Vector3 satellite = turnedAxes(sky.state(i, reception + -travel).position,
-                                         kEarthRotation * travel);  // frozen at reception
-    travel = length(minus(satellite, antenna)) / kC;
-  }
-  return travel * kC;
-}
-
-class NoiseFree : public testing::Test {
- protected:
-  NoiseFree() : options(quietOptions()), sky(options.sky), observer(options.observer, sky, options.faults) {}
-
-  std::size_t row(const SatName& sat) const {
-    std::size_t i = 0;
-    while (sky.satellites()[i].name != sat) ++i;
-    return i;
-  }
-  double frequency(const SatObs& sat, const SignalObs& s) const {
-    return carrierFrequency(sat.sat[0], s.code.data());
-  }
-  double cleanRange(const SatObs& sat, const SignalObs& s) const {
-    return s.range + sky.satellites()[row(sat.sat)].codeBias.at(s.code.data()) -
-           observer.receiverCodeBias(sat.sat[0], s.code.data());
-  }
-  double cleanPhase(const SatObs& sat, const SignalObs& s) const {
-    return s.phase * kC / frequency(sat, s) + sky.satellites()[row(sat.sat)].phaseBias.at(s.code.data()) -
-           observer.receiverPhaseBias(sat.sat[0], s.code.data());
-  }
-
-  SimulationOptions options;
-  Constellation sky;
-  Observer observer;
-};
-
-// A wrong sign of a bias, of the ionosphere or of the wind-up leaves no whole numbers.
-TEST_F(NoiseFree, MelbourneWuebbenaGivesTheWideLaneIntegers) {
-  ObsEpoch epoch;
-  EpochTruth truth;
-  observer.observe(options.sky.start, epoch, truth);
-  ASSERT_GT(epoch.sats.size(), 20u);
-  for (std::size_t k = 0; k < epoch.sats.size(); ++k) {
-    const SatObs& sat = epoch.sats[k];
-    const SignalObs &a = sat.signals[0], &b = sat.signals[1];
-    const double fa = frequency(sat, a), fb = frequency(sat, b);
-    const double combination = (fa * cleanPhase(sat, a) - fb * cleanPhase(sat, b)) / (fa - fb) -
-                               (fa * cleanRange(sat, a) + fb * cleanRange(sat, b)) / (fa + fb);
-    const double cycles = combination * (fa - fb) / kC;
-    const auto& n = truth.satellites[k].ambiguity;
-    EXPECT_NEAR(cycles, n.at(a.code.data()) - n.at(b.code.data()), 1e-5) << sat.sat;
-  }
-}
-
-// Ionosphere-free phases and ranges against a model from the truth's own quantities but other geometry.
-TEST_F(NoiseFree, DoubleDifferencesAreGeometryAndIntegers) {
-  ObsEpoch epoch;
-  EpochTruth truth;
-  observer.observe(options.sky.start, epoch, truth);
-  const GpsTime reception = options.sky.start + -truth.clock;
-  const Vector3 antenna = plus(truth.marker, truth.tide);
-  std::map<char, double> rangeOf, phaseOf;
-  for (std::size_t k = 0; k < epoch.sats.size(); ++k) {
-    const SatObs& sat = epoch.sats[k];
-    const std::size_t i = row(sat.sat);
-    const SignalObs &a = sat.signals[0], &b = sat.signals[1];
-    const double fa = frequency(sat, a), fb = frequency(sat, b);
-    const double ka = fa * fa / (fa * fa - fb * fb), kb = ka - 1.0;
-    const double range = inertialRange(sky, i, reception, antenna);
-    const GpsTime emission = reception + -range / kC;
-    const SatelliteState s = sky.state(i, emission);
-    const double relativity = 2.0 * dot(s.position, s.velocity) / kC;
-    const double sum = length(s.position) + length(antenna);
-    const double shapiro = 2.0 * 3.986004418e14 / kC / kC * std::log((sum + range) / (sum - range));
-    const double model =
-        range + relativity + shapiro - kC * sky.clock(i, emission) + truth.satellites[k].troposphere;
-    const auto& t = truth.satellites[k];
-    const double whole = ka * (t.ambiguity.at(a.code.data()) + t.windupCycles) * kC / fa -
-                         kb * (t.ambiguity.at(b.code.data()) + t.windupCycles) * kC / fb;
-    const double rangeResidual = ka * cleanRange(sat, a) - kb * cleanRange(sat, b) - model;
-    const double phaseResidual = ka * cleanPhase(sat, a) - kb * cleanPhase(sat, b) - model - whole;
-    const char system = sat.sat[0];
-    rangeOf.emplace(system, rangeResidual);
-    phaseOf.emplace(system, phaseResidual);
-    EXPECT_NEAR(rangeResidual, rangeOf[system], 2e-6) << sat.sat;
-    EXPECT_NEAR(phaseResidual, phaseOf[system], 2e-6) << sat.sat;
-  }
-  EXPECT_NEAR(rangeOf['G'], truth.clock * kC, 2e-6);
-  EXPECT_NEAR(rangeOf['E'] - rangeOf['G'], observer.interSystemBias('E'), 3e-6);
-}
-
-TEST_F(NoiseFree, SagnacTermHasItsClosedForm) {
-  ObsEpoch epoch;
-  EpochTruth truth;
-  observer.observe(options.sky.start, epoch, truth);
-  const GpsTime reception = options.sky.start + -truth.clock;
-  const Vector3 antenna = plus(truth.marker, truth.tide);
-  for (const SatelliteTruth& s : truth.satellites) {
-    const Vector3 r = sky.state(row(s.sat), reception + -s.range / kC).position;
-    // IS-GPS-200, 20.3.3.4.3.4, first order: omega/c (x_s y_r - y_s x_r).
-    const double sagnac = kEarthRotation / kC * (r[0] * antenna[1] - r[1] * antenna[0]);
-    EXPECT_NEAR(s.range, length(minus(r, antenna)) + sagnac, 1e-4) << s.sat;
-    EXPECT_LT(std::abs(s.shapiro), 0.025);
-    EXPECT_GT(s.shapiro, 0.01);
-  }
-}
-
-TEST_F(NoiseFree, DopplerIsTheRateOfThePhase) {
-  ObsEpoch first, second, third;
-  EpochTruth truth;
-  options.observer.clock.walk = 0.0;
-  Observer steady(options.observer, sky, options.faults);
-  steady.observe(options.sky.start, first, truth);
-  steady.observe(options.sky.start + 1.0, second, truth);
-  steady.observe(options.sky.start + 2.0, third, truth);
-  ASSERT_EQ(first.sats.size(), third.sats.size());
-  for (std::size_t k = 0; k < first.sats.size(); ++k) {
-    const double rate = 0.5 * (third.sats[k].signals[0].phase - first.sats[k].signals[0].phase);
-    EXPECT_NEAR(second.sats[k].signals[0].doppler, -rate, 0.2) << first.sats[k].sat;
-  }
-}
-
-// The antenna's own turn: a receiver that is carried around keeps north as its axis, so over a sidereal
-// day the wind-up of a satellite changes smoothly, by less than a tenth of a cycle in a minute.
-TEST(SimulatedReceiver, WindupIsContinuousAndHalfACycleForReversedAxes) {
-  SimulationOptions o = quietOptions();
-  o.sky.hours = 3.0;
-  const Constellation sky(o.sky);
-  Observer plain(o.observer, sky, o.faults);
-  for (const SimulatedSatellite& s : sky.satellites()) o.observer.reversedAxes.insert(s.name);
-  Observer reversed(o.observer, sky, o.faults);
-  ObsEpoch epoch;
-  EpochTruth a, b;
-  std::map<SatName, double> last;
-  for (int k = 0; k < 180; ++k) {
-    plain.observe(o.sky.start + 60.0 * k, epoch, a);
-    reversed.observe(o.sky.start + 60.0 * k, epoch, b);
-    for (std::size_t i = 0; i < a.satellites.size(); ++i) {
-      const SatelliteTruth& s = a.satellites[i];
-      if (last.contains(s.sat)) {
-        EXPECT_LT(std::abs(s.windupCycles - last[s.sat]), 0.1) << s.sat;
-      }
-      last[s.sat] = s.windupCycles;
-      EXPECT_NEAR(std::abs(std::remainder(s.windupCycles - b.satellites[i].windupCycles, 1.0)), 0.5, 1e-9);
-    }
-  }
-}
-
-TEST(SimulatedReceiver, ClockJumpsMoveRangesAndPhasesTogether) {
-  SimulationOptions o = quietOptions();
-  o.sky.hours = 2.0;
-  o.observer.clock.kind = "jumping";
-  const Constellation sky(o.sky);
-  Observer observer(o.observer, sky, o.faults);
-  ObsEpoch epoch;
-  EpochTruth truth;
-  std::optional<double> last;
-  int jumps = 0;
-  for (int k = 0; k < 240; ++k) {
-    observer.observe(o.sky.start + 30.0 * k, epoch, truth);
-    EXPECT_LE(std::abs(truth.clock), 5.01e-4);
-    if (last && std::abs(truth.clock - *last) > 5e-4) {
-      ++jumps;
-      EXPECT_NEAR(truth.clock - *last, -1e-3 + 30.0 * o.observer.clock.jumpingDrift, 1e-7);
-    }
-    last = truth.clock;
-    const SatObs& sat = epoch.sats.front();
-    const double split =
-        sat.signals[0].range - sat.signals[0].phase * kC / carrierFrequency(sat.sat[0], "1C");
-    EXPECT_NEAR(split, -truth.satellites.front().ambiguity.at("1C") * kC / 1575.42e6, 150.0)
-        << "ionosphere and biases";
-  }
-  EXPECT_EQ(jumps, 2);
-}
-
-TEST(SimulatedReceiver, MovesAtItsSpeedAndKeepsToItsPath) {
-  const Vector3 site{3582104.7625, 532590.1800, 5232755.1407};
-  for (const char* kind : {"circle", "figure8"}) {
-    PathOptions p;
-    p.kind = kind;
-    p.radius = 100.0;
-    p.speed = 15.0;
-    const ReceiverPath path(p, site, kStart);
-    double fastest = 0.0;
-    for (double s = 0.0; s < 200.0; s += 0.5) {
-      const GpsTime t = kStart + s;
-      fastest = std::max(fastest, length(path.velocity(t)));
-      EXPECT_LT(length(minus(path.position(t), site)), 201.0);
-      const Vector3 step = minus(path.position(t + 0.01), path.position(t));
-      EXPECT_NEAR(length(step) * 100.0, length(path.velocity(t)), 0.05);
-    }
-    EXPECT_NEAR(fastest, 15.0, 0.01) << kind;
-  }
-  EXPECT_THROW(ReceiverPath(PathOptions{"spiral", 1.0, 1.0, 0.0}, site, kStart), UsageError);
-}
-
-// VMF1 test case of the IERS Conventions software (zenith angle 73.3 degrees); the season is left out.
-TEST(SimulatedAtmosphere, MappingAgainstPublishedCase) {
-  TroposphereOptions o;
-  o.hydrostaticCoefficient = 0.00127683;
-  o.wetCoefficient = 0.00060955;
-  const Troposphere t(o, {0.6708665767, 0.0, 824.17}, kStart, 1.0, 1);
-  const double elevation = std::numbers::pi / 2.0 - 1.278564131;
-  EXPECT_NEAR(t.hydrostaticMapping(elevation), 3.425088087972572, 5e-4);
-  EXPECT_NEAR(t.wetMapping(elevation), 3.448299714692572, 1e-9);
-  EXPECT_NEAR(t.hydrostaticMapping(std::numbers::pi / 2.0), 1.0, 1e-12);
-  EXPECT_NEAR(t.zenith(kStart).hydrostatic, 2.09, 0.02) << "standard atmosphere at 824 m";
-}
-
-TEST(SimulatedAtmosphere, IonosphereIsThatOfTheLayer) {
-  const Ionosphere layer({});
-  const Geodetic site{0.8, 0.2, 0.0};
-  EXPECT_NEAR(layer.slantContent(site, 1.0, std::numbers::pi / 2.0, kStart),
-              layer.verticalContent(0.8, 0.2, kStart), 1e-6);
-  const double low = layer.slantContent(site, 0.0, 10.0 / kDegrees, kStart);
-  EXPECT_GT(low, 1.8 * layer.verticalContent(0.8, 0.2, kStart));
-  EXPECT_LT(low, 3.5 * layer.verticalContent(0.8, 0.2, kStart));
-  EXPECT_NEAR(Ionosphere::delayPerTecu(1575.42e6), 0.1624, 1e-4);
-}
-
-TEST(SimulatedFaults, SlipsGapsAndOutliersStrikeWhereTheyShould) {
-  SimulationOptions o = quietOptions();
-  const Constellation sky(o.sky);
-  ObsEpoch epoch;
-  EpochTruth truth;
-  Observer(o.observer, sky, o.faults).observe(o.sky.start, epoch, truth);
-  std::sort(truth.satellites.begin(), truth.satellites.end(),
-            [](const SatelliteTruth& a, const SatelliteTruth& b) { return a.elevation > b.elevation; });
-  const SatName victim = truth.satellites[0].sat, absent = truth.satellites[1].sat;
-  const std::string signal = sky.options().signals.at(victim[0])[0];
-  const FaultList faults({{Fault::Kind::slip, victim, signal, 300.0, 300.0, 7.0},
-                          {Fault::Kind::gap, absent, "", 300.0, 360.0, 0.0},
-                          {Fault::Kind::code, victim, "", 330.0, 330.0, 25.0}});
-  Observer clean(o.observer, sky, o.faults), faulty(o.observer, sky, faults);
-  const auto find = [](const ObsEpoch& e, const SatName& sat) {
-    return std::find_if(e.sats.begin(), e.sats.end(), [&](const SatObs& s) { return s.sat == sat; });
-  };
-  ObsEpoch good, bad;
-  for (int k = 0; k < 15; ++k) {
-    clean.observe(o.sky.start + 30.0 * k, good, truth);
-    faulty.observe(o.sky.start + 30.0 * k, bad, truth);
-    ASSERT_NE(find(bad, victim), bad.sats.end());
-    const auto &a = find(good, victim)->signals, &b = find(bad, victim)->signals;
-    EXPECT_NEAR(b[0].phase - a[0].phase, k >= 10 ? 7.0 : 0.0, 1e-6) << k;
-    EXPECT_NEAR(b[0].range - a[0].range, k == 11 ? 25.0 : 0.0, 1e-6) << k;
-    EXPECT_EQ(b[1].phase, a[1].phase);
-    EXPECT_EQ(b[0].lli, k == 0 ? 1 : 0) << "a slip is silent";
-    EXPECT_EQ(find(bad, absent) != bad.sats.end(), k < 10 || k > 12) << k;
-  }
-}
-
-TEST(SimulatedFaults, CorrectionsStopAndComeBack) {
-  SimulationOptions o = quickOptions();
-  o.faults = FaultList({{Fault::Kind::ssrGap, "", "", 300.0, 390.0, 0.0}});
-  std::set<double> times;
-  forEachCorrection(o, Constellation(o.sky), [&](const SsrBlock& b) { times.insert(b.time - o.sky.start); });
-  EXPECT_TRUE(times.contains(270.0));
-  EXPECT_FALSE(times.contains(300.0));
-  EXPECT_FALSE(times.contains(390.0));
-  EXPECT_TRUE(times.contains(420.0));
-}
-
-TEST(SimulatedFaults, DamagedListsAreExplained) {
-  const TemporaryFolder folder;
-  fs::create_directories(folder.path());
-  const auto complaint = [&](const char* text) -> std::string {
-    std::ofstream(folder / "faults.json") << text;
-    try {
-      FaultList::read(folder / "faults.json");
-      return "";
-    } catch (const InputError& e) {
-      return e.what();
-    }
-  };
-  EXPECT_EQ(complaint(R"([{"kind": "gap", "from": 1, "to": 2}])"), "");
-  EXPECT_THAT(complaint(R"([{"kind": "gap", "from": 1}, {"kind": "storm", "from": 1}])"),
-              testing::HasSubstr("fault 2: \"kind\" is one of"));
-  EXPECT_THAT(complaint(R"([{"kind": "slip"}])"), testing::HasSubstr("\"from\""));
-  EXPECT_THAT(complaint(R"([{"kind": "slip", "from": 1, "size": "big"}])"), testing::HasSubstr("\"size\""));
-  EXPECT_THAT(complaint(R"({"kind": "slip"})"), testing::HasSubstr("not a list"));
-  EXPECT_NE(complaint("[{"), "");
 }
 
 TEST(SimulatedSky, NonsenseIsRefusedInWords) {

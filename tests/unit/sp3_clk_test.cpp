@@ -54,34 +54,38 @@ TEST_F(ProductFiles, Sp3KeepsWhatIsThere) {
 
 TEST_F(ProductFiles, Sp3ReadsOldNamesTimeSystemsAndJoinsFiles) {
   const std::string position = "P  5  20403.407950  -4547.528917  16359.977229    -15.319332\n";
-  const std::string first = m_dir.write("a.sp3", sp3Header('a', 1, "ccc") + "*  2020  6 25  0  0  0.00000000\n" + position + "EOF\n");
-  const std::string second = m_dir.write("b.sp3", sp3Header('c', 1, "BDT") + "*  2020  6 24 23 59 46.00000000\n" +
-                                                      "PG05  20403.500000  -4547.528917  16359.977229    -15.000000\nEOF\n");
+  const std::string first = m_dir.write(
+      "a.sp3", sp3Header('a', 1, "ccc") + "*  2020  6 25  0  0  0.00000000\n" + position + "EOF\n");
+  const std::string second =
+      m_dir.write("b.sp3", sp3Header('c', 1, "BDT") + "*  2020  6 24 23 59 46.00000000\n" +
+                               "PG05  20403.500000  -4547.528917  16359.977229    -15.000000\nEOF\n");
   const gnx::Sp3Product p = gnx::readSp3({first, second});
   ASSERT_THAT(p.orbits.at("G05"), SizeIs(1)) << "23:59:46 BDT is 00:00 of GPS time; the later file wins";
   EXPECT_DOUBLE_EQ(p.orbits.at("G05")[0].position[0], 20403500.0);
 }
 
 TEST_F(ProductFiles, Sp3RefusesATruncatedFile) {
-  const std::string cut = m_dir.write("cut.sp3", sp3Header('c', 96, "GPS") + "*  2020  6 25  0  0  0.00000000\n" +
-                                                     "PG05  20403.407950  -4547.528917  16359.977229    -15.319332\n");
-  EXPECT_THAT(inputError([&] { gnx::readSp3({cut}); }), HasSubstr("cut.sp3:9: file ends after 1 of 96 epochs"));
+  const std::string cut =
+      m_dir.write("cut.sp3", sp3Header('c', 96, "GPS") + "*  2020  6 25  0  0  0.00000000\n" +
+                                 "PG05  20403.407950  -4547.528917  16359.977229    -15.319332\n");
+  EXPECT_THAT(inputError([&] { gnx::readSp3({cut}); }),
+              HasSubstr("cut.sp3:9: file ends after 1 of 96 epochs"));
 }
 
 TEST_F(ProductFiles, ClockColumnsOfBothVersions) {
-  const std::string old =
-      m_dir.write("a.clk", headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
-                               headerLine("WL G01  2020  6 25 12  0  0.000000  1   -0.110300E+01  0102", "COMMENT") +
-                               headerLine("", "END OF HEADER") +
-                               "AR ESBC 2020  6 25  0  0  0.000000  1   -0.884707516318E-03\n"
-                               "AS G05  2020  6 25  0  0  0.000000  4   -0.884707516318E-03    0.337986288247E-10\n"
-                               "    0.100000000000E-11    0.200000000000E-12\n"
-                               "AS G05  2020  6 25  0  0 30.000000  1   -0.884707516400E-03\n");
+  const std::string old = m_dir.write(
+      "a.clk", headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
+                   headerLine("WL G01  2020  6 25 12  0  0.000000  1   -0.110300E+01  0102", "COMMENT") +
+                   headerLine("", "END OF HEADER") +
+                   "AR ESBC 2020  6 25  0  0  0.000000  1   -0.884707516318E-03\n"
+                   "AS G05  2020  6 25  0  0  0.000000  4   -0.884707516318E-03    0.337986288247E-10\n"
+                   "    0.100000000000E-11    0.200000000000E-12\n"
+                   "AS G05  2020  6 25  0  0 30.000000  1   -0.884707516400E-03\n");
   std::string wide = "     3.04           CLOCK DATA          M";
   wide.resize(65, ' ');
-  const std::string shifted =
-      m_dir.write("b.clk", wide + "RINEX VERSION / TYPE\n" + std::string(65, ' ') + "END OF HEADER\n" +
-                               "AS G05       2020 06 25 00 01  0.000000  2   -8.847075164500E-04  3.379862882470E-11\n");
+  const std::string shifted = m_dir.write(
+      "b.clk", wide + "RINEX VERSION / TYPE\n" + std::string(65, ' ') + "END OF HEADER\n" +
+                   "AS G05       2020 06 25 00 01  0.000000  2   -8.847075164500E-04  3.379862882470E-11\n");
   const gnx::ClockProduct p = gnx::readRinexClocks({old, shifted});
   ASSERT_THAT(p.clocks.at("G05"), SizeIs(3));
   EXPECT_THAT(p.clocks, SizeIs(1)) << "receiver rows are not used";
@@ -97,8 +101,10 @@ TEST_F(ProductFiles, ClockRefusalsNameTheSatellite) {
   const auto refusal = [&](const std::string& row) {
     return inputError([&] { gnx::readRinexClocks({m_dir.write("bad.clk", head + row)}); });
   };
-  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1   -0.88470E-0\n"), HasSubstr("bad.clk:3: AS G05: no clock"));
-  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1   -0.8847075163"), HasSubstr("file ends inside a number"));
+  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1\n"),
+              HasSubstr("bad.clk:3: AS: row has too few fields"));
+  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1   -0.8847075163"),
+              HasSubstr("file ends inside a number"));
   EXPECT_THAT(refusal("AS G05  2020  6 31  0  0  0.000000  1   -0.884707516318E-03\n"), HasSubstr("no date"));
   EXPECT_THAT(refusal("AX G05\n"), HasSubstr("unknown kind 'AX '"));
 }

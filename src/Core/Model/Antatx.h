@@ -16,7 +16,7 @@ using OffsetTable = double[kSys][kFreq][3];
 struct Antatx {
   virtual ~Antatx() = default;
 
-  int m_nfreqAtx = 0;             ///< "# OF FREQUENCIES"
+  int m_nfreqAtx = 0;  ///< "# OF FREQUENCIES"
   char m_anttype[32] = "";
   char m_serial[32] = "";
   double m_zen1 = 0.0, m_zen2 = 0.0, m_dzen = 0.0, m_dazi = 0.0;  ///< degrees
@@ -33,20 +33,19 @@ struct Antatx {
   /// \param jd0, jd1  the block must be valid from jd0 to jd1 (MJD, GPS time)
   /// \param anttype  20-character type; "ANTNONE" gives zero offsets without reading
   /// \param pco  satellite offsets by slot [kFreq][3], metres; may be null
-  int m_getAnt(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0,
-               double jd1, const char* anttype, const char* serial, double (*pco)[3]);
-  int m_rdatx(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0,
-              double jd1);
+  int m_getAnt(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0, double jd1,
+               const char* anttype, const char* serial, double (*pco)[3]);
+  int m_rdatx(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0, double jd1);
 
   /// Pattern corrections: all zero by contract; the model keeps the term's place.
-  static void s_getAntPcv(const Antatx& receiver, const Antatx& satellite, double zenith,
-                          double azimuth, double nadir, double pcv[kSys][kFreq]);
+  static void s_getAntPcv(const Antatx& receiver, const Antatx& satellite, double zenith, double azimuth,
+                          double nadir, double pcv[kSys][kFreq]);
   /// Normalises a receiver antenna type by the name table of key "antnam". \return 1 on success.
   static int s_antnam(const char* anttype, const char* sitname, char* out);
   /// One satellite's record of the file of key "satnav" at `jd` (MJD). Ends the process when missing.
   /// Outputs may be null. `svn` 4, `block` 21, `cospar` 16 characters at least.
-  static void s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number,
-                        double* offset, char* block, char* cospar);
+  static void s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
+                        char* block, char* cospar);
   /// Expands a compact fixed-column format ("%3s%*2c%4d") into one character a column: the
   /// conversion letter, upper case where a field begins, "." for a skipped column ("Sss..Dddd").
   /// An unknown length ends the process. `out` holds 256 characters.

@@ -71,7 +71,7 @@ void GnssModelItrs::gnssModel(bool lcheck) {
   s_receiverPoints(deploy, sta, pass.point);
   pass.tropo->tropvmf1(sta.m_mjd, sta.m_sod, &pass.ah, &pass.aw, sta.m_blh, &sta.m_zhd, &sta.m_zwd);
   for (double& clock : sta.m_rclk)
-    if (!std::isfinite(clock)) clock = 0.0;  // no epoch can be formed with it
+    if (!(std::fabs(clock) < kLight)) clock = 0.0;  // not finite, or beyond a second: no clock
   s_clockSeconds(deploy, sta, pass.rclk);
   if (deploy.m_ldebug) pass.record = std::make_unique<SatGeometry[]>(kMaxSat);
 
@@ -154,7 +154,7 @@ void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
     return;
   }
   s_lineOfSight(*m_sta, geo.d[0], &sat.m_azim, &sat.m_elev);
-  if (sat.m_elev < m_sta->m_cutoff) {
+  if (!(sat.m_elev >= m_sta->m_cutoff)) {
     s_zeroRow(sat.m_obs);
     s_zeroRow(sat.m_xx);
     return;
@@ -176,6 +176,7 @@ void GnssModelItrs::m_residuals(Pass& pass, int isat, int isys, SatGeometry& geo
   Ssat_t& sat = m_sta->m_sat[isat];
   for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f) {
     const double code = s_codeModel(pass.in, isat, isys, f, pass.rclk[isys], geo);
+    if (!std::isfinite(code)) continue;
     const double lambda = kLight / satellite.m_freq[f];
     const double phase =
         sat.m_windup * lambda + code - 2.0 * stec2m(sat.m_stec, isat, deploy.m_freqUsed[isys][f]);

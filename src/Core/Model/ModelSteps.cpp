@@ -201,7 +201,7 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
     }
     s_designRow(deploy, frame, geo, in.sta.m_sat[isat]);
     const double found = geo.range[0] / kLight;
-    if (!std::isfinite(found)) return false;
+    if (!(std::fabs(found) < kDay)) return false;  // not finite, or no orbit of a navigation satellite
     if (std::fabs(found - travel) <= kTravelTolerance_s) return true;
     travel = found;
   }

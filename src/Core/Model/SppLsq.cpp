@@ -83,6 +83,8 @@ void s_place(Station& sta, const double (&clocks)[kSys]) {
   double blh[3];
   xyzblh(sta.m_x, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, blh);
   if (!(std::fabs(blh[2]) < kHeightLimit_m)) return;
+  for (const double clock : clocks)
+    if (!(std::fabs(clock) < kLight)) return;  // beyond a second the fit is nonsense
   std::copy(blh, blh + 3, sta.m_blh);
   rot_enu2xyz(blh[0], blh[1], sta.m_rot);
   std::copy(std::begin(clocks), std::end(clocks), std::begin(sta.m_rclk));

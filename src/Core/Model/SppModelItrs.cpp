@@ -90,7 +90,7 @@ void SppModelItrs::m_modelSatellite(const Epoch& epoch, int isat) {
   for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f) {
     if (sat.m_obs[4 + f] == 0.0) continue;
     const double omc = sat.m_obs[4 + f] - s_codeModel(epoch.in, isat, isys, f, epoch.rclk[isys], geo);
-    if (omc == 0.0) continue;
+    if (omc == 0.0 || !std::isfinite(omc)) continue;
     sat.m_xx[4 + f] = omc;
     sat.m_wgt[4 + f] = 1.0 / sta.m_sigCode[isys] / s_noiseFactor(deploy, isys, f) * g;
     s_append(sta, m_capacity, omc, sat.m_wgt[4 + f], isat, f, kKindCode);
@@ -104,7 +104,7 @@ bool SppModelItrs::m_placeCorrections(const Epoch& epoch, int isat, SatGeometry&
   Ssat_t& sat = m_sta->m_sat[isat];
   const int isys = s_rowSystem(deploy, isat);
   s_lineOfSight(sta, geo.d[0], &sat.m_azim, &sat.m_elev);
-  if (sat.m_elev < sta.m_cutoff) {
+  if (!(sat.m_elev >= sta.m_cutoff)) {
     const char* cprn = deploy.m_cprn[isat].c_str();
     const double elev_deg = sat.m_elev * kRadToDeg;
     Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] [%s %s] remove the low elevation measurements %7.2lf\n",

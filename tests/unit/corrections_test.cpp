@@ -1,0 +1,279 @@
+// Products turned into corrections: broadcast message plus correction has to give the product back.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "corrections/broadcast_orbit.h"
+#include "corrections/orbit_interpolation.h"
+#include "corrections/sources.h"
+#include "formats/rinex_clk.h"
+#include "formats/sp3.h"
+#include "support/host_files.h"
+
+namespace {
+
+using gnx::BroadcastEph;
+using gnx::CorrectionBatch;
+using gnx::EphemerisTimeline;
+using gnx::GpsTime;
+using gnx::OrbitClockCorrection;
+using gnx::SatState;
+using gnx::Vector3;
+
+const GpsTime kStart = gnx::toGpsTime({2020, 6, 25, 0, 0, 0.0});
+
+double distance(const Vector3& a, const Vector3& b) {
+  return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+}
+
+BroadcastEph sample(const std::string& sat) {
+  BroadcastEph e;
+  e.sat = sat;
+  e.toc = e.toe = kStart + 7200.0;
+  e.sqrtA = 5153.65;
+  e.e = 0.0123;
+  e.i0 = 0.965;
+  e.m0 = 1.234;
+  e.omega = -0.777;
+  e.omega0 = 2.345;
+  e.omegaDot = -8.1e-9;
+  e.idot = 2.2e-10;
+  e.deltaN = 4.5e-9;
+  e.cuc = -3.1e-6, e.cus = 8.9e-6, e.crc = 215.0, e.crs = -61.0;
+  e.af = {1.23e-4, -4.5e-12, 0.0};
+  return e;
+}
+
+TEST(BroadcastOrbit, VelocityIsTheDerivativeOfThePosition) {
+  // cic and cis stay 0: with them the engine's rate of inclination is not the derivative.
+  for (const char* sat : {"G05", "E01", "C06", "C03", "J02"}) {
+    const BroadcastEph e = sample(sat);
+    for (double t = -7200.0; t <= 7200.0; t += 1700.0) {
+      const GpsTime at = e.toe + t;
+      const SatState before = gnx::evaluateBroadcast(e, at + -0.5),
+                     after = gnx::evaluateBroadcast(e, at + 0.5);
+      const SatState now = gnx::evaluateBroadcast(e, at);
+      for (std::size_t k = 0; k < 3; ++k) {
+        EXPECT_NEAR(now.velocity[k], after.position[k] - before.position[k], 2e-5) << sat << " " << t;
+      }
+    }
+  }
+}
+
+TEST(BroadcastOrbit, GeostationaryElementsStandStill) {
+  // A circular equatorial orbit with the period of the Earth, written in the frame inclined by 5
+  // degrees in which BeiDou gives the elements of C01 to C05.
+  BroadcastEph e;
+  e.sat = "C03";
+  e.toe = e.toc = gnx::fromWeek(2111, 14.0);  // second 0 of the BDT week: node angle is omega0
+  constexpr double kPi = 3.14159265358979323846;
+  e.i0 = 5.0 * kPi / 180.0;
+  e.omega0 = e.omega = kPi;
+  e.sqrtA = std::sqrt(std::cbrt(3.986004418e14 / (7.292115e-5 * 7.292115e-5)));
+  for (const double hours : {0.0, 3.0, 6.0}) {
+    const SatState s = gnx::evaluateBroadcast(e, e.toe + hours * 3600.0);
+    EXPECT_NEAR(s.position[0], e.sqrtA * e.sqrtA, 1e-3);
+    EXPECT_NEAR(s.position[1], 0.0, 1e-2);
+    EXPECT_NEAR(s.position[2], 0.0, 1e-3);
+    EXPECT_NEAR(std::hypot(s.velocity[0], s.velocity[1], s.velocity[2]), 0.0, 1e-6);
+  }
+}
+
+TEST(BroadcastOrbit, BeidouClockAndIssue) {
+  BroadcastEph e = sample("C06");
+  e.toe = gnx::fromWeek(2111, 385200.0 + 14.0);  // 11:00 BDT
+  EXPECT_EQ(gnx::issueOfData(e), 23);
+  e.tgd[0] = 8.4e-9;
+  // f2^2/(f2^2 - f6^2) of B1I and B3I is 2.94368 (BDS-SIS-ICD, TGD1 refers B1I to B3I).
+  EXPECT_NEAR(gnx::broadcastClock(e, e.toc) - e.af[0], -2.94368 * 8.4e-9, 1e-13);
+}
+
+TEST(OrbitInterpolation, GapsAndEnds) {
+  const BroadcastEph e = sample("G05");
+  std::vector<gnx::OrbitPoint> points;
+  for (int i = 0; i < 40; ++i) {
+    if (i == 20) continue;
+    points.push_back({kStart + 900.0 * i, gnx::evaluateBroadcast(e, kStart + 900.0 * i).position});
+    points.back().position[0] += 1.0;
+  }
+  gnx::OrbitInterpolator orbit(points, 900.0, kStart, kStart + 39 * 900.0, 600.0);
+  ASSERT_TRUE(orbit.difference(e, kStart));
+  const auto axes = gnx::orbitAxes(gnx::evaluateBroadcast(e, kStart + 450.0));
+  const Vector3 want = gnx::toAxes(axes, {-1.0, 0.0, 0.0});
+  EXPECT_NEAR(distance(orbit.difference(e, kStart + 450.0)->value, want), 0.0, 1e-5);
+  EXPECT_TRUE(orbit.difference(e, kStart + 19 * 900.0));
+  EXPECT_FALSE(orbit.difference(e, kStart + 19 * 900.0 + 1.0)) << "gap";
+  EXPECT_TRUE(orbit.difference(e, kStart + 39 * 900.0 + 600.0));
+  EXPECT_FALSE(orbit.difference(e, kStart + 39 * 900.0 + 601.0));
+  gnx::OrbitInterpolator dropped(points, 900.0, kStart, kStart + 41 * 900.0, 600.0);
+  EXPECT_FALSE(dropped.difference(e, kStart + 39 * 900.0 + 1.0))
+      << "the product goes on without this satellite";
+}
+
+// ---- real products ----
+
+class RealProducts : public testing::Test {
+ protected:
+  static std::string file(const char* name) {
+    return gnx_test::realFile(std::string("esbc_2020177/") + name);
+  }
+  static std::unique_ptr<EphemerisTimeline> timeline() {
+    return std::make_unique<EphemerisTimeline>(
+        gnx::readRinexNav({file("ESBC00DNK_R_20201770000_01D_MN.rnx.gz")}), kStart);
+  }
+  struct Worst {
+    double orbit_m = 0.0, clock_s = 0.0;
+    int count = 0;
+  };
+
+  /// Message plus correction against the files' own numbers, by system; every batch of the source.
+  static std::map<char, Worst> compare(gnx::CorrectionSource& source, const EphemerisTimeline& messages,
+                                       const std::map<gnx::SatName, std::vector<gnx::OrbitPoint>>& orbits,
+                                       const std::map<gnx::SatName, std::vector<gnx::ClockPoint>>& clocks) {
+    std::map<char, Worst> worst;
+    for (CorrectionBatch b; source.next(b);) {
+      for (const OrbitClockCorrection& c : b.orbitClock) {
+        const BroadcastEph* eph = messages.chosenByEngine(c.sat, c.iod, b.tag);
+        if (eph == nullptr) {
+          ADD_FAILURE() << c.sat << " " << gnx::formatTime(b.tag) << ": the engine has no message " << c.iod;
+          continue;
+        }
+        const SatState got = gnx::applyCorrection(gnx::evaluateBroadcast(*eph, b.tag), c, 0.0);
+        Worst& w = worst[c.sat[0]];
+        if (const auto* p = pointAt(orbits.at(c.sat), b.tag)) {
+          w.orbit_m = std::max(w.orbit_m, distance(got.position, p->position));
+          ++w.count;
+        }
+        if (const auto* p = pointAt(clocks.at(c.sat), b.tag)) {
+          w.clock_s = std::max(w.clock_s, std::fabs(got.clock - p->bias));
+        }
+      }
+    }
+    return worst;
+  }
+  template <class Point>
+  static const Point* pointAt(const std::vector<Point>& points, const GpsTime& t) {
+    const auto found = std::lower_bound(points.begin(), points.end(), t,
+                                        [](const Point& p, const GpsTime& time) { return p.time < time; });
+    return found != points.end() && found->time == t ? &*found : nullptr;
+  }
+};
+
+TEST_F(RealProducts, SumGivesOrbitsAndClocksBack) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  const auto messages = timeline();
+  gnx::ProductOptions options;
+  options.sp3 = {file("GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz"),
+                 file("GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz")};
+  options.clk = {file("GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz")};
+  const auto orbits = gnx::readSp3(options.sp3).orbits;
+  const auto clocks = gnx::readRinexClocks(options.clk).clocks;
+  const auto worst = compare(*gnx::makeProductSource(options, *messages), *messages, orbits, clocks);
+  for (const char system : {'G', 'E'}) {
+    EXPECT_GT(worst.at(system).count, 1000) << system;
+    EXPECT_LT(worst.at(system).orbit_m, 1e-3) << system;
+    EXPECT_LT(worst.at(system).clock_s, 1e-11) << system;
+  }
+}
+
+TEST_F(RealProducts, FiveMinuteProductWithItsOwnClocks) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  const auto messages = timeline();
+  gnx::ProductOptions options;
+  options.sp3 = {file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")};
+  const auto product = gnx::readSp3(options.sp3);
+  std::vector<std::string> notes;
+  const auto worst =
+      compare(*gnx::makeProductSource(options, *messages, &notes), *messages, product.orbits, product.clocks);
+  for (const char system : {'G', 'E', 'C'}) {
+    EXPECT_GT(worst.at(system).count, 500) << system;
+    EXPECT_LT(worst.at(system).orbit_m, 1e-3) << system;
+    EXPECT_LT(worst.at(system).clock_s, 1e-11) << system;
+  }
+  EXPECT_THAT(notes, testing::ElementsAre("clocks every 300 s are interpolated linearly to 30 s"));
+}
+
+TEST_F(RealProducts, InterpolationHoldsToTheEndsOfAFile) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  // 5-minute orbits thinned to 15 minutes; the points left out are the truth.
+  const auto messages = timeline();
+  const auto product = gnx::readSp3({file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")});
+  double inside = 0.0, behind = 0.0;
+  int count = 0, ends = 0;
+  for (const auto& [sat, points] : product.orbits) {
+    if (std::string("GEC").find(sat[0]) == std::string::npos) continue;
+    std::vector<gnx::OrbitPoint> thinned;
+    for (std::size_t i = 0; i < points.size() && i < 250; i += 3) thinned.push_back(points[i]);
+    gnx::OrbitInterpolator orbit(thinned, 900.0, thinned.front().time, thinned.back().time, 900.0);
+    for (std::size_t i = 0; i < 252 && i < points.size(); ++i) {
+      const BroadcastEph* eph = messages->pick(sat, points[i].time);
+      if (eph == nullptr) continue;
+      const auto d = orbit.difference(*eph, points[i].time);
+      if (!d) continue;
+      OrbitClockCorrection c;
+      c.deph = d->value;
+      const double error =
+          distance(gnx::applyCorrection(gnx::evaluateBroadcast(*eph, points[i].time), c, 0.0).position,
+                   points[i].position);
+      (i < 250 ? inside : behind) += error * error;
+      ++(i < 250 ? count : ends);
+    }
+  }
+  ASSERT_GT(count, 5000);
+  ASSERT_GT(ends, 20);
+  EXPECT_LT(std::sqrt(inside / count), 0.002);
+  EXPECT_LT(std::sqrt(behind / ends), 0.08) << "5 and 10 minutes behind the last point";
+}
+
+TEST_F(RealProducts, IndependentConversionAgrees) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  // The same orbits and clocks as SSR text, made by another program: a sign, an axis, a time tag or a
+  // message chosen wrongly shows as metres.
+  const auto messages = timeline();
+  gnx::ProductOptions options;
+  options.sp3 = {file("GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz"),
+                 file("GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz")};
+  options.clk = {file("GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz")};
+  std::map<std::int64_t, std::vector<OrbitClockCorrection>> made;
+  const auto source = gnx::makeProductSource(options, *messages);
+  for (CorrectionBatch b; source->next(b);) made[b.tag.seconds] = b.orbitClock;
+
+  gnx::SsrTextOptions text;
+  text.files = {file("corrections_grg.ssr.gz")};
+  const auto stream = gnx::makeSsrTextSource(text);
+  double orbit = 0.0, clock = 0.0;
+  int count = 0;
+  for (CorrectionBatch b; stream->next(b);) {
+    for (const OrbitClockCorrection& c : b.orbitClock) {
+      for (const OrbitClockCorrection& m : made[b.tag.seconds]) {
+        if (m.sat != c.sat || m.iod != c.iod) continue;
+        orbit += distance(m.deph, c.deph) * distance(m.deph, c.deph);
+        clock = std::max(clock, std::fabs(m.dclk[0] - c.dclk[0]));
+        ++count;
+      }
+    }
+  }
+  EXPECT_GT(count, 60000);
+  EXPECT_LT(std::sqrt(orbit / count), 0.02) << "that file keeps orbits for 60 s";
+  EXPECT_LT(clock, 1e-4);
+}
+
+TEST_F(RealProducts, ZeroCorrectionsNameMessagesThatTheEngineHolds) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  const auto messages = timeline();
+  const auto source = gnx::makeZeroSource(*messages, {kStart, kStart + 7200.0, 60.0});
+  int batches = 0;
+  for (CorrectionBatch b; source->next(b); ++batches) {
+    EXPECT_GE(b.orbitClock.size(), 20u);
+    for (const OrbitClockCorrection& c : b.orbitClock) {
+      EXPECT_NE(messages->chosenByEngine(c.sat, c.iod, b.tag), nullptr) << c.sat;
+      EXPECT_EQ(c.dclk[0], 0.0);
+    }
+  }
+  EXPECT_EQ(batches, 121);
+}
+
+}  // namespace

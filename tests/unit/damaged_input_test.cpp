@@ -1,0 +1,168 @@
+// Damaged files of every format: cut at every kilobyte, and with bytes flipped. A reader may deliver
+// what stands in front of the damage and must then stop with an InputError or at a plausible end;
+// any other exception, a crash or a hang fails the test (run under sanitizers too).
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <functional>
+#include <random>
+
+#include "formats/antex.h"
+#include "formats/blq.h"
+#include "formats/rinex_clk.h"
+#include "formats/rinex_nav.h"
+#include "formats/rinex_obs.h"
+#include "formats/sinex_bias.h"
+#include "formats/sp3.h"
+#include "formats/ssr_text.h"
+#include "support/host_files.h"
+
+namespace {
+
+using Reader = std::function<void(const std::string& path)>;
+
+void readObs(const std::string& path) {
+  gnx::RinexObsReader reader(path);
+  for (gnx::ObsEpoch epoch; reader.next(epoch);) continue;
+}
+void readSsr(const std::string& path) {
+  gnx::SsrTextReader reader(path);
+  for (gnx::SsrBlock block; reader.next(block);) continue;
+}
+void readNav(const std::string& path) { gnx::readRinexNav({path}); }
+void readSp3(const std::string& path) { gnx::readSp3({path}); }
+void readClocks(const std::string& path) { gnx::readRinexClocks({path}); }
+void readBiases(const std::string& path) { gnx::readSinexBias({path}); }
+
+struct Format {
+  const char* name;
+  Reader read;
+  const char* real;  ///< below the data directory; the first 60 kB of its text are used
+  bool endMark;      ///< whether the format can tell that its end is missing
+};
+
+const std::vector<Format>& formats() {
+  static const std::vector<Format> all = {
+      {"obs", readObs, "clas_2021078/SEPT078M.21O.gz", false},
+      {"nav", readNav, "esbc_2020177/ESBC00DNK_R_20201770000_01D_MN.rnx.gz", false},
+      {"sp3", readSp3, "esbc_2020177/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz", true},
+      {"clk", readClocks, "esbc_2020177/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz", false},
+      {"ssr", readSsr, "clas_2021078/corrections.ssr.gz", false},
+      {"atx", [](const std::string& path) { gnx::readAntexIndex(path); }, "antex/igs14_trim.atx.gz", false},
+      {"blq", [](const std::string& path) { gnx::readBlqIndex(path); }, "tides/ocean_loading.blq", false}};
+  return all;
+}
+
+std::string textOf(const std::string& path, std::size_t limit) {
+  std::string text(limit, '\0');
+  gzFile file = gzopen(path.c_str(), "rb");
+  const int got = gzread(file, text.data(), static_cast<unsigned>(limit));
+  gzclose(file);
+  text.resize(static_cast<std::size_t>(std::max(got, 0)));
+  return text;
+}
+
+/// Runs a reader on damaged bytes. \return the message of its InputError, "" for none
+std::string outcome(const gnx_test::TempDir& dir, const Reader& read, const std::string& bytes) {
+  const std::string path = dir.write("damaged", bytes);
+  const std::string message = gnx_test::inputError([&] { read(path); });
+  if (!message.empty()) {
+    EXPECT_EQ(message.find(path), 0u) << message;
+    EXPECT_LT(message.size(), 500u) << message;
+  }
+  return message;
+}
+
+TEST(DamagedInput, CutAtEveryKilobyte) {
+  const gnx_test::TempDir dir;
+  GNX_REQUIRE_DATA("clas_2021078");
+  for (const Format& format : formats()) {
+    const std::string text = textOf(gnx_test::realFile(format.real), 60000);
+    int refused = 0, cuts = 0;
+    for (std::size_t length = 0; length < text.size(); length += 1024, ++cuts) {
+      // A cut on a line boundary can be a whole file; everywhere else the last record is a stump.
+      const std::string message = outcome(dir, format.read, text.substr(0, length));
+      refused += message.empty() ? 0 : 1;
+      EXPECT_TRUE(!format.endMark || !message.empty()) << format.name << " cut at " << length;
+    }
+    EXPECT_GT(refused, cuts / 2) << format.name;
+  }
+}
+
+TEST(DamagedInput, FlippedBytes) {
+  const gnx_test::TempDir dir;
+  GNX_REQUIRE_DATA("clas_2021078");
+  std::mt19937 random(20200625);
+  for (const Format& format : formats()) {
+    const std::string text = textOf(gnx_test::realFile(format.real), 20000);
+    int refused = 0;
+    for (int round = 0; round < 200; ++round) {
+      std::string bytes = text;
+      for (std::size_t i = 0, n = 1 + random() % 20; i < n; ++i)
+        bytes[random() % bytes.size()] = static_cast<char>(random());
+      refused += outcome(dir, format.read, bytes).empty() ? 0 : 1;
+    }
+    EXPECT_GT(refused, 100) << format.name;
+  }
+}
+
+TEST(DamagedInput, FlippedBytesOfCompressedFiles) {
+  const gnx_test::TempDir dir;
+  GNX_REQUIRE_DATA("clas_2021078");
+  std::mt19937 random(20210319);
+  for (const Format& format : formats()) {
+    const std::string text = textOf(gnx_test::realFile(format.real), 20000);
+    const std::string packed = dir.writeGzip("packed.gz", text);
+    std::ifstream in(packed, std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    for (int round = 0; round < 60; ++round) {
+      std::string damaged = bytes;
+      // Behind the ten bytes of the header, whose time and name fields no checksum covers.
+      damaged[10 + random() % (damaged.size() - 10)] ^= static_cast<char>(1 << random() % 8);
+      EXPECT_NE(outcome(dir, format.read, damaged), "") << format.name << " round " << round;
+    }
+  }
+}
+
+TEST(DamagedInput, BiasFileCutAndFlipped) {
+  const gnx_test::TempDir dir;
+  std::string text =
+      "%=BIA 1.00 TST 2020:177:00000 TST 2020:177:00000 2020:178:00000 R 00000004\n+BIAS/SOLUTION\n";
+  for (int prn = 1; prn < 100; ++prn) {
+    char row[200];
+    std::snprintf(row, sizeof row,
+                  " OSB  G%03d G%02d           C1W       2020:177:00000 2020:178:00000 ns %21.4f %11.4f\n",
+                  prn, prn, prn * 0.1, 0.001);
+    text += row;
+  }
+  text += "-BIAS/SOLUTION\n%=ENDBIA\n";
+  EXPECT_EQ(outcome(dir, readBiases, text), "");
+  for (std::size_t length = 0; length + 10 < text.size(); length += 1024) {
+    EXPECT_NE(outcome(dir, readBiases, text.substr(0, length)), "");
+  }
+  std::mt19937 random(7);
+  for (int round = 0; round < 300; ++round) {
+    std::string bytes = text;
+    for (int i = 0; i < 10; ++i) bytes[random() % bytes.size()] = static_cast<char>(random());
+    outcome(dir, readBiases, bytes);
+  }
+}
+
+TEST(DamagedInput, WhatIsNoTextAtAll) {
+  const gnx_test::TempDir dir;
+  std::string random(200000, '\0');
+  std::mt19937 source(1);
+  for (char& c : random) c = static_cast<char>(source());
+  const std::string longLine(3000000, 'x');
+  for (const Format& format : formats()) {
+    EXPECT_NE(outcome(dir, format.read, ""), "") << format.name;
+    EXPECT_NE(outcome(dir, format.read, "\n"), "") << format.name;
+    EXPECT_NE(outcome(dir, format.read, random), "") << format.name;
+    EXPECT_NE(outcome(dir, format.read, longLine), "") << format.name;
+    EXPECT_THAT(gnx_test::inputError([&] { format.read("/tmp"); }), testing::HasSubstr("is a directory"))
+        << format.name;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,215 @@
+// Recorded correction streams: reading, and what is handed over when.
+
+#include "formats/ssr_text.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <set>
+
+#include "corrections/broadcast_orbit.h"
+#include "corrections/sources.h"
+#include "support/host_files.h"
+
+namespace {
+
+using gnx::CorrectionBatch;
+using gnx::EphemerisTimeline;
+using gnx::GpsTime;
+using gnx::SsrTextOptions;
+using gnx_test::inputError;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+const GpsTime kStart = gnx::toGpsTime({2021, 3, 19, 12, 0, 0.0});
+
+std::string block(const std::string& kind, int second, int count, const std::string& lines,
+                  int interval = 0) {
+  char head[120];
+  std::snprintf(head, sizeof head, "> %s 2021 03 19 12 %02d %04.1f %d %d TEST\n", kind.c_str(), second / 60,
+                static_cast<double>(second % 60), interval, count);
+  return head + lines;
+}
+std::string orbit(int second, int iod, const std::string& values = "1.0 2.0 3.0 0.0 0.0 0.0",
+                  int interval = 0) {
+  return block("ORBIT", second, 1, "G03 " + std::to_string(iod) + " " + values + "\n", interval);
+}
+std::string clock(int second, int iod, const std::string& values = "0.5 0.0 0.0", int interval = 0) {
+  return block("CLOCK", second, 1, "G03 " + std::to_string(iod) + " " + values + "\n", interval);
+}
+std::string codeBias(int second, const std::string& value) {
+  return block("CODE_BIAS", second, 1, "G03 2 1C 0.0000 2W " + value + "\n");
+}
+std::string phaseBias(int second, const std::string& value) {
+  return block("PHASE_BIAS", second, 1, "   0   1\nG03 0.0 0.0 1 1C " + value + " 1 2 0\n");
+}
+
+class SsrText : public testing::Test {
+ protected:
+  std::vector<CorrectionBatch> batches(const std::string& content, SsrTextOptions options = {},
+                                       const EphemerisTimeline* timeline = nullptr) {
+    options.files = {m_dir.write("a.ssr", content)};
+    const auto source = gnx::makeSsrTextSource(options, timeline);
+    std::vector<CorrectionBatch> all;
+    for (CorrectionBatch b; source->next(b);) all.push_back(b);
+    return all;
+  }
+  std::string refusal(const std::string& content) {
+    return inputError([&] { batches(content); });
+  }
+  gnx_test::TempDir m_dir;
+};
+
+TEST_F(SsrText, ReadsAllKindsAndCountsTheOthers) {
+  gnx::SsrTextReader reader(m_dir.write(
+      "a.ssr",
+      orbit(0, 37) + "> VTEC 2021 03 19 12 00 00.0 6 1 TEST\n 1 2 3\n 4 5\n" + phaseBias(0, "-0.25")));
+  gnx::SsrBlock b;
+  ASSERT_TRUE(reader.next(b));
+  EXPECT_EQ(b.kind, gnx::SsrKind::orbit);
+  EXPECT_EQ(b.orbits[0].iod, 37);
+  EXPECT_DOUBLE_EQ(b.orbits[0].delta[2], 3.0);
+  EXPECT_EQ(b.source, "TEST");
+  ASSERT_TRUE(reader.next(b));
+  EXPECT_EQ(reader.blockNumber(), 3);
+  EXPECT_DOUBLE_EQ(b.biases[0].biases[0].value, -0.25);
+  EXPECT_EQ(b.biases[0].biases[0].wideLaneIndicator, 2);
+  EXPECT_FALSE(reader.next(b));
+}
+
+TEST_F(SsrText, RefusalsNameLineAndField) {
+  EXPECT_THAT(refusal(orbit(0, 37) + "> CLOCK 2021 03 19 12 00 00.0 0 2 TEST\nG03 37 1.0 0.0 0.0\n"),
+              HasSubstr("a.ssr:4: block: file ends inside a block"));
+  EXPECT_THAT(refusal("> CLOCK 2021 03 19 12 00 00.0 0 2 TEST\nG03 37 1.0 0.0 0.0\n" + orbit(0, 37)),
+              HasSubstr("a.ssr:3: block: fewer lines than the 2 announced in line 1"));
+  EXPECT_THAT(refusal(clock(0, 37, "1.O 0.0 0.0")), HasSubstr("a.ssr:2: G03 clock correction"));
+  EXPECT_THAT(refusal(block("CODE_BIAS", 0, 1, "G03 3 1C 0.0 2W 1.0\n")), HasSubstr("G03: number of biases"));
+  EXPECT_THAT(refusal("> CLOCK 2021 03 19 25 00 00.0 0 1 TEST\n"), HasSubstr("block epoch"));
+}
+
+TEST_F(SsrText, OneTagForOrbitAndClock) {
+  // The orbit moves to the clock's epoch by its rates; with an update interval of 60 s (6) its
+  // polynomial refers to 30 s after its epoch, that of the clock (5 s, 2) to 2.5 s after its own.
+  const auto all = batches(orbit(0, 7, "1.0 2.0 3.0 0.01 0.0 -0.02", 6) + clock(40, 7, "0.5 0.004 0.0", 2));
+  ASSERT_THAT(all, SizeIs(1));
+  EXPECT_EQ(all[0].tag - kStart, 40.0);
+  ASSERT_THAT(all[0].orbitClock, SizeIs(1));
+  EXPECT_NEAR(all[0].orbitClock[0].deph[0], 1.0 + 0.01 * 10.0, 1e-12);
+  EXPECT_NEAR(all[0].orbitClock[0].deph[2], 3.0 - 0.02 * 10.0, 1e-12);
+  EXPECT_NEAR(all[0].orbitClock[0].dclk[0], 0.5 - 0.004 * 2.5, 1e-12);
+  EXPECT_NEAR(all[0].orbitClock[0].dclk[1], 0.004, 1e-12);
+  SsrTextOptions plain;
+  plain.halfInterval = false;
+  EXPECT_NEAR(batches(orbit(0, 7, "1.0 0 0 0.01 0 0", 6) + clock(40, 7), plain)[0].orbitClock[0].deph[0], 1.4,
+              1e-12);
+}
+
+TEST_F(SsrText, IssueOfOrbitAndClockMatch) {
+  // The orbit of an epoch may stand behind its clocks, and clocks may still refer to the issue before.
+  const auto all = batches(orbit(0, 7) + clock(0, 7) + clock(30, 7) + orbit(30, 8) + clock(35, 8) +
+                           clock(40, 9) + clock(45, 7));
+  ASSERT_THAT(all, SizeIs(4));
+  EXPECT_EQ(all[1].orbitClock[0].iod, 7);
+  EXPECT_EQ(all[2].orbitClock[0].iod, 8);
+  EXPECT_EQ(all[3].tag - kStart, 45.0) << "a clock without an orbit of its issue makes no batch";
+}
+
+TEST_F(SsrText, OldOrbitsAndWithdrawnSatellitesAreLeftOut) {
+  const std::string two = block("CLOCK", 0, 2, "G03 7 0.5 0 0\nG04 9 0.5 0 0\n");
+  const std::string orbits = block("ORBIT", 0, 2, "G03 7 1 2 3 0 0 0\nG04 9 1 2 3 0 0 0\n");
+  const auto all = batches(orbits + two + clock(5, 7) + clock(300, 7) + clock(301, 7));
+  ASSERT_THAT(all, SizeIs(3));
+  EXPECT_THAT(all[0].orbitClock, SizeIs(2));
+  EXPECT_THAT(all[1].orbitClock, SizeIs(1));
+}
+
+TEST_F(SsrText, BiasesAreFullSetsWithRisingTags) {
+  const auto all = batches(orbit(0, 7) + codeBias(0, "-1.5") + clock(0, 7) + codeBias(5, "-1.6") +
+                           clock(5, 7) + clock(5, 7) + phaseBias(0, "0.3") + clock(5, 7) + clock(10, 7));
+  ASSERT_THAT(all, SizeIs(5));
+  EXPECT_TRUE(all[0].newBiases);
+  EXPECT_DOUBLE_EQ(all[0].biases[0].code[1].value, -1.5);
+  EXPECT_FALSE(all[2].newBiases);
+  ASSERT_TRUE(all[3].newBiases);
+  EXPECT_THAT(all[3].biases[0].code, SizeIs(2)) << "code biases come along with new phase biases";
+  EXPECT_DOUBLE_EQ(all[3].biases[0].phase[0].value, 0.3);
+  EXPECT_GT(all[3].biasTag - all[1].biasTag, 0.0);
+}
+
+TEST_F(SsrText, DeliveryFollowsTheTable) {
+  const std::string content = orbit(0, 7) + clock(5, 7) + clock(10, 7);
+  SsrTextOptions options;
+  options.availability = m_dir.write("a.csv",
+                                     "block_no,type,epoch_tow_s,receive_tow_s\n1,ORBIT,475200,475207\n"
+                                     "2,CLOCK,475205,475210\n");
+  options.latency_s = 1.0;
+  const auto all = batches(content, options);
+  EXPECT_EQ(all[0].delivery - all[0].tag, 5.0);
+  EXPECT_EQ(all[1].delivery - all[1].tag, 1.0) << "block 3 is not in the table";
+  options.availability = m_dir.write("b.csv", "1,ORBIT,475300,475307\n");
+  EXPECT_THAT(inputError([&] { batches(content, options); }),
+              HasSubstr("b.csv:1: epoch is not that of block 1"));
+}
+
+TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
+  // Issue 8 has a time of clock off the 300-s grid: the engine refuses it and holds issue 7.
+  gnx::BroadcastEph held;
+  held.sat = "G03";
+  held.iode = 7;
+  held.toc = held.toe = kStart;
+  held.transmission = kStart + -7182.0;
+  held.sqrtA = 5153.65;
+  held.e = 0.01;
+  held.i0 = 0.96;
+  held.deltaN = 4e-9;
+  held.af = {1e-4, 1e-12, 0.0};
+  gnx::BroadcastEph refused = held;
+  refused.iode = 8;
+  refused.toc = refused.toe = kStart + -16.0;
+  refused.m0 = 1e-7;
+  refused.af[0] += 3e-9;
+  gnx::NavData nav;
+  nav.keplerian = {held, refused};
+  const EphemerisTimeline timeline(nav, kStart);
+
+  const auto plain = batches(orbit(0, 8) + clock(0, 8));
+  const auto moved = batches(orbit(0, 8) + clock(0, 8), {}, &timeline);
+  ASSERT_EQ(plain[0].orbitClock[0].iod, 8);
+  ASSERT_EQ(moved[0].orbitClock[0].iod, 7);
+  const gnx::SatState want =
+      gnx::applyCorrection(gnx::evaluateBroadcast(refused, kStart), plain[0].orbitClock[0], 0.0);
+  const gnx::SatState got =
+      gnx::applyCorrection(gnx::evaluateBroadcast(held, kStart), moved[0].orbitClock[0], 0.0);
+  for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(got.position[k], want.position[k], 1e-6);
+  EXPECT_NEAR(got.clock, want.clock, 1e-15);
+}
+
+TEST_F(SsrText, RealStreamWithItsLatency) {
+  GNX_REQUIRE_DATA("clas_2021078");
+  const EphemerisTimeline timeline(gnx::readRinexNav({gnx_test::realFile("clas_2021078/SEPT078M.21P.gz"),
+                                                      gnx_test::realFile("clas_2021078/30340780.21q.gz")}),
+                                   kStart);
+  SsrTextOptions options;
+  options.files = {gnx_test::realFile("clas_2021078/corrections.ssr.gz")};
+  options.availability = gnx_test::realFile("clas_2021078/availability.csv.gz");
+  const auto source = gnx::makeSsrTextSource(options, &timeline);
+  CorrectionBatch b;
+  int count = 0;
+  GpsTime delivery{};
+  while (source->next(b)) {
+    ++count;
+    EXPECT_GE(b.orbitClock.size(), 16u) << gnx::formatTime(b.tag);
+    EXPECT_GE(b.delivery - b.tag, 5.0);
+    EXPECT_LE(b.delivery - b.tag, 30.0);
+    EXPECT_GE(b.delivery, delivery);
+    delivery = b.delivery;
+    for (const auto& c : b.orbitClock) {
+      // The only message of G17 at the beginning has a time of clock off the grid: nothing to move to.
+      if (b.tag - kStart > 900.0 || (c.sat == "G17" && b.tag - kStart <= 60.0)) continue;
+      EXPECT_TRUE(timeline.serves(c.sat, c.iod, b.delivery)) << c.sat << " " << gnx::formatTime(b.tag);
+    }
+  }
+  EXPECT_EQ(count, 720);  // CLOCK blocks of the file
+}
+
+}  // namespace
