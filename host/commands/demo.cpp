@@ -73,8 +73,8 @@ void addDemo(CLI::App& app) {
   auto a = std::make_shared<DemoArguments>();
   cmd->add_option("--out", a->directory, "folder of the data and the run")->capture_default_str();
   cmd->add_option("--systems", a->systems, "letters of G E C")->capture_default_str();
-  cmd->add_option("--mode", a->mode, "static or kinematic (a vehicle on a figure of eight)")
-      ->check(CLI::IsMember({"static", "kinematic"}))
+  cmd->add_option("--mode", a->mode, "static, or dynamic: a vehicle on a figure of eight")
+      ->check(CLI::IsMember({"static", "dynamic"}))
       ->capture_default_str();
   cmd->add_option("--hours", a->hours, "length")->check(CLI::Range(0.1, 24.0))->capture_default_str();
   cmd->add_option("--interval", a->interval, "s")->check(CLI::Range(1.0, 300.0))->capture_default_str();

@@ -151,7 +151,7 @@ void runSimulate(SimulateArguments& a) {
   std::printf(
       "\nrun the engine on it:\n  gnx replay --obs %s --nav %s --ssr %s --systems %s --interval %g --mode %s",
       files.observations.string().c_str(), files.navigation.string().c_str(),
-      files.corrections.string().c_str(), o.sky.systems.c_str(), o.interval, moving ? "kinematic" : "static");
+      files.corrections.string().c_str(), o.sky.systems.c_str(), o.interval, moving ? "dynamic" : "static");
   if (!moving) std::printf(" --reference %.4f %.4f %.4f", site[0], site[1], site[2]);
   std::printf("\n");
 }

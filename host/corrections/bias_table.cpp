@@ -123,8 +123,8 @@ std::vector<SatBiases> phaseBiasesOf(const std::map<SatName, WideLaneBias>& wide
                f2 = carrierFrequency(sat[0], wideLane.secondBand);
     if (!f1 || !f2 || *f1 == *f2) continue;
     const double length = kLightSpeed / (*f1 - *f2);
-    const auto name = [&](char band) {
-      return std::string{band, band == '1' ? 'C' : sat[0] == 'G' && band == '2' ? 'W' : 'Q'};
+    const auto name = [system = sat[0]](char band) {
+      return std::string{band, band == '1' ? 'C' : system == 'G' && band == '2' ? 'W' : 'Q'};
     };
     SatBiases out;
     out.sat = sat;

@@ -212,8 +212,9 @@ void SsrTextSource::fillOrbitClock(CorrectionBatch& batch) const {
   for (const auto& [sat, clock] : m_clocks) {
     const auto orbits = m_orbits.find(sat);
     if (orbits == m_orbits.end() || batch.tag - clock.epoch > m_options.longestClock_s) continue;
-    const auto orbit = std::find_if(orbits->second.begin(), orbits->second.end(),
-                                    [&](const Orbit& o) { return o.correction.iod == clock.correction.iod; });
+    const auto orbit =
+        std::find_if(orbits->second.begin(), orbits->second.end(),
+                     [issue = clock.correction.iod](const Orbit& o) { return o.correction.iod == issue; });
     if (orbit == orbits->second.end() || batch.tag - orbit->epoch > m_options.longestOrbit_s) continue;
 
     OrbitClockCorrection c;

@@ -1,6 +1,6 @@
 #pragma once
 /// \file ssr_writer.h
-/// Correction streams as text, in the block layout of common caster clients (docs/file_formats.md).
+/// Correction streams as text, in the block layout of common caster clients.
 ///
 /// A block is a header line "> ORBIT 2026 11 21 00 00 00.0 5 86 SIM" (kind, GPS time, update-interval
 /// indicator of RTCM SSR, number of lines, source) and one line a satellite:

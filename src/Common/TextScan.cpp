@@ -1,9 +1,11 @@
 #include "Common/TextScan.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <fstream>
 #include <system_error>
+#include <type_traits>
 
 namespace tarvio {
 

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <stdexcept>
 
 #include "Common/ComString.h"
 #include "Common/ComTime.h"

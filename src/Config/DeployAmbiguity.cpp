@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
+#include <stdexcept>
 #include <utility>
 
 #include "Common/ComFreq.h"

@@ -2,7 +2,7 @@
 /// Frequency lists of the configuration, "GPS:L1_L2 GAL:E1_E5a", into slots per system. A slot means
 /// the same in m_freqUsed and m_freqObs, highest carrier frequency first.
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <utility>
 

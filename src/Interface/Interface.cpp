@@ -69,6 +69,11 @@ double s_range(double value, int& refused) {
   return 0.0;
 }
 
+/// Code and phase values of a slot that are not absent.
+int s_valuesOf(const GNX_IO::obs_entry_t& entry, int slot) {
+  return entry.code[slot] == 0 ? 0 : (entry.L[slot] != 0.0 ? 1 : 0) + (entry.P[slot] != 0.0 ? 1 : 0);
+}
+
 /// One signal into the rows of a satellite; the last of a band counts.
 void s_setSignal(const GNX_IO::obs_entry_t& entry, int slot, const SignalTable& signals, int isat,
                  Rnxobs& rnx, int& refused) {
@@ -97,6 +102,35 @@ void s_setObservations(const GNX_IO::obs_t& obs, const Controller& controller, R
   }
   if (refused > 0) {
     Logtrace::m_logStatInfo("%d observations are not finite or out of range, taken as absent\n", refused);
+  }
+}
+
+/// Puts to the account what does not get into the record.
+void s_accountBoundary(const GNX_IO::obs_t& obs, const SignalTable& signals, const Rnxobs& rnx,
+                       ObservationAccount& account) {
+  int given[kMaxSat][kFreq] = {};
+  for (int k = 0; k < obs.n; ++k) {
+    const GNX_IO::obs_entry_t& entry = obs.data[k];
+    const int isat = signals.m_row[entry.sat];
+    const char letter = SatelliteId(entry.sat).m_text[0];
+    for (int slot = 0; slot < GNX_IO::kSignalSlots; ++slot) {
+      const int values = s_valuesOf(entry, slot);
+      if (values == 0) continue;
+      const int isys = isat < 0 ? -1 : signals.m_sys[isat];
+      const int j = isys < 0 ? -1 : signals.m_slot[isys][entry.code[slot]];
+      if (isys < 0) {
+        account.m_refuse(letter, Fate::notConfigured, values);
+      } else if (j < 0) {
+        account.m_refuse(letter, Fate::noSlot, values);
+      } else {
+        account.m_refuse(letter, Fate::replaced, given[isat][j]);
+        given[isat][j] = values;
+        for (int place = j; place < kObs; place += kFreq)
+          if (rnx.m_obs[isat][place] != 0.0) --given[isat][j];
+        account.m_refuse(letter, Fate::impossible, std::max(given[isat][j], 0));
+        given[isat][j] = values - std::max(given[isat][j], 0);
+      }
+    }
   }
 }
 

@@ -13,7 +13,6 @@
 #include <json/json.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
-
-#include "Common/ComTime.h"
 #include "support/deployment.h"
 
 namespace {

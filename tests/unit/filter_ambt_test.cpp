@@ -8,6 +8,7 @@
 
 #include "Common/CMat.h"
 #include "support/dense_lsq.h"
+#include "support/exit_message.h"
 #include "support/filter_world.h"
 
 namespace {
@@ -181,6 +182,15 @@ TEST_F(FilterAmbt, InterruptedArcLivesForFifteenMinutes) {
   EXPECT_EQ(filter->nc, 24);
   EXPECT_EQ(filter->ni, 12);
   m_expectNumbered();
+}
+
+TEST_F(FilterAmbt, FullArrayEndsTheProcessWithItsSize) {
+  m_build();
+  world.visible[0] = false;
+  m_epoch(0.0);
+  filter->ntmx = filter->imtx + 3;  // one column for the right-hand side, two ambiguities, no ionosphere
+  world.visible[0] = true;
+  EXPECT_EXIT_MESSAGE(m_begin(30.0), "imtx is bigger than ntmx");
 }
 
 TEST_F(FilterAmbt, SlotWithoutARecordStartsOneEvenWhenNoFlagAsks) {

@@ -189,6 +189,34 @@ TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUp) {
   m_end();
 }
 
+TEST_F(FilterCombination, NumbersThatAreNotFiniteStayOutOfTheArray) {
+  m_build();
+  m_epoch(0.0);
+  world.fault[4][5] = std::nan("");
+  m_epoch(30.0);
+  EXPECT_EQ(filter->m_solstat, 2);
+  EXPECT_EQ(station().m_sat[4].m_xx[0], 0.0);
+  for (const auto& record : filter->m_pamt) EXPECT_TRUE(std::isfinite(record.xest)) << record.pname;
+}
+
+TEST_F(FilterCombination, RowsBeyondTheStorageAreLeftOut) {
+  m_build();
+  m_epoch(0.0);
+  filter->nhk = 45;
+  m_begin(30.0);
+  EXPECT_EQ(filter->nobs, 45);
+  filter->v_onFilterEstimate();
+  EXPECT_EQ(filter->m_solstat, 2);
+  m_end();
+}
+
+TEST_F(FilterCombination, ResetBeforeTheFirstEpochDoesNothing) {
+  m_build();
+  filter->v_srif_reset();
+  EXPECT_EQ(filter->imtx, 0);
+  EXPECT_EQ(filter->v_isInit(), 0);
+}
+
 TEST_F(FilterCombination, SizesFollowTheSky) {
   m_build();
   m_epoch(0.0);

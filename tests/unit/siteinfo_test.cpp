@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include "support/deployment.h"
 
 namespace {

@@ -1,6 +1,8 @@
 #pragma once
 /// \file Pflambda.h
-/// Critical values of the ratio test at a fixed failure rate.
+/// Integer least squares and its acceptance at a fixed failure rate
+/// (Verhagen & Teunissen 2013, The ratio test for future GNSS ambiguity resolution, GPS Solut. 17).
+/// Matrices are n x n, column-major, compact. Covariances in cycles^2.
 
 #include <string>
 #include <vector>
@@ -28,5 +30,22 @@ class RatioTable {
  private:
   std::vector<double> m_values;
 };
+
+/// Best and second best integer vector of floats x.
+/// \param Q  covariance, untouched \param x  in floats, out the best integers; untouched on failure
+/// \param xsecond  out, may be null \param s  out [2], squared norms, the smaller first
+/// \returns 0 on success
+int ambslv_(int n, const double* Q, double* x, double* xsecond, double* s);
+int ambslv(int n, const double* Q, double* x, double* s);
+
+/// Q = L^T diag(D) L with L unit lower triangular. \returns 1 (and a line on standard error) when Q is
+/// not positive definite
+int LD(int n, const double* Q, double* L, double* D);
+
+/// Failure rate of integer bootstrapping after decorrelation, and the threshold that belongs to it.
+/// \param Q  covariance, scaled by sigma^2 in place \param pfmin  rate below which everything is
+/// accepted \param mode  not used \param mu  out, 1/threshold, 0 when there is none
+void s_pf_lookup_u(const RatioTable& table, double* Q, int n, double sigma, double pfmin, int mode,
+                   double* mu, double* pf);
 
 }  // namespace tarvio

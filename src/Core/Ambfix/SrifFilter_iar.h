@@ -1,18 +1,31 @@
 #pragma once
 /// \file SrifFilter_iar.h
 /// The filter that the controller builds: the float filter and, behind it, integer fixing.
+///
+/// Fixes last for one epoch. The triangle is put back after the levels, so that a wrong integer
+/// never reaches the float filter; the estimates of the last level stay and are what is reported.
 
+#include <memory>
+
+#include "Core/Ambfix/SrifAmbfix_if.h"
+#include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
 
 namespace tarvio {
 
-class SrifFilter_iar : public SrifFilter {
+class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfix_raw {
  public:
   using SrifFilter::SrifFilter;
   void v_onFilterEstimate() override;
+  /// Levels "ewl", "wl", "n1" of observations on separate frequencies.
+  void v_resolve_raw() override;
+  /// Levels "wl", "n1" of ionosphere-free observations.
+  void v_resolve_if() override;
 
  private:
-  bool m_resolutionReported = false;
+  std::unique_ptr<Updc> m_product(const Upd_ambconfig& cfg) const;
+
+  std::vector<double> m_snapshot;  ///< the triangle of the float solution, kept between epochs
 };
 
 }  // namespace tarvio

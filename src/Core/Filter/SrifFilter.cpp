@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "Common/ComTime.h"
-#include "Common/Logtrace.h"
+#include "Core/Ambfix/HMWfilter.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Model/GnssModelItrs.h"
 
@@ -22,6 +22,7 @@ SrifFilter::SrifFilter(const std::vector<Station>& stations, double intv)
   m_afifccf = m_get_AFIF_ccf();
   tstart = s_wallClock();
   m_prosys = s_config().m_syslist;
+  m_createWidelaneFilters();
   if (s_has(s_config().m_obscomb, "AFIF")) {
     const std::size_t rows = m_stations.size() * kMaxSat;
     m_ewlint = new int[rows]{};
@@ -134,7 +135,10 @@ void SrifFilter::v_onFinish() {
 
   for (const std::vector<int>& reset : m_ambreset) {
     const int ista = reset[0], isat = reset[1], ifreq = reset[2];
-    if (config.m_diaReset) m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[ifreq] = 6;
+    if (config.m_diaReset) {
+      m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[ifreq] = 6;
+      m_restartWidelanes(ista, isat, ifreq);
+    }
     if (m_ewlint) m_ewlint[ista * kMaxSat + isat] = 0;
   }
   m_ambreset.clear();

@@ -18,6 +18,7 @@
 #include <ctime>
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -166,7 +167,7 @@ class SrifFilter : public QcTurboEdit {
   SrifPamt** m_pmtab = nullptr;  ///< [station][160][5], owns nothing
   std::map<std::string, std::map<std::string, std::map<std::string, double>>> m_fixmap;
   std::map<std::string, std::map<std::string, double>> m_ambhold;
-  std::map<std::string, std::map<std::string, HMWfilter*>> m_hmw;
+  std::map<std::string, std::map<std::string, std::unique_ptr<HMWfilter>>> m_hmw;  ///< tag, station
   std::vector<std::vector<int>> m_ambreset;  ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
@@ -220,6 +221,11 @@ class SrifFilter : public QcTurboEdit {
   int m_formSf(int ista, int isat, double* wgt, int row);
   void m_transferSlips(int ista, int isat);
 
+  // smoothed wide-lanes
+  void m_createWidelaneFilters();
+  void m_smoothWidelanes();
+  void m_restartWidelanes(int ista, int isat, int ifreq);
+
   // ionosphere and ambiguity columns
   void m_requestRestarts();
   void m_addIonosphere();
@@ -268,7 +274,6 @@ class SrifFilter : public QcTurboEdit {
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
   std::vector<unsigned char> m_arrived;  ///< [station][160][4]: a signal or a reason came in
-  bool m_smoothedReported = false;
   bool m_rowsReported = false;
 };
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 #include "Common/CMat.h"
@@ -252,7 +253,7 @@ void SrifFilter::m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& colu
   for (int i = 0; i < n; ++i) place[at(i)] = i;
 
   // Deleted columns to the front: after triangularisation they are alone in the first k rows, and
-  // what remains below is the marginal information of the others (Bierman 1977, ch. VI).
+  // what remains below is the marginal information of the others (Bierman 1977).
   for (int i = 0, j = 0; i < k; ++i) {
     if (flags[at(i)] == 1) continue;
     for (j = std::max(j, i + 1); j < n && flags[at(j)] != 1;) ++j;

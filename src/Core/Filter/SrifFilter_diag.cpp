@@ -20,13 +20,12 @@
 /// slant    ionospheric delay on the first slot; sigma: formal sigma, 0 unless "-gensig" is set
 /// initial, estimate   ambiguity in cycles (metres when the wavelength is 1)
 /// state    how the arc began: 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 outlier treatment
-/// rows     observations of this epoch that used the parameter
+/// rows     observations that used the parameter, of this epoch (ION) or of the arc (AMB)
 /// verdict  "used", or why not: partner (too few signals), epoch (too few satellites), ifpb (no
 ///          third-frequency bias), range (code residual), codes (codes disagree), nobias (no code bias),
 ///          noorbit (no orbit, clock or attitude), lowelev, system (not processed), unused (frequency
 ///          is observed, not used), norow (left out by the combination or for lack of room)
 
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 

@@ -1,9 +1,8 @@
-/// Triple-frequency support: the inter-frequency bias of the third GPS frequency (Pan et al. 2017), and
+/// Triple-frequency support: the inter-frequency bias of the third GPS frequency, and
 /// one consistent set of extra-wide-lane integers per system across epochs and reference satellites.
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "Common/Com.h"
 #include "Common/Logtrace.h"

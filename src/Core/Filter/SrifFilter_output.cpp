@@ -105,14 +105,16 @@ void SrifFilter::m_get_dop() {
     }
     if (count == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) continue;
 
-    sta.m_gdop = std::sqrt(q[0] + q[5] + q[10] + q[15]);
-    sta.m_pdop = std::sqrt(q[0] + q[5] + q[10]);
+    // A geometry that is nearly singular may leave negative numbers on the diagonal.
+    const auto root = [](double v) { return std::sqrt(std::max(v, 0.0)); };
+    sta.m_gdop = root(q[0] + q[5] + q[10] + q[15]);
+    sta.m_pdop = root(q[0] + q[5] + q[10]);
     // Read by columns, m_rot is the rotation from the terrestrial to the local frame.
     double half[9], local[9];
     CMat::CMat_Matmul("NN", 3, 3, 3, 1.0, sta.m_rot[0], 3, q, 4, 0.0, half, 3);
     CMat::CMat_Matmul("NT", 3, 3, 3, 1.0, half, 3, sta.m_rot[0], 3, 0.0, local, 3);
-    sta.m_hdop = std::sqrt(local[0] + local[4]);
-    sta.m_vdop = std::sqrt(local[8]);
+    sta.m_hdop = root(local[0] + local[4]);
+    sta.m_vdop = root(local[8]);
   }
 }
 

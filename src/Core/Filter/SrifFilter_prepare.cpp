@@ -45,6 +45,29 @@ bool s_hasPhaseModel(const Ssat_t& sat, int nused) {
   return std::any_of(sat.m_xx, sat.m_xx + std::min(nused, kFreq), [](double v) { return v != 0.0; });
 }
 
+bool s_isFinite(const Ssat_t& sat) {
+  const auto finite = [](double v) { return std::isfinite(v); };
+  return std::all_of(sat.m_xx, sat.m_xx + kObs, finite) && std::all_of(sat.m_wgt, sat.m_wgt + kObs, finite) &&
+         std::all_of(sat.m_los, sat.m_los + 3, finite) && finite(sat.m_mapwet) && finite(sat.m_elev);
+}
+
+/// Removes the rows and residuals of all other satellites.
+void s_keepSatellites(Station& sta, const bool* present) {
+  int kept = 0;
+  for (int row = 0; row < sta.m_nobs; ++row) {
+    const int isat = sta.m_idxList[4 * row];
+    if (!present[isat]) {
+      std::fill_n(sta.m_sat[isat].m_xx, kObs, 0.0);
+      continue;
+    }
+    sta.m_omcList[kept] = sta.m_omcList[row];
+    sta.m_wgtList[kept] = sta.m_wgtList[row];
+    std::copy_n(sta.m_idxList + 4 * row, 4, sta.m_idxList + 4 * kept);
+    ++kept;
+  }
+  sta.m_nobs = kept;
+}
+
 }  // namespace
 
 void SrifFilter::v_setobs(std::map<std::string, Rnxobs*> obs) {
@@ -97,36 +120,30 @@ void SrifFilter::m_positionAndModel(int ista) {
   if (sta.m_model && s_isPosition(sta.m_x)) sta.m_model->gnssModel(true);
 }
 
-/// The row storage is sized for so many satellites in view; beyond, the lowest go.
+/// Leaves out satellites that the array must not take: numbers that are not finite would stay in it for
+/// ever, and the row storage is sized for so many satellites in view; beyond, the lowest go.
 void SrifFilter::m_limitSatellites(Station& sta) {
   if (!infs || sta.m_nobs < 1) return;
-  const int nsat = s_config().m_nsat;
   bool present[kMaxSat] = {};
   for (int row = 0; row < sta.m_nobs; ++row) present[sta.m_idxList[4 * row]] = true;
   std::vector<int> seen;
-  for (int isat = 0; isat < nsat; ++isat)
+  int dropped = 0;
+  for (int isat = 0; isat < s_config().m_nsat; ++isat) {
+    if (!present[isat]) continue;
+    present[isat] = s_isFinite(sta.m_sat[isat]);
     if (present[isat]) seen.push_back(isat);
+    else ++dropped;
+  }
   const auto limit = static_cast<std::size_t>(std::max(m_maxSatEpoch, 0));
-  if (seen.size() <= limit) return;
-
-  std::stable_sort(seen.begin(), seen.end(),
-                   [&](int a, int b) { return sta.m_sat[a].m_elev > sta.m_sat[b].m_elev; });
-  for (std::size_t i = limit; i < seen.size(); ++i) {
-    present[seen[i]] = false;
-    std::fill_n(sta.m_sat[seen[i]].m_xx, kObs, 0.0);
+  if (seen.size() > limit) {
+    std::stable_sort(seen.begin(), seen.end(),
+                     [&](int a, int b) { return sta.m_sat[a].m_elev > sta.m_sat[b].m_elev; });
+    for (std::size_t i = limit; i < seen.size(); ++i, ++dropped) present[seen[i]] = false;
   }
-  int kept = 0;
-  for (int row = 0; row < sta.m_nobs; ++row) {
-    if (!present[sta.m_idxList[4 * row]]) continue;
-    sta.m_omcList[kept] = sta.m_omcList[row];
-    sta.m_wgtList[kept] = sta.m_wgtList[row];
-    std::copy_n(sta.m_idxList + 4 * row, 4, sta.m_idxList + 4 * kept);
-    ++kept;
-  }
-  sta.m_nobs = kept;
-  Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, %d satellites in view, the lowest %d are left out\n", mjd,
-                          sod, sta.m_name.c_str(), static_cast<int>(seen.size()),
-                          static_cast<int>(seen.size() - limit));
+  if (dropped == 0) return;
+  s_keepSatellites(sta, present);
+  Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, %d satellites are left out of the epoch\n", mjd, sod,
+                          sta.m_name.c_str(), dropped);
 }
 
 void SrifFilter::m_checkUseful(Station& sta) {
@@ -170,12 +187,7 @@ void SrifFilter::v_onPrepare() {
     }
   }
 
-  for (const Upd_ambconfig* layer : {&config.m_ambconfig[0], &config.m_ambconfig[1]}) {
-    if (!layer->m_resolution || !s_has(layer->m_ambType, "mw") || m_smoothedReported) continue;
-    m_smoothedReported = true;
-    Logtrace::m_logStatInfo("layer %s: the smoothed wide-lane filter is not available in this build\n",
-                            layer->m_tag.c_str());
-  }
+  m_smoothWidelanes();
   tlast = mjd + sod / kDay;
 }
 

@@ -1,7 +1,7 @@
 /// Time update and solution of the array.
 ///
 /// New values x' = phi x + w are appended as rows to the old information of the first npi columns and
-/// the old values eliminated by orthogonal transformations (Bierman 1977, ch. V). Ambiguity columns have
+/// the old values eliminated by orthogonal transformations (Bierman 1977, ch. VI). Ambiguity columns have
 /// no noise: their triangle is never touched.
 
 #include <algorithm>

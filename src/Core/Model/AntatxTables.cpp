@@ -3,6 +3,7 @@
 /// information by date ("satnav"), a file of fixed columns.
 
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>

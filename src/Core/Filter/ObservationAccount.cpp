@@ -1,0 +1,85 @@
+#include "Core/Filter/ObservationAccount.h"
+
+#include <cstring>
+#include <numeric>
+
+#include "Interface/Controller.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr const char* kNames[] = {"absent",  "open",    "used",    "notconfigured", "noslot", "impossible",
+                                  "replaced", "partner", "codes",   "nobias",       "nophasebias", "notick",
+                                  "system",  "ifpb",    "unused",  "nocorrection",  "noorbit", "noclock",
+                                  "nomessage", "noissue", "noposition", "lowelev",  "range",  "noroom",
+                                  "epoch",   "norow"};
+static_assert(std::size(kNames) == ObservationAccount::kFates);
+
+int s_systemOf(char letter) {
+  const char* found = letter == '\0' ? nullptr : std::strchr(ObservationAccount::kLetters, letter);
+  return found ? static_cast<int>(found - ObservationAccount::kLetters) : ObservationAccount::kSystems - 1;
+}
+
+/// Why a signal went before it reached the filter.
+Fate s_byFlag(int flag, Fate otherwise) {
+  if (flag == kFlagCodes) return Fate::codes;
+  return flag == kFlagNoBias ? Fate::noBias : otherwise;
+}
+
+}  // namespace
+
+const char* s_fateName(Fate fate) { return kNames[static_cast<std::size_t>(fate)]; }
+
+void ObservationAccount::m_begin(bool wanted) {
+  m_on = wanted;
+  m_source = nullptr;
+  if (m_on) std::memset(m_fates, 0, sizeof m_fates);
+}
+
+void ObservationAccount::m_refuse(char letter, Fate fate, int n) {
+  if (m_on) m_totals[s_systemOf(letter)][static_cast<int>(fate)] += n;
+}
+
+void ObservationAccount::m_arrive(const Rnxobs& obs, bool flagged) {
+  if (!m_on) return;
+  m_source = &obs;
+  for (int isat = 0; isat < kMaxSat; ++isat)
+    for (int place = 0; place < kObs; ++place) {
+      const int flag = obs.m_flag[isat][place % kFreq];
+      if (obs.m_obs[isat][place] != 0.0) m_fates[isat][place] = Fate::open;
+      else if (flagged && flag != 0) m_fates[isat][place] = s_byFlag(flag, Fate::partner);
+    }
+}
+
+void ObservationAccount::m_settleScreened(const Rnxobs& obs) {
+  m_settle([&](int isat, int place) {
+    if (obs.m_obs[isat][place] != 0.0) return Fate::open;
+    return s_byFlag(obs.m_flag[isat][place % kFreq], Fate::partner);
+  });
+}
+
+void ObservationAccount::m_settleBiased(const Rnxobs& obs) {
+  m_settle([&](int isat, int place) {
+    if (obs.m_obs[isat][place] != 0.0) return Fate::open;
+    return s_byFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
+  });
+}
+
+void ObservationAccount::m_close() {
+  if (!m_on) return;
+  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  for (int isat = 0; isat < deploy.m_nsat; ++isat) {
+    long* totals = m_totals[s_systemOf(deploy.m_cprn[isat].empty() ? '\0' : deploy.m_cprn[isat][0])];
+    for (const Fate fate : m_fates[isat])
+      if (fate != Fate::absent) ++totals[static_cast<int>(fate)];
+  }
+  m_on = false;
+  m_source = nullptr;
+}
+
+long ObservationAccount::m_in(int system) const {
+  return std::accumulate(m_totals[system], m_totals[system] + kFates, 0L);
+}
+
+}  // namespace tarvio

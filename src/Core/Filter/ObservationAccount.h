@@ -1,0 +1,96 @@
+#pragma once
+/// \file ObservationAccount.h
+/// What became of every code and phase value that came in: the fates of an epoch and their running
+/// totals by system.
+///
+/// Every value has exactly one fate, so that for each system
+///
+///   in = used + sum over the reasons
+///
+/// holds by construction. A value is `open` from its arrival until a step takes it out; what a step has
+/// taken out is settled right behind that step, when the cause is still known. Nothing is done, and no
+/// table is touched, in an epoch that was not opened.
+
+#include "Common/Constants.h"
+#include "Interface/Rnxobs.h"
+
+namespace tarvio {
+
+enum class Fate : unsigned char {
+  absent,         ///< no value came in
+  open,           ///< still in
+  used,           ///< in a row of the filter
+  notConfigured,  ///< satellite is not in the satellite table
+  noSlot,         ///< band is not among the observed frequencies
+  impossible,     ///< not finite, or out of range
+  replaced,       ///< a later signal of the same band took the slot
+  partner,        ///< too few signals of the satellite
+  codes,          ///< pseudoranges of the satellite disagree
+  noBias,         ///< no code bias
+  noPhaseBias,    ///< no phase bias
+  noTick,         ///< epoch is none of the interval
+  system,         ///< system is not processed
+  ifpb,           ///< no third-frequency bias
+  unused,         ///< frequency is observed, not used
+  noCorrection,   ///< no correction within reach of the epoch
+  noOrbit,        ///< satellite without orbit correction or attitude
+  noClock,        ///< satellite without clock correction
+  noMessage,      ///< no broadcast message of the satellite
+  noIssue,        ///< no broadcast message of the issue that the correction names
+  noPosition,     ///< receiver position unknown
+  lowElevation,   ///< below the mask
+  range,          ///< code residual stands out
+  noRoom,         ///< more satellites than the arrays hold
+  epoch,          ///< too few satellites in the epoch
+  noRow,          ///< left out by the combination
+  count
+};
+
+/// The word for a fate in the diagnostics.
+const char* s_fateName(Fate fate);
+
+class ObservationAccount {
+ public:
+  static constexpr char kLetters[] = "GRECJS?";
+  static constexpr int kSystems = 7;
+  static constexpr int kFates = static_cast<int>(Fate::count);
+
+  /// Opens an epoch, or closes the account for it when it is not wanted.
+  void m_begin(bool wanted);
+  bool m_isOpen() const { return m_on; }
+  /// Whether the open epoch is made of this record.
+  bool m_isOf(const Rnxobs* obs) const { return m_on && m_source == obs; }
+
+  /// `n` values that never reach the record; `letter` is the system's in a satellite name.
+  void m_refuse(char letter, Fate fate, int n);
+  /// The values of the record. With `flagged`, signals that were cleared before count too.
+  void m_arrive(const Rnxobs& obs, bool flagged = false);
+  /// Behind the screening, and behind the biases.
+  void m_settleScreened(const Rnxobs& obs);
+  void m_settleBiased(const Rnxobs& obs);
+
+  /// Asks `judge(isat, place)` about every open value; the answer Fate::open leaves it in.
+  template <typename Judge>
+  void m_settle(Judge judge) {
+    if (!m_on) return;
+    for (int isat = 0; isat < kMaxSat; ++isat)
+      for (int place = 0; place < kObs; ++place)
+        if (Fate& fate = m_fates[isat][place]; fate == Fate::open) fate = judge(isat, place);
+  }
+  /// Adds the epoch to the totals and ends it.
+  void m_close();
+
+  /// Fate of a value of the open epoch; places are those of Rnxobs::m_obs.
+  Fate m_fate(int isat, int place) const { return m_fates[isat][place]; }
+  long m_total(int system, Fate fate) const { return m_totals[system][static_cast<int>(fate)]; }
+  /// Values of a system that came in since the start.
+  long m_in(int system) const;
+
+ private:
+  bool m_on = false;
+  const Rnxobs* m_source = nullptr;
+  Fate m_fates[kMaxSat][kObs] = {};
+  long m_totals[kSystems][kFates] = {};
+};
+
+}  // namespace tarvio
