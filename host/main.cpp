@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   gnx::addInit(app);
   gnx::addReplay(app);
   gnx::addSimulate(app);
+  gnx::addReport(app);
   gnx::addDemo(app);
   gnx::addWorker(app);
   try {

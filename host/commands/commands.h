@@ -11,6 +11,7 @@ void addInit(CLI::App& app);
 void addReplay(CLI::App& app);
 void addSimulate(CLI::App& app);
 void addDemo(CLI::App& app);
+void addReport(CLI::App& app);
 void addWorker(CLI::App& app);   ///< hidden: runs the engine inside a run directory
 
 }  // namespace gnx

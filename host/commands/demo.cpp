@@ -8,7 +8,7 @@
 #include "commands/commands.h"
 #include "commands/simulated_vehicles.h"
 #include "engine/replay.h"
-#include "report/reference_path.h"
+#include "report/gnuplot.h"
 #include "simulate/simulation.h"
 
 namespace gnx {
@@ -52,8 +52,9 @@ ReplayOptions demoRun(const DemoArguments& a, const SimulationOptions& sky, cons
   o.deploy.run.mode = a.mode;
   o.deploy.run.interval_s = a.interval;
   o.deploy.run.cutoff_deg = o.plan.cutoffDeg;
+  o.report = Gnuplot::installed();
   if (a.mode == "static") o.reference = sky.observer.site;
-  else o.referencePath = readReferencePath(files.truth);
+  else o.plan.referenceFile = files.truth.string();
   return o;
 }
 

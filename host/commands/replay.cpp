@@ -95,11 +95,16 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")->expected(3);
   cmd.add_option("--antenna", plan.antenna, "antenna type, 20 characters with radome; without: the header's");
   cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")->expected(3);
+  cmd.add_flag("!--no-patterns", plan.patterns, "do not take antenna patterns off the observations");
   cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
   cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
   cmd.add_option("--diagnostics", plan.diagnostics, "output options of the engine, e.g. \"-outres -outobsstat\"");
+  cmd.add_option("--details", plan.details, "seconds between epochs with residuals for the report; 0: none")
+      ->check(CLI::Range(0.0, 86400.0))
+      ->capture_default_str();
+  cmd.add_flag("--report", a.options.report, "write report.html at once, with residuals every 30 s");
   cmd.add_flag("--nmea", a.options.nmea, "also write NMEA sentences");
   cmd.add_flag("--quiet", a.options.quiet, "no progress, no summary");
 }

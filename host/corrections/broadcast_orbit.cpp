@@ -25,7 +25,7 @@ SystemConstants constantsOf(char system) {
     case 'E':
       return {3.986004418e14, 7.2921151467e-5};
     case 'J':
-      return {3.986005e14, 7.292115e-5};
+      return {3.986005e14, 7.2921151467e-5};
     default:
       return {3.986004415e14, 7.2921151467e-5};
   }

@@ -6,7 +6,8 @@
 /// computed here and what the engine computes cancel to rounding (1e-6 m), constants and conventions of the
 /// engine included. References: IS-GPS-200, 20.3.3.4.3; BDS-SIS-ICD B1I, 5.2.4.12 (geostationary).
 ///
-/// Differences to those documents, all of them the engine's: QZSS turns with 7.292115e-5 rad/s; the
+/// Differences to those documents, all of them the engine's (QZSS messages are handed over so that its
+/// own Earth rate for them does no harm, see boundary_feed.cpp): the
 /// rate of inclination has cic on the cosine and cis on the sine; the periodic relativistic clock
 /// term is left to the model of the observations.
 

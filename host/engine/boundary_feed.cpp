@@ -9,6 +9,11 @@ namespace gnx {
 
 namespace {
 
+/// The engine turns QZSS orbits with 7.292115e-5 rad/s, IS-QZSS-PNT with 7.2921151467e-5: 17 to 37 m along
+/// the orbit late in a week. With this difference in the rate of the node and in the node itself the
+/// engine's evaluation of a message is that of the document.
+constexpr double kQzssRateExcess = 7.292115e-5 - 7.2921151467e-5;
+
 /// The engine takes exactly 0 as "no code bias" and drops the satellite; a reference signal, whose
 /// bias is 0 by definition, gets this instead. It survives the boundary's 32-bit float.
 constexpr double kReferenceBias_m = 1e-9;
@@ -90,6 +95,10 @@ void ProductFeed::feed(const BroadcastEph& eph) {
   e.cus = eph.cus;
   e.cic = eph.cic;
   e.cis = eph.cis;
+  if (eph.sat[0] == 'J') {
+    e.OMGd += kQzssRateExcess;
+    e.OMG0 += kQzssRateExcess * secondsOfWeek(eph.toe, nullptr);
+  }
   std::copy(eph.af.begin(), eph.af.end(), e.af);
   std::copy(std::begin(eph.tgd), std::end(eph.tgd), e.tgd);
   GNX_IO::nav_t nav{};
@@ -220,7 +229,6 @@ ObservationFeed::ObservationFeed(const BoundaryNumbers& numbers, const SignalPla
 bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const {
   entry = {};
   entry.sat = static_cast<std::uint8_t>(numbers_.satellite(sat.sat));
-  if (entry.sat == 0 || excluded_.contains(sat.sat)) return false;
   const auto find = [&](const std::string& signal) -> const SignalObs* {
     const auto found = std::find_if(sat.signals.begin(), sat.signals.end(),
                                     [&](const SignalObs& s) { return signal == s.code.data(); });
@@ -244,11 +252,25 @@ bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) con
   return slot > 0;
 }
 
+void ObservationFeed::count(const SatObs& sat, bool handedOver, const GNX_IO::obs_entry_t& entry) {
+  SystemAccount& counts = account_[sat.sat[0]];
+  long given = 0, planned = 0;
+  for (const SignalObs& s : sat.signals) given += (s.phase != 0.0 ? 1 : 0) + (s.range != 0.0 ? 1 : 0);
+  for (int slot = 0; slot < GNX_IO::kSignalSlots; ++slot)
+    planned += (entry.L[slot] != 0.0 ? 1 : 0) + (entry.P[slot] != 0.0 ? 1 : 0);
+  counts.in += planned;
+  counts.unplanned += given - planned;
+  if (!handedOver && planned > 0) counts.reasons[entry.sat == 0 ? "unknown" : "excluded"] += planned;
+}
+
 double ObservationFeed::feed(const ObsEpoch& epoch) {
   entries_.clear();
   for (const SatObs& sat : epoch.sats) {
     GNX_IO::obs_entry_t entry;
-    if (convert(sat, entry)) entries_.push_back(entry);
+    const bool planned = convert(sat, entry);
+    const bool handedOver = planned && entry.sat != 0 && !excluded_.contains(sat.sat);
+    if (handedOver) entries_.push_back(entry);
+    count(sat, handedOver, entry);
   }
   GNX_IO::obs_t obs{static_cast<std::int32_t>(entries_.size()), entries_.data()};
   const auto start = std::chrono::steady_clock::now();

@@ -12,6 +12,7 @@
 #include "corrections/correction_source.h"
 #include "engine/signal_plan.h"
 #include "formats/records.h"
+#include "report/account.h"
 
 namespace gnx {
 
@@ -61,16 +62,20 @@ class ObservationFeed {
   ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded);
   /// Processes one epoch in the engine. \return seconds that the call took
   double feed(const ObsEpoch& epoch);
+  /// What came in so far and what was left out on this side of the boundary.
+  const RunAccount& account() const { return account_; }
   /// Satellites handed over in the last epoch.
   int satellites() const { return static_cast<int>(entries_.size()); }
 
  private:
   bool convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const;
+  void count(const SatObs& sat, bool handedOver, const GNX_IO::obs_entry_t& entry);
 
   const BoundaryNumbers& numbers_;
   const SignalPlan& plan_;
   std::set<SatName> excluded_;
   std::vector<GNX_IO::obs_entry_t> entries_;
+  RunAccount account_;
 };
 
 }  // namespace gnx

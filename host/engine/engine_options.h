@@ -6,8 +6,8 @@
 
 namespace gnx {
 
-/// Sets the engine's output options ("-outres", "-oution", "-outztd", "-outambstat", "-outobsstat",
-/// "-outflag", "-gensig") after GNX_initialize. The fixed argument vector of the engine holds none.
+/// Sets the engine's output options ("-outres", "-oution", "-outztd", "-outclk", "-outfix", "-outambstat",
+/// "-outobsstat", "-outflag", "-outaccount", "-gensig") after GNX_initialize, also between epochs. The fixed argument vector of the engine holds none.
 void setEngineOptions(const std::string& options);
 
 }  // namespace gnx

@@ -12,7 +12,10 @@
 
 #include "engine/child_process.h"
 #include "formats/input_error.h"
+#include "formats/fields.h"
 #include "formats/rinex_obs.h"
+#include "report/reference_path.h"
+#include "report/report.h"
 #include "report/solution_files.h"
 
 namespace gnx {
@@ -20,6 +23,8 @@ namespace gnx {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
 /// One epoch as the worker saw it.
 struct EpochRecord {
@@ -136,6 +141,7 @@ class Collector {
     }
   }
   void record(std::string_view line) {
+    if (readHostAccountLine(line, account)) return;
     const auto r = parseRecord(line);
     if (!r) return;
     ++read;
@@ -154,6 +160,7 @@ class Collector {
   std::vector<SolutionEpoch> epochs;
   std::vector<EpochRecord> records;
   std::vector<std::string> lastLines;
+  RunAccount account;
   std::size_t read = 0;
 
  private:
@@ -174,6 +181,22 @@ void writeResults(const fs::path& dir, const ReplayOptions& options, const std::
     csv.write(e);
     if (nmea) nmea->write(e);
   }
+}
+
+/// The ratio of the integer search is in the engine's solution file alone: its last number but the
+/// partner's name. Both lists have one entry a solution.
+void joinRatios(const fs::path& file, std::vector<SolutionEpoch>& epochs) {
+  std::ifstream in(file);
+  std::vector<double> ratios;
+  std::vector<std::string_view> words;
+  for (std::string line; std::getline(in, line);) {
+    words.clear();
+    split(line, words);
+    const auto ratio = words.size() < 2 ? std::nullopt : parseReal(words[words.size() - 2]);
+    ratios.push_back(ratio.value_or(0.0));
+  }
+  if (ratios.size() != epochs.size()) return;
+  for (std::size_t i = 0; i < epochs.size(); ++i) epochs[i].ratio = ratios[i];
 }
 
 std::string ownProgram() { return fs::read_symlink("/proc/self/exe").string(); }
@@ -213,6 +236,10 @@ ReplayResult runReplay(const ReplayOptions& given) {
     borrowDeployment(options.deployment, dir);
   }
   plan.bands = deployedBands(dir);
+  if (options.reference) plan.reference = options.reference;
+  if (!plan.referenceFile.empty()) plan.referenceFile = fs::absolute(plan.referenceFile).string();
+  const ReferencePath path = plan.referenceFile.empty() ? ReferencePath{} : readReferencePath(plan.referenceFile);
+  if (options.report) plan.details = kReportDetails_s;
   writeRunPlan(dir / "run.json", plan);
 
   Collector collector(dir, options);
@@ -220,19 +247,28 @@ ReplayResult runReplay(const ReplayOptions& given) {
       options.program.empty() ? ownProgram() : options.program, {"engine-worker"}, dir,
       [&](std::string_view line) { collector.output(line); }, [&](std::string_view line) { collector.record(line); });
   collector.joinTimes();
+  joinRatios(dir / "ppp_pos", collector.epochs);
   writeResults(dir, options, collector.epochs);
 
   ReplayResult result;
   result.epochsRead = collector.read;
-  result.summary = options.referencePath ? summariseRun(collector.epochs, options.referencePath)
-                                         : summariseRun(collector.epochs, options.reference);
+  result.summary = path ? summariseRun(collector.epochs, path) : summariseRun(collector.epochs, plan.reference);
   result.epochs = std::move(collector.epochs);
   std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
+  std::ofstream(dir / "signals.txt") << child.errors;
   checkExit(child, collector.lastLines, dir);
+  addEngineAccount(dir / "diagnostics.log", collector.account);
+  result.account = std::move(collector.account);
+  writeAccount(dir / "account.csv", result.account);
   if (!options.quiet) {
     std::fputs(child.errors.c_str(), stderr);  // what the worker has to say about signals and files
-    std::cout << formatSummary(result.summary) << "epochs read              " << result.epochsRead
-              << "\nresults                  " << options.outDir.string() << std::endl;
+    std::cout << formatSummary(result.summary) << '\n'
+              << formatAccount(result.account) << "\nepochs read         " << result.epochsRead
+              << "\nresults             " << options.outDir.string() << std::endl;
+  }
+  if (options.report) {
+    const fs::path page = writeReport(dir, {});
+    if (!options.quiet) std::cout << "report              " << page.string() << std::endl;
   }
   return result;
 }

@@ -12,6 +12,7 @@
 
 #include "deployment/deployment.h"
 #include "engine/run_plan.h"
+#include "report/account.h"
 #include "report/statistics.h"
 
 namespace gnx {
@@ -21,9 +22,9 @@ struct ReplayOptions {
   std::filesystem::path deployment;              ///< made by 'gnx init'; "" = written from `deploy`
   DeploymentOptions deploy;                      ///< used when `deployment` is empty
   RunPlan plan;                                  ///< files and choices
-  std::optional<std::array<double, 3>> reference;  ///< marker, m
-  ReferencePath referencePath;                   ///< moving receiver; goes before `reference`
+  std::optional<std::array<double, 3>> reference;  ///< marker, m; a referenceFile of `plan` goes before it
   std::string program;                           ///< the executable, "" = this one
+  bool report = false;                           ///< write report.html at once
   bool nmea = false;                             ///< also write NMEA sentences
   bool quiet = false;                            ///< no progress, no summary on standard output
 };
@@ -31,6 +32,7 @@ struct ReplayOptions {
 struct ReplayResult {
   std::vector<SolutionEpoch> epochs;
   RunSummary summary;
+  RunAccount account;             ///< empty when the run broke off
   std::size_t epochsRead = 0;     ///< epochs of the observation files in the chosen time
 };
 

@@ -93,6 +93,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["wideLaneBiases"] = plan.wideLaneBiases;
   root["mode"] = plan.mode;
   root["interval"] = plan.interval;
+  root["patterns"] = plan.patterns;
   root["cutoff"] = plan.cutoffDeg;
   root["position"] = toJson(plan.position);
   root["headerPosition"] = plan.headerPosition;
@@ -107,6 +108,9 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   if (plan.from) root["from"] = toJson(*plan.from);
   if (plan.to) root["to"] = toJson(*plan.to);
   root["diagnostics"] = plan.diagnostics;
+  root["details"] = plan.details;
+  if (plan.reference) root["reference"] = toJson(*plan.reference);
+  root["referenceFile"] = plan.referenceFile;
 
   Json::StreamWriterBuilder builder;
   builder["precision"] = 17;
@@ -130,6 +134,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();
     plan.mode = root["mode"].asString();
     plan.interval = root["interval"].asDouble();
+    plan.patterns = root.get("patterns", true).asBool();
     plan.cutoffDeg = root["cutoff"].asDouble();
     plan.position = toVector(root["position"]);
     plan.headerPosition = root["headerPosition"].asBool();
@@ -146,6 +151,9 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     if (root.isMember("from")) plan.from = toTime(root["from"]);
     if (root.isMember("to")) plan.to = toTime(root["to"]);
     plan.diagnostics = root["diagnostics"].asString();
+    plan.details = root["details"].asDouble();
+    if (root.isMember("reference")) plan.reference = toVector(root["reference"]);
+    plan.referenceFile = root["referenceFile"].asString();
     return plan;
   } catch (const std::exception& e) {
     throw InputError(file.string(), 0, std::string("is not a run plan: ") + e.what());

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "corrections/sources.h"
+#include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
 #include "engine/child_process.h"
 #include "engine/engine_options.h"
@@ -122,7 +123,48 @@ void initialize(const RunPlan& plan, const ObsHeader& header) {
   const auto& delta = plan.antennaDelta.value_or(fromHeader);
   std::copy(delta.begin(), delta.end(), sta.del);
   GNX_initialize(plan.mode.c_str(), &sta, plan.cutoffDeg, plan.interval);
-  setEngineOptions(plan.diagnostics);
+}
+
+/// The output options of an epoch. The account is kept throughout; residuals and the like are large and
+/// come at a pace that suffices for a report.
+class Diagnostics {
+ public:
+  explicit Diagnostics(const RunPlan& plan)
+      : plan_(plan), always_(plan.diagnostics + " -outaccount"), detailed_(always_ + kDetails) {}
+
+  void apply(const GpsTime& time) {
+    const bool tick = plan_.interval == 1.0 || std::fmod(secondsOfDay(time), plan_.interval) == 0.0;
+    const bool due = plan_.details > 0.0 && tick && (!last_ || time - *last_ > plan_.details - 0.5);
+    if (due) last_ = time;
+    setEngineOptions(due ? detailed_ : always_);
+  }
+
+ private:
+  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix";
+  const RunPlan& plan_;
+  std::string always_, detailed_;
+  std::optional<GpsTime> last_;
+};
+
+void reportAccount(std::FILE* records, const RunAccount& account) {
+  if (records == nullptr) return;
+  for (const auto& [system, counts] : account) std::fprintf(records, "%s\n", hostAccountLine(system, counts).c_str());
+}
+
+/// Patterns of the deployment's antenna file, at the best position known before the run.
+std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const ObsHeader& header,
+                                             const EphemerisTimeline& timeline, const GpsTime& first) {
+  const std::filesystem::path antex = "antenna.atx";
+  if (!plan.patterns || !std::filesystem::exists(antex)) return std::nullopt;
+  const bool known = plan.position[0] * plan.position[1] * plan.position[2] != 0.0;
+  const auto& position = known && !plan.headerPosition ? plan.position : header.position;
+  PatternCorrector corrector(AntennaPatterns(antex, plan.antenna.empty() ? header.antenna : plan.antenna, first),
+                             timeline, position);
+  if (!corrector.active()) {
+    std::cerr << "note: no approximate position, antenna patterns are not taken off; give one with --position\n";
+    return std::nullopt;
+  }
+  return corrector;
 }
 
 std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }
@@ -169,13 +211,18 @@ void runWorker() {
   ObservationFeed feed(numbers, signals, excluded);
   Delivery delivery(timeline, std::move(source), products);
   FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });
+  Diagnostics diagnostics(plan);
+  const auto patterns = makePatterns(plan, header, timeline, first);
   std::FILE* records = fdopen(dup(kRecordDescriptor), "w");
   do {
     setReplayClock(utcOf(epoch.time));
     feeder.deliverUntil(epoch.time);
+    diagnostics.apply(epoch.time);
+    if (patterns) patterns->apply(epoch);
     const double seconds = feed.feed(epoch);
     report(records, epoch, seconds, feed.satellites(), shareDone(plan, first, epoch.time));
   } while (observations.next(epoch));
+  reportAccount(records, feed.account());
   if (records != nullptr) std::fclose(records);
   GNX_finilize();
 }

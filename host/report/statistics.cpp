@@ -19,14 +19,14 @@ constexpr double kHour = 3600.0;
 constexpr double kDay = 24.0 * kHour;
 constexpr int kFixedStatus = 5;
 
-struct PositionError {
+struct TimedError {
   GpsTime time;
   Vector3 enu{};
 };
 
-ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const GpsTime& from) {
+ErrorStatistics describeErrors(const std::vector<TimedError>& errors, const GpsTime& from) {
   std::array<std::vector<double>, 3> series;
-  for (const PositionError& error : errors)
+  for (const TimedError& error : errors)
     if (error.time - from >= 0.0)
       for (std::size_t i = 0; i < 3; ++i) series[i].push_back(error.enu[i]);
   ErrorStatistics s;
@@ -39,7 +39,7 @@ ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const G
 }
 
 /// Seconds from the first error to the first one after which all stay within the limit.
-std::optional<double> convergence(const std::vector<PositionError>& errors, double limit,
+std::optional<double> convergence(const std::vector<TimedError>& errors, double limit,
                                   double (*magnitude)(const Vector3&)) {
   std::size_t start = errors.size();
   while (start > 0 && magnitude(errors[start - 1].enu) <= limit) --start;
@@ -104,7 +104,7 @@ Vector3 meanPosition(const std::vector<SolutionEpoch>& epochs, const GpsTime& fr
 
 void describeAccuracy(const std::vector<SolutionEpoch>& epochs, const ReferencePath& reference,
                       RunSummary& s) {
-  std::vector<PositionError> errors;
+  std::vector<TimedError> errors;
   for (const SolutionEpoch& epoch : epochs) {
     if (!isSolved(epoch)) continue;
     const auto truth = reference(epoch.time);
@@ -205,6 +205,14 @@ RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs,
   describeAccuracy(
       epochs, [&place](const GpsTime&) { return std::optional<Vector3>(place); }, s);
   return s;
+}
+
+Vector3 meanOfTail(const std::vector<SolutionEpoch>& epochs) {
+  if (epochs.empty()) return {};
+  RunSummary s;
+  s.begin = epochs.front().time;
+  s.end = epochs.back().time;
+  return meanPosition(epochs, tailStart(s));
 }
 
 std::string formatSummary(const RunSummary& s) {

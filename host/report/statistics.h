@@ -64,6 +64,9 @@ RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs,
                         const std::optional<std::array<double, 3>>& reference = std::nullopt);
 RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs, const ReferencePath& reference);
 
+/// The place that stands in for a missing reference: the mean position of the last part of the run.
+std::array<double, 3> meanOfTail(const std::vector<SolutionEpoch>& epochs);
+
 /// The summary as aligned text for a terminal, lines ended.
 std::string formatSummary(const RunSummary& summary);
 

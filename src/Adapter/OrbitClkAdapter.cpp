@@ -37,5 +37,6 @@ void OrbitClkAdapter::v_inputSsr(SSRORB*, SSRCLK*) {}
 void OrbitClkAdapter::v_inputSp3(SatPos_T*) {}
 void OrbitClkAdapter::v_inputClk() {}
 void OrbitClkAdapter::v_inputSsr_reply() {}
+ProductGap OrbitClkAdapter::v_gap(const char*, int, double) { return ProductGap::none; }
 
 }  // namespace tarvio

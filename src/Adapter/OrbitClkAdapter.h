@@ -30,6 +30,16 @@ class OrbitAdapter {
   virtual int v_readOrbit(const char* cprn, int mjd, double sod, double* xv, int* iod);
 };
 
+/// What a satellite lacks at an epoch.
+enum class ProductGap {
+  none,
+  correction,  ///< no record of corrections within reach
+  orbit,       ///< the record holds no orbit of the satellite
+  clock,       ///< nor clock
+  message,     ///< no current broadcast message
+  issue,       ///< no broadcast message of the issue of data that the correction names
+};
+
 class OrbitClkAdapter : public ClkAdapter, public OrbitAdapter {
  public:
   ~OrbitClkAdapter() override = default;
@@ -44,6 +54,8 @@ class OrbitClkAdapter : public ClkAdapter, public OrbitAdapter {
   virtual void v_inputSp3(SatPos_T* pos);
   virtual void v_inputClk();
   virtual void v_inputSsr_reply();
+  /// Why a satellite cannot be served, for diagnostics; changes nothing.
+  virtual ProductGap v_gap(const char* cprn, int mjd, double sod);
 
   int m_orbtype = 0, m_clktype = 0;  ///< 1 broadcast, 3 SSR
   int m_outOpen = 0;

@@ -16,6 +16,7 @@ namespace {
 constexpr double kMaxAge_s = 120.0;
 constexpr double kSameTag_s = 0.01;
 constexpr std::size_t kMaxRecords = 120;
+constexpr double kMessageLife_s = 14400.0;  ///< of a broadcast message, for diagnostics
 constexpr double kWeek_s = 604800.0;
 
 double s_distance(int week, double sow, const SsrRecord& record) {
@@ -65,6 +66,22 @@ void s_merge(std::list<SsrRecord>& records, const SSRCLK& clk, int nsat) {
   }
 }
 
+/// The record nearest to an epoch, null when none is within reach. \param age  of the last record looked
+/// at, may be null
+const SsrRecord* s_nearest(const std::list<SsrRecord>& records, int week, double sow, double* age) {
+  const SsrRecord* nearest = nullptr;
+  double best = kMaxAge_s;
+  for (const SsrRecord& record : records) {
+    const double distance = s_distance(week, sow, record);
+    if (age != nullptr) *age = distance;
+    if (distance < best) {
+      best = distance;
+      nearest = &record;
+    }
+  }
+  return nearest;
+}
+
 /// Moves a broadcast state by corrections along its own axes: state = broadcast - (R, A, C) d,
 /// the convention of RTCM SSR (RTCM 10403.3, 3.5.12.6).
 void s_applyOrbit(const double* d, double* xv) {
@@ -112,15 +129,7 @@ bool SsrOrbitClkAdapter::m_acquire(int mjd, double sod) {
   mjd2wksow(mjd, sod, &week, &sow);
   {
     const std::lock_guard<std::mutex> lock(m_ssrMutex);
-    const SsrRecord* nearest = nullptr;
-    double best = kMaxAge_s;
-    for (const SsrRecord& record : m_list) {
-      m_age = s_distance(week, sow, record);
-      if (m_age < best) {
-        best = m_age;
-        nearest = &record;
-      }
-    }
+    const SsrRecord* nearest = s_nearest(m_list, week, sow, &m_age);
     if (nearest == nullptr) return false;
     m_cur = *nearest;
   }
@@ -128,6 +137,38 @@ bool SsrOrbitClkAdapter::m_acquire(int mjd, double sod) {
   Logtrace::m_logtagTrace("DEBUG SSR", "[%d %9.1lf] acquire ssr for clock [%d %9.1lf]\n", week, sow,
                           m_cur.m_wk, m_cur.m_sow);
   return true;
+}
+
+ProductGap SsrOrbitClkAdapter::v_gap(const char* cprn, int mjd, double sod) {
+  int week = 0;
+  double sow = 0.0;
+  mjd2wksow(mjd, sod, &week, &sow);
+  const int isat = s_satRow(cprn);
+  int iod = -1;
+  bool clock = false;
+  {
+    const std::lock_guard<std::mutex> lock(m_ssrMutex);
+    const SsrRecord* nearest = s_nearest(m_list, week, sow, nullptr);
+    if (nearest == nullptr || isat < 0) return ProductGap::correction;
+    iod = nearest->m_iodOrb[isat];
+    clock = nearest->m_iodClk[isat] != -1;
+  }
+  // A source without a message to refer to leaves the satellite out: that comes first.
+  const auto gap = [=](const auto& lists) {
+    const auto messages = lists.find(cprn);
+    bool current = false, issue = false;
+    if (messages != lists.end())
+      for (const auto& message : messages->second) {
+        current = current || std::fabs(timdif(message.m_mjd, message.m_sod, mjd, sod)) < kMessageLife_s;
+        issue = issue || message.m_iode == iod;
+      }
+    if (!current) return ProductGap::message;
+    if (iod == -1) return ProductGap::orbit;
+    if (!clock) return ProductGap::clock;
+    return issue ? ProductGap::none : ProductGap::issue;
+  };
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return cprn[0] == 'R' ? gap(m_glsEph) : gap(m_gnssEph);
 }
 
 int SsrOrbitClkAdapter::v_readOrbit(const char* cprn, int mjd, double sod, double* xv) {

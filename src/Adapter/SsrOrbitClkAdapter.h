@@ -19,6 +19,7 @@ class SsrOrbitClkAdapter : public BrdOrbitClkAdapter {
   int v_readClk(const char* cprn, int mjd, double sod, double* clk, int* iod) override;
   int v_readClkDrift(const char* cprn, int mjd, double sod, double* drift) override;
   void v_inputSsr(SSRORB* orb, SSRCLK* clk) override;
+  ProductGap v_gap(const char* cprn, int mjd, double sod) override;
   void v_openOutFile(std::string epoch, double version) override;
   void v_outFileEph() override;
   void v_closeOutFile() override;

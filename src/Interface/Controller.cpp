@@ -196,6 +196,7 @@ int Controller::v_inputObs(Rnxobs* obs) {
   const double tick = filter.m_intv;
   if (tick != 1.0 && std::fmod(m_deploy.m_curSod, tick) != 0.0) {
     if (filter.v_isInit() && std::fmod(m_deploy.m_curSod, m_deploy.m_intv2) == 0.0) filter.v_onTickInterval();
+    filter.m_closeAccount(Fate::noTick);
     return 0;
   }
   if (filter.v_isInit()) filter.v_onTimeUpdate();

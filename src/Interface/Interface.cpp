@@ -69,20 +69,36 @@ double s_range(double value, int& refused) {
   return 0.0;
 }
 
-/// Code and phase values of a slot that are not absent.
-int s_valuesOf(const GNX_IO::obs_entry_t& entry, int slot) {
-  return entry.code[slot] == 0 ? 0 : (entry.L[slot] != 0.0 ? 1 : 0) + (entry.P[slot] != 0.0 ? 1 : 0);
+/// How many of the values are not absent.
+int s_values(double phase, double range) { return (phase != 0.0 ? 1 : 0) + (range != 0.0 ? 1 : 0); }
+
+/// Code and phase values of one slot of an entry.
+int s_values(const GNX_IO::obs_entry_t& entry, int slot) {
+  return entry.code[slot] == 0 ? 0 : s_values(entry.L[slot], entry.P[slot]);
+}
+
+int s_values(const GNX_IO::obs_entry_t& entry) {
+  int n = 0;
+  for (int slot = 0; slot < GNX_IO::kSignalSlots; ++slot) n += s_values(entry, slot);
+  return n;
 }
 
 /// One signal into the rows of a satellite; the last of a band counts.
 void s_setSignal(const GNX_IO::obs_entry_t& entry, int slot, const SignalTable& signals, int isat,
-                 Rnxobs& rnx, int& refused) {
+                 Rnxobs& rnx, int& refused, ObservationAccount& account) {
   const int number = entry.code[slot];
   const int isys = signals.m_sys[isat];
   const int j = signals.m_slot[isys][number];
-  if (j < 0) return;
+  const char letter = SYS[isys];
+  if (j < 0) {
+    account.m_refuse(letter, Fate::noSlot, s_values(entry, slot));
+    return;
+  }
+  account.m_refuse(letter, Fate::replaced, s_values(rnx.m_obs[isat][j], rnx.m_obs[isat][j + kFreq]));
+  const int before = refused;
   rnx.m_obs[isat][j] = s_phase(entry.L[slot], refused);
   rnx.m_obs[isat][j + kFreq] = s_range(entry.P[slot], refused);
+  account.m_refuse(letter, Fate::impossible, refused - before);
   rnx.m_snr[isat][j] = entry.SNR[slot] * kSnrUnit;
   const double doppler = entry.D[slot];
   rnx.m_dop[isat][j] = std::isfinite(doppler) ? -doppler : 0.0;
@@ -90,47 +106,23 @@ void s_setSignal(const GNX_IO::obs_entry_t& entry, int slot, const SignalTable& 
   std::snprintf(rnx.m_type[isat][j + kFreq], sizeof rnx.m_type[isat][j], "C%s", signals.m_code[number]);
 }
 
-void s_setObservations(const GNX_IO::obs_t& obs, const Controller& controller, Rnxobs& rnx) {
+void s_setObservations(const GNX_IO::obs_t& obs, const Controller& controller, Rnxobs& rnx,
+                       ObservationAccount& account) {
   int refused = 0;
   for (int k = 0; k < obs.n; ++k) {
     const GNX_IO::obs_entry_t& entry = obs.data[k];
     const int isat = controller.m_signals.m_row[entry.sat];
-    if (isat < 0 || controller.m_signals.m_sys[isat] < 0) continue;
+    if (isat < 0 || controller.m_signals.m_sys[isat] < 0) {
+      if (account.m_isOpen())
+        account.m_refuse(SatelliteId(entry.sat).m_text[0], Fate::notConfigured, s_values(entry));
+      continue;
+    }
     for (int slot = 0; slot < GNX_IO::kSignalSlots; ++slot) {
-      s_setSignal(entry, slot, controller.m_signals, isat, rnx, refused);
+      s_setSignal(entry, slot, controller.m_signals, isat, rnx, refused, account);
     }
   }
   if (refused > 0) {
     Logtrace::m_logStatInfo("%d observations are not finite or out of range, taken as absent\n", refused);
-  }
-}
-
-/// Puts to the account what does not get into the record.
-void s_accountBoundary(const GNX_IO::obs_t& obs, const SignalTable& signals, const Rnxobs& rnx,
-                       ObservationAccount& account) {
-  int given[kMaxSat][kFreq] = {};
-  for (int k = 0; k < obs.n; ++k) {
-    const GNX_IO::obs_entry_t& entry = obs.data[k];
-    const int isat = signals.m_row[entry.sat];
-    const char letter = SatelliteId(entry.sat).m_text[0];
-    for (int slot = 0; slot < GNX_IO::kSignalSlots; ++slot) {
-      const int values = s_valuesOf(entry, slot);
-      if (values == 0) continue;
-      const int isys = isat < 0 ? -1 : signals.m_sys[isat];
-      const int j = isys < 0 ? -1 : signals.m_slot[isys][entry.code[slot]];
-      if (isys < 0) {
-        account.m_refuse(letter, Fate::notConfigured, values);
-      } else if (j < 0) {
-        account.m_refuse(letter, Fate::noSlot, values);
-      } else {
-        account.m_refuse(letter, Fate::replaced, given[isat][j]);
-        given[isat][j] = values;
-        for (int place = j; place < kObs; place += kFreq)
-          if (rnx.m_obs[isat][place] != 0.0) --given[isat][j];
-        account.m_refuse(letter, Fate::impossible, std::max(given[isat][j], 0));
-        given[isat][j] = values - std::max(given[isat][j], 0);
-      }
-    }
   }
 }
 
@@ -143,14 +135,19 @@ void s_inputObs(GNX_IO::gtime_t t, const GNX_IO::obs_t* obs) {
   Controller& controller = *Controller::s_getInstance();
   Rnxobs rnx;
   s_epochOf(t, &rnx.m_mjd, &rnx.m_sod);
-  s_setObservations(*obs, controller, rnx);
   Deploy& deploy = controller.m_deploy;
+  ObservationAccount& account = controller.m_filter->m_account;
+  account.m_begin(s_wantsAccount(deploy.m_pams));
+  s_setObservations(*obs, controller, rnx, account);
+  account.m_arrive(rnx);
   for (int i = 0; i < deploy.m_nsat; ++i) {
     Rnxobs::s_checkObs(i, rnx.m_obs[i], rnx.m_dop[i], rnx.m_snr[i], rnx.m_flag[i]);
   }
+  account.m_settleScreened(rnx);
   deploy.m_curMjd = rnx.m_mjd;
   deploy.m_curSod = rnx.m_sod;
   controller.m_corrdcb(&rnx);
+  account.m_settleBiased(rnx);
   controller.m_makeupOrbclkCorrs(rnx.m_mjd, rnx.m_sod);
   controller.v_inputObs(&rnx);
 }

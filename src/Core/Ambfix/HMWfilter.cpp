@@ -24,6 +24,7 @@ namespace {
 constexpr double kFullWeightElevation = 30.0 * kDegToRad;
 constexpr double kWeightBelowLimit = 1.0e-6;  ///< keeps an arc going without a say in its average
 constexpr double kArcAge = 1200.0;            ///< s, an arc without observations goes
+constexpr double kLargestValue = 1.0e9;       ///< cycles, what an int can count; also no NaN
 constexpr double kLeastShare = 0.5;           ///< of the satellites of a system must agree in the fraction
 constexpr double kLargestSpread = 0.25;       ///< cycles, of the fractions that agree
 
@@ -202,7 +203,7 @@ bool HMWfilter::m_combination(const Station& sta, const SrifSatAmbd& record, dou
     x -= f1 * f1 * dispersion / F * ion / wavelength;
   }
   *cycles = x;
-  return std::isfinite(x);
+  return std::fabs(x) < kLargestValue;
 }
 
 double HMWfilter::m_weight(double elev) const {

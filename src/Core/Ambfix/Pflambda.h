@@ -4,7 +4,6 @@
 /// (Verhagen & Teunissen 2013, The ratio test for future GNSS ambiguity resolution, GPS Solut. 17).
 /// Matrices are n x n, column-major, compact. Covariances in cycles^2.
 
-#include <string>
 #include <vector>
 
 namespace tarvio {
@@ -41,6 +40,14 @@ int ambslv(int n, const double* Q, double* x, double* s);
 /// Q = L^T diag(D) L with L unit lower triangular. \returns 1 (and a line on standard error) when Q is
 /// not positive definite
 int LD(int n, const double* Q, double* L, double* D);
+
+/// Decorrelates a factor in place by integer Gauss steps and permutations (de Jonge & Tiberius 1996).
+/// \param Z  identity on entry, out the integer transformation of z = Z^T a; null: not wanted
+/// \returns false for a factor that is not finite or does not settle
+bool s_decorrelate(int n, double* L, double* D, double* Z);
+
+/// Threshold of the ratio test, 1/mu; 9999.0 where the table has none (mu = 0).
+double s_ratioThreshold(double mu);
 
 /// Failure rate of integer bootstrapping after decorrelation, and the threshold that belongs to it.
 /// \param Q  covariance, scaled by sigma^2 in place \param pfmin  rate below which everything is

@@ -33,6 +33,13 @@ struct ConstraintRow {
   void add(int column, double coefficient) { terms[count++] = {column, coefficient}; }
 };
 
+/// Coefficients of the ionosphere-free combination of a satellite's pair, with its narrow-lane:
+/// a1 N1 + a2 N2 in metres, a = alpha c/f1 and beta c/f2.
+struct NarrowLane {
+  double a1 = 0.0, a2 = 0.0;
+  double lamNL = 0.0;  ///< m, c/(f1 + f2)
+};
+
 class SrifAmbfix_raw {
  public:
   // --- what may enter a level -------------------------------------------------------------------
@@ -56,8 +63,10 @@ class SrifAmbfix_raw {
   // --- references and candidates ----------------------------------------------------------------
   static void s_raw_pickValid_s0(const char* tag, const Upd_ambconfig& cfg, const Updc* updc, bool flag,
                                  SrifFilter* filter, int* s0);
-  /// Covariance of the ambiguity columns, nc x nc, from their own triangle.
-  static void s_ambCovariance(const SrifFilter* filter, std::vector<double>& Qamb);
+  /// Covariance of the ambiguity columns, nc x nc, from their own triangle. \returns nc; 0 when there
+  /// are none or the triangle is singular
+  static int s_ambCovariance(const SrifFilter* filter, std::vector<double>& Qamb);
+  static NarrowLane s_narrowLane(const Upd_ambconfig& cfg, int isat);
   /// Between-satellite ambiguities of a level. \param Qamb  nc x nc \param Q  out, covariance,
   /// column stride *nlist \param x  out, cycles \param idx  out, satellite rows \param nlist  out, the
   /// number of rows with the references. \returns candidates without the references

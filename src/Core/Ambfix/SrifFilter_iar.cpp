@@ -1,22 +1,86 @@
-/// The filter of the running system: the float estimate and the residuals that belong to it.
+/// The levels of an epoch, in their strict order, on a triangle that is put back afterwards.
 
 #include "Core/Ambfix/SrifFilter_iar.h"
 
-#include "Common/Logtrace.h"
+#include <algorithm>
+
 #include "Core/Filter/FilterConfig.h"
 
 namespace tarvio {
+
+namespace {
+
+enum Layer { kEwl, kWl, kN1 };
+constexpr const char* kTags[] = {"ewl", "wl", "n1"};
+
+}  // namespace
 
 void SrifFilter_iar::v_onFilterEstimate() {
   SrifFilter::v_onFilterEstimate();
   const Deploy& config = s_config();
   if (nobs < 1 || !config.m_liar) return;
-  for (const Upd_ambconfig& layer : config.m_ambconfig) {
-    if (!layer.m_resolution || m_resolutionReported) continue;
-    m_resolutionReported = true;
-    Logtrace::m_logStatInfo(
-        "layer %s: integer resolution is not available in this build, the solution stays float\n",
-        layer.m_tag.c_str());
+
+  const auto rows = static_cast<std::size_t>(imtx);
+  m_snapshot.resize(rows * (rows + 1));
+  double* saved = m_snapshot.data();
+  for (int column = 0; column <= imtx; ++column, saved += imtx)
+    std::copy_n(infs + iptx[column], imtx, saved);
+
+  if (s_has(config.m_obscomb, "RAW")) v_resolve_raw();
+  else v_resolve_if();
+
+  saved = m_snapshot.data();
+  for (int column = 0; column <= imtx; ++column, saved += imtx)
+    std::copy_n(saved, imtx, infs + iptx[column]);
+}
+
+/// The corrections of a level, null when neither switch is on. Observable-specific biases take the
+/// place of combined ones.
+std::unique_ptr<Updc> SrifFilter_iar::m_product(int layer) const {
+  const Upd_ambconfig& cfg = s_config().m_ambconfig[layer];
+  UpdAdapter& store = Controller::s_getInstance()->m_upd;
+  if (s_config().m_losb) {
+    auto bias = std::make_unique<Upd_bias>();
+    store.m_inquireBias(mjd, sod, *bias);
+    return bias;
+  }
+  if (!cfg.m_updSwitch) return nullptr;
+  auto comb = std::make_unique<Upd_comb>();
+  store.m_inquireComb(mjd, sod, cfg.m_updType, kTags[layer], *comb);
+  return comb;
+}
+
+void SrifFilter_iar::v_resolve_raw() {
+  const Deploy& config = s_config();
+  int s0[kSys];
+  std::fill_n(s0, kSys, -1);
+  for (const int layer : {kEwl, kWl, kN1}) {
+    const Upd_ambconfig& cfg = config.m_ambconfig[layer];
+    if (!cfg.m_resolution) continue;
+    const std::unique_ptr<Updc> updc = m_product(layer);
+    if (layer == kN1) {
+      if (s_has(cfg.m_ambType, "raw")) s_raw_resolve_n1(this, updc.get(), s0);
+      else s_raw_resolve_NL(this, updc.get(), s0);
+    } else if (!s_has(cfg.m_ambType, "mw")) {
+      s_raw_resolve_wl(kTags[layer], this, updc.get(), s0);
+    }
+  }
+  m_get_resi(resi_fix);
+}
+
+void SrifFilter_iar::v_resolve_if() {
+  const Deploy& config = s_config();
+  int s0[kSys];
+  std::fill_n(s0, kSys, -1);
+  const Upd_ambconfig& wl = config.m_ambconfig[kWl];
+  if (s_has(config.m_obscomb, "AFIF") && wl.m_resolution && s_has(wl.m_ambType, "raw")) {
+    const std::unique_ptr<Updc> updc = m_product(kWl);
+    s_if_resolve_wl(m_prosys, this, updc.get(), s0);
+  }
+  const Upd_ambconfig& n1 = config.m_ambconfig[kN1];
+  if (n1.m_resolution) {
+    const std::unique_ptr<Updc> updc = m_product(kN1);
+    s_if_resolve_n1(m_prosys, this, updc.get(), s0);
   }
   m_get_resi(resi_fix);
 }

@@ -9,14 +9,15 @@ namespace tarvio {
 
 namespace {
 
-constexpr const char* kNames[] = {"absent",  "open",    "used",    "notconfigured", "noslot", "impossible",
-                                  "replaced", "partner", "codes",   "nobias",       "nophasebias", "notick",
-                                  "system",  "ifpb",    "unused",  "nocorrection",  "noorbit", "noclock",
-                                  "nomessage", "noissue", "noposition", "lowelev",  "range",  "noroom",
-                                  "epoch",   "norow"};
+constexpr const char* kNames[] = {
+    "absent",  "open",         "used",    "notconfigured", "noslot",    "impossible", "replaced",
+    "partner", "codes",        "nobias",  "nophasebias",   "notick",    "system",     "ifpb",
+    "unused",  "nocorrection", "noorbit", "noclock",       "nomessage", "noissue",    "noposition",
+    "lowelev", "range",        "noroom",  "epoch",         "norow"};
 static_assert(std::size(kNames) == ObservationAccount::kFates);
 
 int s_systemOf(char letter) {
+  if (letter == 'B') letter = 'C';
   const char* found = letter == '\0' ? nullptr : std::strchr(ObservationAccount::kLetters, letter);
   return found ? static_cast<int>(found - ObservationAccount::kLetters) : ObservationAccount::kSystems - 1;
 }
@@ -30,6 +31,31 @@ Fate s_byFlag(int flag, Fate otherwise) {
 }  // namespace
 
 const char* s_fateName(Fate fate) { return kNames[static_cast<std::size_t>(fate)]; }
+
+Fate s_productFate(int isat, int mjd, double sod, Fate otherwise) {
+  const Controller& controller = *Controller::s_getInstance();
+  if (controller.m_orbclk == nullptr) return otherwise;
+  switch (controller.m_orbclk->v_gap(controller.m_deploy.m_cprn[isat].c_str(), mjd, sod)) {
+    case ProductGap::correction:
+      return Fate::noCorrection;
+    case ProductGap::orbit:
+      return Fate::noOrbit;
+    case ProductGap::clock:
+      return Fate::noClock;
+    case ProductGap::message:
+      return Fate::noMessage;
+    case ProductGap::issue:
+      return Fate::noIssue;
+    default:
+      return otherwise;
+  }
+}
+
+bool s_wantsAccount(const char* options) {
+  if (options[0] == '\0') return false;
+  return std::strstr(options, "-outaccount") || std::strstr(options, "-outobsstat") ||
+         std::strstr(options, "-outflag");
+}
 
 void ObservationAccount::m_begin(bool wanted) {
   m_on = wanted;
@@ -62,7 +88,10 @@ void ObservationAccount::m_settleScreened(const Rnxobs& obs) {
 void ObservationAccount::m_settleBiased(const Rnxobs& obs) {
   m_settle([&](int isat, int place) {
     if (obs.m_obs[isat][place] != 0.0) return Fate::open;
-    return s_byFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
+    const Fate fate = s_byFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
+    // A satellite that the corrections leave out altogether has no bias for that reason.
+    const Fate gap = s_productFate(isat, obs.m_mjd, obs.m_sod, fate);
+    return gap == Fate::noIssue ? fate : gap;
   });
 }
 

@@ -35,7 +35,7 @@ enum class Fate : unsigned char {
   noCorrection,   ///< no correction within reach of the epoch
   noOrbit,        ///< satellite without orbit correction or attitude
   noClock,        ///< satellite without clock correction
-  noMessage,      ///< no broadcast message of the satellite
+  noMessage,      ///< no current broadcast message of the satellite
   noIssue,        ///< no broadcast message of the issue that the correction names
   noPosition,     ///< receiver position unknown
   lowElevation,   ///< below the mask
@@ -48,10 +48,14 @@ enum class Fate : unsigned char {
 
 /// The word for a fate in the diagnostics.
 const char* s_fateName(Fate fate);
+/// Why a satellite row has no product at an epoch; `otherwise` when it lacks none.
+Fate s_productFate(int isat, int mjd, double sod, Fate otherwise);
+/// Whether an option string asks for lines that need the account.
+bool s_wantsAccount(const char* options);
 
 class ObservationAccount {
  public:
-  static constexpr char kLetters[] = "GRECJS?";
+  static constexpr char kLetters[] = "GRECJS?";  ///< BeiDou is one system here
   static constexpr int kSystems = 7;
   static constexpr int kFates = static_cast<int>(Fate::count);
 

@@ -31,6 +31,7 @@ SrifFilter::SrifFilter(const std::vector<Station>& stations, double intv)
 }
 
 SrifFilter::~SrifFilter() {
+  if (m_accountPending) m_writeAccount();
   for (Station& sta : m_stations) {
     sta.m_freeLists();
     delete sta.m_model;

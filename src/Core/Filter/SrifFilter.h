@@ -24,6 +24,7 @@
 
 #include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
+#include "Core/Filter/ObservationAccount.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "Core/Qc/SmoothAdapter.h"
@@ -176,6 +177,9 @@ class SrifFilter : public QcTurboEdit {
   std::map<std::string, t_ifpb> m_ifpbrec;   ///< third-frequency biases taken over so far
   std::vector<OrbitAdapter*> m_orbAdapters;  ///< not owned; the models use the first
   std::vector<ClkAdapter*> m_clkAdapters;
+  /// Puts what is still open to `fate`, adds the epoch to the totals and writes them when asked.
+  void m_closeAccount(Fate fate);
+  ObservationAccount m_account;  ///< of the first station
   int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
 
  protected:
@@ -257,13 +261,20 @@ class SrifFilter : public QcTurboEdit {
   void m_holdSystem(int ista, int isys);
 
   // diagnostics
-  void m_noteArrivals(int ista, const Rnxobs* obs);
+  void m_noteArrivals(const Rnxobs* obs);
+  void m_accountInput(Fate fate);      ///< values that are no longer in the station's rows
+  void m_accountResiduals(Fate fate);  ///< values without a residual
+  void m_accountModel();               ///< the same, by what the model met
+  void m_accountRows();                ///< values in a row are used
+  Fate m_modelFate(const Station& sta, int isat, int place) const;
   void m_writeDiagnostics();
   void m_writeResiduals() const;
   void m_writeAtmosphere() const;
   void m_writeAmbiguities() const;
   void m_writeObservations() const;
-  const char* m_verdict(int ista, int isat, int slot, const std::vector<unsigned char>& rows) const;
+  void m_writeClocks() const;
+  void m_writeFixes() const;
+  void m_writeAccount() const;
 
  private:
   // Work space that is kept between epochs.
@@ -273,7 +284,8 @@ class SrifFilter : public QcTurboEdit {
   std::vector<double> m_formedWgt;
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
-  std::vector<unsigned char> m_arrived;  ///< [station][160][4]: a signal or a reason came in
+  double m_accountWritten = 0.0;  ///< s of the MJD scale, of the last line of the account
+  bool m_accountPending = false;  ///< totals have grown since
   bool m_rowsReported = false;
 };
 

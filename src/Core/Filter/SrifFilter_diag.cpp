@@ -10,8 +10,11 @@
 ///   -oution       ION sat elev_deg azim_deg slant_m sigma_m rows
 ///   -outztd       ZTD apriori_dry_m apriori_wet_m correction_m total_m
 ///   -outambstat   AMB sat slot elev_deg wavelength_m initial estimate first_mjd last_mjd state rows
+///   -outclk       CLK system what value_m                    what: "clock", or "offset" from that one
+///   -outfix       FIX level satellites_fixed ratio           level: ewl, wl, n1
 ///   -outobsstat   OBS sat slot elev_deg verdict              every signal that came in
 ///   -outflag      OBS the same, only signals that were not used
+///   -outaccount   ACC system in=n used=n reason=n ...        code and phase values since the start
 ///
 /// sat      satellite name; slot: frequency name ("L1") or "-" when the row is none of a single frequency
 /// kind     "code" or "phase", "afif" for the three-frequency wide-lane
@@ -21,13 +24,21 @@
 /// initial, estimate   ambiguity in cycles (metres when the wavelength is 1)
 /// state    how the arc began: 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 outlier treatment
 /// rows     observations that used the parameter, of this epoch (ION) or of the arc (AMB)
-/// verdict  "used", or why not: partner (too few signals), epoch (too few satellites), ifpb (no
-///          third-frequency bias), range (code residual), codes (codes disagree), nobias (no code bias),
-///          noorbit (no orbit, clock or attitude), lowelev, system (not processed), unused (frequency
-///          is observed, not used), norow (left out by the combination or for lack of room)
+/// verdict  "used", or why not, of the code where the phase is used: partner (too few signals of the
+///          satellite), codes (codes disagree), nobias, nophasebias, system (not processed), ifpb (no
+///          third-frequency bias), unused (frequency is observed, not used), nocorrection (none within
+///          reach of the epoch), noorbit (no orbit correction or attitude), noclock, nomessage (no
+///          current broadcast message), noissue (none of the correction's issue of data), noposition (receiver
+///          position unknown), lowelev, range (code residual), noroom, epoch (too few satellites),
+///          norow (left out by the combination)
+/// system   G R E C J S; reasons of ACC: the verdicts, and notconfigured (satellite), noslot (band is not
+///          observed), impossible (not a number or out of range), replaced (by a later signal of the
+///          band), notick (epoch is none of the interval). in = used + reasons, always. Lines come about
+///          every minute and at the end.
 
 #include <cstdio>
-#include <cstring>
+#include <string>
+#include <utility>
 
 #include "Common/Logtrace.h"
 #include "Core/Filter/FilterConfig.h"
@@ -49,7 +60,7 @@ class LineWriter {
 
   template <typename... Args>
   void m_add(const char* tag, const std::string& station, const char* format, Args... args) {
-    char head[96], body[256];
+    char head[96], body[640];
     std::snprintf(head, sizeof head, "%s %d %.3f %.32s ", tag, m_mjd, m_sod, station.c_str());
     std::snprintf(body, sizeof body, format, args...);
     m_text.append(head).append(body).push_back('\n');
@@ -71,27 +82,6 @@ class LineWriter {
   std::string m_text;
 };
 
-const char* s_reason(int flag) {
-  switch (flag) {
-    case kFlagPartner:
-      return "partner";
-    case kFlagEpoch:
-      return "epoch";
-    case 3:
-      return "ifpb";
-    case kFlagRange:
-      return "range";
-    case kFlagCodes:
-      return "codes";
-    case kFlagNoBias:
-      return "nobias";
-    case kFlagNoOrbit:
-      return "noorbit";
-    default:
-      return nullptr;
-  }
-}
-
 const char* s_kind(int kind) { return kind == kRowCode ? "code" : kind == kRowPhase ? "phase" : "afif"; }
 
 const char* s_slotName(int isys, int slot) {
@@ -104,23 +94,25 @@ bool s_wants(const char* option) { return s_has(s_config().m_pams, option); }
 
 }  // namespace
 
-/// Remembers what came in: later steps clear what they reject.
-void SrifFilter::m_noteArrivals(int ista, const Rnxobs* obs) {
-  if (!s_wants("-outobsstat") && !s_wants("-outflag")) return;
-  m_arrived.resize(m_stations.size() * kMaxSat * kFreq, 0);
-  unsigned char* arrived = m_arrived.data() + static_cast<std::ptrdiff_t>(ista) * kMaxSat * kFreq;
-  for (int isat = 0; isat < kMaxSat; ++isat)
-    for (int f = 0; f < kFreq; ++f)
-      arrived[isat * kFreq + f] = obs && (obs->m_obs[isat][f] != 0.0 || obs->m_obs[isat][kFreq + f] != 0.0 ||
-                                          obs->m_flag[isat][f] != 0);
+/// A host may hand its record to the filter alone; then the account begins here.
+void SrifFilter::m_noteArrivals(const Rnxobs* obs) {
+  if (m_account.m_isOf(obs) || !s_wantsAccount(s_config().m_pams)) return;
+  m_account.m_begin(true);
+  if (obs) m_account.m_arrive(*obs, true);
 }
 
 void SrifFilter::m_writeDiagnostics() {
   if (s_config().m_pams[0] == '\0') return;
   if (s_wants("-outres")) m_writeResiduals();
   if (s_wants("-oution") || s_wants("-outztd")) m_writeAtmosphere();
+  if (s_wants("-outclk")) m_writeClocks();
+  if (s_wants("-outfix")) m_writeFixes();
   if (s_wants("-outambstat")) m_writeAmbiguities();
+  if (!m_account.m_isOpen()) return;
+  m_accountRows();
+  m_accountModel();
   if (s_wants("-outobsstat") || s_wants("-outflag")) m_writeObservations();
+  m_closeAccount(Fate::noRow);
 }
 
 void SrifFilter::m_writeResiduals() const {
@@ -170,47 +162,65 @@ void SrifFilter::m_writeAmbiguities() const {
   }
 }
 
-/// The fate of one signal; null when none came in.
-const char* SrifFilter::m_verdict(int ista, int isat, int slot,
-                                  const std::vector<unsigned char>& rows) const {
+void SrifFilter::m_writeClocks() const {
   const Deploy& config = s_config();
-  const auto key = static_cast<std::size_t>((ista * kMaxSat + isat) * kFreq + slot);
-  if (m_arrived.size() <= key || !m_arrived[key]) return nullptr;
-  const Station& sta = m_stations[static_cast<std::size_t>(ista)];
-  const Ssat_t& sat = sta.m_sat[isat];
-  const int isys = config.m_sysOfRow(isat);
-  if (m_prosys.find(SYS[isys]) == std::string::npos) return "system";
-  // A combined row stands on slot 0 for both frequencies of its pair.
-  const bool modelled = sat.m_xx[slot] != 0.0 || sat.m_xx[kFreq + slot] != 0.0;
-  const bool combined = s_has(config.m_obscomb, "IF") && rows[key - static_cast<std::size_t>(slot)];
-  if (modelled && (rows[key] || combined)) return "used";
-  if (const char* reason = s_reason(sat.m_flag[slot])) return reason;
-  if (slot >= config.m_nfreqUsed[isys]) return "unused";
-  const Satellite& satellite = config.m_satellites[static_cast<std::size_t>(isat)];
-  if (satellite.m_clk == 0.0 || satellite.m_xyz[0] == 0.0) return "noorbit";
-  if (sat.m_elev < sta.m_cutoff) return "lowelev";
-  return "norow";
+  LineWriter out(mjd, sod);
+  for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista)
+    s_forEachSystem([&](int isys) {
+      const int ic = i_ic(ista, isys);
+      if (ic < 0) return;
+      const SrifPamt& record = m_pamt[static_cast<std::size_t>(ic)];
+      out.m_add("CLK", m_stations[static_cast<std::size_t>(ista)].m_name, "%c %s %.4f", SYS[isys],
+                isys == config.m_refsys ? "clock" : "offset", record.xest);
+    });
+}
+
+void SrifFilter::m_writeFixes() const {
+  LineWriter out(mjd, sod);
+  const std::pair<const char*, double> levels[] = {{"ewl", m_ratio_ewl}, {"wl", m_ratio_wl}, {"n1", m_ratio}};
+  for (const Station& sta : m_stations) {
+    const auto station = m_fixmap.find(sta.m_name);
+    if (station == m_fixmap.end()) continue;
+    for (const auto& [tag, ratio] : levels) {
+      const auto fixes = station->second.find(tag);
+      int fixed = 0;
+      if (fixes != station->second.end())
+        for (const auto& [key, value] : fixes->second) fixed += key.ends_with("_ifab") && value > 1.0 ? 1 : 0;
+      out.m_add("FIX", sta.m_name, "%s %d %.3f", tag, fixed, ratio);
+    }
+  }
 }
 
 void SrifFilter::m_writeObservations() const {
   const Deploy& config = s_config();
   const bool all = s_wants("-outobsstat");
-  std::vector<unsigned char> rows(m_stations.size() * kMaxSat * kFreq, 0);
-  for (int row = 0; row < nobs && obsrec; ++row) {
-    const int* origin = obsrec + 5 * row;
-    rows[static_cast<std::size_t>((origin[3] * kMaxSat + origin[0]) * kFreq + origin[2])] = 1;
-  }
+  const Station& sta = m_stations[0];
   LineWriter out(mjd, sod);
-  for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
-    const Station& sta = m_stations[static_cast<std::size_t>(ista)];
-    for (int isat = 0; isat < config.m_nsat; ++isat)
-      for (int slot = 0; slot < kFreq; ++slot) {
-        const char* verdict = m_verdict(ista, isat, slot, rows);
-        if (!verdict || (!all && std::strcmp(verdict, "used") == 0)) continue;
-        out.m_add("OBS", sta.m_name, "%s %s %.2f %s", config.m_cprn[isat].c_str(),
-                  config.m_freqObs[config.m_sysOfRow(isat)][slot], sta.m_sat[isat].m_elev * kRadToDeg,
-                  verdict);
-      }
+  for (int isat = 0; isat < config.m_nsat; ++isat)
+    for (int slot = 0; slot < kFreq; ++slot) {
+      const Fate phase = m_account.m_fate(isat, slot), code = m_account.m_fate(isat, kFreq + slot);
+      const bool byCode = phase == Fate::absent || (phase == Fate::used && code != Fate::absent);
+      const Fate fate = byCode ? code : phase;
+      if (fate == Fate::absent || (!all && fate == Fate::used)) continue;
+      out.m_add("OBS", sta.m_name, "%s %s %.2f %s", config.m_cprn[isat].c_str(),
+                config.m_freqObs[config.m_sysOfRow(isat)][slot], sta.m_sat[isat].m_elev * kRadToDeg,
+                s_fateName(fate == Fate::open ? Fate::noRow : fate));
+    }
+}
+
+void SrifFilter::m_writeAccount() const {
+  LineWriter out(mjd, sod);
+  for (int system = 0; system < ObservationAccount::kSystems; ++system) {
+    const long in = m_account.m_in(system);
+    if (in == 0) continue;
+    std::string text = std::string(1, ObservationAccount::kLetters[system]) + " in=" + std::to_string(in);
+    for (int i = static_cast<int>(Fate::used); i < ObservationAccount::kFates; ++i) {
+      const Fate fate = static_cast<Fate>(i);
+      const long n = m_account.m_total(system, fate);
+      if (n != 0 || fate == Fate::used)
+        text.append(" ").append(s_fateName(fate)).append("=").append(std::to_string(n));
+    }
+    out.m_add("ACC", m_stations[0].m_name, "%s", text.c_str());
   }
 }
 

@@ -1,0 +1,43 @@
+/// `gnx report`: the page of a run.
+
+#include "report/report.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "commands/commands.h"
+
+namespace gnx {
+
+namespace {
+
+struct ReportArguments {
+  std::string directory;
+  std::string file;
+  std::vector<double> reference;
+};
+
+void runReport(const ReportArguments& a) {
+  ReportOptions options;
+  options.file = a.file;
+  if (!a.reference.empty()) options.reference = {a.reference[0], a.reference[1], a.reference[2]};
+  std::printf("%s\n", writeReport(a.directory, options).c_str());
+}
+
+}  // namespace
+
+void addReport(CLI::App& app) {
+  auto* cmd = app.add_subcommand(
+      "report", "write the HTML page of a run: statistics, figures, account of observations");
+  auto a = std::make_shared<ReportArguments>();
+  cmd->add_option("dir", a->directory, "run directory of 'gnx replay'")->required();
+  cmd->add_option("--out", a->file, "file to write; without: report.html in the run directory");
+  cmd->add_option("--reference", a->reference,
+                  "true position X Y Z of the marker, m; without: the one given to the run")
+      ->expected(3);
+  cmd->callback([a] { runReport(*a); });
+}
+
+}  // namespace gnx

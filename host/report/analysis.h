@@ -1,0 +1,56 @@
+#pragma once
+/// \file analysis.h
+/// The figures of merit of a run beyond its summary: every error, residuals by system, wrong fixes.
+
+#include <array>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "report/geodesy.h"
+#include "report/run_files.h"
+#include "report/statistics.h"
+
+namespace gnx {
+
+/// Position minus reference, m.
+struct PositionError {
+  GpsTime time;
+  Vector3 enu{};
+  bool fixed = false;
+};
+
+/// Fixed epochs held against the reference.
+struct FixCheck {
+  std::size_t fixed = 0;
+  std::size_t wrong = 0;  ///< off by more than kWrongFix_m
+  double worst = 0.0;     ///< m, of the fixed epochs
+};
+inline constexpr double kWrongFix_m = 0.10;
+
+/// Residuals of one system.
+struct ResidualStatistics {
+  std::size_t phases = 0, codes = 0;
+  double phaseRms = 0.0, codeRms = 0.0;          ///< m
+  double phaseLargest = 0.0, codeLargest = 0.0;  ///< m
+};
+
+struct RunAnalysis {
+  RunSummary summary;
+  bool moving = false;                ///< the reference is a path
+  std::optional<Vector3> reference;   ///< point: the given one, or the mean of the last part of the run
+  std::vector<PositionError> errors;  ///< of the solved epochs with a reference
+  FixCheck fixes;                     ///< of `errors`; without a true reference nothing is wrong
+  std::map<char, ResidualStatistics> residuals;
+};
+
+/// `reference` goes before what the run stored.
+RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<double, 3>>& reference);
+
+/// Errors of the solved epochs against a reference.
+std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
+                                          const ReferencePath& reference);
+FixCheck checkFixes(const std::vector<PositionError>& errors);
+std::map<char, ResidualStatistics> describeResiduals(const std::vector<Residual>& residuals);
+
+}  // namespace gnx

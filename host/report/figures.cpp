@@ -1,0 +1,525 @@
+#include "report/figures.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <functional>
+#include <numbers>
+#include <optional>
+#include <tuple>
+
+#include "report/solution_files.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr int kWidth = 900;
+constexpr int kSquare = 440;
+constexpr std::size_t kSeriesPoints = 1600;  ///< of a line
+constexpr std::size_t kCloudPoints = 2500;   ///< of a system in a cloud
+constexpr int kFixedStatus = 5;
+constexpr const char* kEast = "#2f7ed8";
+constexpr const char* kNorth = "#1aa260";
+constexpr const char* kUp = "#d9534f";
+constexpr const char* kNeutral = "#8a7fd0";
+
+std::string printed(const char* format, ...) {
+  std::array<char, 1024> buffer{};
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  va_end(arguments);
+  return buffer.data();
+}
+
+/// What all figures of a run share: its axis of time.
+struct Frame {
+  const RunFiles& run;
+  const RunAnalysis& analysis;
+  Gnuplot& plot;
+  GpsTime midnight;
+  std::string date;
+  double first = 0.0, last = 1.0;  ///< hours
+
+  double hours(const GpsTime& t) const { return (t - midnight) / 3600.0; }
+  /// Range and ticks of the time axis; only the lowest panel of a stack is labelled.
+  void timeAxis(bool labelled) const {
+    const double pad = 0.01 * (last - first);
+    plot.add(printed("set xrange [%.6f:%.6f]", first - pad, last + pad));
+    if (last - first > 12.0 && last - first <= 50.0) plot.add("set xtics 3");
+    else plot.add("set xtics autofreq");
+    if (labelled) plot.add("set format x '%g'\nset xlabel 'hours of " + date + ", GPS time'");
+    else plot.add("set format x ''\nunset xlabel");
+  }
+  /// Place of panel `i` of `n` in a stack.
+  void panel(int i, int n) const {
+    constexpr double kTop = 0.97, kBottom = 0.14, kGap = 0.035;
+    const double height = (kTop - kBottom - kGap * (n - 1)) / n;
+    const double top = kTop - i * (height + kGap);
+    plot.add(printed("set tmargin at screen %.4f\nset bmargin at screen %.4f", top, top - height));
+    plot.add("set lmargin at screen 0.075\nset rmargin at screen 0.985");
+    timeAxis(i == n - 1);
+  }
+};
+
+/// Lines of a plot command.
+class PlotCommand {
+ public:
+  void add(const std::string& part) { parts_ += (parts_.empty() ? "plot " : ", ") + part; }
+  bool empty() const { return parts_.empty(); }
+  const std::string& text() const { return parts_; }
+
+ private:
+  std::string parts_;
+};
+
+std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale = 1.0) {
+  std::vector<PlotPoint> points;
+  for (const Sample& s : samples) points.push_back({f.hours(s.time), s.value * scale});
+  return thinSeries(points, kSeriesPoints);
+}
+
+std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const SolutionEpoch&)>& value) {
+  std::vector<PlotPoint> points;
+  for (const SolutionEpoch& e : f.run.epochs)
+    if (isSolved(e)) points.push_back({f.hours(e.time), value(e)});
+  return thinSeries(points, kSeriesPoints);
+}
+
+/// Half height of a frame about zero that holds all but the start of a run.
+double robustRange(const std::vector<double>& sizes, const std::vector<double>& later) {
+  const double largest = later.empty() ? 0.0 : *std::max_element(later.begin(), later.end());
+  return 1.15 * std::max({quantile(sizes, 0.97), largest, 1e-4});
+}
+
+/// Frame of the errors: they are drawn in centimetres up to a metre.
+struct ErrorScale {
+  double range = 0.1;  ///< m
+  double factor = 100.0;
+  const char* unit = "cm";
+  std::size_t outside = 0;
+};
+
+ErrorScale errorScale(const Frame& f, bool horizontal) {
+  const auto& errors = f.analysis.errors;
+  std::vector<double> sizes, later;
+  const GpsTime settled =
+      errors.front().time + std::min(3600.0, 0.5 * (errors.back().time - errors.front().time));
+  for (const PositionError& e : errors)
+    for (std::size_t i = 0; i < (horizontal ? 2U : 3U); ++i) {
+      sizes.push_back(std::abs(e.enu[i]));
+      if (e.time - settled >= 0.0) later.push_back(sizes.back());
+    }
+  ErrorScale scale;
+  scale.range = robustRange(sizes, later);
+  if (scale.range >= 1.0) scale.factor = 1.0, scale.unit = "m";
+  for (const PositionError& e : errors)
+    if (std::abs(e.enu[0]) > scale.range || std::abs(e.enu[1]) > scale.range ||
+        (!horizontal && std::abs(e.enu[2]) > scale.range))
+      ++scale.outside;
+  return scale;
+}
+
+std::string outsideNote(const ErrorScale& scale, std::size_t all) {
+  return scale.outside == 0 ? "" : printed(" %zu of %zu epochs lie outside the frame.", scale.outside, all);
+}
+
+std::string referenceNote(const RunAnalysis& a) {
+  return a.summary.againstReference ? "Position minus reference."
+                                    : "Position minus the mean position of the last part of the run.";
+}
+
+std::optional<Figure> drawErrors(const Frame& f) {
+  const auto& errors = f.analysis.errors;
+  if (errors.empty()) return std::nullopt;
+  const ErrorScale scale = errorScale(f, false);
+  f.plot.figure(kWidth, 520);
+  f.plot.add("set multiplot");
+  const std::pair<const char*, const char*> names[] = {{"east", kEast}, {"north", kNorth}, {"up", kUp}};
+  for (int i = 0; i < 3; ++i) {
+    std::vector<PlotPoint> points;
+    for (const PositionError& e : errors)
+      points.push_back({f.hours(e.time), e.enu[static_cast<std::size_t>(i)] * scale.factor});
+    f.panel(i, 3);
+    const double range = scale.range * scale.factor;
+    f.plot.add(printed("set yrange [%g:%g]\nset ylabel '%s [%s]' offset 1\nunset key", -range, range,
+                       names[i].first, scale.unit));
+    f.plot.add("plot 0 with lines lw 0.6 lc rgb '#888888', " +
+               f.plot.data(thinSeries(points, kSeriesPoints)) +
+               printed(" with lines lw 1.1 lc rgb '%s'", names[i].second));
+  }
+  f.plot.add("unset multiplot");
+  return Figure{"enu", "East, north, up", referenceNote(f.analysis) + outsideNote(scale, errors.size()), "",
+                false};
+}
+
+std::optional<Figure> drawHorizontal(const Frame& f) {
+  const auto& errors = f.analysis.errors;
+  if (errors.empty()) return std::nullopt;
+  const ErrorScale scale = errorScale(f, true);
+  std::vector<PlotPoint> floating, fixed;
+  for (const PositionError& e : errors)
+    if (std::abs(e.enu[0]) <= scale.range && std::abs(e.enu[1]) <= scale.range)
+      (e.fixed ? fixed : floating).push_back({e.enu[0] * scale.factor, e.enu[1] * scale.factor});
+  const double range = scale.range * scale.factor;
+  f.plot.figure(kSquare, kSquare);
+  f.plot.add(
+      printed("set size square\nset xrange [%g:%g]\nset yrange [%g:%g]", -range, range, -range, range));
+  f.plot.add(printed("set xlabel 'east [%s]'\nset ylabel 'north [%s]' offset 1\nset border 15 lw 0.7",
+                     scale.unit, scale.unit));
+  f.plot.add("set arrow from graph 0.5,0 to graph 0.5,1 nohead lw 0.6 lc rgb '#888888'");
+  f.plot.add("set arrow from graph 0,0.5 to graph 1,0.5 nohead lw 0.6 lc rgb '#888888'");
+  PlotCommand command;
+  if (!floating.empty())
+    command.add(f.plot.data(thinCloud(floating, kCloudPoints)) +
+                printed(" with points pt 7 ps 0.22 lc rgb '%s' title 'float'", kEast));
+  if (!fixed.empty())
+    command.add(f.plot.data(thinCloud(fixed, kCloudPoints)) +
+                printed(" with points pt 7 ps 0.22 lc rgb '%s' title 'fixed'", kNorth));
+  if (command.empty()) command.add("NaN notitle");
+  f.plot.add(command.text());
+  return Figure{"horizontal", "Horizontal scatter",
+                referenceNote(f.analysis) + outsideNote(scale, errors.size()), "", true};
+}
+
+std::optional<Figure> drawSky(const Frame& f) {
+  if (f.run.residuals.empty()) return std::nullopt;
+  std::map<char, std::vector<PlotPoint>> tracks;
+  std::map<SatName, PlotPoint> names;
+  for (const Residual& r : f.run.residuals) {
+    if (!r.phase) continue;
+    const double zenith = 90.0 - r.elevationDeg, azimuth = r.azimuthDeg * std::numbers::pi / 180.0;
+    const PlotPoint p{zenith * std::sin(azimuth), zenith * std::cos(azimuth)};
+    tracks[r.satellite[0]].push_back(p);
+    const auto highest = names.try_emplace(r.satellite, p).first;
+    if (std::hypot(p.x, p.y) < std::hypot(highest->second.x, highest->second.y)) highest->second = p;
+  }
+  f.plot.figure(kSquare, kSquare);
+  f.plot.add(
+      "set size square\nunset border\nunset tics\nunset grid\nset xrange [-104:104]\nset yrange [-104:104]");
+  f.plot.add(
+      "set lmargin 0\nset rmargin 0\nset bmargin 0\nset tmargin 0\nset key at graph 0.995,0.995 vertical "
+      "right");
+  for (const int elevation : {0, 30, 60}) {
+    const int radius = 90 - elevation;
+    f.plot.add(printed("set object circle at 0,0 size %d fs empty border rgb '#888888' lw 0.6", radius));
+    if (elevation > 0)
+      f.plot.add(printed("set label '%d°' at 2,%d tc rgb '#888888' font ',9'", elevation, radius - 4));
+  }
+  f.plot.add(
+      "set arrow from -90,0 to 90,0 nohead lw 0.5 lc rgb '#888888'\nset arrow from 0,-90 to 0,90 nohead lw "
+      "0.5 lc rgb '#888888'");
+  f.plot.add(
+      "set label 'N' at 0,96 center\nset label 'S' at 0,-96 center\nset label 'E' at 96,0 center\nset label "
+      "'W' at -96,0 center");
+  for (const auto& [satellite, p] : names)
+    f.plot.add(printed("set label '%s' at %.1f,%.1f offset 0.4,0.4 font ',8' tc rgb '%s' front",
+                       satellite.c_str(), p.x, p.y, systemColor(satellite[0])));
+  PlotCommand command;
+  for (const auto& [system, points] : tracks)
+    command.add(
+        f.plot.data(thinCloud(points, 2 * kCloudPoints)) +
+        printed(" with points pt 7 ps 0.16 lc rgb '%s' title '%s'", systemColor(system), systemName(system)));
+  if (command.empty()) command.add("NaN notitle");
+  f.plot.add(command.text());
+  return Figure{"sky", "Sky plot",
+                printed("Satellites used; elevation mask %g°. Names stand at the highest point of a satellite.",
+                        f.run.plan.cutoffDeg),
+                "", true};
+}
+
+std::optional<Figure> drawSatellites(const Frame& f) {
+  f.plot.figure(kWidth, 380);
+  f.plot.add("set multiplot");
+  f.panel(0, 2);
+  f.plot.add(
+      "set yrange [0:*]\nset ylabel 'satellites' offset 1\nset key top left horizontal\nset offsets 0,0,3,0");
+  PlotCommand command;
+  command.add(f.plot.data(seriesOf(f, [](const SolutionEpoch& e) {
+    return static_cast<double>(satelliteCount(e));
+  })) + " with steps lw 1.3 lc rgb '#888888' title 'all'");
+  constexpr const char* kLetters = "GRECBJ";
+  for (std::size_t i = 0; i < 6; ++i) {
+    const auto count = [i](const SolutionEpoch& e) { return static_cast<double>(e.satellites[i]); };
+    if (std::none_of(f.run.epochs.begin(), f.run.epochs.end(),
+                     [&](const SolutionEpoch& e) { return count(e) > 0; }))
+      continue;
+    command.add(f.plot.data(seriesOf(f, count)) + printed(" with steps lw 1.1 lc rgb '%s' title '%s'",
+                                                          systemColor(kLetters[i]), systemName(kLetters[i])));
+  }
+  f.plot.add(command.text());
+  f.panel(1, 2);
+  const std::vector<PlotPoint> pdop = seriesOf(f, [](const SolutionEpoch& e) { return e.pdop; });
+  std::vector<double> values;
+  for (const PlotPoint& p : pdop) values.push_back(p.y);
+  f.plot.add(printed("set offsets 0,0,0,0\nset yrange [0:%g]\nset ylabel 'PDOP' offset 1\nunset key",
+                     std::max(2.0, 1.3 * quantile(values, 0.995))));
+  f.plot.add("plot " + f.plot.data(pdop) + printed(" with lines lw 1.1 lc rgb '%s'", kNeutral));
+  f.plot.add("unset multiplot");
+  return Figure{"satellites", "Satellites and PDOP", "Satellites in the solution.", "", false};
+}
+
+/// Residuals as clouds, phase above code, over time or over elevation.
+std::optional<Figure> drawResiduals(const Frame& f, bool byElevation) {
+  if (f.run.residuals.empty()) return std::nullopt;
+  f.plot.figure(kWidth, 460);
+  f.plot.add("set multiplot");
+  for (int kind = 0; kind < 2; ++kind) {
+    const bool phase = kind == 0;
+    const double scale = phase ? 1000.0 : 1.0;
+    std::map<char, std::vector<PlotPoint>> clouds;
+    std::vector<double> sizes;
+    for (const Residual& r : f.run.residuals) {
+      if (r.phase != phase) continue;
+      clouds[r.satellite[0]].push_back({byElevation ? r.elevationDeg : f.hours(r.time), r.value * scale});
+      sizes.push_back(std::abs(r.value) * scale);
+    }
+    const double range = sizes.empty() ? 1.0 : std::max(1.25 * quantile(sizes, 0.998), 1e-3);
+    f.panel(kind, 2);
+    if (byElevation) {
+      f.plot.add("set xrange [0:90]\nset xtics 10");
+      f.plot.add(phase ? "set format x ''" : "set format x '%g'\nset xlabel 'elevation [°]'");
+    }
+    f.plot.add(printed("set yrange [%g:%g]\nset ylabel '%s' offset 1\n", -range, range,
+                       phase ? "phase [mm]" : "code [m]"));
+    f.plot.add(phase ? "set key top right horizontal" : "unset key");
+    PlotCommand command;
+    for (auto& [system, points] : clouds) {
+      std::erase_if(points, [range](const PlotPoint& p) { return std::abs(p.y) > range; });
+      command.add(f.plot.data(thinCloud(points, kCloudPoints)) +
+                  printed(" with points pt 7 ps 0.18 lc rgb '%s' title '%s'", systemColor(system),
+                          systemName(system)));
+    }
+    if (command.empty()) command.add("NaN notitle");
+    f.plot.add(command.text());
+  }
+  f.plot.add("unset multiplot");
+  return byElevation
+             ? Figure{"residuals-elevation", "Residuals by elevation", "Of the float solution.", "", false}
+             : Figure{"residuals-time", "Residuals over time",
+                      "Of the float solution; all satellites, all frequencies.", "", false};
+}
+
+std::optional<Figure> drawZenithDelay(const Frame& f) {
+  if (f.run.zenithDelay.empty()) return std::nullopt;
+  f.plot.figure(kWidth, 240);
+  f.panel(0, 1);
+  f.plot.add(
+      "set bmargin at screen 0.23\nset ylabel 'zenith delay [m]' offset 0\nset format y '%.3f'\nunset key");
+  f.plot.add("plot " + f.plot.data(seriesOf(f, f.run.zenithDelay)) +
+             printed(" with lines lw 1.2 lc rgb '%s'", kEast));
+  return Figure{"zenith-delay", "Zenith troposphere delay", "Dry and wet together.", "", false};
+}
+
+std::optional<Figure> drawClock(const Frame& f) {
+  if (f.run.clocks.empty()) return std::nullopt;
+  const bool offsets = f.run.clocks.size() > 1;
+  const int panels = offsets ? 2 : 1;
+  constexpr double kNanoseconds = 1e9 / 299792458.0;
+  f.plot.figure(kWidth, offsets ? 360 : 240);
+  f.plot.add("set multiplot");
+  f.panel(0, panels);
+  if (!offsets) f.plot.add("set bmargin at screen 0.23");
+  f.plot.add(printed("set ylabel 'clock [ns]' offset 0\nunset key"));
+  const auto clock = f.run.clocks.find(f.run.clockSystem);
+  f.plot.add(clock == f.run.clocks.end()
+                 ? "plot NaN"
+                 : "plot " + f.plot.data(seriesOf(f, clock->second, kNanoseconds)) +
+                       printed(" with lines lw 1.1 lc rgb '%s'", systemColor(f.run.clockSystem)));
+  if (offsets) {
+    f.panel(1, 2);
+    f.plot.add(
+        "set ylabel 'offset [ns]' offset 0\nset key top right horizontal\nset offsets 0,0,graph 0.25,0");
+    PlotCommand command;
+    for (const auto& [system, samples] : f.run.clocks)
+      if (system != f.run.clockSystem)
+        command.add(
+            f.plot.data(seriesOf(f, samples, kNanoseconds)) +
+            printed(" with lines lw 1.1 lc rgb '%s' title '%s'", systemColor(system), systemName(system)));
+    f.plot.add(command.text());
+  }
+  f.plot.add("unset multiplot");
+  return Figure{"clock", "Receiver clock",
+                std::string("Clock of the reference system ") + systemName(f.run.clockSystem) +
+                    (offsets ? " and offsets of the other systems from it." : "."),
+                "", false};
+}
+
+std::optional<Figure> drawSigma(const Frame& f) {
+  f.plot.figure(kWidth, 240);
+  f.panel(0, 1);
+  f.plot.add("set bmargin at screen 0.23\nset yrange [0:*]\nset ylabel 'sigma0' offset 0\nunset key");
+  f.plot.add("plot 1 with lines lw 0.6 dt 2 lc rgb '#888888', " +
+             f.plot.data(seriesOf(f, [](const SolutionEpoch& e) { return e.sigma0; })) +
+             printed(" with lines lw 1.1 lc rgb '%s'", kNeutral));
+  return Figure{"sigma0", "Standard deviation of unit weight",
+                "1 means that residuals are as large as assumed; below, that the assumed noise is generous.",
+                "", false};
+}
+
+/// Stretches of equal status: begin, end, status. A long run of many changes keeps the status with the
+/// lowest rank of every step.
+struct StatusRun {
+  double begin = 0.0, end = 0.0;
+  int status = 0;
+};
+
+std::vector<StatusRun> statusRuns(const Frame& f) {
+  constexpr double kSteps = 900.0;
+  const double interval = std::max(f.analysis.summary.interval, 1e-3) / 3600.0;
+  const double step = std::max(interval, (f.last - f.first) / kSteps);
+  std::vector<StatusRun> runs;
+  for (const SolutionEpoch& e : f.run.epochs) {
+    const double at = f.hours(e.time), begin = f.first + std::floor((at - f.first) / step + 1e-6) * step;
+    if (!runs.empty() && begin < runs.back().end - 1e-9) {
+      runs.back().status = std::min(runs.back().status, e.status);
+    } else {
+      runs.push_back({begin, begin + step, e.status});
+    }
+  }
+  std::vector<StatusRun> joined;
+  for (const StatusRun& r : runs) {
+    if (!joined.empty() && joined.back().status == r.status && r.begin - joined.back().end < 1e-6)
+      joined.back().end = r.end;
+    else joined.push_back(r);
+  }
+  return joined;
+}
+
+std::optional<Figure> drawFixes(const Frame& f) {
+  const bool any = f.analysis.summary.fixedShare > 0.0;
+  const int panels = any ? 3 : 1;
+  f.plot.figure(kWidth, any ? 420 : 150);
+  f.plot.add("set multiplot");
+  f.panel(0, panels);
+  if (!any) f.plot.add("set bmargin at screen 0.38\nset tmargin at screen 0.75");
+  else f.plot.add("set tmargin at screen 0.90\nset bmargin at screen 0.80");
+  f.plot.add(
+      "set yrange [0:1]\nunset ytics\nset ylabel 'status' offset -1.5\nunset grid\nset key at graph 1,1 "
+      "bottom right horizontal samplen 1 width 1");
+  const std::tuple<int, const char*, const char*> kinds[] = {{kFixedStatus, "fixed", kNorth},
+                                                             {2, "float", "#f0ad4e"},
+                                                             {1, "code", kUp},
+                                                             {0, "no solution", "#888888"}};
+  const std::vector<StatusRun> runs = statusRuns(f);
+  PlotCommand command;
+  for (const auto& [status, name, color] : kinds) {
+    std::vector<std::vector<double>> boxes;
+    for (const StatusRun& r : runs)
+      if (r.status == status) boxes.push_back({(r.begin + r.end) / 2.0, 0.5, r.begin, r.end, 0.0, 1.0});
+    if (boxes.empty()) continue;
+    command.add(
+        f.plot.data(boxes) +
+        printed(" using 1:2:3:4:5:6 with boxxyerror fs solid noborder fc rgb '%s' title '%s'", color, name));
+  }
+  f.plot.add(command.empty() ? "plot NaN notitle" : command.text());
+  if (any) {
+    f.plot.add(
+        "set grid lw 0.4 lc rgb '#888888'\nset ytics autofreq\nset yrange [0:*]\nset ylabel 'fixed' offset "
+        "1\nset key top left horizontal");
+    f.panel(1, panels);
+    f.plot.add("set tmargin at screen 0.76\nset bmargin at screen 0.47");
+    PlotCommand numbers;
+    numbers.add(f.plot.data(seriesOf(f, [](const SolutionEpoch& e) {
+      return static_cast<double>(e.fixed);
+    })) + printed(" with steps lw 1.1 lc rgb '%s' title 'of the last level'", kNorth));
+    const std::tuple<const char*, const char*, const char*> levels[] = {
+        {"ewl", "extra-wide-lane", "#f0ad4e"}, {"wl", "wide-lane", kEast}, {"n1", "narrow-lane", kUp}};
+    for (const auto& [tag, name, color] : levels) {
+      const auto level = f.run.levels.find(tag);
+      if (level == f.run.levels.end()) continue;
+      std::vector<Sample> samples;
+      for (const LevelSample& s : level->second) samples.push_back({s.time, static_cast<double>(s.fixed)});
+      if (std::all_of(samples.begin(), samples.end(), [](const Sample& s) { return s.value == 0.0; }))
+        continue;
+      numbers.add(f.plot.data(seriesOf(f, samples)) +
+                  printed(" with steps lw 1 dt 2 lc rgb '%s' title '%s'", color, name));
+    }
+    f.plot.add("set offsets 0,0,graph 0.2,0\n" + numbers.text());
+    f.panel(2, panels);
+    f.plot.add(
+        "set tmargin at screen 0.43\nset bmargin at screen 0.14\nset offsets 0,0,0,0\nset logscale y\nset "
+        "yrange [1:1000]\nset ylabel 'ratio' offset 1\nunset key");
+    f.plot.add(
+        "plot 3 with lines lw 0.6 dt 2 lc rgb '#888888', " +
+        f.plot.data(seriesOf(f, [](const SolutionEpoch& e) { return std::clamp(e.ratio, 1.0, 999.0); })) +
+        printed(" with lines lw 0.9 lc rgb '%s'", kNeutral));
+  }
+  f.plot.add("unset multiplot");
+  return Figure{"fixes", "Fixing",
+                any ? "Status of the solution, satellites with fixed ambiguities, ratio of the integer "
+                      "search (1000 and above at the upper edge)."
+                    : "Status of the solution; no epoch is fixed.",
+                "", false};
+}
+
+}  // namespace
+
+const char* systemColor(char system) {
+  switch (system) {
+    case 'G':
+      return "#3b82f6";
+    case 'R':
+      return "#ef4444";
+    case 'E':
+      return "#10a37f";
+    case 'C':
+      return "#f59e0b";
+    case 'B':
+      return "#c2780a";
+    case 'J':
+      return "#a855f7";
+    default:
+      return "#888888";
+  }
+}
+
+const char* systemName(char system) {
+  switch (system) {
+    case 'G':
+      return "GPS";
+    case 'R':
+      return "GLONASS";
+    case 'E':
+      return "Galileo";
+    case 'C':
+      return "BeiDou";
+    case 'B':
+      return "BeiDou-2";
+    case 'J':
+      return "QZSS";
+    case 'S':
+      return "SBAS";
+    default:
+      return "other";
+  }
+}
+
+std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot) {
+  const GpsTime begin = run.epochs.front().time;
+  Frame f{run, analysis, plot, begin + -secondsOfDay(begin), formatTime(begin).substr(0, 10)};
+  f.first = f.hours(begin);
+  f.last = std::max(f.hours(run.epochs.back().time), f.first + 1.0 / 60.0);
+  std::vector<Figure> figures;
+  const auto take = [&](std::optional<Figure> figure) {
+    if (figure) figures.push_back(std::move(*figure));
+  };
+  take(drawErrors(f));
+  take(drawHorizontal(f));
+  take(drawSky(f));
+  take(drawSatellites(f));
+  take(drawFixes(f));
+  take(drawResiduals(f, false));
+  take(drawResiduals(f, true));
+  take(drawZenithDelay(f));
+  take(drawClock(f));
+  take(drawSigma(f));
+  const std::vector<std::string> svgs = plot.draw();
+  for (std::size_t i = 0; i < figures.size(); ++i) figures[i].svg = svgs.at(i);
+  return figures;
+}
+
+}  // namespace gnx

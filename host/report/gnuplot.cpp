@@ -1,0 +1,205 @@
+#include "report/gnuplot.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "engine/child_process.h"
+#include "formats/input_error.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string findProgram() {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(path == nullptr ? "" : path);
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    const fs::path candidate = fs::path(folder) / "gnuplot";
+    if (access(candidate.c_str(), X_OK) == 0) return fs::absolute(candidate).string();
+  }
+  return "";
+}
+
+fs::path makeDirectory() {
+  std::string name = (fs::temp_directory_path() / "gnx-plot-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr)
+    throw InputError(name, 0, "cannot be made; check the folder for temporary files");
+  return name;
+}
+
+std::string readText(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void replaceAll(std::string& text, std::string_view from, std::string_view to) {
+  std::string result;
+  std::size_t at = 0;
+  for (std::size_t found; (found = text.find(from, at)) != std::string::npos; at = found + from.size())
+    result.append(text, at, found - at).append(to);
+  text = result.append(text, at);
+}
+
+/// Removes every stretch from `open` to the end of the next `close`.
+void removeBetween(std::string& text, std::string_view open, std::string_view close) {
+  for (std::size_t from; (from = text.find(open)) != std::string::npos;) {
+    const std::size_t to = text.find(close, from + open.size());
+    if (to == std::string::npos) return;
+    text.erase(from, to + close.size() - from);
+  }
+}
+
+/// The text between two marks behind `at`; "" when they are not there.
+std::string_view between(std::string_view text, std::string_view open, std::string_view close) {
+  const std::size_t from = text.find(open);
+  if (from == std::string_view::npos) return {};
+  const std::size_t to = text.find(close, from + open.size());
+  return to == std::string_view::npos ? std::string_view{}
+                                      : text.substr(from + open.size(), to - from - open.size());
+}
+
+/// gnuplot makes an element of every point; a zero-length stroke with a round cap looks the same and is a
+/// fifth as long.
+class PointJoiner {
+ public:
+  bool take(std::string_view line) {
+    if (line.find("<use ") == std::string_view::npos) return false;
+    const std::string_view place = between(line, "translate(", ")"), scale = between(line, "scale(", ")"),
+                           color = between(line, "color='", "'");
+    if (place.empty() || scale.empty()) return false;
+    if (color != color_ || scale != scale_) flush();
+    color_ = color;
+    scale_ = scale;
+    path_.append("M").append(place).append("h0");
+    return true;
+  }
+  void flush() {
+    if (path_.empty()) return;
+    std::ostringstream width;
+    width << 2.0 * std::strtod(scale_.c_str(), nullptr);
+    out.append("<path d=\"")
+        .append(path_)
+        .append("\" stroke=\"")
+        .append(color_.empty() ? "currentColor" : color_);
+    out.append("\" stroke-width=\"").append(width.str()).append("\" stroke-linecap=\"round\"/>\n");
+    path_.clear();
+  }
+  std::string out;
+
+ private:
+  std::string path_, color_, scale_;
+};
+
+/// One decimal of a unit is less than any screen shows.
+std::string shortenNumbers(const std::string& text) {
+  std::string result;
+  result.reserve(text.size());
+  bool data = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.compare(i, 3, "d='") == 0 || text.compare(i, 3, "d=\"") == 0 ||
+        text.compare(i, 8, "points =") == 0)
+      data = true;
+    if (data && (text[i] == '/' || text[i] == '>')) data = false;
+    result += text[i];
+    if (!data || text[i] != '.' || i + 2 >= text.size()) continue;
+    result += text[i + 1];
+    i += 2;
+    while (i < text.size() && text[i] >= '0' && text[i] <= '9') ++i;
+    --i;
+  }
+  return result;
+}
+
+}  // namespace
+
+std::string inlineSvg(const std::string& file) {
+  const auto start = file.find("<svg");
+  if (start == std::string::npos) return "";
+  const auto head = file.find('>', start);
+  const std::string view(between(std::string_view(file).substr(start, head - start), "viewBox=\"", "\""));
+  std::string body = file.substr(head + 1);
+  removeBetween(body, "<title>", "</title>");
+  removeBetween(body, "<desc>", "</desc>");
+  removeBetween(body, "<defs>", "</defs>");
+  removeBetween(body, " id=\"gnuplot", "\"");
+  for (const char* drop : {" color=\"black\"", " color=\"white\"", " font-family=\"sans\"",
+                           " stroke-linecap=\"butt\"", " stroke-linejoin=\"miter\"", "\t"})
+    replaceAll(body, drop, "");
+  replaceAll(body, "stroke=\"black\"", "stroke=\"currentColor\"");
+  replaceAll(body, "fill=\"black\"", "fill=\"currentColor\"");
+  replaceAll(body, "stroke='black'", "stroke='currentColor'");
+  replaceAll(body, ",   ", ",");
+  replaceAll(body, ",  ", ",");
+  PointJoiner points;
+  std::istringstream lines(body);
+  for (std::string line; std::getline(lines, line);) {
+    if (points.take(line)) continue;
+    points.flush();
+    if (!line.empty()) points.out += line + "\n";
+  }
+  points.flush();
+  return "<svg viewBox=\"" + view + "\" role=\"img\">" + shortenNumbers(points.out);
+}
+
+Gnuplot::Gnuplot(const std::string& program) : program_(program.empty() ? findProgram() : program) {
+  if (program_.empty() || access(program_.c_str(), X_OK) != 0)
+    throw UsageError(
+        "the report needs gnuplot, which is not installed (Debian: apt-get install gnuplot-nox)");
+  directory_ = makeDirectory();
+}
+
+Gnuplot::~Gnuplot() {
+  std::error_code ignored;
+  fs::remove_all(directory_, ignored);
+}
+
+bool Gnuplot::installed() { return !findProgram().empty(); }
+
+std::string Gnuplot::data(const std::vector<PlotPoint>& points) {
+  std::vector<std::vector<double>> rows;
+  rows.reserve(points.size());
+  for (const PlotPoint& p : points) rows.push_back({p.x, p.y});
+  return data(rows);
+}
+
+std::string Gnuplot::data(const std::vector<std::vector<double>>& rows) {
+  const std::string name = "d" + std::to_string(files_++);
+  std::ofstream out(directory_ / name);
+  out.precision(9);
+  for (const auto& row : rows) {
+    for (const double value : row) out << value << ' ';
+    out << '\n';
+  }
+  if (rows.empty()) out << "NaN NaN NaN NaN NaN NaN\n";  // gnuplot takes an empty file for an error
+  if (!out.flush())
+    throw InputError((directory_ / name).string(), 0, "cannot be written; check the free space");
+  return "'" + name + "'";
+}
+
+void Gnuplot::figure(int width, int height) {
+  if (figures_ > 0) add("unset output\nreset");
+  add("set terminal svg size " + std::to_string(width) + "," + std::to_string(height) +
+      " dynamic rounded font 'sans,11'");
+  add("set output 'f" + std::to_string(figures_++) + ".svg'");
+  add("set border 3 lw 0.7\nset tics nomirror out scale 0.5\nset grid lw 0.4 lc rgb '#888888'");
+  add("set key top right horizontal samplen 1.2");
+}
+
+std::vector<std::string> Gnuplot::draw() {
+  std::ofstream(directory_ / "script") << script_ << "unset output\n";
+  const auto ignore = [](std::string_view) {};
+  const ChildResult child = runChild(program_, {"script"}, directory_, ignore, ignore);
+  if (child.exitStatus != 0) throw InputError(program_, 0, "could not draw the figures: " + child.errors);
+  std::vector<std::string> svgs;
+  for (int i = 0; i < figures_; ++i)
+    svgs.push_back(inlineSvg(readText(directory_ / ("f" + std::to_string(i) + ".svg"))));
+  return svgs;
+}
+
+}  // namespace gnx

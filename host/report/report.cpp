@@ -1,0 +1,26 @@
+#include "report/report.h"
+
+#include <fstream>
+
+#include "formats/input_error.h"
+#include "report/analysis.h"
+#include "report/figures.h"
+#include "report/page.h"
+#include "report/run_files.h"
+
+namespace gnx {
+
+std::filesystem::path writeReport(const std::filesystem::path& directory, const ReportOptions& options) {
+  Gnuplot plot(options.gnuplot);  // before the work: without it there is no page
+  const RunFiles run = readRunFiles(directory);
+  const RunAnalysis analysis = analyseRun(run, options.reference);
+  const std::vector<Figure> figures = drawFigures(run, analysis, plot);
+  const std::filesystem::path file = options.file.empty() ? directory / "report.html" : options.file;
+  std::ofstream out(file, std::ios::binary);
+  out << htmlPage(run, analysis, figures);
+  if (!out.flush())
+    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+  return file;
+}
+
+}  // namespace gnx

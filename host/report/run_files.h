@@ -1,0 +1,60 @@
+#pragma once
+/// \file run_files.h
+/// What a run left in its directory, read back for a report.
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/run_plan.h"
+#include "report/account.h"
+#include "report/solution.h"
+
+namespace gnx {
+
+/// One residual of the float solution.
+struct Residual {
+  GpsTime time;
+  SatName satellite;
+  bool phase = false;
+  double elevationDeg = 0.0, azimuthDeg = 0.0;
+  double value = 0.0;   ///< m
+  double weight = 0.0;  ///< 1/sigma, 1/m
+};
+
+/// A quantity over time.
+struct Sample {
+  GpsTime time;
+  double value = 0.0;
+};
+
+/// Ambiguity resolution at one level.
+struct LevelSample {
+  GpsTime time;
+  int fixed = 0;  ///< satellites
+  double ratio = 0.0;
+};
+
+struct RunFiles {
+  std::filesystem::path directory;
+  RunPlan plan;
+  std::vector<SolutionEpoch> epochs;
+  RunAccount account;                                         ///< empty: none kept
+  std::string signals;                                        ///< plan of signals and notes, as text
+  std::vector<std::pair<std::string, std::string>> settings;  ///< of the engine, name and value
+  std::vector<Residual> residuals;                            ///< empty: none kept
+  std::vector<Sample> zenithDelay;                            ///< total, m
+  std::map<char, std::vector<Sample>> clocks;                 ///< m; others than `clockSystem` are offsets
+  char clockSystem = 'G';
+  std::map<std::string, std::vector<LevelSample>> levels;  ///< "ewl", "wl", "n1"
+};
+
+/// Throws InputError when the directory holds no run. Files that a run may leave out make empty members.
+RunFiles readRunFiles(const std::filesystem::path& directory);
+
+/// Reads "solution.csv" as solutionText writes it. Throws InputError.
+std::vector<SolutionEpoch> readSolutionCsv(const std::filesystem::path& file);
+
+}  // namespace gnx

@@ -1,0 +1,110 @@
+/// Which ambiguities may enter a level.
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Core/Ambfix/SrifAmbfix_raw.h"
+#include "Core/Filter/FilterConfig.h"
+
+namespace tarvio {
+
+namespace {
+
+constexpr double kWideLaneFloor_rad = 10.0 * kDegToRad;
+constexpr double kLowElevation_rad = 30.0 * kDegToRad;
+constexpr double kStale_s = 0.01;
+constexpr double kFixed = 1.0;  ///< a state above it is a fix
+
+double s_seconds(double from, double to) { return std::round((to - from) * kDay); }
+
+const SrifPamt* s_activeRecord(SrifFilter* filter, int isat, int slot) {
+  if (slot < 0 || slot >= kFreq) return nullptr;
+  const SrifPamt* record = filter->m_pm(0, isat, slot);
+  return record && record->ipar != -1 ? record : nullptr;
+}
+
+const std::map<std::string, double>* s_record(const SrifFilter* filter, const char* tag) {
+  const auto station = filter->m_fixmap.find(filter->m_stations[0].m_name);
+  if (station == filter->m_fixmap.end()) return nullptr;
+  const auto level = station->second.find(tag);
+  return level == station->second.end() ? nullptr : &level->second;
+}
+
+}  // namespace
+
+bool SrifAmbfix_raw::s_recordValue(const SrifFilter* filter, const char* tag, int isat, double* value) {
+  const auto* record = s_record(filter, tag);
+  if (!record) return false;
+  const auto entry = record->find(s_config().m_cprn[isat]);
+  if (entry == record->end()) return false;
+  *value = entry->second;
+  return true;
+}
+
+bool SrifAmbfix_raw::s_isFixed(const SrifFilter* filter, const char* tag, int isat) {
+  const auto* record = s_record(filter, tag);
+  if (!record) return false;
+  const std::string& cprn = s_config().m_cprn[isat];
+  if (record->find(cprn) == record->end()) return false;
+  const auto state = record->find(cprn + "_ifab");
+  return state != record->end() && state->second > kFixed;
+}
+
+bool SrifAmbfix_raw::s_hasProduct(const Updc* updc, int isat, const Upd_ambconfig& cfg) {
+  if (!updc) return true;
+  const Deploy& config = s_config();
+  const int isys = config.m_sysOfRow(isat);
+  for (int k = 0; k < 2; ++k) {
+    const int slot = cfg.ambfreq[isys][k];
+    if (slot < 0 || slot >= kFreq) return false;
+    if (!updc->v_checkSatellite(config.m_cprn[isat].c_str(), config.m_freqUsed[isys][slot])) return false;
+  }
+  return true;
+}
+
+bool SrifAmbfix_raw::s_barredReference(int isat) {
+  const std::string& cprn = s_config().m_cprn[isat];
+  return cprn == "C38" || cprn == "C39" || cprn == "C40";
+}
+
+bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ia, int ib, bool flag,
+                                    const Upd_ambconfig& cfg) {
+  const SrifPamt* a = s_activeRecord(filter, isat, ia);
+  const SrifPamt* b = s_activeRecord(filter, isat, ib);
+  if ((ia != -1 && !a) || (ib != -1 && !b)) return false;
+
+  const bool wideLane = std::strcmp(tag, "wl") == 0;
+  const double elevation = filter->m_stations[0].m_sat[isat].m_elev;
+  if (cfg.m_cutoff > elevation)
+    return wideLane && elevation > kWideLaneFloor_rad && s_isFixed(filter, "ewl", isat);
+
+  const double limit = cfg.m_minCommonLambda;
+  const auto longEnough = [limit](const SrifPamt* r) { return !r || limit <= s_seconds(r->ptime0, r->ptime1); };
+  if (wideLane) {
+    if (cfg.m_fixIfUplayer && s_isFixed(filter, "ewl", isat)) return true;
+    if (flag) return false;
+  } else if (std::strcmp(tag, "n1") == 0) {
+    if (s_isFixed(filter, "wl", isat)) return cfg.m_fixIfUplayer || longEnough(a);
+    if (flag) return false;
+  }
+  if (a && b && limit > s_seconds(std::max(a->ptime0, b->ptime0), std::min(a->ptime1, b->ptime1))) return false;
+  return longEnough(a) && longEnough(b);
+}
+
+bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ifreq, bool flag,
+                                    const Upd_ambconfig& cfg) {
+  const SrifPamt* record = s_activeRecord(filter, isat, ifreq);
+  if (!record) return false;
+  const double elevation = filter->m_stations[0].m_sat[isat].m_elev;
+  if (cfg.m_cutoff > elevation) return false;
+  if (flag && std::strcmp(tag, "wl") == 0 && !s_isFixed(filter, "ewl", isat)) return false;
+
+  double limit = cfg.m_minCommonLambda;
+  if (elevation != 0.0 && elevation < kLowElevation_rad) limit *= 0.5 / std::sin(elevation);
+  if (limit > s_seconds(record->ptime0, record->ptime1)) return false;
+  if ((filter->mjd - record->ptime1) * kDay + filter->sod > kStale_s) return false;
+  return !flag || std::strcmp(tag, "n1") != 0 || s_isFixed(filter, "wl", isat);
+}
+
+}  // namespace tarvio

@@ -1,0 +1,408 @@
+/// Smoothed wide-lanes: combinations from text, averages of arcs, their life, integers.
+
+#include "Core/Ambfix/HMWfilter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+
+#include "Common/Logtrace.h"
+#include "Core/Filter/FilterConfig.h"
+#include "support/exit_message.h"
+#include "support/filter_world.h"
+
+namespace {
+
+using tarvio::HMWfilter;
+using tarvio::kDay;
+using tarvio::kDegToRad;
+using tarvio::kLight;
+using tarvio::kNone;
+using tarvio::SrifSatAmbd;
+using tarvio::Ssat_t;
+
+constexpr double kF1 = 1575.42e6, kF2 = 1227.6e6, kF5 = 1176.45e6;
+constexpr double kInterval = 30.0;
+
+/// Melbourne-Wuebbena of two carriers.
+std::string mwText(const char* a, const char* b, double fa, double fb) {
+  char text[96];
+  std::snprintf(text, sizeof text, "LL%s:1_LL%s:-1_PL%s:%.15f_PL%s:%.15f", a, b, a, fa / (fa + fb), b,
+                fb / (fa + fb));
+  return text;
+}
+
+/// GPS on L1, L2 and Galileo on L1, L5, seen with ranges, ionosphere, antenna offsets and integers
+/// that are known.
+class Hmw : public gnx_test::FilterFixture {
+ protected:
+  Hmw() {
+    m_level().m_tag = "wl";
+    m_level().m_resolution = true;
+    tarvio::s_copyText(m_level().m_ambType, "mw");
+    m_level().m_smooth = 1;
+    m_level().m_cutoff = 10.0 * kDegToRad;
+    m_level().m_minCommon = 60.0;
+    m_level().m_decision[0] = 0.2;
+    m_level().m_smoothValue = {{'G', mwText("1", "2", kF1, kF2)}, {'E', mwText("1", "5", kF1, kF5)}};
+    deploy().m_intv = kInterval;
+    m_build();
+    const double here[3] = {4.0e6, 1.0e6, 4.8e6};
+    std::copy_n(here, 3, station().m_x);
+    station().m_antenu[0][0][2] = 0.11;
+    station().m_antenu[0][1][2] = 0.14;
+    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_place(isat, 40.0);
+    for (auto& satellite : deploy().m_satellites) satellite.m_pco[0][2] = 1.2, satellite.m_pco[1][2] = 1.5;
+  }
+
+  tarvio::Upd_ambconfig& m_level() { return deploy().m_ambconfig[1]; }
+  int m_nw(int isat) const { return static_cast<int>(world.amb[isat][0] - world.amb[isat][1]); }
+
+  void m_place(int isat, double elevation_deg) {
+    const double e = elevation_deg * kDegToRad, azimuth = 0.8 * isat + 0.3, range = 2.2e7;
+    const double d[3] = {std::cos(e) * std::sin(azimuth), std::cos(e) * std::cos(azimuth), std::sin(e)};
+    for (int i = 0; i < 3; ++i)
+      deploy().m_satellites[static_cast<std::size_t>(isat)].m_xyz[i] = station().m_x[i] + range * d[i];
+    elevation[isat] = e;
+  }
+
+  /// Observations of a satellite; `fraction` cycles of the wide-lane go on the first phase.
+  void m_observe(int isat, double fraction = 0.0, double codeError_m = 0.0) {
+    const int isys = deploy().m_sysOfRow(isat);
+    const auto& satellite = deploy().m_satellites[static_cast<std::size_t>(isat)];
+    const double f1 = satellite.m_freq[0], range = 2.2e7 + 1000.0 * isat + 0.25 * time;
+    for (int f = 0; f < 2; ++f) {
+      const double freq = satellite.m_freq[f], lam = kLight / freq;
+      const double ion = world.ion[isat] * f1 * f1 / (freq * freq);
+      const double antennas =
+          satellite.m_pco[f][2] - std::sin(elevation[isat]) * station().m_antenu[isys][f][2];
+      double* obs = station().m_sat[isat].m_obs;
+      obs[f] = (range - ion - antennas) / lam + world.amb[isat][f] + (f == 0 ? fraction : 0.0);
+      obs[4 + f] = range + ion - antennas + codeError_m;
+    }
+  }
+  void m_observeAll() {
+    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat);
+  }
+  void m_run(double sod) {
+    time = sod;
+    station().m_mjd = 60000;
+    station().m_sod = sod;
+    smoother.m_process(&station());
+  }
+  SrifSatAmbd& m_arc(const char* cprn) { return smoother.m_ambs.at(cprn); }
+
+  double elevation[tarvio::kMaxSat] = {}, time = 0.0;
+  HMWfilter smoother{"wl", &deploy().m_ambconfig[1]};
+};
+
+TEST_F(Hmw, CoefficientsOfTokens) {
+  double coef[8] = {};
+  EXPECT_TRUE(smoother.m_wl_setcoef(0, "LL1:1_LL2:-1.0_PL1:0.562_PL2:4.38e-1", coef));
+  const double expected[8] = {1.0, -1.0, 0.0, 0.0, 0.562, 0.438, 0.0, 0.0};
+  for (int i = 0; i < 8; ++i) EXPECT_DOUBLE_EQ(coef[i], expected[i]) << i;
+
+  double pair[8] = {};
+  EXPECT_TRUE(smoother.m_wl_setcoef(7, "PIF:L1:L5", pair)) << "slot 1 of Galileo is L5";
+  EXPECT_DOUBLE_EQ(pair[4], kF1);
+  EXPECT_DOUBLE_EQ(pair[5], -kF5);
+}
+
+TEST_F(Hmw, TokensOfUnknownFrequenciesEndTheReading) {
+  double coef[8] = {};
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(smoother.m_wl_setcoef(0, "LL1:1_LL5:-1_PL1:0.5", coef));
+  EXPECT_FALSE(smoother.m_wl_setcoef(0, "PIF:L1:L7", coef));
+  const std::string text = testing::internal::GetCapturedStdout();
+  EXPECT_NE(text.find("upd_comb_freq = L5, is not consistent with freq_obs for G01"), std::string::npos);
+  EXPECT_NE(text.find("upd_comb_freq = L1 L7, is not consistent with freq_obs for G01"), std::string::npos);
+  EXPECT_EQ(coef[0], 1.0) << "what stood before counts";
+  EXPECT_EQ(coef[4], 0.0) << "what stood behind does not";
+  for (const char* text : {"L", "PIF", "PIF:L1", "_", ""}) smoother.m_wl_setcoef(0, text, coef);
+}
+
+TEST_F(Hmw, AverageIsTheWideLaneWhateverRangeIonosphereAndAntennas) {
+  std::mt19937 random(7);
+  std::normal_distribution<double> noise(0.0, 0.3);
+  for (int k = 0; k < 200; ++k) {
+    time = k * kInterval;
+    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat, 0.0, noise(random));
+    m_run(time);
+  }
+  ASSERT_EQ(smoother.m_ambs.size(), 13u);
+  for (const auto& [cprn, arc] : smoother.m_ambs) {
+    EXPECT_EQ(arc.nobs, 200);
+    // 0.3 m of both codes is 0.3/0.86 cycles (0.75 for Galileo), over 200 epochs; four sigmas.
+    EXPECT_NEAR(arc.xsm, m_nw(arc.isat), 4.0 * 0.3 / 0.75 / std::sqrt(200.0)) << cprn;
+    EXPECT_EQ(arc.ifix, 1) << "nothing is fixed unless asked for";
+  }
+}
+
+TEST_F(Hmw, ArcCountsOnlyWhenLongerThanTheLimit) {
+  m_level().m_smooth = 0;
+  for (int k = 0; k < 3; ++k) {
+    m_observe(0, 0.1 * k);
+    m_run(k * kInterval);
+    EXPECT_EQ(m_arc("G01").ifix, k == 2 ? 1 : 0) << "60 s are not above 60 s";
+  }
+  EXPECT_NEAR(m_arc("G01").xsm, m_nw(0) + 0.2, 1e-6) << "without averaging the value of the epoch";
+  EXPECT_NEAR(m_arc("G01").sumwx / m_arc("G01").sumw, m_nw(0) + 0.1, 1e-6);
+}
+
+TEST_F(Hmw, WeightsByElevation) {
+  m_place(0, 9.9);  // below the limit: next to no weight, and no length
+  m_observe(0, 0.4);
+  m_run(0.0);
+  EXPECT_EQ(m_arc("G01").nobs, 0);
+  EXPECT_EQ(m_arc("G01").wlast, 1.0e-6);
+  EXPECT_NEAR(m_arc("G01").xlast, m_nw(0) + 0.4, 1e-6);
+  m_place(0, 20.0);
+  m_observe(0, 0.1);
+  m_run(30.0);
+  const double w20 = 4.0 * std::pow(std::sin(20.0 * kDegToRad), 2);
+  EXPECT_NEAR(m_arc("G01").wlast, w20, 1e-9);
+  m_place(0, 60.0);
+  for (int k = 2; k < 4; ++k) {
+    m_observe(0, 0.2);
+    m_run(k * kInterval);
+  }
+  EXPECT_EQ(m_arc("G01").nobs, 3);
+  EXPECT_NEAR(m_arc("G01").xsm - m_nw(0), (0.1 * w20 + 0.2 * 2.0) / (w20 + 2.0), 2e-6);
+  EXPECT_NEAR(m_arc("G01").sumelev, (20.0 + 60.0 + 60.0) * kDegToRad, 1e-6);
+}
+
+TEST_F(Hmw, SlipsOfUsedPhasesBeginANewArc) {
+  frequencies('G', 2, {"L1", "L2", "L5"});
+  for (int k = 0; k < 4; ++k) {
+    m_observe(0);
+    m_run(k * kInterval);
+  }
+  Ssat_t& sat = station().m_sat[0];
+  sat.m_slip[2] = 4;  // not part of the combination
+  m_run(120.0);
+  EXPECT_EQ(m_arc("G01").nobs, 5);
+  sat.m_slip[2] = 0;
+  sat.m_slip[1] = 4;
+  world.amb[0][1] += 5.0;
+  m_observe(0);
+  m_run(150.0);
+  EXPECT_EQ(m_arc("G01").nobs, 1);
+  EXPECT_DOUBLE_EQ(m_arc("G01").ptime0, 60000.0 + 150.0 / kDay);
+  EXPECT_NEAR(m_arc("G01").xlast, m_nw(0), 1e-6);
+  EXPECT_EQ(m_arc("G01").ifix, 0);
+
+  sat.m_obs[1] = 0.0;  // the flag of a phase that is not there says nothing
+  m_run(180.0);
+  EXPECT_EQ(m_arc("G01").nobs, 1);
+  EXPECT_DOUBLE_EQ(m_arc("G01").ptime0, 60000.0 + 150.0 / kDay);
+  EXPECT_EQ(m_arc("G01").xlast, kNone);
+}
+
+TEST_F(Hmw, GapsUpToTwentyMinutesAreBridged) {
+  for (int k = 0; k < 4; ++k) {
+    m_observe(0);
+    m_run(k * kInterval);
+  }
+  station().m_sat[0].m_obs[5] = 0.0;
+  m_run(120.0);
+  EXPECT_EQ(m_arc("G01").ifix, 0);
+  EXPECT_EQ(m_arc("G01").xsm, kNone);
+  m_run(1290.0);  // 1200 s after the last one
+  m_observe(0);
+  m_run(1290.0);
+  EXPECT_EQ(m_arc("G01").nobs, 5);
+  EXPECT_EQ(m_arc("G01").ifix, 1);
+  station().m_sat[0].m_obs[0] = 0.0;
+  m_run(2491.0);
+  EXPECT_EQ(smoother.m_ambs.count("G01"), 0u);
+  m_run(2520.0);
+  EXPECT_DOUBLE_EQ(m_arc("G01").ptime0, 60000.0 + 2520.0 / kDay);
+}
+
+TEST_F(Hmw, IonosphereOfPhasesIsTakenOff) {
+  // Ionosphere-free code leaves the wide-lane phase with an ionosphere of its own.
+  const double a = kF1 * kF1 / (kF1 * kF1 - kF2 * kF2);
+  char text[96];
+  std::snprintf(text, sizeof text, "LL1:1_LL2:-1_PL1:%.15f_PL2:%.15f", a, 1.0 - a);
+  m_level().m_smoothValue = {{'G', text}};
+  m_observe(0);
+  m_run(0.0);
+  const double plain = kF1 / kF2 * world.ion[0] * (kF1 - kF2) / kLight;  // f1/f2 I1, cycles
+  EXPECT_NEAR(m_arc("G01").xlast - m_nw(0), plain, 1e-6);
+
+  m_level().m_ionSwitch = true;
+  m_level().m_ionValue = {{'G', "PIF:L1:L2"}};
+  // The codes of the ionosphere are taken as they are: antennas that differ would look like it.
+  deploy().m_satellites[0].m_pco[1][2] = deploy().m_satellites[0].m_pco[0][2];
+  station().m_antenu[0][1][2] = station().m_antenu[0][0][2];
+  smoother = HMWfilter("wl", &m_level());
+  for (const double ion : {-2.0, 40.0}) {
+    world.ion[0] = ion;
+    m_observe(0);
+    m_run(30.0);
+    EXPECT_NEAR(m_arc("G01").xlast, m_nw(0), 1e-5) << ion;
+  }
+}
+
+TEST_F(Hmw, IonosphereNeedsExactlyTwoCodes) {
+  m_level().m_ionSwitch = true;
+  m_level().m_ionValue = {{'G', "PL1:1.0"}};
+  m_observe(0);
+  EXPECT_EXIT_MESSAGE(m_run(0.0), "if count = 1, not equal with 2, please check `smooth/ion/value`");
+}
+
+TEST_F(Hmw, CombinationsWithoutAWavelengthGiveNothing) {
+  m_level().m_smoothValue = {{'G', "PL1:1_PL2:-1"}};
+  m_observe(0);
+  m_run(0.0);
+  EXPECT_EQ(m_arc("G01").xlast, kNone);
+  EXPECT_EQ(m_arc("G01").sumw, 0.0);
+}
+
+class HmwFix : public Hmw {
+ protected:
+  HmwFix() { tarvio::s_copyText(deploy().m_pams, "-mwfix"); }
+  /// \param fractions  by row, cycles
+  void m_epochs(double from, int count, const double* fractions) {
+    for (int k = 0; k < count; ++k) {
+      time = from + k * kInterval;
+      for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat, fractions[isat]);
+      m_run(time);
+    }
+  }
+};
+
+TEST_F(HmwFix, IntegersBehindACommonFraction) {
+  double fractions[13];
+  for (int i = 0; i < 13; ++i) fractions[i] = (i < 7 ? 0.37 : -0.12) + 0.02 * std::sin(1.0 * i);
+  fractions[3] += 0.45;  // a satellite with a fraction of its own
+  m_epochs(0.0, 4, fractions);
+  for (const auto& [cprn, arc] : smoother.m_ambs) {
+    if (arc.isat == 3) {
+      EXPECT_EQ(arc.ifix, 1);
+      continue;
+    }
+    EXPECT_EQ(arc.ifix, 3) << cprn;
+    EXPECT_EQ(arc.xsm, m_nw(arc.isat)) << cprn;
+  }
+  EXPECT_NEAR(smoother.m_frac[0], 0.37, 0.03);
+  EXPECT_NEAR(smoother.m_frac[2], -0.12, 0.03);
+  EXPECT_EQ(smoother.m_frac[1], kNone) << "no GLONASS";
+}
+
+TEST_F(HmwFix, FractionIsFollowedAcrossItsWrap) {
+  double fractions[13] = {};
+  double sod = 0.0;
+  for (const double common : {0.40, 0.48, 0.56, 0.9, 1.3}) {
+    for (double& f : fractions) f = common;
+    smoother.m_ambs.clear();
+    m_epochs(sod, 3, fractions);
+    sod += 90.0;
+    EXPECT_NEAR(smoother.m_frac[0], common, 1e-6);
+    EXPECT_EQ(m_arc("G01").xsm, m_nw(0)) << common;
+  }
+}
+
+TEST_F(HmwFix, ScatteredFractionsFixNothing) {
+  double fractions[13];
+  for (int i = 0; i < 13; ++i) fractions[i] = 0.61803398875 * i;  // evenly spread over the cycle
+  m_epochs(0.0, 4, fractions);
+  for (const auto& [cprn, arc] : smoother.m_ambs) EXPECT_EQ(arc.ifix, 1) << cprn;
+}
+
+TEST_F(HmwFix, ProductsOfTheSatellitesComeOffAndAreRequired) {
+  m_level().m_updSwitch = true;
+  tarvio::s_copyText(m_level().m_updType, "comb");
+  tarvio::Upd_comb product;
+  product.m_mjd = 60000;
+  double fractions[13];
+  for (int i = 0; i < 13; ++i) {
+    product.m_value[i] = std::remainder(0.3 * i, 1.0);
+    fractions[i] = 0.25 + product.m_value[i];
+  }
+  product.m_value[5] = kNone;
+  controller().m_upd.v_inputComb("comb", "wl", product);
+  m_epochs(0.0, 4, fractions);
+  EXPECT_EQ(m_arc("G06").ifix, 1);
+  for (const char* cprn : {"G01", "G05", "E04"}) {
+    EXPECT_EQ(m_arc(cprn).ifix, 3) << cprn;
+    EXPECT_EQ(m_arc(cprn).xsm, m_nw(m_arc(cprn).isat)) << cprn;
+  }
+}
+
+/// The filter runs one smoother for each level of this type.
+class HmwInFilter : public HmwFix {
+ protected:
+  HmwInFilter() {
+    deploy().m_ambconfig[0] = m_level();
+    deploy().m_ambconfig[0].m_tag = "ewl";
+    m_build();
+    filter->v_onFilterInit();
+    for (int isat = 0; isat < deploy().m_nsat; ++isat)
+      std::fill_n(station().m_sat[isat].m_slip, tarvio::kFreq, 0);
+  }
+  void m_prepare(double sod) {
+    time = sod;
+    m_observeAll();
+    station().m_mjd = filter->mjd = 60000;
+    station().m_sod = filter->sod = sod;
+    filter->v_onPrepare();
+  }
+};
+
+TEST_F(HmwInFilter, FixesGoIntoTheRecordAndLeaveItWithTheirObservation) {
+  for (int k = 0; k < 4; ++k) m_prepare(k * kInterval);
+  auto& record = filter->m_fixmap.at("STAN");
+  for (const char* tag : {"wl", "wl_mw"}) {
+    EXPECT_EQ(record.at(tag).at("G03"), m_nw(2));
+    EXPECT_EQ(record.at(tag).at("G03_ifab"), 3.0);
+    EXPECT_EQ(record.at(tag).at("G03_ptime0"), 60000.0);
+    EXPECT_DOUBLE_EQ(record.at(tag).at("G03_ptime1"), 60000.0 + 90.0 / kDay);
+  }
+  EXPECT_EQ(record.at("ewl_mw").at("G03_ifab"), 2.0);
+  std::fill_n(station().m_sat[2].m_obs, 8, 0.0);
+  filter->v_onPrepare();
+  EXPECT_EQ(record.at("wl").count("G03"), 0u);
+  EXPECT_EQ(record.at("wl").count("G04"), 1u);
+}
+
+TEST_F(HmwInFilter, OutlierTreatmentRestartsArcs) {
+  for (int k = 0; k < 4; ++k) m_prepare(k * kInterval);
+  const auto nobs = [&](const char* tag, const char* cprn) {
+    return filter->m_hmw.at(tag).at("STAN")->m_ambs.at(cprn).nobs;
+  };
+  filter->m_ambreset = {{0, 0, 0}, {0, 1, 1}};
+  filter->v_onFinish();
+  EXPECT_EQ(nobs("wl", "G01"), 4) << "only with RESET";
+  deploy().m_diaReset = true;
+  filter->m_ambreset = {{0, 0, 0}, {0, 1, 1}};
+  filter->v_onFinish();
+  EXPECT_EQ(nobs("wl", "G01"), 0);
+  EXPECT_EQ(nobs("ewl", "G01"), 0);
+  EXPECT_EQ(nobs("wl", "G02"), 4) << "the second slot belongs to the extra-wide-lane";
+  EXPECT_EQ(nobs("ewl", "G02"), 0);
+  EXPECT_EQ(nobs("wl", "G03"), 4);
+}
+
+TEST_F(Hmw, StatusStreamListsTheValuesOfTheEpoch) {
+  smoother.m_tag = "test";
+  tarvio::Logtrace::s_defaultlogger.m_closeLog("ambfix_status_test");
+  std::remove("ambfix_status_test");
+  m_observe(1);
+  m_run(3661.0);
+  smoother.m_wl_output(&station());
+  tarvio::Logtrace::s_defaultlogger.m_closeLog("ambfix_status_test");
+  std::ifstream file("ambfix_status_test");
+  std::string head, line, more;
+  std::getline(file, head);
+  std::getline(file, line);
+  EXPECT_EQ(head, "TIM 2023 02 25 01 01 01 60000   3661.0");  // MJD 60000 is 2023-02-25
+  char expected[80];
+  std::snprintf(expected, sizeof expected, "%9.1lf STAN G02 %9.3lf %9.3lf", 3661.0, 1.0 * m_nw(1), 40.0);
+  EXPECT_EQ(line, expected);
+  EXPECT_FALSE(std::getline(file, more)) << "satellites that were not seen are left out";
+  std::remove("ambfix_status_test");
+}
+
+}  // namespace
