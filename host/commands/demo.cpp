@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/simulated_vehicles.h"
 #include "engine/replay.h"
 #include "report/gnuplot.h"
 #include "simulate/simulation.h"
@@ -35,7 +34,6 @@ SimulationOptions demoSky(const DemoArguments& a) {
     o.observer.path.kind = "figure8";
     o.clockInterval = o.orbitInterval = 10;
   }
-  o.observer.reversedAxes = reversedSatellites(o.sky.start);
   return o;
 }
 

@@ -16,7 +16,8 @@ namespace {
 struct ReplayArguments {
   ReplayOptions options;
   std::vector<double> position, reference, antennaDelta;
-  std::string positionText, from, to, signals, exclude, refpoint;
+  std::string from, to, signals, refpoint;
+  std::vector<std::string> without;
 };
 
 std::array<double, 3> threeNumbers(const std::vector<double>& v) { return {v[0], v[1], v[2]}; }
@@ -101,6 +102,10 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
   cmd.add_option("--diagnostics", plan.diagnostics, "output options of the engine, e.g. \"-outres -outobsstat\"");
+  cmd.add_option("--without", a.without,
+                 "development: leave a term out of the engine's model (windup, tides, relativity, troposphere, "
+                 "satoffset, recoffset), to see what it is worth")
+      ->check(CLI::IsMember({"windup", "tides", "relativity", "troposphere", "satoffset", "recoffset"}));
   cmd.add_option("--details", plan.details, "seconds between epochs with residuals for the report; 0: none")
       ->check(CLI::Range(0.0, 86400.0))
       ->capture_default_str();
@@ -114,6 +119,7 @@ void replay(ReplayArguments& a) {
   if (!a.position.empty()) o.plan.position = threeNumbers(a.position);
   if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
   if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
+  for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
   if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);

@@ -15,13 +15,14 @@ namespace {
 
 struct ReportArguments {
   std::string directory;
-  std::string file;
+  std::string file, figures;
   std::vector<double> reference;
 };
 
 void runReport(const ReportArguments& a) {
   ReportOptions options;
   options.file = a.file;
+  options.figures = a.figures;
   if (!a.reference.empty()) options.reference = {a.reference[0], a.reference[1], a.reference[2]};
   std::printf("%s\n", writeReport(a.directory, options).c_str());
 }
@@ -34,6 +35,7 @@ void addReport(CLI::App& app) {
   auto a = std::make_shared<ReportArguments>();
   cmd->add_option("dir", a->directory, "run directory of 'gnx replay'")->required();
   cmd->add_option("--out", a->file, "file to write; without: report.html in the run directory");
+  cmd->add_option("--figures", a->figures, "folder to which each figure goes as an SVG file too");
   cmd->add_option("--reference", a->reference,
                   "true position X Y Z of the marker, m; without: the one given to the run")
       ->expected(3);

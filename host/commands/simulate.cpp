@@ -7,7 +7,6 @@
 #include <numbers>
 
 #include "commands/commands.h"
-#include "commands/simulated_vehicles.h"
 #include "formats/input_error.h"
 #include "simulate/simulation.h"
 
@@ -138,7 +137,6 @@ void runSimulate(SimulateArguments& a) {
   if (!a.antennaDelta.empty())
     o.observer.antennaDelta = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
   if (!a.faults.empty()) o.faults = FaultList::read(a.faults);
-  o.observer.reversedAxes = reversedSatellites(o.sky.start);
   applyErrorSwitches(a, o);
   const SimulationFiles files = simulate(o, a.directory);
   if (a.quiet) return;

@@ -52,6 +52,15 @@ char systemLetter(const SatelliteRecord& satellite) {
   return letter == 'C' && satellite.block.starts_with("BEIDOU-2") ? 'B' : letter;
 }
 
+std::set<SatName> reversedSatellites(const std::vector<SatelliteRecord>& rows, const TableTime& now) {
+  std::set<SatName> names;
+  for (const SatelliteRecord& satellite : rows) {
+    const bool reversed = satellite.block.starts_with("BLOCK IIR") || satellite.block == "BLOCK IIIA";
+    if (reversed && satellite.validAt(now)) names.insert(satellite.name);
+  }
+  return names;
+}
+
 std::vector<SatelliteRecord> parseSatelliteTable(std::string_view text) {
   std::vector<SatelliteRecord> rows;
   std::string_view line;

@@ -3,6 +3,7 @@
 /// Which vehicle flies under which satellite name: the rows of the engine's satellite navigation table.
 
 #include <array>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,11 @@ struct SatelliteRecord {
 
 /// Letter of the engine's system: G R E J, C for BeiDou-3, B for BeiDou-2.
 char systemLetter(const SatelliteRecord& satellite);
+
+/// Satellites valid at a time whose body axes x and y the engine takes opposite to the convention of the
+/// IGS (Montenbruck et al. 2015, Adv. Space Res. 56): GPS blocks IIR and III. Their wind-up is half a
+/// cycle off for everybody else.
+std::set<SatName> reversedSatellites(const std::vector<SatelliteRecord>& rows, const TableTime& now);
 
 /// Reads part 1 of a table.
 std::vector<SatelliteRecord> parseSatelliteTable(std::string_view text);

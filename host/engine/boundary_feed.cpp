@@ -5,6 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "corrections/broadcast_orbit.h"
+#include "corrections/signals.h"
+
 namespace gnx {
 
 namespace {
@@ -57,10 +60,11 @@ int BoundaryNumbers::code(const std::string& signal) const {
 }
 
 ProductFeed::ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
-                         bool sourceHasCodeBiases)
+                         std::set<SatName> reversed, bool sourceHasCodeBiases)
     : numbers_(numbers),
       plan_(plan),
       excluded_(std::move(excluded)),
+      reversed_(std::move(reversed)),
       sourceHasCodeBiases_(sourceHasCodeBiases),
       eph_(GNX_IO::kMaxSatellite),
       geph_(GNX_IO::kMaxSatellite),
@@ -169,7 +173,8 @@ bool ProductFeed::setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases
   return any;
 }
 
-bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const {
+bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases) const {
+  const char system = sat[0];
   std::fill(std::begin(ssr.pbias), std::end(ssr.pbias), 0.0);
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
   if (biases == nullptr) return false;
@@ -187,6 +192,8 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, char system, const SatBiase
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
     ssr.pbias[code - 1] = bias->value;
+    if (const auto hz = reversed_.contains(sat) ? carrierFrequency(system, signal.code[0]) : std::nullopt)
+      ssr.pbias[code - 1] += 0.5 * kLightSpeed / *hz;
     ssr.stdpb[code - 1] = 1.0F;
     any = true;
   }
@@ -214,7 +221,7 @@ void ProductFeed::feedBiases(const CorrectionBatch& batch) {
       s.mark_cbias = 1;
       any = true;
     }
-    if (setPhaseBiases(s, name[0], biases)) {
+    if (setPhaseBiases(s, name, biases)) {
       s.mark_pbias = 1;
       any = true;
     }

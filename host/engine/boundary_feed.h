@@ -33,8 +33,10 @@ class BoundaryNumbers {
 /// Feeds ephemerides and corrections; used by one thread.
 class ProductFeed {
  public:
+  /// \param reversed  satellites whose wind-up the engine counts half a cycle off the convention of
+  /// corrections; their phase biases make up for it
   ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
-              bool sourceHasCodeBiases);
+              std::set<SatName> reversed, bool sourceHasCodeBiases);
 
   void feed(const BroadcastEph& eph);
   void feed(const GlonassEph& eph);
@@ -44,11 +46,11 @@ class ProductFeed {
   void feedOrbitClock(const CorrectionBatch& batch);
   void feedBiases(const CorrectionBatch& batch);
   bool setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
-  bool setPhaseBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
+  bool setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases) const;
 
   const BoundaryNumbers& numbers_;
   const SignalPlan& plan_;
-  std::set<SatName> excluded_;
+  std::set<SatName> excluded_, reversed_;
   bool sourceHasCodeBiases_;
   std::vector<GNX_IO::eph_entry_t> eph_;
   std::vector<GNX_IO::geph_entry_t> geph_;

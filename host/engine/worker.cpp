@@ -5,10 +5,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <memory>
 
 #include "corrections/sources.h"
+#include "deployment/satellite_table.h"
 #include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
 #include "engine/child_process.h"
@@ -167,6 +169,13 @@ std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const ObsHeade
   return corrector;
 }
 
+/// By the deployment's satellite table, where the engine takes its blocks from.
+std::set<SatName> reversedAxes(const GpsTime& first) {
+  std::ifstream file("satnav.txt");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  return reversedSatellites(parseSatelliteTable(text), tableTime(first));
+}
+
 std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }
 
 void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satellites, double share) {
@@ -207,7 +216,7 @@ void runWorker() {
   initialize(plan, header);
   const BoundaryNumbers numbers;
   const std::set<SatName> excluded(plan.excluded.begin(), plan.excluded.end());
-  ProductFeed products(numbers, signals, excluded, biased);
+  ProductFeed products(numbers, signals, excluded, reversedAxes(first), biased);
   ObservationFeed feed(numbers, signals, excluded);
   Delivery delivery(timeline, std::move(source), products);
   FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });

@@ -56,7 +56,7 @@ struct Frame {
   }
   /// Place of panel `i` of `n` in a stack.
   void panel(int i, int n) const {
-    constexpr double kTop = 0.97, kBottom = 0.14, kGap = 0.035;
+    constexpr double kTop = 0.94, kBottom = 0.14, kGap = 0.05;
     const double height = (kTop - kBottom - kGap * (n - 1)) / n;
     const double top = kTop - i * (height + kGap);
     plot.add(printed("set tmargin at screen %.4f\nset bmargin at screen %.4f", top, top - height));
@@ -69,6 +69,11 @@ struct Frame {
 class PlotCommand {
  public:
   void add(const std::string& part) { parts_ += (parts_.empty() ? "plot " : ", ") + part; }
+  /// Small dots, with a larger one in the key.
+  void addCloud(const std::string& data, const char* color, const char* title) {
+    add(data + printed(" with points pt 7 ps 0.22 lc rgb '%s' notitle", color));
+    add(printed("keyentry with points pt 7 ps 0.6 lc rgb '%s' title '%s'", color, title));
+  }
   bool empty() const { return parts_.empty(); }
   const std::string& text() const { return parts_; }
 
@@ -173,29 +178,40 @@ std::optional<Figure> drawHorizontal(const Frame& f) {
   f.plot.add("set arrow from graph 0.5,0 to graph 0.5,1 nohead lw 0.6 lc rgb '#888888'");
   f.plot.add("set arrow from graph 0,0.5 to graph 1,0.5 nohead lw 0.6 lc rgb '#888888'");
   PlotCommand command;
-  if (!floating.empty())
-    command.add(f.plot.data(thinCloud(floating, kCloudPoints)) +
-                printed(" with points pt 7 ps 0.22 lc rgb '%s' title 'float'", kEast));
-  if (!fixed.empty())
-    command.add(f.plot.data(thinCloud(fixed, kCloudPoints)) +
-                printed(" with points pt 7 ps 0.22 lc rgb '%s' title 'fixed'", kNorth));
+  if (!floating.empty()) command.addCloud(f.plot.data(thinCloud(floating, kCloudPoints)), kEast, "float");
+  if (!fixed.empty()) command.addCloud(f.plot.data(thinCloud(fixed, kCloudPoints)), kNorth, "fixed");
   if (command.empty()) command.add("NaN notitle");
   f.plot.add(command.text());
   return Figure{"horizontal", "Horizontal scatter",
                 referenceNote(f.analysis) + outsideNote(scale, errors.size()), "", true};
 }
 
+/// A place for a satellite's name on its own track that keeps clear of the names set before.
+PlotPoint namePlace(const std::vector<PlotPoint>& track, const std::vector<PlotPoint>& taken) {
+  constexpr double kClear = 9.0;  // degrees of the plot
+  constexpr std::size_t kCandidates = 24;
+  PlotPoint best = track.back();
+  double widest = -1.0;
+  for (std::size_t i = 0; i < kCandidates; ++i) {
+    const PlotPoint& p = track[(track.size() - 1) * (kCandidates - 1 - i) / (kCandidates - 1)];
+    double clear = 1e3;
+    for (const PlotPoint& t : taken) clear = std::min(clear, std::hypot(p.x - t.x, p.y - t.y));
+    if (clear > widest) best = p, widest = clear;
+    if (clear > kClear) break;
+  }
+  return best;
+}
+
 std::optional<Figure> drawSky(const Frame& f) {
   if (f.run.residuals.empty()) return std::nullopt;
-  std::map<char, std::vector<PlotPoint>> tracks;
-  std::map<SatName, PlotPoint> names;
+  std::map<char, std::vector<PlotPoint>> clouds;
+  std::map<SatName, std::vector<PlotPoint>> tracks;
   for (const Residual& r : f.run.residuals) {
     if (!r.phase) continue;
     const double zenith = 90.0 - r.elevationDeg, azimuth = r.azimuthDeg * std::numbers::pi / 180.0;
     const PlotPoint p{zenith * std::sin(azimuth), zenith * std::cos(azimuth)};
-    tracks[r.satellite[0]].push_back(p);
-    const auto highest = names.try_emplace(r.satellite, p).first;
-    if (std::hypot(p.x, p.y) < std::hypot(highest->second.x, highest->second.y)) highest->second = p;
+    clouds[r.satellite[0]].push_back(p);
+    tracks[r.satellite].push_back(p);
   }
   f.plot.figure(kSquare, kSquare);
   f.plot.add(
@@ -215,20 +231,21 @@ std::optional<Figure> drawSky(const Frame& f) {
   f.plot.add(
       "set label 'N' at 0,96 center\nset label 'S' at 0,-96 center\nset label 'E' at 96,0 center\nset label "
       "'W' at -96,0 center");
-  for (const auto& [satellite, p] : names)
+  std::vector<PlotPoint> taken;
+  for (const auto& [satellite, track] : tracks) {
+    const PlotPoint p = namePlace(track, taken);
+    taken.push_back(p);
     f.plot.add(printed("set label '%s' at %.1f,%.1f offset 0.4,0.4 font ',8' tc rgb '%s' front",
                        satellite.c_str(), p.x, p.y, systemColor(satellite[0])));
+  }
   PlotCommand command;
-  for (const auto& [system, points] : tracks)
-    command.add(
-        f.plot.data(thinCloud(points, 2 * kCloudPoints)) +
-        printed(" with points pt 7 ps 0.16 lc rgb '%s' title '%s'", systemColor(system), systemName(system)));
+  for (const auto& [system, points] : clouds)
+    command.addCloud(f.plot.data(thinCloud(points, 2 * kCloudPoints)), systemColor(system),
+                     systemName(system));
   if (command.empty()) command.add("NaN notitle");
   f.plot.add(command.text());
-  return Figure{"sky", "Sky plot",
-                printed("Satellites used; elevation mask %g°. Names stand at the highest point of a satellite.",
-                        f.run.plan.cutoffDeg),
-                "", true};
+  return Figure{"sky", "Sky plot", printed("Satellites used; elevation mask %g°.", f.run.plan.cutoffDeg), "",
+                true};
 }
 
 std::optional<Figure> drawSatellites(const Frame& f) {
@@ -236,7 +253,8 @@ std::optional<Figure> drawSatellites(const Frame& f) {
   f.plot.add("set multiplot");
   f.panel(0, 2);
   f.plot.add(
-      "set yrange [0:*]\nset ylabel 'satellites' offset 1\nset key top left horizontal\nset offsets 0,0,3,0");
+      "set yrange [0:*]\nset ylabel 'satellites' offset 1\nset key at graph 1,1 bottom right horizontal\nset "
+      "offsets 0,0,1,0");
   PlotCommand command;
   command.add(f.plot.data(seriesOf(f, [](const SolutionEpoch& e) {
     return static_cast<double>(satelliteCount(e));
@@ -285,22 +303,22 @@ std::optional<Figure> drawResiduals(const Frame& f, bool byElevation) {
     }
     f.plot.add(printed("set yrange [%g:%g]\nset ylabel '%s' offset 1\n", -range, range,
                        phase ? "phase [mm]" : "code [m]"));
-    f.plot.add(phase ? "set key top right horizontal" : "unset key");
+    f.plot.add(phase ? "set key at graph 1,1 bottom right horizontal" : "unset key");
     PlotCommand command;
     for (auto& [system, points] : clouds) {
       std::erase_if(points, [range](const PlotPoint& p) { return std::abs(p.y) > range; });
-      command.add(f.plot.data(thinCloud(points, kCloudPoints)) +
-                  printed(" with points pt 7 ps 0.18 lc rgb '%s' title '%s'", systemColor(system),
-                          systemName(system)));
+      command.addCloud(f.plot.data(thinCloud(points, kCloudPoints)), systemColor(system), systemName(system));
     }
     if (command.empty()) command.add("NaN notitle");
     f.plot.add(command.text());
   }
   f.plot.add("unset multiplot");
   return byElevation
-             ? Figure{"residuals-elevation", "Residuals by elevation", "Of the float solution.", "", false}
+             ? Figure{"residuals-elevation", "Residuals by elevation",
+                      "Of the float solution; dense parts are thinned.", "", false}
              : Figure{"residuals-time", "Residuals over time",
-                      "Of the float solution; all satellites, all frequencies.", "", false};
+                      "Of the float solution, all satellites and frequencies; dense parts are thinned.", "",
+                      false};
 }
 
 std::optional<Figure> drawZenithDelay(const Frame& f) {
@@ -323,12 +341,20 @@ std::optional<Figure> drawClock(const Frame& f) {
   f.plot.add("set multiplot");
   f.panel(0, panels);
   if (!offsets) f.plot.add("set bmargin at screen 0.23");
-  f.plot.add(printed("set ylabel 'clock [ns]' offset 0\nunset key"));
-  const auto clock = f.run.clocks.find(f.run.clockSystem);
-  f.plot.add(clock == f.run.clocks.end()
-                 ? "plot NaN"
-                 : "plot " + f.plot.data(seriesOf(f, clock->second, kNanoseconds)) +
-                       printed(" with lines lw 1.1 lc rgb '%s'", systemColor(f.run.clockSystem)));
+  f.plot.add("set ylabel 'clock [ns]' offset 0\nunset key");
+  // Steered clocks stay at hundreds of microseconds: their variation is what shows.
+  std::vector<Sample> clock;
+  double median = 0.0;
+  if (const auto found = f.run.clocks.find(f.run.clockSystem); found != f.run.clocks.end()) {
+    clock = found->second;
+    std::vector<double> values;
+    for (const Sample& sample : clock) values.push_back(sample.value);
+    median = quantile(values, 0.5);
+    for (Sample& sample : clock) sample.value -= median;
+  }
+  if (clock.empty()) f.plot.add("set yrange [-1:1]");
+  f.plot.add("plot " + f.plot.data(seriesOf(f, clock, kNanoseconds)) +
+             printed(" with lines lw 1.1 lc rgb '%s'", systemColor(f.run.clockSystem)));
   if (offsets) {
     f.panel(1, 2);
     f.plot.add(
@@ -342,10 +368,11 @@ std::optional<Figure> drawClock(const Frame& f) {
     f.plot.add(command.text());
   }
   f.plot.add("unset multiplot");
-  return Figure{"clock", "Receiver clock",
-                std::string("Clock of the reference system ") + systemName(f.run.clockSystem) +
-                    (offsets ? " and offsets of the other systems from it." : "."),
-                "", false};
+  return Figure{
+      "clock", "Receiver clock",
+      printed("Clock of the reference system %s minus %.6f ms%s", systemName(f.run.clockSystem),
+              median * kNanoseconds * 1e-6, offsets ? "; offsets of the other systems from it." : "."),
+      "", false};
 }
 
 std::optional<Figure> drawSigma(const Frame& f) {
@@ -418,8 +445,9 @@ std::optional<Figure> drawFixes(const Frame& f) {
   f.plot.add(command.empty() ? "plot NaN notitle" : command.text());
   if (any) {
     f.plot.add(
-        "set grid lw 0.4 lc rgb '#888888'\nset ytics autofreq\nset yrange [0:*]\nset ylabel 'fixed' offset "
-        "1\nset key top left horizontal");
+        "set grid lw 0.4 lc rgb '#888888'\nset ytics autofreq nomirror\nset yrange [0:*]\nset ylabel 'fixed' "
+        "offset "
+        "1\nset key at graph 1,1 bottom right horizontal samplen 1.2 width 0");
     f.panel(1, panels);
     f.plot.add("set tmargin at screen 0.76\nset bmargin at screen 0.47");
     PlotCommand numbers;

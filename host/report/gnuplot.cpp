@@ -147,6 +147,15 @@ std::string inlineSvg(const std::string& file) {
   return "<svg viewBox=\"" + view + "\" role=\"img\">" + shortenNumbers(points.out);
 }
 
+std::string standaloneSvg(const std::string& element) {
+  constexpr std::string_view kOpen = "<svg ";
+  const auto head = element.find('>');
+  if (!element.starts_with(kOpen) || head == std::string::npos) return element;
+  return "<svg xmlns=\"http://www.w3.org/2000/svg\" color=\"#26323e\" " +
+         element.substr(kOpen.size(), head + 1 - kOpen.size()) +
+         "<style>svg{background:#fff}text{font:11px sans-serif}</style>" + element.substr(head + 1);
+}
+
 Gnuplot::Gnuplot(const std::string& program) : program_(program.empty() ? findProgram() : program) {
   if (program_.empty() || access(program_.c_str(), X_OK) != 0)
     throw UsageError(

@@ -43,5 +43,7 @@ class Gnuplot {
 /// Turns an SVG file of gnuplot into an element of an HTML page: no header, no outside names, colours of
 /// text and axes from the page, points of a colour joined to one path.
 std::string inlineSvg(const std::string& file);
+/// The reverse way for a picture of its own: a file with its own colours on white.
+std::string standaloneSvg(const std::string& element);
 
 }  // namespace gnx

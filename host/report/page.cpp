@@ -48,8 +48,9 @@ std::string duration(const std::optional<double>& seconds) {
   return printed("%.2f h", *seconds / 3600.0);
 }
 
-/// Centimetres with a decimal, metres from one metre on.
+/// Millimetres below a centimetre, metres from one metre on.
 std::string length(double metres) {
+  if (std::abs(metres) < 0.01) return printed("%.1f mm", metres * 1000.0);
   return std::abs(metres) < 1.0 ? printed("%.1f cm", metres * 100.0) : printed("%.2f m", metres);
 }
 

@@ -12,6 +12,7 @@ namespace gnx {
 struct ReportOptions {
   std::optional<std::array<double, 3>> reference;  ///< marker, m; without: what the run stored
   std::filesystem::path file;                      ///< "" = report.html in the run directory
+  std::filesystem::path figures;                   ///< "" = none; folder for each figure as an SVG file
   std::string gnuplot;                             ///< program, "" = search PATH
 };
 

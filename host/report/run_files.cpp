@@ -63,6 +63,7 @@ class DiagnosticsReader {
     const auto sod = parseReal(words_[2]);
     if (!mjd || !sod) return;
     time_ = GpsTime{(*mjd - kUnixMjd) * 86400, 0.0} + *sod;
+    if (time_ < run_.epochs.front().time || run_.epochs.back().time < time_) return;
     if (words_[0] == "RES") residual();
     else if (words_[0] == "ZTD") zenith();
     else if (words_[0] == "CLK") clock();

@@ -15,7 +15,8 @@ struct PlotPoint {
 std::vector<PlotPoint> thinSeries(const std::vector<PlotPoint>& points, std::size_t most);
 
 /// At most about `most` points of a cloud: of every cell of a fine grid over the cloud the first point
-/// met stays (points are met in a scattered order, so that no pattern of the grid shows), so that dense parts lose points and the outline, outliers included, remains.
+/// met stays (points are met in a scattered order, so that no pattern of the grid shows), so that dense parts
+/// lose points and the outline, outliers included, remains.
 std::vector<PlotPoint> thinCloud(const std::vector<PlotPoint>& points, std::size_t most);
 
 }  // namespace gnx

@@ -45,7 +45,7 @@ TEST_F(EsbcDay, StaticWithProductsIsAccurateInEveryEpoch) {
   EXPECT_GE(r.summary.satellitesMin, 10);
   // the single-point start
   double start = 0.0;
-  for (int i = 0; i < 3; ++i) start += std::pow(r.epochs.front().xyz[i] - (*o.reference)[i], 2);
+  for (std::size_t i = 0; i < 3; ++i) start += std::pow(r.epochs.front().xyz[i] - (*o.reference)[i], 2);
   EXPECT_LT(std::sqrt(start), 10.0);
   // arcs restart at rises, gaps and slips only
   EXPECT_LT(countLines(dir / "engine.log", "add ambiguity!"), 1500);

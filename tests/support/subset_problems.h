@@ -51,7 +51,8 @@ inline AmbiguityProblem drawProblem(int n, double spread, double reference, doub
     p.x[i] += sigma * normal(random);
     p.Q[i * (size + 1)] += sigma * sigma;
   }
-  for (int f = 0; f < faulty; ++f) p.x[static_cast<std::size_t>(uniform(random) * n)] += 0.2 + 0.6 * uniform(random);
+  for (int f = 0; f < faulty; ++f)
+    p.x[static_cast<std::size_t>(uniform(random) * n)] += 0.2 + 0.6 * uniform(random);
   return p;
 }
 
@@ -59,7 +60,9 @@ inline AmbiguityProblem drawProblem(int n, double spread, double reference, doub
 inline std::vector<int> byVariance(const AmbiguityProblem& p) {
   std::vector<int> rows(static_cast<std::size_t>(p.n));
   std::iota(rows.begin(), rows.end(), 0);
-  const auto variance = [&](int i) { return p.Q[static_cast<std::size_t>(i) * static_cast<std::size_t>(p.n + 1)]; };
+  const auto variance = [&](int i) {
+    return p.Q[static_cast<std::size_t>(i) * static_cast<std::size_t>(p.n + 1)];
+  };
   std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) { return variance(a) < variance(b); });
   return rows;
 }

@@ -18,8 +18,6 @@ using gnx_test::WorldRow;
 using tarvio::SrifPamt;
 using tarvio::Station;
 
-constexpr int kMjd = 60000;
-
 /// Keeps the dense system and the places of the unknowns that are alive.
 class DenseFilter {
  public:

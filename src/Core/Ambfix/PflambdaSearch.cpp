@@ -81,7 +81,8 @@ int ambslv_(int n, const double* Q, double* x, double* xsecond, double* s) {
   w.x.assign(x, x + size);
   w.candidates.assign(2 * size, 0.0);
   double norms[2] = {};
-  if (const int failed = GNX_IO::lambda(n, 2, w.x.data(), w.q.data(), w.candidates.data(), norms)) return failed;
+  if (const int failed = GNX_IO::lambda(n, 2, w.x.data(), w.q.data(), w.candidates.data(), norms))
+    return failed;
   const bool swapped = !(norms[1] > norms[0]);
   std::copy_n(w.candidates.begin() + (swapped ? n : 0), n, x);
   if (xsecond) std::copy_n(w.candidates.begin() + (swapped ? 0 : n), n, xsecond);

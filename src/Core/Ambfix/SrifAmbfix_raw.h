@@ -102,8 +102,8 @@ class SrifAmbfix_raw {
   /// Prints the text of constraints without room and ends the process.
   [[noreturn]] static void s_exitNoRoom(const char* function, int line, const SrifFilter* filter,
                                         std::size_t rows);
-  static void s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,
-                                  int n, const int* ifix, const int* flags, const int* s0);
+  static void s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx, int n,
+                                  const int* ifix, const int* flags, const int* s0);
 
   // --- one level --------------------------------------------------------------------------------
   static void s_raw_resolve_wl(const char* tag, SrifFilter* filter, const Updc* updc, int* s0);
@@ -116,8 +116,7 @@ class SrifAmbfix_raw {
   /// \param Q  column stride ldq \param sigma  of unit weight \param ratio  out, may be null
   /// \returns 1 when any was fixed
   static int s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, double sigma, const double* x,
-                                 const int* idx, const int* s0, int n, int* ifix, int* flags,
-                                 double* ratio);
+                                 const int* idx, const int* s0, int n, int* ifix, int* flags, double* ratio);
 };
 
 }  // namespace tarvio

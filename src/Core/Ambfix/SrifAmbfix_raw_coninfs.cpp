@@ -60,8 +60,7 @@ void SrifAmbfix_raw::s_foldRows(SrifFilter* filter, const std::vector<Constraint
   if (rows.empty()) return;
   const int imtx = filter->imtx, count = static_cast<int>(rows.size());
   double* infs = filter->infs;
-  for (int column = 0; column <= imtx; ++column)
-    std::fill_n(infs + filter->iptx[column] + imtx, count, 0.0);
+  for (int column = 0; column <= imtx; ++column) std::fill_n(infs + filter->iptx[column] + imtx, count, 0.0);
   for (int k = 0; k < count; ++k) {
     const ConstraintRow& row = rows[static_cast<std::size_t>(k)];
     for (int t = 0; t < row.count; ++t)

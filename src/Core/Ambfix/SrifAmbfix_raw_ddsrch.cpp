@@ -59,7 +59,8 @@ int SrifAmbfix_raw::s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, d
   std::vector<int> worst(size);
   std::iota(worst.begin(), worst.end(), 0);
   std::stable_sort(worst.begin(), worst.end(), [&](int a, int b) {
-    return compact[static_cast<std::size_t>(a) * (size + 1)] < compact[static_cast<std::size_t>(b) * (size + 1)];
+    return compact[static_cast<std::size_t>(a) * (size + 1)] <
+           compact[static_cast<std::size_t>(b) * (size + 1)];
   });
   std::reverse(worst.begin(), worst.end());
 

@@ -80,7 +80,9 @@ bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isa
     return wideLane && elevation > kWideLaneFloor_rad && s_isFixed(filter, "ewl", isat);
 
   const double limit = cfg.m_minCommonLambda;
-  const auto longEnough = [limit](const SrifPamt* r) { return !r || limit <= s_seconds(r->ptime0, r->ptime1); };
+  const auto longEnough = [limit](const SrifPamt* r) {
+    return !r || limit <= s_seconds(r->ptime0, r->ptime1);
+  };
   if (wideLane) {
     if (cfg.m_fixIfUplayer && s_isFixed(filter, "ewl", isat)) return true;
     if (flag) return false;
@@ -88,7 +90,8 @@ bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isa
     if (s_isFixed(filter, "wl", isat)) return cfg.m_fixIfUplayer || longEnough(a);
     if (flag) return false;
   }
-  if (a && b && limit > s_seconds(std::max(a->ptime0, b->ptime0), std::min(a->ptime1, b->ptime1))) return false;
+  if (a && b && limit > s_seconds(std::max(a->ptime0, b->ptime0), std::min(a->ptime1, b->ptime1)))
+    return false;
   return longEnough(a) && longEnough(b);
 }
 

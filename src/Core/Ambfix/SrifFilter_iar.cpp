@@ -23,15 +23,13 @@ void SrifFilter_iar::v_onFilterEstimate() {
   const auto rows = static_cast<std::size_t>(imtx);
   m_snapshot.resize(rows * (rows + 1));
   double* saved = m_snapshot.data();
-  for (int column = 0; column <= imtx; ++column, saved += imtx)
-    std::copy_n(infs + iptx[column], imtx, saved);
+  for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(infs + iptx[column], imtx, saved);
 
   if (s_has(config.m_obscomb, "RAW")) v_resolve_raw();
   else v_resolve_if();
 
   saved = m_snapshot.data();
-  for (int column = 0; column <= imtx; ++column, saved += imtx)
-    std::copy_n(saved, imtx, infs + iptx[column]);
+  for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
 }
 
 /// The corrections of a level, null when neither switch is on. Observable-specific biases take the

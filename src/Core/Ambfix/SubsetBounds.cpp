@@ -35,7 +35,8 @@ bool SubsetSearch::m_prepareMetric() {
   Metric& all = m_metric[0];
   for (int a = 0; a < m_m; ++a) {
     for (int b = 0; b < m_m; ++b)
-      all.W[a][b] = m_W[static_cast<std::size_t>(m_in.worst[b]) * n + static_cast<std::size_t>(m_in.worst[a])];
+      all.W[a][b] =
+          m_W[static_cast<std::size_t>(m_in.worst[b]) * n + static_cast<std::size_t>(m_in.worst[a])];
     if (!(all.W[a][a] > 0.0) || !std::isfinite(all.W[a][a])) return false;
   }
   all.logDet = 0.0;
@@ -127,7 +128,8 @@ void SubsetSearch::m_poolFromSearch(const Family& family) {
   const auto n = static_cast<std::size_t>(m_n);
   for (const std::vector<double>* found : {&m_x, &m_second}) {
     m_filled.assign(m_in.x, m_in.x + n);
-    for (std::size_t k = 0; k < m_rows.size(); ++k) m_filled[static_cast<std::size_t>(m_rows[k])] = (*found)[k];
+    for (std::size_t k = 0; k < m_rows.size(); ++k)
+      m_filled[static_cast<std::size_t>(m_rows[k])] = (*found)[k];
     // One after the other, each at its optimum given those before: W_ee (z_e - a_e) = - rest.
     for (int level = 0; level < family.gone; ++level) {
       const auto row = static_cast<std::size_t>(m_in.worst[m_path[level]]);
@@ -141,7 +143,10 @@ void SubsetSearch::m_poolFromSearch(const Family& family) {
 
 // ---- enumeration ----
 
-void SubsetSearch::Enumeration::m_settle() { least = count > 0 ? std::min(v[0].q, complete) : complete; }
+void SubsetSearch::Enumeration::m_settle() {
+  exact = count > 0 && v[0].q < complete;
+  least = exact ? v[0].q : complete;
+}
 
 /// Keeps the vectors in ascending order. A full list refuses one more, or pushes its worst out and is
 /// complete up to there. \returns false when it refuses
@@ -175,7 +180,8 @@ void SubsetSearch::m_prepareCore() {
   root.count = 0;
   root.complete = root.least = 0.0;
   const int size = static_cast<int>(core);
-  if (LD(size, Q.data(), L.data(), D.data()) != 0 || !s_decorrelate(size, L.data(), D.data(), Z.data())) return;
+  if (LD(size, Q.data(), L.data(), D.data()) != 0 || !s_decorrelate(size, L.data(), D.data(), Z.data()))
+    return;
 
   // transfer = Q_ec Z L^-1: floats of the others given the core are a_e + transfer D^-1 e, with e the
   // conditional residuals of the core.
@@ -320,6 +326,9 @@ void SubsetSearch::m_extend(const Enumeration& from, Enumeration& to, int positi
     for (int k = 0; k < from.count && from.v[k].q < to.complete; ++k) to.v[to.count++] = from.v[k];
   }
   to.m_settle();
+  to.exact = to.exact && room && from.allTaken;
+  to.allTaken = room && from.allTaken;
+  to.least = std::max(to.least, from.least);
 }
 
 }  // namespace tarvio

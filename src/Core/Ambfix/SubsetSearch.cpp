@@ -19,7 +19,16 @@ constexpr double kLowestRate = 0.001, kHighestRate = 0.25, kRateStep = 0.0002;
 constexpr int kNoRow = 1246;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
+constexpr int kPatience = 8;             ///< subsets of a round examined before families get searches
+constexpr double kWorthSearching = 6.0;  ///< subsets that one more search may exclude
+
 std::uint32_t s_bit(int position) { return std::uint32_t{1} << position; }
+
+double s_combinations(int n, int k) {
+  double count = 1.0;
+  for (int i = 1; i <= k; ++i) count *= static_cast<double>(n - k + i) / i;
+  return count;
+}
 
 }  // namespace
 
@@ -54,6 +63,7 @@ void SubsetSearch::m_prepareRound(int k) {
   m_best = 0.0;
   m_bestRate = 1.0e9;
   m_bestMask = 0;
+  m_examined = 0;
   if (!m_in.table) return;
   const RatioTable& table = *m_in.table;
   const int n = m_n - k, rows = n <= table.ndim ? table.nrow : 0;
@@ -113,8 +123,27 @@ void SubsetSearch::m_keepNext(const Family& family, double limit) {
   if (m_bounded) {
     const auto level = static_cast<std::size_t>(family.stay);
     m_extend(m_list[level], m_list[level + 1], e, limit);
+    m_sharpen(next, limit);
   }
   m_visit(next);
+}
+
+/// Where an enumeration has ended too early to exclude a large family, the best vector of what surely
+/// stays may do.
+void SubsetSearch::m_sharpen(const Family& family, double limit) {
+  Enumeration& list = m_list[static_cast<std::size_t>(family.stay)];
+  if (list.exact || list.least >= limit || m_examined < kPatience) return;
+  if (s_combinations(m_m - family.decided, m_k - family.gone) < kWorthSearching) return;
+  const auto [known, isNew] = m_leastOf.try_emplace(family.stayMask, 0.0);
+  if (isNew) {
+    m_reduce(~family.stayMask);
+    double s[2] = {};
+    ++m_searches;
+    if (ambslv_(static_cast<int>(m_rows.size()), m_q.data(), m_x.data(), m_second.data(), s) == 0)
+      known->second = s[0] * (1.0 - kSlack);
+  }
+  list.least = std::max(list.least, known->second);
+  list.exact = true;
 }
 
 /// Whether the family holds a subset that comes before the best one in the lexical order of what goes,
@@ -154,7 +183,8 @@ double SubsetSearch::m_secondNorm(const Family& family) const {
     if (metric.q[p] < second && p != first && m_surelyDiffer(family, first, p)) second = metric.q[p];
   // Of a single subset the enumeration may know better.
   const Enumeration& list = m_list[static_cast<std::size_t>(family.stay)];
-  if (family.decided == m_m && list.taken == family.stay && list.count > 1) second = std::min(second, list.v[1].q);
+  if (family.decided == m_m && list.taken == family.stay && list.count > 1)
+    second = std::min(second, list.v[1].q);
   return second;
 }
 
@@ -191,7 +221,8 @@ double SubsetSearch::m_failureRateBound(const Family& family) const {
 
 /// A single subset that no bound excludes.
 void SubsetSearch::m_examine(const Family& family) {
-  m_reduce(family);
+  ++m_examined;
+  m_reduce(family.goneMask);
   const int n = static_cast<int>(m_rows.size());
   double rate = 0.0, threshold = 0.0;
   if (m_in.table) {
@@ -208,8 +239,9 @@ void SubsetSearch::m_examine(const Family& family) {
   ++m_searches;
   if (ambslv_(n, m_q.data(), m_x.data(), m_second.data(), s) != 0) return;
   const double ratio = s[1] / s[0];
-  const bool wins = m_in.table ? ratio > threshold
-                               : ratio > m_best || (ratio == m_best && m_best > 0.0 && m_mayComeBefore(family));
+  const bool wins = m_in.table
+                        ? ratio > threshold
+                        : ratio > m_best || (ratio == m_best && m_best > 0.0 && m_mayComeBefore(family));
   if (wins) {
     m_bestMask = family.goneMask;
     m_bestRate = rate;
@@ -221,11 +253,11 @@ void SubsetSearch::m_examine(const Family& family) {
 }
 
 /// Covariance and floats of the rows that stay.
-void SubsetSearch::m_reduce(const Family& family) {
+void SubsetSearch::m_reduce(std::uint32_t goneMask) {
   m_rows.clear();
   for (int i = 0; i < m_n; ++i) {
     const int c = m_positionOf[static_cast<std::size_t>(i)];
-    if (c < 0 || !(family.goneMask & s_bit(c))) m_rows.push_back(i);
+    if (c < 0 || !(goneMask & s_bit(c))) m_rows.push_back(i);
   }
   const std::size_t n = m_rows.size();
   m_q.resize(n * n);

@@ -25,6 +25,7 @@
 /// have a limit, beyond which they give the norm up to which they are complete.
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "Core/Ambfix/Pflambda.h"
@@ -79,14 +80,16 @@ class SubsetSearch {
   /// All vectors of the core and the ambiguities taken on, with a norm below `complete`.
   struct PartialVector {
     double q;
-    int origin;           ///< vector of the core
-    double w[kMaxDrop];   ///< normalised residual of each ambiguity taken on
+    int origin;          ///< vector of the core
+    double w[kMaxDrop];  ///< normalised residual of each ambiguity taken on
   };
   struct Enumeration {
     int count = 0;
-    int taken = 0;       ///< ambiguities taken on, of those that stay
+    int taken = 0;  ///< ambiguities taken on, of those that stay
     double complete = 0.0;
     double least = 0.0;  ///< no vector of the family lies below
+    bool exact = false;  ///< ... and one of what surely stays lies there
+    bool allTaken = true;
     PartialVector v[kList];
 
     void m_settle();
@@ -111,6 +114,7 @@ class SubsetSearch {
   void m_dropNext(const Family& family);
   void m_keepNext(const Family& family, double limit);
   void m_extend(const Enumeration& from, Enumeration& to, int position, double limit);
+  void m_sharpen(const Family& family, double limit);
   bool m_mayComeBefore(const Family& family) const;
   double m_secondNorm(const Family& family) const;
   bool m_surelyDiffer(const Family& family, int a, int b) const;
@@ -118,7 +122,7 @@ class SubsetSearch {
   double m_leastThreshold(double failureRate) const;
   double m_limit(const Family& family, double second) const;
   void m_examine(const Family& family);
-  void m_reduce(const Family& family);
+  void m_reduce(std::uint32_t goneMask);
   void m_poolFromSearch(const Family& family);
 
   SubsetProblem m_in;
@@ -126,9 +130,9 @@ class SubsetSearch {
   bool m_bounded = false;
   double m_logDetQ = 0.0;
   std::vector<double> m_logVariance;  ///< by position
-  std::vector<int> m_positionOf;  ///< by row, -1 for the core
-  std::vector<double> m_W;        ///< Q^-1
-  std::vector<double> m_float;    ///< x minus the best integers
+  std::vector<int> m_positionOf;      ///< by row, -1 for the core
+  std::vector<double> m_W;            ///< Q^-1
+  std::vector<double> m_float;        ///< x minus the best integers
 
   std::vector<Metric> m_metric;  ///< by number of ambiguities gone
   std::vector<PoolPoint> m_pool;
@@ -137,10 +141,10 @@ class SubsetSearch {
   int m_nextCore = 0;
   int m_path[kMaxDrop] = {};  ///< positions gone, in order
 
-  std::vector<Enumeration> m_list;  ///< by number of ambiguities taken on
-  std::vector<double> m_mean;       ///< [core vector][m] floats of the droppable ones given the core
-  std::vector<double> m_spread;     ///< m x m their covariance given the core
-  std::vector<int> m_order;         ///< positions in the order of decisions: most precise first
+  std::vector<Enumeration> m_list;           ///< by number of ambiguities taken on
+  std::vector<double> m_mean;                ///< [core vector][m] floats of the droppable ones given the core
+  std::vector<double> m_spread;              ///< m x m their covariance given the core
+  std::vector<int> m_order;                  ///< positions in the order of decisions: most precise first
   double m_factor[kMaxDrop][kMaxDrop] = {};  ///< Cholesky rows of what has been taken on
   int m_stayed[kMaxDrop] = {};               ///< its positions
 
@@ -152,6 +156,8 @@ class SubsetSearch {
   std::vector<double> m_leastFrom;  ///< by row of the table: least threshold from there on
   SubsetResult m_result;
   long m_searches = 0;
+  int m_examined = 0;                                   ///< subsets of the round that no bound excluded
+  std::unordered_map<std::uint32_t, double> m_leastOf;  ///< best norm of the core and a set of others
 
   // work space of one search
   std::vector<int> m_rows;

@@ -136,6 +136,7 @@ void GnssModelItrs::m_displace(Pass& pass, const SystemFrame& frame, const doubl
   std::copy(point, point + 3, entry.point);
   tide_displace_itrs(frame.mjd, frame.sod, point, frame.sun, frame.moon, frame.R, m_sta->m_rot,
                      m_sta->m_blh[0], m_sta->m_blh[1], frame.xp, frame.yp, m_sta->m_olc, entry.disp);
+  if (s_leftOut(pass.in.deploy, "-without-tides")) std::fill(entry.disp, entry.disp + 3, 0.0);
   std::copy(entry.disp, entry.disp + 3, out);
 }
 
@@ -162,8 +163,11 @@ void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
   s_troposphere(*m_sta, *pass.tropo, m_sta->m_mjd, m_sta->m_sod, pass.ah, pass.aw, sat);
   phase_windup_itrs(&sat.m_wuinit, frame.R, m_sta->m_rot, satellite.m_xscf, satellite.m_yscf,
                     satellite.m_zscf, geo.d[0], &sat.m_wuprev, &sat.m_windup);
-  for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
-    geo.rel[f] = s_relativity(geo.xv[f], pass.tidePoint[isys][f], geo.range[f]);
+  if (s_leftOut(deploy, "-without-windup")) sat.m_windup = 0.0;
+  if (s_leftOut(deploy, "-without-troposphere")) sat.m_trop = 0.0;
+  if (!s_leftOut(deploy, "-without-relativity"))
+    for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
+      geo.rel[f] = s_relativity(geo.xv[f], pass.tidePoint[isys][f], geo.range[f]);
   s_antennaPatterns(pass.in, isat, isys, geo);
   m_residuals(pass, isat, isys, geo);
   m_appendRows(pass, isat, isys);

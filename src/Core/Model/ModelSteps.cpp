@@ -84,6 +84,10 @@ void s_designRow(const Deploy& deploy, const SystemFrame& frame, const SatGeomet
 
 }  // namespace
 
+bool s_leftOut(const Deploy& deploy, const char* option) {
+  return deploy.m_pams[0] != '\0' && std::strstr(deploy.m_pams, option) != nullptr;
+}
+
 ModelInput s_modelInput(SrifFilter* filter, Station* sta) {
   OrbitAdapter* orbits =
       filter == nullptr || filter->m_orbAdapters.empty() ? nullptr : filter->m_orbAdapters.front();
@@ -148,7 +152,8 @@ void s_receiverPoints(const Deploy& deploy, const Station& sta, PointTable& poin
     if (s < 0) continue;
     for (int f = 0; f < deploy.m_nfreqUsed[s]; ++f) {
       double enu[3];
-      for (int k = 0; k < 3; ++k) enu[k] = sta.m_enu[k] + sta.m_antenu[s][f][k];
+      const bool bare = s_leftOut(deploy, "-without-recoffset");
+      for (int k = 0; k < 3; ++k) enu[k] = sta.m_enu[k] + (bare ? 0.0 : sta.m_antenu[s][f][k]);
       s_rotate(sta.m_rot, enu, point[s][f]);
       for (int k = 0; k < 3; ++k) point[s][f][k] += sta.m_x[k];
     }
@@ -184,7 +189,7 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
   const Deploy& deploy = in.deploy;
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   const int nfreq = deploy.m_nfreqUsed[s_rowSystem(deploy, isat)];
-  const bool centreOfMass = std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr;
+  const bool centreOfMass = std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr && !s_leftOut(in.deploy, "-without-satoffset");
 
   double travel = kTravelTime_s;
   for (int round = 0; round < kEmissionRounds; ++round) {

@@ -50,6 +50,9 @@ struct ModelInput {
 };
 
 ModelInput s_modelInput(SrifFilter* filter, Station* sta);
+/// Development switch: whether the output options hold "-without-<term>" (windup, tides, relativity,
+/// troposphere, satoffset, recoffset). It shows what a term is worth on real data; never set by the boundary.
+bool s_leftOut(const Deploy& deploy, const char* option);
 
 /// System index of a satellite row, BDS-2 and BDS-3 apart.
 int s_rowSystem(const Deploy& deploy, int isat);

@@ -1,0 +1,149 @@
+// in = used + reasons for every system, counted on both sides of the boundary, whatever goes wrong.
+
+#include <fstream>
+#include <sstream>
+
+#include "formats/rinex_obs.h"
+#include "simulate/simulation.h"
+#include "support/real_data.h"
+
+namespace gnx::test {
+namespace {
+
+/// Values on the tagged lines of the engine's diagnostics, by system: a second count of what was used.
+std::map<char, long> countResiduals(const std::filesystem::path& file) {
+  std::map<char, long> count;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    std::istringstream words(line);
+    std::string tag, mjd, sod, station, satellite;
+    if (words >> tag >> mjd >> sod >> station >> satellite && tag == "RES") ++count[satellite[0]];
+  }
+  return count;
+}
+
+/// Values of some signals in an observation file, by satellite.
+std::map<SatName, long> countObserved(const std::string& file, const std::map<char, std::string>& signals) {
+  std::map<SatName, long> count;
+  RinexObsReader reader(file);
+  for (ObsEpoch epoch; reader.next(epoch);)
+    for (const SatObs& sat : epoch.sats)
+      for (const SignalObs& s : sat.signals) {
+        const auto planned = signals.find(sat.sat[0]);
+        if (planned == signals.end() || planned->second.find(s.code.data()) == std::string::npos) continue;
+        count[sat.sat] += (s.phase != 0.0 ? 1 : 0) + (s.range != 0.0 ? 1 : 0);
+      }
+  return count;
+}
+
+long reason(const SystemAccount& counts, const std::string& keyword) {
+  const auto found = counts.reasons.find(keyword);
+  return found == counts.reasons.end() ? 0 : found->second;
+}
+
+void expectExact(const RunAccount& account, const std::string& systems) {
+  for (const char system : systems) {
+    ASSERT_TRUE(account.contains(system)) << system;
+    EXPECT_GT(account.at(system).in, 0) << system;
+    EXPECT_EQ(account.at(system).unexplained(), 0) << system << "\n" << formatAccount(account);
+    for (const auto& [reason, count] : account.at(system).reasons) {
+      EXPECT_GE(count, 0) << reason;
+      EXPECT_NE(describeReason(reason), reason) << "a reason without words";
+    }
+  }
+}
+
+/// Half an hour of a simulated sky at 30 s in which much goes wrong.
+struct Faulty {
+  RunDirectory directory;
+  SimulationFiles files;
+  explicit Faulty(double interval = 30.0) {
+    SimulationOptions sky;
+    sky.sky.start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+    sky.sky.systems = "GEC";
+    sky.sky.hours = 0.5;
+    sky.interval = interval;
+    sky.observer.site = {4075580.0, 931854.0, 4801568.0};
+    sky.observer.maskDegrees = 2.0;
+    sky.faults = FaultList({{Fault::Kind::gap, "", "", 300.0, 360.0, 1.0},
+                            {Fault::Kind::code, "", "2W", 480.0, 540.0, 3e8},
+                            {Fault::Kind::code, "", "1C", 600.0, 600.0, 80.0},
+                            {Fault::Kind::ssrGap, "", "", 900.0, 1320.0, 1.0}});
+    files = simulate(sky, directory.path() / "data");
+  }
+  ReplayOptions options(const std::string& name) const {
+    ReplayOptions o;
+    o.outDir = directory.path() / name;
+    o.program = GNX_PROGRAM;
+    o.quiet = true;
+    o.plan.obs = {files.observations.string()};
+    o.plan.nav = {files.navigation.string()};
+    o.plan.ssr = {files.corrections.string()};
+    o.deploy.systems = "GEC";
+    o.deploy.refpoint = "APC_ITRF";
+    return o;
+  }
+};
+
+TEST(Account, IsExactWhenMuchGoesWrong) {
+  const Faulty sky;
+  ReplayOptions o = sky.options("run");
+  const std::map<SatName, long> observed =
+      countObserved(sky.files.observations.string(), {{'G', "1C 2W"}, {'E', "1C 5Q"}, {'C', "2I 6I"}});
+  o.plan.excluded = {observed.begin()->first};
+  o.plan.details = o.plan.interval;
+  const RunAccount account = runReplay(o).account;
+  expectExact(account, "GEC");
+
+  std::map<char, long> in;
+  for (const auto& [satellite, count] : observed) in[satellite[0]] += count;
+  const std::map<char, long> residuals = countResiduals(o.outDir / "diagnostics.log");
+  for (const char system : std::string("GEC")) {
+    EXPECT_EQ(account.at(system).in, in[system]) << system << ": counted from the file";
+    EXPECT_EQ(account.at(system).used, residuals.at(system)) << system << ": rows of the filter";
+    EXPECT_GT(reason(account.at(system), "lowelev"), 0) << system;
+    EXPECT_GT(reason(account.at(system), "nocorrection"), 0) << system << ": the stream stopped";
+  }
+  const char excluded = observed.begin()->first[0];
+  EXPECT_EQ(reason(account.at(excluded), "excluded"), observed.begin()->second);
+  EXPECT_GT(reason(account.at('G'), "impossible"), 0) << "codes of 3e8 m on L2";
+  EXPECT_GT(reason(account.at('G'), "partner"), 0) << "what is left of those satellites";
+  EXPECT_GT(reason(account.at('G'), "codes"), 0) << "a code 80 m off its neighbour";
+  EXPECT_EQ(formatAccount(readAccount(o.outDir / "account.csv")), formatAccount(account));
+}
+
+TEST(Account, IsExactForEpochsBetweenTheTicksAndEveryCombination) {
+  const Faulty sky(15.0);
+  for (const char* combination : {"RAW", "IF", "SF"})
+    for (const char* mode : {"static", "dynamic"}) {
+      ReplayOptions o = sky.options(std::string(combination) + mode);
+      o.deploy.combination = combination;
+      o.plan.mode = o.deploy.run.mode = mode;
+      const RunAccount account = runReplay(o).account;
+      SCOPED_TRACE(std::string(combination) + " " + mode);
+      expectExact(account, "GEC");
+      const SystemAccount total = totalOf(account);
+      EXPECT_GT(total.used, total.in / 10);
+      EXPECT_NEAR(static_cast<double>(reason(total, "notick")), 0.5 * static_cast<double>(total.in),
+                  0.06 * static_cast<double>(total.in));
+      EXPECT_GT(reason(total, "lowelev"), 0);
+    }
+}
+
+TEST(Account, IsExactOnADayOfRealData) {
+  if (!haveData("esbc_2020177")) GTEST_SKIP() << "data set esbc_2020177 not found in " << dataDir();
+  const RunDirectory directory;
+  for (const bool stream : {false, true}) {
+    ReplayOptions o = esbc(directory.path() / (stream ? "stream" : "products"), "kinematic");
+    if (stream) o.plan.ssr = {dataFile("esbc_2020177/corrections_grg.ssr.gz")};
+    else useProducts(o);
+    o.deploy.refpoint = "CoM_ITRF";
+    const RunAccount account = runReplay(o).account;
+    expectExact(account, "GE");
+    const SystemAccount total = totalOf(account);
+    EXPECT_GT(total.used, total.in * 3 / 4);
+  }
+}
+
+}  // namespace
+}  // namespace gnx::test
