@@ -76,6 +76,8 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")->capture_default_str();
   cmd.add_option("--freqobs", d.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");
   cmd.add_option("--freqused", d.freqused, "used frequencies");
+  d.resolution = false;
+  cmd.add_flag("--fix", d.resolution, "resolve ambiguities to integers; needs phase biases in the corrections");
   cmd.add_option("--combination", d.combination, "RAW, IF or SF")->capture_default_str();
   cmd.add_option("--refpoint", a.refpoint,
                  "what the orbits refer to: CoM_ITRF (products) or APC_ITRF (most streams); default by source");

@@ -1,98 +1,16 @@
 #include "report/figures.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
-#include <functional>
 #include <numbers>
 #include <optional>
-#include <tuple>
 
+#include "report/figure_frame.h"
 #include "report/solution_files.h"
 
 namespace gnx {
 
 namespace {
-
-constexpr int kWidth = 900;
-constexpr int kSquare = 440;
-constexpr std::size_t kSeriesPoints = 1600;  ///< of a line
-constexpr std::size_t kCloudPoints = 2500;   ///< of a system in a cloud
-constexpr int kFixedStatus = 5;
-constexpr const char* kEast = "#2f7ed8";
-constexpr const char* kNorth = "#1aa260";
-constexpr const char* kUp = "#d9534f";
-constexpr const char* kNeutral = "#8a7fd0";
-
-std::string printed(const char* format, ...) {
-  std::array<char, 1024> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
-
-/// What all figures of a run share: its axis of time.
-struct Frame {
-  const RunFiles& run;
-  const RunAnalysis& analysis;
-  Gnuplot& plot;
-  GpsTime midnight;
-  std::string date;
-  double first = 0.0, last = 1.0;  ///< hours
-
-  double hours(const GpsTime& t) const { return (t - midnight) / 3600.0; }
-  /// Range and ticks of the time axis; only the lowest panel of a stack is labelled.
-  void timeAxis(bool labelled) const {
-    const double pad = 0.01 * (last - first);
-    plot.add(printed("set xrange [%.6f:%.6f]", first - pad, last + pad));
-    if (last - first > 12.0 && last - first <= 50.0) plot.add("set xtics 3");
-    else plot.add("set xtics autofreq");
-    if (labelled) plot.add("set format x '%g'\nset xlabel 'hours of " + date + ", GPS time'");
-    else plot.add("set format x ''\nunset xlabel");
-  }
-  /// Place of panel `i` of `n` in a stack.
-  void panel(int i, int n) const {
-    constexpr double kTop = 0.94, kBottom = 0.14, kGap = 0.05;
-    const double height = (kTop - kBottom - kGap * (n - 1)) / n;
-    const double top = kTop - i * (height + kGap);
-    plot.add(printed("set tmargin at screen %.4f\nset bmargin at screen %.4f", top, top - height));
-    plot.add("set lmargin at screen 0.075\nset rmargin at screen 0.985");
-    timeAxis(i == n - 1);
-  }
-};
-
-/// Lines of a plot command.
-class PlotCommand {
- public:
-  void add(const std::string& part) { parts_ += (parts_.empty() ? "plot " : ", ") + part; }
-  /// Small dots, with a larger one in the key.
-  void addCloud(const std::string& data, const char* color, const char* title) {
-    add(data + printed(" with points pt 7 ps 0.22 lc rgb '%s' notitle", color));
-    add(printed("keyentry with points pt 7 ps 0.6 lc rgb '%s' title '%s'", color, title));
-  }
-  bool empty() const { return parts_.empty(); }
-  const std::string& text() const { return parts_; }
-
- private:
-  std::string parts_;
-};
-
-std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale = 1.0) {
-  std::vector<PlotPoint> points;
-  for (const Sample& s : samples) points.push_back({f.hours(s.time), s.value * scale});
-  return thinSeries(points, kSeriesPoints);
-}
-
-std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const SolutionEpoch&)>& value) {
-  std::vector<PlotPoint> points;
-  for (const SolutionEpoch& e : f.run.epochs)
-    if (isSolved(e)) points.push_back({f.hours(e.time), value(e)});
-  return thinSeries(points, kSeriesPoints);
-}
 
 /// Half height of a frame about zero that holds all but the start of a run.
 double robustRange(const std::vector<double>& sizes, const std::vector<double>& later) {
@@ -387,144 +305,7 @@ std::optional<Figure> drawSigma(const Frame& f) {
                 "", false};
 }
 
-/// Stretches of equal status: begin, end, status. A long run of many changes keeps the status with the
-/// lowest rank of every step.
-struct StatusRun {
-  double begin = 0.0, end = 0.0;
-  int status = 0;
-};
-
-std::vector<StatusRun> statusRuns(const Frame& f) {
-  constexpr double kSteps = 900.0;
-  const double interval = std::max(f.analysis.summary.interval, 1e-3) / 3600.0;
-  const double step = std::max(interval, (f.last - f.first) / kSteps);
-  std::vector<StatusRun> runs;
-  for (const SolutionEpoch& e : f.run.epochs) {
-    const double at = f.hours(e.time), begin = f.first + std::floor((at - f.first) / step + 1e-6) * step;
-    if (!runs.empty() && begin < runs.back().end - 1e-9) {
-      runs.back().status = std::min(runs.back().status, e.status);
-    } else {
-      runs.push_back({begin, begin + step, e.status});
-    }
-  }
-  std::vector<StatusRun> joined;
-  for (const StatusRun& r : runs) {
-    if (!joined.empty() && joined.back().status == r.status && r.begin - joined.back().end < 1e-6)
-      joined.back().end = r.end;
-    else joined.push_back(r);
-  }
-  return joined;
-}
-
-std::optional<Figure> drawFixes(const Frame& f) {
-  const bool any = f.analysis.summary.fixedShare > 0.0;
-  const int panels = any ? 3 : 1;
-  f.plot.figure(kWidth, any ? 420 : 150);
-  f.plot.add("set multiplot");
-  f.panel(0, panels);
-  if (!any) f.plot.add("set bmargin at screen 0.38\nset tmargin at screen 0.75");
-  else f.plot.add("set tmargin at screen 0.90\nset bmargin at screen 0.80");
-  f.plot.add(
-      "set yrange [0:1]\nunset ytics\nset ylabel 'status' offset -1.5\nunset grid\nset key at graph 1,1 "
-      "bottom right horizontal samplen 1 width 1");
-  const std::tuple<int, const char*, const char*> kinds[] = {{kFixedStatus, "fixed", kNorth},
-                                                             {2, "float", "#f0ad4e"},
-                                                             {1, "code", kUp},
-                                                             {0, "no solution", "#888888"}};
-  const std::vector<StatusRun> runs = statusRuns(f);
-  PlotCommand command;
-  for (const auto& [status, name, color] : kinds) {
-    std::vector<std::vector<double>> boxes;
-    for (const StatusRun& r : runs)
-      if (r.status == status) boxes.push_back({(r.begin + r.end) / 2.0, 0.5, r.begin, r.end, 0.0, 1.0});
-    if (boxes.empty()) continue;
-    command.add(
-        f.plot.data(boxes) +
-        printed(" using 1:2:3:4:5:6 with boxxyerror fs solid noborder fc rgb '%s' title '%s'", color, name));
-  }
-  f.plot.add(command.empty() ? "plot NaN notitle" : command.text());
-  if (any) {
-    f.plot.add(
-        "set grid lw 0.4 lc rgb '#888888'\nset ytics autofreq nomirror\nset yrange [0:*]\nset ylabel 'fixed' "
-        "offset "
-        "1\nset key at graph 1,1 bottom right horizontal samplen 1.2 width 0");
-    f.panel(1, panels);
-    f.plot.add("set tmargin at screen 0.76\nset bmargin at screen 0.47");
-    PlotCommand numbers;
-    numbers.add(f.plot.data(seriesOf(f, [](const SolutionEpoch& e) {
-      return static_cast<double>(e.fixed);
-    })) + printed(" with steps lw 1.1 lc rgb '%s' title 'of the last level'", kNorth));
-    const std::tuple<const char*, const char*, const char*> levels[] = {
-        {"ewl", "extra-wide-lane", "#f0ad4e"}, {"wl", "wide-lane", kEast}, {"n1", "narrow-lane", kUp}};
-    for (const auto& [tag, name, color] : levels) {
-      const auto level = f.run.levels.find(tag);
-      if (level == f.run.levels.end()) continue;
-      std::vector<Sample> samples;
-      for (const LevelSample& s : level->second) samples.push_back({s.time, static_cast<double>(s.fixed)});
-      if (std::all_of(samples.begin(), samples.end(), [](const Sample& s) { return s.value == 0.0; }))
-        continue;
-      numbers.add(f.plot.data(seriesOf(f, samples)) +
-                  printed(" with steps lw 1 dt 2 lc rgb '%s' title '%s'", color, name));
-    }
-    f.plot.add("set offsets 0,0,graph 0.2,0\n" + numbers.text());
-    f.panel(2, panels);
-    f.plot.add(
-        "set tmargin at screen 0.43\nset bmargin at screen 0.14\nset offsets 0,0,0,0\nset logscale y\nset "
-        "yrange [1:1000]\nset ylabel 'ratio' offset 1\nunset key");
-    f.plot.add(
-        "plot 3 with lines lw 0.6 dt 2 lc rgb '#888888', " +
-        f.plot.data(seriesOf(f, [](const SolutionEpoch& e) { return std::clamp(e.ratio, 1.0, 999.0); })) +
-        printed(" with lines lw 0.9 lc rgb '%s'", kNeutral));
-  }
-  f.plot.add("unset multiplot");
-  return Figure{"fixes", "Fixing",
-                any ? "Status of the solution, satellites with fixed ambiguities, ratio of the integer "
-                      "search (1000 and above at the upper edge)."
-                    : "Status of the solution; no epoch is fixed.",
-                "", false};
-}
-
 }  // namespace
-
-const char* systemColor(char system) {
-  switch (system) {
-    case 'G':
-      return "#3b82f6";
-    case 'R':
-      return "#ef4444";
-    case 'E':
-      return "#10a37f";
-    case 'C':
-      return "#f59e0b";
-    case 'B':
-      return "#c2780a";
-    case 'J':
-      return "#a855f7";
-    default:
-      return "#888888";
-  }
-}
-
-const char* systemName(char system) {
-  switch (system) {
-    case 'G':
-      return "GPS";
-    case 'R':
-      return "GLONASS";
-    case 'E':
-      return "Galileo";
-    case 'C':
-      return "BeiDou";
-    case 'B':
-      return "BeiDou-2";
-    case 'J':
-      return "QZSS";
-    case 'S':
-      return "SBAS";
-    default:
-      return "other";
-  }
-}
 
 std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot) {
   const GpsTime begin = run.epochs.front().time;

@@ -38,6 +38,12 @@ std::string readText(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+std::string figureName(int number) {
+  std::ostringstream name;
+  name << 'f' << number << ".svg";
+  return name.str();
+}
+
 void replaceAll(std::string& text, std::string_view from, std::string_view to) {
   std::string result;
   std::size_t at = 0;
@@ -178,7 +184,8 @@ std::string Gnuplot::data(const std::vector<PlotPoint>& points) {
 }
 
 std::string Gnuplot::data(const std::vector<std::vector<double>>& rows) {
-  const std::string name = "d" + std::to_string(files_++);
+  std::string name = "d";
+  name += std::to_string(files_++);
   std::ofstream out(directory_ / name);
   out.precision(9);
   for (const auto& row : rows) {
@@ -195,7 +202,7 @@ void Gnuplot::figure(int width, int height) {
   if (figures_ > 0) add("unset output\nreset");
   add("set terminal svg size " + std::to_string(width) + "," + std::to_string(height) +
       " dynamic rounded font 'sans,11'");
-  add("set output 'f" + std::to_string(figures_++) + ".svg'");
+  add("set output '" + figureName(figures_++) + "'");
   add("set border 3 lw 0.7\nset tics nomirror out scale 0.5\nset grid lw 0.4 lc rgb '#888888'");
   add("set key top right horizontal samplen 1.2");
 }
@@ -206,8 +213,7 @@ std::vector<std::string> Gnuplot::draw() {
   const ChildResult child = runChild(program_, {"script"}, directory_, ignore, ignore);
   if (child.exitStatus != 0) throw InputError(program_, 0, "could not draw the figures: " + child.errors);
   std::vector<std::string> svgs;
-  for (int i = 0; i < figures_; ++i)
-    svgs.push_back(inlineSvg(readText(directory_ / ("f" + std::to_string(i) + ".svg"))));
+  for (int i = 0; i < figures_; ++i) svgs.push_back(inlineSvg(readText(directory_ / figureName(i))));
   return svgs;
 }
 

@@ -43,6 +43,7 @@ inline void useRealModels(DeploymentOptions& deploy) {
   deploy.antex = dataDir() / "antex/igs14_trim.atx.gz";
   deploy.grid = dataDir() / "tropo/gpt2_1w.grd.gz";
   deploy.blq = dataDir() / "tides/ocean_loading.blq";
+  deploy.resolution = false;
 }
 
 /// Station ESBC, 24 h, 30 s, with its truth; corrections are still to be chosen.

@@ -8,8 +8,7 @@
 #include <functional>
 #include <random>
 
-#include "formats/antex.h"
-#include "formats/blq.h"
+#include "deployment/antex_file.h"
 #include "formats/rinex_clk.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
@@ -49,8 +48,7 @@ const std::vector<Format>& formats() {
       {"sp3", readSp3, "esbc_2020177/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz", true},
       {"clk", readClocks, "esbc_2020177/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz", false},
       {"ssr", readSsr, "clas_2021078/corrections.ssr.gz", false},
-      {"atx", [](const std::string& path) { gnx::readAntexIndex(path); }, "antex/igs14_trim.atx.gz", false},
-      {"blq", [](const std::string& path) { gnx::readBlqIndex(path); }, "tides/ocean_loading.blq", false}};
+      {"atx", [](const std::string& path) { gnx::readAntex(path); }, "antex/igs14_trim.atx.gz", false}};
   return all;
 }
 

@@ -1,0 +1,79 @@
+#pragma once
+/// \file figure_frame.h
+/// What the figures of a report have in common: axis of time, sizes, colours.
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "report/figures.h"
+
+namespace gnx {
+
+inline constexpr int kWidth = 900;
+inline constexpr int kSquare = 440;
+inline constexpr std::size_t kSeriesPoints = 1600;  ///< of a line
+inline constexpr std::size_t kCloudPoints = 2500;   ///< of a system in a cloud
+inline constexpr int kFixedStatus = 5;
+inline constexpr const char* kEast = "#2f7ed8";
+inline constexpr const char* kNorth = "#1aa260";
+inline constexpr const char* kUp = "#d9534f";
+inline constexpr const char* kNeutral = "#8a7fd0";
+
+std::string printed(const char* format, ...);
+
+/// What all figures of a run share: its axis of time.
+struct Frame {
+  const RunFiles& run;
+  const RunAnalysis& analysis;
+  Gnuplot& plot;
+  GpsTime midnight;
+  std::string date;
+  double first = 0.0, last = 1.0;  ///< hours
+
+  double hours(const GpsTime& t) const { return (t - midnight) / 3600.0; }
+  /// Range and ticks of the time axis; only the lowest panel of a stack is labelled.
+  void timeAxis(bool labelled) const {
+    const double pad = 0.01 * (last - first);
+    plot.add(printed("set xrange [%.6f:%.6f]", first - pad, last + pad));
+    if (last - first > 12.0 && last - first <= 50.0) plot.add("set xtics 3");
+    else plot.add("set xtics autofreq");
+    if (labelled) plot.add("set format x '%g'\nset xlabel 'hours of " + date + ", GPS time'");
+    else plot.add("set format x ''\nunset xlabel");
+  }
+  /// Place of panel `i` of `n` in a stack.
+  void panel(int i, int n) const {
+    constexpr double kTop = 0.94, kBottom = 0.14, kGap = 0.05;
+    const double height = (kTop - kBottom - kGap * (n - 1)) / n;
+    const double top = kTop - i * (height + kGap);
+    plot.add(printed("set tmargin at screen %.4f\nset bmargin at screen %.4f", top, top - height));
+    plot.add("set lmargin at screen 0.075\nset rmargin at screen 0.985");
+    timeAxis(i == n - 1);
+  }
+};
+
+/// Lines of a plot command.
+class PlotCommand {
+ public:
+  void add(const std::string& part) { parts_ += (parts_.empty() ? "plot " : ", ") + part; }
+  /// Small dots, with a larger one in the key.
+  void addCloud(const std::string& data, const char* color, const char* title) {
+    add(data + printed(" with points pt 7 ps 0.22 lc rgb '%s' notitle", color));
+    add(printed("keyentry with points pt 7 ps 0.6 lc rgb '%s' title '%s'", color, title));
+  }
+  bool empty() const { return parts_.empty(); }
+  const std::string& text() const { return parts_; }
+
+ private:
+  std::string parts_;
+};
+
+/// Points of a line over time, thinned.
+std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale = 1.0);
+std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const SolutionEpoch&)>& value);
+
+/// Status strip, satellites fixed by level, ratio.
+std::optional<Figure> drawFixes(const Frame& f);
+
+}  // namespace gnx
