@@ -1,6 +1,7 @@
 // Zenith delays and mapping factors. Expected values: published test cases of VMF1_HT (IERS Conventions
 // 2010, chapter 9), SAASTHYD, ASKNEWET, and the GPT2w formulae re-computed on the published 5-degree grid.
 
+#include <unistd.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -47,7 +48,7 @@ class LinearGrid : public testing::Test {
  protected:
   static constexpr double kRowStep = 0.125, kColumnStep = 0.0625;
 
-  static std::string path() { return testing::TempDir() + "gnx_linear_grid.grd"; }
+  static std::string path() { return testing::TempDir() + "gnx_linear_grid_" + std::to_string(getpid()) + ".grd"; }
 
   static void SetUpTestSuite() {
     std::ofstream out(path());
@@ -112,7 +113,7 @@ TEST_F(LinearGrid, SeasonEntersOnlyWithTimeVariation) {
 
 TEST_F(LinearGrid, BadGridEndsTheProcessWithItsName) {
   EXPECT_EXIT_MESSAGE(Tropo_vmf1("/nonexistent/grid"), "file = /nonexistent/grid,can't open file to read!");
-  const std::string cut = testing::TempDir() + "gnx_cut_grid.grd";
+  const std::string cut = testing::TempDir() + std::to_string(getpid()) + "gnx_cut_grid.grd";
   std::filesystem::copy_file(path(), cut, std::filesystem::copy_options::overwrite_existing);
   std::filesystem::resize_file(cut, 100000);
   EXPECT_EXIT_MESSAGE(Tropo_vmf1 grid(cut), "gnx_cut_grid.grd,line [0-9]+: 44 numbers expected");
@@ -175,7 +176,7 @@ TEST(TroposphereGrid, OneDegreeFileFollowsTheFiveDegreeModel) {
   const std::string directory = std::string(GNX_DATA_DIR) + "/tropo/";
   const std::string fine = unzip(directory + "gpt2_1w.grd.gz"), coarse = unzip(directory + "gpt2_5w.grd.gz");
   if (fine.empty() || coarse.empty()) GTEST_SKIP() << "no grid in " << directory;
-  const std::string path = testing::TempDir() + "gnx_gpt2_1w.grd";
+  const std::string path = testing::TempDir() + "gnx_gpt2_1w_" + std::to_string(getpid()) + ".grd";
   std::ofstream(path, std::ios::binary) << fine;
   const Tropo_vmf1 tropo(path);
   std::filesystem::remove(path);

@@ -13,8 +13,13 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kSlack = 1.0e-6;
-constexpr long kMaxNodes = 100'000;  ///< of the enumeration of the core
+constexpr long kMaxNodes = 20'000;  ///< of the enumeration of the core
+/// How far the enumeration of the core goes beyond what the full set asks for: a subset's second norm is
+/// larger where the two best vectors differ only in what has gone. With a table thresholds are small and
+/// the list is long without it.
+constexpr double kReach = 1.5;
+constexpr std::size_t kKept = 6;   ///< of the pool, never given up: best, second, seeds
+constexpr std::size_t kSeeds = 4;  ///< neighbours of the best vector that open the pool
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 }  // namespace
@@ -44,10 +49,30 @@ bool SubsetSearch::m_prepareMetric() {
     m_logVariance.push_back(std::log(m_in.Q[static_cast<std::size_t>(m_in.worst[c]) * (n + 1)]));
   m_addToPool(m_in.best, 0);
   m_addToPool(m_in.second, 0);
+  m_seedPool();
   return true;
 }
 
-/// Enters an integer vector unless the pool has it; a full pool gives up its oldest but the first two.
+/// Neighbours of the best vector in its weakest directions within the core: they stay apart whatever goes,
+/// and show the failure rate that no subset gets rid of.
+void SubsetSearch::m_seedPool() {
+  const auto n = static_cast<std::size_t>(m_n);
+  std::vector<std::size_t> core;
+  for (std::size_t i = 0; i < n; ++i)
+    if (m_positionOf[i] < 0) core.push_back(i);
+  const auto stiffness = [&](std::size_t i) { return m_W[i * (n + 1)]; };
+  std::sort(core.begin(), core.end(), [&](auto a, auto b) { return stiffness(a) < stiffness(b); });
+  core.resize(std::min<std::size_t>(core.size(), kSeeds));
+  for (const std::size_t i : core) {
+    m_filled.assign(m_in.best, m_in.best + n);
+    double gradient = 0.0;
+    for (std::size_t j = 0; j < n; ++j) gradient -= m_W[i * n + j] * m_float[j];
+    m_filled[i] += gradient > 0.0 ? -1.0 : 1.0;
+    m_addToPool(m_filled.data(), 0);
+  }
+}
+
+/// Enters an integer vector unless the pool has it; a full pool gives up its oldest but the first ones.
 void SubsetSearch::m_addToPool(const double* integers, int gone) {
   PoolPoint point;
   point.offset.resize(static_cast<std::size_t>(m_n));
@@ -59,7 +84,7 @@ void SubsetSearch::m_addToPool(const double* integers, int gone) {
   if (place < kPool) {
     m_pool.emplace_back();
   } else {
-    place = 2 + m_poolNext++ % (kPool - 2);
+    place = kKept + m_poolNext++ % (kPool - kKept);
   }
   point.core = m_nextCore++;
   for (const PoolPoint& other : m_pool) {
@@ -223,7 +248,8 @@ void SubsetSearch::m_enumerateCore(const std::vector<double>& L, const std::vect
   const std::size_t core = D.size(), m = static_cast<std::size_t>(m_m);
   Enumeration& root = m_list[0];
   const double threshold = m_in.table ? 1.0 : std::max(m_in.crit, 0.0);
-  root.complete = threshold > 0.0 ? m_metric[0].q[1] / threshold * (1.0 + kSlack) : kInfinity;
+  const double reach = m_in.table ? 1.0 : kReach;
+  root.complete = threshold > 0.0 ? reach * m_metric[0].q[1] / threshold : kInfinity;
   std::vector<double> residual(core), step(core), mean(core), partial(core + 1, 0.0);
   m_mean.assign(kList * m, 0.0);
   // Each entry of the list owns one of these slots; a vector that is pushed out passes its slot on.

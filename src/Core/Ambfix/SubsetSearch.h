@@ -87,9 +87,9 @@ class SubsetSearch {
     int count = 0;
     int taken = 0;  ///< ambiguities taken on, of those that stay
     double complete = 0.0;
-    double least = 0.0;  ///< no vector of the family lies below
-    bool exact = false;  ///< ... and one of what surely stays lies there
-    bool allTaken = true;
+    double least = 0.0;    ///< no vector of the family lies below
+    bool exact = false;    ///< ... and one of what surely stays lies there
+    bool allTaken = true;  ///< none of what stays was passed over
     PartialVector v[kList];
 
     void m_settle();
@@ -105,6 +105,7 @@ class SubsetSearch {
   void m_prepareCore();
   void m_enumerateCore(const std::vector<double>& L, const std::vector<double>& D,
                        const std::vector<double>& floats, const std::vector<double>& transfer);
+  void m_seedPool();
   void m_addToPool(const double* integers, int gone);
   void m_setInMetric(int place, int gone);
   void m_sweep(const Metric& from, int e, Metric& to) const;

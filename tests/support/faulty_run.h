@@ -1,0 +1,421 @@
+#pragma once
+/// \file faulty_run.h
+/// Simulated faults through the exported boundary: one sky, kept in memory, and runs of the engine over
+/// it that differ by what went wrong.
+///
+///     const support::SimulatedSky sky({});
+///     const support::FaultyRun clean(sky, {});
+///     support::Faults faults;
+///     faults.list = {support::slip(sky.highest('G', 0.0, 5400.0), "1C", 3000.0, 1.0)};
+///     EXPECT_LT(support::FaultyRun(sky, faults).change(clean, 3600.0), 0.01);
+///
+/// Each run is a host of its own in a child process. Times are seconds from the start of the sky.
+/// The data rate may change within a sky: the engine then runs with an interval of 1 s, which takes
+/// every epoch.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "corrections/correction_source.h"
+#include "deployment/deployment.h"
+#include "deployment/satellite_table.h"
+#include "engine/boundary_feed.h"
+#include "engine/replay_clock.h"
+#include "engine/run_plan.h"
+#include "report/solution.h"
+#include "simulate/simulation.h"
+#include "support/child.h"
+#include "support/deployment.h"
+
+namespace support {
+
+using gnx::Fault;
+using gnx::SatName;
+
+struct SkyPlan {
+  double hours = 2.0;
+  std::string systems = "GEC";
+  gnx::ReceiverClockOptions clock;
+  /// Between the two times the receiver gives every second, otherwise every half minute.
+  double fastFrom = 0.0, fastTo = -1.0;
+  double correctionStep = 30.0;  ///< s
+};
+
+class SimulatedSky {
+ public:
+  explicit SimulatedSky(const SkyPlan& plan) : m_start(gnx::toGpsTime({2026, 11, 21, 6, 0, 0.0})) {
+    gnx::SkyOptions options;
+    options.start = m_start;
+    options.hours = plan.hours;
+    options.systems = plan.systems;
+    const gnx::Constellation sky(options);
+    messages = gnx::allMessages(sky);
+    signals = options.signals;
+    for (double t = 0.0; t <= plan.hours * 3600.0; t += plan.correctionStep)
+      corrections.push_back(batch(sky, t));
+
+    gnx::ObserverOptions receiver;
+    receiver.site = site = gnx::toEarthFixed({0.829, 0.148, 450.0});
+    receiver.clock = plan.clock;
+    const gnx::FaultList none;
+    gnx::Observer observer(receiver, sky, none);
+    gnx::ObsEpoch epoch;
+    gnx::EpochTruth truth;
+    for (double t = 0.0; t < plan.hours * 3600.0;) {
+      observer.observe(m_start + t, epoch, truth);
+      epochs.push_back(epoch);
+      elevations.emplace_back();
+      for (const gnx::SatelliteTruth& s : truth.satellites) elevations.back()[s.sat] = s.elevation;
+      clock.push_back(truth.clock);
+      const bool fast = t >= plan.fastFrom && t < plan.fastTo;
+      t += fast ? 1.0 : 30.0;
+    }
+  }
+
+  const gnx::GpsTime& start() const { return m_start; }
+
+  /// Satellites of a system in sight from one time to another, the highest (in its lowest moment) first.
+  std::vector<SatName> inSight(char system, double from, double to) const {
+    std::map<SatName, double> lowest;
+    std::map<SatName, std::size_t> seen;
+    std::size_t count = 0;
+    for (std::size_t k = 0; k < epochs.size(); ++k) {
+      const double t = epochs[k].time - m_start;
+      if (t < from || t > to) continue;
+      ++count;
+      for (const auto& [sat, elevation] : elevations[k]) {
+        if (sat[0] != system) continue;
+        ++seen[sat];
+        lowest[sat] = lowest.contains(sat) ? std::min(lowest[sat], elevation) : elevation;
+      }
+    }
+    std::vector<SatName> names;
+    for (const auto& [sat, n] : seen)
+      if (n == count) names.push_back(sat);
+    std::stable_sort(names.begin(), names.end(),
+                     [&](const SatName& a, const SatName& b) { return lowest[a] > lowest[b]; });
+    return names;
+  }
+  SatName highest(char system, double from, double to) const { return inSight(system, from, to).at(0); }
+
+  std::vector<gnx::ObsEpoch> epochs;
+  std::vector<std::map<SatName, double>> elevations;  ///< rad, by epoch
+  std::vector<double> clock;                          ///< of the receiver, s, by epoch
+  std::vector<gnx::CorrectionBatch> corrections;      ///< delivered at their tag
+  std::vector<gnx::BroadcastEph> messages;            ///< in order of transmission
+  gnx::SignalTable signals;
+  gnx::Vector3 site{};
+
+ private:
+  gnx::CorrectionBatch batch(const gnx::Constellation& sky, double seconds) const {
+    gnx::CorrectionBatch b;
+    b.delivery = b.tag = b.biasTag = m_start + seconds;
+    b.newBiases = true;
+    for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
+      const gnx::SsrOrbit orbit = sky.orbitCorrection(i, b.tag, b.tag);
+      const gnx::SsrClock satClock = sky.clockCorrection(i, b.tag, b.tag);
+      b.orbitClock.push_back({orbit.sat, orbit.iod, orbit.delta, orbit.rate, satClock.c});
+      gnx::SatBiases biases{orbit.sat, {}, {}};
+      for (const auto& [signal, value] : sky.satellites()[i].codeBias)
+        biases.code.push_back({signal, value, 0, 0, 0});
+      for (const auto& [signal, value] : sky.satellites()[i].phaseBias)
+        biases.phase.push_back({signal, value, 1, 2, 0});
+      b.biases.push_back(std::move(biases));
+    }
+    return b;
+  }
+
+  gnx::GpsTime m_start;
+};
+
+// ---- faults ----
+
+inline Fault fault(Fault::Kind kind, const SatName& sat, const std::string& signal, double from, double to,
+                   double size) {
+  Fault f;
+  f.kind = kind;
+  f.sat = sat;
+  f.signal = signal;
+  f.from = from;
+  f.to = to;
+  f.size = size;
+  return f;
+}
+/// The phase jumps by `cycles`, whole or not, and stays.
+inline Fault slip(const SatName& sat, const std::string& signal, double from, double cycles) {
+  return fault(Fault::Kind::slip, sat, signal, from, from, cycles);
+}
+inline Fault gap(const SatName& sat, double from, double to) {
+  return fault(Fault::Kind::gap, sat, "", from, to, 0.0);
+}
+inline Fault codeOutlier(const SatName& sat, const std::string& signal, double from, double to,
+                         double metres) {
+  return fault(Fault::Kind::code, sat, signal, from, to, metres);
+}
+inline Fault phaseOutlier(const SatName& sat, const std::string& signal, double from, double to,
+                          double cycles) {
+  return fault(Fault::Kind::phase, sat, signal, from, to, cycles);
+}
+
+struct Faults {
+  std::vector<Fault> list;  ///< on the observations
+  /// Change what is handed over, or hold it back with false.
+  std::function<bool(gnx::ObsEpoch&, double)> observations;
+  std::function<bool(gnx::CorrectionBatch&, double)> corrections;
+  std::function<bool(const gnx::BroadcastEph&, double)> messages;
+  /// Calls before an epoch, on the epoch thread.
+  std::function<void(double)> before;
+  /// Changes the records of an epoch as they cross the boundary.
+  std::function<void(std::vector<GNX_IO::obs_entry_t>&, double)> entries;
+};
+
+struct RunSetup {
+  std::string mode = "static";
+  double interval = 30.0;
+  /// Frequency lists of the deployment, "" = two a system.
+  std::string frequencies;
+  bool resolution = true;
+};
+
+/// What a host knows when it starts; the working directory holds the deployment.
+class HostSetup {
+ public:
+  static void write(const std::filesystem::path& directory, const SimulatedSky& sky, const RunSetup& setup) {
+    gnx::DeploymentOptions options;
+    options.systems = "GEC";
+    options.freqobs = setup.frequencies;
+    options.refpoint = "APC_ITRF";
+    options.resolution = setup.resolution;
+    options.date = sky.start();
+    options.run.mode = setup.mode;
+    options.run.interval_s = setup.interval;
+    std::ostringstream notes;
+    gnx::writeDeployment(directory, options, notes);
+  }
+
+  explicit HostSetup(const SimulatedSky& sky)
+      : plan(request(sky)),
+        reversed(gnx::reversedSatellites(gnx::parseSatelliteTable(readFile("satnav.txt")),
+                                         gnx::tableTime(sky.start()))),
+        m_start(sky.start()) {}
+
+  const gnx::SignalPlan plan;
+  const gnx::BoundaryNumbers numbers;
+  const std::set<SatName> reversed;  ///< body axes turned against those of the sky
+
+  /// The engine's clock, UTC.
+  void setClock(double seconds) const {
+    gnx::setReplayClock(GNX_IO::gpst2utc(gnx::toBoundaryTime(m_start + seconds)).time);
+  }
+  void start(const RunSetup& setup) const {
+    setClock(0.0);
+    GNX_IO::sta_t sta{};
+    GNX_initialize(setup.mode.c_str(), &sta, 7.0, setup.interval);
+  }
+  gnx::ProductFeed products() const { return {numbers, plan, {}, reversed, true}; }
+  gnx::ObservationFeed observations() const { return {numbers, plan, {}}; }
+
+ private:
+  static gnx::SignalPlan::Request request(const SimulatedSky& sky) {
+    gnx::SignalPlan::Request r;
+    r.bands = gnx::deployedBands(".");
+    for (const auto& [system, list] : sky.signals) {
+      for (const std::string& signal : list) {
+        r.received[system].push_back("C" + signal);
+        r.received[system].push_back("L" + signal);
+        r.corrected[system].insert(signal);
+      }
+    }
+    return r;
+  }
+
+  gnx::GpsTime m_start;
+};
+
+class FaultyRun {
+ public:
+  FaultyRun(const SimulatedSky& sky, const Faults& faults, const RunSetup& setup = {})
+      : m_start(sky.start()) {
+    HostSetup::write(m_directory.path(), sky, setup);
+    const ChildResult child = runInChild([&] { host(sky, faults, setup); });
+    status = child.status;
+    EXPECT_EQ(status, 0) << child.output.substr(child.output.size() > 3000 ? child.output.size() - 3000 : 0);
+    std::istringstream out(child.output);
+    for (std::string line; std::getline(out, line);) {
+      if (const auto epoch = gnx::parseSolutionLine(line)) epochs.push_back(*epoch);
+      else output.push_back(line);
+    }
+    readLog();
+  }
+
+  int status = -1;
+  std::vector<gnx::SolutionEpoch> epochs;
+  std::vector<std::string> output;  ///< standard output but the solutions
+  std::vector<std::string> log;     ///< the status log
+
+  using Texts = std::vector<std::string>;
+  /// Lines of the status log that hold all the texts, between two times by the "[mjd sod]" of the line.
+  int count(const Texts& texts, double from = -1.0, double to = 1e9) const {
+    return count(log, texts, from, to);
+  }
+  /// The same in the standard output.
+  int countPrinted(const Texts& texts, double from = -1.0, double to = 1e9) const {
+    return count(output, texts, from, to);
+  }
+  /// Seconds from the start by the "[mjd sod]" of a line; -1 where there is none.
+  double timeOf(const std::string& line) const {
+    int mjd = 0;
+    double sod = 0.0;
+    for (std::size_t at = 0; at < line.size(); ++at) {
+      const bool head = line[at] == '[' || (at > 0 && line[at - 1] == ':');
+      if (head && std::sscanf(line.c_str() + at + (line[at] == '['), "%5d %lf]", &mjd, &sod) == 2 &&
+          mjd > 50000)
+        return (mjd - gnx::modifiedJulianDay(m_start)) * 86400.0 + sod - gnx::secondsOfDay(m_start);
+    }
+    return -1.0;
+  }
+  /// Ambiguities that began between two times.
+  int newAmbiguities(const SatName& sat = "", double from = -1.0, double to = 1e9) const {
+    return count({"cprn = " + sat, "add ambiguity!"}, from, to);
+  }
+  double secondsOf(const gnx::SolutionEpoch& e) const { return e.time - m_start; }
+  const gnx::SolutionEpoch* at(double seconds) const {
+    const auto found = std::find_if(epochs.begin(), epochs.end(), [&](const gnx::SolutionEpoch& e) {
+      return std::fabs(secondsOf(e) - seconds) < 0.05;
+    });
+    return found == epochs.end() ? nullptr : &*found;
+  }
+
+  /// The largest distance to the positions of another run between two times, m; epochs that only one of
+  /// them has do not count, infinity without any common one.
+  double change(const FaultyRun& other, double from, double to = 1e9) const {
+    double largest = -1.0;
+    for (const gnx::SolutionEpoch& e : epochs) {
+      const double t = secondsOf(e);
+      const gnx::SolutionEpoch* o = t >= from && t <= to ? other.at(t) : nullptr;
+      if (o != nullptr) largest = std::max(largest, distance(e.xyz, o->xyz));
+    }
+    return largest < 0.0 ? HUGE_VAL : largest;
+  }
+  /// The largest distance to a place between two times, m.
+  double error(const gnx::Vector3& place, double from, double to = 1e9) const {
+    double largest = 0.0;
+    for (const gnx::SolutionEpoch& e : epochs)
+      if (secondsOf(e) >= from && secondsOf(e) <= to) largest = std::max(largest, distance(e.xyz, place));
+    return largest;
+  }
+  int satellitesAt(double seconds) const { return at(seconds) == nullptr ? -1 : at(seconds)->rows / 2; }
+  static double distance(const std::array<double, 3>& a, const std::array<double, 3>& b) {
+    return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+  }
+
+ private:
+  int count(const std::vector<std::string>& lines, const Texts& texts, double from, double to) const {
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const std::string& line) {
+      const auto holds = [&](const std::string& text) { return line.find(text) != std::string::npos; };
+      if (!std::all_of(texts.begin(), texts.end(), holds)) return false;
+      const double t = timeOf(line);
+      return t >= from && t <= to;
+    }));
+  }
+
+  /// The log rolls over: the files of old have the time behind their names, the youngest has none.
+  void readLog() {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(m_directory.path() / "log")) {
+      if (entry.path().filename().string().starts_with("tarvio.stat.")) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    files.push_back(m_directory.path() / "log/tarvio.stat");
+    for (const auto& file : files) {
+      std::istringstream stat(readFile(file));
+      for (std::string line; std::getline(stat, line);) log.push_back(line);
+    }
+  }
+
+  void host(const SimulatedSky& sky, const Faults& faults, const RunSetup& setup) const {
+    std::filesystem::current_path(m_directory.path());
+    const HostSetup host(sky);
+    gnx::ProductFeed products = host.products();
+    gnx::ObservationFeed feed = host.observations();
+    const gnx::FaultList list(faults.list);
+    host.start(setup);
+    std::size_t message = 0;
+    std::vector<gnx::CorrectionBatch> batches = deliveries(sky, faults);
+    std::size_t batch = 0;
+    for (gnx::ObsEpoch epoch : sky.epochs) {
+      const double t = epoch.time - m_start;
+      host.setClock(t);
+      for (; message < sky.messages.size() && sky.messages[message].transmission <= epoch.time; ++message) {
+        if (!faults.messages || faults.messages(sky.messages[message], t))
+          products.feed(sky.messages[message]);
+      }
+      for (; batch < batches.size() && batches[batch].delivery <= epoch.time; ++batch)
+        products.feed(batches[batch]);
+      if (faults.before) faults.before(t);
+      strike(list, epoch, t);
+      if (faults.observations && !faults.observations(epoch, t)) continue;
+      if (faults.entries) feedEntries(epoch, host, faults, t);
+      else feed.feed(epoch);
+    }
+    GNX_finilize();
+  }
+
+  static void feedEntries(const gnx::ObsEpoch& epoch, const HostSetup& host, const Faults& faults, double t) {
+    std::vector<GNX_IO::obs_entry_t> entries;
+    for (const gnx::SatObs& sat : epoch.sats) {
+      GNX_IO::obs_entry_t& entry = entries.emplace_back();
+      entry.sat = static_cast<std::uint8_t>(host.numbers.satellite(sat.sat));
+      std::size_t slot = 0;
+      for (const gnx::PlannedSignal& planned : host.plan.of(sat.sat[0])) {
+        for (const gnx::SignalObs& s : sat.signals) {
+          if (planned.code != s.code.data() || slot == GNX_IO::kSignalSlots) continue;
+          entry.code[slot] = static_cast<std::uint8_t>(host.numbers.code(planned.code));
+          entry.P[slot] = s.range;
+          entry.L[slot] = s.phase;
+          entry.D[slot] = static_cast<float>(s.doppler);
+          entry.SNR[slot++] = static_cast<std::uint16_t>(s.snr * 1000.0);
+        }
+      }
+    }
+    faults.entries(entries, t);
+    GNX_IO::obs_t obs{static_cast<std::int32_t>(entries.size()), entries.data()};
+    GNX_inputObs(gnx::toBoundaryTime(epoch.time), &obs);
+  }
+
+  static std::vector<gnx::CorrectionBatch> deliveries(const SimulatedSky& sky, const Faults& faults) {
+    std::vector<gnx::CorrectionBatch> batches;
+    for (gnx::CorrectionBatch b : sky.corrections)
+      if (!faults.corrections || faults.corrections(b, b.tag - sky.start())) batches.push_back(std::move(b));
+    std::stable_sort(
+        batches.begin(), batches.end(),
+        [](const gnx::CorrectionBatch& a, const gnx::CorrectionBatch& b) { return a.delivery < b.delivery; });
+    return batches;
+  }
+
+  static void strike(const gnx::FaultList& list, gnx::ObsEpoch& epoch, double t) {
+    std::erase_if(epoch.sats, [&](const gnx::SatObs& s) { return list.strikes(Fault::Kind::gap, s.sat, t); });
+    for (gnx::SatObs& sat : epoch.sats) {
+      for (gnx::SignalObs& s : sat.signals) {
+        const std::string name = s.code.data();
+        s.range += list.size(Fault::Kind::code, sat.sat, name, t);
+        s.phase += list.size(Fault::Kind::phase, sat.sat, name, t) + list.slippedCycles(sat.sat, name, t);
+      }
+    }
+  }
+
+  TemporaryDirectory m_directory;
+  gnx::GpsTime m_start;
+};
+
+}  // namespace support
