@@ -30,15 +30,15 @@ static_assert(sizeof(gtime_t) == 16);
 
 /// The observations of one satellite, up to five signals.
 struct obs_entry_t {
-  gtime_t time;                      ///< not read: the epoch is an argument of GNX_inputObs
-  std::uint8_t sat;                  ///< satellite number
-  std::uint8_t rcv;                  ///< not read
-  std::uint16_t SNR[kSignalSlots];   ///< carrier-to-noise density, 0.001 dB-Hz
-  std::uint8_t LLI[kSignalSlots];    ///< not read
-  std::uint8_t code[kSignalSlots];   ///< observation code number, argument of code2obs; 0 = empty slot
-  double L[kSignalSlots];            ///< carrier phase, cycles
-  double P[kSignalSlots];            ///< pseudorange, metres
-  float D[kSignalSlots];             ///< Doppler, Hz
+  gtime_t time;                     ///< not read: the epoch is an argument of GNX_inputObs
+  std::uint8_t sat;                 ///< satellite number
+  std::uint8_t rcv;                 ///< not read
+  std::uint16_t SNR[kSignalSlots];  ///< carrier-to-noise density, 0.001 dB-Hz
+  std::uint8_t LLI[kSignalSlots];   ///< not read
+  std::uint8_t code[kSignalSlots];  ///< observation code number, argument of code2obs; 0 = empty slot
+  double L[kSignalSlots];           ///< carrier phase, cycles
+  double P[kSignalSlots];           ///< pseudorange, metres
+  float D[kSignalSlots];            ///< Doppler, Hz
 };
 static_assert(offsetof(obs_entry_t, sat) == 16);
 static_assert(offsetof(obs_entry_t, SNR) == 18);
@@ -71,24 +71,24 @@ static_assert(offsetof(sta_t, del) == 488);
 
 /// A broadcast message of GPS, Galileo, BeiDou or QZSS. Angles in radians.
 struct eph_entry_t {
-  std::int32_t sat;    ///< not read
-  std::int32_t iode;   ///< issue of data
-  std::int32_t iodc;   ///< issue of data, clock
-  std::int32_t sva;    ///< accuracy index
-  std::int32_t svh;    ///< health
+  std::int32_t sat;   ///< not read
+  std::int32_t iode;  ///< issue of data
+  std::int32_t iodc;  ///< issue of data, clock
+  std::int32_t sva;   ///< accuracy index
+  std::int32_t svh;   ///< health
   std::int32_t reserved0;
-  std::int32_t code;   ///< GPS: code on L2; Galileo: data source bits
-  std::int32_t flag;   ///< L2 P data flag
-  gtime_t toe;         ///< time of ephemeris; BeiDou: GPS time, moved to BDT in place by the library
-  gtime_t toc;         ///< time of clock; likewise
+  std::int32_t code;  ///< GPS: code on L2; Galileo: data source bits
+  std::int32_t flag;  ///< L2 P data flag
+  gtime_t toe;        ///< time of ephemeris; BeiDou: GPS time, moved to BDT in place by the library
+  gtime_t toc;        ///< time of clock; likewise
   gtime_t reserved1;
-  double A;            ///< semi-major axis, metres
-  double e;            ///< eccentricity
+  double A;  ///< semi-major axis, metres
+  double e;  ///< eccentricity
   double i0, OMG0, omg, M0, deln, OMGd, idot;
   double crc, crs, cuc, cus, cic, cis;
   double reserved2[2];
-  double af[3];        ///< clock polynomial, s, s/s, s/s^2
-  double tgd[2];       ///< group delays, s
+  double af[3];   ///< clock polynomial, s, s/s, s/s^2
+  double tgd[2];  ///< group delays, s
   double reserved3[6];
 };
 static_assert(offsetof(eph_entry_t, code) == 24);
@@ -105,18 +105,18 @@ static_assert(sizeof(eph_entry_t) == 304);
 /// A GLONASS broadcast message.
 struct geph_entry_t {
   std::int32_t reserved0;
-  std::int32_t iode;   ///< issue of data
-  std::int32_t frq;    ///< frequency channel
-  std::int32_t svh;    ///< health
+  std::int32_t iode;  ///< issue of data
+  std::int32_t frq;   ///< frequency channel
+  std::int32_t svh;   ///< health
   std::int32_t reserved1;
-  std::int32_t age;    ///< age of data
-  gtime_t toe;         ///< reference time, GPS time
-  gtime_t tof;         ///< frame time, GPS time
-  double pos[3];       ///< metres
-  double vel[3];       ///< m/s
-  double acc[3];       ///< m/s^2
-  double taun;         ///< clock bias, s
-  double gamn;         ///< relative frequency bias
+  std::int32_t age;  ///< age of data
+  gtime_t toe;       ///< reference time, GPS time
+  gtime_t tof;       ///< frame time, GPS time
+  double pos[3];     ///< metres
+  double vel[3];     ///< m/s
+  double acc[3];     ///< m/s^2
+  double taun;       ///< clock bias, s
+  double gamn;       ///< relative frequency bias
   double reserved2;
 };
 static_assert(offsetof(geph_entry_t, toe) == 24);
@@ -149,17 +149,17 @@ struct ssr_t {
   std::int32_t iod;      ///< issue of data of the broadcast message, all systems but BeiDou
   std::int32_t iod_bds;  ///< the same for BeiDou
   std::int32_t reserved3[3];
-  double deph[3];        ///< radial, along-track, cross-track, metres
-  double ddeph[3];       ///< their rates, m/s
-  double dclk[3];        ///< clock polynomial: m, m/s, m/s^2
+  double deph[3];   ///< radial, along-track, cross-track, metres
+  double ddeph[3];  ///< their rates, m/s
+  double dclk[3];   ///< clock polynomial: m, m/s, m/s^2
   double reserved4;
-  double ifpb;           ///< inter-frequency clock term
+  double ifpb;             ///< inter-frequency clock term
   float cbias[kMaxCode];   ///< code bias of code number k at k-1, metres; 0 = none
   double pbias[kMaxCode];  ///< phase bias likewise, metres
   float stdpb[kMaxCode];   ///< its standard deviation; 0 = this code has no phase bias
   char reserved5[16];
   gtime_t t1_ifpb;
-  std::uint8_t update;   ///< non-zero: new orbit or clock
+  std::uint8_t update;  ///< non-zero: new orbit or clock
 };
 static_assert(offsetof(ssr_t, t0_clk) == 16);
 static_assert(offsetof(ssr_t, t0_cbias) == 64);
@@ -214,8 +214,8 @@ double* zeros(int n, int m);
 double* eye(int n);
 /// C := alpha op(A) op(B) + beta C with op(A) n x m, op(B) m x k, C n x k, column-major;
 /// `tr` is two letters of N and T.
-void matmul(const char* tr, int n, int k, int m, double alpha, const double* A, const double* B,
-            double beta, double* C);
+void matmul(const char* tr, int n, int k, int m, double alpha, const double* A, const double* B, double beta,
+            double* C);
 /// Integer least squares: the m best candidates of n float ambiguities `a` with covariance `Q`
 /// (n x n) into the columns of F (n x m), their squared residuals, ascending, into s (m).
 /// Returns 0 on success, non-zero on bad input or a search without end.

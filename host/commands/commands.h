@@ -3,7 +3,9 @@
 /// The subcommands of the program. Each adds itself to the command line; its callback does the work
 /// and throws InputError, UsageError or EngineError.
 
-namespace CLI { class App; }
+namespace CLI {
+class App;
+}
 
 namespace gnx {
 
@@ -12,6 +14,6 @@ void addReplay(CLI::App& app);
 void addSimulate(CLI::App& app);
 void addDemo(CLI::App& app);
 void addReport(CLI::App& app);
-void addWorker(CLI::App& app);   ///< hidden: runs the engine inside a run directory
+void addWorker(CLI::App& app);  ///< hidden: runs the engine inside a run directory
 
 }  // namespace gnx

@@ -1,11 +1,12 @@
 /// `gnx replay`: files in, solutions out.
 
+#include "engine/replay.h"
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <sstream>
 
 #include "commands/commands.h"
-#include "engine/replay.h"
 #include "formats/input_error.h"
 
 namespace gnx {
@@ -27,8 +28,8 @@ GpsTime parseTime(const std::string& text, const std::string& option) {
   Calendar c;
   char separator = 0;
   double second = 0.0;
-  const int n = std::sscanf(text.c_str(), "%d-%d-%d%c%d:%d:%lf", &c.year, &c.month, &c.day, &separator, &c.hour,
-                            &c.minute, &second);
+  const int n = std::sscanf(text.c_str(), "%d-%d-%d%c%d:%d:%lf", &c.year, &c.month, &c.day, &separator,
+                            &c.hour, &c.minute, &second);
   if (n < 6 || c.year < 1980 || c.year > 2099 || c.month < 1 || c.month > 12 || c.day < 1 || c.day > 31 ||
       c.hour < 0 || c.hour > 24 || c.minute < 0 || c.minute > 59 || !(second >= 0.0 && second < 61.0)) {
     throw UsageError(option + " takes a GPS time such as 2020-06-25T01:00:00, not '" + text + "'");
@@ -56,31 +57,38 @@ std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
 
 void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   RunPlan& plan = a.options.plan;
-  cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")->required();
+  cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")
+      ->required();
   cmd.add_option("--nav", plan.nav, "RINEX navigation files")->required();
   cmd.add_option("--sp3", plan.sp3, "precise orbits (SP3 a, c, d); give the neighbouring days too");
   cmd.add_option("--clk", plan.clk, "RINEX clock files; without them the clocks of the SP3 files");
   cmd.add_option("--bia", plan.bia, "bias SINEX files");
-  cmd.add_flag("--wl-biases", plan.wideLaneBiases, "phase biases from the wide-lanes in the clock file's header");
+  cmd.add_flag("--wl-biases", plan.wideLaneBiases,
+               "phase biases from the wide-lanes in the clock file's header");
   cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");
-  cmd.add_option("--availability", plan.availability, "delivery times of the SSR blocks (CSV); without: at once");
+  cmd.add_option("--availability", plan.availability,
+                 "delivery times of the SSR blocks (CSV); without: at once");
   cmd.add_flag("--broadcast", plan.broadcastOnly, "no corrections: broadcast orbits and clocks");
 }
 
 void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   DeploymentOptions& d = a.options.deploy;
-  cmd.add_option("--deployment", a.options.deployment, "directory made by 'gnx init'; without: written into the run");
+  cmd.add_option("--deployment", a.options.deployment,
+                 "directory made by 'gnx init'; without: written into the run");
   cmd.add_option("--antex", d.antex, "antenna file for the deployment");
   cmd.add_option("--grid", d.grid, "troposphere grid for the deployment");
   cmd.add_option("--blq", d.blq, "ocean loading file for the deployment");
-  cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")->capture_default_str();
+  cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")
+      ->capture_default_str();
   cmd.add_option("--freqobs", d.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");
   cmd.add_option("--freqused", d.freqused, "used frequencies");
   d.resolution = false;
-  cmd.add_flag("--fix", d.resolution, "resolve ambiguities to integers; needs phase biases in the corrections");
+  cmd.add_flag("--fix", d.resolution,
+               "resolve ambiguities to integers; needs phase biases in the corrections");
   cmd.add_option("--combination", d.combination, "RAW, IF or SF")->capture_default_str();
-  cmd.add_option("--refpoint", a.refpoint,
-                 "what the orbits refer to: CoM_ITRF (products) or APC_ITRF (most streams); default by source");
+  cmd.add_option(
+      "--refpoint", a.refpoint,
+      "what the orbits refer to: CoM_ITRF (products) or APC_ITRF (most streams); default by source");
 }
 
 void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
@@ -92,21 +100,28 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--interval", plan.interval, "processing interval, s; 1 takes every epoch")
       ->check(CLI::Range(0.01, 3600.0))
       ->capture_default_str();
-  cmd.add_option("--cutoff", plan.cutoffDeg, "elevation mask, degrees")->check(CLI::Range(0.0, 60.0))->capture_default_str();
-  cmd.add_option("--position", a.position, "a-priori position X Y Z, m; without: single-point position")->expected(3);
+  cmd.add_option("--cutoff", plan.cutoffDeg, "elevation mask, degrees")
+      ->check(CLI::Range(0.0, 60.0))
+      ->capture_default_str();
+  cmd.add_option("--position", a.position, "a-priori position X Y Z, m; without: single-point position")
+      ->expected(3);
   cmd.add_flag("--header-position", plan.headerPosition, "a-priori position of the observation header");
-  cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")->expected(3);
+  cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")
+      ->expected(3);
   cmd.add_option("--antenna", plan.antenna, "antenna type, 20 characters with radome; without: the header's");
-  cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")->expected(3);
+  cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")
+      ->expected(3);
   cmd.add_flag("!--no-patterns", plan.patterns, "do not take antenna patterns off the observations");
   cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
   cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
-  cmd.add_option("--diagnostics", plan.diagnostics, "output options of the engine, e.g. \"-outres -outobsstat\"");
-  cmd.add_option("--without", a.without,
-                 "development: leave a term out of the engine's model (windup, tides, relativity, troposphere, "
-                 "satoffset, recoffset), to see what it is worth")
+  cmd.add_option("--diagnostics", plan.diagnostics,
+                 "output options of the engine, e.g. \"-outres -outobsstat\"");
+  cmd.add_option(
+         "--without", a.without,
+         "development: leave a term out of the engine's model (windup, tides, relativity, troposphere, "
+         "satoffset, recoffset), to see what it is worth")
       ->check(CLI::IsMember({"windup", "tides", "relativity", "troposphere", "satoffset", "recoffset"}));
   cmd.add_option("--details", plan.details, "seconds between epochs with residuals for the report; 0: none")
       ->check(CLI::Range(0.0, 86400.0))
@@ -130,7 +145,8 @@ void replay(ReplayArguments& a) {
   o.deploy.run.interval_s = o.plan.interval;
   o.deploy.run.cutoff_deg = o.plan.cutoffDeg;
   if (static_cast<int>(!o.plan.sp3.empty()) + static_cast<int>(!o.plan.ssr.empty()) +
-          static_cast<int>(o.plan.broadcastOnly) > 1) {
+          static_cast<int>(o.plan.broadcastOnly) >
+      1) {
     throw UsageError("choose one source of corrections: --sp3 with --clk, or --ssr, or --broadcast");
   }
   runReplay(o);
@@ -148,7 +164,9 @@ void addReplay(CLI::App& app) {
 }
 
 void addWorker(CLI::App& app) {
-  app.add_subcommand("engine-worker", "runs the engine in the present directory")->group("")->callback(runWorker);
+  app.add_subcommand("engine-worker", "runs the engine in the present directory")
+      ->group("")
+      ->callback(runWorker);
 }
 
 }  // namespace gnx

@@ -30,10 +30,10 @@ struct SatBiases {
 /// What is handed over at one moment. The engine uses the one batch nearest in time and nothing
 /// else, so a batch holds every satellite that has both an orbit and a clock.
 struct CorrectionBatch {
-  GpsTime delivery;   ///< when the host has it
-  GpsTime tag;        ///< reference time, common to orbits and clocks
+  GpsTime delivery;  ///< when the host has it
+  GpsTime tag;       ///< reference time, common to orbits and clocks
   std::vector<OrbitClockCorrection> orbitClock;
-  bool newBiases = false;              ///< `biases` is a full new set
+  bool newBiases = false;  ///< `biases` is a full new set
   GpsTime biasTag;
   std::vector<SatBiases> biases;
 };

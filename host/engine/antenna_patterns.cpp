@@ -56,7 +56,8 @@ double AntennaPattern::at(double degrees) const {
   return values[i] + (values[next] - values[i]) * (place - static_cast<double>(i));
 }
 
-AntennaPatterns::AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver, const GpsTime& date) {
+AntennaPatterns::AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver,
+                                 const GpsTime& date) {
   const TableTime day = tableTime(date);
   const std::vector<AntexBlock> blocks = readAntex(antex);
   const auto take = [](const AntexBlock& block, Patterns& to) {

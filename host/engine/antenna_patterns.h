@@ -22,16 +22,16 @@ namespace gnx {
 
 /// One pattern without azimuth dependence.
 struct AntennaPattern {
-  double first = 0.0, step = 5.0;   ///< zenith or nadir angle, degrees
-  std::vector<double> values;       ///< m
+  double first = 0.0, step = 5.0;  ///< zenith or nadir angle, degrees
+  std::vector<double> values;      ///< m
   /// Linear between the nodes, the end value outside; 0 without nodes.
   double at(double degrees) const;
 };
 
 class AntennaPatterns {
  public:
-  /// \param antex  plain antenna file; \param receiver  20-character type with radome; \param date  of the data
-  /// Throws InputError for a damaged file.
+  /// \param antex  plain antenna file; \param receiver  20-character type with radome; \param date  of the
+  /// data Throws InputError for a damaged file.
   AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver, const GpsTime& date);
 
   /// What the pattern adds to a distance, m; 0 where the file has none. A frequency that the file does not
@@ -41,7 +41,7 @@ class AntennaPatterns {
   bool hasReceiver() const { return !m_receiver.empty(); }
 
  private:
-  using Patterns = std::map<std::string, AntennaPattern>;   ///< by ANTEX frequency code, "G01"
+  using Patterns = std::map<std::string, AntennaPattern>;  ///< by ANTEX frequency code, "G01"
   static const AntennaPattern* find(const Patterns& patterns, char system, char band);
 
   Patterns m_receiver;
@@ -52,7 +52,8 @@ class AntennaPatterns {
 class PatternCorrector {
  public:
   /// Without a position (all zero) nothing is corrected.
-  PatternCorrector(AntennaPatterns patterns, const EphemerisTimeline& timeline, const std::array<double, 3>& position);
+  PatternCorrector(AntennaPatterns patterns, const EphemerisTimeline& timeline,
+                   const std::array<double, 3>& position);
   void apply(ObsEpoch& epoch) const;
   bool active() const { return m_active; }
 

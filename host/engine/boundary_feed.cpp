@@ -230,7 +230,8 @@ void ProductFeed::feedBiases(const CorrectionBatch& batch) {
   if (any) GNX_inputSsrBias(ssr_.data());
 }
 
-ObservationFeed::ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded)
+ObservationFeed::ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan,
+                                 std::set<SatName> excluded)
     : numbers_(numbers), plan_(plan), excluded_(std::move(excluded)) {}
 
 bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const {

@@ -55,7 +55,7 @@ class ProductFeed {
   std::vector<GNX_IO::eph_entry_t> eph_;
   std::vector<GNX_IO::geph_entry_t> geph_;
   std::vector<GNX_IO::ssr_t> ssr_;
-  std::set<SatName> referenceGiven_;   ///< satellites whose reference signals have their tiny bias
+  std::set<SatName> referenceGiven_;  ///< satellites whose reference signals have their tiny bias
 };
 
 /// Feeds observations; the epoch thread's.

@@ -20,7 +20,8 @@ struct Pipe {
   int read = -1, write = -1;
   Pipe() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) throw EngineError(std::string("cannot make a pipe: ") + std::strerror(errno));
+    if (pipe2(ends, O_CLOEXEC) != 0)
+      throw EngineError(std::string("cannot make a pipe: ") + std::strerror(errno));
     read = ends[0];
     write = ends[1];
   }
@@ -79,14 +80,16 @@ class LineCutter {
     argv.push_back(nullptr);
     execv(program.c_str(), argv.data());
   }
-  dprintf(STDERR_FILENO, "cannot run %s in %s: %s\n", program.c_str(), directory.c_str(), std::strerror(errno));
+  dprintf(STDERR_FILENO, "cannot run %s in %s: %s\n", program.c_str(), directory.c_str(),
+          std::strerror(errno));
   _exit(127);
 }
 
 }  // namespace
 
 ChildResult runChild(const std::string& program, const std::vector<std::string>& arguments,
-                     const std::filesystem::path& directory, const std::function<void(std::string_view)>& onOutput,
+                     const std::filesystem::path& directory,
+                     const std::function<void(std::string_view)>& onOutput,
                      const std::function<void(std::string_view)>& onRecord) {
   Pipe out, err, records;
   const pid_t pid = fork();
@@ -103,7 +106,8 @@ ChildResult runChild(const std::string& program, const std::vector<std::string>&
     if (result.errors.size() > 2 * kKeep) result.errors.erase(0, result.errors.size() - kKeep);
   };
   LineCutter cutters[] = {LineCutter(onOutput), LineCutter(onRecord), LineCutter(collect)};
-  std::array<pollfd, 3> fds{pollfd{out.read, POLLIN, 0}, pollfd{records.read, POLLIN, 0}, pollfd{err.read, POLLIN, 0}};
+  std::array<pollfd, 3> fds{pollfd{out.read, POLLIN, 0}, pollfd{records.read, POLLIN, 0},
+                            pollfd{err.read, POLLIN, 0}};
   std::vector<char> buffer(1 << 16);
   for (int open = 3; open > 0;) {
     if (poll(fds.data(), fds.size(), -1) < 0 && errno != EINTR) break;

@@ -12,9 +12,9 @@
 namespace gnx {
 
 struct ChildResult {
-  int exitStatus = -1;       ///< -1 when a signal ended it
+  int exitStatus = -1;  ///< -1 when a signal ended it
   int signal = 0;
-  std::string errors;        ///< its standard error, at most the last 64 kB
+  std::string errors;  ///< its standard error, at most the last 64 kB
 };
 
 /// Descriptor on which the worker writes its records.

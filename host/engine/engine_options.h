@@ -7,7 +7,8 @@
 namespace gnx {
 
 /// Sets the engine's output options ("-outres", "-oution", "-outztd", "-outclk", "-outfix", "-outambstat",
-/// "-outobsstat", "-outflag", "-outaccount", "-gensig") after GNX_initialize, also between epochs. The fixed argument vector of the engine holds none.
+/// "-outobsstat", "-outflag", "-outaccount", "-gensig") after GNX_initialize, also between epochs. The fixed
+/// argument vector of the engine holds none.
 void setEngineOptions(const std::string& options);
 
 }  // namespace gnx

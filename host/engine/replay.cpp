@@ -11,8 +11,8 @@
 #include <sstream>
 
 #include "engine/child_process.h"
-#include "formats/input_error.h"
 #include "formats/fields.h"
+#include "formats/input_error.h"
 #include "formats/rinex_obs.h"
 #include "report/reference_path.h"
 #include "report/report.h"
@@ -31,14 +31,15 @@ struct EpochRecord {
   GpsTime time;
   double milliseconds = 0.0;
   int satellites = 0;
-  double share = 0.0;   ///< of the observation files read so far, 0..1
+  double share = 0.0;  ///< of the observation files read so far, 0..1
 };
 
 /// "seconds fraction milliseconds satellites share"
 std::optional<EpochRecord> parseRecord(std::string_view line) {
   EpochRecord r;
   std::istringstream in{std::string(line)};
-  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share)) return std::nullopt;
+  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share))
+    return std::nullopt;
   return r;
 }
 
@@ -53,8 +54,9 @@ class Progress {
     shown_ = now;
     const double elapsed = std::chrono::duration<double>(now - start_).count();
     const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
-    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ", formatTime(r.time).c_str(), epochs,
-                 static_cast<double>(epochs) / std::max(elapsed, 1e-3), 100.0 * r.share, left);
+    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ",
+                 formatTime(r.time).c_str(), epochs, static_cast<double>(epochs) / std::max(elapsed, 1e-3),
+                 100.0 * r.share, left);
     drawn_ = true;
   }
   ~Progress() {
@@ -71,7 +73,8 @@ class Progress {
 /// as links.
 void borrowDeployment(const fs::path& from, const fs::path& to) {
   if (!fs::exists(from / "ppp.json")) {
-    throw UsageError(from.string() + " holds no ppp.json; make a deployment with 'gnx init " + from.string() + "'");
+    throw UsageError(from.string() + " holds no ppp.json; make a deployment with 'gnx init " + from.string() +
+                     "'");
   }
   if (fs::equivalent(from, to)) return;
   for (const auto& entry : fs::directory_iterator(from)) {
@@ -153,7 +156,8 @@ class Collector {
     auto r = records.begin();
     for (SolutionEpoch& e : epochs) {
       while (r != records.end() && e.time - r->time > 0.05) ++r;
-      if (r != records.end() && std::abs(e.time - r->time) <= 0.05) e.milliseconds = r->milliseconds, e.time = r->time;
+      if (r != records.end() && std::abs(e.time - r->time) <= 0.05)
+        e.milliseconds = r->milliseconds, e.time = r->time;
     }
   }
 
@@ -169,7 +173,8 @@ class Collector {
   Progress progress_;
 };
 
-void writeResults(const fs::path& dir, const ReplayOptions& options, const std::vector<SolutionEpoch>& epochs) {
+void writeResults(const fs::path& dir, const ReplayOptions& options,
+                  const std::vector<SolutionEpoch>& epochs) {
   const std::vector<std::string> comments = {std::string("program   : gnx ") + GNX_VERSION,
                                              "mode      : " + options.plan.mode};
   SolutionFile pos(dir / "solution.pos", SolutionFormat::posXyz, comments);
@@ -221,9 +226,11 @@ ReplayResult runReplay(const ReplayOptions& given) {
   RunPlan& plan = options.plan;
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   if (!plan.availability.empty()) plan.availability = fs::absolute(plan.availability).string();
-  if (plan.nav.empty()) throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
+  if (plan.nav.empty())
+    throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
   if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {
-    throw UsageError("no corrections; give --sp3 (and --clk), or --ssr, or --broadcast to run on broadcast orbits");
+    throw UsageError(
+        "no corrections; give --sp3 (and --clk), or --ssr, or --broadcast to run on broadcast orbits");
   }
   completeFromObservations(options);
 
@@ -238,21 +245,24 @@ ReplayResult runReplay(const ReplayOptions& given) {
   plan.bands = deployedBands(dir);
   if (options.reference) plan.reference = options.reference;
   if (!plan.referenceFile.empty()) plan.referenceFile = fs::absolute(plan.referenceFile).string();
-  const ReferencePath path = plan.referenceFile.empty() ? ReferencePath{} : readReferencePath(plan.referenceFile);
+  const ReferencePath path =
+      plan.referenceFile.empty() ? ReferencePath{} : readReferencePath(plan.referenceFile);
   if (options.report) plan.details = kReportDetails_s;
   writeRunPlan(dir / "run.json", plan);
 
   Collector collector(dir, options);
   const ChildResult child = runChild(
       options.program.empty() ? ownProgram() : options.program, {"engine-worker"}, dir,
-      [&](std::string_view line) { collector.output(line); }, [&](std::string_view line) { collector.record(line); });
+      [&](std::string_view line) { collector.output(line); },
+      [&](std::string_view line) { collector.record(line); });
   collector.joinTimes();
   joinRatios(dir / "ppp_pos", collector.epochs);
   writeResults(dir, options, collector.epochs);
 
   ReplayResult result;
   result.epochsRead = collector.read;
-  result.summary = path ? summariseRun(collector.epochs, path) : summariseRun(collector.epochs, plan.reference);
+  result.summary =
+      path ? summariseRun(collector.epochs, path) : summariseRun(collector.epochs, plan.reference);
   result.epochs = std::move(collector.epochs);
   std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
   std::ofstream(dir / "signals.txt") << child.errors;

@@ -18,22 +18,22 @@
 namespace gnx {
 
 struct ReplayOptions {
-  std::filesystem::path outDir = "out/replay";   ///< run directory and results
-  std::filesystem::path deployment;              ///< made by 'gnx init'; "" = written from `deploy`
-  DeploymentOptions deploy;                      ///< used when `deployment` is empty
-  RunPlan plan;                                  ///< files and choices
+  std::filesystem::path outDir = "out/replay";     ///< run directory and results
+  std::filesystem::path deployment;                ///< made by 'gnx init'; "" = written from `deploy`
+  DeploymentOptions deploy;                        ///< used when `deployment` is empty
+  RunPlan plan;                                    ///< files and choices
   std::optional<std::array<double, 3>> reference;  ///< marker, m; a referenceFile of `plan` goes before it
-  std::string program;                           ///< the executable, "" = this one
-  bool report = false;                           ///< write report.html at once
-  bool nmea = false;                             ///< also write NMEA sentences
-  bool quiet = false;                            ///< no progress, no summary on standard output
+  std::string program;                             ///< the executable, "" = this one
+  bool report = false;                             ///< write report.html at once
+  bool nmea = false;                               ///< also write NMEA sentences
+  bool quiet = false;                              ///< no progress, no summary on standard output
 };
 
 struct ReplayResult {
   std::vector<SolutionEpoch> epochs;
   RunSummary summary;
-  RunAccount account;             ///< empty when the run broke off
-  std::size_t epochsRead = 0;     ///< epochs of the observation files in the chosen time
+  RunAccount account;          ///< empty when the run broke off
+  std::size_t epochsRead = 0;  ///< epochs of the observation files in the chosen time
 };
 
 /// \throws InputError, UsageError, EngineError. Results written so far stay.

@@ -57,9 +57,9 @@ GpsTime toTime(const Json::Value& array) { return {array[0].asInt64(), array[1].
 
 /// Letter of a system word of a frequency list.
 char systemOf(const std::string& word) {
-  static const std::pair<const char*, char> words[] = {{"GPS", 'G'}, {"GLS", 'R'}, {"GAL", 'E'}, {"BDS", 'C'},
-                                                       {"CPS", 'C'}, {"CMS", 'C'}, {"BD2", 'C'}, {"BD3", 'C'},
-                                                       {"QZS", 'J'}};
+  static const std::pair<const char*, char> words[] = {{"GPS", 'G'}, {"GLS", 'R'}, {"GAL", 'E'},
+                                                       {"BDS", 'C'}, {"CPS", 'C'}, {"CMS", 'C'},
+                                                       {"BD2", 'C'}, {"BD3", 'C'}, {"QZS", 'J'}};
   for (const auto& [name, letter] : words) {
     if (word.find(name) != std::string::npos) return letter;
   }
@@ -103,7 +103,8 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["bands"] = Json::Value(Json::objectValue);
   for (const auto& [system, bands] : plan.bands) root["bands"][std::string(1, system)] = bands;
   root["signals"] = Json::Value(Json::objectValue);
-  for (const auto& [system, signals] : plan.signals) root["signals"][std::string(1, system)] = toJson(signals);
+  for (const auto& [system, signals] : plan.signals)
+    root["signals"][std::string(1, system)] = toJson(signals);
   root["excluded"] = toJson(plan.excluded);
   if (plan.from) root["from"] = toJson(*plan.from);
   if (plan.to) root["to"] = toJson(*plan.to);
@@ -116,7 +117,8 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   builder["precision"] = 17;
   std::ofstream out(file);
   out << Json::writeString(builder, root) << '\n';
-  if (!out.flush()) throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+  if (!out.flush())
+    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
 }
 
 RunPlan readRunPlan(const std::filesystem::path& file) {
@@ -165,7 +167,8 @@ std::map<char, std::string> deployedBands(const std::filesystem::path& deploymen
   const Json::Value root = parseFile(file);
   const Json::Value& common = root["common"];
   if (!common.isObject() || !common["freqobs"].isString()) {
-    throw InputError(file.string(), 0, "has no text common.freqobs; write the deployment anew with 'gnx init'");
+    throw InputError(file.string(), 0,
+                     "has no text common.freqobs; write the deployment anew with 'gnx init'");
   }
   std::string text = common["freqobs"].asString();
   text = text.substr(0, text.find_first_of("!#"));

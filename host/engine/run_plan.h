@@ -14,27 +14,27 @@
 namespace gnx {
 
 struct RunPlan {
-  std::vector<std::string> obs, nav;              ///< RINEX files
-  std::vector<std::string> sp3, clk, bia, ssr;    ///< corrections: products or SSR text
-  std::string availability;                       ///< delivery times of SSR blocks, "" = at once
-  bool broadcastOnly = false;                     ///< zero corrections on broadcast orbits
-  bool wideLaneBiases = false;                    ///< phase biases from the clock file's wide-lanes
+  std::vector<std::string> obs, nav;            ///< RINEX files
+  std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products or SSR text
+  std::string availability;                     ///< delivery times of SSR blocks, "" = at once
+  bool broadcastOnly = false;                   ///< zero corrections on broadcast orbits
+  bool wideLaneBiases = false;                  ///< phase biases from the clock file's wide-lanes
   std::string mode = "static";
-  double interval = 30.0;                         ///< s
-  bool patterns = true;                           ///< antenna patterns are taken off the observations
+  double interval = 30.0;  ///< s
+  bool patterns = true;    ///< antenna patterns are taken off the observations
   double cutoffDeg = 7.0;
-  std::array<double, 3> position{};               ///< a-priori, m; zero = unknown
-  bool headerPosition = false;                    ///< take the observation header's
-  std::string antenna, receiver;                  ///< "" = take the observation header's
+  std::array<double, 3> position{};                   ///< a-priori, m; zero = unknown
+  bool headerPosition = false;                        ///< take the observation header's
+  std::string antenna, receiver;                      ///< "" = take the observation header's
   std::optional<std::array<double, 3>> antennaDelta;  ///< east, north, up, m
-  std::map<char, std::string> bands;              ///< band digits by system letter
+  std::map<char, std::string> bands;                  ///< band digits by system letter
   std::map<char, std::vector<std::string>> signals;   ///< forced signals
-  std::vector<std::string> excluded;              ///< satellites never handed over
+  std::vector<std::string> excluded;                  ///< satellites never handed over
   std::optional<GpsTime> from, to;
-  std::string diagnostics;                        ///< output options of the engine, "" = none
-  double details = 300.0;                         ///< s between epochs with residuals for the report, 0 = none
-  std::optional<std::array<double, 3>> reference; ///< true position of the marker, m; not for the engine
-  std::string referenceFile;                      ///< true path of a moving receiver (CSV), "" = none
+  std::string diagnostics;  ///< output options of the engine, "" = none
+  double details = 300.0;   ///< s between epochs with residuals for the report, 0 = none
+  std::optional<std::array<double, 3>> reference;  ///< true position of the marker, m; not for the engine
+  std::string referenceFile;                       ///< true path of a moving receiver (CSV), "" = none
 };
 
 void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan);

@@ -48,7 +48,8 @@ std::string correctedName(char system, const std::set<std::string>& corrected, c
 
 /// The phase to go with a code: of the same signal, else of the best signal of the band. Receivers
 /// align the phases of one band, many give no L1W.
-std::string phaseFor(const std::vector<std::string>& received, const Preference& preference, const std::string& code) {
+std::string phaseFor(const std::vector<std::string>& received, const Preference& preference,
+                     const std::string& code) {
   if (contains(received, "L" + code)) return code;
   for (const char* attribute = preference.withBias; *attribute != '\0'; ++attribute) {
     const std::string candidate{preference.band, *attribute};

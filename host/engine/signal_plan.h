@@ -25,10 +25,10 @@ struct PlannedSignal {
 class SignalPlan {
  public:
   struct Request {
-    std::map<char, std::string> bands;                   ///< by system letter, band digits: "12"
-    std::map<char, std::vector<std::string>> received;   ///< observation types of the file: "C1C"
-    std::map<char, std::set<std::string>> corrected;     ///< signals with code biases; empty: products without
-    std::map<char, std::vector<std::string>> forced;     ///< user's choice by system, "1W"
+    std::map<char, std::string> bands;                  ///< by system letter, band digits: "12"
+    std::map<char, std::vector<std::string>> received;  ///< observation types of the file: "C1C"
+    std::map<char, std::set<std::string>> corrected;    ///< signals with code biases; empty: products without
+    std::map<char, std::vector<std::string>> forced;    ///< user's choice by system, "1W"
   };
 
   /// Throws UsageError when a forced signal is not in the file.

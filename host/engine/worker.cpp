@@ -51,7 +51,9 @@ class ObservationStream {
  private:
   static constexpr double kTolerance_s = 0.005;
 
-  void open() { reader_ = file_ < plan_.obs.size() ? std::make_unique<RinexObsReader>(plan_.obs[file_]) : nullptr; }
+  void open() {
+    reader_ = file_ < plan_.obs.size() ? std::make_unique<RinexObsReader>(plan_.obs[file_]) : nullptr;
+  }
 
   const RunPlan& plan_;
   std::size_t file_ = 0;
@@ -60,7 +62,8 @@ class ObservationStream {
 };
 
 std::unique_ptr<CorrectionSource> makeSource(const RunPlan& plan, const GpsTime& first,
-                                             const EphemerisTimeline& timeline, std::vector<std::string>& notes) {
+                                             const EphemerisTimeline& timeline,
+                                             std::vector<std::string>& notes) {
   if (plan.broadcastOnly) return makeZeroSource(timeline);
   if (!plan.ssr.empty()) {
     SsrTextOptions options;
@@ -121,7 +124,8 @@ void initialize(const RunPlan& plan, const ObsHeader& header) {
   copyText(sta.rectype, sizeof sta.rectype, plan.receiver.empty() ? header.receiver : plan.receiver);
   const auto& position = plan.headerPosition ? header.position : plan.position;
   std::copy(position.begin(), position.end(), sta.pos);
-  const std::array<double, 3> fromHeader{header.antennaDelta[1], header.antennaDelta[2], header.antennaDelta[0]};
+  const std::array<double, 3> fromHeader{header.antennaDelta[1], header.antennaDelta[2],
+                                         header.antennaDelta[0]};
   const auto& delta = plan.antennaDelta.value_or(fromHeader);
   std::copy(delta.begin(), delta.end(), sta.del);
   GNX_initialize(plan.mode.c_str(), &sta, plan.cutoffDeg, plan.interval);
@@ -150,7 +154,8 @@ class Diagnostics {
 
 void reportAccount(std::FILE* records, const RunAccount& account) {
   if (records == nullptr) return;
-  for (const auto& [system, counts] : account) std::fprintf(records, "%s\n", hostAccountLine(system, counts).c_str());
+  for (const auto& [system, counts] : account)
+    std::fprintf(records, "%s\n", hostAccountLine(system, counts).c_str());
 }
 
 /// Patterns of the deployment's antenna file, at the best position known before the run.
@@ -160,10 +165,12 @@ std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const ObsHeade
   if (!plan.patterns || !std::filesystem::exists(antex)) return std::nullopt;
   const bool known = plan.position[0] * plan.position[1] * plan.position[2] != 0.0;
   const auto& position = known && !plan.headerPosition ? plan.position : header.position;
-  PatternCorrector corrector(AntennaPatterns(antex, plan.antenna.empty() ? header.antenna : plan.antenna, first),
-                             timeline, position);
+  PatternCorrector corrector(
+      AntennaPatterns(antex, plan.antenna.empty() ? header.antenna : plan.antenna, first), timeline,
+      position);
   if (!corrector.active()) {
-    std::cerr << "note: no approximate position, antenna patterns are not taken off; give one with --position\n";
+    std::cerr
+        << "note: no approximate position, antenna patterns are not taken off; give one with --position\n";
     return std::nullopt;
   }
   return corrector;
@@ -180,8 +187,8 @@ std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)
 
 void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satellites, double share) {
   if (records == nullptr) return;
-  std::fprintf(records, "%lld %.9f %.4f %d %.4f\n", static_cast<long long>(epoch.time.seconds), epoch.time.fraction,
-               seconds * 1e3, satellites, share);
+  std::fprintf(records, "%lld %.9f %.4f %d %.4f\n", static_cast<long long>(epoch.time.seconds),
+               epoch.time.fraction, seconds * 1e3, satellites, share);
   std::fflush(records);
 }
 
@@ -204,7 +211,8 @@ void runWorker() {
   setReplayClock(utcOf(first));
 
   const EphemerisTimeline timeline(readRinexNav(plan.nav), first);
-  const SignalPlan::Request request{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr), plan.signals};
+  const SignalPlan::Request request{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr),
+                                    plan.signals};
   const bool biased = !request.corrected.empty();
   const SignalPlan signals(request);
   std::vector<std::string> notes;

@@ -11,8 +11,7 @@ namespace gnx {
 class InputError : public std::runtime_error {
  public:
   InputError(const std::string& file, long line, const std::string& what)
-      : std::runtime_error(line > 0 ? file + ":" + std::to_string(line) + ": " + what
-                                    : file + ": " + what) {}
+      : std::runtime_error(line > 0 ? file + ":" + std::to_string(line) + ": " + what : file + ": " + what) {}
 };
 
 /// Wrong command line or inconsistent choices: exit status 2.

@@ -44,12 +44,12 @@ using SatName = std::string;
 
 /// One signal of a satellite in an epoch. Absent values are 0.
 struct SignalObs {
-  std::array<char, 3> code{};   ///< band digit and attribute, "1C", NUL-terminated
-  double phase = 0.0;           ///< cycles
-  double range = 0.0;           ///< pseudorange, m
-  double doppler = 0.0;         ///< Hz
-  double snr = 0.0;             ///< dB-Hz
-  int lli = 0;                  ///< loss-of-lock indicator of the phase
+  std::array<char, 3> code{};  ///< band digit and attribute, "1C", NUL-terminated
+  double phase = 0.0;          ///< cycles
+  double range = 0.0;          ///< pseudorange, m
+  double doppler = 0.0;        ///< Hz
+  double snr = 0.0;            ///< dB-Hz
+  int lli = 0;                 ///< loss-of-lock indicator of the phase
 };
 
 struct SatObs {
@@ -64,32 +64,32 @@ struct ObsEpoch {
 
 struct ObsHeader {
   double version = 0.0;
-  std::string marker, receiver, antenna;     ///< antenna: 20 characters with radome
-  std::array<double, 3> position{};          ///< approximate, m
-  std::array<double, 3> antennaDelta{};      ///< height, east, north, m
+  std::string marker, receiver, antenna;           ///< antenna: 20 characters with radome
+  std::array<double, 3> position{};                ///< approximate, m
+  std::array<double, 3> antennaDelta{};            ///< height, east, north, m
   std::map<char, std::vector<std::string>> types;  ///< "C1C", ... by system letter
-  double interval = 0.0;                     ///< s, 0 when not given
+  double interval = 0.0;                           ///< s, 0 when not given
 };
 
 /// Keplerian broadcast message (GPS, Galileo, BeiDou, QZSS). Radians, metres, seconds.
 struct BroadcastEph {
   SatName sat;
-  GpsTime toc, toe, transmission;   ///< BeiDou too in GPS time (BDT + 14 s)
+  GpsTime toc, toe, transmission;  ///< BeiDou too in GPS time (BDT + 14 s)
   std::array<double, 3> af{};
   int iode = 0, iodc = 0, health = 0, accuracy = 0;
-  int code = 0;                     ///< GPS: codes on L2; Galileo: data source bits
+  int code = 0;  ///< GPS: codes on L2; Galileo: data source bits
   int l2flag = 0;
-  double crs = 0, deltaN = 0, m0 = 0, cuc = 0, e = 0, cus = 0, sqrtA = 0, cic = 0, omega0 = 0,
-         cis = 0, i0 = 0, crc = 0, omega = 0, omegaDot = 0, idot = 0;
-  double tgd[2] = {0, 0};           ///< GPS, QZSS: TGD; Galileo: E5a/E1, E5b/E1; BeiDou: TGD1, TGD2
-  long line = 0;                    ///< line in the file, for messages
+  double crs = 0, deltaN = 0, m0 = 0, cuc = 0, e = 0, cus = 0, sqrtA = 0, cic = 0, omega0 = 0, cis = 0,
+         i0 = 0, crc = 0, omega = 0, omegaDot = 0, idot = 0;
+  double tgd[2] = {0, 0};  ///< GPS, QZSS: TGD; Galileo: E5a/E1, E5b/E1; BeiDou: TGD1, TGD2
+  long line = 0;           ///< line in the file, for messages
 };
 
 /// GLONASS broadcast message. Metres, seconds, PZ-90.
 struct GlonassEph {
   SatName sat;
   GpsTime toe, frame;
-  double tau = 0, gamma = 0;        ///< tau: clock bias with the sign of the clock value (-TauN)
+  double tau = 0, gamma = 0;  ///< tau: clock bias with the sign of the clock value (-TauN)
   std::array<double, 3> position{}, velocity{}, acceleration{};
   int health = 0, channel = 0, age = 0;
   long line = 0;
@@ -100,17 +100,17 @@ struct GlonassEph {
 struct SsrOrbit {
   SatName sat;
   int iod = 0;
-  std::array<double, 3> delta{};    ///< radial, along-track, cross-track, m
-  std::array<double, 3> rate{};     ///< m/s
+  std::array<double, 3> delta{};  ///< radial, along-track, cross-track, m
+  std::array<double, 3> rate{};   ///< m/s
 };
 struct SsrClock {
   SatName sat;
   int iod = 0;
-  std::array<double, 3> c{};        ///< m, m/s, m/s^2
+  std::array<double, 3> c{};  ///< m, m/s, m/s^2
 };
 struct SsrBias {
-  std::string signal;               ///< "1C"
-  double value = 0.0;               ///< m
+  std::string signal;  ///< "1C"
+  double value = 0.0;  ///< m
   int integerIndicator = 0, wideLaneIndicator = 0, discontinuity = 0;
 };
 struct SsrSatBias {
@@ -125,7 +125,7 @@ enum class SsrKind { orbit, clock, codeBias, phaseBias };
 struct SsrBlock {
   SsrKind kind = SsrKind::orbit;
   GpsTime time;
-  int interval = 0;                 ///< update interval, s
+  int interval = 0;  ///< update interval, s
   std::string source;
   std::vector<SsrOrbit> orbits;
   std::vector<SsrClock> clocks;

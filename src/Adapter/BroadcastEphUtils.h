@@ -20,15 +20,13 @@ class BroadcastEphUtils {
   /// \param week, sow  GPS time; for B and C the numbers of BDT
   /// \param iode  in: issue wanted, -1 nearest in time, -2 newest within two hours; out: issue used
   /// \return 1 when a message was picked
-  virtual int m_brd2xyz(const char* flag, const char* cprn, int week, double sow, double* xv,
-                        double* clk, double* dtmin, double* tgd, int* iode);
-  virtual int m_gls2xyz(const char* flag, const char* cprn, int week, double sow, double* xv,
-                        double* clk, double* dtmin, int* iode);
+  virtual int m_brd2xyz(const char* flag, const char* cprn, int week, double sow, double* xv, double* clk,
+                        double* dtmin, double* tgd, int* iode);
+  virtual int m_gls2xyz(const char* flag, const char* cprn, int week, double sow, double* xv, double* clk,
+                        double* dtmin, int* iode);
 
-  void m_geph2xyz(const GPSEPH* eph, const char* flag, int week, double sow, double* xv,
-                  double* clk);
-  void m_reph2xyz(const GLSEPH* eph, const char* flag, int week, double sow, double* xv,
-                  double* clk);
+  void m_geph2xyz(const GPSEPH* eph, const char* flag, int week, double sow, double* xv, double* clk);
+  void m_reph2xyz(const GLSEPH* eph, const char* flag, int week, double sow, double* xv, double* clk);
   void glsinit(double* state, const GLSEPH& eph);
   void glsfright(const double* state, double* derivative, const GLSEPH& eph);
   void glsrkf4(double step, double* state, const GLSEPH& eph);

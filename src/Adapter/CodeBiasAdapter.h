@@ -18,8 +18,7 @@ class CodeBiasAdapter {
   bool m_inquireCodeBias(bool substitute, const char* cprn, const char* code, double* value);
   void m_corrCodeBias(int mjd, double sod, Rnxobs* obs);
   /// dcb (ns) = second minus first.
-  bool inquireDCB(int mjd, double sod, int isat, const char* code1, const char* code2,
-                  double& dcb);
+  bool inquireDCB(int mjd, double sod, int isat, const char* code1, const char* code2, double& dcb);
 
   std::mutex m_mutex;
   std::map<std::string, std::map<std::string, double>> m_bias;

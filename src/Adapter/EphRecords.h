@@ -9,18 +9,18 @@ namespace tarvio {
 /// Keplerian message of GPS, Galileo, BeiDou, QZSS. Radians, metres, seconds.
 struct GPSEPH {
   char m_cprn[8] = "";
-  int m_mjd = 0;          ///< time of clock; GPS time, for BeiDou the numbers of BDT
+  int m_mjd = 0;  ///< time of clock; GPS time, for BeiDou the numbers of BDT
   double m_sod = 0.0;
   double m_a0 = 0.0, m_a1 = 0.0, m_a2 = 0.0;
-  int m_iode = 0;         ///< issue of data as made by genAode
+  int m_iode = 0;  ///< issue of data as made by genAode
   double m_crs = 0.0, m_dn = 0.0, m_M0 = 0.0, m_cuc = 0.0, m_e = 0.0, m_cus = 0.0, m_roota = 0.0;
-  double m_toe = 0.0;     ///< seconds of week
+  double m_toe = 0.0;  ///< seconds of week
   double m_cic = 0.0, m_OMEGA0 = 0.0, m_cis = 0.0, m_i0 = 0.0, m_crc = 0.0, m_omega = 0.0;
   double m_OMEGADOT = 0.0, m_idot = 0.0;
-  double m_codes = 0.0;   ///< code on L2; Galileo data source bits
-  double m_week = 0.0;    ///< week of toe
+  double m_codes = 0.0;  ///< code on L2; Galileo data source bits
+  double m_week = 0.0;   ///< week of toe
   double m_L2flag = 0.0, m_sva = 0.0, m_svh = 0.0, m_tgd = 0.0, m_tgd2 = 0.0, m_iodc = 0.0;
-  long m_rcvTime = 0;     ///< wall clock of arrival
+  long m_rcvTime = 0;  ///< wall clock of arrival
   // extended BeiDou messages; zero for host data
   double m_msgtype = 0.0, m_deltaA = 0.0, m_Adot = 0.0, m_deltaNdot = 0.0;
 };

@@ -12,7 +12,7 @@ namespace tarvio {
 struct t_ifpb {
   bool m_valid = false;
   int m_iod = 0;
-  int m_count = 0;       ///< counter of issue changes, 0 to 15
+  int m_count = 0;  ///< counter of issue changes, 0 to 15
   double m_value = 0.0;
   double m_sig = 0.0;
   std::time_t m_t1 = 0, m_t0 = 0;

@@ -24,11 +24,11 @@ class SsrOrbitClkAdapter : public BrdOrbitClkAdapter {
   void v_outFileEph() override;
   void v_closeOutFile() override;
 
-  double m_lastEpoch = 0.0;   ///< fractional MJD of the last acquisition
-  double m_age = 0.0;         ///< s, of the last record looked at; epoch thread only
+  double m_lastEpoch = 0.0;  ///< fractional MJD of the last acquisition
+  double m_age = 0.0;        ///< s, of the last record looked at; epoch thread only
   char m_ssrFile[1024] = "";
-  std::mutex m_ssrMutex;      ///< guards m_list
-  SsrRecord m_cur;            ///< record of the present epoch; epoch thread only
+  std::mutex m_ssrMutex;  ///< guards m_list
+  SsrRecord m_cur;        ///< record of the present epoch; epoch thread only
   std::list<SsrRecord> m_list;
 
  private:

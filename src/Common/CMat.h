@@ -26,8 +26,8 @@ class CMat {
   /// Solves R x = b in place, R upper triangular. A zero on the diagonal gives infinities.
   static void CMat_SolveLinear(int n, const double* r, int ldr, double* b, int unused);
   /// C (m x n) = alpha op(A) op(B) + beta C, op(A) m x k.
-  static void CMat_Matmul(const char* op, int m, int n, int k, double alpha, const double* a,
-                          int lda, const double* b, int ldb, double beta, double* c, int ldc);
+  static void CMat_Matmul(const char* op, int m, int n, int k, double alpha, const double* a, int lda,
+                          const double* b, int ldb, double beta, double* c, int ldc);
   /// Triangularises the first ncol columns of rows 0..nrow-1 and carries the transformation
   /// through columns up to ntot-1. With `save` the reflectors stay below the diagonal and their
   /// betas in row nrow. Reflectors are normalised: u[0] = 1.
@@ -40,14 +40,13 @@ class CMat {
   [[noreturn]] static void CMat_sCholesky(float* a, int lda, int n);
 
   static void CMat_PrintMatrix(const double* a, int lda, int rows, int columns, const char* title);
-  static void CMat_PrintMatrix_file(const double* a, int lda, int rows, int columns,
-                                    const char* title, const char* path);
-  static void CMat_PrintMatrix_file_add(const double* a, int lda, int rows, int columns,
-                                        std::FILE* file);
+  static void CMat_PrintMatrix_file(const double* a, int lda, int rows, int columns, const char* title,
+                                    const char* path);
+  static void CMat_PrintMatrix_file_add(const double* a, int lda, int rows, int columns, std::FILE* file);
 
   static int CMat_sHougenu(float* a, int ld, int r0, int r1, int c, float* u, float* beta);
-  static void CMat_sMatmul(const char* op, int m, int n, int k, float alpha, const float* a,
-                           int lda, const float* b, int ldb, float beta, float* c, int ldc);
+  static void CMat_sMatmul(const char* op, int m, int n, int k, float alpha, const float* a, int lda,
+                           const float* b, int ldb, float beta, float* c, int ldc);
   static void CMat_sPrintMatrix(const float* a, int lda, int rows, int columns, const char* title);
   static void CMat_sHouseholder(float* a, int ld, int ncol, int nrow, int ntot, bool save);
   static void CMat_sSolveLinear(int n, const float* r, int ldr, float* b, int unused);

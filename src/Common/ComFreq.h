@@ -34,8 +34,7 @@ std::string getcprn_bytype(const std::string& cprn, char type);
 /// Row of a satellite name in `m_cprn`, -1 when missing.
 int s_satRow(const char* cprn);
 /// Fills m_freq, m_freqMap, m_ifc of a satellite; `isys` selects the slot tables.
-void get_freq(Satellite& sat, const std::string& cprn, int isys, int count,
-              const char (*names)[4]);
+void get_freq(Satellite& sat, const std::string& cprn, int isys, int count, const char (*names)[4]);
 /// Slots of the ionosphere-free pair of a system within its used frequencies.
 void s_ifSlots(int isys, int* fq1, int* fq2);
 std::string get_wl_tag_forinput(char csys);

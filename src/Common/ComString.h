@@ -17,13 +17,17 @@ std::string zipJson(const std::string& s);
 /// Copies at most n-1 characters and terminates.
 void s_copyText(char* dst, int n, const char* src);
 template <int N>
-void s_copyText(char (&dst)[N], const char* src) { s_copyText(dst, N, src); }
+void s_copyText(char (&dst)[N], const char* src) {
+  s_copyText(dst, N, src);
+}
 template <int N>
-void s_copyText(char (&dst)[N], const std::string& src) { s_copyText(dst, N, src.c_str()); }
+void s_copyText(char (&dst)[N], const std::string& src) {
+  s_copyText(dst, N, src.c_str());
+}
 
-char* trim(char* s);                  ///< removes blanks, tabs, CR, LF at both ends, in place
+char* trim(char* s);  ///< removes blanks, tabs, CR, LF at both ends, in place
 char* left_justify_string(char* s);
-int len_trim(const char* s);          ///< length without trailing blanks
+int len_trim(const char* s);  ///< length without trailing blanks
 char* toUpper(char* s);
 char* toLower(char* s);
 bool isUpperLetter(char c);
@@ -31,8 +35,8 @@ bool isUpperLetter(char c);
 void substringEx(char* dst, const char* src, int start, int n);
 /// Splits the part of `line` between two marks (' ' = start, end of line) at `separator` into rows
 /// of `width` characters. With `flag` an empty field gives a row "  ".
-void split_string(bool flag, const char* line, char begin, char end, char separator, int* count,
-                  char* table, int width);
+void split_string(bool flag, const char* line, char begin, char end, char separator, int* count, char* table,
+                  int width);
 void fillobs(char* line, int nfield, int width, double version);
 void filleph(char* line, double version);
 

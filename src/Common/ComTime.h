@@ -18,8 +18,7 @@ int md_julday(int year, int month, int day);
 void gpsweek(int year, int month, int day, int* week, int* wd);
 void mjd2doy(int mjd, int* year, int* doy);
 /// Calendar reading; hour, minute, second may be null.
-void mjd2date(int mjd, double sod, int* year, int* month, int* day, int* hour, int* minute,
-              double* second);
+void mjd2date(int mjd, double sod, int* year, int* month, int* day, int* hour, int* minute, double* second);
 void yeardoy2monthday(int year, int doy, int* month, int* day);
 /// Two-digit year to four digits in place.
 void yr2year(int& year);
@@ -35,8 +34,8 @@ void time2mjd(long time, int* mjd, double* sod);
 std::time_t mjd2time(int mjd, double sod);
 /// The wall clock in GPS time.
 void cur_time(int* mjd, double* sod);
-std::string runtime();       ///< wall clock as GPS time, "yyyy-mm-dd hh:mm:ss"
-std::string runlocaltime();  ///< wall clock as local time, the same form
+std::string runtime();                         ///< wall clock as GPS time, "yyyy-mm-dd hh:mm:ss"
+std::string runlocaltime();                    ///< wall clock as local time, the same form
 std::string run_timefmt(int mjd, double sod);  ///< "yyyy-mm-dd/hh:mm:ss"
 std::string run_timefmt(std::time_t time);
 /// Moves a broadcast time stamp of satellite `cprn` to GPS time.

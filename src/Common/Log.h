@@ -13,15 +13,15 @@ namespace tarvio {
 /// One open file.
 struct LogItem {
   std::unique_ptr<std::ofstream> m_stream;
-  long m_tstart = 0;      ///< start of the present span, Unix seconds, a multiple of m_span
-  long m_span = 172800;   ///< roll-over interval, seconds
-  bool m_roll = false;    ///< whether the file rolls over
+  long m_tstart = 0;     ///< start of the present span, Unix seconds, a multiple of m_span
+  long m_span = 172800;  ///< roll-over interval, seconds
+  bool m_roll = false;   ///< whether the file rolls over
 };
 
 class Log {
  public:
-  void m_openLog(const std::string& name);                        ///< no rolling
-  void m_openLog(const std::string& name, long span);             ///< rolling
+  void m_openLog(const std::string& name);             ///< no rolling
+  void m_openLog(const std::string& name, long span);  ///< rolling
   void m_openLog(const std::string& name, bool roll, long span);
   void m_closeLog(const std::string& name);
   bool m_lexist(const std::string& name);

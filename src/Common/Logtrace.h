@@ -18,11 +18,9 @@ class Logtrace {
   /// Trace file when tracing is on; levels 0 "IO", 1 "GNSS", 2 "FRAME", 3 "ALGO", 4 "ERROR".
   static void m_logTrace(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
   /// Status file, with a tag such as "SLIP" or "DIA".
-  static void m_logtagTrace(const char* tag, const char* format, ...)
-      __attribute__((format(printf, 2, 3)));
+  static void m_logtagTrace(const char* tag, const char* format, ...) __attribute__((format(printf, 2, 3)));
   static void m_logNoFormatTrace(const char* format, ...) __attribute__((format(printf, 1, 2)));
-  static void m_logStat(bool newline, const char* format, ...)
-      __attribute__((format(printf, 2, 3)));
+  static void m_logStat(bool newline, const char* format, ...) __attribute__((format(printf, 2, 3)));
   static void m_logStatInfo(const char* format, ...) __attribute__((format(printf, 1, 2)));
   static std::string m_logRunTime();
   /// Elements of a column-major matrix to an open file, `width`.`decimals` each.
@@ -30,8 +28,8 @@ class Logtrace {
                           const char* title, const char* file);
 
   static Log s_defaultlogger;
-  static long s_st;        ///< Unix seconds at load
-  static std::mutex q_m;   ///< guards m_logError
+  static long s_st;       ///< Unix seconds at load
+  static std::mutex q_m;  ///< guards m_logError
 
   /// File names and level of the configuration in force; set by the configuration loader, so that
   /// logging does not reach up into it.

@@ -28,7 +28,8 @@ TEST(ClasStream, RunsThroughAndStaysWithinAMetre) {
   for (const SolutionEpoch& e : r.epochs) {
     if (e.time - r.epochs.front().time < 300.0) continue;
     double error = 0.0;
-    for (std::size_t i = 0; i < 3; ++i) error += (e.xyz[i] - (*o.reference)[i]) * (e.xyz[i] - (*o.reference)[i]);
+    for (std::size_t i = 0; i < 3; ++i)
+      error += (e.xyz[i] - (*o.reference)[i]) * (e.xyz[i] - (*o.reference)[i]);
     EXPECT_LT(error, 1.0) << formatTime(e.time);
   }
 }

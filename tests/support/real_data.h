@@ -21,8 +21,9 @@ class RunDirectory {
   RunDirectory() {
     static int count = 0;
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    path_ = std::filesystem::temp_directory_path() /
-            ("gnx_" + std::string(info->name()) + "_" + std::to_string(::getpid()) + "_" + std::to_string(++count));
+    path_ =
+        std::filesystem::temp_directory_path() / ("gnx_" + std::string(info->name()) + "_" +
+                                                  std::to_string(::getpid()) + "_" + std::to_string(++count));
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);
   }

@@ -38,11 +38,15 @@ const std::filesystem::path& simulated() {
 }
 
 std::string fileOf(const std::string& option) {
-  const char* name = option == "--obs" ? "observations.rnx" : option == "--nav" ? "navigation.rnx" : "corrections.ssr";
+  const char* name = option == "--obs"   ? "observations.rnx"
+                     : option == "--nav" ? "navigation.rnx"
+                                         : "corrections.ssr";
   return (simulated() / name).string();
 }
 
-std::string inputs() { return "--obs " + fileOf("--obs") + " --nav " + fileOf("--nav") + " --ssr " + fileOf("--ssr"); }
+std::string inputs() {
+  return "--obs " + fileOf("--obs") + " --nav " + fileOf("--nav") + " --ssr " + fileOf("--ssr");
+}
 
 TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
   const struct {
@@ -59,7 +63,8 @@ TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
   };
   for (const auto& c : cases) {
     const RunDirectory dir;
-    const CommandResult r = run(c.arguments + (c.arguments.starts_with("replay") ? " --out " + dir.path().string() : ""));
+    const CommandResult r =
+        run(c.arguments + (c.arguments.starts_with("replay") ? " --out " + dir.path().string() : ""));
     EXPECT_EQ(r.status, 2) << c.arguments;
     EXPECT_NE(r.output.find(c.text), std::string::npos) << c.arguments << "\n" << r.output;
   }
@@ -76,11 +81,13 @@ TEST(ReplayProgram, DamagedFilesGiveAMessageWithTheFileAndStatusTwo) {
     std::string bytes{std::istreambuf_iterator<char>(in), {}};
     bytes.resize(bytes.size() / 2 + 7);
     bytes += "\x01\x02 this is no record \xff\xfe\n";
-    const auto damaged = (dir.path() / ("damaged" + std::filesystem::path(kind.source).extension().string())).string();
+    const auto damaged =
+        (dir.path() / ("damaged" + std::filesystem::path(kind.source).extension().string())).string();
     std::ofstream(damaged, std::ios::binary) << bytes;
     std::string arguments = "replay --out " + (dir.path() / "run").string();
     for (const auto& other : kinds) {
-      arguments += std::string(" ") + other.option + " " + (other.option == kind.option ? damaged : other.source);
+      arguments +=
+          std::string(" ") + other.option + " " + (other.option == kind.option ? damaged : other.source);
     }
     const CommandResult r = run(arguments);
     EXPECT_EQ(r.status, 2) << kind.option << "\n" << r.output;
@@ -99,8 +106,8 @@ TEST(ReplayProgram, BadConfigurationOfTheEngineBecomesStatusThreeWithItsReason) 
   text.replace(at, 7, "ION_FOO");
   std::filesystem::remove(deployment / "ppp.json");
   std::ofstream(deployment / "ppp.json") << text;
-  const CommandResult r =
-      run("replay " + inputs() + " --deployment " + deployment.string() + " --out " + (dir.path() / "run").string());
+  const CommandResult r = run("replay " + inputs() + " --deployment " + deployment.string() + " --out " +
+                              (dir.path() / "run").string());
   EXPECT_EQ(r.status, 3) << r.output;
   EXPECT_NE(r.output.find("key = ionmodel,only support ION_EST and ION_NONE"), std::string::npos) << r.output;
 }
@@ -108,8 +115,8 @@ TEST(ReplayProgram, BadConfigurationOfTheEngineBecomesStatusThreeWithItsReason) 
 TEST(ReplayProgram, ADamagedConfigurationFileIsNamed) {
   const RunDirectory dir;
   std::ofstream(dir.path() / "ppp.json") << "{ \"path\": ";
-  const CommandResult r =
-      run("replay " + inputs() + " --deployment " + dir.path().string() + " --out " + (dir.path() / "run").string());
+  const CommandResult r = run("replay " + inputs() + " --deployment " + dir.path().string() + " --out " +
+                              (dir.path() / "run").string());
   EXPECT_EQ(r.status, 2) << r.output;
   EXPECT_NE(r.output.find("ppp.json"), std::string::npos) << r.output;
 }

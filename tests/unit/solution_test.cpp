@@ -2,9 +2,9 @@
 
 #include "report/solution.h"
 
-#include <unistd.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -176,7 +176,8 @@ TEST(SolutionText, GgaRoundsWithoutSixties) {
 }
 
 TEST(SolutionFileTest, EveryEpochIsOnDiskAtOnceAndBadPathsAreTold) {
-  const auto file = std::filesystem::temp_directory_path() / ("gnx_solution_" + std::to_string(getpid()) + ".csv");
+  const auto file =
+      std::filesystem::temp_directory_path() / ("gnx_solution_" + std::to_string(getpid()) + ".csv");
   SolutionFile out(file, SolutionFormat::csv);
   out.write(sample());
   std::ifstream in(file);
@@ -189,7 +190,8 @@ TEST(SolutionFileTest, EveryEpochIsOnDiskAtOnceAndBadPathsAreTold) {
 }
 
 TEST(ReferencePathTest, InterpolatesInsideAndKnowsItsEnds) {
-  const auto file = std::filesystem::temp_directory_path() / ("gnx_reference_path_" + std::to_string(getpid()) + ".csv");
+  const auto file =
+      std::filesystem::temp_directory_path() / ("gnx_reference_path_" + std::to_string(getpid()) + ".csv");
   std::ofstream(file) << "week,z_m,sow_s,x_m,y_m\n2111,3,100,1,2\n2111,5,110,3,2\n2111,5,400,3,2\n";
   const ReferencePath path = readReferencePath(file);
   EXPECT_EQ((*path(fromWeek(2111, 105.0)))[2], 4.0);

@@ -1,8 +1,8 @@
 // Zenith delays and mapping factors. Expected values: published test cases of VMF1_HT (IERS Conventions
 // 2010, chapter 9), SAASTHYD, ASKNEWET, and the GPT2w formulae re-computed on the published 5-degree grid.
 
-#include <unistd.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <array>
@@ -48,7 +48,9 @@ class LinearGrid : public testing::Test {
  protected:
   static constexpr double kRowStep = 0.125, kColumnStep = 0.0625;
 
-  static std::string path() { return testing::TempDir() + "gnx_linear_grid_" + std::to_string(getpid()) + ".grd"; }
+  static std::string path() {
+    return testing::TempDir() + "gnx_linear_grid_" + std::to_string(getpid()) + ".grd";
+  }
 
   static void SetUpTestSuite() {
     std::ofstream out(path());

@@ -180,7 +180,7 @@ class SrifFilter : public QcTurboEdit {
   /// Puts what is still open to `fate`, adds the epoch to the totals and writes them when asked.
   void m_closeAccount(Fate fate);
   ObservationAccount m_account;  ///< of the first station
-  int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
+  int m_maxSatEpoch = 0;         ///< satellites that the row storage holds in one epoch and station
 
  protected:
   /// What sets the two outlier loops apart.

@@ -28,8 +28,8 @@
 ///          satellite), codes (codes disagree), nobias, nophasebias, system (not processed), ifpb (no
 ///          third-frequency bias), unused (frequency is observed, not used), nocorrection (none within
 ///          reach of the epoch), noorbit (no orbit correction or attitude), noclock, nomessage (no
-///          current broadcast message), noissue (none of the correction's issue of data), noposition (receiver
-///          position unknown), lowelev, range (code residual), noroom, epoch (too few satellites),
+///          current broadcast message), noissue (none of the correction's issue of data), noposition
+///          (receiver position unknown), lowelev, range (code residual), noroom, epoch (too few satellites),
 ///          norow (left out by the combination)
 /// system   G R E C J S; reasons of ACC: the verdicts, and notconfigured (satellite), noslot (band is not
 ///          observed), impossible (not a number or out of range), replaced (by a later signal of the

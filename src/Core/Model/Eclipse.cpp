@@ -19,7 +19,7 @@ enum class Law { kouba, iov, cosine };
 struct BlockLaw {
   std::string_view name;
   Law law;
-  double sign;         ///< of the body x axis against the Sun direction
+  double sign;  ///< of the body x axis against the Sun direction
   KoubaBlock kouba;
   CosineBlock cosine;
 };
@@ -33,9 +33,9 @@ constexpr KoubaBlock kIia{KoubaKind::iia, 0.0, 193.25, 0.5};
 constexpr KoubaBlock kIir{KoubaKind::iir, 0.2, 193.25, 0.0};
 constexpr KoubaBlock kIif{KoubaKind::iif, 0.11, 193.25, -0.5};
 constexpr KoubaBlock kGlonass{KoubaKind::glonass, 0.25, 194.2, 0.0};
-constexpr CosineBlock kFoc{4.1, 10.0, 0.0011108884913683852};        // 2 pi / 5656 s
-constexpr CosineBlock kInclined{3.0, 6.0, 0.0010946315866166526};    // 2 pi / 5740 s
-constexpr CosineBlock kMedium{3.0, 6.0, 0.0020333933032943645};      // 2 pi / 3090 s
+constexpr CosineBlock kFoc{4.1, 10.0, 0.0011108884913683852};      // 2 pi / 5656 s
+constexpr CosineBlock kInclined{3.0, 6.0, 0.0010946315866166526};  // 2 pi / 5740 s
+constexpr CosineBlock kMedium{3.0, 6.0, 0.0020333933032943645};    // 2 pi / 3090 s
 
 constexpr BlockLaw kLaws[] = {
     {"BLOCK IIA", Law::kouba, 1.0, kIia, {}},
@@ -59,7 +59,8 @@ constexpr BlockLaw kLaws[] = {
 };
 
 const BlockLaw* lawOf(std::string_view block) {
-  const auto* found = std::find_if(std::begin(kLaws), std::end(kLaws), [&](const BlockLaw& l) { return l.name == block; });
+  const auto* found =
+      std::find_if(std::begin(kLaws), std::end(kLaws), [&](const BlockLaw& l) { return l.name == block; });
   return found == std::end(kLaws) ? nullptr : found;
 }
 
@@ -156,9 +157,15 @@ void Eclipse::m_yawattAt(int mjd, double sod, const char* cprn, const char* bloc
   YawTurns& turns = m_turns[static_cast<std::size_t>(row)];
   std::optional<double> turned;
   switch (law->law) {
-    case Law::kouba: turned = turns.kouba(koubaOf(*law, cprn), epoch); break;
-    case Law::iov: turned = turns.galileoIov(epoch); break;
-    case Law::cosine: turned = turns.cosine(law->cosine, epoch); break;
+    case Law::kouba:
+      turned = turns.kouba(koubaOf(*law, cprn), epoch);
+      break;
+    case Law::iov:
+      turned = turns.galileoIov(epoch);
+      break;
+    case Law::cosine:
+      turned = turns.cosine(law->cosine, epoch);
+      break;
   }
   const double angle = turned.value_or(0.0) * kDegToRad;
   const double c = law->sign * std::cos(angle), s = law->sign * std::sin(angle);

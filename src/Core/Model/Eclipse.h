@@ -42,8 +42,7 @@ class Eclipse {
 class YawAttitudeAdapter {
  public:
   /// Body axes in the terrestrial frame. \return false: no attitude
-  static bool m_quater2rot(int mjd, double sod, const char* cprn, double* xscf, double* yscf,
-                           double* zscf);
+  static bool m_quater2rot(int mjd, double sod, const char* cprn, double* xscf, double* yscf, double* zscf);
 };
 
 }  // namespace tarvio

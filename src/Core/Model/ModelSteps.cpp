@@ -189,7 +189,8 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
   const Deploy& deploy = in.deploy;
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   const int nfreq = deploy.m_nfreqUsed[s_rowSystem(deploy, isat)];
-  const bool centreOfMass = std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr && !s_leftOut(in.deploy, "-without-satoffset");
+  const bool centreOfMass =
+      std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr && !s_leftOut(in.deploy, "-without-satoffset");
 
   double travel = kTravelTime_s;
   for (int round = 0; round < kEmissionRounds; ++round) {

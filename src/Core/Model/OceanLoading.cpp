@@ -13,13 +13,13 @@ namespace tarvio {
 
 namespace {
 
-constexpr int kGiven = 11;        ///< constituents of a loading file
-constexpr int kMaxNodes = 20;     ///< nodes that the interpolation holds
+constexpr int kGiven = 11;     ///< constituents of a loading file
+constexpr int kMaxNodes = 20;  ///< nodes that the interpolation holds
 
-constexpr int kGivenMultipliers[kGiven][6] = {
-    {2, 0, 0, 0, 0, 0}, {2, 2, -2, 0, 0, 0}, {2, -1, 0, 1, 0, 0}, {2, 2, 0, 0, 0, 0}, {1, 1, 0, 0, 0, 0},
-    {1, -1, 0, 0, 0, 0}, {1, 1, -2, 0, 0, 0}, {1, -2, 0, 1, 0, 0}, {0, 2, 0, 0, 0, 0}, {0, 1, 0, -1, 0, 0},
-    {0, 0, 2, 0, 0, 0}};
+constexpr int kGivenMultipliers[kGiven][6] = {{2, 0, 0, 0, 0, 0},  {2, 2, -2, 0, 0, 0}, {2, -1, 0, 1, 0, 0},
+                                              {2, 2, 0, 0, 0, 0},  {1, 1, 0, 0, 0, 0},  {1, -1, 0, 0, 0, 0},
+                                              {1, 1, -2, 0, 0, 0}, {1, -2, 0, 1, 0, 0}, {0, 2, 0, 0, 0, 0},
+                                              {0, 1, 0, -1, 0, 0}, {0, 0, 2, 0, 0, 0}};
 
 double horner(double t, double a, double b, double c, double d, double e) {
   return (((e * t + d) * t + c) * t + b) * t + a;
@@ -35,7 +35,8 @@ struct DoodsonArguments {
     const double f1 = horner(t, 134.9634025100, 477198.8675605000, 0.0088553333, 0.0000143431, -0.0000000680);
     const double f2 = horner(t, 357.5291091806, 35999.0502911389, -0.0001536667, 0.0000000378, -0.0000000032);
     const double f3 = horner(t, 93.2720906200, 483202.0174577222, -0.0035420000, -0.0000002881, 0.0000000012);
-    const double f4 = horner(t, 297.8501954694, 445267.1114469445, -0.0017696111, 0.0000018314, -0.0000000088);
+    const double f4 =
+        horner(t, 297.8501954694, 445267.1114469445, -0.0017696111, 0.0000018314, -0.0000000088);
     const double f5 = horner(t, 125.0445550100, -1934.1362619722, 0.0020756111, 0.0000021394, -0.0000000165);
     angle[0] = 360.0 * sod / kDay - f4;
     angle[1] = f3 + f5;

@@ -82,15 +82,15 @@ void windupOfAxes(int* first, const double* north, const double* west, const dou
 
 }  // namespace
 
-void phase_windup_itrs(int* first, const double[3][3], const double rot[3][3], const double* xs, const double* ys,
-                       const double*, const double* los, double* prev, double* wu) {
+void phase_windup_itrs(int* first, const double[3][3], const double rot[3][3], const double* xs,
+                       const double* ys, const double*, const double* los, double* prev, double* wu) {
   double north[3], west[3];
   receiverAxes(rot, north, west);
   windupOfAxes(first, north, west, xs, ys, los, prev, wu);
 }
 
-void phase_windup(int* first, const double R[3][3], const double rot[3][3], const double* xs, const double* ys,
-                  const double*, const double* los, double* prev, double* wu) {
+void phase_windup(int* first, const double R[3][3], const double rot[3][3], const double* xs,
+                  const double* ys, const double*, const double* los, double* prev, double* wu) {
   double north[3], west[3], northInertial[3], westInertial[3];
   receiverAxes(rot, north, west);
   matmpy(&R[0][0], north, northInertial, 3, 3, 1);
@@ -109,7 +109,9 @@ void bds_code_cor(const char* block, int nfreq, const char (*tags)[4], double el
   if (std::strstr(block, "BEIDOU-2M") != nullptr) orbit = 1;
   if (orbit < 0) return;
   for (int f = 0; f < nfreq; ++f) {
-    const int band = std::strstr(tags[f], "L7") != nullptr ? 1 : std::strstr(tags[f], "L6") != nullptr ? 2 : 0;
+    const int band = std::strstr(tags[f], "L7") != nullptr   ? 1
+                     : std::strstr(tags[f], "L6") != nullptr ? 2
+                                                             : 0;
     out[f] = interpolateNodes(kBdsCodeBias[orbit][band], elevDeg);
   }
 }

@@ -9,8 +9,7 @@ namespace tarvio {
 /// \param los  satellite minus receiver, terrestrial
 /// \param prev, wu  last and present windup, cycles
 void phase_windup_itrs(int* first, const double R[3][3], const double rot[3][3], const double* xs,
-                       const double* ys, const double* zs, const double* los, double* prev,
-                       double* wu);
+                       const double* ys, const double* zs, const double* los, double* prev, double* wu);
 /// For an inertial line of sight.
 void phase_windup(int* first, const double R[3][3], const double rot[3][3], const double* xs,
                   const double* ys, const double* zs, const double* los, double* prev, double* wu);

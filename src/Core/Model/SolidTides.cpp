@@ -45,9 +45,11 @@ struct BodyTerms {
 BodyTerms termsOf(const Site& s, const double* body) {
   const double r2 = dot(3, body, body);
   const double x = body[0], y = body[1], z = body[2];
-  const double sin2 = 2.0 * s.sinLambda * s.cosLambda, cos2 = s.cosLambda * s.cosLambda - s.sinLambda * s.sinLambda;
+  const double sin2 = 2.0 * s.sinLambda * s.cosLambda,
+               cos2 = s.cosLambda * s.cosLambda - s.sinLambda * s.sinLambda;
   return {z * (x * s.sinLambda - y * s.cosLambda) / r2, z * (x * s.cosLambda + y * s.sinLambda) / r2,
-          ((x * x - y * y) * sin2 - 2.0 * x * y * cos2) / r2, ((x * x - y * y) * cos2 + 2.0 * x * y * sin2) / r2};
+          ((x * x - y * y) * sin2 - 2.0 * x * y * cos2) / r2,
+          ((x * x - y * y) * cos2 + 2.0 * x * y * sin2) / r2};
 }
 
 /// Sums a correction over Sun and Moon; `add(factor, terms)` returns nothing and adds to up, north, east.
@@ -109,32 +111,35 @@ double addInPhase(const double* xsta, const double* body, double massRatio, doub
 void ST1IDIU(const double* xsta, const double* xsun, const double* xmon, double fac2sun, double fac2mon,
              double* xcorsta) {
   constexpr double kDh = -0.0025, kDl = -0.0007;
-  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta, [](const Site& s, double f2, const BodyTerms& b, double* d) {
-    d[0] += -3.0 * kDh * s.sinPhi * s.cosPhi * f2 * b.a1;
-    d[1] += -3.0 * kDl * s.cos2Phi() * f2 * b.a1;
-    d[2] += -3.0 * kDl * s.sinPhi * f2 * b.b1;
-  });
+  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta,
+            [](const Site& s, double f2, const BodyTerms& b, double* d) {
+              d[0] += -3.0 * kDh * s.sinPhi * s.cosPhi * f2 * b.a1;
+              d[1] += -3.0 * kDl * s.cos2Phi() * f2 * b.a1;
+              d[2] += -3.0 * kDl * s.sinPhi * f2 * b.b1;
+            });
 }
 
 void ST1ISEM(const double* xsta, const double* xsun, const double* xmon, double fac2sun, double fac2mon,
              double* xcorsta) {
   constexpr double kDh = -0.0022, kDl = -0.0007;
-  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta, [](const Site& s, double f2, const BodyTerms& b, double* d) {
-    d[0] += -0.75 * kDh * s.cosPhi * s.cosPhi * f2 * b.a2;
-    d[1] += 1.5 * kDl * s.sinPhi * s.cosPhi * f2 * b.a2;
-    d[2] += -1.5 * kDl * s.cosPhi * f2 * b.b2;
-  });
+  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta,
+            [](const Site& s, double f2, const BodyTerms& b, double* d) {
+              d[0] += -0.75 * kDh * s.cosPhi * s.cosPhi * f2 * b.a2;
+              d[1] += 1.5 * kDl * s.sinPhi * s.cosPhi * f2 * b.a2;
+              d[2] += -1.5 * kDl * s.cosPhi * f2 * b.b2;
+            });
 }
 
 void ST1L1(const double* xsta, const double* xsun, const double* xmon, double fac2sun, double fac2mon,
            double* xcorsta) {
   constexpr double kL1Diurnal = 0.0012, kL1SemiDiurnal = 0.0024;
-  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta, [](const Site& s, double f2, const BodyTerms& b, double* d) {
-    d[1] += -3.0 * kL1Diurnal * s.sinPhi * s.sinPhi * f2 * b.b1;
-    d[2] += 3.0 * kL1Diurnal * s.sinPhi * s.cos2Phi() * f2 * b.a1;
-    d[1] += -1.5 * kL1SemiDiurnal * s.sinPhi * s.cosPhi * f2 * b.b2;
-    d[2] += -1.5 * kL1SemiDiurnal * s.sinPhi * s.sinPhi * s.cosPhi * f2 * b.a2;
-  });
+  sumBodies(xsta, xsun, xmon, fac2sun, fac2mon, xcorsta,
+            [](const Site& s, double f2, const BodyTerms& b, double* d) {
+              d[1] += -3.0 * kL1Diurnal * s.sinPhi * s.sinPhi * f2 * b.b1;
+              d[2] += 3.0 * kL1Diurnal * s.sinPhi * s.cos2Phi() * f2 * b.a1;
+              d[1] += -1.5 * kL1SemiDiurnal * s.sinPhi * s.cosPhi * f2 * b.b2;
+              d[2] += -1.5 * kL1SemiDiurnal * s.sinPhi * s.sinPhi * s.cosPhi * f2 * b.a2;
+            });
 }
 
 void STEP2DIU(const double* xsta, double fhr, double t, double* xcorsta) {
@@ -180,7 +185,9 @@ void dehanttideinel(const double* xsta, int year, int month, int day, double fhr
   const double toTt = Taiutc::s_getInstance().m_getTaiutc(mjd) + 32.184;
   const double t = (mjd - 51544.5 + (fhr * 3600.0 + toTt) / kDay) / 36525.0;
   double part[3];
-  const auto add = [&] { for (int i = 0; i < 3; ++i) dxtide[i] += part[i]; };
+  const auto add = [&] {
+    for (int i = 0; i < 3; ++i) dxtide[i] += part[i];
+  };
   ST1IDIU(xsta, xsun, xmon, fac2sun, fac2mon, part);
   add();
   ST1ISEM(xsta, xsun, xmon, fac2sun, fac2mon, part);

@@ -9,7 +9,7 @@ struct SolidTideTerm {
   int n[5];
   double radialIn, radialOut, transverseIn, transverseOut;
 };
-inline constexpr int kSolidDiurnalTerms = 31;     ///< tau has multiplier 1 in each
+inline constexpr int kSolidDiurnalTerms = 31;  ///< tau has multiplier 1 in each
 inline constexpr int kSolidLongPeriodTerms = 5;
 extern const SolidTideTerm kSolidDiurnal[kSolidDiurnalTerms];
 extern const SolidTideTerm kSolidLongPeriod[kSolidLongPeriodTerms];
@@ -19,7 +19,7 @@ struct OceanTideTerm {
   int n[6];
   double amplitude;
 };
-inline constexpr int kOceanTideTerms = 342;       ///< 109 semi-diurnal, 154 diurnal, 79 long-period
+inline constexpr int kOceanTideTerms = 342;  ///< 109 semi-diurnal, 154 diurnal, 79 long-period
 extern const OceanTideTerm kOceanTides[kOceanTideTerms];
 
 }  // namespace tarvio

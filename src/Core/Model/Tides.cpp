@@ -19,7 +19,8 @@ void addLocal(const double* enu_mm, const double rot[3][3], double* disp) {
   for (int i = 0; i < 3; ++i) disp[i] += xyz[i] * 1e-3;
 }
 
-void addSolidTide(int mjd, double sod, const double* xsta, const double* sun, const double* moon, double* disp) {
+void addSolidTide(int mjd, double sod, const double* xsta, const double* sun, const double* moon,
+                  double* disp) {
   const int leap = Taiutc::s_getInstance().m_getTaiutc(mjd);
   int day = 0, year = 0, month = 0, dayOfMonth = 0;
   double second = 0.0, part[3];
@@ -38,7 +39,8 @@ void addPoleTide(int mjd, double sod, const double rot[3][3], double lat, double
   const double colatitude = kPi / 2.0 - lat;
   const double along = m1 * std::cos(lon) + m2 * std::sin(lon);
   const double enu[3] = {9.0 * std::cos(colatitude) * (m1 * std::sin(lon) - m2 * std::cos(lon)),
-                         -9.0 * std::cos(2.0 * colatitude) * along, -33.0 * std::sin(2.0 * colatitude) * along};
+                         -9.0 * std::cos(2.0 * colatitude) * along,
+                         -33.0 * std::sin(2.0 * colatitude) * along};
   addLocal(enu, rot, disp);
 }
 
@@ -65,8 +67,8 @@ void mean_pole(const char* conv, double mjd, double* xpm, double* ypm) {
 }
 
 void tide_displace_itrs(int mjd, double sod, const double* xsta, const double* sun, const double* moon,
-                        const double R[3][3], const double rot[3][3], double lat, double lon, double xp, double yp,
-                        const double olc[6][11], double* disp) {
+                        const double R[3][3], const double rot[3][3], double lat, double lon, double xp,
+                        double yp, const double olc[6][11], double* disp) {
   disp[0] = disp[1] = disp[2] = 0.0;
   double sunFixed[3], moonFixed[3];  // a row vector times R takes inertial to terrestrial
   matmpy(sun, &R[0][0], sunFixed, 1, 3, 3);

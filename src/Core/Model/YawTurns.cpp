@@ -9,9 +9,9 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kBetweenTurns_s = 7200.0;   ///< a new record is opened no earlier after the last one
-constexpr double kRecovery_s = 1800.0;       ///< a turn may need this long behind its record's end
-constexpr double kOppositeBeta_deg = 0.9;    ///< the yaw bias decides the sense of a noon turn below this
+constexpr double kBetweenTurns_s = 7200.0;  ///< a new record is opened no earlier after the last one
+constexpr double kRecovery_s = 1800.0;      ///< a turn may need this long behind its record's end
+constexpr double kOppositeBeta_deg = 0.9;   ///< the yaw bias decides the sense of a noon turn below this
 
 double tand(double deg) { return std::tan(deg * kDegToRad); }
 double sind(double deg) { return std::sin(deg * kDegToRad); }
@@ -27,8 +27,8 @@ double wrap180(double deg) { return std::remainder(deg, 360.0); }
 double toCentre(const YawEpoch& e) {
   const double fromNoon = std::acos(std::clamp(e.cosine, -1.0, 1.0)) * kRadToDeg;
   const bool night = e.cosine < 0.0;
-  const double distance = root((night ? 180.0 - fromNoon : fromNoon) * (night ? 180.0 - fromNoon : fromNoon) -
-                               e.beta * e.beta);
+  const double distance =
+      root((night ? 180.0 - fromNoon : fromNoon) * (night ? 180.0 - fromNoon : fromNoon) - e.beta * e.beta);
   const bool passed = night ? e.mu < 180.0 : e.mu > 180.0;
   return passed ? -distance : distance;
 }
@@ -67,8 +67,8 @@ struct TurnState {
   const KoubaBlock& block;
   const YawEpoch& e;
   double start, end;
-  double w;         ///< half width in orbit angle, deg
-  double nominal;   ///< deg
+  double w;        ///< half width in orbit angle, deg
+  double nominal;  ///< deg
 
   double S(double x) const { return atan2d(-tand(e.beta), sind(x)); }
   double reversedS(double x) const { return atan2d(tand(e.beta), -sind(x)); }
@@ -134,7 +134,8 @@ double nominalYaw(double beta, double mu, bool reversed) {
 bool YawTurns::mayOpen(double t) const {
   if (m_count == 0) return true;
   const Turn& last = m_turns[static_cast<std::size_t>(m_count - 1)];
-  return m_count < kMaxTurns && std::abs(t - last.end) > kBetweenTurns_s && !(t >= last.start && t <= last.end);
+  return m_count < kMaxTurns && std::abs(t - last.end) > kBetweenTurns_s &&
+         !(t >= last.start && t <= last.end);
 }
 
 void YawTurns::open(const YawEpoch& epoch, double angleToCentre, double half) {
@@ -160,15 +161,27 @@ std::optional<double> YawTurns::kouba(const KoubaBlock& block, const YawEpoch& e
   }
   const Turn* turn = inForce(epoch.t, kRecovery_s);
   if (turn == nullptr || turn->end <= turn->start) return std::nullopt;
-  const TurnState s{block, epoch, turn->start, turn->end, epoch.rate * (turn->end - turn->start) / 2.0,
+  const TurnState s{block,
+                    epoch,
+                    turn->start,
+                    turn->end,
+                    epoch.rate * (turn->end - turn->start) / 2.0,
                     nominalYaw(epoch.beta, epoch.mu, block.kind == KoubaKind::iir)};
   std::optional<double> yaw;
   if (epoch.cosine < 0.0) {
     switch (block.kind) {
-      case KoubaKind::iia: yaw = nightIia(s); break;
-      case KoubaKind::iif: yaw = nightIif(s); break;
-      case KoubaKind::iir: yaw = nightIir(s); break;
-      case KoubaKind::glonass: yaw = nightGlonass(s); break;
+      case KoubaKind::iia:
+        yaw = nightIia(s);
+        break;
+      case KoubaKind::iif:
+        yaw = nightIif(s);
+        break;
+      case KoubaKind::iir:
+        yaw = nightIir(s);
+        break;
+      case KoubaKind::glonass:
+        yaw = nightGlonass(s);
+        break;
     }
   } else {
     yaw = block.kind == KoubaKind::iir ? noonIir(s) : noonOthers(s);
@@ -178,7 +191,8 @@ std::optional<double> YawTurns::kouba(const KoubaBlock& block, const YawEpoch& e
 }
 
 std::optional<double> YawTurns::cosine(const CosineBlock& block, const YawEpoch& epoch) {
-  if (std::abs(epoch.beta) <= block.betaLimit && std::abs(epoch.cosine) > cosd(block.range) && mayOpen(epoch.t)) {
+  if (std::abs(epoch.beta) <= block.betaLimit && std::abs(epoch.cosine) > cosd(block.range) &&
+      mayOpen(epoch.t)) {
     open(epoch, toCentre(epoch), root(block.range * block.range - epoch.beta * epoch.beta) / epoch.rate);
   }
   const Turn* turn = inForce(epoch.t, 0.0);

@@ -22,11 +22,11 @@ namespace tarvio {
 
 /// Geometry of an epoch.
 struct YawEpoch {
-  double t = 0.0;        ///< s since the start of the run
-  double beta = 0.0;     ///< deg
-  double mu = 0.0;       ///< deg
-  double rate = 0.0;     ///< of mu, deg/s
-  double cosine = 0.0;   ///< of the angle satellite-geocentre-Sun: near -1 at midnight, +1 at noon
+  double t = 0.0;       ///< s since the start of the run
+  double beta = 0.0;    ///< deg
+  double mu = 0.0;      ///< deg
+  double rate = 0.0;    ///< of mu, deg/s
+  double cosine = 0.0;  ///< of the angle satellite-geocentre-Sun: near -1 at midnight, +1 at noon
 };
 
 enum class KoubaKind { iia, iif, iir, glonass };
@@ -41,9 +41,9 @@ struct KoubaBlock {
 
 /// Cosine law between the nominal yaws at both ends of a turn.
 struct CosineBlock {
-  double betaLimit = 0.0;   ///< deg
-  double range = 0.0;       ///< of the angle Sun - Earth-satellite line, deg
-  double frequency = 0.0;   ///< rad/s
+  double betaLimit = 0.0;  ///< deg
+  double range = 0.0;      ///< of the angle Sun - Earth-satellite line, deg
+  double frequency = 0.0;  ///< rad/s
 };
 
 /// Nominal yaw, deg.

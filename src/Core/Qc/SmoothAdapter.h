@@ -8,8 +8,8 @@ namespace tarvio {
 
 class SmoothAdapter {
  public:
-  SmoothAdapter();                   ///< window of 100
-  explicit SmoothAdapter(int max);   ///< 0 ends the process
+  SmoothAdapter();                  ///< window of 100
+  explicit SmoothAdapter(int max);  ///< 0 ends the process
 
   /// Adds a value; `seed` is the sigma used for the first value. Outputs may be null.
   void m_smooth(double value, double* mean, double* sigma, double seed);
