@@ -84,7 +84,7 @@ TEST_F(EarthRotation, ChainAgreesWithErfa) {
   Itrs2gcrs rotation;
   const double eop[3] = {0.0, 0.0, 0.0};
   for (const Json::Value& all : readJson("erfa_cases.json")["cases"]) {
-    const Json::Value& c = all["spec_literal"];
+    const Json::Value& c = all["engine"];
     SCOPED_TRACE(c["gps_mjd"].asString() + " " + c["gps_sod"].asString());
     double R[3][3], Rdot[3][3], sodUt1, gast, xp, yp;
     int mjdUt1;
