@@ -155,9 +155,6 @@ inline Fault fault(Fault::Kind kind, const SatName& sat, const std::string& sign
 inline Fault slip(const SatName& sat, const std::string& signal, double from, double cycles) {
   return fault(Fault::Kind::slip, sat, signal, from, from, cycles);
 }
-inline Fault gap(const SatName& sat, double from, double to) {
-  return fault(Fault::Kind::gap, sat, "", from, to, 0.0);
-}
 inline Fault codeOutlier(const SatName& sat, const std::string& signal, double from, double to,
                          double metres) {
   return fault(Fault::Kind::code, sat, signal, from, to, metres);
@@ -185,6 +182,7 @@ struct RunSetup {
   /// Frequency lists of the deployment, "" = two a system.
   std::string frequencies;
   bool resolution = true;
+  std::map<std::string, std::string> overrides;  ///< values of "ppp.json" by dotted key
 };
 
 /// What a host knows when it starts; the working directory holds the deployment.
@@ -199,6 +197,7 @@ class HostSetup {
     options.date = sky.start();
     options.run.mode = setup.mode;
     options.run.interval_s = setup.interval;
+    options.overrides = setup.overrides;
     std::ostringstream notes;
     gnx::writeDeployment(directory, options, notes);
   }

@@ -61,8 +61,10 @@ TEST_F(Nonsense, AmongObservationsChangesNothing) {
   Faults faults;
   std::mt19937 random(7);
   faults.entries = [&](std::vector<obs_entry_t>& entries, double) {
-    while (entries.size() < 200)
-      entries.insert(entries.begin() + random() % (entries.size() + 1), nonsenseEntry(random));
+    while (entries.size() < 200) {
+      const auto place = static_cast<std::ptrdiff_t>(random() % (entries.size() + 1));
+      entries.insert(entries.begin() + place, nonsenseEntry(random));
+    }
   };
   expectSamePositions(FaultyRun(sky(), faults), clean);
 }

@@ -90,6 +90,22 @@ TEST_P(Slips, WholeCyclesDoNotMoveAStaticSite) {
   for (const SlipCase& c : cases) expectRecovery(c, "G", GetParam(), clean);
 }
 
+// The way out for receivers with quiet codes: 1.8 cycles are seven sigma of a wide-lane from codes of 0.3 m.
+TEST_P(Slips, OfNineAndSevenCyclesAreFoundByATighterWideLaneLimit) {
+  RunSetup setup;
+  setup.resolution = GetParam();
+  setup.overrides["threshold.turboedit"] = "2.0 1.8 0.72 1200.0";
+  const FaultyRun clean(sky(), {}, setup);
+  for (const SatName& sat : sky().inSight('G', 0.0, 7200.0)) {
+    Faults faults;
+    faults.list = {slip(sat, "1C", kAt, 9.0), slip(sat, "2W", kAt, 7.0)};
+    const FaultyRun run(sky(), faults, setup);
+    EXPECT_GE(run.newAmbiguities(sat, kAt, kAt + 60.0), sat == sky().highest('G', 0.0, 7200.0) ? 2 : 1)
+        << sat;
+    EXPECT_LT(run.change(clean, kLasting), 0.01) << sat;
+  }
+}
+
 TEST_P(Slips, OfEverySystemAreFound) {
   const FaultyRun clean = cleanRun();
   for (const char* system : {"E", "C"}) {
