@@ -223,8 +223,11 @@ TEST_F(Ambiguity, FixesBringCentimetresAndLeaveTheFloatColumnsAlone) {
   EXPECT_EQ(epochsWith(wide, 5), 0);
   EXPECT_GT(epochsWith(on, 5), 90);
   for (const Solution& s : on) {
-    if (s.status == 5) EXPECT_GE(s.fixed, 6) << s.time;
-    else if (s.status < 3) EXPECT_EQ(s.fixed, 0) << s.time;
+    if (s.status == 5) {
+      EXPECT_GE(s.fixed, 6) << s.time;
+    } else if (s.status < 3) {
+      EXPECT_EQ(s.fixed, 0) << s.time;
+    }
   }
   EXPECT_LT(settledError(on), 0.03);
   EXPECT_LT(settledError(on), 0.7 * settledError(off));
