@@ -12,5 +12,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/gnxConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/gnxConfig.cmake ${CMAKE_BINARY_DIR}/gnxConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/gnx)
+# relative to itself, so that the tree may be installed and moved anywhere
+file(RELATIVE_PATH GNX_PC_TO_PREFIX /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
 configure_file(cmake/gnx.pc.in ${CMAKE_BINARY_DIR}/gnx.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/gnx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
