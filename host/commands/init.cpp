@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "commands/commands.h"
+#include "commands/option_text.h"
 #include "deployment/deployment.h"
 #include "formats/input_error.h"
 
@@ -61,6 +62,9 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--position", a.position, "a-priori position X Y Z, m")->expected(3);
   cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")
       ->expected(3);
+  cmd.add_option("--code-noise", o.codeNoise_m, "sigma of codes at high elevation, m")
+      ->check(CLI::Range(0.01, 30.0))
+      ->capture_default_str();
   cmd.add_option("--trace-level", o.traceLevel, "0 everything .. 4 errors alone")->capture_default_str();
   cmd.add_option("--set", a.set, "any other value: key=value, e.g. common.ionmodel=ION_NONE");
 }
@@ -75,11 +79,7 @@ void init(InitArguments& a) {
   }
   o.resolution = !a.noResolution;
   o.biasProducts = !a.noBiases;
-  for (const std::string& item : a.set) {
-    const auto equals = item.find('=');
-    if (equals == std::string::npos) throw UsageError("--set takes key=value, not '" + item + "'");
-    o.overrides[item.substr(0, equals)] = item.substr(equals + 1);
-  }
+  o.overrides = parseOverrides(a.set);
   std::ostringstream notes;
   writeDeployment(a.dir, o, notes);
   std::cout << "deployment written to " << a.dir.string() << "; the files explain their values\n"

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "commands/commands.h"
+#include "commands/option_text.h"
 #include "formats/input_error.h"
 
 namespace gnx {
@@ -18,25 +19,10 @@ struct ReplayArguments {
   ReplayOptions options;
   std::vector<double> position, reference, antennaDelta;
   std::string from, to, signals, refpoint;
-  std::vector<std::string> without;
+  std::vector<std::string> without, set;
 };
 
 std::array<double, 3> threeNumbers(const std::vector<double>& v) { return {v[0], v[1], v[2]}; }
-
-/// "2020-06-25T01:00:00", or with a blank.
-GpsTime parseTime(const std::string& text, const std::string& option) {
-  Calendar c;
-  char separator = 0;
-  double second = 0.0;
-  const int n = std::sscanf(text.c_str(), "%d-%d-%d%c%d:%d:%lf", &c.year, &c.month, &c.day, &separator,
-                            &c.hour, &c.minute, &second);
-  if (n < 6 || c.year < 1980 || c.year > 2099 || c.month < 1 || c.month > 12 || c.day < 1 || c.day > 31 ||
-      c.hour < 0 || c.hour > 24 || c.minute < 0 || c.minute > 59 || !(second >= 0.0 && second < 61.0)) {
-    throw UsageError(option + " takes a GPS time such as 2020-06-25T01:00:00, not '" + text + "'");
-  }
-  c.second = second;
-  return toGpsTime(c);
-}
 
 /// "G:1W,2W E:1C,5Q"
 std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
@@ -65,6 +51,8 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--bia", plan.bia, "bias SINEX files");
   cmd.add_flag("--wl-biases", plan.wideLaneBiases,
                "phase biases from the wide-lanes in the clock file's header");
+  cmd.add_option("--phase-offsets", plan.phaseOffsets,
+                 "narrow-lane offsets of satellites, as 'gnx calibrate' writes them (CSV)");
   cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");
   cmd.add_option("--availability", plan.availability,
                  "delivery times of the SSR blocks (CSV); without: at once");
@@ -85,6 +73,10 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   d.resolution = false;
   cmd.add_flag("--fix", d.resolution,
                "resolve ambiguities to integers; needs phase biases in the corrections");
+  cmd.add_option("--code-noise", d.codeNoise_m, "sigma of codes at high elevation, m")
+      ->check(CLI::Range(0.01, 30.0))
+      ->capture_default_str();
+  cmd.add_option("--set", a.set, "any other value of the deployment: key=value, as for 'gnx init'");
   cmd.add_option("--combination", d.combination, "RAW, IF or SF")->capture_default_str();
   cmd.add_option(
       "--refpoint", a.refpoint,
@@ -114,6 +106,9 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_flag("!--no-patterns", plan.patterns, "do not take antenna patterns off the observations");
   cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
   cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
+  cmd.add_option("--float", plan.floating,
+                 "satellites or systems that stay float under --fix, e.g. E G18: those whose antenna offsets "
+                 "are not the ones behind the corrections");
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
   cmd.add_option("--diagnostics", plan.diagnostics,
@@ -140,6 +135,7 @@ void replay(ReplayArguments& a) {
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
   if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);
+  o.deploy.overrides = parseOverrides(a.set);
   o.deploy.refpoint = !a.refpoint.empty() ? a.refpoint : o.plan.sp3.empty() ? "APC_ITRF" : "CoM_ITRF";
   o.deploy.run.mode = o.plan.mode;
   o.deploy.run.interval_s = o.plan.interval;

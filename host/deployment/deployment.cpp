@@ -340,15 +340,24 @@ std::map<std::string, std::string> ambiguityValues(const std::vector<SystemChoic
   const bool triple = std::ranges::any_of(systems, [](const SystemChoice& s) { return s.used.size() > 2; });
   v["EWL_RESOLUTION"] = levels && triple ? "on" : "off";
   v["WL_RESOLUTION"] = v["N1_RESOLUTION"] = levels ? "on" : "off";
+  // Wide-lanes are right long before the floats are worth fixing: an arc has to last by itself.
+  v["N1_MINSECONDS"] = triple ? "300" : "600";
   v["UPD_SWITCH"] = o.biasProducts ? "on" : "off";
   return v;
 }
 
-std::string noiseFactors(const std::vector<SystemChoice>& systems) {
+/// Factors on the engine's code sigma.
+std::string noiseFactors(const std::vector<SystemChoice>& systems, double sigma_m) {
+  constexpr double kEngineSigma_m = 0.3;
+  char factor[32];
+  std::snprintf(factor, sizeof factor, "%.3g", sigma_m / kEngineSigma_m);
   std::string text;
   for (const SystemChoice& s : systems) {
     text += (text.empty() ? "" : " ") + s.listWord + ":";
-    for (std::size_t i = 0; i < s.used.size(); ++i) text += i > 0 ? "_1.0" : "1.0";
+    for (std::size_t i = 0; i < s.used.size(); ++i) {
+      if (i > 0) text += '_';
+      text += factor;
+    }
   }
   return text;
 }
@@ -373,7 +382,7 @@ std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& s
       {"REFPOINT", o.refpoint},
       {"FREQOBS", frequencyList(systems, CarrierSet::observed)},
       {"FREQUSED", frequencyList(systems, CarrierSet::used)},
-      {"NOISEBYFREQ", noiseFactors(systems)},
+      {"NOISEBYFREQ", noiseFactors(systems, o.codeNoise_m)},
       {"OBSCOMB", o.combination},
       {"P1P2DCB", raw ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"ICBDCB", raw && triple ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
@@ -430,6 +439,7 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "polut1.txt", "ratio.txt"}) {
     writeText(dir / name, builtIn(name));
   }
+  writeText(dir / "no_ratio_table.txt", "nrow 0 ndim 0\n");
   writeJson(dir / "tables.json", tables);
   writeJson(dir / "ambiguity.json", ambiguity);
   writeJson(dir / "smoothing.json", fillTemplate(builtIn("smoothing.json.in"), ambiguityTexts));

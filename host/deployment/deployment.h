@@ -36,6 +36,7 @@ struct DeploymentOptions {
   /// Used frequencies are among the observed ones; "" = the observed ones (SF: the first of them).
   std::string freqobs, freqused;
   std::string combination = "RAW";    ///< RAW, IF or SF
+  double codeNoise_m = 0.18;          ///< sigma of codes above 30 degrees of elevation
   std::string refpoint = "CoM_ITRF";  ///< CoM_ITRF or APC_ITRF: what the orbits refer to
   std::filesystem::path antex;        ///< antenna file, plain or .gz; "" = nominal satellite offsets
   std::filesystem::path grid;         ///< GPT2w grid of 1 degree; "" = built-in coarser climatology

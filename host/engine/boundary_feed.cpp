@@ -177,8 +177,13 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
   const char system = sat[0];
   std::fill(std::begin(ssr.pbias), std::end(ssr.pbias), 0.0);
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
-  if (biases == nullptr) return false;
+  if (biases == nullptr || floating_.contains(sat) || floating_.contains(sat.substr(0, 1))) return false;
+  const auto offset = offsets_.find(sat);
+  if (!offsets_.empty() && offset == offsets_.end()) return false;  // of unknown offset: not to be trusted
   bool any = false;
+  // the same number of cycles on every frequency: no change of wide-lanes, as many cycles of narrow-lane
+  const double cycles =
+      (reversed_.contains(sat) ? 0.5 : 0.0) - (offset == offsets_.end() ? 0.0 : offset->second.cycles);
   for (const PlannedSignal& signal : plan_.of(system)) {
     const SsrBias* bias = findBias(biases->phase, signal.phase);
     if (bias == nullptr) bias = findBias(biases->phase, signal.bias);
@@ -192,8 +197,8 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
     ssr.pbias[code - 1] = bias->value;
-    if (const auto hz = reversed_.contains(sat) ? carrierFrequency(system, signal.code[0]) : std::nullopt)
-      ssr.pbias[code - 1] += 0.5 * kLightSpeed / *hz;
+    if (const auto hz = carrierFrequency(system, signal.code[0]))
+      ssr.pbias[code - 1] += cycles * kLightSpeed / *hz;
     ssr.stdpb[code - 1] = 1.0F;
     any = true;
   }

@@ -10,6 +10,7 @@
 
 #include "GNX_SDK.h"
 #include "corrections/correction_source.h"
+#include "corrections/phase_offsets.h"
 #include "engine/signal_plan.h"
 #include "formats/records.h"
 #include "report/account.h"
@@ -38,6 +39,13 @@ class ProductFeed {
   ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
               std::set<SatName> reversed, bool sourceHasCodeBiases);
 
+  /// Holds back the phase biases of satellites, or of systems by their letter: without them the engine
+  /// leaves the ambiguities float.
+  void keepFloat(std::set<std::string> names) { floating_ = std::move(names); }
+  /// Takes constant offsets out of the narrow-lanes of satellites, by biases that leave the wide-lanes.
+  /// With any offsets, satellites without one stay float.
+  void setPhaseOffsets(PhaseOffsets offsets) { offsets_ = std::move(offsets); }
+
   void feed(const BroadcastEph& eph);
   void feed(const GlonassEph& eph);
   void feed(const CorrectionBatch& batch);
@@ -51,6 +59,8 @@ class ProductFeed {
   const BoundaryNumbers& numbers_;
   const SignalPlan& plan_;
   std::set<SatName> excluded_, reversed_;
+  std::set<std::string> floating_;
+  PhaseOffsets offsets_;
   bool sourceHasCodeBiases_;
   std::vector<GNX_IO::eph_entry_t> eph_;
   std::vector<GNX_IO::geph_entry_t> geph_;

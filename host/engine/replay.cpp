@@ -226,6 +226,7 @@ ReplayResult runReplay(const ReplayOptions& given) {
   RunPlan& plan = options.plan;
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   if (!plan.availability.empty()) plan.availability = fs::absolute(plan.availability).string();
+  if (!plan.phaseOffsets.empty()) plan.phaseOffsets = fs::absolute(plan.phaseOffsets).string();
   if (plan.nav.empty())
     throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
   if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {

@@ -91,6 +91,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["availability"] = plan.availability;
   root["broadcastOnly"] = plan.broadcastOnly;
   root["wideLaneBiases"] = plan.wideLaneBiases;
+  root["phaseOffsets"] = plan.phaseOffsets;
   root["mode"] = plan.mode;
   root["interval"] = plan.interval;
   root["patterns"] = plan.patterns;
@@ -106,6 +107,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   for (const auto& [system, signals] : plan.signals)
     root["signals"][std::string(1, system)] = toJson(signals);
   root["excluded"] = toJson(plan.excluded);
+  root["floating"] = toJson(plan.floating);
   if (plan.from) root["from"] = toJson(*plan.from);
   if (plan.to) root["to"] = toJson(*plan.to);
   root["diagnostics"] = plan.diagnostics;
@@ -134,6 +136,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.availability = root["availability"].asString();
     plan.broadcastOnly = root["broadcastOnly"].asBool();
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();
+    plan.phaseOffsets = root["phaseOffsets"].asString();
     plan.mode = root["mode"].asString();
     plan.interval = root["interval"].asDouble();
     plan.patterns = root.get("patterns", true).asBool();
@@ -150,6 +153,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
       plan.signals[key.at(0)] = toStrings(root["signals"][key]);
     }
     plan.excluded = toStrings(root["excluded"]);
+    plan.floating = toStrings(root["floating"]);
     if (root.isMember("from")) plan.from = toTime(root["from"]);
     if (root.isMember("to")) plan.to = toTime(root["to"]);
     plan.diagnostics = root["diagnostics"].asString();

@@ -19,6 +19,7 @@ struct RunPlan {
   std::string availability;                     ///< delivery times of SSR blocks, "" = at once
   bool broadcastOnly = false;                   ///< zero corrections on broadcast orbits
   bool wideLaneBiases = false;                  ///< phase biases from the clock file's wide-lanes
+  std::string phaseOffsets;                     ///< file of narrow-lane offsets of satellites, "" = none
   std::string mode = "static";
   double interval = 30.0;  ///< s
   bool patterns = true;    ///< antenna patterns are taken off the observations
@@ -30,6 +31,7 @@ struct RunPlan {
   std::map<char, std::string> bands;                  ///< band digits by system letter
   std::map<char, std::vector<std::string>> signals;   ///< forced signals
   std::vector<std::string> excluded;                  ///< satellites never handed over
+  std::vector<std::string> floating;                  ///< satellites or systems never fixed to integers
   std::optional<GpsTime> from, to;
   std::string diagnostics;  ///< output options of the engine, "" = none
   double details = 300.0;   ///< s between epochs with residuals for the report, 0 = none

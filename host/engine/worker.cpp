@@ -146,7 +146,7 @@ class Diagnostics {
   }
 
  private:
-  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix";
+  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix -outint";
   const RunPlan& plan_;
   std::string always_, detailed_;
   std::optional<GpsTime> last_;
@@ -225,6 +225,8 @@ void runWorker() {
   const BoundaryNumbers numbers;
   const std::set<SatName> excluded(plan.excluded.begin(), plan.excluded.end());
   ProductFeed products(numbers, signals, excluded, reversedAxes(first), biased);
+  products.keepFloat({plan.floating.begin(), plan.floating.end()});
+  if (!plan.phaseOffsets.empty()) products.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
   ObservationFeed feed(numbers, signals, excluded);
   Delivery delivery(timeline, std::move(source), products);
   FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });

@@ -1,0 +1,62 @@
+#include "corrections/phase_offsets.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "formats/fields.h"
+#include "formats/text_reader.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr std::string_view kHeader = "satellite,offset_cycles";
+
+std::vector<std::string_view> cellsOf(std::string_view line) {
+  std::vector<std::string_view> cells;
+  for (;;) {
+    const std::size_t comma = line.find(',');
+    cells.push_back(trim(line.substr(0, comma)));
+    if (comma == std::string_view::npos) return cells;
+    line.remove_prefix(comma + 1);
+  }
+}
+
+}  // namespace
+
+PhaseOffsets readPhaseOffsets(const std::filesystem::path& file) {
+  TextReader in(file.string());
+  std::string_view line;
+  if (!in.next(line) || !line.starts_with(kHeader))
+    in.fail("header", "must begin with \"" + std::string(kHeader) + "\"; 'gnx calibrate' writes such files");
+  PhaseOffsets offsets;
+  while (in.next(line)) {
+    if (trim(line).empty()) continue;
+    const auto cells = cellsOf(line);
+    const auto sat = parseSat(cells[0]);
+    const auto cycles = cells.size() > 1 ? parseReal(cells[1]) : std::nullopt;
+    if (!sat) in.fail("satellite", "is none");
+    if (!cycles || std::fabs(*cycles) > 1.0) in.fail("offset_cycles", "is no number between -1 and 1");
+    PhaseOffset offset{*cycles, 0.0, 0};
+    if (cells.size() > 2) offset.rms = parseReal(cells[2]).value_or(0.0);
+    if (cells.size() > 3) offset.arcs = parseInt(cells[3]).value_or(0);
+    if (!offsets.emplace(*sat, offset).second) in.fail("satellite", "stands here a second time");
+  }
+  return offsets;
+}
+
+std::string phaseOffsetsText(const PhaseOffsets& offsets) {
+  std::string text = std::string(kHeader) + ",rms_cycles,arcs\n";
+  for (const auto& [sat, offset] : offsets) {
+    std::array<char, 64> row{};
+    std::snprintf(row.data(), row.size(), "%s,%.3f,%.3f,%d\n", sat.c_str(), offset.cycles, offset.rms,
+                  offset.arcs);
+    text += row.data();
+  }
+  return text;
+}
+
+}  // namespace gnx
