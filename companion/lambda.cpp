@@ -31,9 +31,9 @@ enum Status { kSolved = 0, kBadInput = -1, kNotPositiveDefinite = -2, kSearchToo
 
 /// Largest problem; ambiguities of one epoch stay far below.
 constexpr int kMaxDimension = 512;
-/// Visited nodes after which a search is given up, some 40 ms. Arcs of useful length need 100 to
-/// 10,000; forty ambiguities of a single epoch, all dominated by four common unknowns, up to some million.
-constexpr long kMaxNodes = 2'000'000;
+/// Visited nodes after which a search is given up, some 15 ms. Arcs of useful length need 100 to
+/// 10,000; forty ambiguities of a single epoch, all dominated by four common unknowns, may need more.
+constexpr long kMaxNodes = 1'000'000;
 /// A conditional variance below this part of its variance is rounding noise of a singular matrix.
 constexpr double kSingular = 1e-14;
 /// Permutations must gain this much, else rounding could swap a pair for ever.
@@ -44,17 +44,22 @@ struct Workspace {
   std::size_t n = 0, m = 0;
   std::vector<double> L, M;  // n x n, column-major
   std::vector<double> D, z;  // conditional variances, transformed floats
-  std::vector<double> conditional, integer, step, residual, partial;  // per level of the search
-  std::vector<double> candidates;                                     // m columns of n
-  std::vector<double> norms;                                          // m
+  std::vector<double> conditional, integer, step, residual, partial, weight;  // per level of the search
+  std::vector<double> sums;          // n + 1 a level: z_k + sum_{j >= i} l_jk residual_j at place i
+  std::vector<std::size_t> changed;  // per level: residuals above this one are still in its sums
+  std::vector<double> candidates;    // m columns of n
+  std::vector<double> norms;         // m
 
   void resize(int dimension, int count) {
     n = static_cast<std::size_t>(dimension);
     m = static_cast<std::size_t>(count);
     L.assign(n * n, 0.0);
     M.assign(n * n, 0.0);
-    for (std::vector<double>* v : {&D, &z, &conditional, &integer, &step, &residual}) v->assign(n, 0.0);
+    for (std::vector<double>* v : {&D, &z, &conditional, &integer, &step, &residual, &weight})
+      v->assign(n, 0.0);
     partial.assign(n + 1, 0.0);
+    sums.assign(n * (n + 1), 0.0);
+    changed.assign(n, n - 1);
     candidates.assign(n * m, 0.0);
     norms.assign(m, 0.0);
   }
@@ -173,13 +178,25 @@ bool decorrelate(Workspace& w) {
   return true;
 }
 
-/// Sets level k to the integer nearest to its conditional estimate.
+/// The nearest integer, of two the even one, without a call of the mathematical library: the sum takes the
+/// fraction off, as a double beyond 2^52 has none. For |value| < 2^51.
+double nearest(double value) {
+  constexpr double kNoFraction = 6755399441055744.0;  // 1.5 * 2^52
+  return (value + kNoFraction) - kNoFraction;
+}
+
+/// Sets level k to the integer nearest to its conditional estimate. Of the sums only what has changed
+/// since the level was entered last is formed anew, which is little: a search moves near the bottom.
 void enterLevel(Workspace& w, std::size_t k) {
   const double* column = &w.L[k * w.n];
-  double estimate = w.z[k];
-  for (std::size_t i = k + 1; i < w.n; ++i) estimate += column[i] * w.residual[i];
+  double* sum = &w.sums[k * (w.n + 1)];
+  const std::size_t changed = w.changed[k];
+  for (std::size_t i = changed; i > k; --i) sum[i] = sum[i + 1] + column[i] * w.residual[i];
+  w.changed[k] = k + 1;
+  if (k > 0) w.changed[k - 1] = std::max(w.changed[k - 1], changed);
+  const double estimate = sum[k + 1];
   w.conditional[k] = estimate;
-  w.integer[k] = std::round(estimate);
+  w.integer[k] = nearest(estimate);
   w.residual[k] = w.integer[k] - estimate;
   w.step[k] = w.residual[k] <= 0.0 ? 1.0 : -1.0;
 }
@@ -196,9 +213,13 @@ Status search(Workspace& w) {
   std::size_t found = 0, worst = 0, k = w.n - 1;
   double bound = std::numeric_limits<double>::infinity();
   w.partial[w.n] = 0.0;
+  for (std::size_t level = 0; level < w.n; ++level) {
+    w.sums[level * (w.n + 1) + w.n] = w.z[level];
+    w.weight[level] = 1.0 / w.D[level];
+  }
   enterLevel(w, k);
   for (long nodes = 0; nodes < kMaxNodes; ++nodes) {
-    const double norm = w.partial[k + 1] + w.residual[k] * w.residual[k] / w.D[k];
+    const double norm = w.partial[k + 1] + w.residual[k] * w.residual[k] * w.weight[k];
     if (norm < bound) {
       if (k > 0) {
         w.partial[k] = norm;

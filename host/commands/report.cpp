@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands/commands.h"
+#include "report/analysis.h"
 
 namespace gnx {
 
@@ -17,6 +18,7 @@ struct ReportArguments {
   std::string directory;
   std::string file, figures;
   std::vector<double> reference;
+  bool fixes = false;
 };
 
 void runReport(const ReportArguments& a) {
@@ -24,6 +26,11 @@ void runReport(const ReportArguments& a) {
   options.file = a.file;
   options.figures = a.figures;
   if (!a.reference.empty()) options.reference = {a.reference[0], a.reference[1], a.reference[2]};
+  if (a.fixes) {
+    const RunFiles run = readRunFiles(a.directory);
+    std::printf("%s", formatFixes(analyseRun(run, options.reference)).c_str());
+    return;
+  }
   std::printf("%s\n", writeReport(a.directory, options).c_str());
 }
 
@@ -39,6 +46,8 @@ void addReport(CLI::App& app) {
   cmd->add_option("--reference", a->reference,
                   "true position X Y Z of the marker, m; without: the one given to the run")
       ->expected(3);
+  cmd->add_flag("--fixes", a->fixes,
+                "print how good the fixes are, with the integers of a simulation against its truth; no page");
   cmd->callback([a] { runReport(*a); });
 }
 

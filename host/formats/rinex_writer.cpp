@@ -2,24 +2,14 @@
 
 #include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 
 #include "formats/input_error.h"
 #include "formats/leap_seconds.h"
+#include "formats/printed.h"
 
 namespace gnx {
 
 namespace {
-
-std::string printed(const char* format, ...) {
-  std::array<char, 256> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 /// Content of 60 columns and the label behind it.
 std::string headerLine(const std::string& content, const char* label) {

@@ -1,23 +1,13 @@
 #include "formats/ssr_writer.h"
 
 #include <array>
-#include <cstdarg>
-#include <cstdio>
 
 #include "formats/input_error.h"
+#include "formats/printed.h"
 
 namespace gnx {
 
 namespace {
-
-std::string printed(const char* format, ...) {
-  std::array<char, 256> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 const char* kindName(SsrKind kind) {
   switch (kind) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
+#include "formats/printed.h"
 #include "report/reference_path.h"
 #include "report/solution_files.h"
 
@@ -32,8 +34,12 @@ FixCheck checkFixes(const std::vector<PositionError>& errors) {
     const double size = std::hypot(e.enu[0], e.enu[1], e.enu[2]);
     ++check.fixed;
     if (size > kWrongFix_m) ++check.wrong;
+    if (std::hypot(e.enu[0], e.enu[1]) > kLooseFix_m) ++check.loose;
     check.worst = std::max(check.worst, size);
+    for (std::size_t i = 0; i < 3; ++i) check.rms[i] += e.enu[i] * e.enu[i];
   }
+  if (check.fixed > 0)
+    for (double& sum : check.rms) sum = std::sqrt(sum / static_cast<double>(check.fixed));
   return check;
 }
 
@@ -64,7 +70,33 @@ RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<doubl
   }
   a.errors = positionErrors(run.epochs, path);
   a.fixes = checkFixes(a.errors);
+  std::optional<IntegerTruth> truth;
+  if (!run.plan.obs.empty())
+    truth = IntegerTruth::read(std::filesystem::path(run.plan.obs.front()).parent_path() /
+                               "truth_satellites.csv");
+  a.integers = checkIntegers(run.integers, truth);
   return a;
+}
+
+std::string formatFixes(const RunAnalysis& a) {
+  if (a.fixes.fixed == 0) return "";
+  std::string text = printed("fixed epochs        %zu of %zu, first after %.1f min\n", a.fixes.fixed,
+                             a.errors.size(), a.summary.firstFix.value_or(0.0) / 60.0);
+  if (a.summary.againstReference)
+    text += printed(
+        "their errors        rms east %.4f north %.4f up %.4f m, largest %.3f m, %zu beyond %.0f cm "
+        "horizontally\n",
+        a.fixes.rms[0], a.fixes.rms[1], a.fixes.rms[2], a.fixes.worst, a.fixes.loose, 100.0 * kLooseFix_m);
+  for (const auto& [name, level] : a.integers.levels) {
+    text += printed("%-19s %zu of %zu fixed", levelName(name), level.fixed, level.candidates);
+    if (a.integers.hasTruth) text += printed(", %zu of %zu wrong", level.wrong, level.checked);
+    text += printed("; within %.2f cycle %.1f %% of the floats, %zu of %zu arcs\n", kNearInteger,
+                    100.0 * shareNearInteger(level), arcsNearInteger(level), level.arcs.size());
+  }
+  if (a.integers.hasTruth)
+    text += printed("epochs with integers %zu, with a wrong one %zu\n", a.integers.epochs,
+                    a.integers.wrongEpochs);
+  return text;
 }
 
 }  // namespace gnx

@@ -23,10 +23,12 @@ struct PositionError {
 /// Fixed epochs held against the reference.
 struct FixCheck {
   std::size_t fixed = 0;
-  std::size_t wrong = 0;  ///< off by more than kWrongFix_m
+  std::size_t wrong = 0;  ///< off by more than kWrongFix_m in space
+  std::size_t loose = 0;  ///< off by more than kLooseFix_m horizontally
   double worst = 0.0;     ///< m, of the fixed epochs
+  Vector3 rms{};          ///< of the fixed epochs: east, north, up, m
 };
-inline constexpr double kWrongFix_m = 0.10;
+inline constexpr double kWrongFix_m = 0.10, kLooseFix_m = 0.03;
 
 /// Residuals of one system.
 struct ResidualStatistics {
@@ -41,6 +43,7 @@ struct RunAnalysis {
   std::optional<Vector3> reference;   ///< point: the given one, or the mean of the last part of the run
   std::vector<PositionError> errors;  ///< of the solved epochs with a reference
   FixCheck fixes;                     ///< of `errors`; without a true reference nothing is wrong
+  IntegerCheck integers;              ///< with the truth that lies beside simulated observations
   std::map<char, ResidualStatistics> residuals;
 };
 
@@ -51,6 +54,8 @@ RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<doubl
 std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
                                           const ReferencePath& reference);
 FixCheck checkFixes(const std::vector<PositionError>& errors);
+/// Fixed epochs, their errors and integers as lines of text, empty when nothing was fixed.
+std::string formatFixes(const RunAnalysis& analysis);
 std::map<char, ResidualStatistics> describeResiduals(const std::vector<Residual>& residuals);
 
 }  // namespace gnx

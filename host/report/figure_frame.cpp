@@ -1,21 +1,9 @@
 #include "report/figure_frame.h"
 
-#include <array>
-#include <cstdarg>
-#include <cstdio>
-
+#include "formats/printed.h"
 #include "report/solution_files.h"
 
 namespace gnx {
-
-std::string printed(const char* format, ...) {
-  std::array<char, 1024> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale) {
   std::vector<PlotPoint> points;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "formats/printed.h"
 #include "report/figures.h"
 
 namespace gnx {
@@ -20,8 +21,6 @@ inline constexpr const char* kEast = "#2f7ed8";
 inline constexpr const char* kNorth = "#1aa260";
 inline constexpr const char* kUp = "#d9534f";
 inline constexpr const char* kNeutral = "#8a7fd0";
-
-std::string printed(const char* format, ...);
 
 /// What all figures of a run share: its axis of time.
 struct Frame {
@@ -75,5 +74,7 @@ std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const
 
 /// Status strip, satellites fixed by level, ratio.
 std::optional<Figure> drawFixes(const Frame& f);
+/// How near the candidates of each level are to integers.
+std::optional<Figure> drawFractions(const Frame& f);
 
 }  // namespace gnx

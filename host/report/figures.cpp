@@ -321,6 +321,7 @@ std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis
   take(drawSky(f));
   take(drawSatellites(f));
   take(drawFixes(f));
+  take(drawFractions(f));
   take(drawResiduals(f, false));
   take(drawResiduals(f, true));
   take(drawZenithDelay(f));

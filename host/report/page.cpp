@@ -1,11 +1,9 @@
 #include "report/page.h"
 
-#include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <filesystem>
 
+#include "formats/printed.h"
 #include "report/solution_files.h"
 
 namespace gnx {
@@ -31,15 +29,6 @@ figure{margin:.4rem 0}svg{display:block;width:100%;height:auto}svg text{font:11p
 pre{background:var(--soft);border-radius:8px;padding:.6rem .8rem;overflow-x:auto;font-size:.82rem}
 @media print{body{max-width:none}h2{break-after:avoid}figure,table{break-inside:avoid}}
 )";
-
-std::string printed(const char* format, ...) {
-  std::array<char, 512> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 std::string duration(const std::optional<double>& seconds) {
   if (!seconds) return "never";
@@ -147,9 +136,8 @@ std::string fixSection(const RunFiles& run, const RunAnalysis& a) {
                 a.fixes.fixed));
     row("largest error of a fixed epoch", length(a.fixes.worst));
   }
-  const std::pair<const char*, const char*> levels[] = {
-      {"ewl", "extra-wide-lane"}, {"wl", "wide-lane"}, {"n1", "narrow-lane"}};
-  for (const auto& [tag, name] : levels) {
+  for (const char* tag : {"ewl", "wl", "n1"}) {
+    const char* name = levelName(tag);
     const auto level = run.levels.find(tag);
     if (level == run.levels.end() || level->second.empty()) continue;
     double sum = 0.0;
@@ -159,6 +147,16 @@ std::string fixSection(const RunFiles& run, const RunAnalysis& a) {
     if (with > 0)
       row(printed("%s: epochs with fixes, satellites fixed on average", name),
           printed("%.1f %%, %.1f", 100.0 * static_cast<double>(with) / n, sum / n));
+  }
+  for (const auto& [tag, level] : a.integers.levels) {
+    const std::string name = levelName(tag);
+    row(name + printed(": floats within %.2f cycle of an integer", kNearInteger),
+        printed("%.1f %% of the values, %zu of %zu arcs in the mean", 100.0 * shareNearInteger(level),
+                arcsNearInteger(level), level.arcs.size()));
+    if (level.checked > 0)
+      row(name + ": wrong integers, against the simulation",
+          printed("<span class=\"%s\">%zu of %zu</span>", level.wrong == 0 ? "good" : "bad", level.wrong,
+                  level.checked));
   }
   return html + "</table></div>\n";
 }
@@ -237,6 +235,9 @@ std::string settingsSection(const RunFiles& run, const RunAnalysis& a) {
   std::string excluded;
   for (const SatName& sat : p.excluded) excluded += (excluded.empty() ? "" : " ") + sat;
   row("excluded satellites", excluded);
+  std::string floating;
+  for (const std::string& name : p.floating) floating += (floating.empty() ? "" : " ") + name;
+  row("never fixed", floating);
   for (const auto& [name, value] : run.settings) row("ppp.json: " + name, value);
   html += "</table></div>\n";
   if (!run.signals.empty())
@@ -295,6 +296,7 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
   html += "</div>\n" + summarySection(a);
   show("fixes");
   html += fixSection(run, a);
+  show("fractions");
   show("satellites");
   html += accountSection(run.account);
   show("residuals-time");

@@ -68,6 +68,7 @@ class DiagnosticsReader {
     else if (words_[0] == "ZTD") zenith();
     else if (words_[0] == "CLK") clock();
     else if (words_[0] == "FIX") level();
+    else if (words_[0] == "INT") integer();
   }
 
  private:
@@ -94,6 +95,16 @@ class DiagnosticsReader {
     const auto fixed = number(5), ratio = number(6);
     if (fixed && ratio)
       run_.levels[std::string(words_[4])].push_back({time_, static_cast<int>(*fixed), *ratio});
+  }
+
+  void integer() {
+    const auto value = number(8);
+    if (!value || words_.size() != 10) return;
+    IntegerSample sample{
+        time_,  SatName(words_[4]), SatName(words_[5]), std::string(words_[6]), std::string(words_[7]),
+        *value, std::nullopt};
+    if (const auto fixed = number(9)) sample.integer = static_cast<int>(*fixed);
+    run_.integers.push_back(std::move(sample));
   }
 
   RunFiles& run_;

@@ -10,6 +10,7 @@
 
 #include "engine/run_plan.h"
 #include "report/account.h"
+#include "report/integer_check.h"
 #include "report/solution.h"
 
 namespace gnx {
@@ -49,6 +50,7 @@ struct RunFiles {
   std::map<char, std::vector<Sample>> clocks;                 ///< m; others than `clockSystem` are offsets
   char clockSystem = 'G';
   std::map<std::string, std::vector<LevelSample>> levels;  ///< "ewl", "wl", "n1"
+  std::vector<IntegerSample> integers;                     ///< empty: none kept
 };
 
 /// Throws InputError when the directory holds no run. Files that a run may leave out make empty members.

@@ -1,14 +1,12 @@
 #include "report/solution_files.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <numbers>
 
 #include "formats/input_error.h"
 #include "formats/leap_seconds.h"
+#include "formats/printed.h"
 #include "report/geodesy.h"
 
 namespace gnx {
@@ -17,15 +15,6 @@ namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 constexpr int kFixedStatus = 5;
-
-std::string printed(const char* format, ...) {
-  std::array<char, 512> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 /// GPS minus UTC in whole seconds at a GPS time.
 int gpsMinusUtc(const GpsTime& t) { return leapSecondsAtUtc(t + -leapSecondsAtUtc(t)); }

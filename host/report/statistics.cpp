@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdarg>
 #include <cstdio>
 
+#include "formats/printed.h"
 #include "report/geodesy.h"
 #include "report/solution_files.h"
 
@@ -127,15 +127,6 @@ void describeAccuracy(const std::vector<SolutionEpoch>& epochs, const ReferenceP
       convergence(errors, kVerticalLimit, [](const Vector3& e) { return std::abs(e[2]); });
 }
 
-void append(std::string& text, const char* format, ...) {
-  std::array<char, 256> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  text += buffer.data();
-}
-
 std::string duration(const std::optional<double>& seconds) {
   if (!seconds) return "never";
   std::array<char, 64> buffer{};
@@ -146,15 +137,15 @@ std::string duration(const std::optional<double>& seconds) {
 }
 
 void appendErrors(std::string& text, const std::string& title, const ErrorStatistics& e) {
-  append(text, "  %-18s%10s%10s%10s%10s   (%zu epochs)\n", title.c_str(), "mean", "std", "rms", "max",
-         e.east.count);
+  text += printed("  %-18s%10s%10s%10s%10s   (%zu epochs)\n", title.c_str(), "mean", "std", "rms", "max",
+                  e.east.count);
   const auto row = [&text](const char* name, const SeriesStatistics& s) {
-    append(text, "    %-16s%10.4f%10.4f%10.4f%10.4f\n", name, s.mean, s.deviation, s.rms, s.largest);
+    text += printed("    %-16s%10.4f%10.4f%10.4f%10.4f\n", name, s.mean, s.deviation, s.rms, s.largest);
   };
   row("east", e.east);
   row("north", e.north);
   row("up", e.up);
-  append(text, "    %-36s%10.4f\n    %-36s%10.4f\n", "horizontal", e.horizontalRms, "3D", e.spatialRms);
+  text += printed("    %-36s%10.4f\n    %-36s%10.4f\n", "horizontal", e.horizontalRms, "3D", e.spatialRms);
 }
 
 }  // namespace
@@ -218,31 +209,30 @@ Vector3 meanOfTail(const std::vector<SolutionEpoch>& epochs) {
 std::string formatSummary(const RunSummary& s) {
   std::string text;
   if (s.epochs == 0) return "no epochs\n";
-  append(text, "run                 %s to %s, %s, every %g s\n", formatTime(s.begin).c_str(),
-         formatTime(s.end).c_str(), duration(s.end - s.begin).c_str(), s.interval);
-  append(text, "epochs              %zu, solved %zu (%.1f %%)\n", s.epochs, s.solved,
-         100.0 * static_cast<double>(s.solved) / static_cast<double>(s.epochs));
+  text += printed("run                 %s to %s, %s, every %g s\n", formatTime(s.begin).c_str(),
+                  formatTime(s.end).c_str(), duration(s.end - s.begin).c_str(), s.interval);
+  text += printed("epochs              %zu, solved %zu (%.1f %%)\n", s.epochs, s.solved,
+                  100.0 * static_cast<double>(s.solved) / static_cast<double>(s.epochs));
   if (s.solved > 0) {
-    append(text, "satellites          mean %.1f, min %d, max %d\n", s.satellitesMean, s.satellitesMin,
-           s.satellitesMax);
-    append(text, "sigma0              median %.3f, min %.3f, max %.3f\n", s.sigma0Median, s.sigma0Min,
-           s.sigma0Max);
-    append(text, "fixed               %.1f %% of the solved epochs, first after %s\n", 100.0 * s.fixedShare,
-           duration(s.firstFix).c_str());
+    text += printed("satellites          mean %.1f, min %d, max %d\n", s.satellitesMean, s.satellitesMin,
+                    s.satellitesMax);
+    text += printed("sigma0              median %.3f, min %.3f, max %.3f\n", s.sigma0Median, s.sigma0Min,
+                    s.sigma0Max);
+    text += printed("fixed               %.1f %% of the solved epochs, first after %s\n",
+                    100.0 * s.fixedShare, duration(s.firstFix).c_str());
   }
   if (s.whole.east.count > 0) {
-    append(text, "%s\n",
-           s.againstReference ? "error against the reference, m"
-                              : "repeatability about the mean of the last part, m");
+    text += printed("%s\n", s.againstReference ? "error against the reference, m"
+                                               : "repeatability about the mean of the last part, m");
     appendErrors(text, "whole run", s.whole);
     if (s.afterHour) appendErrors(text, "after 1 h", *s.afterHour);
     if (s.tail) appendErrors(text, "last " + duration(s.tailSeconds), *s.tail);
-    append(text, "convergence         horizontal 10 cm %s, vertical 20 cm %s\n",
-           duration(s.horizontalConvergence).c_str(), duration(s.verticalConvergence).c_str());
+    text += printed("convergence         horizontal 10 cm %s, vertical 20 cm %s\n",
+                    duration(s.horizontalConvergence).c_str(), duration(s.verticalConvergence).c_str());
   }
   if (s.timed > 0)
-    append(text, "time per epoch      median %.2f ms, 99 %% %.2f ms, max %.2f ms; first epoch %.1f ms\n",
-           s.medianMilliseconds, s.p99Milliseconds, s.maxMilliseconds, s.firstMilliseconds);
+    text += printed("time per epoch      median %.2f ms, 99 %% %.2f ms, max %.2f ms; first epoch %.1f ms\n",
+                    s.medianMilliseconds, s.p99Milliseconds, s.maxMilliseconds, s.firstMilliseconds);
   return text;
 }
 

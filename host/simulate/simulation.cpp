@@ -1,14 +1,12 @@
 #include "simulate/simulation.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <fstream>
 #include <numbers>
 
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "formats/rinex_writer.h"
 #include "formats/ssr_writer.h"
 
@@ -18,15 +16,6 @@ namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 constexpr const char* kSource = "SIM";
-
-std::string printed(const char* format, ...) {
-  std::array<char, 256> buffer{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  return buffer.data();
-}
 
 void checkIntervals(const SimulationOptions& o) {
   if (!(o.interval >= 0.01) || o.interval > 3600.0)

@@ -131,6 +131,8 @@ void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, co
   const Deploy& config = s_config();
   auto& record = filter->m_fixmap[filter->m_stations[0].m_name][tag];
   record.clear();
+  auto& candidates = filter->m_candidates[tag];
+  candidates.clear();
   filter->m_nfix = 0;
   const double level = std::strcmp(tag, "ewl") == 0 ? 2.0 : std::strcmp(tag, "wl") == 0 ? 3.0 : 5.0;
   for (int isys = 0; isys < kSys; ++isys) {
@@ -145,6 +147,7 @@ void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, co
     const std::string& cprn = config.m_cprn[isat];
     const std::string& reference = config.m_cprn[s0[isys]];
     const bool fixed = flags[isat] != 0;
+    candidates.push_back({isat, s0[isys], x[k], fixed, fixed ? ifix[isat] : 0});
     record[cprn] = fixed ? ifix[isat] : x[k];
     record[cprn + "_ifab"] = fixed ? level : 1.0;
     record[cprn + "_srch"] = 1.0;

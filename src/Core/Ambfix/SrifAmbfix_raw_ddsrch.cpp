@@ -5,6 +5,7 @@
 #include <limits>
 #include <numeric>
 
+#include "Core/Ambfix/RatioScreen.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Ambfix/SubsetSearch.h"
 #include "Core/Filter/FilterConfig.h"
@@ -15,6 +16,7 @@ namespace {
 
 constexpr double kTableRate = 0.001;  ///< failure rate below which every ratio above 1 passes
 constexpr int kAlwaysDroppable = 8;
+constexpr double kScreened = 1.5;  ///< thresholds from which on a full set is screened before its search
 
 /// Threshold of the full set.
 double s_threshold(double crit, const RatioTable& table, std::vector<double> scaled, int n, double sigma) {
@@ -22,6 +24,20 @@ double s_threshold(double crit, const RatioTable& table, std::vector<double> sca
   double mu = 0.0, rate = 0.0;
   s_pf_lookup_u(table, scaled.data(), n, sigma, kTableRate, -1, &mu, &rate);
   return s_ratioThreshold(mu);
+}
+
+/// Whether the full set fails its ratio test, as far as that shows without a search of its best vectors; two
+/// vectors then take their place. Its ratio is not told: that of the last subsets is.
+bool s_surelyFails(const std::vector<double>& Q, const double* x, int n, double threshold,
+                   std::vector<double>& best, std::vector<double>& second) {
+  constexpr long kVisits = 20'000;  // good vectors spare much of what follows
+  thread_local RatioScreen screen;
+  // Close to 1 the proof takes as long as the search.
+  if (n < 2 || threshold < kScreened || !screen.m_load(n, Q.data(), x)) return false;
+  if (screen.m_judge(threshold, std::numeric_limits<double>::infinity()) != RatioScreen::Verdict::fails)
+    return false;
+  screen.m_improve(kVisits);
+  return screen.m_vectors(best.data(), second.data());
 }
 
 void s_flag(int isat, double integer, int* ifix, int* flags) {
@@ -44,17 +60,21 @@ int SrifAmbfix_raw::s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, d
   for (std::size_t j = 0; j < size; ++j)
     std::copy_n(Q + j * static_cast<std::size_t>(ldq), n, compact.data() + j * size);
 
-  double s[2] = {}, ignored = 0.0;
+  double ignored = 0.0;
   double& outcome = ratio ? *ratio : ignored;
   outcome = 0.0;
-  if (ambslv_(n, compact.data(), best.data(), second.data(), s) != 0) return 0;
-  outcome = s[1] / s[0];
   const RatioTable& table = s_config().m_ratioTable;
-  if (outcome > s_threshold(crit, table, compact, n, sigma)) {
-    for (std::size_t i = 0; i < size; ++i) s_flag(idx[i], best[i], ifix, flags);
-    return 1;
+  const double threshold = s_threshold(crit, table, compact, n, sigma);
+  if (!s_surelyFails(compact, x, n, threshold, best, second)) {
+    double s[2] = {};
+    if (ambslv_(n, compact.data(), best.data(), second.data(), s) != 0) return 0;
+    outcome = s[1] / s[0];
+    if (outcome > threshold) {
+      for (std::size_t i = 0; i < size; ++i) s_flag(idx[i], best[i], ifix, flags);
+      return 1;
+    }
+    if (n < 2) return 0;
   }
-  if (n < 2) return 0;
 
   std::vector<int> worst(size);
   std::iota(worst.begin(), worst.end(), 0);

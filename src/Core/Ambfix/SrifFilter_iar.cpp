@@ -18,6 +18,7 @@ constexpr const char* kTags[] = {"ewl", "wl", "n1"};
 void SrifFilter_iar::v_onFilterEstimate() {
   SrifFilter::v_onFilterEstimate();
   const Deploy& config = s_config();
+  m_candidates.clear();
   if (nobs < 1 || !config.m_liar) return;
 
   const auto rows = static_cast<std::size_t>(imtx);

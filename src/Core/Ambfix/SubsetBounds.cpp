@@ -234,11 +234,17 @@ void SubsetSearch::m_prepareCore() {
   m_enumerateCore(L, D, floats, transfer);
   if (root.complete > 0.0) return;
   // Too many vectors: the norm of the best one is a bound, too.
-  std::vector<double> x(core), second(core);
+  std::vector<double> x(core);
   for (std::size_t i = 0; i < core; ++i) x[i] = m_in.x[rows[i]];
-  double s[2] = {};
-  ++m_searches;
-  if (ambslv_(size, Q.data(), x.data(), second.data(), s) == 0) root.complete = root.least = s[0];
+  if (m_screen.m_load(size, Q.data(), x.data()))
+    root.complete = root.least = std::max(0.0, m_screen.m_leastNorm(m_coreLimit()));
+}
+
+/// Norm below which a vector of the core may belong to a passing subset.
+double SubsetSearch::m_coreLimit() const {
+  const double threshold = m_in.table ? 1.0 : std::max(m_in.crit, 0.0);
+  const double reach = m_in.table ? 1.0 : kReach;
+  return threshold > 0.0 ? reach * m_metric[0].q[1] / threshold : kInfinity;
 }
 
 /// All vectors of the core below the norm at which a subset could still pass, depth first; the list's
@@ -247,9 +253,7 @@ void SubsetSearch::m_enumerateCore(const std::vector<double>& L, const std::vect
                                    const std::vector<double>& floats, const std::vector<double>& transfer) {
   const std::size_t core = D.size(), m = static_cast<std::size_t>(m_m);
   Enumeration& root = m_list[0];
-  const double threshold = m_in.table ? 1.0 : std::max(m_in.crit, 0.0);
-  const double reach = m_in.table ? 1.0 : kReach;
-  root.complete = threshold > 0.0 ? reach * m_metric[0].q[1] / threshold : kInfinity;
+  root.complete = m_coreLimit();
   std::vector<double> residual(core), step(core), mean(core), partial(core + 1, 0.0);
   m_mean.assign(kList * m, 0.0);
   // Each entry of the list owns one of these slots; a vector that is pushed out passes its slot on.

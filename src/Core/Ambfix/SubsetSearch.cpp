@@ -21,6 +21,11 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 constexpr int kPatience = 8;             ///< subsets of a round examined before families get searches
 constexpr double kWorthSearching = 6.0;  ///< subsets that one more search may exclude
+constexpr long kImprovement = 2'000;     ///< visits that look for vectors of a subset
+// Work in visits of an enumeration, 15 ns each.
+constexpr long kAllWork = 2'500'000;
+constexpr long kFamilyWork = 300, kSubsetWork = 6'000;
+constexpr long kHardWork = 1'000'000;  ///< a search on which the screen gave up
 
 std::uint32_t s_bit(int position) { return std::uint32_t{1} << position; }
 
@@ -42,6 +47,7 @@ SubsetSearch::SubsetSearch(const SubsetProblem& problem) : m_in(problem), m_n(pr
   m_list.resize(static_cast<std::size_t>(m_m) + 1);
   m_order.resize(static_cast<std::size_t>(m_m));
   std::iota(m_order.begin(), m_order.end(), 0);
+  m_left = kAllWork;
   m_bounded = m_prepareMetric();
   if (m_bounded) m_prepareCore();
 }
@@ -64,6 +70,8 @@ void SubsetSearch::m_prepareRound(int k) {
   m_bestRate = 1.0e9;
   m_bestMask = 0;
   m_examined = 0;
+  // The ratio of the last round is told.
+  if (m_last) m_left = std::max(m_left, RatioScreen::kMaxVisits);
   if (!m_in.table) return;
   const RatioTable& table = *m_in.table;
   const int n = m_n - k, rows = n <= table.ndim ? table.nrow : 0;
@@ -86,6 +94,8 @@ double SubsetSearch::m_leastThreshold(double failureRate) const {
 }
 
 void SubsetSearch::m_visit(const Family& family) {
+  if (m_bounded && m_left <= 0) return;
+  m_spend(kFamilyWork);
   const int open = m_m - family.decided, toGo = m_k - family.gone;
   double limit = kInfinity;
   if (m_bounded) {
@@ -134,16 +144,19 @@ void SubsetSearch::m_sharpen(const Family& family, double limit) {
   Enumeration& list = m_list[static_cast<std::size_t>(family.stay)];
   if (list.exact || list.least >= limit || m_examined < kPatience) return;
   if (s_combinations(m_m - family.decided, m_k - family.gone) < kWorthSearching) return;
-  const auto [known, isNew] = m_leastOf.try_emplace(family.stayMask, 0.0);
-  if (isNew) {
+  Least& known = m_leastOf[family.stayMask];
+  if (!known.final && known.norm < limit) {
     m_reduce(~family.stayMask);
-    double s[2] = {};
-    ++m_searches;
-    if (ambslv_(static_cast<int>(m_rows.size()), m_q.data(), m_x.data(), m_second.data(), s) == 0)
-      known->second = s[0] * (1.0 - kSlack);
+    double least = -1.0;
+    const long before = m_screen.m_visits();
+    if (m_screen.m_load(static_cast<int>(m_rows.size()), m_q.data(), m_x.data()))
+      least = m_screen.m_leastNorm(limit);
+    m_spend(kSubsetWork + m_screen.m_visits() - before);
+    known.final = least < limit;
+    known.norm = std::max(known.norm, least * (1.0 - kSlack));
   }
-  list.least = std::max(list.least, known->second);
-  list.exact = true;
+  list.least = std::max(list.least, known.norm);
+  list.exact = known.final;
 }
 
 /// Whether the family holds a subset that comes before the best one in the lexical order of what goes,
@@ -219,12 +232,32 @@ double SubsetSearch::m_failureRateBound(const Family& family) const {
   return 1.0 - success;
 }
 
+/// Whether a single subset cannot win, or is too hard to search.
+bool SubsetSearch::m_screened(const Family& family, double threshold) {
+  if (!m_bounded || m_rows.size() < 2 ||
+      !m_screen.m_load(static_cast<int>(m_rows.size()), m_q.data(), m_x.data()))
+    return false;
+  const long before = m_screen.m_visits();
+  const RatioScreen::Verdict verdict = m_screen.m_judge(threshold, m_secondNorm(family));
+  m_spend(m_screen.m_visits() - before);
+  if (verdict == RatioScreen::Verdict::gaveUp) {
+    m_spend(kHardWork);
+    return m_left <= 0;
+  }
+  if (verdict == RatioScreen::Verdict::open) return false;
+  // The vectors near it serve the bounds of others.
+  m_screen.m_improve(kImprovement);
+  if (m_screen.m_vectors(m_x.data(), m_second.data())) m_poolFromSearch(family);
+  return true;
+}
+
 /// A single subset that no bound excludes.
 void SubsetSearch::m_examine(const Family& family) {
   ++m_examined;
+  m_spend(kSubsetWork);
   m_reduce(family.goneMask);
   const int n = static_cast<int>(m_rows.size());
-  double rate = 0.0, threshold = 0.0;
+  double rate = 0.0, threshold = m_last ? m_best : std::max(m_in.crit, m_best);
   if (m_in.table) {
     double mu = 0.0;
     m_scaled = m_q;
@@ -235,6 +268,7 @@ void SubsetSearch::m_examine(const Family& family) {
                          m_secondNorm(family) / threshold * (1.0 + kSlack))
       return;
   }
+  if (m_screened(family, threshold)) return;
   double s[2] = {};
   ++m_searches;
   if (ambslv_(n, m_q.data(), m_x.data(), m_second.data(), s) != 0) return;

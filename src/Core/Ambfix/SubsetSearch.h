@@ -16,10 +16,16 @@
 ///  - The failure rate of bootstrapping is bounded from below by that of equal conditional variances
 ///    (ADOP, Teunissen 1997) and by the strip between a vector and its negative, which holds every
 ///    pull-in region (Teunissen 1998, On the integer normal distribution of the GPS ambiguities).
+///  - What these leave over is screened (RatioScreen.h): an enumeration up to the norm that a passing best
+///    vector could have at most.
 ///
-/// A norm of a larger set is never below that of a smaller one, so all three bounds hold for whole
+/// A norm of a larger set is never below that of a smaller one, so the first three bounds hold for whole
 /// families of subsets, and families fall at once. All bounds have a slack for rounding; the subsets
 /// that remain are searched by the same routine as ever, so that the digits are the same, too.
+///
+/// Many precise, inconsistent ambiguities may defeat all bounds. The work of a level is counted in visits of
+/// the enumerations, some 50 ms at most, so that an epoch stays within its time on any machine with the same
+/// outcome; subsets that find none left are passed over like those whose search fails.
 ///
 /// Degenerate cases: a covariance that is not positive definite switches the bounds off; enumerations
 /// have a limit, beyond which they give the norm up to which they are complete.
@@ -29,6 +35,7 @@
 #include <vector>
 
 #include "Core/Ambfix/Pflambda.h"
+#include "Core/Ambfix/RatioScreen.h"
 
 namespace tarvio {
 
@@ -103,6 +110,7 @@ class SubsetSearch {
 
   bool m_prepareMetric();
   void m_prepareCore();
+  double m_coreLimit() const;
   void m_enumerateCore(const std::vector<double>& L, const std::vector<double>& D,
                        const std::vector<double>& floats, const std::vector<double>& transfer);
   void m_seedPool();
@@ -122,6 +130,8 @@ class SubsetSearch {
   double m_failureRateBound(const Family& family) const;
   double m_leastThreshold(double failureRate) const;
   double m_limit(const Family& family, double second) const;
+  void m_spend(long work) { m_left -= work; }
+  bool m_screened(const Family& family, double threshold);
   void m_examine(const Family& family);
   void m_reduce(std::uint32_t goneMask);
   void m_poolFromSearch(const Family& family);
@@ -157,8 +167,14 @@ class SubsetSearch {
   std::vector<double> m_leastFrom;  ///< by row of the table: least threshold from there on
   SubsetResult m_result;
   long m_searches = 0;
-  int m_examined = 0;                                   ///< subsets of the round that no bound excluded
-  std::unordered_map<std::uint32_t, double> m_leastOf;  ///< best norm of the core and a set of others
+  long m_left = 0;  ///< visits that may still be made, other work in their measure
+  RatioScreen m_screen;
+  int m_examined = 0;  ///< subsets of the round that no bound excluded
+  struct Least {
+    double norm = 0.0;   ///< lower bound
+    bool final = false;  ///< no higher one is to be had
+  };
+  std::unordered_map<std::uint32_t, Least> m_leastOf;  ///< best norm of the core and a set of others
 
   // work space of one search
   std::vector<int> m_rows;

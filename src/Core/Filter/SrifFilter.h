@@ -169,7 +169,15 @@ class SrifFilter : public QcTurboEdit {
   std::map<std::string, std::map<std::string, std::map<std::string, double>>> m_fixmap;
   std::map<std::string, std::map<std::string, double>> m_ambhold;
   std::map<std::string, std::map<std::string, std::unique_ptr<HMWfilter>>> m_hmw;  ///< tag, station
-  std::vector<std::vector<int>> m_ambreset;  ///< station, satellite, slot
+  /// A candidate of a level against its reference satellite, in this epoch.
+  struct LevelCandidate {
+    int isat = -1, iref = -1;
+    double value = 0.0;  ///< cycles between the satellites, biases removed, before the level's fixes
+    bool fixed = false;
+    int integer = 0;
+  };
+  std::map<std::string, std::vector<LevelCandidate>> m_candidates;  ///< by level, of this epoch
+  std::vector<std::vector<int>> m_ambreset;                         ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
   int* m_ewlint = nullptr;                   ///< [station][160] held extra-wide-lane integer
@@ -274,6 +282,7 @@ class SrifFilter : public QcTurboEdit {
   void m_writeObservations() const;
   void m_writeClocks() const;
   void m_writeFixes() const;
+  void m_writeCandidates() const;
   void m_writeAccount() const;
 
  private:

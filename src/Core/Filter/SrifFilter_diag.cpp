@@ -12,6 +12,7 @@
 ///   -outambstat   AMB sat slot elev_deg wavelength_m initial estimate first_mjd last_mjd state rows
 ///   -outclk       CLK system what value_m                    what: "clock", or "offset" from that one
 ///   -outfix       FIX level satellites_fixed ratio           level: ewl, wl, n1
+///   -outint       INT sat reference level slots value_cycles integer
 ///   -outobsstat   OBS sat slot elev_deg verdict              every signal that came in
 ///   -outflag      OBS the same, only signals that were not used
 ///   -outaccount   ACC system in=n used=n reason=n ...        code and phase values since the start
@@ -24,6 +25,9 @@
 /// initial, estimate   ambiguity in cycles (metres when the wavelength is 1)
 /// state    how the arc began: 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 outlier treatment
 /// rows     observations that used the parameter, of this epoch (ION) or of the arc (AMB)
+/// value    of INT: ambiguity between the two satellites before the level's fixes, biases removed; integer:
+///          what it was fixed to, "-" when it stays open; slots: "L1-L2" for the difference of the two
+///          frequencies, "L1" for the ambiguity of one
 /// verdict  "used", or why not, of the code where the phase is used: partner (too few signals of the
 ///          satellite), codes (codes disagree), nobias, nophasebias, system (not processed), ifpb (no
 ///          third-frequency bias), unused (frequency is observed, not used), nocorrection (none within
@@ -107,6 +111,7 @@ void SrifFilter::m_writeDiagnostics() {
   if (s_wants("-oution") || s_wants("-outztd")) m_writeAtmosphere();
   if (s_wants("-outclk")) m_writeClocks();
   if (s_wants("-outfix")) m_writeFixes();
+  if (s_wants("-outint")) m_writeCandidates();
   if (s_wants("-outambstat")) m_writeAmbiguities();
   if (!m_account.m_isOpen()) return;
   m_accountRows();
@@ -187,6 +192,26 @@ void SrifFilter::m_writeFixes() const {
       if (fixes != station->second.end())
         for (const auto& [key, value] : fixes->second) fixed += key.ends_with("_ifab") && value > 1.0 ? 1 : 0;
       out.m_add("FIX", sta.m_name, "%s %d %.3f", tag, fixed, ratio);
+    }
+  }
+}
+
+void SrifFilter::m_writeCandidates() const {
+  const Deploy& config = s_config();
+  const std::string& station = m_stations[0].m_name;
+  LineWriter out(mjd, sod);
+  for (int layer = 0; layer < 3; ++layer) {
+    const Upd_ambconfig& cfg = config.m_ambconfig[layer];
+    const auto level = m_candidates.find(cfg.m_tag);
+    if (level == m_candidates.end()) continue;
+    for (const LevelCandidate& c : level->second) {
+      const int isys = config.m_sysOfRow(c.isat);
+      const int* pair = cfg.ambfreq[isys];
+      std::string slots = s_slotName(isys, s_has(cfg.m_ambType, "raw") && cfg.m_tag == "n1" ? 0 : pair[0]);
+      if (cfg.m_tag != "n1") slots.append("-").append(s_slotName(isys, pair[1]));
+      const std::string integer = c.fixed ? std::to_string(c.integer) : "-";
+      out.m_add("INT", station, "%s %s %s %s %.4f %s", config.m_cprn[c.isat].c_str(),
+                config.m_cprn[c.iref].c_str(), cfg.m_tag.c_str(), slots.c_str(), c.value, integer.c_str());
     }
   }
 }

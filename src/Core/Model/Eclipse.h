@@ -1,6 +1,6 @@
 #pragma once
 /// \file Eclipse.h
-/// Satellite body axes: nominal yaw steering and the manoeuvres of eclipse seasons.
+/// Satellite body axes: the nominal yaw attitude and the manoeuvres of eclipse seasons.
 /// All vectors inertial; x, y, z as in the antenna file (z to the Earth).
 
 #include <array>
@@ -17,7 +17,7 @@ class Eclipse {
   /// Body axes of a satellite at (mjd, sod), GPS time.
   /// \param xv  state, m and m/s; \param sun  m
   /// The axes arguments hold the previous epoch's axes on entry: they stay when the Sun is on the z
-  /// axis. Blocks without a known law keep nominal yaw steering; geostationary BeiDou satellites fly
+  /// axis. Blocks without a known law keep the nominal yaw attitude; geostationary BeiDou satellites fly
   /// orbit-normal.
   void rot_scfix2j2000(int mjd, double sod, const char* cprn, const char* block, const double* xv,
                        const double* sun, double* xscf, double* yscf, double* zscf);

@@ -1,0 +1,181 @@
+#include "report/integer_check.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <tuple>
+
+#include "formats/fields.h"
+#include "formats/input_error.h"
+#include "report/statistics.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr double kMostTurns = 1.0;
+
+/// Bands of "L1-L2" or "L1"; nothing for another text.
+std::string bandsOf(const std::string& slots) {
+  std::string bands;
+  for (std::size_t i = 0; i + 1 < slots.size(); i += 3) bands.push_back(slots[i + 1]);
+  return bands.size() == 1 || bands.size() == 2 ? bands : "";
+}
+
+std::optional<double> trueCycles(const IntegerTruth& truth, const IntegerSample& sample) {
+  const std::string bands = bandsOf(sample.slots);
+  double sum = 0.0;
+  for (std::size_t b = 0; b < bands.size(); ++b)
+    for (const bool own : {true, false}) {
+      const auto cycles = truth.cycles(own ? sample.satellite : sample.reference, bands[b], sample.time);
+      if (!cycles) return std::nullopt;
+      sum += (b == 0) == own ? *cycles : -*cycles;
+    }
+  return bands.empty() ? std::nullopt : std::optional(sum);
+}
+
+using Pair = std::tuple<std::string, SatName, SatName>;
+
+/// An arc of a satellite: its true cycles tell it from others.
+using SatelliteArc = std::pair<SatName, double>;
+
+struct ArcPair {
+  SatelliteArc own, reference;
+  bool operator<(const ArcPair& o) const { return std::tie(own, reference) < std::tie(o.own, o.reference); }
+};
+
+std::optional<ArcPair> arcsOf(const IntegerTruth& truth, const IntegerSample& s) {
+  const std::string bands = bandsOf(s.slots);
+  if (bands.size() != 1) return std::nullopt;
+  const auto own = truth.cycles(s.satellite, bands[0], s.time);
+  const auto reference = truth.cycles(s.reference, bands[0], s.time);
+  if (!own || !reference) return std::nullopt;
+  return ArcPair{{s.satellite, *own}, {s.reference, *reference}};
+}
+
+/// The value that comes most often, and how often.
+std::pair<double, std::size_t> mostFrequent(const std::map<double, std::size_t>& counts) {
+  const auto best = std::max_element(counts.begin(), counts.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  return *best;
+}
+
+/// Turns of the wind-up by which the fixes of one frequency differ from the truth, by arc: most of the fixes
+/// between two satellites tell the difference of their turns, the pairs with the most fixes first.
+std::map<SatelliteArc, double> turnsOfArcs(const std::vector<IntegerSample>& samples,
+                                           const IntegerTruth& truth) {
+  std::map<ArcPair, std::map<double, std::size_t>> differences;
+  for (const IntegerSample& s : samples)
+    if (const auto arcs = arcsOf(truth, s); arcs && s.integer)
+      ++differences[*arcs][*s.integer - (arcs->own.second - arcs->reference.second)];
+  std::vector<std::tuple<std::size_t, ArcPair, double>> order;
+  for (const auto& [pair, counts] : differences) {
+    const auto [difference, count] = mostFrequent(counts);
+    order.emplace_back(count, pair, difference);
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [](const auto& a, const auto& b) { return std::get<0>(a) > std::get<0>(b); });
+  std::map<SatelliteArc, double> turns;
+  for (const auto& [count, pair, difference] : order) {
+    const auto own = turns.find(pair.own);
+    if (own != turns.end() && !turns.contains(pair.reference))
+      turns[pair.reference] = std::clamp(own->second - difference, -kMostTurns, kMostTurns);
+    const double reference = turns.try_emplace(pair.reference, 0.0).first->second;
+    turns.try_emplace(pair.own, std::clamp(reference + difference, -kMostTurns, kMostTurns));
+  }
+  return turns;
+}
+
+}  // namespace
+
+std::optional<IntegerTruth> IntegerTruth::read(const std::filesystem::path& file) {
+  std::ifstream in(file);
+  std::string line;
+  if (!in || !std::getline(in, line)) return std::nullopt;
+  IntegerTruth truth;
+  for (long number = 2; std::getline(in, line); ++number) {
+    const std::size_t name = line.find(','), list = line.rfind(',');
+    const auto sow = parseReal(std::string_view(line).substr(0, name));
+    if (name == std::string::npos || list <= name || !sow)
+      throw InputError(file.string(), number, "is no row of a simulation's satellites");
+    const SatName satellite = line.substr(name + 1, line.find(',', name + 1) - name - 1);
+    std::istringstream words(line.substr(list + 1));
+    for (std::string word; words >> word;) {
+      const std::size_t colon = word.find(':');
+      const auto cycles =
+          colon == std::string::npos ? std::nullopt : parseReal(std::string_view(word).substr(colon + 1));
+      if (!cycles) throw InputError(file.string(), number, "'" + word + "' is no ambiguity");
+      auto& from = truth.m_from[{satellite, word[0]}];
+      if (from.empty() || from.rbegin()->second != *cycles) from[*sow] = *cycles;
+    }
+  }
+  return truth;
+}
+
+std::optional<double> IntegerTruth::cycles(const SatName& satellite, char band, const GpsTime& t) const {
+  constexpr double kSame = 1e-3;  // s
+  const auto found = m_from.find({satellite, band});
+  if (found == m_from.end()) return std::nullopt;
+  int week = 0;
+  const auto later = found->second.upper_bound(secondsOfWeek(t, &week) + kSame);
+  if (later == found->second.begin()) return std::nullopt;
+  return std::prev(later)->second;
+}
+
+std::size_t arcsNearInteger(const LevelCheck& level) {
+  return static_cast<std::size_t>(
+      std::count_if(level.arcs.begin(), level.arcs.end(),
+                    [](const IntegerArc& a) { return std::abs(a.mean) <= kNearInteger; }));
+}
+
+double shareNearInteger(const LevelCheck& level) {
+  if (level.fractions.empty()) return 0.0;
+  const auto near = std::count_if(level.fractions.begin(), level.fractions.end(),
+                                  [](double f) { return std::abs(f) <= kNearInteger; });
+  return static_cast<double>(near) / static_cast<double>(level.fractions.size());
+}
+
+IntegerCheck checkIntegers(const std::vector<IntegerSample>& samples,
+                           const std::optional<IntegerTruth>& truth) {
+  IntegerCheck check;
+  check.hasTruth = truth.has_value();
+  std::map<SatelliteArc, double> turns;
+  if (truth) turns = turnsOfArcs(samples, *truth);
+  std::map<Pair, std::pair<double, std::size_t>> sums;
+  std::set<double> fixedEpochs, wrongEpochs;
+  for (const IntegerSample& s : samples) {
+    LevelCheck& level = check.levels[s.level];
+    ++level.candidates;
+    level.fractions.push_back(s.value - std::round(s.value));
+    auto& [sum, count] = sums[{s.level, s.satellite, s.reference}];
+    sum += s.value;
+    ++count;
+    if (!s.integer) continue;
+    ++level.fixed;
+    const double second = s.time - samples.front().time;
+    fixedEpochs.insert(second);
+    auto cycles = truth ? trueCycles(*truth, s) : std::nullopt;
+    if (!cycles) continue;
+    if (const auto arcs = arcsOf(*truth, s)) *cycles += turns.at(arcs->own) - turns.at(arcs->reference);
+    ++level.checked;
+    if (*s.integer == *cycles) continue;
+    ++level.wrong;
+    wrongEpochs.insert(second);
+  }
+  for (const auto& [pair, value] : sums) {
+    const double mean = value.first / static_cast<double>(value.second);
+    check.levels[std::get<0>(pair)].arcs.push_back({mean - std::round(mean), value.second});
+  }
+  check.epochs = fixedEpochs.size();
+  check.wrongEpochs = wrongEpochs.size();
+  return check;
+}
+
+const char* levelName(const std::string& level) {
+  if (level == "ewl") return "extra-wide-lane";
+  return level == "wl" ? "wide-lane" : level == "n1" ? "narrow-lane" : level.c_str();
+}
+
+}  // namespace gnx
