@@ -7,7 +7,7 @@
 set -euo pipefail
 date=$1 hours=$2
 shift 2
-gnx="$(dirname "$0")/../build/release/gnx"
+gnx="${GNX:-$(dirname "$0")/../build/release/gnx}"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 for hour in $(seq 0 $((24 - hours))); do

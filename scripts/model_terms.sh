@@ -3,7 +3,7 @@
 # Usage: scripts/model_terms.sh gnx-replay-options...   (with --reference)
 # Prints a line a term: RMS east, north, up after the first hour (m) and the median of sigma0.
 set -euo pipefail
-gnx="$(dirname "$0")/../build/release/gnx"
+gnx="${GNX:-$(dirname "$0")/../build/release/gnx}"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 one() {

@@ -30,6 +30,6 @@ std::vector<NarrowLane> readNarrowLanes(const std::filesystem::path& directory,
 /// maximise the weighted sum of cos 2pi(pair - a + b), found by iterating x <- Hx/|Hx| from ones on the
 /// Hermitian matrix of the pairs (phase synchronisation, Singer 2011). Satellites that no pair connects
 /// to the largest group of their system have no offset.
-PhaseOffsets narrowLaneOffsets(const std::vector<NarrowLane>& floats, double settled_s = 2700.0);
+PhaseOffsets narrowLaneOffsets(const std::vector<NarrowLane>& floats, double settled_s = 5400.0);
 
 }  // namespace gnx

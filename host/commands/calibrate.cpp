@@ -19,13 +19,15 @@ namespace {
 
 struct CalibrateArguments {
   std::string directory, file, from, to;
+  double settled_min = 90.0;
 };
 
 void calibrate(const CalibrateArguments& a) {
   std::optional<GpsTime> from, to;
   if (!a.from.empty()) from = parseTime(a.from, "--from");
   if (!a.to.empty()) to = parseTime(a.to, "--to");
-  const PhaseOffsets offsets = narrowLaneOffsets(readNarrowLanes(a.directory, from, to));
+  const PhaseOffsets offsets =
+      narrowLaneOffsets(readNarrowLanes(a.directory, from, to), a.settled_min * 60.0);
   if (offsets.empty()) throw UsageError("no arc is old enough: the run should last some hours");
   std::ofstream out(a.file);
   out << phaseOffsetsText(offsets);
@@ -48,6 +50,9 @@ void addCalibrate(CLI::App& app) {
   cmd->add_option("--out", a->file, "file to write, for 'gnx replay --phase-offsets'")->capture_default_str();
   cmd->add_option("--from", a->from, "use no earlier epoch, GPS time");
   cmd->add_option("--to", a->to, "use no later epoch, GPS time");
+  cmd->add_option("--settled", a->settled_min, "age from which the floats of an arc count, minutes")
+      ->check(CLI::Range(0.0, 1440.0))
+      ->capture_default_str();
   cmd->callback([a] { calibrate(*a); });
 }
 

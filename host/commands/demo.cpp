@@ -47,6 +47,7 @@ ReplayOptions demoRun(const DemoArguments& a, const SimulationOptions& sky, cons
   o.plan.interval = a.interval;
   o.deploy.systems = a.systems;
   o.deploy.refpoint = "APC_ITRF";
+  o.deploy.codeNoise_m = sky.observer.codeSigma;
   o.deploy.run.mode = a.mode;
   o.deploy.run.interval_s = a.interval;
   o.deploy.run.cutoff_deg = o.plan.cutoffDeg;

@@ -100,6 +100,8 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_flag("--header-position", plan.headerPosition, "a-priori position of the observation header");
   cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")
       ->expected(3);
+  cmd.add_option("--reference-path", plan.referenceFile,
+                 "true path of a moving receiver, a truth.csv of 'gnx simulate'");
   cmd.add_option("--antenna", plan.antenna, "antenna type, 20 characters with radome; without: the header's");
   cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")
       ->expected(3);

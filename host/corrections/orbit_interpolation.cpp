@@ -6,7 +6,7 @@
 namespace gnx {
 
 namespace {
-constexpr std::size_t kPoints = 7, kFewest = 5;
+constexpr std::size_t kPoints = 7, kFewest = 5, kExtrapolated = 5;
 constexpr double kSameTime = 1e-3;  ///< s
 }  // namespace
 
@@ -30,15 +30,18 @@ std::optional<OrbitInterpolator::Window> OrbitInterpolator::windowAt(const GpsTi
   const auto found = std::lower_bound(m_points.begin(), m_points.end(), t + -kSameTime,
                                       [](const OrbitPoint& p, const GpsTime& time) { return p.time < time; });
   std::size_t right = static_cast<std::size_t>(found - m_points.begin());
+  bool beyondEnd = false, beforeStart = false;
   const bool onPoint = found != m_points.end() && std::fabs(found->time - t) <= kSameTime;
   if (right == m_points.size()) {
     // Behind the end: only when the product itself ends here, otherwise it has dropped the satellite.
     const double beyond = t - m_points.back().time;
     if (m_last - m_points.back().time > kSameTime || beyond > m_extrapolation) return std::nullopt;
     --right;
+    beyondEnd = true;
   } else if (right == 0 && !onPoint) {
     const double before = m_points.front().time - t;
     if (m_points.front().time - m_first > kSameTime || before > m_extrapolation) return std::nullopt;
+    beforeStart = true;
   } else if (!onPoint && m_segment[right] != m_segment[right - 1]) {
     return std::nullopt;
   }
@@ -47,6 +50,8 @@ std::optional<OrbitInterpolator::Window> OrbitInterpolator::windowAt(const GpsTi
   while (end < m_points.size() && end < right + kPoints && m_segment[end] == begin) ++end;
   const std::size_t count = std::min(kPoints, end - begin);
   if (count < kFewest) return std::nullopt;
+  if (beyondEnd) return Window{end - kExtrapolated, kExtrapolated};
+  if (beforeStart) return Window{begin, kExtrapolated};
   // As many points on both sides as the row allows.
   const std::size_t half = count / 2;
   const std::size_t first = std::min(right > begin + half ? right - half : begin, end - count);

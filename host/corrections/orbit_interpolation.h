@@ -7,7 +7,8 @@
 /// differences to a broadcast message, along the axes of that orbit, move by metres: seven points are
 /// good to 2 mm everywhere, also at the ends of a file. (Against 5-minute orbits of 2020-06-25
 /// thinned to 15 minutes, rms of GPS/Galileo/BeiDou: middle 1.2/1.1/1.1 mm, which is the rounding of
-/// the files, first and last interval 2.0/2.4/1.7 mm; 5 to 10 minutes behind the end 16/35/15 mm.)
+/// the files, first and last interval 2.0/2.4/1.7 mm.) Beyond the ends five points serve, for the
+/// rounding of the files grows with the degree: 21 mm rms 5 and 10 minutes behind the last point.
 /// At the epochs of the product the differences are exact.
 
 #include <optional>
