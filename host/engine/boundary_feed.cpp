@@ -196,6 +196,7 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
     }
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
+    if (arcs_ != nullptr) arcs_->note(sat, signal.phase, bias->discontinuity);
     ssr.pbias[code - 1] = bias->value;
     if (const auto hz = carrierFrequency(system, signal.code[0]))
       ssr.pbias[code - 1] += cycles * kLightSpeed / *hz;
@@ -257,6 +258,7 @@ bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) con
     if (code != nullptr) entry.P[slot] = code->range;
     if (phase != nullptr) {
       entry.L[slot] = phase->phase;
+      if (arcs_ != nullptr && phase->phase != 0.0) entry.L[slot] += arcs_->shift(sat.sat, planned.phase);
       entry.D[slot] = static_cast<float>(phase->doppler);
       entry.SNR[slot] = static_cast<std::uint16_t>(std::clamp(std::lround(phase->snr * 1000.0), 0L, 65535L));
     }

@@ -11,6 +11,7 @@
 #include "GNX_SDK.h"
 #include "corrections/correction_source.h"
 #include "corrections/phase_offsets.h"
+#include "engine/phase_arcs.h"
 #include "engine/signal_plan.h"
 #include "formats/records.h"
 #include "report/account.h"
@@ -45,6 +46,8 @@ class ProductFeed {
   /// Takes constant offsets out of the narrow-lanes of satellites, by biases that leave the wide-lanes.
   /// With any offsets, satellites without one stay float.
   void setPhaseOffsets(PhaseOffsets offsets) { offsets_ = std::move(offsets); }
+  /// Where discontinuities of phase biases are noted; it must outlive the feed.
+  void noteDiscontinuities(PhaseArcs& arcs) { arcs_ = &arcs; }
 
   void feed(const BroadcastEph& eph);
   void feed(const GlonassEph& eph);
@@ -61,6 +64,7 @@ class ProductFeed {
   std::set<SatName> excluded_, reversed_;
   std::set<std::string> floating_;
   PhaseOffsets offsets_;
+  PhaseArcs* arcs_ = nullptr;
   bool sourceHasCodeBiases_;
   std::vector<GNX_IO::eph_entry_t> eph_;
   std::vector<GNX_IO::geph_entry_t> geph_;
@@ -72,6 +76,8 @@ class ProductFeed {
 class ObservationFeed {
  public:
   ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded);
+  /// Shifts phases whose biases have become discontinuous; `arcs` must outlive the feed.
+  void shiftArcs(const PhaseArcs& arcs) { arcs_ = &arcs; }
   /// Processes one epoch in the engine. \return seconds that the call took
   double feed(const ObsEpoch& epoch);
   /// What came in so far and what was left out on this side of the boundary.
@@ -86,6 +92,7 @@ class ObservationFeed {
   const BoundaryNumbers& numbers_;
   const SignalPlan& plan_;
   std::set<SatName> excluded_;
+  const PhaseArcs* arcs_ = nullptr;
   std::vector<GNX_IO::obs_entry_t> entries_;
   RunAccount account_;
 };

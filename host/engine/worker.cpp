@@ -228,6 +228,9 @@ void runWorker() {
   products.keepFloat({plan.floating.begin(), plan.floating.end()});
   if (!plan.phaseOffsets.empty()) products.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
   ObservationFeed feed(numbers, signals, excluded);
+  PhaseArcs arcs;
+  products.noteDiscontinuities(arcs);
+  feed.shiftArcs(arcs);
   Delivery delivery(timeline, std::move(source), products);
   FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });
   Diagnostics diagnostics(plan);
