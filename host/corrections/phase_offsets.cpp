@@ -37,10 +37,10 @@ PhaseOffsets readPhaseOffsets(const std::filesystem::path& file) {
     if (trim(line).empty()) continue;
     const auto cells = cellsOf(line);
     const auto sat = parseSat(cells[0]);
-    const auto cycles = cells.size() > 1 ? parseReal(cells[1]) : std::nullopt;
+    const double cycles = cells.size() > 1 ? parseReal(cells[1]).value_or(HUGE_VAL) : HUGE_VAL;
     if (!sat) in.fail("satellite", "is none");
-    if (!cycles || std::fabs(*cycles) > 1.0) in.fail("offset_cycles", "is no number between -1 and 1");
-    PhaseOffset offset{*cycles, 0.0, 0};
+    if (!(std::fabs(cycles) <= 1.0)) in.fail("offset_cycles", "is no number between -1 and 1");
+    PhaseOffset offset{cycles, 0.0, 0};
     if (cells.size() > 2) offset.rms = parseReal(cells[2]).value_or(0.0);
     if (cells.size() > 3) offset.arcs = parseInt(cells[3]).value_or(0);
     if (!offsets.emplace(*sat, offset).second) in.fail("satellite", "stands here a second time");

@@ -6,7 +6,7 @@ namespace gnx::test {
 namespace {
 
 TEST(ClasStream, RunsThroughAndStaysWithinAMetre) {
-  if (!haveData("clas_2021078")) GTEST_SKIP() << "data set clas_2021078 not found in " << dataDir();
+  GNX_REQUIRE_DATA("clas_2021078");
   const RunDirectory dir;
   ReplayOptions o;
   o.outDir = dir.path();
@@ -17,10 +17,10 @@ TEST(ClasStream, RunsThroughAndStaysWithinAMetre) {
   o.deploy.refpoint = "APC_ITRF";
   o.deploy.run.mode = o.plan.mode = "kinematic";
   o.deploy.run.interval_s = o.plan.interval = 1.0;
-  o.plan.obs = {dataFile("clas_2021078/SEPT078M.21O.gz")};
-  o.plan.nav = {dataFile("clas_2021078/SEPT078M.21P.gz"), dataFile("clas_2021078/30340780.21q.gz")};
-  o.plan.ssr = {dataFile("clas_2021078/corrections.ssr.gz")};
-  o.plan.availability = dataFile("clas_2021078/availability.csv.gz");
+  o.plan.obs = {realFile("clas_2021078/SEPT078M.21O.gz")};
+  o.plan.nav = {realFile("clas_2021078/SEPT078M.21P.gz"), realFile("clas_2021078/30340780.21q.gz")};
+  o.plan.ssr = {realFile("clas_2021078/corrections.ssr.gz")};
+  o.plan.availability = realFile("clas_2021078/availability.csv.gz");
   o.reference = {-3962108.674, 3381309.575, 3668678.639};
   const ReplayResult r = runReplay(o);
   EXPECT_EQ(r.epochs.size(), 900U);

@@ -12,14 +12,8 @@ namespace {
 
 class EsbcDay : public ::testing::Test {
  protected:
-  void SetUp() override {
-    if (!haveData("esbc_2020177")) GTEST_SKIP() << "data set esbc_2020177 not found in " << dataDir();
-  }
-  RunDirectory* makeDirectory() {
-    directory_ = std::make_unique<RunDirectory>();
-    return directory_.get();
-  }
-  std::unique_ptr<RunDirectory> directory_;
+  void SetUp() override { GNX_REQUIRE_DATA("esbc_2020177"); }
+  const RunDirectory directory;
 };
 
 int countLines(const std::filesystem::path& file, const std::string& text) {
@@ -30,7 +24,7 @@ int countLines(const std::filesystem::path& file, const std::string& text) {
 }
 
 TEST_F(EsbcDay, StaticWithProductsIsAccurateInEveryEpoch) {
-  const auto dir = makeDirectory()->path();
+  const auto dir = directory.path();
   ReplayOptions o = esbc(dir, "static");
   useProducts(o);
   const ReplayResult r = runReplay(o);
@@ -52,7 +46,7 @@ TEST_F(EsbcDay, StaticWithProductsIsAccurateInEveryEpoch) {
 }
 
 TEST_F(EsbcDay, KinematicWithProductsStaysBelowADecimetre) {
-  ReplayOptions o = esbc(makeDirectory()->path(), "kinematic");
+  ReplayOptions o = esbc(directory.path(), "kinematic");
   useProducts(o);
   const ReplayResult r = runReplay(o);
   ASSERT_TRUE(r.summary.afterHour);
@@ -62,10 +56,10 @@ TEST_F(EsbcDay, KinematicWithProductsStaysBelowADecimetre) {
 }
 
 TEST_F(EsbcDay, StreamAndProductsAgree) {
-  ReplayOptions products = esbc(makeDirectory()->path() / "products", "static");
+  ReplayOptions products = esbc(directory.path() / "products", "static");
   useProducts(products);
-  ReplayOptions stream = esbc(directory_->path() / "stream", "static");
-  stream.plan.ssr = {dataFile("esbc_2020177/corrections_grg.ssr.gz")};
+  ReplayOptions stream = esbc(directory.path() / "stream", "static");
+  stream.plan.ssr = {realFile("esbc_2020177/corrections_grg.ssr.gz")};
   stream.deploy.refpoint = "CoM_ITRF";
   const ReplayResult a = runReplay(products), b = runReplay(stream);
   std::map<std::int64_t, std::array<double, 3>> positions;
@@ -81,7 +75,7 @@ TEST_F(EsbcDay, StreamAndProductsAgree) {
 }
 
 TEST_F(EsbcDay, BroadcastOrbitsAloneGiveAMetre) {
-  ReplayOptions o = esbc(makeDirectory()->path(), "static");
+  ReplayOptions o = esbc(directory.path(), "static");
   o.plan.broadcastOnly = true;
   o.deploy.refpoint = "APC_ITRF";
   const ReplayResult r = runReplay(o);
@@ -91,11 +85,11 @@ TEST_F(EsbcDay, BroadcastOrbitsAloneGiveAMetre) {
 }
 
 TEST_F(EsbcDay, TheSameInputGivesTheSameOutput) {
-  ReplayOptions o = esbc(makeDirectory()->path() / "a", "kinematic");
+  ReplayOptions o = esbc(directory.path() / "a", "kinematic");
   useProducts(o);
   o.plan.to = toGpsTime({2020, 6, 25, 1, 0, 0.0});
   ReplayOptions again = o;
-  again.outDir = directory_->path() / "b";
+  again.outDir = directory.path() / "b";
   runReplay(o);
   runReplay(again);
   for (const char* file : {"solution.pos", "ppp_pos"}) {

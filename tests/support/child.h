@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -27,9 +28,15 @@ ChildResult runInChild(Body&& body) {
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);
-    std::forward<Body>(body)();
+    int code = 0;
+    try {
+      std::forward<Body>(body)();
+    } catch (const std::exception& e) {  // must not run on as a second test program
+      std::printf("exception: %s\n", e.what());
+      code = 99;
+    }
     std::fflush(stdout);
-    _exit(0);
+    _exit(code);
   }
   close(ends[1]);
   ChildResult result;

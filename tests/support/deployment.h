@@ -11,25 +11,20 @@
 /// tell satellite and frequency apart, one receiver antenna, ocean loading for one site.
 
 #include <json/json.h>
-#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+#include <map>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Interface/Controller.h"
 #include "support/child.h"
+#include "support/files.h"
 
 namespace support {
-
-namespace fs = std::filesystem;
 
 inline std::string print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 inline std::string print(const char* format, ...) {
@@ -41,89 +36,47 @@ inline std::string print(const char* format, ...) {
   return text;
 }
 
-inline void writeFile(const fs::path& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary);
-  file << content;
-  if (!file) throw std::runtime_error("cannot write " + path.string());
-}
-
-inline std::string readFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream content;
-  content << file.rdbuf();
-  return content.str();
-}
-
-/// A directory that goes away with the object.
-class TemporaryDirectory {
- public:
-  TemporaryDirectory() {
-    std::string name = (fs::temp_directory_path() / "gnx-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-    m_path = name;
-  }
-  ~TemporaryDirectory() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-  }
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-  const fs::path& path() const { return m_path; }
-
- private:
-  fs::path m_path;
-};
-
 // ---- data files ----
 
 /// Name and type word, as in the satellite list.
 using SatelliteList = std::vector<std::pair<std::string, std::string>>;
 
-inline SatelliteList satelliteRange(char letter, int first, int last, const char* type) {
+struct SatelliteSpan {
+  char letter;
+  int first, last;
+  const char* type;
+};
+
+inline SatelliteList satelliteRange(const std::vector<SatelliteSpan>& spans) {
   SatelliteList list;
-  for (int k = first; k <= last; ++k) list.emplace_back(print("%c%02d", letter, k), type);
+  for (const SatelliteSpan& span : spans)
+    for (int k = span.first; k <= span.last; ++k)
+      list.emplace_back(print("%c%02d", span.letter, k), span.type);
   return list;
 }
 
 /// GPS 32, Galileo 36, BDS-3 28, BDS-2 5, QZSS 3: a full sky for runs.
 inline SatelliteList fullSky() {
-  SatelliteList all;
-  for (const SatelliteList& part : {satelliteRange('G', 1, 32, "GPS"), satelliteRange('E', 1, 36, "GAL"),
-                                    satelliteRange('C', 19, 46, "BD3"), satelliteRange('C', 6, 10, "BD2"),
-                                    satelliteRange('J', 1, 3, "QZS")}) {
-    all.insert(all.end(), part.begin(), part.end());
-  }
-  return all;
+  return satelliteRange({{'G', 1, 32, "GPS"},
+                         {'E', 1, 36, "GAL"},
+                         {'C', 19, 46, "BD3"},
+                         {'C', 6, 10, "BD2"},
+                         {'J', 1, 3, "QZS"}});
 }
 
+/// Name in the satellite table, and frequency codes in the antenna file, by letter.
 inline const char* blockOf(char letter) {
-  switch (letter) {
-    case 'E':
-      return "GALILEO-2";
-    case 'C':
-      return "BEIDOU-3M-CAST";
-    case 'J':
-      return "QZSS";
-    case 'R':
-      return "GLONASS-M";
-    default:
-      return "BLOCK IIF";
-  }
+  static const std::map<char, const char*> blocks = {
+      {'G', "BLOCK IIF"}, {'E', "GALILEO-2"}, {'C', "BEIDOU-3M-CAST"}, {'J', "QZSS"}, {'R', "GLONASS-M"}};
+  return blocks.contains(letter) ? blocks.at(letter) : "NONE";
 }
-
 inline const char* antexCodes(char letter) {
-  switch (letter) {
-    case 'E':
-      return "E01 E05 E06 E07 E08";
-    case 'C':
-      return "C01 C02 C05 C06 C07 C08";
-    case 'J':
-      return "J01 J02 J05";
-    case 'R':
-      return "R01 R02";
-    default:
-      return "G01 G02 G05";
-  }
+  static const std::map<char, const char*> codes = {{'G', "G01 G02 G05"},
+                                                    {'E', "E01 E05 E06 E07 E08"},
+                                                    {'C', "C01 C02 C05 C06 C07 C08"},
+                                                    {'J', "J01 J02 J05"},
+                                                    {'R', "R01 R02"}};
+  return codes.contains(letter) ? codes.at(letter) : "";
 }
 
 /// A line of an ANTEX file: content, label in column 60.
@@ -242,11 +195,11 @@ class Deployment {
       "   0   0   0   0   1  -1617.2681    0.0000   -14.9471    0.0000    12.6153    0.0000\n";
 
   Deployment() {
-    for (const SatelliteList& part : {satelliteRange('G', 1, 4, "GPS"), satelliteRange('E', 1, 3, "GAL"),
-                                      satelliteRange('C', 19, 21, "BD3"), satelliteRange('C', 6, 7, "BD2"),
-                                      satelliteRange('J', 2, 2, "QZS")}) {
-      satellites.insert(satellites.end(), part.begin(), part.end());
-    }
+    satellites = satelliteRange({{'G', 1, 4, "GPS"},
+                                 {'E', 1, 3, "GAL"},
+                                 {'C', 19, 21, "BD3"},
+                                 {'C', 6, 7, "BD2"},
+                                 {'J', 2, 2, "QZS"}});
     makeConfig();
     makeTables();
     makeAmbiguity();
@@ -258,18 +211,20 @@ class Deployment {
   void write() const {
     std::string rows;
     for (const auto& [name, type] : satellites) rows += satnavRow(name, blockOf(name[0]), 1990, 0);
-    writeFile(path("ppp.json"), config.toStyledString());
-    writeFile(path("tables.json"), tables.toStyledString());
-    writeFile(path("amb.json"), ambiguity.toStyledString());
-    writeFile(path("smooth.json"), smoothing.toStyledString());
-    writeFile(path("satconf.txt"), satconf.empty() ? satelliteListFile(satellites) : satconf);
-    writeFile(path("satnav.txt"), satnav.empty() ? satnavFile(rows) : satnav);
-    writeFile(path("antenna.atx"), antpcv.empty() ? antexFile(satellites) : antpcv);
-    writeFile(path("antnam.txt"), antnam);
-    writeFile(path("leapsc.txt"), leapsc);
-    writeFile(path("ratio.txt"), ratio);
-    writeFile(path("ocload.blq"), ocload);
-    writeFile(path("ut1t10.txt"), ut1t10);
+    const std::pair<const char*, std::string> files[] = {
+        {"ppp.json", config.toStyledString()},
+        {"tables.json", tables.toStyledString()},
+        {"amb.json", ambiguity.toStyledString()},
+        {"smooth.json", smoothing.toStyledString()},
+        {"satconf.txt", satconf.empty() ? satelliteListFile(satellites) : satconf},
+        {"satnav.txt", satnav.empty() ? satnavFile(rows) : satnav},
+        {"antenna.atx", antpcv.empty() ? antexFile(satellites) : antpcv},
+        {"antnam.txt", antnam},
+        {"leapsc.txt", leapsc},
+        {"ratio.txt", ratio},
+        {"ocload.blq", ocload},
+        {"ut1t10.txt", ut1t10}};
+    for (const auto& [name, content] : files) writeFile(path(name), content);
     if (withGrid && !fs::exists(path("gpt2_1w.grd"))) {
       fs::create_symlink(flatTroposphereGrid(), path("gpt2_1w.grd"));
     }
@@ -304,37 +259,36 @@ class Deployment {
       config["path"][key] = path("log").string();
     }
     config["files"] = path("tables.json").string();
+    const auto fill = [&](const char* group,
+                          std::initializer_list<std::pair<const char*, const char*>> keys) {
+      for (const auto& [key, value] : keys) config[group][key] = value;
+    };
+    fill("common", {{"time", "2020 06 25 0 0 0 86400"},
+                    {"interval", "30.0"},
+                    {"ztdpri", "ZTD_VMF1"},
+                    {"ztdmodel", "ZTD:1800"},
+                    {"obsused", "PHASE_CODE"},
+                    {"noisecoef", "1000.0 1000.0"},
+                    {"refpoint", "CoM_ITRF"},
+                    {"yawmodel", "MODEL"},
+                    {"freqobs", kFrequencies},
+                    {"freqused", kFrequencies},
+                    {"threads", "1"},
+                    {"obscomb", "RAW"},
+                    {"ionmodel", "ION_EST"},
+                    {"ionpri", "ION_NONE"},
+                    {"ambmode", "CONT"},
+                    {"tracelevel", "4"}});
     Json::Value& common = config["common"];
-    common["time"] = "2020 06 25 0 0 0 86400";
-    common["interval"] = "30.0";
-    common["ztdpri"] = "ZTD_VMF1";
-    common["ztdmodel"] = "ZTD:1800";
-    common["obsused"] = "PHASE_CODE";
-    common["noisecoef"] = "1000.0 1000.0";
-    common["refpoint"] = "CoM_ITRF";
-    common["yawmodel"] = "MODEL";
-    common["freqobs"] = kFrequencies;
-    common["freqused"] = kFrequencies;
-    common["threads"] = "1";
-    common["obscomb"] = "RAW";
-    common["dcbmodel"]["p1p2_dcb"] = "DCB_NONE 0.0 0.0";
-    common["dcbmodel"]["icb_dcb"] = "ICB_NONE 0.0 0.0";
-    common["dcbmodel"]["isb_dcb"] = "ISB_NONE 0.0 0.0";
-    common["ionmodel"] = "ION_EST";
-    common["ionpri"] = "ION_NONE";
-    common["ambmode"] = "CONT";
-    common["orbtype"].append("SSR");
-    common["clktype"].append("SSR");
-    common["tracelevel"] = "4";
-    config["dcbdatum"]["dcbtype"] = "P1P2";
-    config["dcbdatum"]["clockdatum"] = kFrequencies;
-    config["dcbdatum"]["ifpb_cor"] = "IFPB_NONE";
-    Json::Value& threshold = config["threshold"];
-    threshold["turboedit"] = "2.0 3.0 0.72 1200.0";
-    threshold["rangelimit"] = "50.0";
-    threshold["dia"] = "batch RESET";
-    threshold["dia_search-limit"] = "4.0 3.0";
-    threshold["dia_batch-limit"] = "4.0 3.0";
+    for (const char* bias : {"p1p2", "icb", "isb"})
+      common["dcbmodel"][std::string(bias) + "_dcb"] = "DCB_NONE 0.0 0.0";
+    for (const char* key : {"orbtype", "clktype"}) common[key].append("SSR");
+    fill("dcbdatum", {{"dcbtype", "P1P2"}, {"clockdatum", kFrequencies}, {"ifpb_cor", "IFPB_NONE"}});
+    fill("threshold", {{"turboedit", "2.0 3.0 0.72 1200.0"},
+                       {"rangelimit", "50.0"},
+                       {"dia", "batch RESET"},
+                       {"dia_search-limit", "4.0 3.0"},
+                       {"dia_batch-limit", "4.0 3.0"}});
     config["amb"] = path("amb.json").string();
   }
 
@@ -381,5 +335,17 @@ class Deployment {
   static constexpr const char* kFrequencies = "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b QZS:L1_L2";
   TemporaryDirectory m_directory;
 };
+
+/// The process ended with status 1, the message stands on the console behind "[function,line]:" and the
+/// exit line behind it.
+inline void expectRefused(const ChildResult& result, const std::string& message) {
+  EXPECT_EQ(result.status, 1) << message;
+  const std::size_t at = result.output.find("]:" + message);
+  EXPECT_NE(at, std::string::npos) << "want: " << message << "got: " << result.output;
+  EXPECT_NE(result.output.find("]:exit by code\n", at), std::string::npos) << result.output;
+}
+inline void expectRefused(const Deployment& deployment, const std::string& message) {
+  expectRefused(deployment.loadInChild(), message);
+}
 
 }  // namespace support

@@ -138,30 +138,22 @@ class SimulatedSky {
   gnx::GpsTime m_start;
 };
 
+/// GPS, Galileo and BeiDou for two hours, made once in a process.
+inline const SimulatedSky& twoHourSky() {
+  static const SimulatedSky made({});
+  return made;
+}
+
 // ---- faults ----
 
-inline Fault fault(Fault::Kind kind, const SatName& sat, const std::string& signal, double from, double to,
-                   double size) {
-  Fault f;
-  f.kind = kind;
-  f.sat = sat;
-  f.signal = signal;
-  f.from = from;
-  f.to = to;
-  f.size = size;
-  return f;
-}
 /// The phase jumps by `cycles`, whole or not, and stays.
 inline Fault slip(const SatName& sat, const std::string& signal, double from, double cycles) {
-  return fault(Fault::Kind::slip, sat, signal, from, from, cycles);
+  return {Fault::Kind::slip, sat, signal, from, from, cycles};
 }
-inline Fault codeOutlier(const SatName& sat, const std::string& signal, double from, double to,
-                         double metres) {
-  return fault(Fault::Kind::code, sat, signal, from, to, metres);
-}
-inline Fault phaseOutlier(const SatName& sat, const std::string& signal, double from, double to,
-                          double cycles) {
-  return fault(Fault::Kind::phase, sat, signal, from, to, cycles);
+/// Metres of codes, cycles of phases; signal "" is all of them.
+inline Fault outlier(Fault::Kind kind, const SatName& sat, const std::string& signal, double from, double to,
+                     double size) {
+  return {kind, sat, signal, from, to, size};
 }
 
 struct Faults {
@@ -195,6 +187,7 @@ class HostSetup {
     options.refpoint = "APC_ITRF";
     options.resolution = setup.resolution;
     options.date = sky.start();
+    options.codeNoise_m = gnx::ObserverOptions().codeSigma;
     options.run.mode = setup.mode;
     options.run.interval_s = setup.interval;
     options.overrides = setup.overrides;

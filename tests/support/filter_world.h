@@ -7,8 +7,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
+#include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "Core/Filter/SrifFilter.h"
@@ -210,10 +213,78 @@ class FilterFixture : public TableFixture {
     m_end();
   }
 
+  /// Every live parameter by column.
+  std::vector<tarvio::SrifPamt*> m_records() {
+    std::vector<tarvio::SrifPamt*> all;
+    for (tarvio::SrifPamt& r : filter->m_pamt) all.push_back(&r);
+    all.insert(all.end(), filter->m_ionlist.begin(), filter->m_ionlist.end());
+    all.insert(all.end(), filter->m_amblist.begin(), filter->m_amblist.end());
+    return all;
+  }
+
+  /// Covariance of the columns, from the triangle.
+  std::vector<std::vector<double>> m_covariance() const {
+    const auto n = static_cast<std::size_t>(filter->imtx);
+    const auto r = [&](std::size_t row, std::size_t column) {
+      return m_r(static_cast<int>(row), static_cast<int>(column));
+    };
+    std::vector<std::vector<double>> inverse(n, std::vector<double>(n)), covariance = inverse;
+    for (std::size_t c = 0; c < n; ++c)
+      for (std::size_t i = c + 1; i-- > 0;) {
+        double sum = i == c ? 1.0 : 0.0;
+        for (std::size_t k = i + 1; k <= c; ++k) sum -= r(i, k) * inverse[k][c];
+        inverse[i][c] = sum / r(i, i);
+      }
+    for (std::size_t i = 0; i < n; ++i)
+      for (std::size_t j = 0; j < n; ++j)
+        covariance[i][j] = std::inner_product(inverse[i].begin(), inverse[i].end(), inverse[j].begin(), 0.0);
+    return covariance;
+  }
+
   double m_r(int row, int column) const { return filter->infs[filter->iptx[column] + row]; }
 
   FilterWorld world;
   std::unique_ptr<tarvio::SrifFilter> filter;
+};
+
+/// The fixture with three ambiguity layers on the first three frequencies and their record.
+class AmbiguityFixture : public FilterFixture {
+ protected:
+  static constexpr int kGps = 0, kGalileo = 2;  ///< system indices
+  static constexpr int kEwl = 0, kWl = 1, kN1 = 2;
+
+  AmbiguityFixture() {
+    const char* tags[] = {"ewl", "wl", "n1"};
+    for (int layer = 0; layer < 3; ++layer) {
+      tarvio::Upd_ambconfig& cfg = m_cfg(layer);
+      cfg.m_tag = tags[layer];
+      cfg.m_resolution = true;
+      cfg.m_cutoff = 0.1;
+      cfg.m_minCommonLambda = 120.0;
+      for (const int isys : {kGps, kGalileo}) {
+        cfg.ambfreq[isys][0] = layer == kEwl ? 1 : 0;
+        cfg.ambfreq[isys][1] = layer == kEwl ? 2 : 1;
+      }
+    }
+  }
+  tarvio::Upd_ambconfig& m_cfg(int layer) { return deploy().m_ambconfig[layer]; }
+  std::map<std::string, double>& m_record(const char* tag) { return filter->m_fixmap["STAN"][tag]; }
+  void m_inject(const char* tag, int isat, double value, double state) {
+    m_record(tag)[deploy().m_cprn[isat]] = value;
+    m_record(tag)[deploy().m_cprn[isat] + "_ifab"] = state;
+  }
+  /// Epochs of 30 s; the last one stops behind the estimate.
+  void m_run(int epochs) {
+    for (int k = 0; k < epochs - 1; ++k) m_epoch(30.0 * k);
+    m_begin(30.0 * (epochs - 1));
+    filter->v_onFilterEstimate();
+  }
+  /// Wide-lane integer of a satellite against another.
+  double m_wide(int isat, int iref) const {
+    return world.amb[isat][0] - world.amb[isat][1] - (world.amb[iref][0] - world.amb[iref][1]);
+  }
+
+  int s0[tarvio::kSys] = {-1, -1, -1, -1, -1, -1, -1};  ///< reference satellites
 };
 
 }  // namespace gnx_test

@@ -4,13 +4,9 @@
 /// does: light time is iterated in a frame that does not rotate, relativity comes from the eccentric
 /// anomaly. Every effect can be left out of the observations.
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -24,6 +20,7 @@
 #include "Core/Model/Tides.h"
 #include "Core/Model/Tropo_vmf1.h"
 #include "Interface/Controller.h"
+#include "support/deployment.h"
 
 namespace tarvio::test {
 
@@ -159,6 +156,7 @@ class ModelWorld {
 
  private:
   FreshDeploy m_setup;
+  support::TemporaryDirectory m_directory;
   SrifFilter m_filter;
 
  public:
@@ -168,26 +166,12 @@ class ModelWorld {
  private:
   void m_tables() {
     auto& files = deploy().m_fileTable;
-    const std::string directory = testing::TempDir() + "gnx_model_" + std::to_string(getpid()) + "_";
     files["leapsc"] = std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt";
     files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
-    files["gptgrd_w"] = directory + "grid";
-    files["ocload"] = directory + "blq";
+    files["ocload"] = m_directory.write("blq", "$$ no site\n");
     files.erase("jpleph");
-    std::ofstream(files["ocload"]) << "$$ no site\n";
-    static bool loaded = false;
-    if (!loaded) {  // the grid is read once in a process
-      std::ofstream grid(files["gptgrd_w"]);
-      grid << "header\n";
-      for (int i = 0; i < 64800; ++i)
-        grid << "0 0 101000 0 0 0 0 285 0 0 0 0 8 0 0 0 0 -6 0 0 0 0 40 20 1.25 0 0 0 0 0.58 0 0 0 0 2.7 0 0 "
-                "0 0 "
-                "278 0 0 0 0\n";
-      grid.close();
-      Tropo_vmf1::s_getInstance();
-      std::remove(files["gptgrd_w"].c_str());
-      loaded = true;
-    }
+    files["gptgrd_w"] = support::flatTroposphereGrid().string();
+    Tropo_vmf1::s_getInstance();  // read once in a process
   }
 
   void frequencies(int isys, std::initializer_list<const char*> names) {

@@ -131,11 +131,11 @@ TEST(Account, IsExactForEpochsBetweenTheTicksAndEveryCombination) {
 }
 
 TEST(Account, IsExactOnADayOfRealData) {
-  if (!haveData("esbc_2020177")) GTEST_SKIP() << "data set esbc_2020177 not found in " << dataDir();
+  GNX_REQUIRE_DATA("esbc_2020177");
   const RunDirectory directory;
   for (const bool stream : {false, true}) {
     ReplayOptions o = esbc(directory.path() / (stream ? "stream" : "products"), "kinematic");
-    if (stream) o.plan.ssr = {dataFile("esbc_2020177/corrections_grg.ssr.gz")};
+    if (stream) o.plan.ssr = {realFile("esbc_2020177/corrections_grg.ssr.gz")};
     else useProducts(o);
     o.deploy.refpoint = "CoM_ITRF";
     const RunAccount account = runReplay(o).account;

@@ -18,8 +18,8 @@
 #include "Common/ComFreq.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_SDK.h"
-#include "Interface/BoundaryInput.h"
 #include "Interface/Controller.h"
+#include "engine/boundary_feed.h"
 #include "support/deployment.h"
 
 namespace {
@@ -31,7 +31,6 @@ using GNX_IO::obs_entry_t;
 using GNX_IO::obs_t;
 using GNX_IO::ssr_t;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -55,31 +54,16 @@ std::int64_t today() {
   return now - now % 86400;
 }
 
-int number(const char* name) {
-  for (int sat = 1; sat <= 255; ++sat) {
-    if (std::strcmp(tarvio::SatelliteId(sat).m_text, name) == 0) return sat;
-  }
-  return 0;
-}
-
-int codeNumber(const char* code) {
-  for (int n = 1; n <= GNX_IO::kMaxCode; ++n) {
-    if (std::strcmp(GNX_IO::code2obs(static_cast<unsigned char>(n)), code) == 0) return n;
-  }
-  return 0;
-}
-
-std::vector<ssr_t> emptyCorrections() {
-  std::vector<ssr_t> ssr(GNX_IO::kMaxSatellite);
-  for (ssr_t& e : ssr) e.mark_orb = e.mark_clk = e.mark_cbias = e.mark_pbias = e.mark_ifpb = -999;
-  return ssr;
+const gnx::BoundaryNumbers& numbers() {
+  static const gnx::BoundaryNumbers made;
+  return made;
 }
 
 /// Tiny biases for every signal of every satellite, so that no satellite is wiped for lack of one.
 void feedNeutralCodeBiases() {
-  std::vector<ssr_t> ssr = emptyCorrections();
+  std::vector<ssr_t> ssr(GNX_IO::kMaxSatellite);
   for (ssr_t& e : ssr) {
-    e.mark_cbias = 0;
+    e.mark_orb = e.mark_clk = e.mark_pbias = e.mark_ifpb = -999;
     for (float& bias : e.cbias) bias = 1e-9F;
   }
   GNX_inputSsrBias(ssr.data());
@@ -87,9 +71,9 @@ void feedNeutralCodeBiases() {
 
 obs_entry_t observation(const char* sat, const std::vector<const char*>& codes) {
   obs_entry_t entry{};
-  entry.sat = static_cast<std::uint8_t>(number(sat));
+  entry.sat = static_cast<std::uint8_t>(numbers().satellite(sat));
   for (std::size_t i = 0; i < codes.size(); ++i) {
-    entry.code[i] = static_cast<std::uint8_t>(codeNumber(codes[i]));
+    entry.code[i] = static_cast<std::uint8_t>(numbers().code(codes[i]));
     entry.L[i] = 1.1e8 + static_cast<double>(i);
     entry.P[i] = 2.1e7 + static_cast<double>(i);
     entry.D[i] = 100.0F;
@@ -217,35 +201,6 @@ TEST_F(Boundary, SignalsFindTheirSlots) {
   EXPECT_THAT(deployment.statusLog(), HasSubstr("3 observations are not finite or out of range"));
 }
 
-TEST_F(Boundary, NullsAndNonsenseChangeNothing) {
-  const auto result = host([](Expectations& expect) {
-    start("kinematic", 1.0);
-    const tarvio::Deploy& deploy = tarvio::Controller::s_getInstance()->m_deploy;
-    GNX_inputEph(nullptr, 1, 0);
-    GNX_IO::nav_t nav{};
-    for (int sat = -5; sat < 300; ++sat) GNX_inputEph(&nav, sat, 0);
-    GNX_inputSsr(nullptr);
-    GNX_inputSsrBias(nullptr);
-    GNX_inputObs({today(), 0.0}, nullptr);
-    obs_t obs{3, nullptr};
-    GNX_inputObs({today(), 0.0}, &obs);
-    obs_entry_t entry{};
-    obs = {std::numeric_limits<std::int32_t>::max(), &entry};
-    GNX_inputObs({today(), 0.0}, &obs);
-    obs = {1, &entry};
-    for (const std::int64_t time : {std::numeric_limits<std::int64_t>::min(), std::int64_t{0},
-                                    std::int64_t{1} << 40, std::numeric_limits<std::int64_t>::max()}) {
-      GNX_inputObs({time, 0.0}, &obs);
-    }
-    GNX_inputObs({today(), kNaN}, &obs);
-    GNX_inputObs({today(), kInf}, &obs);
-    GNX_setintv(kNaN);
-    expect(deploy.m_curMjd == 0, "no epoch came through");
-    expect(deploy.m_intv2 == 1.0, "interval");
-  });
-  EXPECT_EQ(result.status, 0) << result.output;
-}
-
 /// Records filled with arbitrary bytes; numbers that decide about memory stay in their ranges.
 template <class Record>
 void fillAtRandom(Record& record, std::mt19937& random) {
@@ -296,131 +251,6 @@ TEST_F(Boundary, ArbitraryBytesNeverEndTheHost) {
     expect(std::isfinite(sta.m_x[0] + sta.m_x[1] + sta.m_x[2]), "position stays a number");
   });
   EXPECT_EQ(result.status, 0) << result.output.substr(0, 4000);
-}
-
-/// Sound records of a sky of GPS and Galileo around a site, which a test may then damage.
-class Sky {
- public:
-  Sky() : eph(256), base(std::time(nullptr) / 7200 * 7200) {
-    nav.eph = eph.data();
-    nav.geph = geph.data();
-    for (const char letter : {'G', 'E'}) {
-      for (int k = 1; k <= 24; ++k) {
-        const std::string name = support::print("%c%02d", letter, k);
-        eph_entry_t& e = eph[static_cast<std::size_t>(number(name.c_str()) - 1)];
-        e.iode = 7;
-        e.code = letter == 'E' ? 258 : 1;
-        e.toe = e.toc = {base, 0.0};
-        e.A = letter == 'G' ? 26559800.0 : 29600000.0;
-        e.e = 0.002;
-        e.i0 = 0.96;
-        e.OMG0 = k % 6 * 1.0472 + (letter == 'E' ? 0.5 : 0.0);
-        e.M0 = k / 6 * 1.5708 + k % 6 * 0.4;
-        e.af[0] = 1e-5 * k;
-        m_names.push_back(name);
-      }
-    }
-  }
-  void feedMessages() {
-    for (const std::string& name : m_names) GNX_inputEph(&nav, number(name.c_str()), 0);
-  }
-  std::vector<ssr_t> corrections(std::int64_t time) const {
-    std::vector<ssr_t> ssr = emptyCorrections();
-    for (const std::string& name : m_names) {
-      ssr_t& e = ssr[static_cast<std::size_t>(number(name.c_str()) - 1)];
-      e.update = 1;
-      e.mark_orb = e.mark_clk = 0;
-      e.t0_orb = e.t0_clk = {time, 0.0};
-      e.iod = 7;
-    }
-    return ssr;
-  }
-  /// Ranges and phases by geometry, from what the engine itself takes for the orbits.
-  std::vector<obs_entry_t> observations(std::int64_t time) const {
-    constexpr double kOmega = 7.2921151467e-5;
-    tarvio::OrbitClkAdapter& store = *tarvio::Controller::s_getInstance()->m_orbclk;
-    const int mjd = static_cast<int>(40587 + time / 86400);
-    const double sod = static_cast<double>(time % 86400);
-    std::vector<obs_entry_t> entries;
-    for (const std::string& name : m_names) {
-      double xv[6], clk = 0.0, range = 2.2e7, d[3];
-      for (int round = 0; round < 4; ++round) {
-        const double tau = range / tarvio::kLight;
-        store.v_readOrbit(name.c_str(), mjd, sod - tau, xv);
-        d[0] = xv[0] + kOmega * tau * xv[1] - kSite[0];
-        d[1] = xv[1] - kOmega * tau * xv[0] - kSite[1];
-        d[2] = xv[2] - kSite[2];
-        range = std::hypot(d[0], d[1], d[2]);
-      }
-      const double sine = (d[0] * kSite[0] + d[1] * kSite[1] + d[2] * kSite[2]) / range / 6.37e6;
-      if (store.v_readClk(name.c_str(), mjd, sod, &clk) == 0 || sine < 0.17) continue;
-      const bool gps = name[0] == 'G';
-      obs_entry_t entry = observation(name.c_str(), gps ? std::vector{"1C", "2W"} : std::vector{"1C", "5Q"});
-      const double frequency[2] = {1.57542e9, gps ? 1.2276e9 : 1.17645e9};
-      for (int i = 0; i < 2; ++i) {
-        entry.P[i] = range - clk * tarvio::kLight;
-        entry.L[i] = entry.P[i] * frequency[i] / tarvio::kLight;
-      }
-      entries.push_back(entry);
-    }
-    return entries;
-  }
-
-  static constexpr double kSite[3] = {3582105.291, 532589.7313, 5232754.8054};
-  GNX_IO::nav_t nav{};
-  std::vector<eph_entry_t> eph;
-  std::int64_t base;
-
- private:
-  std::vector<geph_entry_t> geph = std::vector<geph_entry_t>(64);
-  std::vector<std::string> m_names;
-};
-
-/// Turns a few bytes of some records into others.
-template <class Record>
-void damageSome(std::vector<Record>& records, unsigned oneOf, std::mt19937& random) {
-  for (Record& record : records) {
-    if (random() % oneOf != 0) continue;
-    auto* bytes = reinterpret_cast<unsigned char*>(&record);
-    for (int k = 0; k < 8; ++k) bytes[random() % sizeof record] = static_cast<unsigned char>(random());
-  }
-}
-
-TEST_F(Boundary, DamagedRecordsAmongSoundOnesLeaveThePositionStanding) {
-  deployment.satellites = support::fullSky();
-  const auto result = host([](Expectations& expect) {
-    start("kinematic", 1.0);
-    feedNeutralCodeBiases();
-    Sky sky;
-    sky.feedMessages();
-    std::mt19937 random(42);
-    std::size_t visible = 0;
-    for (int epoch = 0; epoch < 90; ++epoch) {
-      const std::int64_t now = sky.base + epoch;
-      const bool damaged = epoch >= 5 && epoch < 60;
-      std::vector<ssr_t> ssr = sky.corrections(now);
-      if (damaged) damageSome(ssr, 30, random);
-      GNX_inputSsr(ssr.data());
-      if (damaged) {
-        std::vector<eph_entry_t> messages = sky.eph;
-        damageSome(messages, 3, random);
-        GNX_IO::nav_t nav = sky.nav;
-        nav.eph = messages.data();
-        for (int sat = 1; sat <= GNX_IO::kMaxSatellite; ++sat) GNX_inputEph(&nav, sat, 0);
-      }
-      std::vector<obs_entry_t> entries = sky.observations(now);
-      visible = entries.size();
-      if (damaged) damageSome(entries, 8, random);
-      obs_t obs{static_cast<std::int32_t>(entries.size()), entries.data()};
-      GNX_inputObs({now, 0.0}, &obs);
-    }
-    expect(visible >= 10, "a sky of satellites");
-    const double* x = station().m_xyz;
-    const double error = std::hypot(x[0] - Sky::kSite[0], x[1] - Sky::kSite[1], x[2] - Sky::kSite[2]);
-    expect(error < 30.0, support::print("position error %f m with %zu satellites", error, visible));
-  });
-  EXPECT_EQ(result.status, 0) << result.output.substr(
-      result.output.size() > 6000 ? result.output.size() - 6000 : 0);
 }
 
 TEST_F(Boundary, NumbersAreReadInAnyLocaleOfTheHost) {

@@ -17,25 +17,21 @@ using support::Faults;
 using support::FaultyRun;
 using support::SatName;
 using support::SimulatedSky;
+using support::twoHourSky;
 
 constexpr double kAt = 3600.0;
-
-const SimulatedSky& sky() {
-  static const SimulatedSky made({});
-  return made;
-}
 
 class Corrections : public ::testing::Test {
  protected:
   FaultyRun with(std::function<bool(CorrectionBatch&, double)> change) const {
     Faults faults;
     faults.corrections = std::move(change);
-    return FaultyRun(sky(), faults);
+    return FaultyRun(twoHourSky(), faults);
   }
   int added(const FaultyRun& run, double to) const {
     return run.newAmbiguities("", kAt, to) - clean.newAmbiguities("", kAt, to);
   }
-  const FaultyRun clean{sky(), {}};
+  const FaultyRun clean{twoHourSky(), {}};
 };
 
 TEST_F(Corrections, ThatStopAreUsedForTwoMinutes) {
@@ -77,7 +73,7 @@ TEST_F(Corrections, ThatComeLateAreUsedUpToTwoMinutes) {
 }
 
 TEST_F(Corrections, ThatSkipOrLackSatellitesAndBiases) {
-  const SatName sat = sky().highest('E', 0.0, 7200.0);
+  const SatName sat = twoHourSky().highest('E', 0.0, 7200.0);
   const auto struck = [](double t) { return t >= kAt && t < kAt + 600.0; };
   const FaultyRun thinned =
       with([](CorrectionBatch&, double t) { return t < kAt || std::fmod(t, 90.0) == 0.0; });
@@ -109,7 +105,7 @@ TEST_F(Corrections, ThatSkipOrLackSatellitesAndBiases) {
 }
 
 TEST_F(Corrections, WithAWrongClockHurtThatSatelliteAlone) {
-  const SatName sat = sky().highest('G', 0.0, 7200.0);
+  const SatName sat = twoHourSky().highest('G', 0.0, 7200.0);
   for (const double metres : {0.8, 8.0, 80.0, 8000.0}) {
     SCOPED_TRACE(std::to_string(metres) + " m");
     const double end = kAt + 600.0;

@@ -4,7 +4,6 @@
 
 #include <limits>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "support/faulty_run.h"
@@ -81,7 +80,10 @@ TEST_F(Nonsense, CallsBetweenEpochsChangeNothing) {
     for (const int sat :
          {-1, 0, 1, 33, 255, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
       GNX_inputEph(&nav, sat, 0);
-    GNX_inputObs({0, 0.0}, nullptr);
+    for (const std::int64_t time : {std::numeric_limits<std::int64_t>::min(), std::int64_t{0},
+                                    std::int64_t{1} << 40, std::numeric_limits<std::int64_t>::max()})
+      GNX_inputObs({time, 0.0}, nullptr);
+    GNX_setintv(kNaN);
     GNX_initialize("dynamic", nullptr, 90.0, 1.0);  // ignored: it runs already
 
     // epochs that are none: impossible times and counts
@@ -90,6 +92,7 @@ TEST_F(Nonsense, CallsBetweenEpochsChangeNothing) {
     GNX_IO::obs_t obs{200, entries.data()};
     const gnx::GpsTime now = start + t;
     for (const double fraction : {kNaN, kInf, -1e300}) GNX_inputObs({now.seconds, fraction}, &obs);
+    GNX_inputObs({std::numeric_limits<std::int64_t>::max(), 0.0}, &obs);
     obs = {std::numeric_limits<std::int32_t>::max(), entries.data()};
     GNX_inputObs(gnx::toBoundaryTime(now), &obs);
     obs = {200, nullptr};
@@ -146,6 +149,33 @@ TEST_F(Nonsense, ProductsThatAreNoneChangeNothing) {
     for (int sat = 1; sat <= GNX_IO::kMaxSatellite; ++sat) GNX_inputEph(&nav, sat, 0);
   };
   expectSamePositions(FaultyRun(sky(), faults), clean);
+}
+
+// A few bytes of some records are others than they were, for five minutes.
+TEST_F(Nonsense, BytesOfSoundRecordsLeaveThePositionStanding) {
+  Faults faults;
+  std::mt19937 random(42);
+  const auto struck = [](double t) { return t >= 300.0 && t < 600.0; };
+  const auto damage = [&](auto& record) {
+    auto* bytes = reinterpret_cast<unsigned char*>(&record);
+    for (int k = 0; k < 8; ++k) bytes[random() % sizeof record] = static_cast<unsigned char>(random());
+  };
+  faults.entries = [&](std::vector<obs_entry_t>& entries, double t) {
+    for (obs_entry_t& entry : entries)
+      if (struck(t) && random() % 8 == 0) damage(entry);
+  };
+  faults.corrections = [&](gnx::CorrectionBatch& batch, double t) {
+    for (auto& c : batch.orbitClock) {
+      if (!struck(t) || random() % 30 != 0) continue;
+      damage(c.deph);
+      damage(c.dclk);
+    }
+    return true;
+  };
+  const FaultyRun run(sky(), faults);
+  ASSERT_EQ(run.epochs.size(), clean.epochs.size());
+  EXPECT_LT(run.error(sky().site, 600.0), 5.0);
+  EXPECT_LT(run.error(sky().site, 2400.0), 0.5);
 }
 
 }  // namespace

@@ -54,6 +54,8 @@ TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
   } cases[] = {
       {"", "subcommand"},
       {"fly", ""},
+      {"init /tmp/none --systems G --freqs GPS:L1", "GPS has only L1"},
+      {"init /tmp/none --date yesterday", ""},
       {"replay --obs nofile.rnx --nav nofile.nav --broadcast", "nofile.rnx: does not exist"},
       {"replay " + inputs() + " --broadcast", "choose one source"},
       {"replay --obs " + fileOf("--obs") + " --nav " + fileOf("--nav"), "no corrections"},

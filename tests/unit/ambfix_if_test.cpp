@@ -4,7 +4,6 @@
 
 #include <cmath>
 
-#include "Common/CMat.h"
 #include "Core/Ambfix/SrifAmbfix_if.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "support/exit_message.h"
@@ -14,50 +13,25 @@ namespace {
 
 using tarvio::kLight;
 using tarvio::kNone;
-using tarvio::kSys;
 using tarvio::SrifAmbfix_if;
 using tarvio::SrifAmbfix_raw;
 
-constexpr int kGps = 0, kGalileo = 2;  ///< system indices
-
 /// Two carriers of GPS and Galileo each; the wide-lane integers are put into the record by hand.
-class AmbfixIf : public gnx_test::FilterFixture {
+class AmbfixIf : public gnx_test::AmbiguityFixture {
  protected:
   AmbfixIf() {
     tarvio::s_copyText(deploy().m_obscomb, "IF");
     tarvio::s_copyText(deploy().m_ionmodel, "NONE");
     world.noise = 0.05;
-    for (const int isys : {kGps, kGalileo})
-      for (int layer = 0; layer < 3; ++layer) {
-        deploy().m_ambconfig[layer].ambfreq[isys][0] = layer == 0 ? 1 : 0;
-        deploy().m_ambconfig[layer].ambfreq[isys][1] = layer == 0 ? 2 : 1;
-      }
-    for (int layer = 0; layer < 3; ++layer) {
-      tarvio::Upd_ambconfig& cfg = deploy().m_ambconfig[layer];
-      cfg.m_tag = std::vector<const char*>{"ewl", "wl", "n1"}[static_cast<std::size_t>(layer)];
-      cfg.m_resolution = true;
-      cfg.m_cutoff = 0.1;
-      cfg.m_minCommonLambda = 120.0;
-      cfg.m_successRate = 2.5;
-    }
-    deploy().m_parseAMBWavelength(deploy().m_ambconfig[1]);
-    deploy().m_parseAMBWavelength(m_cfg());
+    for (int layer = 0; layer < 3; ++layer) m_cfg(layer).m_successRate = 2.5;
+    m_parse();
+  }
+  void m_parse() {
+    for (const int layer : {kWl, kN1}) deploy().m_parseAMBWavelength(m_cfg(layer));
   }
 
-  tarvio::Upd_ambconfig& m_cfg() { return deploy().m_ambconfig[2]; }
-  std::map<std::string, double>& m_record(const char* tag) { return filter->m_fixmap["STAN"][tag]; }
-  void m_inject(const char* tag, int isat, double value, double state) {
-    m_record(tag)[deploy().m_cprn[isat]] = value;
-    m_record(tag)[deploy().m_cprn[isat] + "_ifab"] = state;
-  }
   void m_injectWideLanes() {
     for (int i = 0; i < 13; ++i) m_inject("wl", i, world.amb[i][0] - world.amb[i][1], 3.0);
-  }
-  /// Epochs of 30 s; the last one stops behind the float estimate.
-  void m_float(int epochs) {
-    for (int k = 0; k < epochs - 1; ++k) m_epoch(30.0 * k);
-    m_begin(30.0 * (epochs - 1));
-    filter->v_onFilterEstimate();
   }
   double m_n1(int isat, int iref) const { return world.amb[isat][0] - world.amb[iref][0]; }
   double m_difference(int isat, int iref, int slot) {
@@ -75,7 +49,6 @@ class AmbfixIf : public gnx_test::FilterFixture {
                                      filter.get(), s0);
   }
 
-  int s0[kSys] = {-1, -1, -1, -1, -1, -1, -1};
   std::vector<double> Q, x;
   std::vector<int> idx;
   int nlist = 0;
@@ -84,7 +57,7 @@ class AmbfixIf : public gnx_test::FilterFixture {
 TEST_F(AmbfixIf, NarrowLanesAreFixedToTheTruth) {
   m_build();
   m_injectWideLanes();
-  m_float(20);
+  m_run(20);
   SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), nullptr, s0);
   EXPECT_EQ(s0[kGps], 5) << "the highest of GPS";
   EXPECT_EQ(s0[kGalileo], 11);
@@ -111,19 +84,14 @@ TEST_F(AmbfixIf, NarrowLanesAreFixedToTheTruth) {
 TEST_F(AmbfixIf, CandidatesAgainstTheFullInverse) {
   m_build();
   m_injectWideLanes();
-  m_cfg().m_minCommonLambda = 30.0;
-  m_float(6);
+  m_cfg(kN1).m_minCommonLambda = 30.0;
+  m_run(6);
   m_pick();
   ASSERT_EQ(m_candidates().size(), 11u);
-  const int n = filter->imtx;
-  std::vector<double> normal(static_cast<std::size_t>(n * n), 0.0);
-  for (int j = 0; j < n; ++j)
-    for (int i = 0; i < n; ++i)
-      for (int r = 0; r <= std::min(i, j); ++r)
-        normal[static_cast<std::size_t>(j * n + i)] += m_r(r, i) * m_r(r, j);
-  ASSERT_EQ(tarvio::CMat::CMat_Inverse(normal.data(), n, n), 0);
+  const auto normal = m_covariance();
   const auto covariance = [&](int a, int b) {
-    return normal[static_cast<std::size_t>(filter->m_pm(0, b, 0)->ipar * n + filter->m_pm(0, a, 0)->ipar)];
+    return normal[static_cast<std::size_t>(filter->m_pm(0, a, 0)->ipar)]
+                 [static_cast<std::size_t>(filter->m_pm(0, b, 0)->ipar)];
   };
   for (std::size_t k = 0; k < idx.size(); ++k)
     for (std::size_t l = 0; l < idx.size(); ++l) {
@@ -137,48 +105,10 @@ TEST_F(AmbfixIf, CandidatesAgainstTheFullInverse) {
     }
 }
 
-TEST_F(AmbfixIf, WithoutWideLanesNothingIsTried) {
-  m_build();
-  m_float(10);
-  SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), nullptr, s0);
-  EXPECT_EQ(s0[kGps], -1);
-  EXPECT_TRUE(m_record("n1").empty());
-  EXPECT_EQ(filter->m_solstat, 2);
-  EXPECT_EQ(filter->m_nfix, 0);
-}
-
-TEST_F(AmbfixIf, SatellitesWithoutWideLaneOrObservationStayOut) {
-  m_build();
-  m_injectWideLanes();
-  m_inject("wl", 3, 17.0, 1.0);  // searched, not fixed
-  m_record("wl").erase("E04");
-  for (int k = 0; k < 10; ++k) m_epoch(30.0 * k);
-  world.visible[0] = false;  // its ambiguity lives on, but is not of this epoch
-  m_begin(300.0);
-  filter->v_onFilterEstimate();
-  m_pick();
-  EXPECT_EQ(m_candidates(), (std::vector<int>{1, 2, 4, 6, 7, 8, 9, 12}));
-}
-
-TEST_F(AmbfixIf, LowSatellitesNeedLongerArcs) {
-  m_build();
-  m_injectWideLanes();
-  m_cfg().m_minCommonLambda = 400.0;
-  m_float(20);  // arcs of 570 s
-  m_pick();
-  // 400 s times 0.5/sin(elevation): 1043 s for G01 at 11 degrees, 716 s for G03 at 16, 549 s for G05 at 21
-  EXPECT_EQ(m_candidates(), (std::vector<int>{1, 3, 4, 6, 7, 8, 9, 10, 12}));
-  m_cfg().m_minCommonLambda = 571.0;
-  EXPECT_TRUE(m_candidates().empty());
-  m_cfg().m_minCommonLambda = 120.0;
-  m_cfg().m_cutoff = 0.3;
-  EXPECT_EQ(m_candidates(), (std::vector<int>{1, 3, 4, 6, 7, 8, 9, 10, 12})) << "elevation limit";
-}
-
 TEST_F(AmbfixIf, ReferencesStayWhileTheyServe) {
   m_build();
   m_injectWideLanes();
-  m_float(8);
+  m_run(8);
   s0[kGps] = 1;
   m_pick("n1", "G");
   EXPECT_EQ(s0[kGps], 1) << "not the highest, but it was chosen before";
@@ -199,37 +129,24 @@ TEST_F(AmbfixIf, CorrectionsOfTheSatellitesComeOffAndAreRequired) {
   product.m_value[2] = kNone;
   m_build();
   m_injectWideLanes();
-  m_float(20);
+  m_run(20);
   SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), &product, s0);
   EXPECT_EQ(m_record("n1").count("G03"), 0u);
   EXPECT_EQ(filter->m_nfix, 12);
   for (const int i : {0, 1, 6}) {
     const double shift = product.m_value[i] - product.m_value[5];
     EXPECT_EQ(m_record("n1").at(deploy().m_cprn[i]), std::round(m_n1(i, 5) - shift)) << i;
-    const double lamNL = m_cfg().lamNL[i];
-    const double wide = (world.amb[i][0] - world.amb[i][1]) - (world.amb[5][0] - world.amb[5][1]);
-    EXPECT_NEAR(m_difference(i, 5, 0), lamNL * (m_n1(i, 5) + wide / (m_cfg().wlratio[0] - 1.0)), 5.0e-4) << i;
+    const double lamNL = m_cfg(kN1).lamNL[i];
+    const double wide = m_wide(i, 5);
+    EXPECT_NEAR(m_difference(i, 5, 0), lamNL * (m_n1(i, 5) + wide / (m_cfg(kN1).wlratio[0] - 1.0)), 5.0e-4)
+        << i;
   }
-}
-
-TEST_F(AmbfixIf, UnfixedLevelKeepsItsFloatValues) {
-  m_build();
-  m_injectWideLanes();
-  m_cfg().m_successRate = 1.0e12;
-  m_float(20);
-  const double before = m_difference(0, 5, 0);
-  SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), nullptr, s0);
-  EXPECT_EQ(filter->m_solstat, 2);
-  EXPECT_EQ(m_difference(0, 5, 0), before);
-  EXPECT_EQ(m_record("n1").at("G01_ifab"), 1.0);
-  EXPECT_NEAR(m_record("n1").at("G01"), m_n1(0, 5), 0.5);
-  EXPECT_NE(m_record("n1").at("G01"), m_n1(0, 5));
 }
 
 TEST_F(AmbfixIf, ConstraintsWithoutRoomEndTheProcess) {
   m_build();
   m_injectWideLanes();
-  m_float(5);
+  m_run(5);
   m_pick();
   int ifix[tarvio::kMaxSat] = {}, flags[tarvio::kMaxSat] = {};
   flags[0] = flags[1] = 1;
@@ -246,8 +163,7 @@ class AmbfixAfif : public AmbfixIf {
     frequencies('G', 3, {"L1", "L2", "L5"});
     frequencies('E', 3, {"L1", "L7", "L5"});
     for (int i = 0; i < 13; ++i) m_setFrequencies(i);
-    deploy().m_parseAMBWavelength(deploy().m_ambconfig[1]);
-    deploy().m_parseAMBWavelength(m_cfg());
+    m_parse();
     world.noise = 0.02;
     m_build();
     for (int i = 0; i < 13; ++i) m_inject("ewl", i, world.amb[i][1] - world.amb[i][2], 2.0);
@@ -255,7 +171,7 @@ class AmbfixAfif : public AmbfixIf {
 };
 
 TEST_F(AmbfixAfif, WideLanesThenNarrowLanes) {
-  m_float(30);
+  m_run(30);
   SrifAmbfix_if::s_if_resolve_wl("GE", filter.get(), nullptr, s0);
   EXPECT_EQ(filter->m_solstat, 4);
   EXPECT_EQ(filter->m_nfix, 13);
@@ -265,24 +181,13 @@ TEST_F(AmbfixAfif, WideLanesThenNarrowLanes) {
   for (int i = 0; i < 13; ++i) {
     const int iref = i < 7 ? 5 : 11;
     const std::string& cprn = deploy().m_cprn[i];
-    const double wide = (world.amb[i][0] - world.amb[i][1]) - (world.amb[iref][0] - world.amb[iref][1]);
+    const double wide = m_wide(i, iref);
     EXPECT_EQ(m_record("wl").at(cprn), wide) << cprn;
     EXPECT_EQ(m_record("wl").at(cprn + "_ifab"), 3.0);
     EXPECT_NEAR(m_difference(i, iref, 1), wide, 1.0e-3) << cprn;
     EXPECT_EQ(m_record("n1").at(cprn), m_n1(i, iref)) << cprn;
     EXPECT_EQ(m_record("n1").at(cprn + "_ifab"), 5.0);
   }
-}
-
-TEST_F(AmbfixAfif, WideLanesNeedTheirExtraWideLane) {
-  m_float(15);
-  m_inject("ewl", 5, 0.0, 1.0);
-  m_record("ewl").erase("G02");
-  SrifAmbfix_if::s_if_resolve_wl("GE", filter.get(), nullptr, s0);
-  EXPECT_EQ(s0[kGps], 3) << "G06 is higher, but not fixed before";
-  EXPECT_EQ(m_record("wl").count("G02"), 0u);
-  EXPECT_EQ(m_record("wl").count("G06"), 0u);
-  EXPECT_EQ(m_record("wl").count("G01"), 1u);
 }
 
 /// Smoothed wide-lanes as constraints on separate frequencies.
@@ -292,7 +197,7 @@ class AmbfixMw : public AmbfixIf {
     tarvio::s_copyText(deploy().m_obscomb, "RAW");
     tarvio::s_copyText(deploy().m_ionmodel, "STO");
     m_build();
-    m_float(4);
+    m_run(4);
   }
 };
 
@@ -309,20 +214,10 @@ TEST_F(AmbfixMw, IntegersBecomeConstraints) {
   EXPECT_EQ(m_record("wl").at("G06"), 0.0);
   EXPECT_EQ(m_record("wl").at("G06_ifab"), 3.0);
   for (const int i : {0, 1, 2, 3, 6}) {
-    const double wide = (world.amb[i][0] - world.amb[i][1]) - (world.amb[5][0] - world.amb[5][1]);
+    const double wide = m_wide(i, 5);
     EXPECT_EQ(m_record("wl").at(deploy().m_cprn[i]), wide);
     EXPECT_NEAR(m_difference(i, 5, 0) - m_difference(i, 5, 1), wide, 1.0e-3);
   }
-}
-
-TEST_F(AmbfixMw, WithoutIntegersTheArrayIsUntouched) {
-  m_inject("wl", 4, 1.0, 3.0);
-  const double corner = m_r(filter->imtx - 1, filter->imtx - 1), before = m_difference(0, 5, 0);
-  SrifAmbfix_raw::s_raw_resolve_from_mw("wl", filter.get(), nullptr, s0);
-  EXPECT_TRUE(m_record("wl").empty());
-  EXPECT_EQ(m_r(filter->imtx - 1, filter->imtx - 1), corner);
-  EXPECT_EQ(m_difference(0, 5, 0), before);
-  EXPECT_EQ(filter->m_solstat, 2);
 }
 
 }  // namespace

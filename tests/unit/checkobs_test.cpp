@@ -1,14 +1,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cmath>
+#include <vector>
 
 #include "support/table_fixture.h"
 
 namespace {
 
 using tarvio::Rnxobs;
-using ::testing::Each;
 using ::testing::ElementsAre;
 
 class CheckObs : public gnx_test::TableFixture {
@@ -18,132 +17,81 @@ class CheckObs : public gnx_test::TableFixture {
     gps = add("G05");
   }
 
-  int check() { return Rnxobs::s_checkObs(gps, obs, dop, snr, flag); }
-  /// Phases and codes of up to four slots; 0 = absent.
-  void set(std::initializer_list<double> phases, std::initializer_list<double> codes) {
-    std::fill(std::begin(obs), std::end(obs), 0.0);
-    std::copy(phases.begin(), phases.end(), obs);
-    std::copy(codes.begin(), codes.end(), obs + 4);
-    for (int j = 0; j < 4; ++j) {
-      dop[j] = snr[j] = obs[j] != 0.0 || obs[4 + j] != 0.0 ? 40.0 + j : 0.0;
-      flag[j] = 0;
+  struct Case {
+    std::vector<double> phases, codes;  ///< of the slots; 0 = absent
+    int result;
+    std::vector<int> flags;
+    std::vector<double> left;  ///< phases and codes of the slots, {} = nothing
+  };
+  void check(int isat, int slots, const Case& c) {
+    SCOPED_TRACE(testing::PrintToString(c.phases) + " " + testing::PrintToString(c.codes));
+    double obs[8] = {}, dop[4] = {}, snr[4] = {};
+    int flag[4] = {};
+    std::copy(c.phases.begin(), c.phases.end(), obs);
+    std::copy(c.codes.begin(), c.codes.end(), obs + 4);
+    std::fill_n(dop, slots, 40.0);
+    std::fill_n(snr, slots, 40.0);
+    EXPECT_EQ(Rnxobs::s_checkObs(isat, obs, dop, snr, flag), c.result);
+    EXPECT_EQ(std::vector<int>(flag, flag + 4), c.flags);
+    for (int j = 0; j < slots; ++j) {
+      const auto left = [&](int k) { return c.left.empty() ? 0.0 : c.left[static_cast<std::size_t>(k)]; };
+      EXPECT_EQ(obs[j], left(j)) << j;
+      EXPECT_EQ(obs[4 + j], left(slots + j)) << j;
+      if (obs[j] == 0.0 && obs[4 + j] == 0.0) {
+        EXPECT_TRUE(dop[j] == 0.0 && snr[j] == 0.0) << j;
+      }
     }
   }
-  void expectCleared() const {
-    EXPECT_THAT(obs, Each(0.0));
-    EXPECT_THAT(dop, Each(0.0));
-    EXPECT_THAT(snr, Each(0.0));
-  }
 
-  static constexpr double kL = 1.1e8;
-  static constexpr double kP = 2.0e7;
+  static constexpr double kL = 1.1e8, kP = 2.0e7;
+  static constexpr int kPartner = tarvio::kFlagPartner, kCodes = tarvio::kFlagCodes;
   int gps = 0;
-  double obs[8] = {}, dop[4] = {}, snr[4] = {};
-  int flag[4] = {};
 };
 
-TEST_F(CheckObs, TwoCodesAgreeUpToFiftyMetres) {
-  set({kL, kL}, {kP, kP + 50.0});
-  EXPECT_EQ(check(), 0);
-  EXPECT_EQ(obs[5], kP + 50.0);
-  EXPECT_THAT(flag, Each(0));
-
-  set({kL, kL}, {kP, kP + 60.0});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(tarvio::kFlagCodes));
-  expectCleared();
+TEST_F(CheckObs, TwoFrequencies) {
+  const Case cases[] = {
+      {{kL, kL}, {kP, kP + 50.0}, 0, {0, 0, 0, 0}, {kL, kL, kP, kP + 50.0}},
+      {{kL, kL}, {kP, kP + 60.0}, 1, {kCodes, kCodes, kCodes, kCodes}, {}},
+      {{kL, kL}, {kP, 0.0}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{kL, kL}, {0.0, kP}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{kL, kL}, {kP, 0.005}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{kL, 0.0}, {kP, kP}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{kL, 0.0}, {0.0, 0.0}, 0, {0, 0, 0, 0}, {}},  // nothing to compare leaves no reason
+      {{0.0, 0.0}, {kP, kP}, 0, {0, 0, 0, 0}, {}},
+  };
+  for (const Case& c : cases) check(gps, 2, c);
 }
 
-TEST_F(CheckObs, MissingPartnerTakesTheSatelliteOut) {
-  for (const auto& [p1, p2] : {std::pair{kP, 0.0}, std::pair{0.0, kP}, std::pair{kP, 0.005}}) {
-    set({kL, kL}, {p1, p2});
-    EXPECT_EQ(check(), 1) << p1 << ' ' << p2;
-    EXPECT_THAT(flag, Each(tarvio::kFlagPartner));
-    expectCleared();
-  }
-  set({kL, 0.0}, {kP, kP});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(tarvio::kFlagPartner));
-  expectCleared();
-
-  // A reason given before is kept.
-  set({0.0, kL}, {kP, kP});
-  flag[1] = tarvio::kFlagNoBias;
-  check();
-  EXPECT_THAT(flag, ElementsAre(1, 6, 1, 1));
-}
-
-TEST_F(CheckObs, NothingToCompareLeavesNoReason) {
-  set({kL, 0.0}, {0.0, 0.0});
-  EXPECT_EQ(check(), 0);
-  EXPECT_THAT(flag, Each(0));
-  expectCleared();
-  set({0.0, 0.0}, {kP, kP});
-  EXPECT_EQ(check(), 0);
-  EXPECT_THAT(flag, Each(0));
-  expectCleared();
-}
-
-TEST_F(CheckObs, MajorityOfThreeCodesRemovesTheOddOne) {
+TEST_F(CheckObs, ThreeFrequencies) {
   frequencies('G', 3, {"L1", "L2", "L5"});
-  set({kL, kL, kL}, {kP, kP + 60.0, kP + 5.0});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, ElementsAre(0, 5, 0, 0));
-  EXPECT_THAT(obs, ElementsAre(kL, 0, kL, 0, kP, 0, kP + 5.0, 0));
-  EXPECT_EQ(dop[1], 0.0);
-  EXPECT_EQ(snr[1], 0.0);
-}
-
-TEST_F(CheckObs, ExactlyFiftyMetresNeitherAgreesNorContradicts) {
-  frequencies('G', 3, {"L1", "L2", "L5"});
-  // Row 0 agrees with row 2; row 1 is exactly 50 m from row 0, the anchor, and stays.
-  set({kL, kL, kL}, {kP, kP + 50.0, kP - 1.0});
-  EXPECT_EQ(check(), 0);
-  EXPECT_EQ(obs[5], kP + 50.0);
-
-  set({kL, kL, 0.0}, {kP, kP + 50.0, 0.0});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, ElementsAre(5, 5, 0, 0));
-  expectCleared();
-}
-
-TEST_F(CheckObs, SingleCodeOfThreeEndsWithoutAFlag) {
-  frequencies('G', 3, {"L1", "L2", "L5"});
-  set({kL, kL, kL}, {0.0, kP, 0.0});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(0));
-  expectCleared();
-}
-
-TEST_F(CheckObs, ThreeFrequencySlotsNeedPhaseAndCode) {
-  frequencies('G', 3, {"L1", "L2", "L5"});
-  set({kL, kL, 0.0}, {kP, kP, kP});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, ElementsAre(0, 0, 1, 0));
-  EXPECT_THAT(obs, ElementsAre(kL, kL, 0, 0, kP, kP, 0, 0));
-
-  set({kL, 0.0, 0.0}, {kP, kP, kP});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(tarvio::kFlagPartner));
-  expectCleared();
+  const Case cases[] = {
+      {{kL, kL, kL}, {kP, kP + 60.0, kP + 5.0}, 1, {0, kCodes, 0, 0}, {kL, 0, kL, kP, 0, kP + 5.0}},
+      // row 1 is exactly 50 m from row 0, the anchor, which neither agrees nor contradicts
+      {{kL, kL, kL}, {kP, kP + 50.0, kP - 1.0}, 0, {0, 0, 0, 0}, {kL, kL, kL, kP, kP + 50.0, kP - 1.0}},
+      {{kL, kL, 0.0}, {kP, kP + 50.0, 0.0}, 1, {kCodes, kCodes, 0, 0}, {}},
+      {{kL, kL, kL}, {0.0, kP, 0.0}, 1, {0, 0, 0, 0}, {}},  // a single code
+      {{kL, kL, 0.0}, {kP, kP, kP}, 1, {0, 0, kPartner, 0}, {kL, kL, 0, kP, kP, 0}},
+      {{kL, 0.0, 0.0}, {kP, kP, kP}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+  };
+  for (const Case& c : cases) check(gps, 3, c);
 }
 
 TEST_F(CheckObs, SingleFrequencyComparesWithZero) {
   tarvio::s_copyText(deploy().m_obscomb, "SF");
   frequencies('G', 1, {"L1", "L2"});
-  set({kL}, {0.0});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(tarvio::kFlagPartner));
-  expectCleared();
+  const Case cases[] = {
+      {{kL}, {0.0}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{0.0, kL}, {kP}, 1, {kPartner, kPartner, kPartner, kPartner}, {}},
+      {{0.001}, {0.001}, 0, {0, 0, 0, 0}, {0.001, 0.001}},
+  };
+  for (const Case& c : cases) check(gps, 1, c);
+}
 
-  set({0.0, kL}, {kP});
-  EXPECT_EQ(check(), 1);
-  EXPECT_THAT(flag, Each(tarvio::kFlagPartner));
-  expectCleared();
-
-  set({0.001}, {0.001});
-  EXPECT_EQ(check(), 0);
-  EXPECT_EQ(obs[0], 0.001);
+TEST_F(CheckObs, AReasonGivenBeforeIsKept) {
+  double obs[8] = {0.0, kL, 0, 0, kP, kP}, dop[4] = {}, snr[4] = {};
+  int flag[4] = {0, tarvio::kFlagNoBias, 0, 0};
+  Rnxobs::s_checkObs(gps, obs, dop, snr, flag);
+  EXPECT_THAT(flag, ElementsAre(1, 6, 1, 1));
 }
 
 TEST_F(CheckObs, SystemFollowsTheSecondName) {
@@ -151,12 +99,8 @@ TEST_F(CheckObs, SystemFollowsTheSecondName) {
   frequencies('B', 3, {"L2", "L7", "L6"});
   frequencies('C', 2, {"L2", "L6"});
   const int old = add("C06", "B06"), recent = add("C21");
-  set({kL, kL, kL}, {kP, kP + 60.0, kP});
-  Rnxobs::s_checkObs(old, obs, dop, snr, flag);
-  EXPECT_EQ(obs[4], kP);
-  set({kL, kL, kL}, {kP, kP + 60.0, kP});
-  Rnxobs::s_checkObs(recent, obs, dop, snr, flag);
-  EXPECT_EQ(obs[4], 0.0);
+  check(old, 3, {{kL, kL, kL}, {kP, kP + 60.0, kP}, 1, {0, kCodes, 0, 0}, {kL, 0, kL, kP, 0, kP}});
+  check(recent, 3, {{kL, kL, kL}, {kP, kP + 60.0, kP}, 1, {kCodes, kCodes, kCodes, kCodes}, {}});
 }
 
 }  // namespace

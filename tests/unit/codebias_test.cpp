@@ -33,20 +33,6 @@ class CodeBias : public gnx_test::TableFixture {
   int gps = 0, gal = 0;
 };
 
-TEST_F(CodeBias, LatestValueIsAddedToItsSignal) {
-  bias.v_inputCodeBias("G05", "1C", 7.0);
-  bias.v_inputCodeBias("G05", "1C", -2.0);
-  bias.v_inputCodeBias("G05", "2W", 3.5);
-  Rnxobs rnx;
-  observe(rnx, gps, 0, "C1C", 2.0e7);
-  observe(rnx, gps, 1, "C2W", 2.0e7);
-  bias.m_corrCodeBias(59025, 0.0, &rnx);
-  EXPECT_EQ(rnx.m_obs[gps][4], 2.0e7 - 2.0);
-  EXPECT_EQ(rnx.m_obs[gps][5], 2.0e7 + 3.5);
-  EXPECT_EQ(rnx.m_obs[gps][0], 1.0e8);
-  EXPECT_THAT(rnx.m_flag[gps], Each(0));
-}
-
 TEST_F(CodeBias, SignalWithoutBiasTakesTheWholeSatelliteOut) {
   bias.v_inputCodeBias("G05", "1C", 1.0);
   Rnxobs rnx;
@@ -73,15 +59,6 @@ TEST_F(CodeBias, SubstitutesByBand) {
   EXPECT_EQ(inquire("C06", "2X"), 22.0);
   EXPECT_FALSE(bias.m_inquireCodeBias(false, "G05", "1L", nullptr));
   EXPECT_TRUE(bias.m_inquireCodeBias(true, "G05", "1L", nullptr));
-}
-
-TEST_F(CodeBias, DifferenceOfTwoSignals) {
-  bias.v_inputCodeBias("G05", "1C", 1.0);
-  bias.v_inputCodeBias("G05", "2W", 4.0);
-  double dcb = 0.0;
-  ASSERT_TRUE(bias.inquireDCB(59025, 0.0, gps, "C1C", "C2W", dcb));
-  EXPECT_NEAR(dcb, 3.0 / 0.299792458, 1e-12);  // ns
-  EXPECT_FALSE(bias.inquireDCB(59025, 0.0, gps, "C1L", "C2W", dcb));
 }
 
 using CodeBiasDeath = CodeBias;

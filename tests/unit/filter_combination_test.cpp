@@ -10,7 +10,6 @@
 
 namespace {
 
-using tarvio::kLight;
 using tarvio::Ssat_t;
 
 class FilterCombination : public gnx_test::FilterFixture {
@@ -68,24 +67,6 @@ TEST_F(FilterCombination, IonosphereFreeRowsRemoveTheFirstOrderAndCarryTheNoise)
   }
 }
 
-TEST_F(FilterCombination, IonosphereFreeNeedsBothPhasesAndAMissingCodeWeighsNothing) {
-  m_combination("IF");
-  m_form();
-  m_build();
-  tarvio::Rnxobs obs;
-  filter->v_setobs({{"STAN", &obs}});
-  filter->v_onFilterInit();
-  filter->v_onObsUpdate();
-  station().m_sat[2].m_xx[1] = 0.0;
-  station().m_sat[5].m_xx[5] = 0.0;
-  station().m_sat[5].m_wgt[5] = 0.0;
-  filter->v_formcomb_obs();
-  EXPECT_EQ(station().m_nobs, 24) << "satellite 2 goes with both rows";
-  EXPECT_EQ(m_row(5, 0, 1).wgt, 0.0);
-  EXPECT_EQ(m_row(5, 0, 1).value, 0.0);
-  EXPECT_GT(m_row(5, 0, 2).wgt, 0.0);
-}
-
 TEST_F(FilterCombination, IonosphereFreeFilterFindsThePosition) {
   m_combination("IF");
   for (int i = 0; i < 10; ++i) m_epoch(30.0 * i);
@@ -112,38 +93,6 @@ TEST_F(FilterCombination, SingleFrequencyRows) {
   const double variance = 0.25 * (1.0 / std::pow(half.m_wgt[0], 2) + 1.0 / std::pow(half.m_wgt[4], 2));
   EXPECT_NEAR(m_row(3, 0, 2).wgt, 1.0 / std::sqrt(variance), 1e-9);
   EXPECT_NEAR(m_row(3, 0, 1).wgt, half.m_wgt[4] / 100.0, 1e-12);
-}
-
-TEST_F(FilterCombination, RawKeepsRowsAndHandsOnlySlipsOn) {
-  m_combination("RAW");
-  m_form();
-  EXPECT_EQ(station().m_nobs, static_cast<int>(world.rows.size()));
-  Ssat_t& sat = station().m_sat[0];
-  sat.m_ambflag[0] = 1;
-  sat.m_ambflag[1] = 0;
-  sat.m_slip[0] = 0;
-  sat.m_slip[1] = 3;
-  filter->v_formcomb_obs();
-  EXPECT_EQ(sat.m_ambflag[0], 1) << "a flag that waits for its row stays";
-  EXPECT_EQ(sat.m_ambflag[1], 3);
-}
-
-TEST_F(FilterCombination, ThreeFrequencyCoefficientsMeetTheirThreeConditions) {
-  frequencies('E', 3, {"L1", "L7", "L5"});
-  m_combination("AFIF");
-  const auto found = filter->m_get_AFIF_ccf();
-  ASSERT_EQ(found.count('G'), 0U) << "two frequencies have none";
-  const auto& c = found.at('E');
-  const double f[3] = {1.57542e9, 1.20714e9, 1.17645e9};
-  double geometry = 0.0, ionosphere = 0.0, wavelength = 0.0;
-  for (std::size_t i = 0; i < 3; ++i) {
-    geometry += c[i];
-    ionosphere += c[i] * f[0] * f[0] / (f[i] * f[i]);
-    wavelength += c[i] * kLight / f[i];
-  }
-  EXPECT_NEAR(geometry, 1.0, 1e-9);
-  EXPECT_NEAR(ionosphere, 0.0, 1e-9);
-  EXPECT_NEAR(wavelength, 0.0, 1e-9);
 }
 
 TEST_F(FilterCombination, PeriodicResetCountsDataTime) {
@@ -189,16 +138,6 @@ TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUp) {
   m_end();
 }
 
-TEST_F(FilterCombination, NumbersThatAreNotFiniteStayOutOfTheArray) {
-  m_build();
-  m_epoch(0.0);
-  world.fault[4][5] = std::nan("");
-  m_epoch(30.0);
-  EXPECT_EQ(filter->m_solstat, 2);
-  EXPECT_EQ(station().m_sat[4].m_xx[0], 0.0);
-  for (const auto& record : filter->m_pamt) EXPECT_TRUE(std::isfinite(record.xest)) << record.pname;
-}
-
 TEST_F(FilterCombination, RowsBeyondTheStorageAreLeftOut) {
   m_build();
   m_epoch(0.0);
@@ -208,33 +147,6 @@ TEST_F(FilterCombination, RowsBeyondTheStorageAreLeftOut) {
   filter->v_onFilterEstimate();
   EXPECT_EQ(filter->m_solstat, 2);
   m_end();
-}
-
-TEST_F(FilterCombination, ResetBeforeTheFirstEpochDoesNothing) {
-  m_build();
-  filter->v_srif_reset();
-  EXPECT_EQ(filter->imtx, 0);
-  EXPECT_EQ(filter->v_isInit(), 0);
-}
-
-TEST_F(FilterCombination, SizesFollowTheSky) {
-  m_build();
-  m_epoch(0.0);
-  // Two of the systems G 12 + E 12, two frequencies, phase and code.
-  EXPECT_EQ(filter->m_maxSatEpoch, 24);
-  EXPECT_EQ(filter->nhk, 24 * 2 * 2);
-  const int ordinary = 3 + 2 + 1;
-  EXPECT_EQ(filter->ntmx, ordinary + filter->nhk + 5 + 24);
-  EXPECT_EQ(filter->ldinfs, filter->ntmx + filter->nhk + 2);
-  EXPECT_EQ(filter->np, ordinary);
-}
-
-TEST_F(FilterCombination, StationWithoutARecordHasNoRows) {
-  m_build();
-  m_epoch(0.0);
-  filter->v_setobs({});
-  EXPECT_EQ(filter->sod, 0.0);
-  for (int k = 0; k < tarvio::kObs; ++k) EXPECT_EQ(station().m_sat[0].m_obs[k], 0.0);
 }
 
 }  // namespace

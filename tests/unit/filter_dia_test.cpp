@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 #include "support/dense_lsq.h"
 #include "support/exit_message.h"
@@ -83,22 +82,12 @@ class FilterDia : public gnx_test::FilterFixture {
     dense.m_solve();
 
     ASSERT_EQ(filter->imtx, total);
-    std::vector<double> dx;
-    for (const SrifPamt& r : filter->m_pamt) dx.push_back(r.dx);
-    for (const SrifPamt* r : filter->m_ionlist) dx.push_back(r->dx);
-    for (const SrifPamt* r : filter->m_amblist) dx.push_back(r->dx);
+    const std::vector<SrifPamt*> records = m_records();
+    const auto covariance = m_covariance();
     for (int c = 0; c < total; ++c) {
-      EXPECT_NEAR(dx[static_cast<std::size_t>(c)], dense.m_value(c), 1.0e-9) << "column " << c;
-      // Diagonal of the covariance from the triangle: rows of the inverse.
-      std::vector<double> unit(static_cast<std::size_t>(total), 0.0);
-      unit[static_cast<std::size_t>(c)] = 1.0;
-      for (int i = 0; i < total; ++i) {  // solves R^T y = unit
-        double sum = unit[static_cast<std::size_t>(i)];
-        for (int k = 0; k < i; ++k) sum -= m_r(k, i) * unit[static_cast<std::size_t>(k)];
-        unit[static_cast<std::size_t>(i)] = sum / m_r(i, i);
-      }
-      const double variance = std::inner_product(unit.begin(), unit.end(), unit.begin(), 0.0);
-      EXPECT_NEAR(variance / dense.m_covariance(c, c), 1.0, 1.0e-8) << "column " << c;
+      const auto k = static_cast<std::size_t>(c);
+      EXPECT_NEAR(records[k]->dx, dense.m_value(c), 1.0e-9) << "column " << c;
+      EXPECT_NEAR(covariance[k][k] / dense.m_covariance(c, c), 1.0, 1.0e-8) << "column " << c;
     }
     for (int c = 0; c <= filter->imtx; ++c)
       for (int r = c + 1; r <= filter->imtx + filter->nobs; ++r)
@@ -126,44 +115,6 @@ class FilterDia : public gnx_test::FilterFixture {
   double next = 0.0;
 };
 
-TEST_F(FilterDia, CleanEpochTreatsNothingAndLeavesACleanTriangle) {
-  m_settle();
-  m_begin(next);
-  m_estimateAndCompare();
-  EXPECT_TRUE(treated.empty());
-  EXPECT_TRUE(filter->m_ambreset.empty());
-  m_end();
-}
-
-TEST_F(FilterDia, ResidualLoopFindsTheSlippedRows) {
-  m_mode("rescheck RESET", 0.03, 3.0);
-  deploy().m_diaReset = true;
-  m_settle();
-  world.fault[3][0] = 5.0 * 0.19;
-  world.fault[8][1] = -7.0 * 0.25;
-  m_begin(next);
-  m_estimateAndCompare();
-  // Which of a satellite's two phases has slipped, the geometry tells only weakly.
-  for (const int isat : {3, 8})
-    EXPECT_TRUE(std::any_of(treated.begin(), treated.end(), [&](int r) {
-      return filter->obsrec[5 * r] == isat;
-    })) << isat;
-  EXPECT_LT(filter->m_sig0, 3.0);
-  const auto resets = filter->m_ambreset;
-  ASSERT_EQ(resets.size(), treated.size());
-  for (const auto& reset : resets) {
-    const SrifPamt* record = filter->m_pm(0, reset[1], reset[2]);
-    EXPECT_EQ(record->iflag, 6);
-    EXPECT_EQ(record->pold, nullptr);
-  }
-  const int columns = filter->nc;
-  m_end();
-  for (const auto& reset : resets) EXPECT_EQ(station().m_sat[reset[1]].m_ambflag[reset[2]], 6);
-  EXPECT_EQ(filter->nc, columns - static_cast<int>(treated.size())) << "the replaced arcs must go";
-  m_epoch(next + 30.0);
-  EXPECT_NEAR(filter->m_pamt[0].xest, world.position[0], 1.0);
-}
-
 TEST_F(FilterDia, BatchLoopTreatsCodeRowsFromTheSecondPassOn) {
   m_mode("batch", 4.0, 1.6);
   m_settle();
@@ -185,17 +136,6 @@ TEST_F(FilterDia, BatchLoopTreatsCodeRowsFromTheSecondPassOn) {
   EXPECT_NEAR(twice->xini, world.amb[5][0] + world.fault[5][0] / twice->lam, 2.0);
   m_end();
   for (int c = 0; c < filter->nc; ++c) EXPECT_LT(filter->npi + c, filter->imtx);
-}
-
-TEST_F(FilterDia, SeveralRowsInOnePassGiveTheSameArray) {
-  m_mode("rescheck", 0.03, 3.0);
-  m_settle();
-  filter->m_ndia = 4;
-  for (int isat = 0; isat < 4; ++isat) world.fault[isat][isat % 2] = 1.0 + isat;
-  m_begin(next);
-  m_estimateAndCompare();
-  EXPECT_GE(treated.size(), 4U);
-  m_end();
 }
 
 TEST_F(FilterDia, RandomFaultsInEitherMode) {
@@ -257,16 +197,6 @@ TEST_F(FilterDia, UnknownModeNamesItself) {
   m_begin(0.0);
   EXPECT_EXIT_MESSAGE(filter->v_onFilterEstimate(), "diamode = search,unknown dia mode");
   m_end();
-}
-
-TEST_F(FilterDia, SortPutsTheLargestFirstAndTreatedRowsLast) {
-  m_build();
-  std::vector<double> values = {0.5, -3.0, 2.0, 9.0, 1.0};
-  const std::vector<int> rows = {0, 2, 4, 6, 8};
-  std::vector<int> done(10, 0), order;
-  done[6] = done[4] = 1;
-  filter->m_sortRes(5, values, order, rows, done);
-  EXPECT_EQ(order, (std::vector<int>{1, 4, 0, 2, 3}));
 }
 
 TEST_F(FilterDia, SensitivityStatisticIsTheRestOfARegression) {

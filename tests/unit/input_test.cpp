@@ -1,23 +1,20 @@
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <cstring>
 #include <limits>
 #include <optional>
 #include <vector>
 
 #include "Adapter/OrbitClkAdapter.h"
 #include "Interface/BoundaryInput.h"
+#include "engine/boundary_feed.h"
 #include "support/table_fixture.h"
 
 namespace {
 
 using GNX_IO::eph_entry_t;
 using GNX_IO::geph_entry_t;
-using GNX_IO::gtime_t;
 using GNX_IO::ssr_t;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr int kMjd = 59025;  // 2020-06-25, day 4 of week 2111
 constexpr std::int64_t kDayStart = (kMjd - 40587) * 86400LL;
 
@@ -55,18 +52,7 @@ class Input : public gnx_test::TableFixture {
           -999;
     }
   }
-  static int number(const char* name) {
-    for (int sat = 1; sat <= 255; ++sat) {
-      if (std::strcmp(tarvio::SatelliteId(sat).m_text, name) == 0) return sat;
-    }
-    return 0;
-  }
-  static int codeNumber(const char* code) {
-    for (int n = 1; n <= GNX_IO::kMaxCode; ++n) {
-      if (std::strcmp(GNX_IO::code2obs(static_cast<unsigned char>(n)), code) == 0) return n;
-    }
-    return 0;
-  }
+  int number(const char* name) const { return numbers.satellite(name); }
   eph_entry_t& source(const char* name) {
     eph_entry_t& entry = eph[static_cast<std::size_t>(number(name) - 1)];
     entry.toe = entry.toc = {kDayStart + 7200, 0.0};
@@ -77,6 +63,7 @@ class Input : public gnx_test::TableFixture {
   }
   ssr_t& element(const char* name) { return ssr[static_cast<std::size_t>(number(name) - 1)]; }
 
+  const gnx::BoundaryNumbers numbers;
   Recorder recorder;
   std::vector<eph_entry_t> eph;
   std::vector<geph_entry_t> geph;
@@ -86,14 +73,10 @@ class Input : public gnx_test::TableFixture {
 
 // ---- ephemerides ----
 
-TEST_F(Input, KeplerMessageKeepsItsNumbers) {
+// The numbers of the orbit are those of real/broadcast_orbit_test.cpp.
+TEST_F(Input, KeplerMessage) {
   eph_entry_t& entry = source("G05");
-  entry.af[0] = 1e-4;
-  entry.tgd[0] = 2e-9;
   entry.tgd[1] = 3e-9;
-  entry.OMGd = -8e-9;
-  entry.cic = 1e-7;
-  entry.code = 1;
   tarvio::s_setEphData(&nav, number("G05"), 0);
   ASSERT_TRUE(recorder.kepler);
   const tarvio::GPSEPH& record = *recorder.kepler;
@@ -102,12 +85,7 @@ TEST_F(Input, KeplerMessageKeepsItsNumbers) {
   EXPECT_EQ(record.m_sod, 7200.0);
   EXPECT_EQ(record.m_toe, 4 * 86400.0 + 7200.0);
   EXPECT_EQ(record.m_week, 2111.0);
-  EXPECT_DOUBLE_EQ(record.m_roota, std::sqrt(26560000.0));
-  EXPECT_EQ(record.m_iode, 33);
   EXPECT_EQ(record.m_tgd2, 3e-9);
-  EXPECT_EQ(record.m_OMEGADOT, -8e-9);
-  EXPECT_EQ(record.m_cic, 1e-7);
-  EXPECT_EQ(record.m_codes, 1.0);
 
   // `off` reaches another set of the table.
   recorder.kepler.reset();
@@ -140,57 +118,6 @@ TEST_F(Input, BeidouTimesMoveToBdtInTheHostsRecord) {
   EXPECT_EQ(recorder.kepler->m_sod, 7186.0);
 }
 
-TEST_F(Input, GlonassInKilometresByItsOwnNumber) {
-  geph_entry_t& entry = geph[4];  // R05, whatever the satellite's number and the offset are
-  entry.toe = {kDayStart + 918, 0.0};
-  entry.tof = {kDayStart + 1800, 0.0};
-  entry.pos[1] = -12206626.953;
-  entry.vel[2] = 1352.5;
-  entry.acc[0] = 1.7e-6;
-  entry.taun = 3e-5;
-  entry.frq = -3;
-  tarvio::s_setEphData(&nav, number("R05"), 17);
-  ASSERT_TRUE(recorder.glonass);
-  EXPECT_DOUBLE_EQ(recorder.glonass->m_pos[1], -12206.626953);
-  EXPECT_DOUBLE_EQ(recorder.glonass->m_vel[2], 1.3525);
-  EXPECT_DOUBLE_EQ(recorder.glonass->m_acc[0], 1.7e-9);
-  EXPECT_EQ(recorder.glonass->m_tau, -3e-5);
-  EXPECT_EQ(recorder.glonass->m_frq, -3.0);
-  EXPECT_EQ(recorder.glonass->m_sod, 918.0);
-  EXPECT_EQ(recorder.glonass->m_iode, 13);
-  EXPECT_EQ(recorder.glonass->m_tk, 4 * 86400.0 + 1800.0 - 18.0);  // UTC
-}
-
-TEST_F(Input, ImpossibleMessagesAreRefusedAndLeftAlone) {
-  const auto refused = [&](auto&& damage) {
-    eph_entry_t& entry = source("C21");
-    entry.M0 = 1.0;
-    damage(entry);
-    const std::int64_t toe = entry.toe.time;
-    tarvio::s_setEphData(&nav, number("C21"), 0);
-    return !recorder.kepler && entry.toe.time == toe;
-  };
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.M0 = kNaN; }));
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.af[2] = std::numeric_limits<double>::infinity(); }));
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.A = -1.0; }));
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.e = 1.0; }));
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.toe.time = std::numeric_limits<std::int64_t>::min(); }));
-  EXPECT_TRUE(refused([](eph_entry_t& e) { e.toc.sec = kNaN; }));
-
-  source("G05");
-  tarvio::s_setEphData(nullptr, number("G05"), 0);
-  tarvio::s_setEphData(&nav, number("G05"), -1000);
-  tarvio::s_setEphData(&nav, number("G06"), 0);  // not configured
-  for (const int sat : {0, -1, 208, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
-    tarvio::s_setEphData(&nav, sat, 0);
-  }
-  GNX_IO::nav_t empty{};
-  tarvio::s_setEphData(&empty, number("G05"), 0);
-  tarvio::s_setEphData(&empty, number("R05"), 0);
-  EXPECT_FALSE(recorder.kepler);
-  EXPECT_FALSE(recorder.glonass);
-}
-
 // ---- orbit and clock corrections ----
 
 TEST_F(Input, BatchCarriesTheLastTagAndConsumesItsMarks) {
@@ -199,10 +126,6 @@ TEST_F(Input, BatchCarriesTheLastTagAndConsumesItsMarks) {
   first.mark_orb = first.mark_clk = 0;
   first.t0_orb = first.t0_clk = {kDayStart, 0.0};
   first.iod = 33;
-  first.iod_bds = 1;
-  first.deph[1] = 1.5;
-  first.ddeph[2] = -0.25;
-  first.dclk[0] = 0.75;
   ssr_t& last = element("C21");
   last.update = 1;
   last.mark_orb = 0;
@@ -211,48 +134,15 @@ TEST_F(Input, BatchCarriesTheLastTagAndConsumesItsMarks) {
   last.iod_bds = 4;
   tarvio::s_setSsrData(ssr.data());
   ASSERT_TRUE(recorder.orbit && recorder.clock);
-  EXPECT_EQ(recorder.orbit->m_wk, 2111);
   EXPECT_EQ(recorder.orbit->m_sow, 4 * 86400.0 + 5.0);
   EXPECT_EQ(recorder.clock->m_sow, 4 * 86400.0);
   const int gps = tarvio::s_satRow("G05"), bds = tarvio::s_satRow("C21");
   EXPECT_EQ(recorder.orbit->m_iod[gps], 33);
   EXPECT_EQ(recorder.orbit->m_iod[bds], 4);
   EXPECT_EQ(recorder.clock->m_iod[bds], -1);
-  EXPECT_EQ(recorder.orbit->m_dorb[gps][1], 1.5);
-  EXPECT_EQ(recorder.orbit->m_dorb[gps][5], -0.25);
-  EXPECT_EQ(recorder.clock->m_dclk[gps][0], 0.75);
-  EXPECT_EQ(recorder.clock->m_extra1[gps], tarvio::kNone);
-  EXPECT_EQ(first.update, 0);
-  EXPECT_EQ(first.mark_orb, -999);
-  EXPECT_EQ(first.mark_clk, -999);
-
+  EXPECT_TRUE(first.update == 0 && first.mark_orb == -999 && first.mark_clk == -999);
   tarvio::s_setSsrData(ssr.data());
   EXPECT_EQ(recorder.batches, 1);
-}
-
-TEST_F(Input, HalfABatchAndUnconfiguredSatellites) {
-  element("G05").update = 1;  // announced, but both marks say nothing new
-  element("G06").update = 1;  // not configured
-  element("G06").mark_orb = 0;
-  tarvio::s_setSsrData(ssr.data());
-  EXPECT_EQ(recorder.batches, 0);
-  EXPECT_EQ(element("G05").update, 0);
-  EXPECT_EQ(element("G06").update, 0);
-  EXPECT_EQ(element("G06").mark_orb, 0);
-
-  ssr_t& clockOnly = element("E11");
-  clockOnly.update = 1;
-  clockOnly.mark_clk = 0;
-  clockOnly.t0_clk = {kDayStart, 0.0};
-  element("G05").update = 1;
-  element("G05").mark_orb = 0;
-  element("G05").t0_orb = {kDayStart, 0.0};
-  element("G05").deph[0] = kNaN;
-  tarvio::s_setSsrData(ssr.data());
-  EXPECT_EQ(recorder.batches, 1);
-  EXPECT_FALSE(recorder.orbit);
-  EXPECT_TRUE(recorder.clock);
-  EXPECT_EQ(element("G05").mark_orb, -999);  // refused, but consumed
 }
 
 // ---- biases ----
@@ -268,8 +158,8 @@ class PhaseBias : public Input {
     ssr_t& target = element(name);
     target.mark_pbias = 0;
     target.t0_pbias = {kDayStart + 30, 0.0};
-    target.pbias[codeNumber(code) - 1] = bias;
-    target.stdpb[codeNumber(code) - 1] = sigma;
+    target.pbias[numbers.code(code) - 1] = bias;
+    target.stdpb[numbers.code(code) - 1] = sigma;
   }
   /// The value of a combination after input, 999 when there is none.
   double value(const char* tag, const char* name) {
@@ -294,34 +184,10 @@ TEST_F(PhaseBias, FloatCombinationsMinusTheValuesAreTheIntegers) {
   const double narrow = ionosphereFree / (c / (f1 + f2)) - (n1 - n2) / (f1 / f2 - 1.0);
   EXPECT_NEAR(narrow - value("n1", "G05"), n1, 1e-9);
   EXPECT_EQ(value("ewl", "G05"), 999.0);  // its slots are not set
-}
-
-TEST_F(PhaseBias, TaggedWithTheTimeOfTheBiases) {
-  give("G05", "1C", 0.1);
-  give("G05", "2W", 0.2);
-  tarvio::s_setBiasData(ssr.data());
   tarvio::Upd_comb comb;
   controller().m_upd.m_inquireComb(kMjd, 0.0, "comb", "wl", comb);
-  EXPECT_EQ(comb.m_mjd, kMjd);
-  EXPECT_EQ(comb.m_sod, 30.0);
-  EXPECT_EQ(comb.m_type, 1);
-  EXPECT_DOUBLE_EQ(comb.m_time[tarvio::s_satRow("G05")], kMjd + 30.0 / 86400.0);
+  EXPECT_EQ(comb.m_sod, 30.0) << "the time of the biases";
   EXPECT_EQ(element("G05").mark_pbias, -999);
-}
-
-TEST_F(PhaseBias, SignalsThatGiveNoCombination) {
-  give("G05", "1C", 0.1);  // no partner
-  give("G07", "1C", 0.1);
-  give("G07", "2W", 0.2, 0.0F);  // sigma 0: no bias, whatever its value
-  give("E11", "1C", 0.1);        // slots of the system not set
-  give("E11", "5Q", 0.1);
-  tarvio::s_setBiasData(ssr.data());
-  EXPECT_EQ(value("wl", "G05"), 999.0);
-  EXPECT_EQ(value("wl", "G07"), 999.0);
-  EXPECT_EQ(value("wl", "E11"), 999.0);
-  give("G05", "2W", kNaN);
-  tarvio::s_setBiasData(ssr.data());
-  EXPECT_EQ(value("wl", "G05"), 999.0);
 }
 
 TEST_F(PhaseBias, TheHighestCodeOfABandWins) {
@@ -361,28 +227,22 @@ TEST_F(PhaseBias, SignalBySignalOnlyWhereTheyCorrectObservations) {
 
 TEST_F(Input, CodeBiasesBySignalAndTheClockTerm) {
   ssr_t& target = element("G05");
-  target.mark_cbias = 0;
-  target.cbias[codeNumber("1C") - 1] = 1.25F;
-  target.cbias[codeNumber("2W") - 1] = 0.0F;  // zero says: none
-  target.cbias[codeNumber("5Q") - 1] = std::numeric_limits<float>::infinity();
-  target.mark_ifpb = 0;
+  target.mark_cbias = target.mark_ifpb = 0;
+  target.cbias[numbers.code("1C") - 1] = 1.25F;
+  target.cbias[numbers.code("2W") - 1] = 0.0F;  // zero says: none
+  target.cbias[numbers.code("5Q") - 1] = std::numeric_limits<float>::infinity();
   target.ifpb = 0.5;
   target.t0_ifpb = {kDayStart, 0.0};
   target.t1_ifpb = {kDayStart + 60, 0.0};
   tarvio::s_setBiasData(ssr.data());
   double value = 0.0;
-  EXPECT_TRUE(controller().m_codebias.m_inquireCodeBias(false, "G05", "1C", &value));
-  EXPECT_EQ(value, 1.25);
+  EXPECT_TRUE(controller().m_codebias.m_inquireCodeBias(false, "G05", "1C", &value) && value == 1.25);
   EXPECT_FALSE(controller().m_codebias.m_inquireCodeBias(false, "G05", "2W", &value));
   EXPECT_FALSE(controller().m_codebias.m_inquireCodeBias(false, "G05", "5Q", &value));
   tarvio::t_ifpb term;
   ASSERT_TRUE(controller().m_ifpb.m_inquireIfpb("G05", term));
-  EXPECT_EQ(term.m_value, 0.5);
-  EXPECT_EQ(term.m_t0, kDayStart);
-  EXPECT_EQ(term.m_t1, kDayStart + 60);
-  EXPECT_FALSE(controller().m_ifpb.m_inquireIfpb("G07", term));
-  EXPECT_EQ(target.mark_cbias, -999);
-  EXPECT_EQ(target.mark_ifpb, -999);
+  EXPECT_TRUE(term.m_value == 0.5 && term.m_t0 == kDayStart && term.m_t1 == kDayStart + 60);
+  EXPECT_TRUE(target.mark_cbias == -999 && target.mark_ifpb == -999);
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
 #include <gmock/gmock.h>
-#include <json/json.h>
 
 #include <chrono>
 #include <cmath>
-#include <fstream>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "GNX_IO.h"
+#include "support/reference_cases.h"
 
 namespace {
 
@@ -89,9 +88,7 @@ void enumerate(int n, const std::vector<double>& a, const Matrix& Q, double boun
 }
 
 TEST(Lambda, PublishedAndEnumeratedProblems) {
-  std::ifstream file(GNX_TEST_DATA "/lambda_cases.json");
-  Json::Value root;
-  file >> root;
+  const Json::Value root = gnx_test::referenceCases("lambda_cases.json");
   ASSERT_EQ(root["cases"].size(), 31u);
   for (const Json::Value& item : root["cases"]) {
     SCOPED_TRACE(item["name"].asString());
@@ -146,46 +143,6 @@ TEST(Lambda, EqualsBruteForceOnRandomProblems) {
     ++compared;
   }
   EXPECT_GT(compared, 300);
-}
-
-// Carrier-phase ambiguities count millions of cycles, and a whole-cycle shift of the floats must
-// shift the candidates and change nothing else.
-TEST(Lambda, WholeCycleShiftMovesCandidatesOnly) {
-  std::mt19937 random(7);
-  std::uniform_real_distribution<double> uniform(-0.5, 0.5);
-  const int n = 12;
-  const Matrix Q = randomCovariance(n, 3, 2.0, 0.002, random);
-  std::vector<double> a(n), shifted(n);
-  for (std::size_t i = 0; i < n; ++i) {
-    a[i] = std::ldexp(std::round(std::ldexp(uniform(random), 20)), -20);  // exact after the shift
-    shifted[i] = a[i] + 123'456'789.0 - 1'000'003.0 * static_cast<double>(i);
-  }
-  const Solution r = solve(n, 2, a, Q), t = solve(n, 2, shifted, Q);
-  ASSERT_EQ(r.status, 0);
-  ASSERT_EQ(t.status, 0);
-  EXPECT_EQ(r.s, t.s);
-  for (std::size_t i = 0; i < 2 * n; ++i) {
-    const double shift = 123'456'789.0 - 1'000'003.0 * static_cast<double>(i % n);
-    EXPECT_EQ(t.F[i], r.F[i] + shift);
-  }
-}
-
-// The size of one epoch of four systems after a cold start of the geometry: strongly correlated.
-TEST(Lambda, FindsTruthOfLargeStronglyCorrelatedProblem) {
-  std::mt19937 random(11);
-  std::normal_distribution<double> normal;
-  for (const auto& [n, spread] : {std::pair{20, 5.0}, {30, 5.0}, {40, 0.5}, {60, 0.05}}) {
-    const Matrix Q = randomCovariance(n, 4, spread, 2.0e-4, random);
-    std::vector<double> a(static_cast<std::size_t>(n)), truth(a.size());
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      truth[i] = std::round(100.0 * normal(random));
-      a[i] = truth[i] + std::sqrt(2e-4) * normal(random);
-    }
-    const Solution r = solve(n, 2, a, Q);
-    ASSERT_EQ(r.status, 0) << n;
-    EXPECT_EQ(std::vector<double>(r.F.begin(), r.F.begin() + n), truth) << n;
-    EXPECT_GT(r.s[1], r.s[0]);
-  }
 }
 
 TEST(Lambda, RefusesWhatHasNoSolution) {

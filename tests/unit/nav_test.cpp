@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <filesystem>
-
 #include "corrections/ephemeris_timeline.h"
 #include "formats/rinex_nav.h"
 #include "support/host_files.h"

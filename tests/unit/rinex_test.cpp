@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-
 #include "formats/rinex_obs.h"
 #include "support/host_files.h"
 
@@ -152,32 +150,23 @@ TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
                   i / 3600, i / 60 % 60, i % 60, 20347196.273 + i * 17.13, 106925326.951 - i * 91.7);
     content += line;
   }
-  const std::string whole = m_dir.writeGzip("whole.rnx.gz", content);
-  std::ifstream in(whole, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), {});
-  const std::string half = m_dir.write("half.rnx.gz", bytes.substr(0, bytes.size() / 2));
+  const std::string bytes = gnx_test::packed(content);
   int epochs = 0;
   const std::string message = inputError([&] {
-    RinexObsReader r(half);
+    RinexObsReader r(m_dir.write("half.rnx.gz", bytes.substr(0, bytes.size() / 2)));
     for (ObsEpoch epoch; r.next(epoch);) ++epochs;
   });
   EXPECT_THAT(message, HasSubstr("compressed data end early"));
-  EXPECT_GT(epochs, 100);
-  EXPECT_LT(epochs, 2000);
+  EXPECT_TRUE(epochs > 100 && epochs < 2000) << epochs;
 }
 
 TEST_F(RinexObs, RealDayOfAReferenceStation) {
   GNX_REQUIRE_DATA("esbc_2020177");
   RinexObsReader r(gnx_test::realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz"));
-  int epochs = 0;
-  std::size_t sats = 0;
-  for (ObsEpoch epoch; r.next(epoch);) {
-    ++epochs;
-    sats += epoch.sats.size();
-  }
-  EXPECT_EQ(epochs, 2880);
+  std::size_t epochs = 0, sats = 0;
+  for (ObsEpoch epoch; r.next(epoch); ++epochs) sats += epoch.sats.size();
+  EXPECT_EQ(epochs, 2880u);
   EXPECT_EQ(sats, 118364u);  // lines of the file that do not begin with '>', header left out
-  EXPECT_EQ(r.header().antenna, "ASH701945E_M    SCIS");
 }
 
 }  // namespace

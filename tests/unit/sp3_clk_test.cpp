@@ -27,12 +27,12 @@ std::string sp3Header(char version, int epochs, const std::string& scale) {
   return text;
 }
 
-class ProductFiles : public testing::Test {
+class OrbitClockFiles : public testing::Test {
  protected:
   gnx_test::TempDir m_dir;
 };
 
-TEST_F(ProductFiles, Sp3KeepsWhatIsThere) {
+TEST_F(OrbitClockFiles, Sp3KeepsWhatIsThere) {
   const std::string file =
       m_dir.write("a.sp3", sp3Header('d', 2, "GPS") +
                                "*  2020  6 25  0  0  0.00000000\n"
@@ -52,7 +52,7 @@ TEST_F(ProductFiles, Sp3KeepsWhatIsThere) {
   EXPECT_EQ(p.clocks.count("E01"), 0u);
 }
 
-TEST_F(ProductFiles, Sp3ReadsOldNamesTimeSystemsAndJoinsFiles) {
+TEST_F(OrbitClockFiles, Sp3ReadsOldNamesTimeSystemsAndJoinsFiles) {
   const std::string position = "P  5  20403.407950  -4547.528917  16359.977229    -15.319332\n";
   const std::string first = m_dir.write(
       "a.sp3", sp3Header('a', 1, "ccc") + "*  2020  6 25  0  0  0.00000000\n" + position + "EOF\n");
@@ -64,7 +64,7 @@ TEST_F(ProductFiles, Sp3ReadsOldNamesTimeSystemsAndJoinsFiles) {
   EXPECT_DOUBLE_EQ(p.orbits.at("G05")[0].position[0], 20403500.0);
 }
 
-TEST_F(ProductFiles, Sp3RefusesATruncatedFile) {
+TEST_F(OrbitClockFiles, Sp3RefusesATruncatedFile) {
   const std::string cut =
       m_dir.write("cut.sp3", sp3Header('c', 96, "GPS") + "*  2020  6 25  0  0  0.00000000\n" +
                                  "PG05  20403.407950  -4547.528917  16359.977229    -15.319332\n");
@@ -72,7 +72,7 @@ TEST_F(ProductFiles, Sp3RefusesATruncatedFile) {
               HasSubstr("cut.sp3:9: file ends after 1 of 96 epochs"));
 }
 
-TEST_F(ProductFiles, ClockColumnsOfBothVersions) {
+TEST_F(OrbitClockFiles, ClockColumnsOfBothVersions) {
   const std::string old = m_dir.write(
       "a.clk", headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
                    headerLine("WL G01  2020  6 25 12  0  0.000000  1   -0.110300E+01  0102", "COMMENT") +
@@ -95,7 +95,7 @@ TEST_F(ProductFiles, ClockColumnsOfBothVersions) {
   EXPECT_THAT(p.header, testing::Contains(HasSubstr("-0.110300E+01  0102")));
 }
 
-TEST_F(ProductFiles, ClockRefusalsNameTheSatellite) {
+TEST_F(OrbitClockFiles, ClockRefusalsNameTheSatellite) {
   const std::string head = headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
                            headerLine("", "END OF HEADER");
   const auto refusal = [&](const std::string& row) {

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cmath>
-
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "Common/ComGeometry.h"
 #include "support/broadcast_messages.h"
@@ -15,7 +13,6 @@ using gnx_test::kToeSod;
 using gnx_test::kWeek;
 using tarvio::SSRCLK;
 using tarvio::SSRORB;
-using ::testing::Each;
 
 constexpr double kLight = 299792458.0;
 
@@ -60,54 +57,6 @@ class Ssr : public gnx_test::TableFixture {
   int gps = 0, gal = 0;
   double broadcast[6] = {}, broadcastClk = 0.0, xv[6] = {};
 };
-
-TEST_F(Ssr, CorrectionsAreSubtractedAlongTheAxesOfTheOrbit) {
-  double radial[3], along[3], normal[3], cross[3];
-  tarvio::unit_vector(3, broadcast, radial, nullptr);
-  tarvio::unit_vector(3, broadcast + 3, along, nullptr);
-  tarvio::cross(broadcast, broadcast + 3, normal);
-  tarvio::unit_vector(3, normal, cross, nullptr);
-  inputOrbit(kToe, {1.0, -2.0, 3.0, 0.01, 0.02, -0.03});
-  inputClock(kToe, {0.5, 0.0, 0.0});
-  ASSERT_EQ(read(kToeSod), 1);
-  double moved[3], sped[3];
-  for (int i = 0; i < 3; ++i) {
-    moved[i] = xv[i] - broadcast[i];
-    sped[i] = xv[i + 3] - broadcast[i + 3];
-  }
-  // Position lowered by the radial correction, set back along the track, and so on (RTCM SSR).
-  EXPECT_NEAR(tarvio::dot(3, moved, radial), -1.0, 1e-6);
-  EXPECT_NEAR(tarvio::dot(3, moved, along), 2.0, 1e-6);
-  EXPECT_NEAR(tarvio::dot(3, moved, cross), -3.0, 1e-6);
-  EXPECT_NEAR(tarvio::dot(3, sped, radial), -0.01, 1e-9);
-  EXPECT_NEAR(tarvio::dot(3, sped, along), -0.02, 1e-9);
-  EXPECT_NEAR(tarvio::dot(3, sped, cross), 0.03, 1e-9);
-  EXPECT_NEAR(clockCorrection(kToeSod), 0.5, 1e-6);
-}
-
-TEST_F(Ssr, NearestRecordWithinTwoMinutes) {
-  inputOrbit(kToe, {1.0});
-  inputOrbit(kToe + 60.0, {2.0});
-  const auto radialOf = [&](double sod) { return read(sod) == 1 ? store->m_cur.m_dorb[gps][0] : -999.0; };
-  EXPECT_EQ(radialOf(kToeSod + 29.0), 1.0);
-  EXPECT_EQ(radialOf(kToeSod + 30.0), 1.0);  // a tie: the record that came first
-  EXPECT_EQ(radialOf(kToeSod + 31.0), 2.0);  // a record of the future serves too
-  EXPECT_EQ(radialOf(kToeSod - 119.0), 1.0);
-  EXPECT_EQ(radialOf(kToeSod - 120.0), -999.0);
-  EXPECT_EQ(radialOf(kToeSod + 60.0 + 119.0), 2.0);
-  EXPECT_EQ(radialOf(kToeSod + 60.0 + 120.0), -999.0);
-  EXPECT_THAT(xv, Each(0.0));
-}
-
-TEST_F(Ssr, IssueOfDataMustMatchAMessage) {
-  inputOrbit(kToe, {1.0}, 11);
-  inputClock(kToe, {0.5}, 11);
-  EXPECT_EQ(read(kToeSod), 0);
-  EXPECT_THAT(xv, Each(0.0));
-  EXPECT_EQ(clockCorrection(kToeSod), -999.0);
-  EXPECT_EQ(read(kToeSod, "E11"), 0);
-  EXPECT_EQ(read(kToeSod, "G99"), 0);
-}
 
 TEST_F(Ssr, OnlyTheNearestRecordCounts) {
   inputOrbit(kToe, {1.0});
@@ -166,12 +115,6 @@ TEST_F(Ssr, OneRecordServesTheWholeEpoch) {
   const double acquired = store->m_lastEpoch;
   store->v_readOrbit("G05", kMjd - 1, 86399.93, xv);
   EXPECT_EQ(store->m_lastEpoch, acquired);
-}
-
-TEST_F(Ssr, HoldsTheLast120Records) {
-  for (int k = 0; k < 130; ++k) inputOrbit(kToe + k, {static_cast<double>(k)});
-  EXPECT_EQ(store->m_list.size(), 120U);
-  EXPECT_EQ(store->m_list.front().m_dorb[gps][0], 10.0);
 }
 
 }  // namespace

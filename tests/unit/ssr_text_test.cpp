@@ -4,9 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <set>
-
 #include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
 #include "support/host_files.h"
@@ -59,23 +56,6 @@ class SsrText : public testing::Test {
   }
   gnx_test::TempDir m_dir;
 };
-
-TEST_F(SsrText, ReadsAllKindsAndCountsTheOthers) {
-  gnx::SsrTextReader reader(m_dir.write(
-      "a.ssr",
-      orbit(0, 37) + "> VTEC 2021 03 19 12 00 00.0 6 1 TEST\n 1 2 3\n 4 5\n" + phaseBias(0, "-0.25")));
-  gnx::SsrBlock b;
-  ASSERT_TRUE(reader.next(b));
-  EXPECT_EQ(b.kind, gnx::SsrKind::orbit);
-  EXPECT_EQ(b.orbits[0].iod, 37);
-  EXPECT_DOUBLE_EQ(b.orbits[0].delta[2], 3.0);
-  EXPECT_EQ(b.source, "TEST");
-  ASSERT_TRUE(reader.next(b));
-  EXPECT_EQ(reader.blockNumber(), 3);
-  EXPECT_DOUBLE_EQ(b.biases[0].biases[0].value, -0.25);
-  EXPECT_EQ(b.biases[0].biases[0].wideLaneIndicator, 2);
-  EXPECT_FALSE(reader.next(b));
-}
 
 TEST_F(SsrText, RefusalsNameLineAndField) {
   EXPECT_THAT(refusal(orbit(0, 37) + "> CLOCK 2021 03 19 12 00 00.0 0 2 TEST\nG03 37 1.0 0.0 0.0\n"),

@@ -26,24 +26,6 @@ SolutionEpoch epochAt(double seconds, const Vector3& enu, int status = 2) {
   return e;
 }
 
-TEST(Series, MeanDeviationRmsAndLargest) {
-  const SeriesStatistics s = describeSeries({1.0, -3.0, 2.0, 4.0});
-  EXPECT_EQ(s.count, 4u);
-  EXPECT_DOUBLE_EQ(s.mean, 1.0);
-  EXPECT_DOUBLE_EQ(s.rms, std::sqrt(30.0 / 4.0));
-  EXPECT_DOUBLE_EQ(s.deviation, std::sqrt(26.0 / 3.0));
-  EXPECT_DOUBLE_EQ(s.largest, 4.0);
-  EXPECT_EQ(describeSeries({}).count, 0u);
-  EXPECT_EQ(describeSeries({5.0}).deviation, 0.0);
-}
-
-TEST(Series, QuantilesBetweenNeighbours) {
-  EXPECT_DOUBLE_EQ(quantile({3.0, 1.0, 2.0, 4.0}, 0.5), 2.5);
-  EXPECT_DOUBLE_EQ(quantile({3.0, 1.0}, 1.0), 3.0);
-  EXPECT_DOUBLE_EQ(quantile({7.0}, 0.99), 7.0);
-  EXPECT_DOUBLE_EQ(quantile({}, 0.5), 0.0);
-}
-
 TEST(Summary, ErrorsAreEastNorthUpOfTheReference) {
   std::vector<SolutionEpoch> run;
   for (int k = 0; k < 10; ++k) run.push_back(epochAt(30.0 * k, {0.01, -0.02, k % 2 ? 0.03 : -0.03}));

@@ -2,13 +2,11 @@
 // (ERFA epv00 and moon98, turned to the mean equator and equinox of date).
 
 #include <gtest/gtest.h>
-#include <json/json.h>
 
 #include <cmath>
-#include <fstream>
-#include <string>
 
 #include "Core/Model/SunMoon.h"
+#include "support/reference_cases.h"
 
 namespace tarvio {
 namespace {
@@ -25,9 +23,7 @@ double angle_deg(const double* a, const Json::Value& b) {
 }
 
 TEST(SunMoon, AgreesWithFormulaeAndFullTheory) {
-  std::ifstream in(std::string(GNX_TEST_DATA) + "/sun_moon_cases.json");
-  Json::Value root;
-  in >> root;
+  const Json::Value root = gnx_test::referenceCases("sun_moon_cases.json");
   ASSERT_GT(root["cases"].size(), 0u);
   for (const Json::Value& c : root["cases"]) {
     SCOPED_TRACE(c["label"].asString());

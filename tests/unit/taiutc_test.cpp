@@ -40,11 +40,6 @@ TEST(Taiutc, DayOutsideTheTableEndsTheProcess) {
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57755), "mjd = 57755,mjde = 57754,epoch after table start");
 }
 
-TEST(Taiutc, SingleRowGivesZero) {
-  useTable(writeTable("+leap sec\n 57754 37\n-leap sec\n"));
-  EXPECT_EQ(Taiutc().m_getTaiutc(57754), 0);
-}
-
 TEST(Taiutc, RecallReadsAgainForItsOwnKeyOnly) {
   const std::string path = writeTable("+leap sec\n 50000 30\n 60000 31\n-leap sec\n");
   useTable(path);

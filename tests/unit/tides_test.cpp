@@ -3,15 +3,14 @@
 #include "Core/Model/Tides.h"
 
 #include <gtest/gtest.h>
-#include <json/json.h>
 
 #include <cmath>
-#include <fstream>
 
 #include "Common/Com.h"
 #include "Core/Model/OceanLoading.h"
 #include "Core/Model/SolidTides.h"
 #include "Core/Model/Taiutc.h"
+#include "support/reference_cases.h"
 
 namespace tarvio {
 namespace {
@@ -77,9 +76,7 @@ TEST_F(TidesTest, ConstituentsHaveTheirPublishedFrequencyAndPhase) {
 }
 
 TEST_F(TidesTest, OceanLoadingMeetsThePublishedStations) {
-  std::ifstream in(GNX_TEST_DATA "/hardisp_cases.json");
-  Json::Value cases;
-  in >> cases;
+  const Json::Value cases = gnx_test::referenceCases("hardisp_cases.json");
   const int mjd = md_julday(2009, 6, 25);
   for (const char* name : {"Onsala", "Reykjavik"}) {
     const Json::Value& station = cases["stations"][name];

@@ -2,13 +2,8 @@
 
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-#include <string>
 
 #include "Common/ComTime.h"
-#include "Common/Logtrace.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "support/table_fixture.h"
 
@@ -65,13 +60,6 @@ class TurboEditTest : public gnx_test::TableFixture {
   bool m_hasCode = true, m_single = false;
 };
 
-TEST_F(TurboEditTest, FirstEpochIsAGapOfEveryFrequencyAndTheArcGoesOn) {
-  use("G05", {"L1", "L2"});
-  EXPECT_EQ(next(), (Slips{2, 2, 0, 0}));
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(next(), kClean);
-  EXPECT_EQ(m_sm[0].m_nmw, 21);
-}
-
 TEST_F(TurboEditTest, NoGapAcrossMidnightNorLaterInTheDay) {
   use("G05", {"L1", "L2"});
   m_sod = 86000.0;
@@ -79,29 +67,6 @@ TEST_F(TurboEditTest, NoGapAcrossMidnightNorLaterInTheDay) {
   for (int i = 0; i < 200; ++i) EXPECT_EQ(next(), kClean) << m_mjd << " " << m_sod;
   EXPECT_EQ(m_mjd, 59026);
   EXPECT_GT(m_sod, 5000.0);
-}
-
-TEST_F(TurboEditTest, GapLimit) {
-  use("G05", {"L1", "L2"});
-  settle();
-  EXPECT_EQ(next(1199.0), kClean) << "the combinations bridge it";
-  EXPECT_EQ(next(1201.0), (Slips{2, 2, 0, 0}));
-  EXPECT_EQ(next(), kClean);
-}
-
-TEST_F(TurboEditTest, SlipsOfTwoFrequencies) {
-  use("G05", {"L1", "L2"});
-  settle();
-  m_cycles[0] += 1.0;  // 0.19 m in the geometry-free combination, one wide-lane
-  EXPECT_EQ(next(), (Slips{4, 4, 0, 0}));
-  EXPECT_EQ(m_sm[0].m_nmw, 1) << "the epoch of the slip is the first of the new arc";
-  EXPECT_EQ(next(), kClean);
-  m_cycles[0] += 18.0;  // 18 and 14 cycles are both 3.42 m: only the wide-lane sees 4 cycles
-  m_cycles[1] += 14.0;
-  EXPECT_EQ(next(), (Slips{3, 3, 0, 0}));
-  m_cycles[0] += 5.0;  // equal cycles: only the geometry-free combination sees them
-  m_cycles[1] += 5.0;
-  EXPECT_EQ(next(), (Slips{4, 4, 0, 0}));
 }
 
 TEST_F(TurboEditTest, LowElevationWidensTheWideLaneLimit) {
@@ -124,49 +89,6 @@ TEST_F(TurboEditTest, LowElevationWidensTheWideLaneLimit) {
   EXPECT_EQ(slipBy(12.0), (Slips{3, 3, 0, 0}));
 }
 
-TEST_F(TurboEditTest, ThreeFrequenciesTellWhichOneSlipped) {
-  use("G05", {"L1", "L2", "L5"});
-  EXPECT_EQ(next(), (Slips{2, 2, 2, 0}));
-  settle();
-  for (int f = 0; f < 3; ++f) {
-    m_cycles[f] += 3.0;
-    Slips expected = kClean;
-    expected[static_cast<std::size_t>(f)] = 4;
-    EXPECT_EQ(next(), expected) << f;
-    EXPECT_EQ(next(), kClean);
-  }
-  m_cycles[0] += 7.0;
-  m_cycles[2] -= 2.0;
-  EXPECT_EQ(next(), (Slips{4, 4, 4, 0})) << "two slipped: no pair is clean";
-  settle();
-  // 0.1 m apart in opposite directions: only the pair of the two fails, and the third frequency,
-  // clean in both its pairs, shows that the votes contradict each other. The flags stay.
-  m_metres[0] += 0.1;
-  m_metres[1] -= 0.1;
-  EXPECT_EQ(next(), (Slips{4, 4, 0, 0}));
-}
-
-TEST_F(TurboEditTest, ThirdPairHasATighterWideLaneLimit) {
-  use("G05", {"L1", "L2", "L5"});
-  settle();
-  // One extra-wide-lane between L2 and L5 that no geometry-free test may see: 24 and 23 cycles.
-  m_cycles[1] += 24.0;
-  m_cycles[2] += 23.0;
-  m_metres[0] += 24.0 * kLight / m_freq[1];
-  const Slips slips = next();
-  EXPECT_GE(slips[1], 3);
-  EXPECT_GE(slips[2], 3);
-}
-
-TEST_F(TurboEditTest, FourFrequenciesStayInTheirRecords) {
-  use("E11", {"L1", "L6", "L7", "L5"});
-  EXPECT_EQ(next(), (Slips{2, 2, 2, 2}));
-  settle();
-  m_cycles[3] += 5.0;
-  EXPECT_EQ(next()[3], 4);
-  EXPECT_EQ(next(), kClean);
-}
-
 TEST_F(TurboEditTest, FastSamplingPredictsTheIonosphere) {
   use("G05", {"L1", "L2"});
   m_ionRate = 0.1 / (std::pow(m_freq[0] / m_freq[1], 2) - 1.0);  // 0.1 m/s geometry-free
@@ -179,18 +101,6 @@ TEST_F(TurboEditTest, FastSamplingPredictsTheIonosphere) {
   m_metres[0] += 0.4;
   EXPECT_EQ(next(1.0), (Slips{4, 4, 0, 0}));
   EXPECT_EQ(m_sm[0].m_rate.m_count, 0) << "a slip forgets the rate";
-}
-
-TEST_F(TurboEditTest, SlowSamplingComparesRawDifferences) {
-  use("G05", {"L1", "L2"});
-  m_ionRate = 0.01 / (std::pow(m_freq[0] / m_freq[1], 2) - 1.0);
-  settle(10, 10.0);
-  ASSERT_GT(m_sm[0].m_rate.m_count, 0);
-  // Limit at 10 s: 0.415 m; of it the drift takes 0.1
-  m_metres[0] += 0.30;
-  EXPECT_EQ(next(10.0), kClean);
-  m_metres[0] += 0.33;
-  EXPECT_EQ(next(10.0), (Slips{4, 4, 0, 0}));
 }
 
 TEST_F(TurboEditTest, OldRatesAndRepeatedEpochs) {
@@ -216,34 +126,6 @@ TEST_F(TurboEditTest, SingleFrequency) {
   m_hasCode = true;
   EXPECT_EQ(next(), kClean) << "an epoch without code leaves the arc";
   EXPECT_EQ(next(1201.0), (Slips{1, 0, 0, 0}));
-}
-
-TEST_F(TurboEditTest, StatusFileTellsWhatHappened) {
-  const std::string path = testing::TempDir() + "turboedit_stat";
-  Logtrace::s_defaultlogger.m_openLog(path);
-  Logtrace::s_setFiles(path.c_str(), "", false, 0);
-  use("G05", {"L1", "L2"});
-  settle();
-  m_cycles[0] += 10.0;
-  next();
-  m_elev = 5.0 * kDegToRad;
-  m_cycles[0] += 500.0;
-  EXPECT_NE(next(), kClean);
-  Logtrace::s_setFiles("", "", false, 0);
-  Logtrace::s_defaultlogger.m_closeLog(path);
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  const std::string log = text.str();
-  EXPECT_NE(log.find("-[SLIP]-[59025  30030.0] [STAN G05 L2] reset as new ambiguity since gap\n"),
-            std::string::npos)
-      << log;
-  EXPECT_NE(log.find("-[SLIP]-[59025  30180.0] [STAN G05 L1 L2] new ambiguity: (c) 10.00 vs (m)  3.00(mw) "
-                     "(c)  1.90 vs (m)  0.15(dtec)   60.00(elev)     30.0(dt)\n"),
-            std::string::npos)
-      << log;
-  EXPECT_EQ(log.find("5.00(elev)"), std::string::npos) << "low slips are not worth a line";
-  std::remove(path.c_str());
 }
 
 }  // namespace

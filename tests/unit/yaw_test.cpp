@@ -1,25 +1,19 @@
 // Yaw laws against series computed from the published steps: constant beta, circular orbit.
 
 #include <gtest/gtest.h>
-#include <json/json.h>
 
 #include <cmath>
-#include <fstream>
 #include <optional>
 
 #include "Core/Model/YawTurns.h"
+#include "support/reference_cases.h"
 
 namespace tarvio {
 namespace {
 
 constexpr double kDeg = 0.017453292519943295;
 
-Json::Value cases() {
-  std::ifstream in(GNX_TEST_DATA "/yaw_cases.json");
-  Json::Value root;
-  in >> root;
-  return root;
-}
+Json::Value cases() { return gnx_test::referenceCases("yaw_cases.json"); }
 
 double difference(double a, double b) { return std::abs(std::remainder(a - b, 360.0)); }
 

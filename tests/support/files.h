@@ -1,0 +1,68 @@
+#pragma once
+/// \file files.h
+/// Files of tests: a directory that goes away, reading and writing.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+inline void writeFile(const fs::path& path, const std::string& content) {
+  std::ofstream file(path, std::ios::binary);
+  file << content;
+  if (!file) throw std::runtime_error("cannot write " + path.string());
+}
+
+/// The whole file, unpacked; "" when there is none.
+inline std::string readFile(const fs::path& path) {
+  std::string text;
+  char buffer[65536];
+  if (gzFile file = gzopen(path.c_str(), "rb")) {
+    for (int n; (n = gzread(file, buffer, sizeof buffer)) > 0;)
+      text.append(buffer, static_cast<std::size_t>(n));
+    gzclose(file);
+  }
+  return text;
+}
+
+/// A directory that goes away with the object.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string name = (fs::temp_directory_path() / "gnx-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
+    m_path = name;
+  }
+  ~TemporaryDirectory() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  const fs::path& path() const { return m_path; }
+
+  std::string write(const std::string& name, const std::string& content) const {
+    writeFile(m_path / name, content);
+    return (m_path / name).string();
+  }
+
+ private:
+  fs::path m_path;
+};
+
+inline std::string realFile(const std::string& name) { return std::string(GNX_DATA_DIR) + "/" + name; }
+
+}  // namespace support
+
+/// Skips a test whose real data set is not there.
+#define GNX_REQUIRE_DATA(name) \
+  if (!std::filesystem::exists(support::realFile(name))) GTEST_SKIP() << "no " << support::realFile(name)

@@ -1,0 +1,66 @@
+// Fixes against the whole cycles of a simulation.
+
+#include "report/integer_check.h"
+
+#include <gtest/gtest.h>
+
+#include "support/files.h"
+
+namespace gnx {
+namespace {
+
+/// Epochs of half a minute; slips of G05 on its second signal at the third one.
+std::string truthText() {
+  std::string text = "sow_s,sat,azimuth_deg,ambiguities\n";
+  for (int k = 0; k < 6; ++k) {
+    const std::string sow = std::to_string(30 * k) + ".000,";
+    text += sow + "G02,1.0,1C:100 2W:40\n";
+    text += sow + "G05,2.0,1C:-7 2W:" + (k < 3 ? "5" : "6") + "\n";
+  }
+  return text;
+}
+
+IntegerSample sample(int epoch, const char* level, const char* slots, double value,
+                     std::optional<int> integer) {
+  return {fromWeek(2445, 30.0 * epoch), "G05", "G02", level, slots, value, integer};
+}
+
+TEST(IntegerCheck, DifferencesOfFrequenciesMustEqualTheTruthAndSingleOnesButForTurns) {
+  const support::TemporaryDirectory directory;
+  const auto truth = IntegerTruth::read(directory.write("truth.csv", truthText()));
+  ASSERT_TRUE(truth);
+  std::vector<IntegerSample> samples;
+  for (int k = 0; k < 6; ++k) {
+    // L1-L2: (-7 - 5) - (100 - 40) = -72, and -73 behind the slip.
+    const int wide = k < 3 ? -72 : -73;
+    samples.push_back(sample(k, "wl", "L1-L2", wide + 0.1, k == 4 ? wide + 1 : wide));
+    // L1: -7 - 100 = -107, half of the fixes of a wind-up that began one turn later and one by two.
+    samples.push_back(
+        sample(k, "n1", "L1", -106.2, k == 0 ? std::nullopt : std::optional(k == 5 ? -108 : -106)));
+  }
+  const IntegerCheck check = checkIntegers(samples, truth);
+  const LevelCheck &wide = check.levels.at("wl"), &narrow = check.levels.at("n1");
+  EXPECT_EQ(wide.checked, 6u);
+  EXPECT_EQ(wide.wrong, 1u);
+  EXPECT_EQ(narrow.candidates, 6u);
+  EXPECT_EQ(narrow.fixed, 5u);
+  EXPECT_EQ(narrow.wrong, 1u);
+  EXPECT_EQ(check.epochs, 6u);
+  EXPECT_EQ(check.wrongEpochs, 2u);
+  EXPECT_EQ(shareNearInteger(wide), 1.0);
+  EXPECT_EQ(shareNearInteger(narrow), 0.0) << "0.2 cycle off";
+  EXPECT_EQ(arcsNearInteger(narrow), 0u);
+}
+
+TEST(IntegerCheck, TwoTurnsAreNoWindUpAndWithoutTruthNothingIsWrong) {
+  const support::TemporaryDirectory directory;
+  const auto truth = IntegerTruth::read(directory.write("truth.csv", truthText()));
+  std::vector<IntegerSample> samples;
+  for (int k = 0; k < 6; ++k) samples.push_back(sample(k, "n1", "L1", -105.0, -105));
+  EXPECT_EQ(checkIntegers(samples, truth).levels.at("n1").wrong, 6u);
+  EXPECT_EQ(checkIntegers(samples, std::nullopt).levels.at("n1").checked, 0u);
+  EXPECT_FALSE(IntegerTruth::read(directory.path() / "absent.csv"));
+}
+
+}  // namespace
+}  // namespace gnx
