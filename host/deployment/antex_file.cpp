@@ -7,6 +7,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/text_reader.h"
 
@@ -161,6 +162,21 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
     }
     out << labelLine("", "END OF ANTENNA") << '\n';
   }
+}
+
+std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::filesystem::path& path,
+                                                             const TableTime& time) {
+  std::map<SatName, std::map<char, double>> heights;
+  for (const AntexBlock& block : readAntex(path)) {
+    if (!block.isSatellite() || !satelliteOf(block).validAt(time)) continue;
+    for (const AntexFrequency& frequency : block.frequencies)
+      for (const std::string& line : frequency.lines) {
+        if (!labelled(line, "NORTH / EAST / UP") || frequency.code.size() != 3) continue;
+        const auto z = parseReal(field(line, 20, 10));
+        if (z && frequency.code[0] == block.serial[0]) heights[block.serial][frequency.code[2]] = *z * 1e-3;
+      }
+  }
+  return heights;
 }
 
 SatelliteRecord satelliteOf(const AntexBlock& block) {

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,11 @@ struct AntexBlock {
 /// \throws InputError: not an ANTEX file, relative patterns, a block without end
 std::vector<AntexBlock> readAntex(const std::filesystem::path& path);
 void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const std::string& comment);
+
+/// Distances of satellites' phase centres from their centres of mass towards the Earth, m, by satellite and
+/// band digit, from the blocks that are valid at a time.
+std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::filesystem::path& path,
+                                                             const TableTime& time);
 
 /// The table row that a satellite's block describes.
 SatelliteRecord satelliteOf(const AntexBlock& block);

@@ -244,6 +244,7 @@ ReplayResult runReplay(const ReplayOptions& given) {
     borrowDeployment(options.deployment, dir);
   }
   plan.bands = deployedBands(dir);
+  plan.offsetFreeBiases = (plan.offsetFreeBiases || plan.wideLaneBiases) && deployedToMassCentre(dir);
   if (options.reference) plan.reference = options.reference;
   if (!plan.referenceFile.empty()) plan.referenceFile = fs::absolute(plan.referenceFile).string();
   const ReferencePath path =

@@ -78,6 +78,19 @@ char bandOf(const std::string& word) {
   return word.size() == 2 ? word[1] : ' ';
 }
 
+/// A text of the object "common" without its comment.
+std::string deployedText(const std::filesystem::path& deployment, const std::string& key) {
+  const auto file = deployment / "ppp.json";
+  const Json::Value root = parseFile(file);
+  const Json::Value& common = root["common"];
+  if (!common.isObject() || !common[key].isString()) {
+    throw InputError(file.string(), 0,
+                     "has no text common." + key + "; write the deployment anew with 'gnx init'");
+  }
+  const std::string text = common[key].asString();
+  return text.substr(0, text.find_first_of("!#"));
+}
+
 }  // namespace
 
 void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
@@ -91,6 +104,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["availability"] = plan.availability;
   root["broadcastOnly"] = plan.broadcastOnly;
   root["wideLaneBiases"] = plan.wideLaneBiases;
+  root["offsetFreeBiases"] = plan.offsetFreeBiases;
   root["phaseOffsets"] = plan.phaseOffsets;
   root["mode"] = plan.mode;
   root["interval"] = plan.interval;
@@ -136,6 +150,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.availability = root["availability"].asString();
     plan.broadcastOnly = root["broadcastOnly"].asBool();
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();
+    plan.offsetFreeBiases = root["offsetFreeBiases"].asBool();
     plan.phaseOffsets = root["phaseOffsets"].asString();
     plan.mode = root["mode"].asString();
     plan.interval = root["interval"].asDouble();
@@ -166,18 +181,13 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
   }
 }
 
+bool deployedToMassCentre(const std::filesystem::path& deployment) {
+  return deployedText(deployment, "refpoint").find("CoM") != std::string::npos;
+}
+
 std::map<char, std::string> deployedBands(const std::filesystem::path& deployment) {
-  const auto file = deployment / "ppp.json";
-  const Json::Value root = parseFile(file);
-  const Json::Value& common = root["common"];
-  if (!common.isObject() || !common["freqobs"].isString()) {
-    throw InputError(file.string(), 0,
-                     "has no text common.freqobs; write the deployment anew with 'gnx init'");
-  }
-  std::string text = common["freqobs"].asString();
-  text = text.substr(0, text.find_first_of("!#"));
   std::map<char, std::string> bands;
-  std::istringstream words(text);
+  std::istringstream words(deployedText(deployment, "freqobs"));
   for (std::string word; words >> word;) {
     const auto colon = word.find(':');
     const char system = systemOf(word.substr(0, colon));

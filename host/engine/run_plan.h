@@ -19,6 +19,7 @@ struct RunPlan {
   std::string availability;                     ///< delivery times of SSR blocks, "" = at once
   bool broadcastOnly = false;                   ///< zero corrections on broadcast orbits
   bool wideLaneBiases = false;                  ///< phase biases from the clock file's wide-lanes
+  bool offsetFreeBiases = false;                ///< phase biases know no satellite antenna offsets
   std::string phaseOffsets;                     ///< file of narrow-lane offsets of satellites, "" = none
   std::string mode = "static";
   double interval = 30.0;  ///< s
@@ -46,5 +47,9 @@ RunPlan readRunPlan(const std::filesystem::path& file);
 /// Band digits by system letter that a deployment observes ("freqobs" of its "ppp.json"), in the
 /// engine's numbering (BeiDou B1I is 2, B3I is 6). Throws InputError.
 std::map<char, std::string> deployedBands(const std::filesystem::path& deployment);
+
+/// Whether a deployment's orbits refer to the centre of mass, so that the engine applies satellite antenna
+/// offsets. Throws InputError.
+bool deployedToMassCentre(const std::filesystem::path& deployment);
 
 }  // namespace gnx

@@ -9,7 +9,9 @@
 #include <iostream>
 #include <memory>
 
+#include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
+#include "deployment/antex_file.h"
 #include "deployment/satellite_table.h"
 #include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
@@ -217,6 +219,8 @@ void runWorker() {
   const SignalPlan signals(request);
   std::vector<std::string> notes;
   auto source = makeSource(plan, first, timeline, notes);
+  if (plan.offsetFreeBiases)
+    source = makeOffsetFreeSource(std::move(source), phaseCentreHeights("antenna.atx", tableTime(first)));
   std::cerr << signals.describe();
   for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
   for (const std::string& note : notes) std::cerr << "note: " << note << '\n';

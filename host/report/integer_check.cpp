@@ -36,7 +36,32 @@ std::optional<double> trueCycles(const IntegerTruth& truth, const IntegerSample&
   return bands.empty() ? std::nullopt : std::optional(sum);
 }
 
+/// Values of one arc: level, satellite, reference; the arc ends with a gap or a leap.
 using Pair = std::tuple<std::string, SatName, SatName>;
+constexpr double kLongestGap = 900.0;  // s, after which the engine starts an ambiguity anew
+constexpr double kLeap = 0.75;         // cycles
+
+struct OpenArc {
+  GpsTime last;
+  double value = 0.0, sum = 0.0;
+  std::size_t count = 0;
+
+  bool goesOn(const IntegerSample& s) const {
+    return count > 0 && s.time - last <= kLongestGap && std::abs(s.value - value) <= kLeap;
+  }
+  void add(const IntegerSample& s) {
+    last = s.time;
+    value = s.value;
+    sum += s.value;
+    ++count;
+  }
+  void endIn(std::vector<IntegerArc>& arcs) {
+    if (count == 0) return;
+    const double mean = sum / static_cast<double>(count);
+    arcs.push_back({mean - std::round(mean), count});
+    *this = {};
+  }
+};
 
 /// An arc of a satellite: its true cycles tell it from others.
 using SatelliteArc = std::pair<SatName, double>;
@@ -143,15 +168,15 @@ IntegerCheck checkIntegers(const std::vector<IntegerSample>& samples,
   check.hasTruth = truth.has_value();
   std::map<SatelliteArc, double> turns;
   if (truth) turns = turnsOfArcs(samples, *truth);
-  std::map<Pair, std::pair<double, std::size_t>> sums;
+  std::map<Pair, OpenArc> open;
   std::set<double> fixedEpochs, wrongEpochs;
   for (const IntegerSample& s : samples) {
     LevelCheck& level = check.levels[s.level];
     ++level.candidates;
     level.fractions.push_back(s.value - std::round(s.value));
-    auto& [sum, count] = sums[{s.level, s.satellite, s.reference}];
-    sum += s.value;
-    ++count;
+    OpenArc& arc = open[{s.level, s.satellite, s.reference}];
+    if (!arc.goesOn(s)) arc.endIn(level.arcs);
+    arc.add(s);
     if (!s.integer) continue;
     ++level.fixed;
     const double second = s.time - samples.front().time;
@@ -164,10 +189,7 @@ IntegerCheck checkIntegers(const std::vector<IntegerSample>& samples,
     ++level.wrong;
     wrongEpochs.insert(second);
   }
-  for (const auto& [pair, value] : sums) {
-    const double mean = value.first / static_cast<double>(value.second);
-    check.levels[std::get<0>(pair)].arcs.push_back({mean - std::round(mean), value.second});
-  }
+  for (auto& [pair, arc] : open) arc.endIn(check.levels[std::get<0>(pair)].arcs);
   check.epochs = fixedEpochs.size();
   check.wrongEpochs = wrongEpochs.size();
   return check;

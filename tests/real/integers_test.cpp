@@ -4,6 +4,8 @@
 #include <fstream>
 
 #include "calibrate/narrow_lanes.h"
+#include "report/integer_check.h"
+#include "report/run_files.h"
 #include "support/real_data.h"
 
 namespace gnx::test {
@@ -28,6 +30,9 @@ TEST_F(EsbcIntegers, BeatFloatWithOffsetsOfTheOtherHalfOfTheDay) {
   ReplayOptions morning = run("morning", "static", true);
   morning.plan.to = noon;
   runReplay(morning);
+  auto check = checkIntegers(readRunFiles(morning.outDir).integers, std::nullopt);
+  const LevelCheck& wide = check.levels.at("wl");
+  EXPECT_GT(static_cast<double>(arcsNearInteger(wide)), 0.9 * static_cast<double>(wide.arcs.size()));
   const auto file = directory.path() / "offsets.csv";
   std::ofstream(file) << phaseOffsetsText(narrowLaneOffsets(readNarrowLanes(morning.outDir, {}, {})));
 

@@ -6,6 +6,7 @@
 
 #include "corrections/bias_table.h"
 #include "corrections/broadcast_orbit.h"
+#include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "support/host_files.h"
 
@@ -121,6 +122,25 @@ TEST(WideLaneBiases, ShiftTheWideLaneAndNothingElse) {
     EXPECT_NEAR(b1 * f1 / kLightSpeed - b2 * f2 / kLightSpeed, cycles, 1e-12);
     EXPECT_NEAR((f1 * f1 * b1 - f2 * f2 * b2) / (f1 * f1 - f2 * f2), 0.0, 1e-12);
   }
+}
+
+// Offsets added to codes and phases, as the engine's model does, must leave the biased wide-lane where it
+// was without them, within what a constant can do from the zenith to the horizon.
+TEST(WideLaneBiases, MakeUpForOffsetsThatDifferBetweenFrequencies) {
+  auto biases = gnx::phaseBiasesOf({{"E05", {0.17, '1', '5'}}})[0];
+  const double plain = valueOf(biases.phase, "1C");
+  const double z1 = 0.72610, z2 = 0.61715, f1 = 1575.42e6, f2 = 1176.45e6;
+  gnx::makeUpForOffsets(biases, {{'1', z1}, {'5', z2}});
+  const double b1 = valueOf(biases.phase, "1C"), b2 = valueOf(biases.phase, "5Q");
+  EXPECT_NEAR((f1 * f1 * b1 - f2 * f2 * b2) / (f1 * f1 - f2 * f2), 0.0, 1e-12);
+  for (const double nadir : {0.0, 12.4}) {
+    const double d1 = z1 * std::cos(nadir / 57.29577951308232), d2 = d1 * z2 / z1;
+    const double wideLane = (f1 * (d1 + b1) - f2 * (d2 + b2)) / (f1 - f2) - (f1 * d1 + f2 * d2) / (f1 + f2);
+    EXPECT_NEAR(wideLane / (kLightSpeed / (f1 - f2)), 0.17, 0.01) << nadir;
+  }
+  gnx::makeUpForOffsets(biases, {{'1', 0.7}});  // no second offset: nothing to make up for
+  EXPECT_EQ(valueOf(biases.phase, "1C"), b1);
+  EXPECT_GT(std::abs(b1 - plain), 0.2);
 }
 
 TEST(WideLaneBiases, AgreeWithAnIndependentConversion) {

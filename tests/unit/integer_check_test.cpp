@@ -62,5 +62,17 @@ TEST(IntegerCheck, TwoTurnsAreNoWindUpAndWithoutTruthNothingIsWrong) {
   EXPECT_FALSE(IntegerTruth::read(directory.path() / "absent.csv"));
 }
 
+TEST(IntegerCheck, ArcsEndWithGapsAndLeaps) {
+  std::vector<IntegerSample> samples;
+  for (int k = 0; k < 4; ++k) samples.push_back(sample(k, "wl", "L1-L2", k < 2 ? 5.1 : 8.1, std::nullopt));
+  for (int k = 40; k < 43; ++k) samples.push_back(sample(k, "wl", "L1-L2", 8.4, std::nullopt));
+  const auto check = checkIntegers(samples, std::nullopt);
+  const LevelCheck& level = check.levels.at("wl");
+  ASSERT_EQ(level.arcs.size(), 3u);
+  EXPECT_EQ(arcsNearInteger(level), 2u);
+  EXPECT_NEAR(level.arcs[0].mean, 0.1, 1e-12);
+  EXPECT_EQ(level.arcs[2].count, 3u);
+}
+
 }  // namespace
 }  // namespace gnx

@@ -1,0 +1,61 @@
+#include "corrections/offset_free_biases.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "corrections/signals.h"
+
+namespace gnx {
+
+namespace {
+
+/// Of the nadir angles under which satellites of these orbits are seen, 0 to 14 degrees.
+constexpr double kMeanCosNadir = 0.985;
+
+class OffsetFreeSource : public CorrectionSource {
+ public:
+  OffsetFreeSource(std::unique_ptr<CorrectionSource> source, PhaseCentreHeights heights)
+      : m_source(std::move(source)), m_heights(std::move(heights)) {}
+
+  bool next(CorrectionBatch& batch) override {
+    if (!m_source->next(batch)) return false;
+    if (!batch.newBiases) return true;
+    for (SatBiases& biases : batch.biases) {
+      const auto heights = m_heights.find(biases.sat);
+      if (heights != m_heights.end()) makeUpForOffsets(biases, heights->second);
+    }
+    return true;
+  }
+
+ private:
+  std::unique_ptr<CorrectionSource> m_source;
+  PhaseCentreHeights m_heights;
+};
+
+}  // namespace
+
+void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights) {
+  if (biases.phase.empty()) return;
+  const auto band = [](const SsrBias& b) { return b.signal[0]; };
+  const char first = band(biases.phase.front());
+  const auto other = std::find_if(biases.phase.begin(), biases.phase.end(),
+                                  [&](const SsrBias& b) { return band(b) != first; });
+  if (other == biases.phase.end()) return;
+  const char second = band(*other);
+  const auto z1 = heights.find(first), z2 = heights.find(second);
+  const auto f1 = carrierFrequency(biases.sat[0], first), f2 = carrierFrequency(biases.sat[0], second);
+  if (z1 == heights.end() || z2 == heights.end() || !f1 || !f2 || *f1 == *f2) return;
+  // metres of wide-lane; as in phaseBiasesOf, with the opposite sign
+  const double shift = 2.0 * *f1 * *f2 / (*f1 * *f1 - *f2 * *f2) * (z1->second - z2->second) * kMeanCosNadir;
+  for (SsrBias& bias : biases.phase) {
+    if (band(bias) == first) bias.value += *f2 / *f1 * shift;
+    if (band(bias) == second) bias.value += *f1 / *f2 * shift;
+  }
+}
+
+std::unique_ptr<CorrectionSource> makeOffsetFreeSource(std::unique_ptr<CorrectionSource> source,
+                                                       PhaseCentreHeights heights) {
+  return std::make_unique<OffsetFreeSource>(std::move(source), std::move(heights));
+}
+
+}  // namespace gnx
