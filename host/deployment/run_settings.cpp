@@ -1,30 +1,13 @@
 /// \file run_settings.cpp
 /// "gnx.json": what the host passes to the engine by argument.
 
-#include <json/json.h>
-
 #include <cmath>
-#include <fstream>
 
 #include "deployment/deployment.h"
 #include "formats/input_error.h"
+#include "formats/json_file.h"
 
 namespace gnx {
-
-namespace {
-
-Json::Value toJson(const std::array<double, 3>& v) {
-  Json::Value list(Json::arrayValue);
-  for (double x : v) list.append(x);
-  return list;
-}
-
-std::array<double, 3> toVector(const Json::Value& list) {
-  if (list.size() != 3) throw Json::RuntimeError("three numbers expected");
-  return {list[0].asDouble(), list[1].asDouble(), list[2].asDouble()};
-}
-
-}  // namespace
 
 void writeRunSettings(const std::filesystem::path& dir, const RunSettings& settings) {
   Json::Value root;
@@ -35,23 +18,12 @@ void writeRunSettings(const std::filesystem::path& dir, const RunSettings& setti
   root["antenna"] = settings.antenna;
   root["position_m"] = toJson(settings.position_m);
   if (settings.hasAntennaDelta) root["antenna_delta_enu_m"] = toJson(settings.antennaDelta_m);
-  const auto file = dir / "gnx.json";
-  Json::StreamWriterBuilder builder;
-  builder["precision"] = 17;
-  std::ofstream out(file);
-  out << Json::writeString(builder, root) << '\n';
-  if (!out.flush())
-    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+  writeJsonFile(dir / "gnx.json", root);
 }
 
 RunSettings readRunSettings(const std::filesystem::path& dir) {
   const auto file = dir / "gnx.json";
-  std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened; write a deployment with 'gnx init' first");
-  Json::Value root;
-  std::string errors;
-  if (!Json::parseFromStream(Json::CharReaderBuilder(), in, &root, &errors))
-    throw InputError(file.string(), 0, errors);
+  const Json::Value root = readJsonFile(file);
   RunSettings s;
   try {
     s.mode = root.get("mode", s.mode).asString();

@@ -1,28 +1,13 @@
 #include "engine/run_plan.h"
 
-#include <json/json.h>
-
-#include <fstream>
 #include <sstream>
 
 #include "formats/input_error.h"
+#include "formats/json_file.h"
 
 namespace gnx {
 
 namespace {
-
-Json::Value parseFile(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened; write a deployment with 'gnx init' first");
-  Json::CharReaderBuilder builder;
-  builder["collectComments"] = false;
-  Json::Value root;
-  std::string errors;
-  if (!Json::parseFromStream(builder, in, &root, &errors) || !root.isObject()) {
-    throw InputError(file.string(), 0, "is not a JSON object: " + errors);
-  }
-  return root;
-}
 
 Json::Value toJson(const std::vector<std::string>& list) {
   Json::Value array(Json::arrayValue);
@@ -34,16 +19,6 @@ std::vector<std::string> toStrings(const Json::Value& array) {
   std::vector<std::string> list;
   for (const Json::Value& item : array) list.push_back(item.asString());
   return list;
-}
-
-Json::Value toJson(const std::array<double, 3>& v) {
-  Json::Value array(Json::arrayValue);
-  for (const double x : v) array.append(x);
-  return array;
-}
-
-std::array<double, 3> toVector(const Json::Value& array) {
-  return {array[0].asDouble(), array[1].asDouble(), array[2].asDouble()};
 }
 
 Json::Value toJson(const GpsTime& t) {
@@ -81,7 +56,7 @@ char bandOf(const std::string& word) {
 /// A text of the object "common" without its comment.
 std::string deployedText(const std::filesystem::path& deployment, const std::string& key) {
   const auto file = deployment / "ppp.json";
-  const Json::Value root = parseFile(file);
+  const Json::Value root = readJsonFile(file);
   const Json::Value& common = root["common"];
   if (!common.isObject() || !common[key].isString()) {
     throw InputError(file.string(), 0,
@@ -128,17 +103,11 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["details"] = plan.details;
   if (plan.reference) root["reference"] = toJson(*plan.reference);
   root["referenceFile"] = plan.referenceFile;
-
-  Json::StreamWriterBuilder builder;
-  builder["precision"] = 17;
-  std::ofstream out(file);
-  out << Json::writeString(builder, root) << '\n';
-  if (!out.flush())
-    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+  writeJsonFile(file, root);
 }
 
 RunPlan readRunPlan(const std::filesystem::path& file) {
-  const Json::Value root = parseFile(file);
+  const Json::Value root = readJsonFile(file);
   try {
     RunPlan plan;
     plan.obs = toStrings(root["obs"]);

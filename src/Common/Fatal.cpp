@@ -8,14 +8,30 @@
 
 namespace tarvio {
 
-void s_fatal(const char* function, int line, const char* format, ...) {
+namespace {
+
+/// On the console with "[function,line]:", in the status log without.
+void s_tell(const char* function, int line, const char* format, va_list args) {
   char text[8192];
-  va_list args;
-  va_start(args, format);
   std::vsnprintf(text, sizeof text, format, args);
-  va_end(args);
   Logtrace::m_logPrint("[%s,%d]:%s", function, line, text);
   Logtrace::m_logStatInfo("%s", text);
+}
+
+}  // namespace
+
+void s_note(const char* function, int line, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  s_tell(function, line, format, args);
+  va_end(args);
+}
+
+void s_fatal(const char* function, int line, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  s_tell(function, line, format, args);
+  va_end(args);
   s_exitByCode(function, line);
 }
 

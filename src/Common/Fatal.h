@@ -1,8 +1,11 @@
 #pragma once
 /// \file Fatal.h
-/// The one way by which the library ends the process.
+/// Messages of the configuration, and the one way by which the library ends the process.
 
 namespace tarvio {
+
+/// A message that does not end it: console with "[function,line]:", status log without.
+void s_note(const char* function, int line, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 /// Logs the message with "[function,line]:" on the console and without it in the status log, then
 /// the exit pair, flushes, and ends the process with status 1.

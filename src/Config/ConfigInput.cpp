@@ -3,13 +3,10 @@
 #include <json/json.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <fstream>
 #include <stdexcept>
 
 #include "Common/ComString.h"
-#include "Common/Logtrace.h"
 #include "Common/TextScan.h"
 
 namespace tarvio {
@@ -71,16 +68,6 @@ std::vector<std::string> s_fields(std::string_view text, char separator) {
     text.remove_prefix(std::min(end + 1, text.size()));
   }
   return fields;
-}
-
-void s_note(const char* function, int line, const char* format, ...) {
-  char text[4096];
-  va_list args;
-  va_start(args, format);
-  std::vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  Logtrace::m_logPrint("[%s,%d]:%s", function, line, text);
-  Logtrace::m_logStatInfo("%s", text);
 }
 
 }  // namespace tarvio

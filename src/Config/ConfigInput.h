@@ -29,7 +29,4 @@ std::vector<std::string> s_words(std::string_view value);
 /// Non-empty fields between separators.
 std::vector<std::string> s_fields(std::string_view text, char separator);
 
-/// A message that does not end the load: console with "[function,line]:", status log without.
-void s_note(const char* function, int line, const char* format, ...) __attribute__((format(printf, 3, 4)));
-
 }  // namespace tarvio

@@ -11,6 +11,7 @@
 
 #include "Common/ComStat.h"
 #include "Core/Ambfix/Pflambda.h"
+#include "Core/Ambfix/SubsetSearch.h"
 
 namespace gnx_test {
 
@@ -65,6 +66,30 @@ inline std::vector<int> byVariance(const AmbiguityProblem& p) {
   };
   std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) { return variance(a) < variance(b); });
   return rows;
+}
+
+/// The search over subsets of a problem whose best and second best integers are known; `worst` and the
+/// vectors must outlive it.
+inline tarvio::SubsetProblem subsetProblem(const AmbiguityProblem& p, const std::vector<int>& worst,
+                                           const std::vector<double>& best, const std::vector<double>& second,
+                                           double crit) {
+  tarvio::SubsetProblem problem;
+  problem.n = p.n;
+  problem.Q = p.Q.data();
+  problem.x = p.x.data();
+  problem.worst = worst.data();
+  problem.maxdrop = std::min(p.n, std::max(8, (p.n + 2) / 3));
+  problem.crit = crit;
+  problem.sigma = p.sigma;
+  problem.best = best.data();
+  problem.second = second.data();
+  return problem;
+}
+
+/// Rows by falling variance.
+inline std::vector<int> worstFirst(const AmbiguityProblem& p) {
+  const std::vector<int> sorted = byVariance(p);
+  return {sorted.rbegin(), sorted.rend()};
 }
 
 struct PlainResult {

@@ -186,19 +186,9 @@ class PartialResolution : public FailureRate {
 
   static tarvio::SubsetResult s_fast(const AmbiguityProblem& p, double crit, const RatioTable* table,
                                      std::vector<double> best, std::vector<double> second, long& searches) {
-    const std::vector<int> sorted = gnx_test::byVariance(p);
-    const std::vector<int> worst(sorted.rbegin(), sorted.rend());
-    tarvio::SubsetProblem problem;
-    problem.n = p.n;
-    problem.Q = p.Q.data();
-    problem.x = p.x.data();
-    problem.worst = worst.data();
-    problem.maxdrop = std::min(p.n, std::max(8, (p.n + 2) / 3));
-    problem.crit = crit;
-    problem.sigma = p.sigma;
+    const std::vector<int> worst = gnx_test::worstFirst(p);
+    tarvio::SubsetProblem problem = gnx_test::subsetProblem(p, worst, best, second, crit);
     problem.table = table;
-    problem.best = best.data();
-    problem.second = second.data();
     tarvio::SubsetSearch search(problem);
     const tarvio::SubsetResult result = search.run();
     searches += search.searches();

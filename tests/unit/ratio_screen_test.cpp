@@ -61,18 +61,8 @@ TEST(RatioScreen, WorkOnHopelessLevelsIsBounded) {
     EXPECT_LE(screen.m_visits(), RatioScreen::kMaxVisits + 20'000);
     std::vector<double> best(p.x.size()), second(p.x.size());
     if (!screen.m_vectors(best.data(), second.data())) continue;
-    const std::vector<int> sorted = gnx_test::byVariance(p);
-    const std::vector<int> worst(sorted.rbegin(), sorted.rend());
-    tarvio::SubsetProblem problem;
-    problem.n = p.n;
-    problem.Q = p.Q.data();
-    problem.x = p.x.data();
-    problem.worst = worst.data();
-    problem.maxdrop = 14;
-    problem.crit = 3.0;
-    problem.best = best.data();
-    problem.second = second.data();
-    tarvio::SubsetSearch search(problem);
+    const std::vector<int> worst = gnx_test::worstFirst(p);
+    tarvio::SubsetSearch search(gnx_test::subsetProblem(p, worst, best, second, 3.0));
     search.run();
     EXPECT_LE(search.searches(), 20) << "of 16,383 subsets";
   }

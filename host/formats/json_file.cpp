@@ -1,0 +1,41 @@
+#include "formats/json_file.h"
+
+#include <fstream>
+
+#include "formats/input_error.h"
+
+namespace gnx {
+
+Json::Value readJsonFile(const std::filesystem::path& file) {
+  std::ifstream in(file);
+  if (!in) throw InputError(file.string(), 0, "cannot be opened; write a deployment with 'gnx init' first");
+  Json::CharReaderBuilder builder;
+  builder["collectComments"] = false;
+  Json::Value root;
+  std::string errors;
+  if (!Json::parseFromStream(builder, in, &root, &errors) || !root.isObject())
+    throw InputError(file.string(), 0, "is not a JSON object: " + errors);
+  return root;
+}
+
+void writeJsonFile(const std::filesystem::path& file, const Json::Value& root) {
+  Json::StreamWriterBuilder builder;
+  builder["precision"] = 17;
+  std::ofstream out(file);
+  out << Json::writeString(builder, root) << '\n';
+  if (!out.flush())
+    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+}
+
+Json::Value toJson(const std::array<double, 3>& v) {
+  Json::Value list(Json::arrayValue);
+  for (const double x : v) list.append(x);
+  return list;
+}
+
+std::array<double, 3> toVector(const Json::Value& list) {
+  if (!list.isArray() || list.size() != 3) throw Json::RuntimeError("three numbers expected");
+  return {list[0].asDouble(), list[1].asDouble(), list[2].asDouble()};
+}
+
+}  // namespace gnx

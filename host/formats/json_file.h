@@ -1,0 +1,21 @@
+#pragma once
+/// \file json_file.h
+/// JSON files of this program's own: read and written whole.
+
+#include <json/json.h>
+
+#include <array>
+#include <filesystem>
+
+namespace gnx {
+
+/// Throws InputError: no file, no JSON object.
+Json::Value readJsonFile(const std::filesystem::path& file);
+/// Throws InputError when it cannot be written.
+void writeJsonFile(const std::filesystem::path& file, const Json::Value& root);
+
+Json::Value toJson(const std::array<double, 3>& v);
+/// Throws Json::Exception unless the value holds three numbers.
+std::array<double, 3> toVector(const Json::Value& list);
+
+}  // namespace gnx
