@@ -278,6 +278,9 @@ ReplayResult runReplay(const ReplayOptions& given) {
               << formatAccount(result.account) << "\nepochs read         " << result.epochsRead
               << "\nresults             " << options.outDir.string() << std::endl;
   }
+  if (2 * result.summary.solved < result.summary.epochs && !result.account.empty())
+    std::cerr << "warning: " << result.summary.solved << " of " << result.summary.epochs
+              << " epochs have a position; " << adviceOn(result.account) << '\n';
   if (options.report) {
     const fs::path page = writeReport(dir, {});
     if (!options.quiet) std::cout << "report              " << page.string() << std::endl;

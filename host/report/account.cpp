@@ -1,5 +1,6 @@
 #include "report/account.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -44,6 +45,26 @@ constexpr std::pair<const char*, const char*> kReasons[] = {
     {"noroom", "more satellites than the filter holds"},
     {"epoch", "fewer than five satellites in every system"},
     {"norow", "left out by the combination"},
+};
+
+/// What helps where a reason takes most of the values.
+constexpr std::pair<const char*, const char*> kRemedies[] = {
+    {"excluded", "name fewer satellites with --exclude"},
+    {"notconfigured", "the satellite table does not cover the date or the systems: 'gnx init' writes one"},
+    {"noslot", "choose the receiver's bands with --freqobs and --freqused"},
+    {"partner", "choose signals that the receiver has on two frequencies with --signals"},
+    {"nobias", "the corrections have no code bias for these signals: choose others with --signals"},
+    {"nocorrection",
+     "the corrections, or the messages to which they refer, do not cover the time or the systems: check the "
+     "dates of the files and --systems"},
+    {"noorbit", "the corrections hold other satellites: check the files and --systems"},
+    {"nomessage", "give the navigation file of the same day with --nav"},
+    {"noissue", "give the navigation file to which the corrections refer with --nav"},
+    {"noposition", "give an approximate position with --position"},
+    {"lowelev", "the elevation mask is high, or the a-priori position wrong: see --cutoff and --position"},
+    {"range",
+     "an a-priori position that is off by more than 50 m does this: leave --position out, or correct it"},
+    {"epoch", "five satellites of one system are the least; see --systems and --cutoff"},
 };
 
 std::optional<long> parseCount(std::string_view text) {
@@ -154,6 +175,20 @@ std::string describeReason(const std::string& keyword) {
   for (const auto& [name, text] : kReasons)
     if (keyword == name) return text;
   return keyword;
+}
+
+std::string adviceOn(const RunAccount& account) {
+  SystemAccount total = totalOf(account);
+  total.reasons.erase("notick");  // wanted
+  if (total.in == 0)
+    return "the receiver gave no value of the planned signals; choose signals with --signals and --freqobs";
+  const auto most = std::max_element(total.reasons.begin(), total.reasons.end(),
+                                     [](const auto& a, const auto& b) { return a.second < b.second; });
+  if (most == total.reasons.end()) return "";
+  std::string text = "most values were left out for one reason: " + describeReason(most->first);
+  for (const auto& [keyword, remedy] : kRemedies)
+    if (most->first == keyword) text += "; " + std::string(remedy);
+  return text;
 }
 
 std::string formatAccount(const RunAccount& account) {

@@ -48,6 +48,10 @@ std::vector<std::string> reasonsOf(const RunAccount& account);
 /// What a keyword means, for people; the keyword itself when it is unknown.
 std::string describeReason(const std::string& keyword);
 
+/// What to do about the reason that took the most values, or the lack of any: a sentence for a run in which
+/// few epochs have a solution.
+std::string adviceOn(const RunAccount& account);
+
 /// A table for a terminal, lines ended; columns are the systems and the total.
 std::string formatAccount(const RunAccount& account);
 

@@ -75,6 +75,8 @@ TEST_F(ReportFiles, AccountJoinsTheLastTotalsOfTheEngineWithTheHostsCounts) {
   const std::string table = formatAccount(account);
   EXPECT_THAT(table, HasSubstr("not explained"));
   EXPECT_THAT(table, HasSubstr("below the elevation mask"));
+  EXPECT_THAT(adviceOn(account), HasSubstr("excluded by --exclude; name fewer")) << "8 of 20 left out";
+  EXPECT_THAT(adviceOn({}), HasSubstr("--signals"));
   EXPECT_EQ(systemsOf(account), (std::vector<char>{'G', 'E'})) << "GLONASS has no planned signal";
 
   writeAccount(dir / "account.csv", account);
