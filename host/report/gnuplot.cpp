@@ -159,7 +159,8 @@ std::string standaloneSvg(const std::string& element) {
   if (!element.starts_with(kOpen) || head == std::string::npos) return element;
   return "<svg xmlns=\"http://www.w3.org/2000/svg\" color=\"#26323e\" " +
          element.substr(kOpen.size(), head + 1 - kOpen.size()) +
-         "<style>svg{background:#fff}text{font:11px sans-serif}</style>" + element.substr(head + 1);
+         "<style>text{font:11px sans-serif}</style><rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>" +
+         element.substr(head + 1);
 }
 
 Gnuplot::Gnuplot(const std::string& program) : program_(program.empty() ? findProgram() : program) {
