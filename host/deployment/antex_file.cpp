@@ -82,8 +82,8 @@ AntexBlock readBlock(TextReader& in) {
     } else if (labelled(line, "END OF FREQUENCY")) {
       frequency = nullptr;
     } else if (frequency != nullptr) {
-      if (labelled(line, "NORTH / EAST / UP") || line.starts_with("   NOAZI"))
-        frequency->lines.emplace_back(line);
+      const bool kept = labelled(line, "NORTH / EAST / UP") || line.starts_with("   NOAZI");
+      (kept ? frequency->lines : frequency->azimuthRows).emplace_back(line);
     } else {
       if (labelled(line, "TYPE / SERIAL NO")) {
         block.type = field(line, 0, 20);
@@ -96,7 +96,7 @@ AntexBlock readBlock(TextReader& in) {
       } else if (labelled(line, "VALID UNTIL")) {
         block.until = validity(line);
       }
-      block.head.push_back(labelled(line, "DAZI") ? labelLine("     0.0", "DAZI") : std::string(line));
+      block.head.emplace_back(line);
     }
   }
   in.failAtEnd("an antenna has no END OF ANTENNA: the file is cut short, fetch it again");
@@ -122,6 +122,12 @@ bool AntexBlock::isSatellite() const {
   return serial.size() == 3 && std::isupper(static_cast<unsigned char>(serial[0])) &&
          std::isdigit(static_cast<unsigned char>(serial[1])) &&
          std::isdigit(static_cast<unsigned char>(serial[2]));
+}
+
+void AntexBlock::dropAzimuthRows() {
+  for (AntexFrequency& frequency : frequencies) frequency.azimuthRows.clear();
+  for (std::string& line : head)
+    if (labelled(line, "DAZI")) line = labelLine("     0.0", "DAZI");
 }
 
 const AntexFrequency* AntexBlock::find(const std::string& code) const {
@@ -158,6 +164,7 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
     for (const AntexFrequency& f : block.frequencies) {
       out << labelLine("   " + f.code, "START OF FREQUENCY") << '\n';
       for (const std::string& line : f.lines) out << line << '\n';
+      for (const std::string& line : f.azimuthRows) out << line << '\n';
       out << labelLine("   " + f.code, "END OF FREQUENCY") << '\n';
     }
     out << labelLine("", "END OF ANTENNA") << '\n';
@@ -209,7 +216,7 @@ AntexBlock nominalBlock(const SatelliteRecord& satellite, std::string_view offse
       continue;
     char offsets[64];
     std::snprintf(offsets, sizeof offsets, "%10.2f%10.2f%10.2f", x, y, z);
-    block.frequencies.push_back({code, {labelLine(offsets, "NORTH / EAST / UP")}});
+    block.frequencies.push_back({code, {labelLine(offsets, "NORTH / EAST / UP")}, {}});
   }
   const auto time = [](const TableTime& t) {
     char text[64];

@@ -1,7 +1,8 @@
 #pragma once
 /// \file antex_file.h
-/// Antenna blocks in the ANTEX 1.4 format, read and written as far as offsets go: the engine applies
-/// phase-centre offsets and no patterns, so azimuth rows and RMS sections are dropped.
+/// Antenna blocks in the ANTEX 1.4 format, read and written without RMS sections. The engine applies
+/// phase-centre offsets and no patterns; patterns are for the host. Azimuth rows make up most of a file:
+/// a deployment keeps those of its own receiver antenna alone.
 
 #include <filesystem>
 #include <iosfwd>
@@ -15,7 +16,8 @@ namespace gnx {
 
 struct AntexFrequency {
   std::string code;                ///< "G01"
-  std::vector<std::string> lines;  ///< between START and END OF FREQUENCY
+  std::vector<std::string> lines;  ///< between START and END OF FREQUENCY, without azimuth rows
+  std::vector<std::string> azimuthRows;
 };
 
 struct AntexBlock {
@@ -28,6 +30,7 @@ struct AntexBlock {
   std::vector<AntexFrequency> frequencies;
 
   bool isSatellite() const;
+  void dropAzimuthRows();
   const AntexFrequency* find(const std::string& code) const;
 };
 

@@ -242,12 +242,15 @@ void writeAntennas(const fs::path& dir, const std::vector<SystemChoice>& systems
   writeText(dir / "satnav.txt", formatSatelliteTable(a.satellites));
   writeText(dir / "antnam.txt", antennaNames(a));
   resolveAntenna(options.run.antenna, a, notes);
+  for (AntexBlock& block : a.blocks)
+    if (block.isSatellite() || block.type != options.run.antenna) block.dropAzimuthRows();
   writeFile(dir / "antenna.atx", [&](std::ostream& out) {
     writeAntex(out, a.blocks,
                options.antex.empty() ? "Nominal offsets by satellite block, to a centimetre\n"
                                      : "Offsets of " + options.antex.filename().string().substr(0, 40) +
-                                           "\nwithout azimuth patterns; satellites of the\n"
-                                           "chosen systems; a missing frequency repeats its\nneighbour\n");
+                                           "\nwith azimuth rows of the own receiver antenna alone;\n"
+                                           "satellites of the chosen systems; a missing frequency\n"
+                                           "repeats its neighbour\n");
   });
 }
 

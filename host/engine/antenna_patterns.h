@@ -20,12 +20,17 @@
 
 namespace gnx {
 
-/// One pattern without azimuth dependence.
+/// Pattern of one frequency: the mean over all azimuths, and rows by azimuth where the file has them.
 struct AntennaPattern {
-  double first = 0.0, step = 5.0;  ///< zenith or nadir angle, degrees
-  std::vector<double> values;      ///< m
-  /// Linear between the nodes, the end value outside; 0 without nodes.
+  double first = 0.0, step = 5.0;         ///< zenith or nadir angle, degrees
+  std::vector<double> values;             ///< m
+  double azimuthStep = 0.0;               ///< degrees; 0: no rows
+  std::vector<std::vector<double>> rows;  ///< m, from north clockwise, 360 degrees included
+
+  /// Mean over the azimuths: linear between the nodes, the end value outside; 0 without nodes.
   double at(double degrees) const;
+  /// Linear in both angles; the mean without rows.
+  double at(double degrees, double azimuthDeg) const;
 };
 
 class AntennaPatterns {
@@ -36,7 +41,7 @@ class AntennaPatterns {
 
   /// What the pattern adds to a distance, m; 0 where the file has none. A frequency that the file does not
   /// have takes the pattern of the nearest one that it has.
-  double receiver(char system, char band, double zenithDeg) const;
+  double receiver(char system, char band, double zenithDeg, double azimuthDeg) const;
   double satellite(const SatName& sat, char band, double nadirDeg) const;
   bool hasReceiver() const { return !m_receiver.empty(); }
 
@@ -60,7 +65,7 @@ class PatternCorrector {
  private:
   AntennaPatterns m_patterns;
   const EphemerisTimeline& m_timeline;
-  std::array<double, 3> m_position, m_up;
+  std::array<double, 3> m_position, m_up{}, m_east{}, m_north{};
   bool m_active;
 };
 

@@ -1,0 +1,122 @@
+// Antenna patterns that the host takes off the observations: interpolation, fall-backs, direction.
+
+#include "engine/antenna_patterns.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "corrections/broadcast_orbit.h"
+#include "corrections/signals.h"
+#include "deployment/antex_file.h"
+#include "simulate/observer.h"
+#include "simulate/simulation.h"
+#include "support/files.h"
+
+namespace gnx {
+namespace {
+
+constexpr double kDegrees = 57.29577951308232;
+const std::string kType = "TESTANTENNA     NONE";
+
+std::string line(std::string data, const std::string& label) {
+  data.resize(60, ' ');
+  return data + label + "\n";
+}
+
+std::string frequency(const std::string& code, const std::string& rows) {
+  return line("   " + code, "START OF FREQUENCY") +
+         line("      1.00      2.00    100.00", "NORTH / EAST / UP") + rows +
+         line("   " + code, "END OF FREQUENCY");
+}
+
+/// Pattern in mm at the zenith angles 0, 45, 90: rises to the horizon, 10 more in the east, 10 less in the
+/// west.
+std::string antennaText() {
+  const std::string rows =
+      "   NOAZI    0.00    4.00   20.00\n"
+      "     0.0    0.00    4.00   20.00\n"
+      "    90.0    0.00    9.00   30.00\n"
+      "   180.0    0.00    4.00   20.00\n"
+      "   270.0    0.00   -1.00   10.00\n"
+      "   360.0    0.00    4.00   20.00\n";
+  return line("     1.4            M", "ANTEX VERSION / SYST") + line("A", "PCV TYPE / REFANT") +
+         line("", "END OF HEADER") + line("", "START OF ANTENNA") + line(kType, "TYPE / SERIAL NO") +
+         line("    90.0", "DAZI") + line("     0.0  90.0  45.0", "ZEN1 / ZEN2 / DZEN") +
+         line("     2", "# OF FREQUENCIES") + frequency("G01", rows) +
+         frequency("G02", "   NOAZI    0.00    1.00    2.00\n") + line("", "END OF ANTENNA");
+}
+
+class Patterns : public ::testing::Test {
+ protected:
+  const support::TemporaryDirectory directory;
+  const GpsTime start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+  const std::filesystem::path file = directory.write("antenna.atx", antennaText());
+  const AntennaPatterns patterns{file, kType, start};
+};
+
+TEST_F(Patterns, AreLinearInBothAngles) {
+  EXPECT_NEAR(patterns.receiver('G', '1', 67.5, 90.0), 0.0195, 1e-12);
+  EXPECT_NEAR(patterns.receiver('G', '1', 90.0, 45.0), 0.025, 1e-12);
+  EXPECT_NEAR(patterns.receiver('G', '1', 90.0, -45.0), 0.015, 1e-12) << "the same as 315 degrees";
+  EXPECT_NEAR(patterns.receiver('G', '1', 90.0, 360.0), 0.020, 1e-12);
+  EXPECT_NEAR(patterns.receiver('G', '1', 120.0, 90.0), 0.030, 1e-12) << "the horizon's beyond it";
+  EXPECT_NEAR(patterns.receiver('G', '2', 90.0, 90.0), 0.002, 1e-12) << "no rows: the mean";
+}
+
+TEST_F(Patterns, FallBackToTheNearestFrequencyAndToTheAntennaWithoutRadome) {
+  EXPECT_NEAR(patterns.receiver('E', '1', 90.0, 90.0), 0.030, 1e-12);
+  EXPECT_NEAR(patterns.receiver('E', '5', 90.0, 90.0), 0.002, 1e-12);
+  EXPECT_EQ(patterns.satellite("G05", '1', 10.0), 0.0);
+  const AntennaPatterns radome(file, "TESTANTENNA     DOME", start);
+  EXPECT_NEAR(radome.receiver('G', '1', 90.0, 90.0), 0.030, 1e-12);
+  EXPECT_FALSE(AntennaPatterns(file, "OTHER           NONE", start).hasReceiver());
+}
+
+TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
+  SkyOptions options;
+  options.start = start;
+  options.hours = 1.0;
+  options.systems = "G";
+  const Constellation sky(options);
+  ObserverOptions receiver;
+  receiver.site = toEarthFixed({0.829, 0.148, 450.0});
+  const FaultList none;
+  Observer observer(receiver, sky, none);
+  ObsEpoch epoch;
+  EpochTruth truth;
+  observer.observe(start, epoch, truth);
+  const EphemerisTimeline timeline({allMessages(sky), {}, {}}, start);
+  const PatternCorrector corrector(patterns, timeline,
+                                   {receiver.site[0], receiver.site[1], receiver.site[2]});
+  ASSERT_TRUE(corrector.active());
+  ObsEpoch corrected = epoch;
+  corrector.apply(corrected);
+  ASSERT_GE(epoch.sats.size(), 6u);
+  for (std::size_t k = 0; k < epoch.sats.size(); ++k) {
+    const auto& before = epoch.sats[k].signals.front();
+    const auto& after = corrected.sats[k].signals.front();
+    const SatelliteTruth& sat = truth.satellites.at(k);
+    ASSERT_EQ(sat.sat, epoch.sats[k].sat);
+    const double pattern =
+        patterns.receiver('G', '1', 90.0 - sat.elevation * kDegrees, sat.azimuth * kDegrees);
+    EXPECT_NEAR(before.range - after.range, pattern, 1e-5) << sat.sat;
+    EXPECT_NEAR((before.phase - after.phase) * kLightSpeed / 1575.42e6, pattern, 1e-5) << sat.sat;
+  }
+}
+
+// The rows of other antennas make up most of a file: a deployment goes without them.
+TEST_F(Patterns, RowsSurviveReadingAndWritingUnlessDropped) {
+  std::vector<AntexBlock> blocks = readAntex(file);
+  const auto rewritten = [&] {
+    std::ostringstream out;
+    writeAntex(out, blocks, "");
+    return AntennaPatterns(directory.write("again.atx", out.str()), kType, start);
+  };
+  EXPECT_NEAR(rewritten().receiver('G', '1', 90.0, 90.0), 0.030, 1e-12);
+  blocks.front().dropAzimuthRows();
+  EXPECT_NEAR(rewritten().receiver('G', '1', 90.0, 90.0), 0.020, 1e-12);
+}
+
+}  // namespace
+}  // namespace gnx
