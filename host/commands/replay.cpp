@@ -131,8 +131,24 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_flag("--quiet", a.options.quiet, "no progress, no summary");
 }
 
-void replay(ReplayArguments& a) {
+/// What "gnx.json" of a deployment says and the command line does not.
+void takeRunSettings(const CLI::App& cmd, ReplayArguments& a) {
+  const auto& deployment = a.options.deployment;
+  if (deployment.empty() || !std::filesystem::exists(deployment / "gnx.json")) return;
+  const RunSettings settings = readRunSettings(deployment);
+  const auto given = [&](const char* option) { return cmd.count(option) > 0; };
+  RunPlan& plan = a.options.plan;
+  if (!given("--mode")) plan.mode = settings.mode;
+  if (!given("--interval")) plan.interval = settings.interval_s;
+  if (!given("--cutoff")) plan.cutoffDeg = settings.cutoff_deg;
+  if (!given("--antenna")) plan.antenna = settings.antenna;
+  if (!given("--position") && !given("--header-position")) plan.position = settings.position_m;
+  if (!given("--antenna-delta") && settings.hasAntennaDelta) plan.antennaDelta = settings.antennaDelta_m;
+}
+
+void replay(const CLI::App& cmd, ReplayArguments& a) {
   ReplayOptions& o = a.options;
+  takeRunSettings(cmd, a);
   if (!a.position.empty()) o.plan.position = threeNumbers(a.position);
   if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
   if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
@@ -161,7 +177,7 @@ void addReplay(CLI::App& app) {
   addFileOptions(*cmd, *a);
   addDeploymentOptions(*cmd, *a);
   addRunOptions(*cmd, *a);
-  cmd->callback([a] { replay(*a); });
+  cmd->callback([cmd, a] { replay(*cmd, *a); });
 }
 
 void addWorker(CLI::App& app) {

@@ -149,29 +149,14 @@ void checkSystems(const std::string& systems) {
 }
 
 void checkRun(const DeploymentOptions& o) {
-  const RunSettings& run = o.run;
   if (o.combination != "RAW" && o.combination != "IF" && o.combination != "SF") {
     throw UsageError("combination '" + o.combination + "' is unknown: RAW, IF or SF");
   }
   if (o.refpoint != "CoM_ITRF" && o.refpoint != "APC_ITRF") {
     throw UsageError("reference point '" + o.refpoint + "' is unknown: CoM_ITRF or APC_ITRF");
   }
-  if (run.mode != "static" && run.mode != "kinematic" && run.mode != "dynamic") {
-    throw UsageError("mode '" + run.mode + "' is unknown: static, kinematic or dynamic");
-  }
-  if (!(run.interval_s > 0.0 && run.interval_s <= 86400.0)) {
-    throw UsageError("the interval must lie between 0 and 86400 s");
-  }
-  if (!(run.cutoff_deg >= 0.0 && run.cutoff_deg < 90.0)) {
-    throw UsageError("the elevation mask must lie between 0 and 90 degrees");
-  }
+  checkRunSettings(o.run);
   if (o.traceLevel < 0 || o.traceLevel > 4) throw UsageError("the trace level must lie between 0 and 4");
-  if (run.antenna.size() > 20) {
-    throw UsageError("antenna '" + run.antenna + "' is longer than 20 characters, the type and the radome");
-  }
-  for (double x : run.position_m) {
-    if (!std::isfinite(x)) throw UsageError("the a-priori position is not finite");
-  }
 }
 
 void checkCombination(const SystemChoice& s, const std::string& combination) {
@@ -187,6 +172,24 @@ void checkCombination(const SystemChoice& s, const std::string& combination) {
 }
 
 }  // namespace
+
+void checkRunSettings(const RunSettings& run) {
+  if (run.mode != "static" && run.mode != "kinematic" && run.mode != "dynamic") {
+    throw UsageError("mode '" + run.mode + "' is unknown: static, kinematic or dynamic");
+  }
+  if (!(run.interval_s > 0.0 && run.interval_s <= 86400.0)) {
+    throw UsageError("the interval must lie between 0 and 86400 s");
+  }
+  if (!(run.cutoff_deg >= 0.0 && run.cutoff_deg < 90.0)) {
+    throw UsageError("the elevation mask must lie between 0 and 90 degrees");
+  }
+  if (run.antenna.size() > 20) {
+    throw UsageError("antenna '" + run.antenna + "' is longer than 20 characters, the type and the radome");
+  }
+  for (double x : run.position_m) {
+    if (!std::isfinite(x)) throw UsageError("the a-priori position is not finite");
+  }
+}
 
 std::vector<SystemChoice> checkChoices(const DeploymentOptions& options) {
   checkSystems(options.systems);

@@ -57,9 +57,11 @@ struct DeploymentOptions {
 /// \throws UsageError for inconsistent choices (a sentence), InputError for unreadable files.
 void writeDeployment(const std::filesystem::path& dir, const DeploymentOptions& options, std::ostream& notes);
 
+/// \throws UsageError, a sentence, for values that make no run
+void checkRunSettings(const RunSettings& run);
 /// The settings file of a deployment ("gnx.json").
 void writeRunSettings(const std::filesystem::path& dir, const RunSettings& settings);
-/// \throws InputError when the file is absent or damaged.
+/// \throws InputError when the file is absent or damaged, or holds values that make no run.
 RunSettings readRunSettings(const std::filesystem::path& dir);
 
 }  // namespace gnx

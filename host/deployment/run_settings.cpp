@@ -36,6 +36,9 @@ RunSettings readRunSettings(const std::filesystem::path& dir) {
       s.antennaDelta_m = toVector(root["antenna_delta_enu_m"]);
       s.hasAntennaDelta = true;
     }
+    checkRunSettings(s);
+  } catch (const UsageError& e) {
+    throw InputError(file.string(), 0, e.what());
   } catch (const Json::Exception& e) {
     throw InputError(file.string(), 0, e.what());
   }

@@ -92,6 +92,13 @@ void borrowDeployment(const fs::path& from, const fs::path& to) {
   }
 }
 
+/// What an earlier run left in the directory must not be taken for results of this one.
+void removeResults(const fs::path& dir) {
+  for (const char* name : {"account.csv", "diagnostics.log", "engine.log", "ppp_pos", "report.html",
+                           "signals.txt", "solution.csv", "solution.nmea", "solution.pos", "summary.txt"})
+    fs::remove(dir / name);
+}
+
 void makeAbsolute(std::vector<std::string>& files) {
   for (std::string& file : files) {
     if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
@@ -237,6 +244,7 @@ ReplayResult runReplay(const ReplayOptions& given) {
 
   fs::create_directories(options.outDir);
   const fs::path dir = fs::absolute(options.outDir);
+  removeResults(dir);
   if (options.deployment.empty()) {
     std::ofstream notes(dir / "deployment.txt");
     writeDeployment(dir, options.deploy, notes);

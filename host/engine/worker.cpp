@@ -83,6 +83,16 @@ std::unique_ptr<CorrectionSource> makeSource(const RunPlan& plan, const GpsTime&
   return makeProductSource(options, timeline, &notes);
 }
 
+/// The first few notes, and how many more there are.
+std::vector<std::string> someOf(std::vector<std::string> notes) {
+  constexpr std::size_t kShown = 5;
+  if (notes.size() <= kShown) return notes;
+  const std::size_t more = notes.size() - kShown;
+  notes.resize(kShown);
+  notes.push_back("and " + std::to_string(more) + " more messages are left out");
+  return notes;
+}
+
 /// Everything that is to reach the engine, handed over as its time comes.
 class Delivery {
  public:
@@ -212,12 +222,13 @@ void runWorker() {
   const GpsTime first = epoch.time;
   setReplayClock(utcOf(first));
 
-  const EphemerisTimeline timeline(readRinexNav(plan.nav), first);
+  NavData messages = readRinexNav(plan.nav);
+  std::vector<std::string> notes = someOf(messages.notes);
+  const EphemerisTimeline timeline(std::move(messages), first);
   const SignalPlan::Request request{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr),
                                     plan.signals};
   const bool biased = !request.corrected.empty();
   const SignalPlan signals(request);
-  std::vector<std::string> notes;
   auto source = makeSource(plan, first, timeline, notes);
   if (plan.offsetFreeBiases)
     source = makeOffsetFreeSource(std::move(source), phaseCentreHeights("antenna.atx", tableTime(first)));

@@ -22,7 +22,7 @@ struct Point {
 std::vector<std::string> cells(const std::string& line) {
   std::vector<std::string> result;
   std::istringstream in(line);
-  for (std::string cell; std::getline(in, cell, ',');) result.push_back(cell);
+  for (std::string cell; std::getline(in, cell, ',');) result.emplace_back(trim(cell));
   return result;
 }
 
@@ -43,6 +43,7 @@ std::vector<Point> readPoints(const std::filesystem::path& file) {
   }
   std::vector<Point> points;
   for (long number = 2; std::getline(in, line); ++number) {
+    if (trim(line).empty()) continue;
     const std::vector<std::string> row = cells(line);
     std::array<double, 5> values{};
     for (std::size_t i = 0; i < columns.size(); ++i) {

@@ -114,6 +114,17 @@ struct Due {
   bool orbit = false, clock = false, bias = false;
 };
 
+/// Polynomials of a block refer to the middle of its update interval (RTCM 10403.3): those that are exact at
+/// the block's own epoch, moved there.
+void toMiddle(SsrOrbit& orbit, double interval) {
+  for (std::size_t k = 0; k < 3; ++k) orbit.delta[k] += orbit.rate[k] * 0.5 * interval;
+}
+void toMiddle(SsrClock& clock, double interval) {
+  const double h = 0.5 * interval;
+  clock.c[0] += (clock.c[1] + clock.c[2] * h) * h;
+  clock.c[1] += 2.0 * clock.c[2] * h;
+}
+
 void makeBlocks(const SimulationOptions& options, const Constellation& sky, const GpsTime& t, const Due& due,
                 const std::function<void(const SsrBlock&)>& take) {
   const double seconds = t - options.sky.start;
@@ -125,9 +136,13 @@ void makeBlocks(const SimulationOptions& options, const Constellation& sky, cons
   for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
     const SimulatedSatellite& satellite = sky.satellites()[i];
     if (options.faults.strikes(Fault::Kind::ssrGap, satellite.name, seconds)) continue;
-    if (due.orbit) orbits.orbits.push_back(sky.orbitCorrection(i, t, reference));
+    if (due.orbit) {
+      orbits.orbits.push_back(sky.orbitCorrection(i, t, reference));
+      if (orbits.interval > 1) toMiddle(orbits.orbits.back(), orbits.interval);
+    }
     if (due.clock) {
       clocks.clocks.push_back(sky.clockCorrection(i, t, reference));
+      if (clocks.interval > 1) toMiddle(clocks.clocks.back(), clocks.interval);
       clocks.clocks.back().c[0] += options.faults.size(Fault::Kind::ssrClock, satellite.name, "", seconds);
     }
     if (due.bias) {

@@ -114,6 +114,23 @@ TEST(ReplayProgram, BadConfigurationOfTheEngineBecomesStatusThreeWithItsReason) 
   EXPECT_NE(r.output.find("key = ionmodel,only support ION_EST and ION_NONE"), std::string::npos) << r.output;
 }
 
+// A deployment says how its station is processed; the command line only where it speaks.
+TEST(ReplayProgram, SettingsOfTheDeploymentHoldUnlessTheCommandLineSaysOtherwise) {
+  const RunDirectory dir;
+  const std::string deployment = (dir.path() / "deployment").string();
+  ASSERT_EQ(run("init " + deployment + " --mode kinematic --interval 60 --cutoff 12").status, 0);
+  const auto out = dir.path() / "run";
+  const std::string replay = "replay " + inputs() + " --deployment " + deployment + " --out " + out.string();
+  std::filesystem::create_directories(out);
+  std::ofstream(out / "report.html") << "of an earlier run";
+  EXPECT_EQ(run(replay + " --interval 120").status, 0);
+  const RunPlan plan = readRunPlan(out / "run.json");
+  EXPECT_EQ(plan.mode, "kinematic");
+  EXPECT_EQ(plan.interval, 120.0);
+  EXPECT_EQ(plan.cutoffDeg, 12.0);
+  EXPECT_FALSE(std::filesystem::exists(out / "report.html"));
+}
+
 TEST(ReplayProgram, ADamagedConfigurationFileIsNamed) {
   const RunDirectory dir;
   std::ofstream(dir.path() / "ppp.json") << "{ \"path\": ";

@@ -195,6 +195,11 @@ TEST_F(Deployment, RunSettingsAreChecked) {
   options.run.cutoff_deg = 5.0;
   options.run.mode = "walking";
   EXPECT_THAT(refusal(), HasSubstr("'walking' is unknown"));
+  RunSettings edited;
+  edited.mode = "running";
+  fs::create_directories(dir);
+  writeRunSettings(dir, edited);
+  EXPECT_THROW(readRunSettings(dir), InputError);
   options.run.mode = "static";
   options.date = toGpsTime({1975, 1, 1, 0, 0, 0.0});
   EXPECT_THAT(refusal(), HasSubstr("no GPS satellite has an antenna valid at 1975-01-01"));

@@ -171,7 +171,8 @@ TEST(SimulatedSky, MessagesComeInTimeAndCarryMetreErrors) {
   EXPECT_LT(std::sqrt(clockSum / count), 3e-9);
 }
 
-// What a user of the files gets: broadcast of the navigation file plus corrections of the text file.
+// What a user of the files gets: broadcast of the navigation file plus corrections of the text file, whose
+// polynomials refer to the middle of their update interval.
 TEST(SimulatedFiles, BroadcastPlusCorrectionsGiveTheTruth) {
   SimulationOptions o = quickOptions();
   o.sky.systems = "GECJ";
@@ -202,7 +203,7 @@ TEST(SimulatedFiles, BroadcastPlusCorrectionsGiveTheTruth) {
       for (const double age : {0.0, 20.0}) {
         const SatelliteState s = evaluateOrbit(*e, block.time + age);
         const Vector3 along = unit(s.velocity), across = unit(cross(s.position, s.velocity));
-        const Vector3 d = plus(c.delta, scaled(c.rate, age));
+        const Vector3 d = plus(c.delta, scaled(c.rate, age - 0.5 * block.interval));
         const Vector3 corrected =
             minus(s.position,
                   plus(plus(scaled(cross(along, across), d[0]), scaled(along, d[1])), scaled(across, d[2])));
@@ -214,7 +215,7 @@ TEST(SimulatedFiles, BroadcastPlusCorrectionsGiveTheTruth) {
     for (const SsrClock& c : block.clocks) {
       const BroadcastEph* e = messageOf(c.sat, c.iod, block.time);
       ASSERT_TRUE(e) << c.sat << ' ' << c.iod;
-      const double corrected = evaluateClock(*e, block.time) * kC + c.c[0];
+      const double corrected = evaluateClock(*e, block.time) * kC + c.c[0] - 0.5 * block.interval * c.c[1];
       EXPECT_NEAR(corrected, sky.clock(rows.at(c.sat), block.time) * kC, 6e-5) << c.sat;
       ++clocks;
     }

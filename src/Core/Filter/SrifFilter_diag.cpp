@@ -23,7 +23,8 @@
 ///          the latter when no fixing stage ran
 /// slant    ionospheric delay on the first slot; sigma: formal sigma, 0 unless "-gensig" is set
 /// initial, estimate   ambiguity in cycles (metres when the wavelength is 1)
-/// state    how the arc began: 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 outlier treatment
+/// state    how the arc began: 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 outlier treatment, 7 the
+///          same, withdrawn
 /// rows     observations that used the parameter, of this epoch (ION) or of the arc (AMB)
 /// value    of INT: ambiguity between the two satellites before the level's fixes, biases removed; integer:
 ///          what it was fixed to, "-" when it stays open; slots: "L1-L2" for the difference of the two
