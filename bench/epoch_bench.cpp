@@ -219,10 +219,10 @@ Steps s_timeSteps(const tarvio::RatioTable* table) {
     const double factored = s_cpuSeconds();
     screen.m_load(p.n, p.Q.data(), p.x.data());
     const double loaded = s_cpuSeconds();
-    const bool screened = threshold >= 1.5;
+    const bool screened = threshold >= tarvio::RatioScreen::kWorthwhile;
     const auto verdict = screened ? screen.m_judge(threshold, std::numeric_limits<double>::infinity())
                                   : tarvio::RatioScreen::Verdict::open;
-    if (verdict == tarvio::RatioScreen::Verdict::fails) screen.m_improve(20'000);
+    if (verdict == tarvio::RatioScreen::Verdict::fails) screen.m_improve(tarvio::RatioScreen::kFullSetVisits);
     else tarvio::ambslv_(p.n, p.Q.data(), x.data(), second.data(), s);
     const double searched = s_cpuSeconds();
     steps.factorisation += factored - begin;

@@ -53,7 +53,7 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
                "phase biases from the wide-lanes in the clock file's header");
   cmd.add_flag("--offset-free-biases", plan.offsetFreeBiases,
                "the phase biases of the stream were estimated without satellite antenna offsets, as those of "
-               "--wl-biases are: make up for offsets that differ between frequencies");
+               "--wl-biases are: make up for offsets that differ between the first two bands");
   cmd.add_option("--phase-offsets", plan.phaseOffsets,
                  "narrow-lane offsets of satellites, as 'gnx calibrate' writes them (CSV)");
   cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");

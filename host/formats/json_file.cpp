@@ -8,7 +8,9 @@ namespace gnx {
 
 Json::Value readJsonFile(const std::filesystem::path& file) {
   std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened; write a deployment with 'gnx init' first");
+  if (!in)
+    throw InputError(file.string(), 0,
+                     "cannot be opened; 'gnx init' writes a deployment, 'gnx replay' a run");
   Json::CharReaderBuilder builder;
   builder["collectComments"] = false;
   Json::Value root;

@@ -63,7 +63,8 @@ constexpr std::pair<const char*, const char*> kRemedies[] = {
     {"noposition", "give an approximate position with --position"},
     {"lowelev", "the elevation mask is high, or the a-priori position wrong: see --cutoff and --position"},
     {"range",
-     "an a-priori position that is off by more than 50 m does this: leave --position out, or correct it"},
+     "an a-priori position that is off by more than threshold.rangelimit (50 m) does this: leave --position "
+     "out, or correct it"},
     {"epoch", "five satellites of one system are the least; see --systems and --cutoff"},
 };
 

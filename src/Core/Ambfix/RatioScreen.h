@@ -28,6 +28,10 @@ class RatioScreen {
   bool m_load(int n, const double* Q, const double* x);
 
   static constexpr long kMaxVisits = 100'000;  ///< of one enumeration, some 1.5 ms
+  /// Thresholds from which on a full set is screened before its search: close to 1 the proof takes as long.
+  static constexpr double kWorthwhile = 1.5;
+  /// Visits for better vectors of a full set that fails: they spare much of what follows.
+  static constexpr long kFullSetVisits = 20'000;
 
   /// \param secondBound  upper bound of the second norm, infinity when there is none
   Verdict m_judge(double threshold, double secondBound);

@@ -16,7 +16,6 @@ namespace {
 
 constexpr double kTableRate = 0.001;  ///< failure rate below which every ratio above 1 passes
 constexpr int kAlwaysDroppable = 8;
-constexpr double kScreened = 1.5;  ///< thresholds from which on a full set is screened before its search
 
 /// Threshold of the full set.
 double s_threshold(double crit, const RatioTable& table, std::vector<double> scaled, int n, double sigma) {
@@ -30,13 +29,11 @@ double s_threshold(double crit, const RatioTable& table, std::vector<double> sca
 /// vectors then take their place. Its ratio is not told: that of the last subsets is.
 bool s_surelyFails(const std::vector<double>& Q, const double* x, int n, double threshold,
                    std::vector<double>& best, std::vector<double>& second) {
-  constexpr long kVisits = 20'000;  // good vectors spare much of what follows
   thread_local RatioScreen screen;
-  // Close to 1 the proof takes as long as the search.
-  if (n < 2 || threshold < kScreened || !screen.m_load(n, Q.data(), x)) return false;
+  if (n < 2 || threshold < RatioScreen::kWorthwhile || !screen.m_load(n, Q.data(), x)) return false;
   if (screen.m_judge(threshold, std::numeric_limits<double>::infinity()) != RatioScreen::Verdict::fails)
     return false;
-  screen.m_improve(kVisits);
+  screen.m_improve(RatioScreen::kFullSetVisits);
   return screen.m_vectors(best.data(), second.data());
 }
 
