@@ -55,7 +55,7 @@ TEST_F(BroadcastOrbit, AgreesWithFinalProductsOfADay) {
   }
   deploy().m_lpost = true;
 
-  std::map<char, std::vector<double>> errors, clockErrors, speeds;
+  std::map<char, std::vector<double>> errors, clockErrors;
   for (const auto& [sat, points] : sp3.orbits) {
     if (std::strchr("GRECJ", sat[0]) == nullptr) continue;
     const auto clocks = sp3.clocks.find(sat);
@@ -72,11 +72,6 @@ TEST_F(BroadcastOrbit, AgreesWithFinalProductsOfADay) {
       if (store.v_readOrbit(sat.c_str(), mjd, sod, xv) == 0) continue;
       const auto& truth = points[k].position;
       errors[sat[0]].push_back(std::hypot(xv[0] - truth[0], xv[1] - truth[1], xv[2] - truth[2]));
-      double after[6];
-      store.v_readOrbit(sat.c_str(), mjd, sod + 0.5, after);
-      speeds[sat[0]].push_back(std::hypot((after[0] - xv[0]) / 0.5 - (xv[3] + after[3]) / 2,
-                                          (after[1] - xv[1]) / 0.5 - (xv[4] + after[4]) / 2,
-                                          (after[2] - xv[2]) / 0.5 - (xv[5] + after[5]) / 2));
       if (clocks == sp3.clocks.end()) continue;
       for (const gnx::ClockPoint& point : clocks->second) {
         if (point.time == now && store.v_readClk(sat.c_str(), mjd, sod, &clk) == 1) {
@@ -86,13 +81,11 @@ TEST_F(BroadcastOrbit, AgreesWithFinalProductsOfADay) {
     }
   }
   // Signal-in-space errors of 2020 (m, 95 %) plus the antenna offset of up to 3 m: products refer to
-  // the centre of mass, messages to the antenna. Velocities: the harmonics of inclination, large for QZSS.
+  // the centre of mass, messages to the antenna.
   const std::map<char, double> orbitLimit = {{'G', 6.0}, {'E', 3.0}, {'C', 12.0}, {'R', 12.0}, {'J', 8.0}};
   for (const auto& [system, limit] : orbitLimit) {
     if (errors[system].size() < 20) continue;
-    RecordProperty(std::string("orbit95_") + system, std::to_string(percentile95(errors[system])));
     EXPECT_LT(percentile95(errors[system]), limit) << system << " of " << errors[system].size();
-    EXPECT_LT(percentile95(speeds[system]), system == 'J' ? 2e-2 : 3e-3) << system;
   }
   EXPECT_GT(errors['G'].size(), 300U);
   EXPECT_GT(errors['E'].size(), 200U);
@@ -104,7 +97,6 @@ TEST_F(BroadcastOrbit, AgreesWithFinalProductsOfADay) {
     const double median = values[values.size() / 2];
     std::vector<double> deviations;
     for (const double v : values) deviations.push_back(std::fabs(v - median));
-    RecordProperty(std::string("clock95_") + system, std::to_string(percentile95(deviations)));
     EXPECT_LT(percentile95(deviations), system == 'R' || system == 'C' ? 12.0 : 3.0) << system;
   }
 }

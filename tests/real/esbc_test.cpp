@@ -93,11 +93,9 @@ TEST_F(EsbcDay, TheSameInputGivesTheSameOutput) {
   runReplay(o);
   runReplay(again);
   for (const char* file : {"solution.pos", "ppp_pos"}) {
-    std::ifstream first(o.outDir / file), second(again.outDir / file);
-    const std::string one{std::istreambuf_iterator<char>(first), {}},
-        two{std::istreambuf_iterator<char>(second), {}};
+    const std::string one = support::readFile(o.outDir / file);
     EXPECT_FALSE(one.empty()) << file;
-    EXPECT_EQ(one, two) << file;
+    EXPECT_EQ(one, support::readFile(again.outDir / file)) << file;
   }
 }
 

@@ -9,6 +9,22 @@
 
 namespace gnx_test {
 
+/// Householder reflector of column j, on the rows from j on; `a` by columns of m rows.
+inline void reflect(std::vector<std::vector<long double>>& a, std::size_t j, std::size_t m) {
+  long double norm = 0.0L;
+  for (std::size_t r = j; r < m; ++r) norm += a[j][r] * a[j][r];
+  if (norm == 0.0L) return;
+  const long double s = a[j][j] > 0.0L ? std::sqrt(norm) : -std::sqrt(norm);
+  std::vector<long double> u(a[j].begin() + static_cast<long>(j), a[j].end());
+  u[0] += s;
+  for (std::size_t c = j; c < a.size(); ++c) {
+    long double dot = 0.0L;
+    for (std::size_t r = j; r < m; ++r) dot += u[r - j] * a[c][r];
+    dot /= s * u[0];
+    for (std::size_t r = j; r < m; ++r) a[c][r] -= dot * u[r - j];
+  }
+}
+
 class DenseLsq {
  public:
   using Terms = std::vector<std::pair<int, double>>;
@@ -27,7 +43,7 @@ class DenseLsq {
         a[static_cast<std::size_t>(index)][r] += w * static_cast<long double>(coefficient);
       a[n][r] = w * static_cast<long double>(m_rows[r].value);
     }
-    for (std::size_t j = 0; j < n; ++j) s_reflect(a, j, m);
+    for (std::size_t j = 0; j < n; ++j) reflect(a, j, m);
     m_invert(a, n);
     m_x.assign(n, 0.0L);
     for (std::size_t i = 0; i < n; ++i)
@@ -47,21 +63,6 @@ class DenseLsq {
     Terms terms;
     double value, weight;
   };
-
-  static void s_reflect(std::vector<std::vector<long double>>& a, std::size_t j, std::size_t m) {
-    long double norm = 0.0L;
-    for (std::size_t r = j; r < m; ++r) norm += a[j][r] * a[j][r];
-    if (norm == 0.0L) return;
-    const long double s = a[j][j] > 0.0L ? std::sqrt(norm) : -std::sqrt(norm);
-    std::vector<long double> u(a[j].begin() + static_cast<long>(j), a[j].end());
-    u[0] += s;
-    for (std::size_t c = j; c < a.size(); ++c) {
-      long double dot = 0.0L;
-      for (std::size_t r = j; r < m; ++r) dot += u[r - j] * a[c][r];
-      dot /= s * u[0];
-      for (std::size_t r = j; r < m; ++r) a[c][r] -= dot * u[r - j];
-    }
-  }
 
   void m_invert(const std::vector<std::vector<long double>>& a, std::size_t n) {
     m_inverse.assign(n, std::vector<long double>(n, 0.0L));

@@ -8,7 +8,7 @@
 ///     const support::ChildResult result = deployment.loadInChild();
 ///
 /// Everything is made up but plausible: satellites without end of validity, antenna offsets that
-/// tell satellite and frequency apart, one receiver antenna, ocean loading for one site.
+/// tell satellite and frequency apart, one receiver antenna.
 
 #include <json/json.h>
 
@@ -178,21 +178,8 @@ class Deployment {
   bool withGrid = false;  ///< provide the troposphere grid (9 MB, needed by runs, not by the load)
   // Contents of the data files; empty ones are made from the satellite list by write().
   std::string satconf, satnav, antpcv;
-  std::string antnam = "MAIN  TRM59800.00     SCIS\nMAIN  LEIAR25.R4      LEIT\n";
   std::string leapsc = "+leap sec\n 41317 10\n 57204 36\n 57754 37\n 99999 37\n-leap sec\n";
   std::string ratio = "nrow 0 ndim 0\n";
-  std::string ocload =
-      "$$ SITE,                      RADI TANG  lon/lat:    8.4568   55.4936   59.485\n"
-      "  .00491 .00196 .00112 .00056 .00175 .00194 .00054 .00046 .00049 .00034 .00044\n"
-      "  .00218 .00035 .00053 .00003 .00235 .00148 .00072 .00029 .00009 .00002 .00005\n"
-      "  .00182 .00054 .00041 .00010 .00393 .00272 .00123 .00046 .00040 .00027 .00029\n"
-      "  -110.6  -82.9 -122.9  -87.1  140.9  127.4  136.5  117.5   55.2   34.1    4.0\n"
-      "   121.8 -179.8   89.4 -118.2   71.9   39.6   72.6   12.2 -146.6  145.7 -170.0\n"
-      "    85.9  137.3   63.5  165.6 -106.3 -114.8 -109.1 -126.0   78.1   38.8    3.9\n";
-  std::string ut1t10 =
-      "Zonal tides\n--------\n"
-      "   0   0   2   0   2     -7.8468    0.5320    36.0910    2.4469   -30.4606   -2.0652\n"
-      "   0   0   0   0   1  -1617.2681    0.0000   -14.9471    0.0000    12.6153    0.0000\n";
 
   Deployment() {
     satellites = satelliteRange({{'G', 1, 4, "GPS"},
@@ -219,11 +206,10 @@ class Deployment {
         {"satconf.txt", satconf.empty() ? satelliteListFile(satellites) : satconf},
         {"satnav.txt", satnav.empty() ? satnavFile(rows) : satnav},
         {"antenna.atx", antpcv.empty() ? antexFile(satellites) : antpcv},
-        {"antnam.txt", antnam},
+        {"antnam.txt", "MAIN  TRM59800.00     SCIS\nMAIN  LEIAR25.R4      LEIT\n"},
         {"leapsc.txt", leapsc},
         {"ratio.txt", ratio},
-        {"ocload.blq", ocload},
-        {"ut1t10.txt", ut1t10}};
+        {"ocload.blq", "$$ no site\n"}};
     for (const auto& [name, content] : files) writeFile(path(name), content);
     if (withGrid && !fs::exists(path("gpt2_1w.grd"))) {
       fs::create_symlink(flatTroposphereGrid(), path("gpt2_1w.grd"));
@@ -294,11 +280,12 @@ class Deployment {
 
   void makeTables() {
     const std::pair<const char*, const char*> files[] = {
-        {"satconf", "satconf.txt"},  {"satnav", "satnav.txt"}, {"antnam", "antnam.txt"},
-        {"antpcv", "antenna.atx"},   {"leapsc", "leapsc.txt"}, {"ocload", "ocload.blq"},
-        {"ut1t10", "ut1t10.txt"},    {"predefine", "none"},    {"polut1", "none"},
-        {"gptgrd_w", "gpt2_1w.grd"}, {"rinput", "ratio.txt"}};
+        {"satconf", "satconf.txt"}, {"satnav", "satnav.txt"}, {"antnam", "antnam.txt"},
+        {"antpcv", "antenna.atx"},  {"leapsc", "leapsc.txt"}, {"ocload", "ocload.blq"},
+        {"predefine", "none"},      {"polut1", "none"},       {"gptgrd_w", "gpt2_1w.grd"},
+        {"rinput", "ratio.txt"}};
     for (const auto& [key, file] : files) tables["files"][key].append(path(file).string());
+    tables["files"]["ut1t10"].append(GNX_SOURCE_DIR "/deploy/ut1t10.txt");
   }
 
   void makeAmbiguity() {

@@ -48,7 +48,6 @@ struct SkyPlan {
   gnx::ReceiverClockOptions clock;
   /// Between the two times the receiver gives every second, otherwise every half minute.
   double fastFrom = 0.0, fastTo = -1.0;
-  double correctionStep = 30.0;  ///< s
 };
 
 class SimulatedSky {
@@ -61,8 +60,7 @@ class SimulatedSky {
     const gnx::Constellation sky(options);
     messages = gnx::allMessages(sky);
     signals = options.signals;
-    for (double t = 0.0; t <= plan.hours * 3600.0; t += plan.correctionStep)
-      corrections.push_back(batch(sky, t));
+    for (double t = 0.0; t <= plan.hours * 3600.0; t += 30.0) corrections.push_back(batch(sky, t));
 
     gnx::ObserverOptions receiver;
     receiver.site = site = gnx::toEarthFixed({0.829, 0.148, 450.0});
@@ -86,24 +84,20 @@ class SimulatedSky {
 
   /// Satellites of a system in sight from one time to another, the highest (in its lowest moment) first.
   std::vector<SatName> inSight(char system, double from, double to) const {
-    std::map<SatName, double> lowest;
-    std::map<SatName, std::size_t> seen;
+    std::map<SatName, std::vector<double>> seen;
     std::size_t count = 0;
     for (std::size_t k = 0; k < epochs.size(); ++k) {
       const double t = epochs[k].time - m_start;
       if (t < from || t > to) continue;
       ++count;
-      for (const auto& [sat, elevation] : elevations[k]) {
-        if (sat[0] != system) continue;
-        ++seen[sat];
-        lowest[sat] = lowest.contains(sat) ? std::min(lowest[sat], elevation) : elevation;
-      }
+      for (const auto& [sat, elevation] : elevations[k])
+        if (sat[0] == system) seen[sat].push_back(elevation);
     }
+    std::erase_if(seen, [&](const auto& entry) { return entry.second.size() < count; });
     std::vector<SatName> names;
-    for (const auto& [sat, n] : seen)
-      if (n == count) names.push_back(sat);
-    std::stable_sort(names.begin(), names.end(),
-                     [&](const SatName& a, const SatName& b) { return lowest[a] > lowest[b]; });
+    for (const auto& [sat, all] : seen) names.push_back(sat);
+    std::ranges::stable_sort(names, std::greater(),
+                             [&](const SatName& sat) { return std::ranges::min(seen[sat]); });
     return names;
   }
   SatName highest(char system, double from, double to) const { return inSight(system, from, to).at(0); }
@@ -150,18 +144,13 @@ inline const SimulatedSky& twoHourSky() {
 inline Fault slip(const SatName& sat, const std::string& signal, double from, double cycles) {
   return {Fault::Kind::slip, sat, signal, from, from, cycles};
 }
-/// Metres of codes, cycles of phases; signal "" is all of them.
-inline Fault outlier(Fault::Kind kind, const SatName& sat, const std::string& signal, double from, double to,
-                     double size) {
-  return {kind, sat, signal, from, to, size};
-}
 
 struct Faults {
   std::vector<Fault> list;  ///< on the observations
   /// Change what is handed over, or hold it back with false.
   std::function<bool(gnx::ObsEpoch&, double)> observations;
   std::function<bool(gnx::CorrectionBatch&, double)> corrections;
-  std::function<bool(const gnx::BroadcastEph&, double)> messages;
+  bool productsFromElsewhere = false;  ///< ephemerides and corrections are not fed by the epoch thread
   /// Calls before an epoch, on the epoch thread.
   std::function<void(double)> before;
   /// Changes the records of an epoch as they cross the boundary.
@@ -240,8 +229,8 @@ class FaultyRun {
       : m_start(sky.start()) {
     HostSetup::write(m_directory.path(), sky, setup);
     const ChildResult child = runInChild([&] { host(sky, faults, setup); });
-    status = child.status;
-    EXPECT_EQ(status, 0) << child.output.substr(child.output.size() > 3000 ? child.output.size() - 3000 : 0);
+    EXPECT_EQ(child.status, 0) << child.output.substr(child.output.size() > 3000 ? child.output.size() - 3000
+                                                                                 : 0);
     std::istringstream out(child.output);
     for (std::string line; std::getline(out, line);) {
       if (const auto epoch = gnx::parseSolutionLine(line)) epochs.push_back(*epoch);
@@ -250,7 +239,6 @@ class FaultyRun {
     readLog();
   }
 
-  int status = -1;
   std::vector<gnx::SolutionEpoch> epochs;
   std::vector<std::string> output;  ///< standard output but the solutions
   std::vector<std::string> log;     ///< the status log
@@ -342,18 +330,17 @@ class FaultyRun {
     gnx::ObservationFeed feed = host.observations();
     const gnx::FaultList list(faults.list);
     host.start(setup);
-    std::size_t message = 0;
-    std::vector<gnx::CorrectionBatch> batches = deliveries(sky, faults);
-    std::size_t batch = 0;
+    std::vector<gnx::BroadcastEph> messages;
+    std::vector<gnx::CorrectionBatch> batches;
+    if (!faults.productsFromElsewhere) messages = sky.messages, batches = deliveries(sky, faults);
+    auto message = messages.begin();
+    auto batch = batches.begin();
     for (gnx::ObsEpoch epoch : sky.epochs) {
       const double t = epoch.time - m_start;
       host.setClock(t);
-      for (; message < sky.messages.size() && sky.messages[message].transmission <= epoch.time; ++message) {
-        if (!faults.messages || faults.messages(sky.messages[message], t))
-          products.feed(sky.messages[message]);
-      }
-      for (; batch < batches.size() && batches[batch].delivery <= epoch.time; ++batch)
-        products.feed(batches[batch]);
+      for (; message != messages.end() && message->transmission <= epoch.time; ++message)
+        products.feed(*message);
+      for (; batch != batches.end() && batch->delivery <= epoch.time; ++batch) products.feed(*batch);
       if (faults.before) faults.before(t);
       strike(list, epoch, t);
       if (faults.observations && !faults.observations(epoch, t)) continue;
@@ -389,14 +376,11 @@ class FaultyRun {
     std::vector<gnx::CorrectionBatch> batches;
     for (gnx::CorrectionBatch b : sky.corrections)
       if (!faults.corrections || faults.corrections(b, b.tag - sky.start())) batches.push_back(std::move(b));
-    std::stable_sort(
-        batches.begin(), batches.end(),
-        [](const gnx::CorrectionBatch& a, const gnx::CorrectionBatch& b) { return a.delivery < b.delivery; });
+    std::ranges::stable_sort(batches, std::less(), &gnx::CorrectionBatch::delivery);
     return batches;
   }
 
   static void strike(const gnx::FaultList& list, gnx::ObsEpoch& epoch, double t) {
-    std::erase_if(epoch.sats, [&](const gnx::SatObs& s) { return list.strikes(Fault::Kind::gap, s.sat, t); });
     for (gnx::SatObs& sat : epoch.sats) {
       for (gnx::SignalObs& s : sat.signals) {
         const std::string name = s.code.data();

@@ -21,6 +21,7 @@
 #include "Core/Model/Tropo_vmf1.h"
 #include "Interface/Controller.h"
 #include "support/deployment.h"
+#include "support/table_fixture.h"
 
 namespace tarvio::test {
 
@@ -89,15 +90,6 @@ class EllipseOrbits : public OrbitAdapter {
   }
 };
 
-/// An empty configuration for the life of the object.
-struct FreshDeploy {
-  FreshDeploy() { Controller::s_getInstance()->_finalize(); }
-  ~FreshDeploy() { Controller::s_getInstance()->_finalize(); }
-  FreshDeploy(const FreshDeploy&) = delete;
-  FreshDeploy& operator=(const FreshDeploy&) = delete;
-  Deploy& m_deploy() { return Controller::s_getInstance()->m_deploy; }
-};
-
 /// What is in the observations.
 struct Effects {
   bool satelliteClock = true, receiverClock = true, relativity = true, pathDelay = true, troposphere = true;
@@ -114,14 +106,12 @@ class ModelWorld {
       : m_filter(std::vector<Station>{Station("STAN")}, 30.0), sta(m_filter.m_stations[0]) {
     m_filter.m_orbAdapters = {&orbits};
     Deploy& d = deploy();
-    s_copyText(d.m_obsused, "PHASE CODE");
-    s_copyText(d.m_obscomb, "RAW");
     s_copyText(d.m_refpoint, "CoM_ITRF");
     d.m_litrs = true;
     d.m_lsnr = d.m_ldebug = false;
     d.m_noiseByFreq.clear();
-    frequencies(0, gpsNames);
-    frequencies(2, galileoNames);
+    frequencies('G', gpsNames);
+    frequencies('E', galileoNames);
     s_copyText(d.m_syslist, "GE");
     d.m_nsys = 2;
     d.m_refsys = 0;
@@ -131,7 +121,7 @@ class ModelWorld {
     m_sky('E', galileo);
   }
 
-  Deploy& deploy() { return m_setup.m_deploy(); }
+  static Deploy& deploy() { return gnx_test::Tables::deploy(); }
   SrifFilter* filter() { return &m_filter; }
   Satellite& satellite(int isat) { return deploy().m_satellites[static_cast<std::size_t>(isat)]; }
   int isys(int isat) { return deploy().m_cprn[isat][0] == 'G' ? 0 : 2; }
@@ -155,7 +145,7 @@ class ModelWorld {
   EllipseOrbits orbits;
 
  private:
-  FreshDeploy m_setup;
+  gnx_test::Tables m_setup;
   support::TemporaryDirectory m_directory;
   SrifFilter m_filter;
 
@@ -166,7 +156,6 @@ class ModelWorld {
  private:
   void m_tables() {
     auto& files = deploy().m_fileTable;
-    files["leapsc"] = std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt";
     files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
     files["ocload"] = m_directory.write("blq", "$$ no site\n");
     files.erase("jpleph");
@@ -174,17 +163,11 @@ class ModelWorld {
     Tropo_vmf1::s_getInstance();  // read once in a process
   }
 
-  void frequencies(int isys, std::initializer_list<const char*> names) {
-    Deploy& d = deploy();
-    int n = 0;
-    for (const char* name : names) {
-      s_copyText(d.m_freqObs[isys][n], name);
-      s_copyText(d.m_freqUsed[isys][n], name);
-      if (n < 2) s_copyText(d.m_freqIf[isys][n], name);
-      ++n;
-    }
-    d.m_nfreqObs[isys] = d.m_nfreqUsed[isys] = n;
-    d.m_nfreqIf[isys] = 2;
+  void frequencies(char letter, std::initializer_list<const char*> names) {
+    m_setup.frequencies(letter, static_cast<int>(names.size()), names);
+    const int s = index_string(SYS, letter);
+    for (int n : {0, 1}) s_copyText(deploy().m_freqIf[s][n], *(names.begin() + n));
+    deploy().m_nfreqIf[s] = 2;
   }
 
   void m_stationTruth() {
@@ -222,16 +205,14 @@ class ModelWorld {
       char name[8];
       std::snprintf(name, sizeof name, "%c%02d", letter, number);
       orbits.m_orbit[name] = orbit;
-      const int isat = deploy().m_nsat++;
-      deploy().m_setRow(isat, name, name);
-      Satellite sat;
+      const int isat = m_setup.add(name);
+      Satellite& sat = satellite(isat);
       get_freq(sat, name, isys(isat), deploy().m_nfreqUsed[isys(isat)], deploy().m_freqUsed[isys(isat)]);
       sat.m_clk = draw(-1e-4, 1e-4);
       for (int f = 0; f < kFreq; ++f) {
         const double offset[3] = {0.4, -0.1 * f, 1.5 + 0.2 * f};
         std::copy(offset, offset + 3, sat.m_pco[f]);
       }
-      deploy().m_satellites.push_back(sat);
       ++number;
     }
   }

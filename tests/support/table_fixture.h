@@ -16,9 +16,9 @@
 
 namespace gnx_test {
 
-class TableFixture : public ::testing::Test {
- protected:
-  TableFixture() {
+class Tables {
+ public:
+  Tables() {
     tarvio::Controller::s_getInstance()->_finalize();
     tarvio::Taiutc& leap = tarvio::Taiutc::s_getInstance();
     leap.m_mjds = {44239, 57204, 57754, 88069};  // 1980 to 2100
@@ -26,7 +26,10 @@ class TableFixture : public ::testing::Test {
     tarvio::s_copyText(deploy().m_obsused, "PHASE CODE");
     tarvio::s_copyText(deploy().m_obscomb, "RAW");
   }
-  ~TableFixture() override { tarvio::Controller::s_getInstance()->_finalize(); }
+  ~Tables() { tarvio::Controller::s_getInstance()->_finalize(); }
+
+  Tables(const Tables&) = delete;
+  Tables& operator=(const Tables&) = delete;
 
   static tarvio::Controller& controller() { return *tarvio::Controller::s_getInstance(); }
   static tarvio::Deploy& deploy() { return controller().m_deploy; }
@@ -55,5 +58,7 @@ class TableFixture : public ::testing::Test {
     controller().m_signals.m_build(deploy());
   }
 };
+
+class TableFixture : public ::testing::Test, protected Tables {};
 
 }  // namespace gnx_test

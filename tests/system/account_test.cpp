@@ -1,26 +1,12 @@
 // in = used + reasons for every system, counted on both sides of the boundary, whatever goes wrong.
 
-#include <fstream>
-#include <sstream>
-
 #include "formats/rinex_obs.h"
-#include "simulate/simulation.h"
+#include "report/run_files.h"
 #include "support/real_data.h"
+#include "support/simulated_files.h"
 
 namespace gnx::test {
 namespace {
-
-/// Values on the tagged lines of the engine's diagnostics, by system: a second count of what was used.
-std::map<char, long> countResiduals(const std::filesystem::path& file) {
-  std::map<char, long> count;
-  std::ifstream in(file);
-  for (std::string line; std::getline(in, line);) {
-    std::istringstream words(line);
-    std::string tag, mjd, sod, station, satellite;
-    if (words >> tag >> mjd >> sod >> station >> satellite && tag == "RES") ++count[satellite[0]];
-  }
-  return count;
-}
 
 /// Values of some signals in an observation file, by satellite.
 std::map<SatName, long> countObserved(const std::string& file, const std::map<char, std::string>& signals) {
@@ -53,43 +39,24 @@ void expectExact(const RunAccount& account, const std::string& systems) {
   }
 }
 
-/// Half an hour of a simulated sky at 30 s in which much goes wrong.
-struct Faulty {
-  RunDirectory directory;
-  SimulationFiles files;
-  explicit Faulty(double interval = 30.0) {
-    SimulationOptions sky;
-    sky.sky.start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
-    sky.sky.systems = "GEC";
-    sky.sky.hours = 0.5;
-    sky.interval = interval;
-    sky.observer.site = {4075580.0, 931854.0, 4801568.0};
-    sky.observer.maskDegrees = 2.0;
-    sky.faults = FaultList({{Fault::Kind::gap, "", "", 300.0, 360.0, 1.0},
-                            {Fault::Kind::code, "", "2W", 480.0, 540.0, 3e8},
-                            {Fault::Kind::code, "", "1C", 600.0, 600.0, 80.0},
-                            {Fault::Kind::ssrGap, "", "", 900.0, 1320.0, 1.0}});
-    files = simulate(sky, directory.path() / "data");
-  }
-  ReplayOptions options(const std::string& name) const {
-    ReplayOptions o;
-    o.outDir = directory.path() / name;
-    o.program = GNX_PROGRAM;
-    o.quiet = true;
-    o.plan.obs = {files.observations.string()};
-    o.plan.nav = {files.navigation.string()};
-    o.plan.ssr = {files.corrections.string()};
-    o.deploy.systems = "GEC";
-    o.deploy.refpoint = "APC_ITRF";
-    return o;
-  }
-};
+/// Half an hour of a simulated sky in which much goes wrong.
+SimulationFiles simulateFaults(const std::filesystem::path& directory, double interval) {
+  SimulationOptions sky = shortSky("GEC", 0.5);
+  sky.interval = interval;
+  sky.observer.maskDegrees = 2.0;
+  sky.faults = FaultList({{Fault::Kind::gap, "", "", 300.0, 360.0, 1.0},
+                          {Fault::Kind::code, "", "2W", 480.0, 540.0, 3e8},
+                          {Fault::Kind::code, "", "1C", 600.0, 600.0, 80.0},
+                          {Fault::Kind::ssrGap, "", "", 900.0, 1320.0, 1.0}});
+  return simulate(sky, directory);
+}
 
 TEST(Account, IsExactWhenMuchGoesWrong) {
-  const Faulty sky;
-  ReplayOptions o = sky.options("run");
+  const RunDirectory directory;
+  const SimulationFiles files = simulateFaults(directory.path() / "data", 30.0);
+  ReplayOptions o = replayOf(files, "GEC", directory.path() / "run");
   const std::map<SatName, long> observed =
-      countObserved(sky.files.observations.string(), {{'G', "1C 2W"}, {'E', "1C 5Q"}, {'C', "2I 6I"}});
+      countObserved(files.observations.string(), {{'G', "1C 2W"}, {'E', "1C 5Q"}, {'C', "2I 6I"}});
   o.plan.excluded = {observed.begin()->first};
   o.plan.details = o.plan.interval;
   const RunAccount account = runReplay(o).account;
@@ -97,7 +64,8 @@ TEST(Account, IsExactWhenMuchGoesWrong) {
 
   std::map<char, long> in;
   for (const auto& [satellite, count] : observed) in[satellite[0]] += count;
-  const std::map<char, long> residuals = countResiduals(o.outDir / "diagnostics.log");
+  std::map<char, long> residuals;
+  for (const Residual& r : readRunFiles(o.outDir).residuals) ++residuals[r.satellite[0]];
   for (const char system : std::string("GEC")) {
     EXPECT_EQ(account.at(system).in, in[system]) << system << ": counted from the file";
     EXPECT_EQ(account.at(system).used, residuals.at(system)) << system << ": rows of the filter";
@@ -113,10 +81,11 @@ TEST(Account, IsExactWhenMuchGoesWrong) {
 }
 
 TEST(Account, IsExactForEpochsBetweenTheTicksAndEveryCombination) {
-  const Faulty sky(15.0);
+  const RunDirectory directory;
+  const SimulationFiles files = simulateFaults(directory.path() / "data", 15.0);
   for (const char* combination : {"RAW", "IF", "SF"})
     for (const char* mode : {"static", "dynamic"}) {
-      ReplayOptions o = sky.options(std::string(combination) + mode);
+      ReplayOptions o = replayOf(files, "GEC", directory.path() / (std::string(combination) + mode));
       o.deploy.combination = combination;
       o.plan.mode = o.deploy.run.mode = mode;
       const RunAccount account = runReplay(o).account;

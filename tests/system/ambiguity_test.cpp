@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <map>
@@ -22,9 +23,11 @@ const SimulatedSky& sky() {
   return made;
 }
 
-FaultyRun kinematic(const Faults& faults, const std::map<std::string, std::string>& overrides = {}) {
+FaultyRun kinematic(const Faults& faults, const std::map<std::string, std::string>& overrides = {},
+                    const std::string& frequencies = "") {
   support::RunSetup setup;
   setup.mode = "kinematic";
+  setup.frequencies = frequencies;
   setup.overrides = overrides;
   return FaultyRun(sky(), faults, setup);
 }
@@ -120,6 +123,28 @@ TEST(Ambiguity, ABiasMovedFromThePhasesToTheCorrectionsChangesNothingAndTheWrong
   EXPECT_LE(right.change(plain, 0.0), 1.0e-4);
   for (std::size_t i = 0; i < 120; ++i) EXPECT_EQ(right.epochs.at(i).fixed, plain.epochs.at(i).fixed) << i;
   EXPECT_LT(fixedIntegers(wrong), fixedIntegers(plain) / 3);
+}
+
+// Uncombined: extra-wide-lanes, wide-lanes and narrow-lanes. The status of an epoch is that of the last
+// level that fixed something.
+TEST(Ambiguity, ThreeFrequenciesFixLevelByLevel) {
+  const char* const frequencies = "GPS:L1_L2_L5 GAL:E1_E5a_E5b";
+  const FaultyRun extra =
+      kinematic({}, {{"amb.wl.resolution", "off"}, {"amb.n1.resolution", "off"}}, frequencies);
+  const FaultyRun wide = kinematic({}, {{"amb.n1.resolution", "off"}}, frequencies);
+  const FaultyRun all = kinematic({}, {}, frequencies);
+  ASSERT_EQ(all.epochs.size(), 120u);
+  EXPECT_GT(epochsWith(extra, 3), 105);
+  EXPECT_GT(epochsWith(wide, 4), 105);
+  EXPECT_GT(epochsWith(all, 5), 100);
+  const auto first = std::ranges::find(all.epochs, 5, &gnx::SolutionEpoch::status);
+  ASSERT_NE(first, all.epochs.end());
+  EXPECT_LE(all.secondsOf(*first), 480.0);
+  for (const gnx::SolutionEpoch& e : all.epochs) {
+    if (e.status != 5) continue;
+    EXPECT_LT(FaultyRun::distance(e.xyz, sky().site), 0.15) << all.secondsOf(e) << ": a wrong fix";
+    EXPECT_GE(e.fixed, 10) << all.secondsOf(e);
+  }
 }
 
 }  // namespace

@@ -4,23 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include "support/faulty_run.h"
 
 namespace {
 
+using support::FaultyRun;
+using support::HostSetup;
 using support::SimulatedSky;
 
 /// One feeder: hands over batch by batch, up to five minutes ahead of the epochs and never behind.
 class Feeder {
  public:
   using Step = std::function<void(gnx::ProductFeed&, const gnx::CorrectionBatch&)>;
-  Feeder(const SimulatedSky& sky, const support::HostSetup& host, const std::atomic<double>& epochTime,
-         Step step)
+  Feeder(const SimulatedSky& sky, const HostSetup& host, const std::atomic<double>& epochTime, Step step)
       : m_thread([this, &sky, &host, &epochTime, step = std::move(step)] {
           gnx::ProductFeed out = host.products();
           for (const gnx::CorrectionBatch& batch : sky.corrections) {
@@ -42,65 +42,50 @@ class Feeder {
   std::thread m_thread;
 };
 
-constexpr double kRestart = 630.0;
-
-/// The host with its three threads. Ends the process by exit(), so that a sanitizer may speak in its status.
-void runHost(const SimulatedSky& sky) {
-  const support::HostSetup host(sky);
-  host.start({});
-  {
-    std::atomic<double> epochTime{0.0};
-    auto message = sky.messages.begin();
-    const Feeder products(sky, host, epochTime, [&](gnx::ProductFeed& out, gnx::CorrectionBatch batch) {
-      for (; message != sky.messages.end() && message->transmission <= batch.tag; ++message)
-        out.feed(*message);
-      batch.newBiases = false;
-      out.feed(batch);
-    });
-    const Feeder biases(sky, host, epochTime, [&](gnx::ProductFeed& out, gnx::CorrectionBatch batch) {
-      batch.orbitClock.clear();
-      out.feed(batch);
-      out.feed(sky.messages.front());  // another source of what is there already
-    });
-    gnx::ObservationFeed observations = host.observations();
-    for (const gnx::ObsEpoch& epoch : sky.epochs) {
-      const double t = epoch.time - sky.start();
-      host.setClock(t);
-      epochTime = t;
-      products.await(t);
-      biases.await(t);
-      if (t == kRestart) GNX_restart();
-      observations.feed(epoch);
-    }
-  }
-  GNX_finilize();
-  std::exit(0);
-}
-
 // Each epoch finds the batch of its own time among others: the positions are those of one thread.
 TEST(FeederThreads, GiveThePositionsOfOneThread) {
   const SimulatedSky sky({.hours = 0.4, .clock = {}});
-  support::Faults restart;
-  restart.before = [](double t) {
-    if (t == kRestart) GNX_restart();
+  const double last = sky.epochs.back().time - sky.start();
+  const auto restart = [](double t) {
+    if (t == 630.0) GNX_restart();
   };
-  const support::FaultyRun single(sky, restart);
+  support::Faults one;
+  one.before = restart;
+  const FaultyRun single(sky, one);
   EXPECT_LT(single.error(sky.site, 1200.0), 0.5);
 
-  const support::TemporaryDirectory directory;
-  support::HostSetup::write(directory.path(), sky, {});
-  const support::ChildResult child = support::runInChild([&] {
-    std::filesystem::current_path(directory.path());
-    runHost(sky);
-  });
-  ASSERT_EQ(child.status, 0) << child.output.substr(0, 3000);
-  std::vector<std::array<double, 3>> positions;
-  std::istringstream output(child.output);
-  for (std::string line; std::getline(output, line);) {
-    if (const auto epoch = gnx::parseSolutionLine(line)) positions.push_back(epoch->xyz);
-  }
-  ASSERT_EQ(positions.size(), single.epochs.size());
-  for (std::size_t k = 0; k < positions.size(); ++k) ASSERT_EQ(positions[k], single.epochs[k].xyz) << k;
+  std::optional<HostSetup> host;
+  std::optional<Feeder> products, biases;
+  std::atomic<double> epochTime{0.0};
+  auto message = sky.messages.begin();
+  support::Faults three;
+  three.productsFromElsewhere = true;
+  three.before = [&](double t) {
+    epochTime = t;
+    if (!host) {
+      host.emplace(sky);
+      products.emplace(sky, *host, epochTime, [&](gnx::ProductFeed& out, gnx::CorrectionBatch batch) {
+        for (; message != sky.messages.end() && message->transmission <= batch.tag; ++message)
+          out.feed(*message);
+        batch.newBiases = false;
+        out.feed(batch);
+      });
+      biases.emplace(sky, *host, epochTime, [&](gnx::ProductFeed& out, gnx::CorrectionBatch batch) {
+        batch.orbitClock.clear();
+        out.feed(batch);
+        out.feed(sky.messages.front());  // another source of what is there already
+      });
+    }
+    products->await(t);
+    biases->await(t);
+    restart(t);
+    if (t < last) return;
+    products.reset();
+    biases.reset();
+  };
+  const FaultyRun run(sky, three);
+  ASSERT_EQ(run.epochs.size(), single.epochs.size());
+  for (std::size_t k = 0; k < run.epochs.size(); ++k) ASSERT_EQ(run.epochs[k].xyz, single.epochs[k].xyz) << k;
 }
 
 }  // namespace

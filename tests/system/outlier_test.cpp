@@ -11,7 +11,6 @@ namespace {
 using support::Fault;
 using support::Faults;
 using support::FaultyRun;
-using support::outlier;
 using support::SatName;
 using support::twoHourSky;
 
@@ -42,7 +41,7 @@ TEST_F(Outliers, LargeCodeErrorsCostTheSatelliteAndNothingElse) {
     for (const double metres : {60.0, 1000.0}) {
       for (const char* signal : {"1C", "2W", ""}) {
         SCOPED_TRACE(std::to_string(metres) + " m on '" + signal + "' for " + std::to_string(length) + " s");
-        const FaultyRun run = struck(outlier(Fault::Kind::code, sat, signal, kAt, kAt + length, metres));
+        const FaultyRun run = struck({Fault::Kind::code, sat, signal, kAt, kAt + length, metres});
         EXPECT_EQ(run.satellitesAt(kAt), clean.satellitesAt(kAt) - 1);
         EXPECT_EQ(run.satellitesAt(kAt + length), clean.satellitesAt(kAt + length) - 1);
         EXPECT_EQ(run.satellitesAt(kAt + length + 30.0), clean.satellitesAt(kAt + length + 30.0));
@@ -63,7 +62,7 @@ TEST_F(Outliers, SmallCodeErrorsDoNotMoveTheSite) {
   for (const double length : {0.0, 300.0}) {
     for (const double metres : {3.0, 10.0}) {
       SCOPED_TRACE(std::to_string(metres) + " m for " + std::to_string(length) + " s");
-      const FaultyRun run = struck(outlier(Fault::Kind::code, sat, "2W", kAt, kAt + length, metres));
+      const FaultyRun run = struck({Fault::Kind::code, sat, "2W", kAt, kAt + length, metres});
       EXPECT_EQ(run.satellitesAt(kAt), clean.satellitesAt(kAt));
       EXPECT_LE(addedSince(run, kAt + length + 60.0), 4) << "one slip there, one back, two frequencies";
       EXPECT_LT(run.change(clean, kAt + length + 600.0), 0.01);
@@ -75,10 +74,10 @@ TEST_F(Outliers, SmallCodeErrorsDoNotMoveTheSite) {
 // unit-weight sigma of the epoch above its limit; the search then begins with the phases, and innocent
 // ones restart before the code is found. In five minutes of it the site moves by 1 to 2 cm.
 TEST_F(Outliers, CodeErrorsJustBelowTheScreeningRestartOthersToo) {
-  const FaultyRun once = struck(outlier(Fault::Kind::code, sat, "2W", kAt, kAt, 30.0));
+  const FaultyRun once = struck({Fault::Kind::code, sat, "2W", kAt, kAt, 30.0});
   EXPECT_GE(once.count({"DIA batch detecting slip"}, kAt, kAt), 1);
   EXPECT_LT(once.change(clean, kAt + 600.0), 0.02);
-  const FaultyRun series = struck(outlier(Fault::Kind::code, sat, "2W", kAt, kAt + 300.0, 30.0));
+  const FaultyRun series = struck({Fault::Kind::code, sat, "2W", kAt, kAt + 300.0, 30.0});
   EXPECT_GE(series.count({"DIA batch detecting slip", sat}, kAt, kAt + 300.0), 10);
   EXPECT_LT(series.change(clean, kAt + 900.0), 0.03);
 }
@@ -88,7 +87,7 @@ TEST_F(Outliers, PhaseErrorsDoNotMoveTheSite) {
   for (const double cycles : {0.5, 1.0, 10.0, 1000.0, 1.0e6}) {
     for (const char* signal : {"1C", "2W"}) {
       SCOPED_TRACE(std::to_string(cycles) + " cycles on " + signal);
-      const FaultyRun run = struck(outlier(Fault::Kind::phase, sat, signal, kAt, kAt, cycles));
+      const FaultyRun run = struck({Fault::Kind::phase, sat, signal, kAt, kAt, cycles});
       const bool large = cycles > 5.0;
       EXPECT_EQ(run.count({"[SLIP]", sat, "] new ambiguity: "}, kAt, kAt + 30.0), large ? 2 : 0);
       EXPECT_EQ(run.count({"DIA batch detecting slip", sat}, kAt, kAt), large ? 0 : 1);

@@ -9,7 +9,6 @@
 
 namespace {
 
-using support::Faults;
 using support::FaultyRun;
 using support::RunSetup;
 using support::SimulatedSky;
@@ -21,12 +20,6 @@ SimulatedSky skyOf(const std::string& kind, double offset, double drift) {
   plan.clock.offset = offset;
   plan.clock.drift = plan.clock.jumpingDrift = drift;
   return SimulatedSky(plan);
-}
-
-int jumps(const SimulatedSky& sky) {
-  int n = 0;
-  for (std::size_t k = 1; k < sky.clock.size(); ++k) n += std::fabs(sky.clock[k] - sky.clock[k - 1]) > 0.9e-3;
-  return n;
 }
 
 class ReceiverClocks : public ::testing::TestWithParam<const char*> {};
@@ -45,15 +38,11 @@ TEST_P(ReceiverClocks, GiveTheSamePositions) {
   const struct {
     const char* kind;
     double offset, drift;
-    int leastJumps;
-  } clocks[] = {{"jumping", 3e-6, 3e-7, 1},
-                {"jumping", 3e-6, -3e-6, 15},
-                {"free", 5e-3, 1e-6, 0},
-                {"free", -2e-2, 1e-5, 0}};
+  } clocks[] = {
+      {"jumping", 3e-6, 3e-7}, {"jumping", 3e-6, -3e-6}, {"free", 5e-3, 1e-6}, {"free", -2e-2, 1e-5}};
   for (const auto& c : clocks) {
     SCOPED_TRACE(std::string(c.kind) + ", drift " + std::to_string(c.drift * 1e6) + " us/s");
     const SimulatedSky sky = skyOf(c.kind, c.offset, c.drift);
-    EXPECT_GE(jumps(sky), c.leastJumps);
     const FaultyRun run(sky, {}, setup);
     EXPECT_EQ(run.newAmbiguities(), reference.newAmbiguities()) << "no arc ends";
     EXPECT_EQ(run.count({"DIA batch detecting slip"}), reference.count({"DIA batch detecting slip"}));
@@ -69,28 +58,20 @@ TEST_P(ReceiverClocks, GiveTheSamePositions) {
 // and every arc starts anew.
 TEST(ReceiverClockJumps, InRangesAloneRestartAllArcs) {
   const SimulatedSky sky = skyOf("jumping", 3e-6, 3e-7);
-  ASSERT_EQ(jumps(sky), 2);
-  std::vector<double> sum(sky.clock.size(), 0.0);  // s taken out of the ranges so far
-  std::vector<double> times;
-  for (std::size_t k = 1; k < sum.size(); ++k) {
-    const double step = sky.clock[k] - sky.clock[k - 1];
-    sum[k] = sum[k - 1] + (std::fabs(step) > 0.9e-3 ? std::copysign(1e-3, step) : 0.0);
-    if (std::fabs(step) > 0.9e-3) times.push_back(sky.epochs[k].time - sky.start());
-  }
-  Faults faults;
-  std::size_t epochNumber = 0;
+  std::size_t k = 0;
+  double taken = 0.0;  // s out of the ranges so far
+  support::Faults faults;
   faults.observations = [&](gnx::ObsEpoch& epoch, double) {
-    for (gnx::SatObs& sat : epoch.sats) {
-      for (gnx::SignalObs& s : sat.signals) {
-        const double frequency = gnx::carrierFrequency(sat.sat[0], s.code.data());
-        s.phase -= sum[epochNumber] * frequency;
-      }
-    }
-    ++epochNumber;
+    const double step = k > 0 ? sky.clock[k] - sky.clock[k - 1] : 0.0;
+    if (std::fabs(step) > 0.9e-3) taken += std::copysign(1e-3, step);
+    for (gnx::SatObs& sat : epoch.sats)
+      for (gnx::SignalObs& s : sat.signals)
+        s.phase -= taken * gnx::carrierFrequency(sat.sat[0], s.code.data());
+    ++k;
     return true;
   };
   const FaultyRun clean(sky, {}), run(sky, faults);
-  for (const double t : times) {
+  for (const double t : {1680.0, 5010.0}) {
     EXPECT_GE(run.count({"[SLIP]", "] new ambiguity: "}, t, t), clean.satellitesAt(t));
     EXPECT_GE(run.newAmbiguities("", t, t), 2 * clean.satellitesAt(t));
     EXPECT_EQ(run.satellitesAt(t), clean.satellitesAt(t));

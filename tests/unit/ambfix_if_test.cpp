@@ -38,15 +38,14 @@ class AmbfixIf : public gnx_test::AmbiguityFixture {
     return filter->m_pm(0, isat, slot)->xest - filter->m_pm(0, iref, slot)->xest;
   }
   /// Candidates of the narrow-lane at the references as they stand.
-  std::vector<int> m_candidates(const tarvio::Updc* updc = nullptr) {
+  std::vector<int> m_candidates() {
     std::vector<double> Qamb;
     const int nc = SrifAmbfix_raw::s_ambCovariance(filter.get(), Qamb);
-    SrifAmbfix_if::s_if_form_nl_vari(updc, filter.get(), Qamb.data(), nc, s0, Q, x, idx, &nlist);
+    SrifAmbfix_if::s_if_form_nl_vari(nullptr, filter.get(), Qamb.data(), nc, s0, Q, x, idx, &nlist);
     return idx;
   }
-  void m_pick(const char* tag = "n1", const std::string& prosys = "GE") {
-    SrifAmbfix_if::s_if_pickValid_s0(prosys, tag, deploy().m_ambconfig[*tag == 'n' ? 2 : 1], nullptr, true,
-                                     filter.get(), s0);
+  void m_pick(const char* prosys = "GE") {
+    SrifAmbfix_if::s_if_pickValid_s0(prosys, "n1", m_cfg(kN1), nullptr, true, filter.get(), s0);
   }
 
   std::vector<double> Q, x;
@@ -110,7 +109,7 @@ TEST_F(AmbfixIf, ReferencesStayWhileTheyServe) {
   m_injectWideLanes();
   m_run(8);
   s0[kGps] = 1;
-  m_pick("n1", "G");
+  m_pick("G");
   EXPECT_EQ(s0[kGps], 1) << "not the highest, but it was chosen before";
   EXPECT_EQ(s0[kGalileo], -1) << "not asked for";
   m_record("wl").erase("G02");

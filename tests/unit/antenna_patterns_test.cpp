@@ -11,23 +11,20 @@
 #include "deployment/antex_file.h"
 #include "simulate/observer.h"
 #include "simulate/simulation.h"
-#include "support/files.h"
+#include "support/deployment.h"
 
 namespace gnx {
 namespace {
 
+using support::antexLine;
+
 constexpr double kDegrees = 57.29577951308232;
 const std::string kType = "TESTANTENNA     NONE";
 
-std::string line(std::string data, const std::string& label) {
-  data.resize(60, ' ');
-  return data + label + "\n";
-}
-
 std::string frequency(const std::string& code, const std::string& rows) {
-  return line("   " + code, "START OF FREQUENCY") +
-         line("      1.00      2.00    100.00", "NORTH / EAST / UP") + rows +
-         line("   " + code, "END OF FREQUENCY");
+  return antexLine("   " + code, "START OF FREQUENCY") +
+         antexLine("      1.00      2.00    100.00", "NORTH / EAST / UP") + rows +
+         antexLine("   " + code, "END OF FREQUENCY");
 }
 
 /// Pattern in mm at the zenith angles 0, 45, 90: rises to the horizon, 10 more in the east, 10 less in the
@@ -40,11 +37,10 @@ std::string antennaText() {
       "   180.0    0.00    4.00   20.00\n"
       "   270.0    0.00   -1.00   10.00\n"
       "   360.0    0.00    4.00   20.00\n";
-  return line("     1.4            M", "ANTEX VERSION / SYST") + line("A", "PCV TYPE / REFANT") +
-         line("", "END OF HEADER") + line("", "START OF ANTENNA") + line(kType, "TYPE / SERIAL NO") +
-         line("    90.0", "DAZI") + line("     0.0  90.0  45.0", "ZEN1 / ZEN2 / DZEN") +
-         line("     2", "# OF FREQUENCIES") + frequency("G01", rows) +
-         frequency("G02", "   NOAZI    0.00    1.00    2.00\n") + line("", "END OF ANTENNA");
+  return support::antexHeader() + antexLine("", "START OF ANTENNA") + antexLine(kType, "TYPE / SERIAL NO") +
+         antexLine("    90.0", "DAZI") + antexLine("     0.0  90.0  45.0", "ZEN1 / ZEN2 / DZEN") +
+         antexLine("     2", "# OF FREQUENCIES") + frequency("G01", rows) +
+         frequency("G02", "   NOAZI    0.00    1.00    2.00\n") + antexLine("", "END OF ANTENNA");
 }
 
 class Patterns : public ::testing::Test {

@@ -31,6 +31,15 @@ std::string sinex(const std::string& rows) {
          rows + "-BIAS/SOLUTION\n%=ENDBIA\n";
 }
 
+/// A row for G01; a second signal makes it a difference.
+std::string row(const char* signal, const char* other, double value, const char* unit = "ns",
+                const char* span = "2020:177:00000 2020:178:00000", const char* station = "") {
+  char text[200];
+  std::snprintf(text, sizeof text, " %s  G063 G01 %-9s %-4s %-4s %s %-4s %21.4f %11.4f\n",
+                *other == 0 ? "OSB" : "DSB", station, signal, other, span, unit, value, 0.001);
+  return text;
+}
+
 double valueOf(const std::vector<gnx::SsrBias>& biases, const std::string& signal) {
   for (const gnx::SsrBias& b : biases) {
     if (b.signal == signal) return b.value;
@@ -47,16 +56,9 @@ class SinexBias : public testing::Test {
 };
 
 TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
-  const auto biases =
-      at(" OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      "
-         "0.0010\n"
-         " OSB  G063 G01           L1C       2020:177:00000 2020:178:00000 ns                 0.5000      "
-         "0.0010\n"
-         " OSB  G063 G01           L5Q       2020:177:00000 2020:178:00000 cyc                0.2500      "
-         "0.0010\n"
-         " OSB  G    G01 ESBC      C1W       2020:177:00000 2020:178:00000 ns                77.0000      "
-         "0.0010\n",
-         kNoon);
+  const auto biases = at(row("C1W", "", -1.0) + row("L1C", "", 0.5) + row("L5Q", "", 0.25, "cyc") +
+                             row("C1W", "", 77.0, "ns", "2020:177:00000 2020:178:00000", "ESBC"),
+                         kNoon);
   ASSERT_THAT(biases, SizeIs(1));
   EXPECT_NEAR(valueOf(biases[0].code, "1W"), 1e-9 * kLightSpeed, 1e-12);
   EXPECT_NEAR(valueOf(biases[0].phase, "1C"), -0.5e-9 * kLightSpeed, 1e-12);
@@ -65,25 +67,15 @@ TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
 }
 
 TEST_F(SinexBias, RowsHoldInTheirTimeOnly) {
-  const std::string rows =
-      " OSB  G063 G01           C1W       2020:177:00000 2020:177:43200 ns                 1.0000      "
-      "0.0010\n"
-      " OSB  G063 G01           C1W       2020:177:43200 0000:000:00000 ns                 2.0000      "
-      "0.0010\n";
+  const std::string rows = row("C1W", "", 1.0, "ns", "2020:177:00000 2020:177:43200") +
+                           row("C1W", "", 2.0, "ns", "2020:177:43200 0000:000:00000");
   EXPECT_NEAR(valueOf(at(rows, kNoon + -1.0)[0].code, "1W"), -1e-9 * kLightSpeed, 1e-12);
   EXPECT_NEAR(valueOf(at(rows, kNoon)[0].code, "1W"), -2e-9 * kLightSpeed, 1e-12);
   EXPECT_THAT(at(rows, kNoon + -86400.0), IsEmpty());
 }
 
 TEST_F(SinexBias, DifferencesReferToTheClocksPair) {
-  const auto biases =
-      at(" DSB  G063 G01           C1W  C2W  2020:177:00000 2020:178:00000 ns                 8.0000      "
-         "0.0010\n"
-         " DSB  G063 G01           C1C  C1W  2020:177:00000 2020:178:00000 ns                -1.5000      "
-         "0.0010\n"
-         " DSB  G063 G01           C5Q  C5X  2020:177:00000 2020:178:00000 ns                 3.0000      "
-         "0.0010\n",
-         kNoon);
+  const auto biases = at(row("C1W", "C2W", 8.0) + row("C1C", "C1W", -1.5) + row("C5Q", "C5X", 3.0), kNoon);
   ASSERT_THAT(biases, SizeIs(1));
   const double w1 = valueOf(biases[0].code, "1W"), w2 = valueOf(biases[0].code, "2W");
   const double f1 = 1575.42e6, f2 = 1227.6e6, ns = 1e-9 * kLightSpeed;
@@ -97,9 +89,7 @@ TEST_F(SinexBias, Refusals) {
   const auto refusal = [&](const std::string& content) {
     return inputError([&] { gnx::readSinexBias({m_dir.write("bad.bia", content)}); });
   };
-  const std::string good = sinex(
-      " OSB  G063 G01           C1W       2020:177:00000 2020:178:00000 ns                -1.0000      "
-      "0.0010\n");
+  const std::string good = sinex(row("C1W", "", -1.0));
   EXPECT_EQ(refusal(good), "");
   EXPECT_THAT(refusal(good.substr(0, good.size() - 10)), HasSubstr("without %=ENDBIA"));
   std::string unit = good;

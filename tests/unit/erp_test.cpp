@@ -3,15 +3,13 @@
 #include "Core/Model/Erp.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "Core/Model/Itrs2gcrs.h"
 #include "Interface/Controller.h"
 #include "support/exit_message.h"
+#include "support/files.h"
 
 namespace tarvio {
 namespace {
@@ -19,15 +17,11 @@ namespace {
 class Erp : public testing::Test {
  protected:
   void SetUp() override {
-    path = testing::TempDir() + "gnx_erp_" + std::to_string(getpid());
     Controller::s_getInstance()->m_deploy.m_fileTable["ut1t10"] =
         std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
   }
-  void TearDown() override { std::remove(path.c_str()); }
-  const char* write(const std::string& text) {
-    std::ofstream(path) << text;
-    return path.c_str();
-  }
+  const char* write(const std::string& text) { return (path = directory.write("erp", text)).c_str(); }
+  support::TemporaryDirectory directory;
   std::string path;
 };
 

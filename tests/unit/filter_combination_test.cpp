@@ -1,11 +1,12 @@
 /// Rows of the combinations, their weights, and the periods before them: reset by time, useless epochs,
-/// more satellites than the storage holds.
+/// slips, more satellites, rows and columns than the storage holds.
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "Common/ComTime.h"
+#include "support/exit_message.h"
 #include "support/filter_world.h"
 
 namespace {
@@ -67,27 +68,10 @@ TEST_F(FilterCombination, IonosphereFreeRowsRemoveTheFirstOrderAndCarryTheNoise)
   }
 }
 
-TEST_F(FilterCombination, IonosphereFreeFilterFindsThePosition) {
-  m_combination("IF");
-  for (int i = 0; i < 10; ++i) m_epoch(30.0 * i);
-  EXPECT_EQ(filter->ni, 0);
-  EXPECT_EQ(filter->nc, 13);
-  EXPECT_EQ(filter->m_amblist.front()->lam, 1.0);
-  for (int i = 0; i < 3; ++i)
-    EXPECT_NEAR(filter->m_pamt[static_cast<std::size_t>(i)].xest, world.position[i], 1.5);
-}
-
-TEST_F(FilterCombination, SingleFrequencyRows) {
-  m_combination("SF");
-  m_form();
-  EXPECT_EQ(station().m_nobs, 26);
-  const Ssat_t& sat = station().m_sat[3];
-  EXPECT_EQ(m_row(3, 0, 2).value, sat.m_xx[0]);
-  EXPECT_EQ(m_row(3, 0, 2).wgt, sat.m_wgt[0]);
-  EXPECT_EQ(m_row(3, 0, 1).value, sat.m_xx[4]);
-
+TEST_F(FilterCombination, RowsOfOneFrequencyAndTheirMeanWithTheCode) {
   m_combination("SF", "GRAPHIC CODE");
   m_form();
+  EXPECT_EQ(station().m_nobs, 26);
   const Ssat_t& half = station().m_sat[3];
   EXPECT_NEAR(m_row(3, 0, 2).value, 0.5 * (half.m_xx[0] + half.m_xx[4]), 1e-12);
   const double variance = 0.25 * (1.0 / std::pow(half.m_wgt[0], 2) + 1.0 / std::pow(half.m_wgt[4], 2));
@@ -99,11 +83,9 @@ TEST_F(FilterCombination, PeriodicResetCountsDataTime) {
   tarvio::s_copyText(deploy().m_ambmode, "INST:60");
   m_build();
   m_epoch(0.0);
-  EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 0.0));
   m_epoch(30.0);
   EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 0.0));
-  const auto* arc = filter->m_pm(0, 0, 0);
-  EXPECT_LT(arc->ptime0, 60000 + 1.0 / 86400.0);
+  EXPECT_LT(filter->m_pm(0, 0, 0)->ptime0, 60000 + 1.0 / 86400.0);
   m_epoch(75.0);
   EXPECT_EQ(filter->treset, tarvio::mjd2time(60000, 75.0));
   EXPECT_NEAR(filter->m_pm(0, 0, 0)->ptime0, 60000 + 75.0 / 86400.0, 1e-9);
@@ -121,7 +103,7 @@ TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpoch) {
   EXPECT_EQ(filter->m_solstat, 2);
 }
 
-TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUp) {
+TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUpAndRowsFromTheEnd) {
   m_build();
   m_epoch(0.0);
   filter->m_maxSatEpoch = 10;
@@ -136,17 +118,37 @@ TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUp) {
   EXPECT_GT(lowestUsed, highestDropped);
   filter->v_onFilterEstimate();
   m_end();
-}
-
-TEST_F(FilterCombination, RowsBeyondTheStorageAreLeftOut) {
-  m_build();
-  m_epoch(0.0);
-  filter->nhk = 45;
-  m_begin(30.0);
-  EXPECT_EQ(filter->nobs, 45);
+  filter->nhk = 35;
+  m_begin(60.0);
+  EXPECT_EQ(filter->nobs, 35);
   filter->v_onFilterEstimate();
   EXPECT_EQ(filter->m_solstat, 2);
   m_end();
+}
+
+TEST_F(FilterCombination, SlipInAnEpochWithoutRowsIsNotLost) {
+  m_build();
+  for (int i = 0; i < 3; ++i) m_epoch(30.0 * i);
+  const tarvio::SrifPamt* old = filter->m_pm(0, 4, 1);
+  const std::vector<bool> seen(world.visible, world.visible + 13);
+  std::fill(std::begin(world.visible), std::end(world.visible), false);
+  m_begin(90.0, {{4, 1}});
+  filter->v_onFilterEstimate();
+  m_end();
+  std::copy(seen.begin(), seen.end(), world.visible);
+  m_begin(120.0);
+  EXPECT_NE(filter->m_pm(0, 4, 1), old);
+  filter->v_onFilterEstimate();
+  m_end();
+}
+
+TEST_F(FilterCombination, FullArrayEndsTheProcessWithItsSize) {
+  m_build();
+  world.visible[0] = false;
+  m_epoch(0.0);
+  filter->ntmx = filter->imtx + 3;  // one column for the right-hand side, two ambiguities, no ionosphere
+  world.visible[0] = true;
+  EXPECT_EXIT_MESSAGE(m_begin(30.0), "imtx is bigger than ntmx");
 }
 
 }  // namespace

@@ -199,23 +199,4 @@ TEST_F(FilterDia, UnknownModeNamesItself) {
   m_end();
 }
 
-TEST_F(FilterDia, SensitivityStatisticIsTheRestOfARegression) {
-  m_build();
-  m_begin(0.0);
-  filter->v_onFilterEstimate();
-  // A misfit that the second of three columns explains fully.
-  const int n = filter->nobs;
-  std::vector<double> columns(static_cast<std::size_t>(3 * n), 0.0);
-  std::fill_n(filter->tres, n, 0.0);
-  for (int r = 0; r < n; ++r) {
-    columns[static_cast<std::size_t>(r)] = r == 0;
-    columns[static_cast<std::size_t>(n + r)] = r % 3 == 0;
-    columns[static_cast<std::size_t>(2 * n + r)] = r == 1;
-    filter->tres[r] = 2.5 * (r % 3 == 0);
-  }
-  EXPECT_NEAR(filter->psig(3, columns, 0), 0.0, 1.0e-6);
-  EXPECT_NEAR(filter->psig(3, columns, 1), 2.5 * std::sqrt(((n + 2) / 3 - 1.0) / n), 1.0e-9);
-  m_end();
-}
-
 }  // namespace

@@ -50,7 +50,6 @@ TEST_F(FilterOutput, LinesHaveTheirFixedColumns) {
   ASSERT_TRUE(std::getline(in, file));
   // One of the two blanks behind the tag belongs to it.
   EXPECT_EQ(file.substr(0, 28), " 2023  2 25 12 34 56.5  STAN");
-  EXPECT_EQ(console.substr(0, 27), "2023  2 25 12 34 56.5  STAN");
   char expected[64];
   std::snprintf(expected, sizeof expected, "%13.3lf", filter->m_pamt[0].xest);
   EXPECT_EQ(file.substr(28, 13), expected);
@@ -58,7 +57,6 @@ TEST_F(FilterOutput, LinesHaveTheirFixedColumns) {
   EXPECT_EQ(console.substr(27, 13), expected);
   // total (twice the satellites), G, R, E, C, B, J
   EXPECT_NE(file.find("  26  7  0  6  0  0  0 "), std::string::npos) << file;
-  EXPECT_NE(console.find("  26  7  0  6  0  0  0 "), std::string::npos) << console;
   EXPECT_TRUE(file.ends_with(" 02 07     3.250 ****")) << file;
   EXPECT_TRUE(console.ends_with(" 02 07\n")) << console;
 }
@@ -72,10 +70,6 @@ TEST_F(FilterOutput, OffsetsAreCentimetresEastNorthUp) {
   for (int i = 0; i < 3; ++i) station().m_xyz[i] = filter->m_pamt[static_cast<std::size_t>(i)].xest - xyz[i];
   const std::string line = m_output();
   EXPECT_NE(line.find("      100.000      200.000      300.000 "), std::string::npos) << line;
-
-  filter->m_pamt[2].nuse = 0;  // the coordinates were not observed
-  const std::string still = m_output();
-  EXPECT_NE(still.find("        0.000        0.000        0.000 "), std::string::npos) << still;
 }
 
 TEST_F(FilterOutput, DilutionsOfAFourfoldSymmetry) {

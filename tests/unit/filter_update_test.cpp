@@ -178,14 +178,6 @@ class FilterUpdate : public gnx_test::FilterFixture {
     }
   }
 
-  void m_expectTriangular() const {
-    for (int c = 0; c <= filter->imtx; ++c)
-      for (int r = c + 1; r < filter->ldinfs; ++r)
-        if (r >= filter->imtx || c < filter->imtx) {
-          ASSERT_EQ(m_r(r, c), 0.0) << r << ' ' << c;
-        }
-  }
-
   std::unique_ptr<DenseFilter> dense;
 };
 
@@ -209,7 +201,6 @@ TEST_F(FilterUpdate, KinematicWithArcsThatComeAndGo) {
     m_run(sods[i], slips);
     if (i == 0 || i == 4 || i >= 6) m_compare();
     m_end();
-    m_expectTriangular();
   }
 }
 

@@ -6,8 +6,11 @@
 #include <random>
 #include <vector>
 
+#include "Common/CMat.h"
+#include "Core/Ambfix/Pflambda.h"
 #include "GNX_IO.h"
 #include "support/reference_cases.h"
+#include "support/subset_problems.h"
 
 namespace {
 
@@ -26,63 +29,28 @@ Solution solve(int n, int m, const std::vector<double>& a, const Matrix& Q) {
   return r;
 }
 
-/// (a - z)^T Q^-1 (a - z) by Cholesky of Q.
-double squaredNorm(int n, const std::vector<double>& a, const Matrix& Q, const double* z) {
-  const auto at = [&](std::vector<double>& v, int i, int j) -> double& {
-    return v[static_cast<std::size_t>(i + j * n)];
-  };
-  Matrix c = Q;
+/// (a - z)^T Q^-1 (a - z).
+double squaredNorm(const std::vector<double>& a, const Matrix& inverse, const double* z) {
   double sum = 0.0;
-  std::vector<double> y(static_cast<std::size_t>(n));
-  for (int j = 0; j < n; ++j) {
-    for (int k = 0; k < j; ++k) at(c, j, j) -= at(c, j, k) * at(c, j, k);
-    at(c, j, j) = std::sqrt(at(c, j, j));
-    for (int i = j + 1; i < n; ++i) {
-      for (int k = 0; k < j; ++k) at(c, i, j) -= at(c, i, k) * at(c, j, k);
-      at(c, i, j) /= at(c, j, j);
-    }
-    double v = a[static_cast<std::size_t>(j)] - z[j];
-    for (int k = 0; k < j; ++k) v -= at(c, j, k) * y[static_cast<std::size_t>(k)];
-    y[static_cast<std::size_t>(j)] = v / at(c, j, j);
-    sum += y[static_cast<std::size_t>(j)] * y[static_cast<std::size_t>(j)];
-  }
+  for (std::size_t i = 0; i < a.size(); ++i)
+    for (std::size_t j = 0; j < a.size(); ++j)
+      sum += (a[i] - z[i]) * inverse[i + j * a.size()] * (a[j] - z[j]);
   return sum;
 }
 
-/// Q = sum of outer products: `strong` few large ones shared by all (geometry, ionosphere), plus
-/// noise of each ambiguity. The larger `spread`, the more correlated.
-Matrix randomCovariance(int n, int strong, double spread, double noise, std::mt19937& random) {
-  std::normal_distribution<double> normal;
-  Matrix Q(static_cast<std::size_t>(n * n), 0.0);
-  for (int r = 0; r < strong; ++r) {
-    std::vector<double> g(static_cast<std::size_t>(n));
-    for (double& x : g) x = spread * normal(random);
-    for (int i = 0; i < n; ++i) {
-      for (int j = 0; j < n; ++j) {
-        Q[static_cast<std::size_t>(i + j * n)] +=
-            g[static_cast<std::size_t>(i)] * g[static_cast<std::size_t>(j)];
-      }
-    }
-  }
-  for (int i = 0; i < n; ++i) {
-    Q[static_cast<std::size_t>(i + i * n)] += noise * (1.0 + std::abs(normal(random)));
-  }
-  return Q;
-}
-
-/// All integer vectors whose norm is not above the bound, by plain recursion over a box that holds
-/// the ellipsoid: |a_i - z_i| <= sqrt(Q_ii bound).
-void enumerate(int n, const std::vector<double>& a, const Matrix& Q, double bound, std::vector<double>& z,
-               std::vector<double>& norms) {
+/// The norms of all integer vectors up to a bound, by plain recursion over a box that holds the
+/// ellipsoid: |a_i - z_i| <= sqrt(Q_ii bound).
+void enumerate(const std::vector<double>& a, const Matrix& Q, const Matrix& inverse, double bound,
+               std::vector<double>& z, std::vector<double>& norms) {
   const auto i = z.size();
-  if (static_cast<int>(i) == n) {
-    norms.push_back(squaredNorm(n, a, Q, z.data()));
+  if (i == a.size()) {
+    norms.push_back(squaredNorm(a, inverse, z.data()));
     return;
   }
-  const double half = std::sqrt(Q[i + i * static_cast<std::size_t>(n)] * bound) * (1.0 + 1e-12);
+  const double half = std::sqrt(Q[i * (a.size() + 1)] * bound) * (1.0 + 1e-12);
   for (double x = std::ceil(a[i] - half); x <= a[i] + half; x += 1.0) {
     z.push_back(x);
-    enumerate(n, a, Q, bound, z, norms);
+    enumerate(a, Q, inverse, bound, z, norms);
     z.pop_back();
   }
 }
@@ -109,34 +77,41 @@ TEST(Lambda, PublishedAndEnumeratedProblems) {
       EXPECT_EQ(r.F[static_cast<std::size_t>(i)], item["z1"][i].asDouble());
       EXPECT_EQ(r.F[static_cast<std::size_t>(i + n)], item["z2"][i].asDouble());
     }
+
+    // the same through the engine, which rounds a single one by itself
+    std::vector<double> second(a.size());
+    double s[2] = {};
+    ASSERT_EQ(tarvio::ambslv_(n, Q.data(), a.data(), second.data(), s), 0);
+    EXPECT_EQ(Q, before);
+    for (std::size_t i = 0; i < a.size(); ++i) EXPECT_EQ(a[i], r.F[i]);
+    EXPECT_NEAR(s[0], item["s1"].asDouble(), 1e-9 * (1.0 + s[0]));
+    EXPECT_NEAR(s[1], item["s2"].asDouble(), 1e-9 * (1.0 + s[1]));
   }
 }
 
 TEST(Lambda, EqualsBruteForceOnRandomProblems) {
   std::mt19937 random(20240617);
-  std::uniform_real_distribution<double> uniform(-30.0, 30.0);
   int compared = 0;
   for (int trial = 0; trial < 400; ++trial) {
     const int n = 1 + trial % 6;
     const int m = 1 + trial % 4;
-    const Matrix Q = randomCovariance(n, 1 + trial % 3, 0.8, 0.02, random);
-    std::vector<double> a(static_cast<std::size_t>(n));
-    for (double& x : a) x = uniform(random);
-    const Solution r = solve(n, m, a, Q);
+    const auto p = gnx_test::drawProblem(n, 0.5, 0.3, 0.15, trial % 3, random);
+    Matrix inverse = p.Q;
+    ASSERT_EQ(tarvio::CMat::CMat_Inverse(inverse.data(), n, n), 0);
+    const Solution r = solve(n, m, p.x, p.Q);
     ASSERT_EQ(r.status, 0);
     ASSERT_TRUE(std::ranges::is_sorted(r.s));
     for (int c = 0; c < m; ++c) {
-      const double expected = squaredNorm(n, a, Q, &r.F[static_cast<std::size_t>(c * n)]);
+      const double expected = squaredNorm(p.x, inverse, &r.F[static_cast<std::size_t>(c * n)]);
       ASSERT_NEAR(r.s[static_cast<std::size_t>(c)], expected, 1e-8 * (1.0 + expected));
     }
     const double bound = r.s.back() * (1.0 + 1e-9);
     double cells = 1.0;
-    for (int i = 0; i < n; ++i) {
-      cells *= 1.0 + 2.0 * std::sqrt(Q[static_cast<std::size_t>(i + i * n)] * bound);
-    }
+    for (std::size_t i = 0; i < p.x.size(); ++i)
+      cells *= 1.0 + 2.0 * std::sqrt(p.Q[i * (p.x.size() + 1)] * bound);
     if (cells > 1e5) continue;
     std::vector<double> z, norms;
-    enumerate(n, a, Q, bound, z, norms);
+    enumerate(p.x, p.Q, inverse, bound, z, norms);
     std::ranges::sort(norms);
     ASSERT_GE(norms.size(), static_cast<std::size_t>(m));
     for (std::size_t c = 0; c < r.s.size(); ++c) ASSERT_NEAR(r.s[c], norms[c], 1e-8 * (1.0 + norms[c])) << n;

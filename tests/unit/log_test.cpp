@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "Common/ComTime.h"
-#include "Common/Fatal.h"
 #include "Common/FileLock.h"
 #include "Common/Logtrace.h"
 #include "support/child.h"
@@ -122,44 +121,6 @@ TEST_F(LogTest, FrontWritesHeadsAndObeysTheLevel) {
   Logtrace::s_setFiles(m_a.c_str(), m_b.c_str(), false, 0);
   Logtrace::m_logTrace(4, "tracing is off\n");
   EXPECT_EQ(support::readFile(m_b).find("tracing is off"), std::string::npos);
-
-  const double matrix[4] = {1.0, 2.0, 3.0, 4.0};
-  Logtrace::m_logMatrix(matrix, 2, 2, 2, 6, 2, "title", m_b.c_str());
-  EXPECT_THAT(support::readFile(m_b), testing::HasSubstr("title\n  1.00   3.00 \n  2.00   4.00 \n"));
-  testing::internal::CaptureStdout();
-  Logtrace::m_logPrint("hello\n");
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex(stamp + "-hello\n"));
-}
-
-TEST_F(LogTest, FatalErrorsReachConsoleAndStatusFile) {
-  const auto result = support::runInChild([this] {
-    Logtrace::s_defaultlogger.m_openLog(m_a);
-    Logtrace::s_setFiles(m_a.c_str(), "", false, 0);
-    tarvio::s_fatal("reader", 12, "file = %s,broken\n", "x.json");
-  });
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.output.find("-[reader,12]:file = x.json,broken\n"), std::string::npos);
-  EXPECT_NE(result.output.find("-[reader,12]:exit by code\n"), std::string::npos);
-  const std::string status = support::readFile(m_a);
-  EXPECT_NE(status.find("] file = x.json,broken\n"), std::string::npos);
-  EXPECT_NE(status.find("] exit by code\n"), std::string::npos);
-}
-
-TEST_F(LogTest, TimeMarks) {
-  Log log;
-  log.m_openLog(m_a);
-  log.m_tmeTag(m_a, "step");
-  testing::internal::CaptureStdout();
-  log.m_tmeConsume(m_b, "step");
-  log.m_tmeConsume(m_a, "other");
-  log.m_tmeConsume(m_a, "step");
-  log.m_tmeConsume(m_a, "step");  // a mark serves once
-  Log::s_tmeConsume("never set");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "***WARNING(m_tmeConsume) Wrong input FileName, filanem = " + m_b +
-                "\n***WARNING(m_tmeConsume) Wrong input Tag!\n***WARNING(m_tmeConsume) Wrong input Tag!\n"
-                "***WARNING(m_tmeConsume) Wrong input tag! tag = never set\n");
-  EXPECT_THAT(support::readFile(m_a), testing::MatchesRegex("step TIME CONSUME [0-9]+[.][0-9]+\n"));
 }
 
 TEST_F(LogTest, FileLocksExcludeOtherHolders) {

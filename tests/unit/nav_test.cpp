@@ -102,7 +102,7 @@ TEST_F(RinexNav, ReadsTheRecordsOfVersionFour) {
 TEST_F(RinexNav, RefusesDamageAndLeavesOutNonsense) {
   const std::string good = kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618);
   std::string letter = good;
-  letter.replace(letter.find("4.000000000000e-09"), 1, "x");
+  letter[letter.find("4.000000000000e-09")] = 'x';
   EXPECT_THAT(refusal(versionLine("3.04") + letter),
               HasSubstr("bad.nav:4: G05 number 3: 'x.000000000000e-09'"));
   EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.find("     2.0000000"))),

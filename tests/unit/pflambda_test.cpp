@@ -1,18 +1,15 @@
 #include "Core/Ambfix/Pflambda.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "Core/Ambfix/SubsetSearch.h"
-#include "support/reference_cases.h"
+#include "support/files.h"
 #include "support/subset_problems.h"
 
 namespace {
@@ -20,97 +17,9 @@ namespace {
 using gnx_test::AmbiguityProblem;
 using tarvio::RatioTable;
 
-std::vector<double> s_numbers(const Json::Value& value) {
-  std::vector<double> numbers;
-  for (const Json::Value& v : value) {
-    if (v.isArray()) {
-      for (const Json::Value& w : v) numbers.push_back(w.asDouble());
-    } else {
-      numbers.push_back(v.asDouble());
-    }
-  }
-  return numbers;
-}
-
 double s_successOf(double sigma) { return std::erf(0.5 / sigma / std::sqrt(2.0)); }
 
-// ---- search ----
-
-TEST(IntegerSearch, GivesThePublishedCandidatesAndLeavesTheCovarianceAlone) {
-  const Json::Value root = gnx_test::referenceCases("lambda_cases.json");
-  ASSERT_GT(root["cases"].size(), 30u);
-  for (const Json::Value& c : root["cases"]) {
-    const int n = c["n"].asInt();
-    const std::vector<double> Q = s_numbers(c["Q"]);
-    std::vector<double> copy = Q, x = s_numbers(c["a"]), second(static_cast<std::size_t>(n));
-    double s[2] = {};
-    ASSERT_EQ(tarvio::ambslv_(n, copy.data(), x.data(), second.data(), s), 0) << c["name"];
-    EXPECT_EQ(copy, Q);
-    EXPECT_EQ(x, s_numbers(c["z1"])) << c["name"];
-    EXPECT_NEAR(s[0], c["s1"].asDouble(), 1e-9 * (1.0 + s[0])) << c["name"];
-    EXPECT_NEAR(s[1], c["s2"].asDouble(), 1e-9 * (1.0 + s[1])) << c["name"];
-  }
-}
-
-TEST(IntegerSearch, OneAmbiguityIsRoundedAndItsRatioIsThatOfTheDistances) {
-  const double Q = 0.04;
-  double x = 7.2, second = 0.0, s[2] = {};
-  ASSERT_EQ(tarvio::ambslv_(1, &Q, &x, &second, s), 0);
-  EXPECT_EQ(x, 7.0);
-  EXPECT_EQ(second, 8.0);
-  EXPECT_NEAR(s[0], 1.0, 1e-12);   // 0.2^2 / 0.04
-  EXPECT_NEAR(s[1], 16.0, 1e-12);  // 0.8^2 / 0.04
-  x = -2.5;                        // halfway: away from zero, and no candidate is better
-  ASSERT_EQ(tarvio::ambslv_(1, &Q, &x, &second, s), 0);
-  EXPECT_EQ(x, -3.0);
-  EXPECT_EQ(second, -2.0);
-  EXPECT_EQ(s[1], s[0]);
-}
-
-// ---- factorisation and decorrelation ----
-
-TEST(Decorrelation, FactorReproducesTheCovarianceBeforeAndAfterTheTransformation) {
-  std::mt19937 random(11);
-  for (const int n : {2, 5, 12, 40}) {
-    const auto size = static_cast<std::size_t>(n);
-    const AmbiguityProblem p = gnx_test::drawProblem(n, 1.0, 0.1, 0.05, 0, random);
-    std::vector<double> L(size * size), D(size), Z(size * size, 0.0);
-    for (std::size_t i = 0; i < size; ++i) Z[i * (size + 1)] = 1.0;
-    const auto product = [&](std::size_t i, std::size_t j) {
-      double sum = 0.0;
-      for (std::size_t k = 0; k < size; ++k) sum += L[i * size + k] * D[k] * L[j * size + k];
-      return sum;
-    };
-    ASSERT_EQ(tarvio::LD(n, p.Q.data(), L.data(), D.data()), 0);
-    const double largest = *std::max_element(p.Q.begin(), p.Q.end());
-    double logDet = 0.0, after = 0.0;
-    for (std::size_t i = 0; i < size; ++i) {
-      logDet += std::log(D[i]);
-      EXPECT_EQ(L[i * size + i], 1.0);
-      for (std::size_t j = 0; j < size; ++j) EXPECT_NEAR(product(i, j), p.Q[j * size + i], 1e-12 * largest);
-    }
-    ASSERT_TRUE(tarvio::s_decorrelate(n, L.data(), D.data(), Z.data()));
-    for (std::size_t i = 0; i < size; ++i) {
-      after += std::log(D[i]);
-      // Lovasz: no neighbours whose exchange would still pay
-      if (i + 1 < size) {
-        const double l = L[i * size + i + 1];
-        EXPECT_GE(D[i] + l * l * D[i + 1] + 1.0e-6, D[i + 1]);
-      }
-      for (std::size_t j = 0; j < size; ++j) {
-        EXPECT_EQ(Z[j * size + i], std::round(Z[j * size + i]));
-        double transformed = 0.0;
-        for (std::size_t a = 0; a < size; ++a)
-          for (std::size_t b = 0; b < size; ++b)
-            transformed += Z[i * size + a] * p.Q[b * size + a] * Z[j * size + b];
-        EXPECT_NEAR(product(i, j), transformed, 1e-8 * largest) << n;
-      }
-    }
-    EXPECT_NEAR(after, logDet, 1e-7 * n) << "the transformation is not unimodular";
-  }
-}
-
-TEST(Decorrelation, ACovarianceThatIsNotPositiveDefiniteHasNoFactor) {
+TEST(IntegerSearch, ACovarianceThatIsNotPositiveDefiniteHasNoFactor) {
   const double Q[4] = {1.0, 2.0, 2.0, 1.0};
   double L[4], D[2], x[2] = {0.3, 0.4}, s[2] = {};
   testing::internal::CaptureStderr();
@@ -126,25 +35,71 @@ TEST(Decorrelation, ACovarianceThatIsNotPositiveDefiniteHasNoFactor) {
 class FailureRate : public ::testing::Test {
  protected:
   FailureRate() {
-    m_path = std::filesystem::temp_directory_path() / ("ratio_" + std::to_string(getpid()) + ".txt");
-    std::FILE* out = std::fopen(m_path.c_str(), "w");
-    std::fprintf(out, "nrow 1246 ndim 66\n");
+    std::string text = "nrow 1246 ndim 66\n";
     for (int r = 0; r < 1246; ++r) {
-      for (int n = 1; n <= 66; ++n) std::fprintf(out, "%6.3f", s_value(n, r));
-      std::fputc('\n', out);
+      for (int n = 1; n <= 66; ++n) {
+        char field[16];
+        std::snprintf(field, sizeof field, "%6.3f", s_value(n, r));
+        text += field;
+      }
+      text += '\n';
     }
-    std::fclose(out);
-    EXPECT_TRUE(m_table.read_table(m_path.c_str()));
+    EXPECT_TRUE(m_read(text));
   }
-  ~FailureRate() override { std::filesystem::remove(m_path); }
-
+  bool m_read(const std::string& text) {
+    return m_table.read_table(m_directory.write("ratio.txt", text).c_str());
+  }
   static double s_value(int n, int row) {
     return row > 1000 && n < 3 ? 0.0 : 1.0 + 0.02 * row / std::sqrt(n);
   }
 
-  std::filesystem::path m_path;
+  const support::TemporaryDirectory m_directory;
   RatioTable m_table;
 };
+
+TEST_F(FailureRate, ChoosesTheRowOfTheTable) {
+  const struct {
+    int n;
+    double rate;
+    int row;
+  } cases[] = {{1, 0.0, 0},
+               {3, 0.001, 0},
+               {12, 0.1, 495},     // round(0.1/0.0002) - 5
+               {2, 0.00129, 1},    // 6.45 rounds to 6
+               {66, 0.25, 1245}};  // the last
+  for (const auto& c : cases) EXPECT_NEAR(m_table.get_u(c.n, c.rate), s_value(c.n, c.row), 0.0006) << c.rate;
+  EXPECT_EQ(m_table.get_u(3, 0.2501), 0.0) << "rates that have no row never pass";
+  EXPECT_EQ(m_table.get_u(3, std::nan("")), 0.0);
+  EXPECT_EQ(m_table.get_u(0, 0.1), 0.0);
+  EXPECT_EQ(m_table.get_u(67, 0.1), 0.0) << "more ambiguities than the table knows";
+}
+
+TEST_F(FailureRate, FieldsOfTheTableTouch) {
+  ASSERT_TRUE(m_read("rows 2 dims 3\n12.34567.891 1.000\n 2.000 3.0\n"));
+  EXPECT_DOUBLE_EQ(m_table.u[0], 12.345);
+  EXPECT_DOUBLE_EQ(m_table.u[2], 67.891);
+  EXPECT_DOUBLE_EQ(m_table.u[3], 3.0);
+  EXPECT_DOUBLE_EQ(m_table.u[5], 0.0) << "a short line leaves its last field empty";
+}
+
+TEST_F(FailureRate, DamagedTables) {
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(m_table.read_table("/no/such/table"));
+  EXPECT_EQ(m_table.get_u(2, 0.1), 0.0);
+  EXPECT_TRUE(m_read("nrow 3 ndim 1\n 2.500\n"));
+  const std::string end = "end of file: " + (m_directory.path() / "ratio.txt").string();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "can't open file: /no/such/table\nWARNING: Ratio Table is empty" + end + end);
+  EXPECT_DOUBLE_EQ(m_table.u[0], 2.5);
+  EXPECT_DOUBLE_EQ(m_table.u[2], 0.0);
+
+  EXPECT_FALSE(m_read(""));
+  EXPECT_EQ(m_table.u, nullptr) << "nothing of the last table may stay";
+  EXPECT_FALSE(m_read("nrow many ndim 3\n"));
+  EXPECT_FALSE(m_read("nrow 999999999 ndim 999999999\n"));
+  EXPECT_TRUE(m_read("nrow 0 ndim 0\n")) << "the mode without a table";
+  EXPECT_EQ(m_table.u, nullptr);
+}
 
 TEST_F(FailureRate, OfIndependentAmbiguitiesIsTheProductOfTheirRoundingErrors) {
   // sqrt(Q) = 0.20, 0.25, 0.15 cycles, scaled by a sigma of 1.2
@@ -226,20 +181,18 @@ class PartialResolution : public FailureRate {
   }
 };
 
-TEST_F(PartialResolution, EqualsTheSearchOfAllSubsetsByRatio) {
-  const Tally t = s_compare(6000, 2, 14, nullptr, 1);
-  EXPECT_GT(t.accepted, 1000);
-  EXPECT_LT(t.searches, t.plain / 4) << "the bounds do not exclude anything";
-}
-
-TEST_F(PartialResolution, EqualsTheSearchOfAllSubsetsByFailureRate) {
-  const Tally t = s_compare(4000, 2, 14, &m_table, 2);
-  EXPECT_GT(t.accepted, 200);
-  EXPECT_LT(t.searches, t.plain / 4) << "the bounds do not exclude anything";
-}
-
-TEST_F(PartialResolution, EqualsTheSearchOfAllSubsetsBeyondEightToLeaveOut) {
-  s_compare(4, 27, 28, nullptr, 3);
+TEST_F(PartialResolution, EqualsTheSearchOfAllSubsetsByRatioAndByFailureRate) {
+  const struct {
+    int count;
+    const RatioTable* table;
+    int accepted;
+  } cases[] = {{6000, nullptr, 1000}, {4000, &m_table, 200}};
+  for (const auto& c : cases) {
+    const Tally t = s_compare(c.count, 2, 14, c.table, c.table ? 2 : 1);
+    EXPECT_GT(t.accepted, c.accepted);
+    EXPECT_LT(t.searches, t.plain / 4) << "the bounds do not exclude anything";
+  }
+  s_compare(4, 27, 28, nullptr, 3);  // more than eight to leave out
   s_compare(3, 27, 28, &m_table, 4);
 }
 

@@ -133,26 +133,22 @@ TEST_F(RangeTest, SingleFrequencyAndLowElevation) {
 
 TEST(Fractions, MeanOnTheCycle) {
   const double values[6] = {3.48, -7.49, 0.51, 12.50, -0.53, 1.47};  // about a half, on both sides of it
-  const double weights[6] = {1, 1, 1, 1, 1, 1};
-  for (const bool proxy : {false, true}) {
-    int flags[6] = {}, out = -1;
-    double mean = 0.0, sigmean = 0.0, sigma = 0.0;
-    (proxy ? Qc::Qc_proxEstFrc : Qc::Qc_getFcbMean)(1.0, values, flags, weights, 6, &out, &mean, &sigmean,
-                                                    &sigma);
+  const double weights[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+  int flags[8] = {}, out = -1;
+  double mean = 0.0, sigmean = 0.0, sigma = 0.0;
+  for (const auto estimate : {Qc::Qc_proxEstFrc, Qc::Qc_getFcbMean}) {
+    estimate(1.0, values, flags, weights, 6, &out, &mean, &sigmean, &sigma);
     EXPECT_EQ(out, 0);
     EXPECT_NEAR(std::fabs(std::remainder(mean - 0.49, 1.0)), 0.0, 0.01);
     EXPECT_NEAR(sigma, 0.02, 0.01);
   }
   const double outlier[8] = {0.11, 1.12, -0.89, 5.10, 0.09, 3.11, -1.90, 0.55};
-  const double ones[8] = {1, 1, 1, 1, 1, 1, 1, 1};
-  int flags[8] = {}, out = -1;
-  double mean = 0.0, sigmean = 0.0, sigma = 0.0;
-  Qc::Qc_proxEstFrc(1.0, outlier, flags, ones, 8, &out, &mean, &sigmean, &sigma);
+  Qc::Qc_proxEstFrc(1.0, outlier, flags, weights, 8, &out, &mean, &sigmean, &sigma);
   EXPECT_EQ(out, 1);
   EXPECT_EQ(flags[7], 2);
   EXPECT_NEAR(mean, 0.74 / 7.0, 1.0e-12);
   const double noise[4] = {0.0, 0.25, 0.5, 0.75};
-  Qc::Qc_proxEstFrc(1.0, noise, flags, ones, 4, &out, &mean, &sigmean, &sigma);
+  Qc::Qc_proxEstFrc(1.0, noise, flags, weights, 4, &out, &mean, &sigmean, &sigma);
   EXPECT_EQ(out, 4) << "no common fraction";
 }
 

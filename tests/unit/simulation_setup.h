@@ -1,17 +1,14 @@
 #pragma once
-// What the tests of the simulator share: a quarter of an hour at a Danish site, and a folder to write to.
+// What the tests of the simulator share: a quarter of an hour at a Danish site.
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <numbers>
-#include <string>
 
 #include "simulate/simulation.h"
+#include "support/files.h"
 
 namespace gnx {
-
-namespace fs = std::filesystem;
 
 constexpr double kC = 299792458.0;
 constexpr double kDegrees = 180.0 / std::numbers::pi;
@@ -32,21 +29,5 @@ inline SimulationOptions quietOptions() {
   o.observer.codeSigma = o.observer.phaseSigma = o.observer.codeMultipath = o.observer.phaseMultipath = 0.0;
   return o;
 }
-
-class TemporaryFolder {
- public:
-  TemporaryFolder()
-      : m_path(
-            fs::temp_directory_path() /
-            ("gnx_simulator_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
-    fs::remove_all(m_path);
-  }
-  ~TemporaryFolder() { fs::remove_all(m_path); }
-  fs::path operator/(const std::string& name) const { return m_path / name; }
-  const fs::path& path() const { return m_path; }
-
- private:
-  fs::path m_path;
-};
 
 }  // namespace gnx

@@ -164,32 +164,4 @@ TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
   EXPECT_NEAR(got.clock, want.clock, 1e-15);
 }
 
-TEST_F(SsrText, RealStreamWithItsLatency) {
-  GNX_REQUIRE_DATA("clas_2021078");
-  const EphemerisTimeline timeline(gnx::readRinexNav({gnx_test::realFile("clas_2021078/SEPT078M.21P.gz"),
-                                                      gnx_test::realFile("clas_2021078/30340780.21q.gz")}),
-                                   kStart);
-  SsrTextOptions options;
-  options.files = {gnx_test::realFile("clas_2021078/corrections.ssr.gz")};
-  options.availability = gnx_test::realFile("clas_2021078/availability.csv.gz");
-  const auto source = gnx::makeSsrTextSource(options, &timeline);
-  CorrectionBatch b;
-  int count = 0;
-  GpsTime delivery{};
-  while (source->next(b)) {
-    ++count;
-    EXPECT_GE(b.orbitClock.size(), 16u) << gnx::formatTime(b.tag);
-    EXPECT_GE(b.delivery - b.tag, 5.0);
-    EXPECT_LE(b.delivery - b.tag, 30.0);
-    EXPECT_GE(b.delivery, delivery);
-    delivery = b.delivery;
-    for (const auto& c : b.orbitClock) {
-      // The only message of G17 at the beginning has a time of clock off the grid: nothing to move to.
-      if (b.tag - kStart > 900.0 || (c.sat == "G17" && b.tag - kStart <= 60.0)) continue;
-      EXPECT_TRUE(timeline.serves(c.sat, c.iod, b.delivery)) << c.sat << " " << gnx::formatTime(b.tag);
-    }
-  }
-  EXPECT_EQ(count, 720);  // CLOCK blocks of the file
-}
-
 }  // namespace

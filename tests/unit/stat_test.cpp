@@ -114,21 +114,6 @@ TEST(GammaFunctions, AgreeWithTheStandardLibrary) {
   EXPECT_NE(result.output.find("***ERROR(gammp): Parameter Can't be negative!"), std::string::npos);
 }
 
-TEST(Text, ValuesLoseRemarksAndBlanks) {
-  EXPECT_EQ(excludeAnnoValue(" \t\n GPS:L1_L2  # two of three"), "GPS:L1_L2");
-  EXPECT_EQ(excludeAnnoValue("a b ! c # d"), "a b");
-  EXPECT_EQ(excludeAnnoValue("#nothing"), "");
-  char buffer[32] = "  in place !x";
-  EXPECT_STREQ(excludeAnnoValue(buffer, buffer), "in place");
-  EXPECT_EQ(zipJson("{ \"a\" :\t1,\n}\r"), "{\"a\":1,}\r");
-  EXPECT_FALSE(validConfig("ZTD_NONE"));
-  char small[4];
-  s_copyText(small, "too long");
-  EXPECT_STREQ(small, "too");
-  s_copyText(small, nullptr);
-  EXPECT_STREQ(small, "");
-}
-
 TEST(Text, FieldsAndLines) {
   char table[8][8];
   int count = 0;
@@ -141,6 +126,11 @@ TEST(Text, FieldsAndLines) {
   substringEx(part, "0123456789", 3, 4);
   EXPECT_STREQ(part, "3456");
   EXPECT_STREQ(trim(padded), "ab");
+  char small[4];
+  s_copyText(small, "too long");
+  EXPECT_STREQ(small, "too");
+  s_copyText(small, nullptr);
+  EXPECT_STREQ(small, "");
   // An empty field in the middle and the missing ones at the end of a navigation line become zero.
   char eph[128] = "    -.123456789012D-04                    .100000000000D+01\n";
   filleph(eph, 2.11);

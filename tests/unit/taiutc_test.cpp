@@ -4,25 +4,24 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
 #include "Interface/Controller.h"
 #include "support/exit_message.h"
+#include "support/files.h"
 
 namespace tarvio {
 namespace {
 
 void useTable(const std::string& path) { Controller::s_getInstance()->m_deploy.m_fileTable["leapsc"] = path; }
 
-std::string writeTable(const std::string& text) {
-  const std::string path =
-      testing::TempDir() + "leapsc_" + testing::UnitTest::GetInstance()->current_test_info()->name();
-  std::ofstream(path) << text;
-  return path;
-}
+class LeapSeconds : public testing::Test {
+ protected:
+  void writeTable(const std::string& text) { useTable(directory.write("leapsc", text)); }
+  const support::TemporaryDirectory directory;
+};
 
-TEST(Taiutc, ShippedTableFollowsBulletinC) {
+TEST_F(LeapSeconds, ShippedTableFollowsBulletinC) {
   useTable(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
   Taiutc table;
   EXPECT_EQ(table.m_getTaiutc(41317), 10);  // 1972-01-01
@@ -33,29 +32,17 @@ TEST(Taiutc, ShippedTableFollowsBulletinC) {
   EXPECT_EQ(table.m_getTaiutc(66154), 37);  // 2040
 }
 
-TEST(Taiutc, DayOutsideTheTableEndsTheProcess) {
-  useTable(writeTable("title\n+leap sec\n 57204 36\n 57754 37\n-leap sec\n 60000 99\n"));
+TEST_F(LeapSeconds, DayOutsideTheTableEndsTheProcess) {
+  writeTable("title\n+leap sec\n 57204 36\n 57754 37\n-leap sec\n 60000 99\n");
   EXPECT_EQ(Taiutc().m_getTaiutc(57754), 37);
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57203), "mjd = 57203,mjde = 57204,epoch before table start");
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57755), "mjd = 57755,mjde = 57754,epoch after table start");
 }
 
-TEST(Taiutc, RecallReadsAgainForItsOwnKeyOnly) {
-  const std::string path = writeTable("+leap sec\n 50000 30\n 60000 31\n-leap sec\n");
-  useTable(path);
-  Taiutc table;
-  EXPECT_EQ(table.m_getTaiutc(55000), 30);
-  std::ofstream(path) << "+leap sec\n 50000 40\n 60000 41\n-leap sec\n";
-  table.v_onRecall("polut1");
-  EXPECT_EQ(table.m_getTaiutc(55000), 30);
-  table.v_onRecall("leapsc");
-  EXPECT_EQ(table.m_getTaiutc(55000), 40);
-}
-
-TEST(Taiutc, UnusableFileEndsTheProcess) {
+TEST_F(LeapSeconds, UnusableFileEndsTheProcess) {
   useTable("/nonexistent/leapsc");
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "rdUtcFile.*no such file");
-  useTable(writeTable("no leap seconds here\n"));
+  writeTable("no leap seconds here\n");
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "no leap second between");
   Controller::s_getInstance()->m_deploy.m_fileTable.erase("leapsc");
   EXPECT_EXIT_MESSAGE(Taiutc().m_getTaiutc(57754), "file_table not exist leapsc item");
