@@ -171,10 +171,10 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
   }
 }
 
-std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::filesystem::path& path,
+std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<AntexBlock>& blocks,
                                                              const TableTime& time) {
   std::map<SatName, std::map<char, double>> heights;
-  for (const AntexBlock& block : readAntex(path)) {
+  for (const AntexBlock& block : blocks) {
     if (!block.isSatellite() || !satelliteOf(block).validAt(time)) continue;
     for (const AntexFrequency& frequency : block.frequencies)
       for (const std::string& line : frequency.lines) {

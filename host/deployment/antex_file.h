@@ -40,7 +40,7 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
 
 /// Distances of satellites' phase centres from their centres of mass towards the Earth, m, by satellite and
 /// band digit, from the blocks that are valid at a time.
-std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::filesystem::path& path,
+std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<AntexBlock>& blocks,
                                                              const TableTime& time);
 
 /// The table row that a satellite's block describes.

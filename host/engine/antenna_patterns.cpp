@@ -89,10 +89,9 @@ double AntennaPattern::at(double degrees, double azimuthDeg) const {
   return low + (interpolate(rows[i + 1], node) - low) * (place - static_cast<double>(i));
 }
 
-AntennaPatterns::AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver,
+AntennaPatterns::AntennaPatterns(const std::vector<AntexBlock>& blocks, const std::string& receiver,
                                  const GpsTime& date) {
   const TableTime day = tableTime(date);
-  const std::vector<AntexBlock> blocks = readAntex(antex);
   const auto take = [](const AntexBlock& block, Patterns& to) {
     for (const AntexFrequency& f : block.frequencies) to.insert_or_assign(f.code, patternOf(block, f));
   };

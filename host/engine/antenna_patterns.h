@@ -10,12 +10,12 @@
 /// distance is longer than the one to the mean phase centre by the pattern's value.
 
 #include <array>
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "corrections/ephemeris_timeline.h"
+#include "deployment/antex_file.h"
 #include "formats/records.h"
 
 namespace gnx {
@@ -35,9 +35,8 @@ struct AntennaPattern {
 
 class AntennaPatterns {
  public:
-  /// \param antex  plain antenna file; \param receiver  20-character type with radome; \param date  of the
-  /// data Throws InputError for a damaged file.
-  AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver, const GpsTime& date);
+  /// \param receiver  20-character type with radome; \param date  of the data
+  AntennaPatterns(const std::vector<AntexBlock>& blocks, const std::string& receiver, const GpsTime& date);
 
   /// What the pattern adds to a distance, m; 0 where the file has none. A frequency that the file does not
   /// have takes the pattern of the nearest one that it has.

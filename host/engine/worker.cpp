@@ -12,6 +12,7 @@
 #include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
+#include "deployment/deployment.h"
 #include "deployment/satellite_table.h"
 #include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
@@ -170,15 +171,22 @@ void reportAccount(std::FILE* records, const RunAccount& account) {
     std::fprintf(records, "%s\n", hostAccountLine(system, counts).c_str());
 }
 
-/// Patterns of the deployment's antenna file, at the best position known before the run.
-std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const ObsHeader& header,
-                                             const EphemerisTimeline& timeline, const GpsTime& first) {
-  const std::filesystem::path antex = "antenna.atx";
-  if (!plan.patterns || !std::filesystem::exists(antex)) return std::nullopt;
+/// The deployment's antenna file, where this run asks for it. Without one the engine refuses to start.
+std::vector<AntexBlock> readAntennas(const RunPlan& plan) {
+  const std::filesystem::path file = deploymentFile(".", "antpcv");
+  const bool wanted = plan.patterns || plan.offsetFreeBiases;
+  return wanted && std::filesystem::exists(file) ? readAntex(file) : std::vector<AntexBlock>();
+}
+
+/// Patterns of the antennas at the best position known before the run.
+std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const std::vector<AntexBlock>& antennas,
+                                             const ObsHeader& header, const EphemerisTimeline& timeline,
+                                             const GpsTime& first) {
+  if (!plan.patterns) return std::nullopt;
   const bool known = plan.position[0] * plan.position[1] * plan.position[2] != 0.0;
   const auto& position = known && !plan.headerPosition ? plan.position : header.position;
   PatternCorrector corrector(
-      AntennaPatterns(antex, plan.antenna.empty() ? header.antenna : plan.antenna, first), timeline,
+      AntennaPatterns(antennas, plan.antenna.empty() ? header.antenna : plan.antenna, first), timeline,
       position);
   if (!corrector.active()) {
     std::cerr
@@ -190,7 +198,7 @@ std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const ObsHeade
 
 /// By the deployment's satellite table, where the engine takes its blocks from.
 std::set<SatName> reversedAxes(const GpsTime& first) {
-  std::ifstream file("satnav.txt");
+  std::ifstream file(deploymentFile(".", "satnav"));
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   return reversedSatellites(parseSatelliteTable(text), tableTime(first));
 }
@@ -230,8 +238,9 @@ void runWorker() {
   const bool biased = !request.corrected.empty();
   const SignalPlan signals(request);
   auto source = makeSource(plan, first, timeline, notes);
+  const std::vector<AntexBlock> antennas = readAntennas(plan);
   if (plan.offsetFreeBiases)
-    source = makeOffsetFreeSource(std::move(source), phaseCentreHeights("antenna.atx", tableTime(first)));
+    source = makeOffsetFreeSource(std::move(source), phaseCentreHeights(antennas, tableTime(first)));
   std::cerr << signals.describe();
   for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
   for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
@@ -249,7 +258,7 @@ void runWorker() {
   Delivery delivery(timeline, std::move(source), products);
   FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });
   Diagnostics diagnostics(plan);
-  const auto patterns = makePatterns(plan, header, timeline, first);
+  const auto patterns = makePatterns(plan, antennas, header, timeline, first);
   std::FILE* records = fdopen(dup(kRecordDescriptor), "w");
   do {
     setReplayClock(utcOf(epoch.time));

@@ -2,6 +2,7 @@
 
 #include <fstream>
 
+#include "formats/fields.h"
 #include "formats/input_error.h"
 
 namespace gnx {
@@ -18,6 +19,12 @@ Json::Value readJsonFile(const std::filesystem::path& file) {
   if (!Json::parseFromStream(builder, in, &root, &errors) || !root.isObject())
     throw InputError(file.string(), 0, "is not a JSON object: " + errors);
   return root;
+}
+
+std::string plainValue(const Json::Value& value) {
+  if (!value.isString()) return "";
+  const std::string text = value.asString();
+  return std::string(trim(std::string_view(text).substr(0, text.find_first_of("!#"))));
 }
 
 void writeJsonFile(const std::filesystem::path& file, const Json::Value& root) {

@@ -6,11 +6,14 @@
 
 #include <array>
 #include <filesystem>
+#include <string>
 
 namespace gnx {
 
 /// Throws InputError: no file, no JSON object.
 Json::Value readJsonFile(const std::filesystem::path& file);
+/// Text of a configuration value without its remark, "" when it is none.
+std::string plainValue(const Json::Value& value);
 /// Throws InputError when it cannot be written.
 void writeJsonFile(const std::filesystem::path& file, const Json::Value& root);
 

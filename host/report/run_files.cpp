@@ -10,6 +10,7 @@
 
 #include "formats/fields.h"
 #include "formats/input_error.h"
+#include "formats/json_file.h"
 
 namespace gnx {
 
@@ -111,13 +112,6 @@ class DiagnosticsReader {
   std::vector<std::string_view> words_;
   GpsTime time_;
 };
-
-/// Value of a configuration text without its remark.
-std::string plainValue(const Json::Value& value) {
-  if (!value.isString()) return "";
-  const std::string text = value.asString();
-  return std::string(trim(std::string_view(text).substr(0, text.find_first_of("!#"))));
-}
 
 void readSettings(RunFiles& run) {
   std::ifstream in(run.directory / "ppp.json");

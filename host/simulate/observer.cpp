@@ -140,12 +140,11 @@ double Observer::windup(std::size_t satellite, const Geometry& g, const Vector3&
   const Vector3 z = scaled(unit(g.state.position), -1.0);
   const Vector3 y = unit(cross(z, minus(sun, g.state.position)));
   const Vector3 x = cross(y, z);
-  const double sign = m_options.reversedAxes.contains(m_sky.satellites()[satellite].name) ? -1.0 : 1.0;
   const Vector3& k = g.lineOfSight;
   const auto dipole = [&k](const Vector3& a, const Vector3& b, double turn) {
     return minus(minus(a, scaled(k, dot(k, a))), scaled(cross(k, b), turn));
   };
-  const Vector3 sent = scaled(dipole(x, y, 1.0), sign);
+  const Vector3 sent = dipole(x, y, 1.0);
   const Vector3 north = fromEastNorthUp({0.0, 1.0, 0.0}, place),
                 west = fromEastNorthUp({-1.0, 0.0, 0.0}, place);
   const Vector3 received = dipole(north, west, -1.0);

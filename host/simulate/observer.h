@@ -17,7 +17,6 @@
 
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -43,9 +42,6 @@ struct ObserverOptions {
   double interSystemSigma = 5.0;   ///< receiver bias of a system against the first, m
   double receiverBiasSigma = 0.5;  ///< receiver bias of a signal against the first, m
   bool windup = true, solidTide = true, poleTide = true;
-  /// Satellites whose body axes x and y are turned by 180 degrees (GPS blocks IIR to IIR-M and III in the
-  /// frame of their maker): the wind-up differs by half a cycle.
-  std::set<SatName> reversedAxes;
 };
 
 /// Truth of one satellite in one epoch, metres and radians.

@@ -8,7 +8,6 @@
 
 #include "corrections/broadcast_orbit.h"
 #include "corrections/signals.h"
-#include "deployment/antex_file.h"
 #include "simulate/observer.h"
 #include "simulate/simulation.h"
 #include "support/deployment.h"
@@ -47,8 +46,8 @@ class Patterns : public ::testing::Test {
  protected:
   const support::TemporaryDirectory directory;
   const GpsTime start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
-  const std::filesystem::path file = directory.write("antenna.atx", antennaText());
-  const AntennaPatterns patterns{file, kType, start};
+  std::vector<AntexBlock> blocks = readAntex(directory.write("antenna.atx", antennaText()));
+  const AntennaPatterns patterns{blocks, kType, start};
 };
 
 TEST_F(Patterns, AreLinearInBothAngles) {
@@ -64,9 +63,9 @@ TEST_F(Patterns, FallBackToTheNearestFrequencyAndToTheAntennaWithoutRadome) {
   EXPECT_NEAR(patterns.receiver('E', '1', 90.0, 90.0), 0.030, 1e-12);
   EXPECT_NEAR(patterns.receiver('E', '5', 90.0, 90.0), 0.002, 1e-12);
   EXPECT_EQ(patterns.satellite("G05", '1', 10.0), 0.0);
-  const AntennaPatterns radome(file, "TESTANTENNA     DOME", start);
+  const AntennaPatterns radome(blocks, "TESTANTENNA     DOME", start);
   EXPECT_NEAR(radome.receiver('G', '1', 90.0, 90.0), 0.030, 1e-12);
-  EXPECT_FALSE(AntennaPatterns(file, "OTHER           NONE", start).hasReceiver());
+  EXPECT_FALSE(AntennaPatterns(blocks, "OTHER           NONE", start).hasReceiver());
 }
 
 TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
@@ -103,11 +102,10 @@ TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
 
 // The rows of other antennas make up most of a file: a deployment goes without them.
 TEST_F(Patterns, RowsSurviveReadingAndWritingUnlessDropped) {
-  std::vector<AntexBlock> blocks = readAntex(file);
   const auto rewritten = [&] {
     std::ostringstream out;
     writeAntex(out, blocks, "");
-    return AntennaPatterns(directory.write("again.atx", out.str()), kType, start);
+    return AntennaPatterns(readAntex(directory.write("again.atx", out.str())), kType, start);
   };
   EXPECT_NEAR(rewritten().receiver('G', '1', 90.0, 90.0), 0.030, 1e-12);
   blocks.front().dropAzimuthRows();
