@@ -37,8 +37,9 @@ class RatioTable {
 int ambslv_(int n, const double* Q, double* x, double* xsecond, double* s);
 int ambslv(int n, const double* Q, double* x, double* s);
 
-/// Q = L^T diag(D) L with L unit lower triangular. \returns 1 (and a line on standard error) when Q is
-/// not positive definite
+/// Q = L^T diag(D) L with L unit lower triangular. \returns whether Q is positive definite
+bool s_factorise(int n, const double* Q, double* L, double* D);
+/// The same; \returns 1 (and a line on standard error) when it is not.
 int LD(int n, const double* Q, double* L, double* D);
 
 /// Decorrelates a factor in place by integer Gauss steps and permutations (de Jonge & Tiberius 1996).

@@ -93,7 +93,7 @@ int ambslv_(int n, const double* Q, double* x, double* xsecond, double* s) {
 
 int ambslv(int n, const double* Q, double* x, double* s) { return ambslv_(n, Q, x, nullptr, s); }
 
-int LD(int n, const double* Q, double* L, double* D) {
+bool s_factorise(int n, const double* Q, double* L, double* D) {
   const auto size = static_cast<std::size_t>(std::max(n, 0));
   // Row i of the factor replaces row i of the copy; rows above are the covariance still to come.
   double* a = L;
@@ -101,10 +101,7 @@ int LD(int n, const double* Q, double* L, double* D) {
   for (std::size_t j = 1; j < size; ++j) std::fill_n(a + j * size, j, 0.0);
   for (std::size_t i = size; i-- > 0;) {
     D[i] = a[i + i * size];
-    if (!(D[i] > 0.0)) {
-      std::fprintf(stderr, "%s : LD factorization error\n", "PflambdaSearch.cpp");
-      return 1;
-    }
+    if (!(D[i] > 0.0)) return false;
     const double root = std::sqrt(D[i]);
     for (std::size_t j = 0; j <= i; ++j) a[i + j * size] /= root;
     for (std::size_t k = 0; k < i; ++k) {
@@ -114,7 +111,13 @@ int LD(int n, const double* Q, double* L, double* D) {
     for (std::size_t j = 0; j < i; ++j) a[i + j * size] /= root;
     a[i + i * size] = 1.0;
   }
-  return 0;
+  return true;
+}
+
+int LD(int n, const double* Q, double* L, double* D) {
+  if (s_factorise(n, Q, L, D)) return 0;
+  std::fprintf(stderr, "%s : LD factorization error\n", "PflambdaSearch.cpp");
+  return 1;
 }
 
 bool s_decorrelate(int n, double* L, double* D, double* Z) {

@@ -24,7 +24,7 @@ bool RatioScreen::m_load(int n, const double* Q, const double* x) {
   for (std::size_t i = 0; i < m_n; ++i) m_Z[i * (m_n + 1)] = 1.0;
   for (std::size_t i = 0; i < m_n; ++i)
     if (!(Q[i * (m_n + 1)] > 0.0)) return false;
-  if (LD(n, Q, m_L.data(), m_D.data()) != 0 || !s_decorrelate(n, m_L.data(), m_D.data(), m_Z.data()))
+  if (!s_factorise(n, Q, m_L.data(), m_D.data()) || !s_decorrelate(n, m_L.data(), m_D.data(), m_Z.data()))
     return false;
   m_Q.assign(Q, Q + m_n * m_n);
   m_x.assign(x, x + n);

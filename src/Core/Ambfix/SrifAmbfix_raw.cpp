@@ -23,9 +23,11 @@ void s_resolveLevel(const char* tag, const Upd_ambconfig& cfg, bool flag, SrifFi
   const int nc = SrifAmbfix_raw::s_ambCovariance(filter, Qamb);
   SrifAmbfix_raw::s_raw_pickValid_s0(tag, cfg, updc, flag, filter, s0);
   if (nc > 0) n = form(Qamb.data(), nc, Q, x, idx, &nlist);
-  if (n > 0 && SrifAmbfix_raw::s_raw_ddsrch_lambda(cfg.m_successRate, Q.data(), nlist, filter->m_sig0,
-                                                   x.data(), idx.data(), s0, n, ifix, flags, ratio)) {
-    constrain(ifix, flags);
+  if (n > 0 &&
+      SrifAmbfix_raw::s_raw_ddsrch_lambda(cfg.m_successRate, Q.data(), nlist, filter->m_sig0, x.data(),
+                                          idx.data(), s0, n, ifix, flags, ratio) &&
+      !constrain(ifix, flags)) {
+    std::fill_n(flags, kMaxSat, 0);
   }
   SrifAmbfix_raw::s_raw_update_record(tag, filter, x.data(), idx.data(), n, ifix, flags, s0);
 }
@@ -40,7 +42,10 @@ void SrifAmbfix_raw::s_raw_resolve_wl(const char* tag, SrifFilter* filter, const
       [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
         return s_raw_form_wl_vari(tag, cfg, updc, filter, false, Qamb, nc, s0, Q, x, idx, nlist);
       },
-      [&](const int* ifix, const int* flags) { s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0); });
+      [&](const int* ifix, const int* flags) {
+        s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);
+        return true;
+      });
 }
 
 void SrifAmbfix_raw::s_raw_resolve_n1(SrifFilter* filter, const Updc* updc, int* s0) {
@@ -49,7 +54,7 @@ void SrifAmbfix_raw::s_raw_resolve_n1(SrifFilter* filter, const Updc* updc, int*
       [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
         return s_raw_form_n1_vari(updc, filter, true, Qamb, nc, s0, Q, x, idx, nlist);
       },
-      [&](const int* ifix, const int* flags) { s_raw_coninfs_nl(filter, updc, ifix, flags, s0); });
+      [&](const int* ifix, const int* flags) { return s_raw_coninfs_nl(filter, updc, ifix, flags, s0); });
 }
 
 void SrifAmbfix_raw::s_raw_resolve_NL(SrifFilter* filter, const Updc* updc, int* s0) {
@@ -58,7 +63,7 @@ void SrifAmbfix_raw::s_raw_resolve_NL(SrifFilter* filter, const Updc* updc, int*
       [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
         return s_raw_form_NL_vari(updc, filter, true, Qamb, nc, s0, Q, x, idx, nlist);
       },
-      [&](const int* ifix, const int* flags) { s_raw_coninfs_NL(filter, updc, ifix, flags, s0); });
+      [&](const int* ifix, const int* flags) { return s_raw_coninfs_NL(filter, updc, ifix, flags, s0); });
 }
 
 }  // namespace tarvio

@@ -90,9 +90,10 @@ class SrifAmbfix_raw {
   // --- constraints and the record of fixes ------------------------------------------------------
   static void s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
                                const Updc* updc, const int* ifix, const int* flags, const int* s0);
-  static void s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+  /// \return whether the rows found room
+  static bool s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                const int* s0);
-  static void s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+  static bool s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                const int* s0);
   /// Whether so many constraint rows find room below the triangle.
   static bool s_roomForRows(const SrifFilter* filter, std::size_t rows);

@@ -33,14 +33,15 @@ std::vector<ConstraintRow> s_collect(const int* flags, const int* s0, Fill fill)
   return rows;
 }
 
-/// Fixes that find no room leave the epoch as the level before left it.
-void s_foldIfRoom(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat) {
+/// Fixes that find no room leave the epoch as the level before left it. \return whether there is some
+bool s_foldIfRoom(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat) {
   if (SrifAmbfix_raw::s_roomForRows(filter, rows.size())) {
     SrifAmbfix_raw::s_foldRows(filter, rows, solstat);
-    return;
+    return true;
   }
   Logtrace::m_logStatInfo("[%d %9.1lf] no room for %d constraints, the level stays open\n", filter->mjd,
                           filter->sod, static_cast<int>(rows.size()));
+  return false;
 }
 
 }  // namespace
@@ -91,7 +92,7 @@ void SrifAmbfix_raw::s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg,
   s_foldRows(filter, rows, std::strcmp(tag, "ewl") == 0 ? kStatusEwl : kStatusWl);
 }
 
-void SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+bool SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                       const int* s0) {
   const auto rows = s_collect(flags, s0, [&](int isat, int iref, int, ConstraintRow& row) {
     const SrifPamt* own = filter->m_pm(0, isat, 0);
@@ -100,10 +101,10 @@ void SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, cons
     row.add(reference->ipar, -1.0);
     row.target = ifix[isat] + s_updTerm(updc, isat, iref) - own->xini + reference->xini;
   });
-  s_foldIfRoom(filter, rows, kStatusN1);
+  return s_foldIfRoom(filter, rows, kStatusN1);
 }
 
-void SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+bool SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                       const int* s0) {
   const Upd_ambconfig& cfg = s_config().m_ambconfig[2];
   const auto rows = s_collect(flags, s0, [&](int isat, int iref, int isys, ConstraintRow& row) {
@@ -123,7 +124,7 @@ void SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, cons
       row.target -= a * (satellite->xini - base->xini);
     }
   });
-  s_foldIfRoom(filter, rows, kStatusN1);
+  return s_foldIfRoom(filter, rows, kStatusN1);
 }
 
 void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,

@@ -26,7 +26,7 @@ double s_threshold(double crit, const RatioTable& table, std::vector<double> sca
 }
 
 /// Whether the full set fails its ratio test, as far as that shows without a search of its best vectors; two
-/// vectors then take their place. Its ratio is not told: that of the last subsets is.
+/// vectors then take their place. It counts as searched; its ratio is not told: that of the last subsets is.
 bool s_surelyFails(const std::vector<double>& Q, const double* x, int n, double threshold,
                    std::vector<double>& best, std::vector<double>& second) {
   thread_local RatioScreen screen;
@@ -37,12 +37,20 @@ bool s_surelyFails(const std::vector<double>& Q, const double* x, int n, double 
   return screen.m_vectors(best.data(), second.data());
 }
 
-void s_flag(int isat, double integer, int* ifix, int* flags) {
+/// \return whether any of the integers is one: a host's search may hand back anything, and what is no count
+/// of cycles is no fix.
+bool s_flag(const std::vector<int>& rows, const std::vector<double>& integers, const int* idx, int* ifix,
+            int* flags) {
   constexpr double kMost = std::numeric_limits<int>::max();
-  // A host's search may hand back anything; what is no count of cycles is no fix.
-  if (!(std::fabs(integer) < kMost)) return;
-  ifix[isat] = static_cast<int>(std::round(integer));
-  flags[isat] = 1;
+  bool any = false;
+  for (std::size_t k = 0; k < rows.size(); ++k) {
+    if (!(std::fabs(integers[k]) < kMost)) continue;
+    const int isat = idx[rows[k]];
+    ifix[isat] = static_cast<int>(std::round(integers[k]));
+    flags[isat] = 1;
+    any = true;
+  }
+  return any;
 }
 
 }  // namespace
@@ -54,6 +62,8 @@ int SrifAmbfix_raw::s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, d
   if (n < 1) return 0;
   const auto size = static_cast<std::size_t>(n);
   std::vector<double> compact(size * size), best(x, x + n), second(size);
+  std::vector<int> worst(size);
+  std::iota(worst.begin(), worst.end(), 0);
   for (std::size_t j = 0; j < size; ++j)
     std::copy_n(Q + j * static_cast<std::size_t>(ldq), n, compact.data() + j * size);
 
@@ -66,15 +76,10 @@ int SrifAmbfix_raw::s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, d
     double s[2] = {};
     if (ambslv_(n, compact.data(), best.data(), second.data(), s) != 0) return 0;
     outcome = s[1] / s[0];
-    if (outcome > threshold) {
-      for (std::size_t i = 0; i < size; ++i) s_flag(idx[i], best[i], ifix, flags);
-      return 1;
-    }
+    if (outcome > threshold) return s_flag(worst, best, idx, ifix, flags) ? 1 : 0;
     if (n < 2) return 0;
   }
 
-  std::vector<int> worst(size);
-  std::iota(worst.begin(), worst.end(), 0);
   std::stable_sort(worst.begin(), worst.end(), [&](int a, int b) {
     return compact[static_cast<std::size_t>(a) * (size + 1)] <
            compact[static_cast<std::size_t>(b) * (size + 1)];
@@ -94,10 +99,7 @@ int SrifAmbfix_raw::s_raw_ddsrch_lambda(double crit, const double* Q, int ldq, d
   problem.second = second.data();
   const SubsetResult result = SubsetSearch(problem).run();
   outcome = result.ratio;
-  if (!result.accepted) return 0;
-  for (std::size_t k = 0; k < result.rows.size(); ++k)
-    s_flag(idx[result.rows[k]], result.integers[k], ifix, flags);
-  return 1;
+  return result.accepted && s_flag(result.rows, result.integers, idx, ifix, flags) ? 1 : 0;
 }
 
 }  // namespace tarvio

@@ -33,7 +33,7 @@ bool SubsetSearch::m_prepareMetric() {
     if (!(m_in.Q[i * (n + 1)] > 0.0)) return false;
   m_W.assign(m_in.Q, m_in.Q + n * n);
   if (CMat::CMat_Inverse(m_W.data(), m_n, m_n) < 0) return false;
-  if (LD(m_n, m_in.Q, L.data(), D.data()) != 0) return false;
+  if (!s_factorise(m_n, m_in.Q, L.data(), D.data())) return false;
   m_logDetQ = 0.0;
   for (const double d : D) m_logDetQ += std::log(d);
 
@@ -205,7 +205,7 @@ void SubsetSearch::m_prepareCore() {
   root.count = 0;
   root.complete = root.least = 0.0;
   const int size = static_cast<int>(core);
-  if (LD(size, Q.data(), L.data(), D.data()) != 0 || !s_decorrelate(size, L.data(), D.data(), Z.data()))
+  if (!s_factorise(size, Q.data(), L.data(), D.data()) || !s_decorrelate(size, L.data(), D.data(), Z.data()))
     return;
 
   // transfer = Q_ec Z L^-1: floats of the others given the core are a_e + transfer D^-1 e, with e the
