@@ -4,7 +4,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
+#include <variant>
 
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
@@ -13,15 +15,12 @@ namespace tarvio {
 
 namespace {
 
-enum class Law { kouba, iov, cosine };
-
 /// Attitude of a block.
 struct BlockLaw {
   std::string_view name;
-  Law law;
   double sign;  ///< of the body x axis against the Sun direction
-  KoubaBlock kouba;
-  CosineBlock cosine;
+  std::variant<KoubaBlock, IovBlock, CosineBlock> law;
+  bool staysNominal = false;  ///< in rot_scfix2j2000: the law serves callers of yawatt alone
 };
 
 constexpr double kRateByPrn[32] = {0.1211, 0.1339, 0.123,  0.1233, 0.118,  0.1266, 0.1269, 0.1033,
@@ -38,24 +37,29 @@ constexpr CosineBlock kInclined{3.0, 6.0, 0.0010946315866166526};  // 2 pi / 574
 constexpr CosineBlock kMedium{3.0, 6.0, 0.0020333933032943645};    // 2 pi / 3090 s
 
 constexpr BlockLaw kLaws[] = {
-    {"BLOCK IIA", Law::kouba, 1.0, kIia, {}},
-    {"BLOCK IIR-A", Law::kouba, -1.0, kIir, {}},
-    {"BLOCK IIR-B", Law::kouba, -1.0, kIir, {}},
-    {"BLOCK IIR-M", Law::kouba, -1.0, kIir, {}},
-    {"BLOCK IIIA", Law::kouba, -1.0, kIir, {}},
-    {"BLOCK IIF", Law::kouba, 1.0, kIif, {}},
-    {"GLONASS-M", Law::kouba, 1.0, kGlonass, {}},
-    {"GALILEO-1", Law::iov, 1.0, {}, {}},
-    {"GALILEO-2", Law::cosine, 1.0, {}, kFoc},
-    {"BEIDOU-3I-SECM", Law::cosine, 1.0, {}, kInclined},
-    {"BEIDOU-3I-CAST", Law::cosine, 1.0, {}, kInclined},
-    {"BEIDOU-3IS-SECM", Law::cosine, 1.0, {}, kInclined},
-    {"BEIDOU-3IS-CAST", Law::cosine, 1.0, {}, kInclined},
-    {"BEIDOU-3I", Law::cosine, 1.0, {}, kInclined},
-    {"BEIDOU-3M-SECM", Law::cosine, 1.0, {}, kMedium},
-    {"BEIDOU-3M-CAST", Law::cosine, 1.0, {}, kMedium},
-    {"BEIDOU-3MS-SECM", Law::cosine, 1.0, {}, kMedium},
-    {"BEIDOU-3MS-CAST", Law::cosine, 1.0, {}, kMedium},
+    {"BLOCK I", 1.0, kIia, true},
+    {"BLOCK II", 1.0, kIia, true},
+    {"BLOCK IIA", 1.0, kIia},
+    {"BLOCK IIR-A", -1.0, kIir},
+    {"BLOCK IIR-B", -1.0, kIir},
+    {"BLOCK IIR-M", -1.0, kIir},
+    {"BLOCK IIIA", -1.0, kIir},
+    {"BLOCK IIF", 1.0, kIif},
+    {"GLONASS-M", 1.0, kGlonass},
+    {"GLONASS-K", 1.0, kGlonass, true},
+    {"GALILEO-1", 1.0, IovBlock{}},
+    {"GALILEO-2", 1.0, kFoc},
+    {"BEIDOU-2I", 1.0, kInclined, true},
+    {"BEIDOU-2M", 1.0, kMedium, true},
+    {"BEIDOU-3I-SECM", 1.0, kInclined},
+    {"BEIDOU-3I-CAST", 1.0, kInclined},
+    {"BEIDOU-3IS-SECM", 1.0, kInclined},
+    {"BEIDOU-3IS-CAST", 1.0, kInclined},
+    {"BEIDOU-3I", 1.0, kInclined},
+    {"BEIDOU-3M-SECM", 1.0, kMedium},
+    {"BEIDOU-3M-CAST", 1.0, kMedium},
+    {"BEIDOU-3MS-SECM", 1.0, kMedium},
+    {"BEIDOU-3MS-CAST", 1.0, kMedium},
 };
 
 const BlockLaw* lawOf(std::string_view block) {
@@ -69,12 +73,20 @@ bool isGeostationary(std::string_view block) {
 }
 
 /// Yaw rate and bias of the early blocks depend on the satellite.
-KoubaBlock koubaOf(const BlockLaw& law, const char* cprn) {
-  KoubaBlock block = law.kouba;
+KoubaBlock koubaOf(KoubaBlock block, const char* cprn) {
   const int prn = std::atoi(cprn + 1);
   if (block.kind == KoubaKind::iia) block.maxRate = kRateByPrn[std::clamp(prn, 1, 32) - 1];
   if (std::string_view(cprn) == "G23") block.bias = -0.5;
   return block;
+}
+
+/// The turn about z against the nominal yaw, deg; nothing outside of manoeuvres.
+std::optional<double> turnOf(YawTurns& turns, const BlockLaw& block, const char* cprn,
+                             const YawEpoch& epoch) {
+  if (const auto* kouba = std::get_if<KoubaBlock>(&block.law))
+    return turns.eclips(koubaOf(*kouba, cprn), epoch);
+  if (const auto* cosine = std::get_if<CosineBlock>(&block.law)) return turns.eclips2(*cosine, epoch);
+  return turns.eclips2(std::get<IovBlock>(block.law), epoch);
 }
 
 YawEpoch geometryOf(double t, const double* xv, const double* sun) {
@@ -93,8 +105,8 @@ YawEpoch geometryOf(double t, const double* xv, const double* sun) {
 }  // namespace
 
 Eclipse& Eclipse::s_getInstance() {
-  static Eclipse instance;
-  return instance;
+  static Eclipse s_Instance;
+  return s_Instance;
 }
 
 void Eclipse::m_reset() {
@@ -134,7 +146,8 @@ void Eclipse::rot_scfix2j2000(int mjd, double sod, const char* cprn, const char*
   unit_vector(3, yscf, yscf, nullptr);
   cross(yscf, z, xscf);
   unit_vector(3, xscf, xscf, nullptr);
-  m_yawattAt(mjd, sod, cprn, block, xv, sun, xscf, yscf, zscf);
+  const BlockLaw* law = lawOf(block);
+  if (law != nullptr && !law->staysNominal) m_yawattAt(mjd, sod, cprn, block, xv, sun, xscf, yscf, zscf);
 }
 
 void Eclipse::yawatt(double mjd, const char* cprn, const char* block, const double* xv, const double* sun,
@@ -154,19 +167,7 @@ void Eclipse::m_yawattAt(int mjd, double sod, const char* cprn, const char* bloc
     m_startSod = sod;
   }
   const YawEpoch epoch = geometryOf(timdif(mjd, sod, m_startMjd, m_startSod), xv, sun);
-  YawTurns& turns = m_turns[static_cast<std::size_t>(row)];
-  std::optional<double> turned;
-  switch (law->law) {
-    case Law::kouba:
-      turned = turns.kouba(koubaOf(*law, cprn), epoch);
-      break;
-    case Law::iov:
-      turned = turns.galileoIov(epoch);
-      break;
-    case Law::cosine:
-      turned = turns.cosine(law->cosine, epoch);
-      break;
-  }
+  const std::optional<double> turned = turnOf(m_turns[static_cast<std::size_t>(row)], *law, cprn, epoch);
   const double angle = turned.value_or(0.0) * kDegToRad;
   const double c = law->sign * std::cos(angle), s = law->sign * std::sin(angle);
   double x[3];

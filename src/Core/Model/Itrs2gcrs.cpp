@@ -50,8 +50,8 @@ double s_rotationAngle(int model, int mjdUt1, double dayUt1, int mjdTt, double d
 }  // namespace
 
 Itrs2gcrs& Itrs2gcrs::s_getInstance() {
-  static Itrs2gcrs instance;
-  return instance;
+  static Itrs2gcrs s_Instance;
+  return s_Instance;
 }
 
 double Itrs2gcrs::s_zonalCenturies(int mjdTT, double sodTT) {

@@ -9,8 +9,8 @@
 namespace tarvio {
 
 Taiutc& Taiutc::s_getInstance() {
-  static Taiutc instance;
-  return instance;
+  static Taiutc m_Instance;
+  return m_Instance;
 }
 
 int Taiutc::m_getTaiutc(int mjd) {

@@ -151,7 +151,7 @@ const YawTurns::Turn* YawTurns::inForce(double t, double after) const {
   return nullptr;
 }
 
-std::optional<double> YawTurns::kouba(const KoubaBlock& block, const YawEpoch& epoch) {
+std::optional<double> YawTurns::eclips(const KoubaBlock& block, const YawEpoch& epoch) {
   const double limit = noonLimit(block, epoch);
   const double nightThreshold = cosd(block.kind == KoubaKind::iir ? 180.0 + limit : block.nightLimit);
   const bool night = epoch.cosine < nightThreshold;
@@ -190,7 +190,7 @@ std::optional<double> YawTurns::kouba(const KoubaBlock& block, const YawEpoch& e
   return *yaw - s.nominal;
 }
 
-std::optional<double> YawTurns::cosine(const CosineBlock& block, const YawEpoch& epoch) {
+std::optional<double> YawTurns::eclips2(const CosineBlock& block, const YawEpoch& epoch) {
   if (std::abs(epoch.beta) <= block.betaLimit && std::abs(epoch.cosine) > cosd(block.range) &&
       mayOpen(epoch.t)) {
     open(epoch, toCentre(epoch), root(block.range * block.range - epoch.beta * epoch.beta) / epoch.rate);
@@ -204,11 +204,11 @@ std::optional<double> YawTurns::cosine(const CosineBlock& block, const YawEpoch&
   return yaw - nominalYaw(epoch.beta, epoch.mu, false);
 }
 
-std::optional<double> YawTurns::galileoIov(const YawEpoch& epoch) {
+std::optional<double> YawTurns::eclips2(const IovBlock& block, const YawEpoch& epoch) {
   constexpr double kSin15 = 0.25881904510252074, kSin2 = 0.03489949670250097;
-  constexpr double kRange_deg = 15.0, kBeta_deg = 2.0;
-  if (std::abs(epoch.beta) <= kBeta_deg && std::abs(epoch.cosine) > cosd(kRange_deg) && mayOpen(epoch.t)) {
-    open(epoch, toCentre(epoch), kRange_deg / epoch.rate);
+  if (std::abs(epoch.beta) <= block.betaLimit && std::abs(epoch.cosine) > cosd(block.range) &&
+      mayOpen(epoch.t)) {
+    open(epoch, toCentre(epoch), block.range / epoch.rate);
   }
   const Turn* turn = inForce(epoch.t, 0.0);
   if (turn == nullptr) return std::nullopt;

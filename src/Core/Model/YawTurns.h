@@ -46,6 +46,12 @@ struct CosineBlock {
   double frequency = 0.0;  ///< rad/s
 };
 
+/// Galileo IOV: the Sun's component across the orbit plane is replaced by a smooth profile.
+struct IovBlock {
+  double betaLimit = 2.0;  ///< deg
+  double range = 15.0;     ///< of the angle Sun - Earth-satellite line, deg
+};
+
 /// Nominal yaw, deg.
 double nominalYaw(double beta, double mu, bool reversed);
 
@@ -54,10 +60,9 @@ class YawTurns {
  public:
   /// Each law returns by how much the body turns about z against nominal yaw, deg; nothing when the
   /// attitude is nominal.
-  std::optional<double> kouba(const KoubaBlock& block, const YawEpoch& epoch);
-  std::optional<double> cosine(const CosineBlock& block, const YawEpoch& epoch);
-  /// Galileo IOV: the Sun's component across the orbit plane is replaced by a smooth profile.
-  std::optional<double> galileoIov(const YawEpoch& epoch);
+  std::optional<double> eclips(const KoubaBlock& block, const YawEpoch& epoch);
+  std::optional<double> eclips2(const CosineBlock& block, const YawEpoch& epoch);
+  std::optional<double> eclips2(const IovBlock& block, const YawEpoch& epoch);
 
   void reset() { m_count = 0; }
   int count() const { return m_count; }
