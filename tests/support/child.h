@@ -41,9 +41,8 @@ ChildResult runInChild(Body&& body) {
   close(ends[1]);
   ChildResult result;
   char buffer[4096];
-  for (ssize_t n; (n = read(ends[0], buffer, sizeof buffer)) > 0;) {
+  for (ssize_t n; (n = read(ends[0], buffer, sizeof buffer)) > 0;)
     result.output.append(buffer, static_cast<std::size_t>(n));
-  }
   close(ends[0]);
   int status = 0;
   waitpid(child, &status, 0);

@@ -66,14 +66,12 @@ class DenseLsq {
 
   void m_invert(const std::vector<std::vector<long double>>& a, std::size_t n) {
     m_inverse.assign(n, std::vector<long double>(n, 0.0L));
-    for (std::size_t c = 0; c < n; ++c) {
-      m_inverse[c][c] = 1.0L / a[c][c];
-      for (std::size_t i = c; i-- > 0;) {
-        long double sum = 0.0L;
-        for (std::size_t k = i + 1; k <= c; ++k) sum += a[k][i] * m_inverse[k][c];
-        m_inverse[i][c] = -sum / a[i][i];
+    for (std::size_t c = 0; c < n; ++c)
+      for (std::size_t i = c + 1; i-- > 0;) {
+        long double sum = i == c ? 1.0L : 0.0L;
+        for (std::size_t k = i + 1; k <= c; ++k) sum -= a[k][i] * m_inverse[k][c];
+        m_inverse[i][c] = sum / a[i][i];
       }
-    }
   }
 
   int m_count = 0;

@@ -49,9 +49,8 @@ struct SatelliteSpan {
 
 inline SatelliteList satelliteRange(const std::vector<SatelliteSpan>& spans) {
   SatelliteList list;
-  for (const SatelliteSpan& span : spans)
-    for (int k = span.first; k <= span.last; ++k)
-      list.emplace_back(print("%c%02d", span.letter, k), span.type);
+  for (const auto& [letter, first, last, type] : spans)
+    for (int k = first; k <= last; ++k) list.emplace_back(print("%c%02d", letter, k), type);
   return list;
 }
 
@@ -65,18 +64,16 @@ inline SatelliteList fullSky() {
 }
 
 /// Name in the satellite table, and frequency codes in the antenna file, by letter.
-inline const char* blockOf(char letter) {
-  static const std::map<char, const char*> blocks = {
-      {'G', "BLOCK IIF"}, {'E', "GALILEO-2"}, {'C', "BEIDOU-3M-CAST"}, {'J', "QZSS"}, {'R', "GLONASS-M"}};
-  return blocks.contains(letter) ? blocks.at(letter) : "NONE";
-}
-inline const char* antexCodes(char letter) {
-  static const std::map<char, const char*> codes = {{'G', "G01 G02 G05"},
-                                                    {'E', "E01 E05 E06 E07 E08"},
-                                                    {'C', "C01 C02 C05 C06 C07 C08"},
-                                                    {'J', "J01 J02 J05"},
-                                                    {'R', "R01 R02"}};
-  return codes.contains(letter) ? codes.at(letter) : "";
+struct SatelliteBlock {
+  const char *name = "NONE", *codes = "";
+};
+inline SatelliteBlock blockOf(char letter) {
+  static const std::map<char, SatelliteBlock> blocks = {{'G', {"BLOCK IIF", "G01 G02 G05"}},
+                                                        {'E', {"GALILEO-2", "E01 E05 E06 E07 E08"}},
+                                                        {'C', {"BEIDOU-3M-CAST", "C01 C02 C05 C06 C07 C08"}},
+                                                        {'J', {"QZSS", "J01 J02 J05"}},
+                                                        {'R', {"GLONASS-M", "R01 R02"}}};
+  return blocks.contains(letter) ? blocks.at(letter) : SatelliteBlock{};
 }
 
 /// A line of an ANTEX file: content, label in column 60.
@@ -115,10 +112,9 @@ inline std::string antexFile(const SatelliteList& satellites) {
   std::string text = antexHeader();
   for (const auto& [name, type] : satellites) {
     std::string sections, code;
-    for (std::istringstream codes(antexCodes(name[0])); codes >> code;) {
+    for (std::istringstream codes(blockOf(name[0]).codes); codes >> code;)
       sections += antexFrequency(code, 1000.0, std::stod(name.substr(1)), 2000.0 + std::stod(code.substr(1)));
-    }
-    text += antexBlock(blockOf(name[0]), name, sections);
+    text += antexBlock(blockOf(name[0]).name, name, sections);
   }
   return text + antexBlock("TRM59800.00     SCIS", "",
                            antexFrequency("G01", 1.0, 2.0, 80.0) + antexFrequency("G02", 3.0, 4.0, 120.0));
@@ -156,10 +152,9 @@ inline fs::path flatTroposphereGrid() {
       " 101325 0 0 0 0 288.0 0 0 0 0 7.00 0 0 0 0 -6.5 0 0 0 0 0.00 0.00 1.2500 0 0 0 0 0.5500 0 0 0 0"
       " 2.5000 0 0 0 0 277.0 0 0 0 0\n";
   std::string text = "%  lat    lon   constant atmosphere\n";
-  for (int row = 0; row < 180; ++row) {
+  for (int row = 0; row < 180; ++row)
     for (int column = 0; column < 360; ++column)
       text += print("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
-  }
   const fs::path draft = path.string() + "." + std::to_string(getpid());
   writeFile(draft, text);
   fs::rename(draft, path);  // whole or not at all, whoever else makes it at the same time
@@ -197,7 +192,7 @@ class Deployment {
   /// Writes every file. Members of `tables` that a test removed stay away from the table.
   void write() const {
     std::string rows;
-    for (const auto& [name, type] : satellites) rows += satnavRow(name, blockOf(name[0]), 1990, 0);
+    for (const auto& [name, type] : satellites) rows += satnavRow(name, blockOf(name[0]).name, 1990, 0);
     const std::pair<const char*, std::string> files[] = {
         {"ppp.json", config.toStyledString()},
         {"tables.json", tables.toStyledString()},
@@ -211,9 +206,8 @@ class Deployment {
         {"ratio.txt", ratio},
         {"ocload.blq", "$$ no site\n"}};
     for (const auto& [name, content] : files) writeFile(path(name), content);
-    if (withGrid && !fs::exists(path("gpt2_1w.grd"))) {
+    if (withGrid && !fs::exists(path("gpt2_1w.grd")))
       fs::create_symlink(flatTroposphereGrid(), path("gpt2_1w.grd"));
-    }
     fs::create_directories(path("log"));
   }
 
@@ -240,41 +234,28 @@ class Deployment {
   Json::Value& layer(const char* tag) { return ambiguity["amb"][tag]; }
 
  private:
+  static Json::Value parsed(const char* text) {
+    Json::Value value;
+    std::istringstream(text) >> value;
+    return value;
+  }
+
   void makeConfig() {
-    for (const char* key : {"broad", "obs", "external", "qclog", "output", "trace"}) {
+    config = parsed(R"({
+      "common": {"time": "2020 06 25 0 0 0 86400", "interval": "30.0", "ztdpri": "ZTD_VMF1",
+        "ztdmodel": "ZTD:1800", "obsused": "PHASE_CODE", "noisecoef": "1000.0 1000.0", "refpoint": "CoM_ITRF",
+        "yawmodel": "MODEL", "threads": "1", "obscomb": "RAW", "ionmodel": "ION_EST", "ionpri": "ION_NONE",
+        "ambmode": "CONT", "tracelevel": "4", "orbtype": ["SSR"], "clktype": ["SSR"]},
+      "dcbdatum": {"dcbtype": "P1P2", "ifpb_cor": "IFPB_NONE"},
+      "threshold": {"turboedit": "2.0 3.0 0.72 1200.0", "rangelimit": "50.0", "dia": "batch RESET",
+        "dia_search-limit": "4.0 3.0", "dia_batch-limit": "4.0 3.0"}})");
+    for (const char* key : {"broad", "obs", "external", "qclog", "output", "trace"})
       config["path"][key] = path("log").string();
-    }
+    for (const char* bias : {"p1p2_dcb", "icb_dcb", "isb_dcb"})
+      config["common"]["dcbmodel"][bias] = "DCB_NONE 0.0 0.0";
+    for (const char* key : {"freqobs", "freqused"}) config["common"][key] = kFrequencies;
+    config["dcbdatum"]["clockdatum"] = kFrequencies;
     config["files"] = path("tables.json").string();
-    const auto fill = [&](const char* group,
-                          std::initializer_list<std::pair<const char*, const char*>> keys) {
-      for (const auto& [key, value] : keys) config[group][key] = value;
-    };
-    fill("common", {{"time", "2020 06 25 0 0 0 86400"},
-                    {"interval", "30.0"},
-                    {"ztdpri", "ZTD_VMF1"},
-                    {"ztdmodel", "ZTD:1800"},
-                    {"obsused", "PHASE_CODE"},
-                    {"noisecoef", "1000.0 1000.0"},
-                    {"refpoint", "CoM_ITRF"},
-                    {"yawmodel", "MODEL"},
-                    {"freqobs", kFrequencies},
-                    {"freqused", kFrequencies},
-                    {"threads", "1"},
-                    {"obscomb", "RAW"},
-                    {"ionmodel", "ION_EST"},
-                    {"ionpri", "ION_NONE"},
-                    {"ambmode", "CONT"},
-                    {"tracelevel", "4"}});
-    Json::Value& common = config["common"];
-    for (const char* bias : {"p1p2", "icb", "isb"})
-      common["dcbmodel"][std::string(bias) + "_dcb"] = "DCB_NONE 0.0 0.0";
-    for (const char* key : {"orbtype", "clktype"}) common[key].append("SSR");
-    fill("dcbdatum", {{"dcbtype", "P1P2"}, {"clockdatum", kFrequencies}, {"ifpb_cor", "IFPB_NONE"}});
-    fill("threshold", {{"turboedit", "2.0 3.0 0.72 1200.0"},
-                       {"rangelimit", "50.0"},
-                       {"dia", "batch RESET"},
-                       {"dia_search-limit", "4.0 3.0"},
-                       {"dia_batch-limit", "4.0 3.0"}});
     config["amb"] = path("amb.json").string();
   }
 
@@ -290,30 +271,16 @@ class Deployment {
 
   void makeAmbiguity() {
     for (const char* tag : {"ewl", "wl", "n1"}) {
-      Json::Value& values = layer(tag);
-      values["fixmode"] = "lambda";
-      values["upd_type"] = "comb";
-      values["amb_type"] = "raw";
-      values["cutoff_amb"] = "10.0";
-      values["lambda"]["minseccommon"] = "300.0";
-      values["lambda"]["success_rate"] = "3.0";
-      values["lambda"]["fix_individual"] = "false";
-      values["analyse"]["minseccommon"] = "600.0";
-      values["analyse"]["decision"] = "0.25 0.15 1000.0";
+      Json::Value& values = layer(tag) = parsed(R"({
+        "fixmode": "lambda", "upd_type": "comb", "amb_type": "raw", "cutoff_amb": "10.0", "upd_switch": "on",
+        "resolution": "on", "hold": ["30.0", "5.0", "3.0"],
+        "lambda": {"minseccommon": "300.0", "success_rate": "3.0", "fix_individual": "false"},
+        "analyse": {"minseccommon": "600.0", "decision": "0.25 0.15 1000.0"}})");
       values["analyse"]["smoothconfig"] = path("smooth.json").string();
-      values["upd_switch"] = "on";
-      values["resolution"] = "on";
       values["comb"] = kFrequencies;
-      for (const char* value : {"30.0", "5.0", "3.0"}) values["hold"].append(value);
-      Json::Value& entry = smoothing["obs_smoother"]["smooth"].append(Json::Value());
-      entry["tag"] = tag;
-      entry["value"] = "GPS:LL1:1.0_LL2:-1.0_PL1:-0.6_PL2:-0.4";
-      entry["minelev"] = "15.0";
-      entry["mincommtime"] = "900.0";
-      entry["ion"]["switch"] = "off";
-      entry["ion"]["value"] = "";
-      entry["outfile"] = "none";
-      entry["updfile"] = "none";
+      smoothing["obs_smoother"]["smooth"].append(parsed(R"({
+        "value": "GPS:LL1:1.0_LL2:-1.0_PL1:-0.6_PL2:-0.4", "minelev": "15.0", "mincommtime": "900.0",
+        "ion": {"switch": "off", "value": ""}, "outfile": "none", "updfile": "none"})"))["tag"] = tag;
     }
     layer("ewl")["resolution"] = "off";
     layer("n1")["amb_type"] = "NL";

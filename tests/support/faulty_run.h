@@ -3,11 +3,9 @@
 /// Simulated faults through the exported boundary: one sky, kept in memory, and runs of the engine over
 /// it that differ by what went wrong.
 ///
-///     const support::SimulatedSky sky({});
-///     const support::FaultyRun clean(sky, {});
-///     support::Faults faults;
-///     faults.list = {support::slip(sky.highest('G', 0.0, 5400.0), "1C", 3000.0, 1.0)};
-///     EXPECT_LT(support::FaultyRun(sky, faults).change(clean, 3600.0), 0.01);
+///     const FaultyRun clean(sky, {});
+///     const FaultyRun run(sky, {.list = {slip("G05", "1C", 3000.0, 1.0)}});
+///     EXPECT_LT(run.change(clean, 3600.0), 0.01);
 ///
 /// Each run is a host of its own in a child process. Times are seconds from the start of the sky.
 /// The data rate may change within a sky: the engine then runs with an interval of 1 s, which takes
@@ -34,53 +32,47 @@
 #include "engine/run_plan.h"
 #include "report/solution.h"
 #include "simulate/simulation.h"
+#include "simulate/vector3.h"
 #include "support/child.h"
 #include "support/deployment.h"
 
-namespace support {
-
-using gnx::Fault;
-using gnx::SatName;
+namespace gnx::test {
 
 struct SkyPlan {
   double hours = 2.0;
   std::string systems = "GEC";
-  gnx::ReceiverClockOptions clock;
+  ReceiverClockOptions clock{};
   /// Between the two times the receiver gives every second, otherwise every half minute.
   double fastFrom = 0.0, fastTo = -1.0;
 };
 
 class SimulatedSky {
  public:
-  explicit SimulatedSky(const SkyPlan& plan) : m_start(gnx::toGpsTime({2026, 11, 21, 6, 0, 0.0})) {
-    gnx::SkyOptions options;
-    options.start = m_start;
-    options.hours = plan.hours;
-    options.systems = plan.systems;
-    const gnx::Constellation sky(options);
-    messages = gnx::allMessages(sky);
+  explicit SimulatedSky(const SkyPlan& plan) : m_start(toGpsTime({2026, 11, 21, 6, 0, 0.0})) {
+    SkyOptions options{.systems = plan.systems, .start = m_start, .hours = plan.hours};
+    const Constellation sky(options);
+    messages = allMessages(sky);
     signals = options.signals;
     for (double t = 0.0; t <= plan.hours * 3600.0; t += 30.0) corrections.push_back(batch(sky, t));
 
-    gnx::ObserverOptions receiver;
-    receiver.site = site = gnx::toEarthFixed({0.829, 0.148, 450.0});
+    ObserverOptions receiver;
+    receiver.site = site = toEarthFixed({0.829, 0.148, 450.0});
     receiver.clock = plan.clock;
-    const gnx::FaultList none;
-    gnx::Observer observer(receiver, sky, none);
-    gnx::ObsEpoch epoch;
-    gnx::EpochTruth truth;
+    const FaultList none;
+    Observer observer(receiver, sky, none);
+    ObsEpoch epoch;
+    EpochTruth truth;
     for (double t = 0.0; t < plan.hours * 3600.0;) {
       observer.observe(m_start + t, epoch, truth);
       epochs.push_back(epoch);
       elevations.emplace_back();
-      for (const gnx::SatelliteTruth& s : truth.satellites) elevations.back()[s.sat] = s.elevation;
+      for (const SatelliteTruth& s : truth.satellites) elevations.back()[s.sat] = s.elevation;
       clock.push_back(truth.clock);
-      const bool fast = t >= plan.fastFrom && t < plan.fastTo;
-      t += fast ? 1.0 : 30.0;
+      t += t >= plan.fastFrom && t < plan.fastTo ? 1.0 : 30.0;
     }
   }
 
-  const gnx::GpsTime& start() const { return m_start; }
+  const GpsTime& start() const { return m_start; }
 
   /// Satellites of a system in sight from one time to another, the highest (in its lowest moment) first.
   std::vector<SatName> inSight(char system, double from, double to) const {
@@ -102,24 +94,24 @@ class SimulatedSky {
   }
   SatName highest(char system, double from, double to) const { return inSight(system, from, to).at(0); }
 
-  std::vector<gnx::ObsEpoch> epochs;
+  std::vector<ObsEpoch> epochs;
   std::vector<std::map<SatName, double>> elevations;  ///< rad, by epoch
   std::vector<double> clock;                          ///< of the receiver, s, by epoch
-  std::vector<gnx::CorrectionBatch> corrections;      ///< delivered at their tag
-  std::vector<gnx::BroadcastEph> messages;            ///< in order of transmission
-  gnx::SignalTable signals;
-  gnx::Vector3 site{};
+  std::vector<CorrectionBatch> corrections;           ///< delivered at their tag
+  std::vector<BroadcastEph> messages;                 ///< in order of transmission
+  SignalTable signals;
+  Vector3 site{};
 
  private:
-  gnx::CorrectionBatch batch(const gnx::Constellation& sky, double seconds) const {
-    gnx::CorrectionBatch b;
+  CorrectionBatch batch(const Constellation& sky, double seconds) const {
+    CorrectionBatch b;
     b.delivery = b.tag = b.biasTag = m_start + seconds;
     b.newBiases = true;
     for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
-      const gnx::SsrOrbit orbit = sky.orbitCorrection(i, b.tag, b.tag);
-      const gnx::SsrClock satClock = sky.clockCorrection(i, b.tag, b.tag);
+      const SsrOrbit orbit = sky.orbitCorrection(i, b.tag, b.tag);
+      const SsrClock satClock = sky.clockCorrection(i, b.tag, b.tag);
       b.orbitClock.push_back({orbit.sat, orbit.iod, orbit.delta, orbit.rate, satClock.c});
-      gnx::SatBiases biases{orbit.sat, {}, {}};
+      SatBiases biases{orbit.sat, {}, {}};
       for (const auto& [signal, value] : sky.satellites()[i].codeBias)
         biases.code.push_back({signal, value, 0, 0, 0});
       for (const auto& [signal, value] : sky.satellites()[i].phaseBias)
@@ -129,7 +121,7 @@ class SimulatedSky {
     return b;
   }
 
-  gnx::GpsTime m_start;
+  GpsTime m_start;
 };
 
 /// GPS, Galileo and BeiDou for two hours, made once in a process.
@@ -146,81 +138,80 @@ inline Fault slip(const SatName& sat, const std::string& signal, double from, do
 }
 
 struct Faults {
-  std::vector<Fault> list;  ///< on the observations
+  std::vector<Fault> list{};  ///< on the observations
   /// Change what is handed over, or hold it back with false.
-  std::function<bool(gnx::ObsEpoch&, double)> observations;
-  std::function<bool(gnx::CorrectionBatch&, double)> corrections;
+  std::function<bool(ObsEpoch&, double)> observations{};
+  std::function<bool(CorrectionBatch&, double)> corrections{};
   bool productsFromElsewhere = false;  ///< ephemerides and corrections are not fed by the epoch thread
   /// Calls before an epoch, on the epoch thread.
-  std::function<void(double)> before;
+  std::function<void(double)> before{};
   /// Changes the records of an epoch as they cross the boundary.
-  std::function<void(std::vector<GNX_IO::obs_entry_t>&, double)> entries;
+  std::function<void(std::vector<GNX_IO::obs_entry_t>&, double)> entries{};
 };
 
 struct RunSetup {
   std::string mode = "static";
   double interval = 30.0;
   /// Frequency lists of the deployment, "" = two a system.
-  std::string frequencies;
+  std::string frequencies{};
   bool resolution = true;
-  std::map<std::string, std::string> overrides;  ///< values of "ppp.json" by dotted key
+  std::map<std::string, std::string> overrides{};  ///< values of "ppp.json" by dotted key
 };
 
 /// What a host knows when it starts; the working directory holds the deployment.
 class HostSetup {
  public:
   static void write(const std::filesystem::path& directory, const SimulatedSky& sky, const RunSetup& setup) {
-    gnx::DeploymentOptions options;
+    DeploymentOptions options;
     options.systems = "GEC";
     options.freqobs = setup.frequencies;
     options.refpoint = "APC_ITRF";
     options.resolution = setup.resolution;
     options.date = sky.start();
-    options.codeNoise_m = gnx::ObserverOptions().codeSigma;
+    options.codeNoise_m = ObserverOptions().codeSigma;
     options.run.mode = setup.mode;
     options.run.interval_s = setup.interval;
     options.overrides = setup.overrides;
     std::ostringstream notes;
-    gnx::writeDeployment(directory, options, notes);
+    writeDeployment(directory, options, notes);
   }
 
   explicit HostSetup(const SimulatedSky& sky)
       : plan(request(sky)),
-        reversed(gnx::reversedSatellites(gnx::parseSatelliteTable(readFile("satnav.txt")),
-                                         gnx::tableTime(sky.start()))),
+        reversed(
+            reversedSatellites(parseSatelliteTable(support::readFile("satnav.txt")), tableTime(sky.start()))),
         m_start(sky.start()) {}
 
-  const gnx::SignalPlan plan;
-  const gnx::BoundaryNumbers numbers;
+  const SignalPlan plan;
+  const BoundaryNumbers numbers;
   const std::set<SatName> reversed;  ///< body axes turned against those of the sky
 
   /// The engine's clock, UTC.
   void setClock(double seconds) const {
-    gnx::setReplayClock(GNX_IO::gpst2utc(gnx::toBoundaryTime(m_start + seconds)).time);
+    setReplayClock(GNX_IO::gpst2utc(toBoundaryTime(m_start + seconds)).time);
   }
   void start(const RunSetup& setup) const {
     setClock(0.0);
     GNX_IO::sta_t sta{};
     GNX_initialize(setup.mode.c_str(), &sta, 7.0, setup.interval);
   }
-  gnx::ProductFeed products() const { return {numbers, plan, {}, reversed, true}; }
-  gnx::ObservationFeed observations() const { return {numbers, plan, {}}; }
+  ProductFeed products() const { return {numbers, plan, {}, reversed, true}; }
+  ObservationFeed observations() const { return {numbers, plan, {}}; }
 
  private:
-  static gnx::SignalPlan::Request request(const SimulatedSky& sky) {
-    gnx::SignalPlan::Request r;
-    r.bands = gnx::deployedBands(".");
-    for (const auto& [system, list] : sky.signals) {
+  static SignalPlan::Request request(const SimulatedSky& sky) {
+    SignalPlan::Request r;
+    r.bands = deployedBands(".");
+    for (const auto& [system, list] : sky.signals)
       for (const std::string& signal : list) {
         r.received[system].push_back("C" + signal);
         r.received[system].push_back("L" + signal);
         r.corrected[system].insert(signal);
       }
-    }
     return r;
   }
 
-  gnx::GpsTime m_start;
+  GpsTime m_start;
 };
 
 class FaultyRun {
@@ -228,18 +219,18 @@ class FaultyRun {
   FaultyRun(const SimulatedSky& sky, const Faults& faults, const RunSetup& setup = {})
       : m_start(sky.start()) {
     HostSetup::write(m_directory.path(), sky, setup);
-    const ChildResult child = runInChild([&] { host(sky, faults, setup); });
-    EXPECT_EQ(child.status, 0) << child.output.substr(child.output.size() > 3000 ? child.output.size() - 3000
-                                                                                 : 0);
+    const support::ChildResult child = support::runInChild([&] { host(sky, faults, setup); });
+    EXPECT_EQ(child.status, 0) << child.output.substr(std::max<std::size_t>(child.output.size(), 3000) -
+                                                      3000);
     std::istringstream out(child.output);
     for (std::string line; std::getline(out, line);) {
-      if (const auto epoch = gnx::parseSolutionLine(line)) epochs.push_back(*epoch);
+      if (const auto epoch = parseSolutionLine(line)) epochs.push_back(*epoch);
       else output.push_back(line);
     }
     readLog();
   }
 
-  std::vector<gnx::SolutionEpoch> epochs;
+  std::vector<SolutionEpoch> epochs;
   std::vector<std::string> output;  ///< standard output but the solutions
   std::vector<std::string> log;     ///< the status log
 
@@ -260,50 +251,64 @@ class FaultyRun {
       const bool head = line[at] == '[' || (at > 0 && line[at - 1] == ':');
       if (head && std::sscanf(line.c_str() + at + (line[at] == '['), "%5d %lf]", &mjd, &sod) == 2 &&
           mjd > 50000)
-        return (mjd - gnx::modifiedJulianDay(m_start)) * 86400.0 + sod - gnx::secondsOfDay(m_start);
+        return (mjd - modifiedJulianDay(m_start)) * 86400.0 + sod - secondsOfDay(m_start);
     }
     return -1.0;
+  }
+  /// Slips that the detector found.
+  int slips(const SatName& sat = "", double from = -1.0, double to = 1e9) const {
+    return count({"[SLIP]", sat, "] new ambiguity: "}, from, to);
+  }
+  /// Phases that the filter's test of residuals took for slipped.
+  int treated(const SatName& sat = "", double from = -1.0, double to = 1e9) const {
+    return count({"DIA batch detecting slip", sat}, from, to);
   }
   /// Ambiguities that began between two times.
   int newAmbiguities(const SatName& sat = "", double from = -1.0, double to = 1e9) const {
     return count({"cprn = " + sat, "add ambiguity!"}, from, to);
   }
-  double secondsOf(const gnx::SolutionEpoch& e) const { return e.time - m_start; }
-  const gnx::SolutionEpoch* at(double seconds) const {
-    const auto found = std::find_if(epochs.begin(), epochs.end(), [&](const gnx::SolutionEpoch& e) {
-      return std::fabs(secondsOf(e) - seconds) < 0.05;
-    });
-    return found == epochs.end() ? nullptr : &*found;
+  double secondsOf(const SolutionEpoch& e) const { return e.time - m_start; }
+  const SolutionEpoch* at(double seconds) const {
+    for (const SolutionEpoch& e : epochs)
+      if (std::fabs(secondsOf(e) - seconds) < 0.05) return &e;
+    return nullptr;
   }
 
+  /// Epoch by epoch, digit for digit.
+  void expectTheSolutionsOf(const FaultyRun& other) const {
+    ASSERT_EQ(epochs.size(), other.epochs.size());
+    for (std::size_t k = 0; k < epochs.size(); ++k) {
+      ASSERT_EQ(epochs[k].xyz, other.epochs[k].xyz) << "epoch " << k;
+      ASSERT_EQ(epochs[k].rows, other.epochs[k].rows) << "epoch " << k;
+      ASSERT_EQ(epochs[k].status, other.epochs[k].status) << "epoch " << k;
+    }
+  }
   /// The largest distance to the positions of another run between two times, m; epochs that only one of
   /// them has do not count, infinity without any common one.
   double change(const FaultyRun& other, double from, double to = 1e9) const {
     double largest = -1.0;
-    for (const gnx::SolutionEpoch& e : epochs) {
+    for (const SolutionEpoch& e : epochs) {
       const double t = secondsOf(e);
-      const gnx::SolutionEpoch* o = t >= from && t <= to ? other.at(t) : nullptr;
-      if (o != nullptr) largest = std::max(largest, distance(e.xyz, o->xyz));
+      const SolutionEpoch* o = t >= from && t <= to ? other.at(t) : nullptr;
+      if (o != nullptr) largest = std::max(largest, length(minus(e.xyz, o->xyz)));
     }
     return largest < 0.0 ? HUGE_VAL : largest;
   }
   /// The largest distance to a place between two times, m.
-  double error(const gnx::Vector3& place, double from, double to = 1e9) const {
+  double error(const Vector3& place, double from, double to = 1e9) const {
     double largest = 0.0;
-    for (const gnx::SolutionEpoch& e : epochs)
-      if (secondsOf(e) >= from && secondsOf(e) <= to) largest = std::max(largest, distance(e.xyz, place));
+    for (const SolutionEpoch& e : epochs)
+      if (secondsOf(e) >= from && secondsOf(e) <= to)
+        largest = std::max(largest, length(minus(e.xyz, place)));
     return largest;
   }
   int satellitesAt(double seconds) const { return at(seconds) == nullptr ? -1 : at(seconds)->rows / 2; }
-  static double distance(const std::array<double, 3>& a, const std::array<double, 3>& b) {
-    return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-  }
 
  private:
   int count(const std::vector<std::string>& lines, const Texts& texts, double from, double to) const {
-    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const std::string& line) {
+    return static_cast<int>(std::ranges::count_if(lines, [&](const std::string& line) {
       const auto holds = [&](const std::string& text) { return line.find(text) != std::string::npos; };
-      if (!std::all_of(texts.begin(), texts.end(), holds)) return false;
+      if (!std::ranges::all_of(texts, holds)) return false;
       const double t = timeOf(line);
       return t >= from && t <= to;
     }));
@@ -312,13 +317,12 @@ class FaultyRun {
   /// The log rolls over: the files of old have the time behind their names, the youngest has none.
   void readLog() {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(m_directory.path() / "log")) {
+    for (const auto& entry : std::filesystem::directory_iterator(m_directory.path() / "log"))
       if (entry.path().filename().string().starts_with("tarvio.stat.")) files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
+    std::ranges::sort(files);
     files.push_back(m_directory.path() / "log/tarvio.stat");
     for (const auto& file : files) {
-      std::istringstream stat(readFile(file));
+      std::istringstream stat(support::readFile(file));
       for (std::string line; std::getline(stat, line);) log.push_back(line);
     }
   }
@@ -326,19 +330,17 @@ class FaultyRun {
   void host(const SimulatedSky& sky, const Faults& faults, const RunSetup& setup) const {
     std::filesystem::current_path(m_directory.path());
     const HostSetup host(sky);
-    gnx::ProductFeed products = host.products();
-    gnx::ObservationFeed feed = host.observations();
-    const gnx::FaultList list(faults.list);
+    ProductFeed products = host.products();
+    ObservationFeed feed = host.observations();
+    const FaultList list(faults.list);
     host.start(setup);
-    std::vector<gnx::BroadcastEph> messages;
-    std::vector<gnx::CorrectionBatch> batches;
-    if (!faults.productsFromElsewhere) messages = sky.messages, batches = deliveries(sky, faults);
-    auto message = messages.begin();
-    auto batch = batches.begin();
-    for (gnx::ObsEpoch epoch : sky.epochs) {
+    const std::vector<CorrectionBatch> batches = deliveries(sky, faults);
+    auto batch = faults.productsFromElsewhere ? batches.end() : batches.begin();
+    auto message = faults.productsFromElsewhere ? sky.messages.end() : sky.messages.begin();
+    for (ObsEpoch epoch : sky.epochs) {
       const double t = epoch.time - m_start;
       host.setClock(t);
-      for (; message != messages.end() && message->transmission <= epoch.time; ++message)
+      for (; message != sky.messages.end() && message->transmission <= epoch.time; ++message)
         products.feed(*message);
       for (; batch != batches.end() && batch->delivery <= epoch.time; ++batch) products.feed(*batch);
       if (faults.before) faults.before(t);
@@ -350,14 +352,14 @@ class FaultyRun {
     GNX_finilize();
   }
 
-  static void feedEntries(const gnx::ObsEpoch& epoch, const HostSetup& host, const Faults& faults, double t) {
+  static void feedEntries(const ObsEpoch& epoch, const HostSetup& host, const Faults& faults, double t) {
     std::vector<GNX_IO::obs_entry_t> entries;
-    for (const gnx::SatObs& sat : epoch.sats) {
+    for (const SatObs& sat : epoch.sats) {
       GNX_IO::obs_entry_t& entry = entries.emplace_back();
       entry.sat = static_cast<std::uint8_t>(host.numbers.satellite(sat.sat));
       std::size_t slot = 0;
-      for (const gnx::PlannedSignal& planned : host.plan.of(sat.sat[0])) {
-        for (const gnx::SignalObs& s : sat.signals) {
+      for (const PlannedSignal& planned : host.plan.of(sat.sat[0]))
+        for (const SignalObs& s : sat.signals) {
           if (planned.code != s.code.data() || slot == GNX_IO::kSignalSlots) continue;
           entry.code[slot] = static_cast<std::uint8_t>(host.numbers.code(planned.code));
           entry.P[slot] = s.range;
@@ -365,33 +367,31 @@ class FaultyRun {
           entry.D[slot] = static_cast<float>(s.doppler);
           entry.SNR[slot++] = static_cast<std::uint16_t>(s.snr * 1000.0);
         }
-      }
     }
     faults.entries(entries, t);
     GNX_IO::obs_t obs{static_cast<std::int32_t>(entries.size()), entries.data()};
-    GNX_inputObs(gnx::toBoundaryTime(epoch.time), &obs);
+    GNX_inputObs(toBoundaryTime(epoch.time), &obs);
   }
 
-  static std::vector<gnx::CorrectionBatch> deliveries(const SimulatedSky& sky, const Faults& faults) {
-    std::vector<gnx::CorrectionBatch> batches;
-    for (gnx::CorrectionBatch b : sky.corrections)
+  static std::vector<CorrectionBatch> deliveries(const SimulatedSky& sky, const Faults& faults) {
+    std::vector<CorrectionBatch> batches;
+    for (CorrectionBatch b : sky.corrections)
       if (!faults.corrections || faults.corrections(b, b.tag - sky.start())) batches.push_back(std::move(b));
-    std::ranges::stable_sort(batches, std::less(), &gnx::CorrectionBatch::delivery);
+    std::ranges::stable_sort(batches, std::less(), &CorrectionBatch::delivery);
     return batches;
   }
 
-  static void strike(const gnx::FaultList& list, gnx::ObsEpoch& epoch, double t) {
-    for (gnx::SatObs& sat : epoch.sats) {
-      for (gnx::SignalObs& s : sat.signals) {
+  static void strike(const FaultList& list, ObsEpoch& epoch, double t) {
+    for (SatObs& sat : epoch.sats)
+      for (SignalObs& s : sat.signals) {
         const std::string name = s.code.data();
         s.range += list.size(Fault::Kind::code, sat.sat, name, t);
         s.phase += list.size(Fault::Kind::phase, sat.sat, name, t) + list.slippedCycles(sat.sat, name, t);
       }
-    }
   }
 
-  TemporaryDirectory m_directory;
-  gnx::GpsTime m_start;
+  support::TemporaryDirectory m_directory;
+  GpsTime m_start;
 };
 
-}  // namespace support
+}  // namespace gnx::test

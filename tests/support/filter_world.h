@@ -83,7 +83,7 @@ struct FilterWorld {
     using namespace tarvio;
     const Deploy& config = Controller::s_getInstance()->m_deploy;
     Ssat_t& sat = sta.m_sat[isat];
-    const double* freq = config.m_satellites[static_cast<std::size_t>(isat)].m_freq;
+    const double* freq = Tables::satellite(isat).m_freq;
     WorldRow row{};
     row.sat = isat;
     row.slot = f;
@@ -109,6 +109,11 @@ struct FilterWorld {
   }
 };
 
+/// What a slip detector would have left.
+struct Slip {
+  int isat, slot;
+};
+
 class WorldModel : public tarvio::Model {
  public:
   WorldModel(tarvio::SrifFilter* filter, tarvio::Station* sta, FilterWorld* world)
@@ -126,8 +131,8 @@ class FilterFixture : public TableFixture {
     using namespace tarvio;
     frequencies('G', 2, {"L1", "L2"});
     frequencies('E', 2, {"L1", "L5"});
-    m_addSatellites('G', 7);
-    m_addSatellites('E', 6);
+    addConstellation('G', 7);
+    addConstellation('E', 6);
     s_copyText(deploy().m_syslist, "GE");
     deploy().m_nsys = 2;
     deploy().m_refsys = 0;
@@ -138,29 +143,16 @@ class FilterFixture : public TableFixture {
     s_copyText(deploy().m_ambmode, "CONT");
     s_copyText(deploy().m_diaType, "batch");
     deploy().m_noiseCoef[0] = deploy().m_noiseCoef[1] = 1.0;
-    for (int i = 0; i < deploy().m_nsat; ++i) m_drawArc(i);
-  }
-
-  void m_addSatellites(char letter, int count) {
-    for (int i = 1; i <= count; ++i) {
-      char name[16];
-      std::snprintf(name, sizeof name, "%c%02d", letter, i);
-      const int row = add(name);
-      m_setFrequencies(row);
-      world.visible[row] = true;
+    std::fill_n(world.visible, deploy().m_nsat, true);
+    for (int i = 0; i < deploy().m_nsat; ++i) {
+      world.ion[i] = 1.5 * world.m_gauss();
+      for (double& amb : world.amb[i]) amb = std::round(1000.0 * world.m_gauss());
     }
   }
-
-  void m_setFrequencies(int row) {
-    tarvio::Deploy& d = deploy();
-    const int isys = d.m_sysOfRow(row);
-    tarvio::get_freq(d.m_satellites[static_cast<std::size_t>(row)], d.m_cprn[row], isys, d.m_nfreqUsed[isys],
-                     d.m_freqUsed[isys]);
-  }
-
-  void m_drawArc(int isat) {
-    world.ion[isat] = 1.5 * world.m_gauss();
-    for (double& amb : world.amb[isat]) amb = std::round(1000.0 * world.m_gauss());
+  /// Three frequencies of a system; slots follow falling frequency.
+  static void m_threeFrequencies(char letter, std::initializer_list<const char*> names) {
+    frequencies(letter, 3, names);
+    for (int i = 0; i < deploy().m_nsat; ++i) setCarriers(i);
   }
 
   void m_build(char skd = 'K', double interval = 30.0) {
@@ -184,10 +176,7 @@ class FilterFixture : public TableFixture {
 
   tarvio::Station& station() { return filter->m_stations[0]; }
 
-  /// An epoch up to its rows in the array; `slips` are what the detector would have left.
-  struct Slip {
-    int isat, slot;
-  };
+  /// An epoch up to its rows in the array.
   void m_begin(double sod, const std::vector<Slip>& slips = {}) {
     world.time = sod;
     tarvio::Rnxobs obs;
@@ -207,9 +196,12 @@ class FilterFixture : public TableFixture {
     filter->v_onFinish();
     filter->v_onDelAmbt();
   }
-  void m_epoch(double sod) {
-    m_begin(sod);
+  void m_estimate(double sod, const std::vector<Slip>& slips = {}) {
+    m_begin(sod, slips);
     filter->v_onFilterEstimate();
+  }
+  void m_epoch(double sod, const std::vector<Slip>& slips = {}) {
+    m_estimate(sod, slips);
     m_end();
   }
 
@@ -225,15 +217,12 @@ class FilterFixture : public TableFixture {
   /// Covariance of the columns, from the triangle.
   std::vector<std::vector<double>> m_covariance() const {
     const auto n = static_cast<std::size_t>(filter->imtx);
-    const auto r = [&](std::size_t row, std::size_t column) {
-      return m_r(static_cast<int>(row), static_cast<int>(column));
-    };
     std::vector<std::vector<double>> inverse(n, std::vector<double>(n)), covariance = inverse;
     for (std::size_t c = 0; c < n; ++c)
       for (std::size_t i = c + 1; i-- > 0;) {
         double sum = i == c ? 1.0 : 0.0;
-        for (std::size_t k = i + 1; k <= c; ++k) sum -= r(i, k) * inverse[k][c];
-        inverse[i][c] = sum / r(i, i);
+        for (std::size_t k = i + 1; k <= c; ++k) sum -= m_r(i, k) * inverse[k][c];
+        inverse[i][c] = sum / m_r(i, i);
       }
     for (std::size_t i = 0; i < n; ++i)
       for (std::size_t j = 0; j < n; ++j)
@@ -241,7 +230,9 @@ class FilterFixture : public TableFixture {
     return covariance;
   }
 
-  double m_r(int row, int column) const { return filter->infs[filter->iptx[column] + row]; }
+  double m_r(std::integral auto row, std::integral auto column) const {
+    return filter->infs[filter->iptx[column] + static_cast<int>(row)];
+  }
 
   FilterWorld world;
   std::unique_ptr<tarvio::SrifFilter> filter;
@@ -276,8 +267,7 @@ class AmbiguityFixture : public FilterFixture {
   /// Epochs of 30 s; the last one stops behind the estimate.
   void m_run(int epochs) {
     for (int k = 0; k < epochs - 1; ++k) m_epoch(30.0 * k);
-    m_begin(30.0 * (epochs - 1));
-    filter->v_onFilterEstimate();
+    m_estimate(30.0 * (epochs - 1));
   }
   /// Wide-lane integer of a satellite against another.
   double m_wide(int isat, int iref) const {

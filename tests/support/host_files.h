@@ -2,15 +2,21 @@
 /// \file host_files.h
 /// Small input files for the readers of the program.
 
+#include <gmock/gmock.h>
+
 #include <string>
 
 #include "formats/input_error.h"
 #include "support/files.h"
 
-namespace gnx_test {
+namespace gnx::test {
 
+using support::readFile;
 using support::realFile;
 using TempDir = support::TemporaryDirectory;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
 
 /// A RINEX header line: content padded to the label in column 61.
 inline std::string headerLine(std::string text, const std::string& label) {
@@ -18,20 +24,24 @@ inline std::string headerLine(std::string text, const std::string& label) {
   return text + label + "\n";
 }
 
-/// The message of the InputError that an action throws; "" when it throws none.
-template <class Action>
-std::string inputError(Action&& action) {
+/// The message of the error that an action throws; "" when it throws none.
+template <class Error, class Action>
+std::string messageOf(Action&& action) {
   try {
     action();
-  } catch (const gnx::InputError& e) {
+  } catch (const Error& e) {
     return e.what();
   }
   return "";
 }
+template <class Action>
+std::string inputError(Action&& action) {
+  return messageOf<InputError>(action);
+}
 
 /// What gzip makes of a content.
 inline std::string packed(const std::string& content) {
-  const support::TemporaryDirectory dir;
+  const TempDir dir;
   const std::string path = (dir.path() / "packed.gz").string();
   gzFile file = gzopen(path.c_str(), "wb");
   gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
@@ -40,4 +50,4 @@ inline std::string packed(const std::string& content) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-}  // namespace gnx_test
+}  // namespace gnx::test

@@ -90,15 +90,9 @@ class EllipseOrbits : public OrbitAdapter {
   }
 };
 
-/// What is in the observations.
-struct Effects {
-  bool satelliteClock = true, receiverClock = true, relativity = true, pathDelay = true, troposphere = true;
-  bool receiverAntenna = true, satelliteAntenna = true, windup = true, tides = true;
-};
-
-class ModelWorld {
+class ModelWorld : public gnx_test::Tables {
  public:
-  static constexpr double kTruth[3] = {3582105.2, 532589.7, 5232754.8};
+  static constexpr Vec kTruth = {3582105.2, 532589.7, 5232754.8};
 
   explicit ModelWorld(int gps = 10, int galileo = 8,
                       std::initializer_list<const char*> gpsNames = {"L1", "L2"},
@@ -110,8 +104,8 @@ class ModelWorld {
     d.m_litrs = true;
     d.m_lsnr = d.m_ldebug = false;
     d.m_noiseByFreq.clear();
-    frequencies('G', gpsNames);
-    frequencies('E', galileoNames);
+    m_frequencies('G', gpsNames);
+    m_frequencies('E', galileoNames);
     s_copyText(d.m_syslist, "GE");
     d.m_nsys = 2;
     d.m_refsys = 0;
@@ -121,23 +115,21 @@ class ModelWorld {
     m_sky('E', galileo);
   }
 
-  static Deploy& deploy() { return gnx_test::Tables::deploy(); }
   SrifFilter* filter() { return &m_filter; }
-  Satellite& satellite(int isat) { return deploy().m_satellites[static_cast<std::size_t>(isat)]; }
-  int isys(int isat) { return deploy().m_cprn[isat][0] == 'G' ? 0 : 2; }
 
-  void observe(const Effects& with = {}) {
+  /// \param tidesAndWindup  false: what the reduced model knows
+  void observe(bool tidesAndWindup = true) {
     for (int isat = 0; isat < deploy().m_nsat; ++isat)
-      for (int f = 0; f < deploy().m_nfreqUsed[isys(isat)]; ++f) {
-        const double lambda = kLight / satellite(isat).m_freq[f];
+      for (int f = 0; f < deploy().m_nfreqUsed[deploy().m_sysOfRow(isat)]; ++f) {
         double windup = 0.0;
-        sta.m_sat[isat].m_obs[4 + f] = code(isat, f, with, &windup);
-        sta.m_sat[isat].m_obs[f] = (sta.m_sat[isat].m_obs[4 + f] + windup * lambda) / lambda;
+        double* obs = sta.m_sat[isat].m_obs;
+        obs[4 + f] = code(isat, f, tidesAndWindup, &windup);
+        obs[f] = obs[4 + f] * satellite(isat).m_freq[f] / kLight + (tidesAndWindup ? windup : 0.0);
       }
   }
   /// The a-priori values of the model := the truth.
   void knowTruth() {
-    std::copy(kTruth, kTruth + 3, sta.m_x);
+    std::ranges::copy(kTruth, sta.m_x);
     sta.m_rclk[0] = receiverClock_m;
     sta.m_rclk[2] = interSystem_m;
   }
@@ -145,7 +137,6 @@ class ModelWorld {
   EllipseOrbits orbits;
 
  private:
-  gnx_test::Tables m_setup;
   support::TemporaryDirectory m_directory;
   SrifFilter m_filter;
 
@@ -163,11 +154,9 @@ class ModelWorld {
     Tropo_vmf1::s_getInstance();  // read once in a process
   }
 
-  void frequencies(char letter, std::initializer_list<const char*> names) {
-    m_setup.frequencies(letter, static_cast<int>(names.size()), names);
-    const int s = index_string(SYS, letter);
-    for (int n : {0, 1}) s_copyText(deploy().m_freqIf[s][n], *(names.begin() + n));
-    deploy().m_nfreqIf[s] = 2;
+  static void m_frequencies(char letter, std::initializer_list<const char*> names) {
+    frequencies(letter, static_cast<int>(names.size()), names);
+    ifPair(letter, names.begin()[0], names.begin()[1]);
   }
 
   void m_stationTruth() {
@@ -183,7 +172,7 @@ class ModelWorld {
       }
     std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), 0.3);
     std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), 0.003);
-    xyzblh(kTruth, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_blh);
+    xyzblh(kTruth.data(), 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_blh);
     rot_enu2xyz(m_blh[0], m_blh[1], m_rot);
   }
 
@@ -193,21 +182,15 @@ class ModelWorld {
       const auto draw = [this](double a, double b) {
         return std::uniform_real_distribution<>(a, b)(m_random);
       };
-      const KeplerEllipse orbit{letter == 'G' ? 2.656e7 : 2.96e7,
-                                draw(0.002, 0.015),
-                                0.97,
-                                draw(0.0, 6.28),
-                                draw(0.0, 6.28),
-                                draw(0.0, 6.28)};
+      const double a = letter == 'G' ? 2.656e7 : 2.96e7, e = draw(0.002, 0.015), turn = 6.28;
+      const KeplerEllipse orbit{a, e, 0.97, draw(0.0, turn), draw(0.0, turn), draw(0.0, turn)};
       Vec x, v;
       orbit.state(0.0, x, v);
-      if (elevation(x - truth()) < 15.0 * kDegToRad) continue;
-      char name[8];
-      std::snprintf(name, sizeof name, "%c%02d", letter, number);
-      orbits.m_orbit[name] = orbit;
-      const int isat = m_setup.add(name);
+      if (elevation(x - kTruth) < 15.0 * kDegToRad) continue;
+      orbits.m_orbit[name(letter, number)] = orbit;
+      const int isat = add(name(letter, number));
+      setCarriers(isat);
       Satellite& sat = satellite(isat);
-      get_freq(sat, name, isys(isat), deploy().m_nfreqUsed[isys(isat)], deploy().m_freqUsed[isys(isat)]);
       sat.m_clk = draw(-1e-4, 1e-4);
       for (int f = 0; f < kFreq; ++f) {
         const double offset[3] = {0.4, -0.1 * f, 1.5 + 0.2 * f};
@@ -217,40 +200,31 @@ class ModelWorld {
     }
   }
 
-  static Vec truth() { return {kTruth[0], kTruth[1], kTruth[2]}; }
   Vec local(const double* enu) const {
     Vec out{};
-    for (std::size_t i = 0; i < 3; ++i)
-      for (std::size_t k = 0; k < 3; ++k) out[i] += m_rot[i][k] * enu[k];
+    for (std::size_t i = 0; i < 3; ++i) out[i] = dot(3, m_rot[i], enu);
     return out;
   }
   double elevation(const Vec& d) const {
     return std::asin(dotOf(unit(d), {m_rot[0][2], m_rot[1][2], m_rot[2][2]}));
   }
 
-  /// Sun and tide displacement; both are inputs here and tested elsewhere.
-  void environment(double rclk_s, const Vec& point, Vec& sun, Vec& tide) const {
+  double code(int isat, int f, bool tides, double* windup) {
+    const Satellite& sat = satellite(isat);
+    const KeplerEllipse& orbit = orbits.m_orbit.at(deploy().m_cprn[isat]);
+    const int s = deploy().m_sysOfRow(isat);
+    const double rclk_s = (receiverClock_m + (s == 0 ? 0.0 : interSystem_m)) / kLight;
+
+    // Sun and tide displacement are inputs here and tested elsewhere.
+    Vec receiver = kTruth + local(sta.m_enu) + local(sta.m_antenu[s][f]), sun{}, tide;
     SystemFrame frame;
     s_systemTime(sta, rclk_s, frame);
     s_sunMoon(frame);
-    for (std::size_t i = 0; i < 3; ++i)
-      sun[i] = frame.R[0][i] * frame.sun[0] + frame.R[1][i] * frame.sun[1] + frame.R[2][i] * frame.sun[2];
+    matmpy(frame.sun, frame.R[0], sun.data(), 1, 3, 3);
     const double none[6][11] = {};
-    tide_displace_itrs(frame.mjd, frame.sod, point.data(), frame.sun, frame.moon, frame.R, m_rot, m_blh[0],
+    tide_displace_itrs(frame.mjd, frame.sod, receiver.data(), frame.sun, frame.moon, frame.R, m_rot, m_blh[0],
                        m_blh[1], frame.xp, frame.yp, none, tide.data());
-  }
-
-  double code(int isat, int f, const Effects& with, double* windup) {
-    const Satellite& sat = satellite(isat);
-    const KeplerEllipse& orbit = orbits.m_orbit.at(deploy().m_cprn[isat]);
-    const int s = isys(isat);
-    const double rclk_s =
-        with.receiverClock ? (receiverClock_m + (s == 0 ? 0.0 : interSystem_m)) / kLight : 0.0;
-
-    Vec receiver = truth(), sun, tide;
-    if (with.receiverAntenna) receiver = receiver + local(sta.m_enu) + local(sta.m_antenu[s][f]);
-    environment(rclk_s, receiver, sun, tide);
-    if (with.tides) receiver = receiver + tide;
+    if (tides) receiver = receiver + tide;
 
     const double reception = -rclk_s;  // the tag of the epoch is 0
     const Vec fixedReceiver = turnZ(-kOmegaEarth * reception, receiver);
@@ -264,24 +238,18 @@ class ModelWorld {
       axes[2] = -1.0 * unit(x);
       axes[1] = unit(crossOf(axes[2], unit(fixedSun - x)));
       axes[0] = crossOf(axes[1], axes[2]);
-      if (with.satelliteAntenna)
-        for (std::size_t k = 0; k < 3; ++k) x = x + sat.m_pco[f][k] * axes[k];
+      for (std::size_t k = 0; k < 3; ++k) x = x + sat.m_pco[f][k] * axes[k];
       d = x - fixedReceiver;
       travel = norm(d) / kLight;
     }
-    double range = norm(d) + rclk_s * kLight;
-    if (with.satelliteClock) range -= sat.m_clk * kLight;
-    if (with.relativity) range += 2.0 * std::sqrt(kGm * orbit.a) * orbit.e * std::sin(E) / kLight;
-    if (with.pathDelay) {
-      const double sum = norm(fixedReceiver + d) + norm(fixedReceiver);
-      range += 2.0 * kGm / (kLight * kLight) * std::log((sum + norm(d)) / (sum - norm(d)));
-    }
+    const double relativity = 2.0 * std::sqrt(kGm * orbit.a) * orbit.e * std::sin(E) / kLight;
+    const double sum = norm(fixedReceiver + d) + norm(fixedReceiver);
+    const double pathDelay = 2.0 * kGm / (kLight * kLight) * std::log((sum + norm(d)) / (sum - norm(d)));
     const Vec lineOfSight = turnZ(kOmegaEarth * reception, d);
-    if (with.troposphere) range += slantDelay(elevation(lineOfSight));
-    *windup = with.windup ? windupCycles(turnZ(kOmegaEarth * reception, axes[0]),
-                                         turnZ(kOmegaEarth * reception, axes[1]), lineOfSight)
-                          : 0.0;
-    return range;
+    *windup = windupCycles(turnZ(kOmegaEarth * reception, axes[0]), turnZ(kOmegaEarth * reception, axes[1]),
+                           lineOfSight);
+    return norm(d) + (rclk_s - sat.m_clk) * kLight + relativity + pathDelay +
+           slantDelay(elevation(lineOfSight));
   }
 
   double slantDelay(double elev) {

@@ -30,10 +30,7 @@ inline AmbiguityProblem drawProblem(int n, double spread, double reference, doub
   std::normal_distribution<double> normal;
   std::uniform_real_distribution<double> uniform;
   const auto size = static_cast<std::size_t>(n);
-  AmbiguityProblem p;
-  p.n = n;
-  p.Q.assign(size * size, reference * reference);
-  p.x.resize(size);
+  AmbiguityProblem p{n, std::vector<double>(size * size, reference * reference), std::vector<double>(size)};
   for (double& x : p.x) x = std::round(20.0 * normal(random));
   const double common = reference * normal(random);
   for (double& x : p.x) x += common;
@@ -59,12 +56,9 @@ inline AmbiguityProblem drawProblem(int n, double spread, double reference, doub
 
 /// Rows by rising variance, as the search of a level orders them.
 inline std::vector<int> byVariance(const AmbiguityProblem& p) {
-  std::vector<int> rows(static_cast<std::size_t>(p.n));
+  std::vector<int> rows(p.x.size());
   std::iota(rows.begin(), rows.end(), 0);
-  const auto variance = [&](int i) {
-    return p.Q[static_cast<std::size_t>(i) * static_cast<std::size_t>(p.n + 1)];
-  };
-  std::stable_sort(rows.begin(), rows.end(), [&](int a, int b) { return variance(a) < variance(b); });
+  std::ranges::stable_sort(rows, {}, [&](int i) { return p.Q[static_cast<std::size_t>(i * (p.n + 1))]; });
   return rows;
 }
 

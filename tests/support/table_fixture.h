@@ -44,6 +44,21 @@ class Tables {
   }
   static int add(const std::string& cprn) { return add(cprn, cprn); }
 
+  static tarvio::Satellite& satellite(int row) {
+    return deploy().m_satellites[static_cast<std::size_t>(row)];
+  }
+  /// Carriers of a satellite, from the used frequencies of its system.
+  static void setCarriers(int row) {
+    const tarvio::Deploy& d = deploy();
+    const int isys = d.m_sysOfRow(row);
+    tarvio::get_freq(satellite(row), d.m_cprn[row], isys, d.m_nfreqUsed[isys], d.m_freqUsed[isys]);
+  }
+  static std::string name(char letter, int number) { return letter + std::to_string(100 + number).substr(1); }
+  /// Satellites 1 to `count` of a system, with their carriers.
+  static void addConstellation(char letter, int count) {
+    for (int number = 1; number <= count; ++number) setCarriers(add(name(letter, number)));
+  }
+
   /// Observed frequencies of a system; the first `used` of them are used.
   static void frequencies(char letter, int used, std::initializer_list<const char*> names) {
     const int isys = tarvio::index_string(tarvio::SYS, letter);
@@ -56,6 +71,13 @@ class Tables {
     deploy().m_nfreqObs[isys] = n;
     deploy().m_nfreqUsed[isys] = used;
     controller().m_signals.m_build(deploy());
+  }
+  /// Frequencies of the ionosphere-free combination of a system.
+  static void ifPair(char letter, const char* first, const char* second) {
+    const int isys = tarvio::index_string(tarvio::SYS, letter);
+    tarvio::s_copyText(deploy().m_freqIf[isys][0], first);
+    tarvio::s_copyText(deploy().m_freqIf[isys][1], second);
+    deploy().m_nfreqIf[isys] = 2;
   }
 };
 

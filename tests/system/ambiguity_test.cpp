@@ -1,7 +1,5 @@
 // Integer resolution through the boundary, on a simulated sky whose integers and biases are known.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -10,26 +8,18 @@
 
 #include "support/faulty_run.h"
 
+namespace gnx::test {
 namespace {
-
-using support::Faults;
-using support::FaultyRun;
-using support::SatName;
-using support::SimulatedSky;
 
 /// An hour of GPS and Galileo, made once for the tests of this file.
 const SimulatedSky& sky() {
-  static const SimulatedSky made({.hours = 1.0, .systems = "GE", .clock = {}});
+  static const SimulatedSky made({.hours = 1.0, .systems = "GE"});
   return made;
 }
 
 FaultyRun kinematic(const Faults& faults, const std::map<std::string, std::string>& overrides = {},
                     const std::string& frequencies = "") {
-  support::RunSetup setup;
-  setup.mode = "kinematic";
-  setup.frequencies = frequencies;
-  setup.overrides = overrides;
-  return FaultyRun(sky(), faults, setup);
+  return FaultyRun(sky(), faults, {.mode = "kinematic", .frequencies = frequencies, .overrides = overrides});
 }
 
 /// A constant for each satellite and signal, within half a cycle.
@@ -39,29 +29,32 @@ double draw(const SatName& sat, const std::string& signal) {
 }
 
 /// Observations with `cycles` added to the phases.
-std::function<bool(gnx::ObsEpoch&, double)> withPhases(
-    std::function<double(const SatName&, const std::string&)> cycles) {
-  return [cycles](gnx::ObsEpoch& epoch, double) {
-    for (gnx::SatObs& sat : epoch.sats)
-      for (gnx::SignalObs& s : sat.signals) s.phase += cycles(sat.sat, s.code.data());
+Faults withPhases(std::function<double(const SatName&, const std::string&)> cycles) {
+  return {.observations = [cycles](ObsEpoch& epoch, double) {
+    for (SatObs& sat : epoch.sats)
+      for (SignalObs& s : sat.signals) s.phase += cycles(sat.sat, s.code.data());
     return true;
-  };
+  }};
+}
+/// The same positions and whole numbers fixed.
+void expectTheFixesOf(const FaultyRun& plain, const FaultyRun& run) {
+  EXPECT_LE(run.change(plain, 0.0), 1.0e-4);
+  for (std::size_t i = 0; i < 120; ++i) EXPECT_EQ(run.epochs.at(i).fixed, plain.epochs.at(i).fixed) << i;
 }
 
 int epochsWith(const FaultyRun& run, int status) {
-  return static_cast<int>(std::ranges::count(run.epochs, status, &gnx::SolutionEpoch::status));
+  return static_cast<int>(std::ranges::count(run.epochs, status, &SolutionEpoch::status));
 }
 /// Ambiguities that the last level has fixed, over all epochs.
 int fixedIntegers(const FaultyRun& run) {
   int count = 0;
-  for (const gnx::SolutionEpoch& e : run.epochs) count += e.status == 5 ? e.fixed : 0;
+  for (const SolutionEpoch& e : run.epochs) count += e.status == 5 ? e.fixed : 0;
   return count;
 }
 /// Root mean square of the 3D error over the last twenty minutes.
 double settledError(const FaultyRun& run) {
   double sum = 0.0;
-  for (std::size_t i = 80; i < 120; ++i)
-    sum += std::pow(FaultyRun::distance(run.epochs.at(i).xyz, sky().site), 2);
+  for (std::size_t i = 80; i < 120; ++i) sum += std::pow(length(minus(run.epochs.at(i).xyz, sky().site)), 2);
   return std::sqrt(sum / 40.0);
 }
 
@@ -72,14 +65,11 @@ TEST(Ambiguity, FixesBringCentimetresAndLeaveTheFloatColumnsAlone) {
   ASSERT_EQ(on.epochs.size(), 120u);
   ASSERT_EQ(off.epochs.size(), 120u);
   for (std::size_t i = 0; i < 120; ++i) {
-    const gnx::SolutionEpoch &a = on.epochs[i], &b = off.epochs[i];
+    const SolutionEpoch &a = on.epochs[i], &b = off.epochs[i];
     EXPECT_TRUE(a.rows == b.rows && a.satellites == b.satellites && a.pdop == b.pdop && a.sigma0 == b.sigma0)
         << i << ": a fix has reached the float filter";
-    if (a.status == 5) {
-      EXPECT_GE(a.fixed, 6) << i;
-    } else if (a.status < 3) {
-      EXPECT_EQ(a.fixed, 0) << i;
-    }
+    EXPECT_GE(a.fixed, a.status == 5 ? 6 : 0) << i;
+    EXPECT_TRUE(a.status >= 3 || a.fixed == 0) << i;
   }
   EXPECT_EQ(epochsWith(off, 2), 120);
   EXPECT_GT(epochsWith(wide, 4), 90);
@@ -90,14 +80,10 @@ TEST(Ambiguity, FixesBringCentimetresAndLeaveTheFloatColumnsAlone) {
 }
 
 TEST(Ambiguity, WholeCyclesOnAnArcChangeNothing) {
-  const FaultyRun plain = kinematic({});
-  Faults faults;
-  faults.observations = withPhases([](const SatName& sat, const std::string& signal) {
-    return sat == sky().highest('G', 0.0, 3600.0) ? 0.0 : std::round(3000.0 * draw(sat, signal));
-  });
-  const FaultyRun shifted = kinematic(faults);
-  EXPECT_LE(shifted.change(plain, 0.0), 1.0e-4);
-  for (std::size_t i = 0; i < 120; ++i) EXPECT_EQ(shifted.epochs.at(i).fixed, plain.epochs.at(i).fixed) << i;
+  const SatName reference = sky().highest('G', 0.0, 3600.0);
+  expectTheFixesOf(kinematic({}), kinematic(withPhases([&](const SatName& sat, const std::string& signal) {
+                     return sat == reference ? 0.0 : std::round(3000.0 * draw(sat, signal));
+                   })));
 }
 
 TEST(Ambiguity, ABiasMovedFromThePhasesToTheCorrectionsChangesNothingAndTheWrongSignFixesNothing) {
@@ -108,20 +94,18 @@ TEST(Ambiguity, ABiasMovedFromThePhasesToTheCorrectionsChangesNothingAndTheWrong
   const FaultyRun plain = kinematic({}, limit);
   EXPECT_GT(epochsWith(plain, 5), 60);
   const auto biased = [&](double sign) {
-    Faults faults;
-    faults.observations = withPhases(draw);
-    faults.corrections = [sign](gnx::CorrectionBatch& batch, double) {
-      for (gnx::SatBiases& sat : batch.biases)
+    Faults faults = withPhases(draw);
+    faults.corrections = [sign](CorrectionBatch& batch, double) {
+      for (SatBiases& sat : batch.biases)
         for (auto& bias : sat.phase)
-          bias.value -= sign * draw(sat.sat, bias.signal) * 299792458.0 /
-                        gnx::carrierFrequency(sat.sat[0], bias.signal);
+          bias.value -=
+              sign * draw(sat.sat, bias.signal) * 299792458.0 / carrierFrequency(sat.sat[0], bias.signal);
       return true;
     };
     return kinematic(faults, limit);
   };
   const FaultyRun right = biased(1.0), wrong = biased(-1.0);
-  EXPECT_LE(right.change(plain, 0.0), 1.0e-4);
-  for (std::size_t i = 0; i < 120; ++i) EXPECT_EQ(right.epochs.at(i).fixed, plain.epochs.at(i).fixed) << i;
+  expectTheFixesOf(plain, right);
   EXPECT_LT(fixedIntegers(wrong), fixedIntegers(plain) / 3);
 }
 
@@ -137,14 +121,15 @@ TEST(Ambiguity, ThreeFrequenciesFixLevelByLevel) {
   EXPECT_GT(epochsWith(extra, 3), 105);
   EXPECT_GT(epochsWith(wide, 4), 105);
   EXPECT_GT(epochsWith(all, 5), 100);
-  const auto first = std::ranges::find(all.epochs, 5, &gnx::SolutionEpoch::status);
+  const auto first = std::ranges::find(all.epochs, 5, &SolutionEpoch::status);
   ASSERT_NE(first, all.epochs.end());
   EXPECT_LE(all.secondsOf(*first), 480.0);
-  for (const gnx::SolutionEpoch& e : all.epochs) {
+  for (const SolutionEpoch& e : all.epochs) {
     if (e.status != 5) continue;
-    EXPECT_LT(FaultyRun::distance(e.xyz, sky().site), 0.15) << all.secondsOf(e) << ": a wrong fix";
+    EXPECT_LT(length(minus(e.xyz, sky().site)), 0.15) << all.secondsOf(e) << ": a wrong fix";
     EXPECT_GE(e.fixed, 10) << all.secondsOf(e);
   }
 }
 
 }  // namespace
+}  // namespace gnx::test

@@ -3,20 +3,12 @@
 // Up to 15 minutes an ambiguity keeps its place, and the slip detector decides across the gap whether it
 // goes on; then it is given up. Beyond 20 minutes nothing is compared any more.
 
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "support/faulty_run.h"
 
+namespace gnx::test {
 namespace {
-
-using support::Faults;
-using support::FaultyRun;
-using support::RunSetup;
-using support::SatName;
-using support::SimulatedSky;
-using support::twoHourSky;
 
 constexpr double kAt = 3000.0;
 
@@ -28,21 +20,20 @@ struct Gap {
 };
 
 Faults interruption(const Gap& g) {
-  Faults faults;
-  faults.observations = [g](gnx::ObsEpoch& epoch, double t) {
-    const auto concerned = [&](const gnx::SatObs& s) { return s.sat.starts_with(g.satellites); };
+  const auto change = [g](ObsEpoch& epoch, double t) {
+    const auto concerned = [&](const SatObs& s) { return s.sat.starts_with(g.satellites); };
     if (t >= g.from && t < g.to) {
       if (g.silent) return false;
       std::erase_if(epoch.sats, concerned);
     }
-    for (gnx::SatObs& sat : epoch.sats) {
+    for (SatObs& sat : epoch.sats) {
       double cycles = 1000.0 + 17.0 * sat.sat[2];
       if (t < g.to || !g.lost || !concerned(sat)) continue;
-      for (gnx::SignalObs& s : sat.signals) s.phase += cycles, cycles -= 313.0;
+      for (SignalObs& s : sat.signals) s.phase += cycles, cycles -= 313.0;
     }
     return true;
   };
-  return faults;
+  return {.observations = change};
 }
 
 void check(const Gap& g, const FaultyRun& clean, double limit) {
@@ -59,12 +50,12 @@ void check(const Gap& g, const FaultyRun& clean, double limit) {
     EXPECT_LT(run.satellitesAt(kAt), clean.satellitesAt(kAt));
   }
   const double to = g.to + 30.0;
-  for (const char system : {'G', 'E', 'C'}) {
+  for (const char system : {'G', 'E', 'C'})
     for (const SatName& sat : twoHourSky().inSight(system, 0.0, 7200.0)) {
       if (!sat.starts_with(g.satellites)) continue;
       const int added = run.newAmbiguities(sat, kAt, to) - clean.newAmbiguities(sat, kAt, to);
       const int given = run.countPrinted({sat, "delete ambiguity!"}, kAt, to);
-      const int slips = run.count({"[SLIP]", sat, "] new ambiguity: "}, g.to, g.to);
+      const int slips = run.slips(sat, g.to, g.to);
       const int gaps = run.count({"[SLIP]", sat, "reset as new ambiguity since gap"}, g.to, g.to);
       EXPECT_EQ(gaps, minutes > 20.0 ? 2 : 0) << sat;
       if (minutes > 15.0) {
@@ -78,16 +69,14 @@ void check(const Gap& g, const FaultyRun& clean, double limit) {
         EXPECT_EQ(slips, g.lost ? 1 : 0) << sat;
       }
     }
-  }
   EXPECT_LT(run.change(clean, g.to + 600.0), limit);
   EXPECT_LT(run.change(clean, 6600.0), 0.01) << "lasting";
 }
 
 void checkAll(const std::string& satellites, double limit) {
   const FaultyRun clean(twoHourSky(), {});
-  for (const double minutes : {5.0, 14.0, 17.0, 30.0}) {
+  for (const double minutes : {5.0, 14.0, 17.0, 30.0})
     for (const bool lost : {false, true}) check({kAt, kAt + 60.0 * minutes, satellites, lost}, clean, limit);
-  }
 }
 
 TEST(Gaps, OfOneSatellite) { checkAll(twoHourSky().highest('G', 0.0, 7200.0), 0.005); }
@@ -100,16 +89,12 @@ TEST(Gaps, OfEverything) { checkAll("", 0.03); }
 
 // Five missing seconds at one epoch a second: nothing is to begin anew where the receiver has kept lock.
 TEST(Gaps, OfFiveSecondsAtOneEpochASecond) {
-  support::SkyPlan plan;
-  plan.fastFrom = 2400.0;
-  plan.fastTo = 2520.0;
-  const SimulatedSky fast(plan);
-  RunSetup setup;
-  setup.interval = 1.0;
+  const SimulatedSky fast({.fastFrom = 2400.0, .fastTo = 2520.0});
+  const RunSetup setup{.interval = 1.0};
   const FaultyRun clean(fast, {}, setup);
   ASSERT_GT(clean.epochs.size(), 300U);
   const SatName one = fast.highest('G', 0.0, 7200.0);
-  for (const std::string& satellites : {std::string(one), std::string("C"), std::string()}) {
+  for (const std::string& satellites : {std::string(one), std::string("C"), std::string()})
     for (const bool lost : {false, true}) {
       SCOPED_TRACE("'" + satellites + "'" + (lost ? ", lock lost" : ", lock kept"));
       const FaultyRun run(fast, interruption({2450.0, 2455.0, satellites, lost, satellites.empty()}), setup);
@@ -123,7 +108,7 @@ TEST(Gaps, OfFiveSecondsAtOneEpochASecond) {
       EXPECT_LT(run.change(clean, 2455.0 + 600.0), lost ? 0.05 : 0.01);
       EXPECT_LT(run.change(clean, 6600.0), 0.01) << "lasting";
     }
-  }
 }
 
 }  // namespace
+}  // namespace gnx::test

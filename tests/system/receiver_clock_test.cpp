@@ -1,25 +1,16 @@
 // Receiver clocks of every kind. The position must not know which one it was.
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <string>
 
 #include "support/faulty_run.h"
 
+namespace gnx::test {
 namespace {
 
-using support::FaultyRun;
-using support::RunSetup;
-using support::SimulatedSky;
-
 SimulatedSky skyOf(const std::string& kind, double offset, double drift) {
-  support::SkyPlan plan;
-  plan.hours = 1.5;
-  plan.clock.kind = kind;
-  plan.clock.offset = offset;
-  plan.clock.drift = plan.clock.jumpingDrift = drift;
-  return SimulatedSky(plan);
+  return SimulatedSky(
+      {.hours = 1.5, .clock = {.kind = kind, .offset = offset, .drift = drift, .jumpingDrift = drift}});
 }
 
 class ReceiverClocks : public ::testing::TestWithParam<const char*> {};
@@ -30,8 +21,7 @@ INSTANTIATE_TEST_SUITE_P(, ReceiverClocks, ::testing::Values("static", "kinemati
 // The millisecond that a receiver takes out of its tags, ranges and phases alike is 300 km of clock, and
 // the satellites are elsewhere by up to a metre along the line of sight.
 TEST_P(ReceiverClocks, GiveTheSamePositions) {
-  RunSetup setup;
-  setup.mode = GetParam();
+  const RunSetup setup{.mode = GetParam()};
   const SimulatedSky steady = skyOf("steered", 0.0, 0.0);
   const FaultyRun reference(steady, {}, setup);
   ASSERT_EQ(reference.epochs.size(), 180U);
@@ -45,10 +35,9 @@ TEST_P(ReceiverClocks, GiveTheSamePositions) {
     const SimulatedSky sky = skyOf(c.kind, c.offset, c.drift);
     const FaultyRun run(sky, {}, setup);
     EXPECT_EQ(run.newAmbiguities(), reference.newAmbiguities()) << "no arc ends";
-    EXPECT_EQ(run.count({"DIA batch detecting slip"}), reference.count({"DIA batch detecting slip"}));
-    for (std::size_t k = 0; k < steady.epochs.size(); ++k) {
+    EXPECT_EQ(run.treated(), reference.treated());
+    for (std::size_t k = 0; k < steady.epochs.size(); ++k)
       ASSERT_EQ(run.epochs.at(k).rows, reference.epochs[k].rows) << "no satellite is lost, epoch " << k;
-    }
     EXPECT_LT(run.change(reference, 0.0), 0.01) << "from the first epoch";
     EXPECT_LT(run.change(reference, 1800.0), 0.002) << "as the difference of noise in the tags allows";
   }
@@ -60,19 +49,17 @@ TEST(ReceiverClockJumps, InRangesAloneRestartAllArcs) {
   const SimulatedSky sky = skyOf("jumping", 3e-6, 3e-7);
   std::size_t k = 0;
   double taken = 0.0;  // s out of the ranges so far
-  support::Faults faults;
-  faults.observations = [&](gnx::ObsEpoch& epoch, double) {
+  const auto keepPhases = [&](ObsEpoch& epoch, double) {
     const double step = k > 0 ? sky.clock[k] - sky.clock[k - 1] : 0.0;
     if (std::fabs(step) > 0.9e-3) taken += std::copysign(1e-3, step);
-    for (gnx::SatObs& sat : epoch.sats)
-      for (gnx::SignalObs& s : sat.signals)
-        s.phase -= taken * gnx::carrierFrequency(sat.sat[0], s.code.data());
+    for (SatObs& sat : epoch.sats)
+      for (SignalObs& s : sat.signals) s.phase -= taken * carrierFrequency(sat.sat[0], s.code.data());
     ++k;
     return true;
   };
-  const FaultyRun clean(sky, {}), run(sky, faults);
+  const FaultyRun clean(sky, {}), run(sky, {.observations = keepPhases});
   for (const double t : {1680.0, 5010.0}) {
-    EXPECT_GE(run.count({"[SLIP]", "] new ambiguity: "}, t, t), clean.satellitesAt(t));
+    EXPECT_GE(run.slips("", t, t), clean.satellitesAt(t));
     EXPECT_GE(run.newAmbiguities("", t, t), 2 * clean.satellitesAt(t));
     EXPECT_EQ(run.satellitesAt(t), clean.satellitesAt(t));
     EXPECT_LT(run.error(sky.site, t, t + 600.0), 0.05);
@@ -81,3 +68,4 @@ TEST(ReceiverClockJumps, InRangesAloneRestartAllArcs) {
 }
 
 }  // namespace
+}  // namespace gnx::test

@@ -1,6 +1,6 @@
 /// Integers of ionosphere-free ambiguities, in a world where they are known.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 
@@ -11,17 +11,14 @@
 
 namespace {
 
-using tarvio::kLight;
-using tarvio::kNone;
-using tarvio::SrifAmbfix_if;
-using tarvio::SrifAmbfix_raw;
+using namespace tarvio;
 
 /// Two carriers of GPS and Galileo each; the wide-lane integers are put into the record by hand.
 class AmbfixIf : public gnx_test::AmbiguityFixture {
  protected:
   AmbfixIf() {
-    tarvio::s_copyText(deploy().m_obscomb, "IF");
-    tarvio::s_copyText(deploy().m_ionmodel, "NONE");
+    s_copyText(deploy().m_obscomb, "IF");
+    s_copyText(deploy().m_ionmodel, "NONE");
     world.noise = 0.05;
     for (int layer = 0; layer < 3; ++layer) m_cfg(layer).m_successRate = 2.5;
     m_parse();
@@ -33,9 +30,17 @@ class AmbfixIf : public gnx_test::AmbiguityFixture {
   void m_injectWideLanes() {
     for (int i = 0; i < 13; ++i) m_inject("wl", i, world.amb[i][0] - world.amb[i][1], 3.0);
   }
-  double m_n1(int isat, int iref) const { return world.amb[isat][0] - world.amb[iref][0]; }
-  double m_difference(int isat, int iref, int slot) {
-    return filter->m_pm(0, isat, slot)->xest - filter->m_pm(0, iref, slot)->xest;
+  static int m_ref(int isat) { return isat < 7 ? 5 : 11; }  ///< the highest of its system
+  double m_n1(int isat) const { return world.amb[isat][0] - world.amb[m_ref(isat)][0]; }
+  double m_difference(int isat, int slot) {
+    return filter->m_pm(0, isat, slot)->xest - filter->m_pm(0, m_ref(isat), slot)->xest;
+  }
+  /// All of a level are in the record, the references too.
+  void m_expectNarrowLanes() {
+    for (int i = 0; i < 13; ++i) {
+      EXPECT_EQ(m_record("n1").at(deploy().m_cprn[i]), m_n1(i)) << i;
+      EXPECT_EQ(m_record("n1").at(deploy().m_cprn[i] + "_ifab"), 5.0) << i;
+    }
   }
   /// Candidates of the narrow-lane at the references as they stand.
   std::vector<int> m_candidates() {
@@ -58,23 +63,17 @@ TEST_F(AmbfixIf, NarrowLanesAreFixedToTheTruth) {
   m_injectWideLanes();
   m_run(20);
   SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), nullptr, s0);
-  EXPECT_EQ(s0[kGps], 5) << "the highest of GPS";
-  EXPECT_EQ(s0[kGalileo], 11);
-  EXPECT_EQ(s0[1], -1);
+  EXPECT_THAT(s0, testing::ElementsAre(5, -1, 11, -1, -1, -1, -1)) << "the highest of each system";
   EXPECT_EQ(filter->m_solstat, 5);
   EXPECT_GT(filter->m_ratio, 2.5);
   EXPECT_EQ(filter->m_nfix, 13) << "with the references";
+  m_expectNarrowLanes();
   for (int i = 0; i < 13; ++i) {
-    const int iref = i < 7 ? 5 : 11;
-    const std::string& cprn = deploy().m_cprn[i];
-    EXPECT_EQ(m_record("n1").at(cprn), m_n1(i, iref)) << cprn;
-    EXPECT_EQ(m_record("n1").at(cprn + "_ifab"), 5.0) << cprn;
     // c/(f1+f2) (N1 + Nw f2/(f1-f2)), from a N1 lam1 - b N2 lam2
-    const double* f = deploy().m_satellites[static_cast<std::size_t>(i)].m_freq;
-    const double a = f[0] * f[0] / (f[0] * f[0] - f[1] * f[1]);
-    const double metres = a * m_n1(i, iref) * kLight / f[0] -
-                          (a - 1.0) * (world.amb[i][1] - world.amb[iref][1]) * kLight / f[1];
-    EXPECT_NEAR(m_difference(i, iref, 0), metres, 5.0e-4) << cprn;
+    const double* f = satellite(i).m_freq;
+    const double a = f[0] * f[0] / (f[0] * f[0] - f[1] * f[1]), n2 = world.amb[i][1] - world.amb[m_ref(i)][1];
+    const double metres = a * m_n1(i) * kLight / f[0] - (a - 1.0) * n2 * kLight / f[1];
+    EXPECT_NEAR(m_difference(i, 0), metres, 5.0e-4) << i;
   }
   for (int c = 0; c < 3; ++c)
     EXPECT_NEAR(filter->m_pamt[static_cast<std::size_t>(c)].xest, world.position[c], 0.005);
@@ -94,10 +93,9 @@ TEST_F(AmbfixIf, CandidatesAgainstTheFullInverse) {
   };
   for (std::size_t k = 0; k < idx.size(); ++k)
     for (std::size_t l = 0; l < idx.size(); ++l) {
-      const int i = idx[k], j = idx[l], ri = i < 7 ? 5 : 11, rj = j < 7 ? 5 : 11;
+      const int i = idx[k], j = idx[l], ri = m_ref(i), rj = m_ref(j);
       const double metres2 = covariance(i, j) - covariance(i, rj) - covariance(ri, j) + covariance(ri, rj);
-      const double* fi = deploy().m_satellites[static_cast<std::size_t>(i)].m_freq;
-      const double* fj = deploy().m_satellites[static_cast<std::size_t>(j)].m_freq;
+      const double *fi = satellite(i).m_freq, *fj = satellite(j).m_freq;
       const double expected = metres2 * (fi[0] + fi[1]) * (fj[0] + fj[1]) / (kLight * kLight);
       const double scale = std::sqrt(Q[k * 11 + k] * Q[l * 11 + l]);
       EXPECT_NEAR(Q[l * static_cast<std::size_t>(nlist) + k], expected, 1e-5 * scale) << i << " " << j;
@@ -120,7 +118,7 @@ TEST_F(AmbfixIf, ReferencesStayWhileTheyServe) {
 }
 
 TEST_F(AmbfixIf, CorrectionsOfTheSatellitesComeOffAndAreRequired) {
-  tarvio::Upd_comb product;
+  Upd_comb product;
   for (int i = 0; i < 13; ++i) {
     product.m_value[i] = 0.4 * std::sin(3.0 * i);
     for (int f = 0; f < 2; ++f) world.amb[i][f] += product.m_value[i];  // the wide-lane stays an integer
@@ -134,11 +132,9 @@ TEST_F(AmbfixIf, CorrectionsOfTheSatellitesComeOffAndAreRequired) {
   EXPECT_EQ(filter->m_nfix, 12);
   for (const int i : {0, 1, 6}) {
     const double shift = product.m_value[i] - product.m_value[5];
-    EXPECT_EQ(m_record("n1").at(deploy().m_cprn[i]), std::round(m_n1(i, 5) - shift)) << i;
-    const double lamNL = m_cfg(kN1).lamNL[i];
-    const double wide = m_wide(i, 5);
-    EXPECT_NEAR(m_difference(i, 5, 0), lamNL * (m_n1(i, 5) + wide / (m_cfg(kN1).wlratio[0] - 1.0)), 5.0e-4)
-        << i;
+    EXPECT_EQ(m_record("n1").at(deploy().m_cprn[i]), std::round(m_n1(i) - shift)) << i;
+    const double cycles = m_n1(i) + m_wide(i, 5) / (m_cfg(kN1).wlratio[0] - 1.0);
+    EXPECT_NEAR(m_difference(i, 0), m_cfg(kN1).lamNL[i] * cycles, 5.0e-4) << i;
   }
 }
 
@@ -147,8 +143,7 @@ TEST_F(AmbfixIf, ConstraintsWithoutRoomEndTheProcess) {
   m_injectWideLanes();
   m_run(5);
   m_pick();
-  int ifix[tarvio::kMaxSat] = {}, flags[tarvio::kMaxSat] = {};
-  flags[0] = flags[1] = 1;
+  int ifix[kMaxSat] = {}, flags[kMaxSat] = {1, 1};
   filter->ldinfs = filter->imtx + 3;
   EXPECT_EXIT_MESSAGE(SrifAmbfix_if::s_if_coninfs_n1("n1", filter.get(), nullptr, ifix, flags, s0),
                       "s_if_coninfs_n1,[0-9]+.:exit by code");
@@ -158,10 +153,9 @@ TEST_F(AmbfixIf, ConstraintsWithoutRoomEndTheProcess) {
 class AmbfixAfif : public AmbfixIf {
  protected:
   AmbfixAfif() {
-    tarvio::s_copyText(deploy().m_obscomb, "AFIF");
-    frequencies('G', 3, {"L1", "L2", "L5"});
-    frequencies('E', 3, {"L1", "L7", "L5"});
-    for (int i = 0; i < 13; ++i) m_setFrequencies(i);
+    s_copyText(deploy().m_obscomb, "AFIF");
+    m_threeFrequencies('G', {"L1", "L2", "L5"});
+    m_threeFrequencies('E', {"L1", "L7", "L5"});
     m_parse();
     world.noise = 0.02;
     m_build();
@@ -177,30 +171,20 @@ TEST_F(AmbfixAfif, WideLanesThenNarrowLanes) {
   EXPECT_GT(filter->m_ratio_wl, 2.5);
   SrifAmbfix_if::s_if_resolve_n1("GE", filter.get(), nullptr, s0);
   EXPECT_EQ(filter->m_solstat, 5);
+  m_expectNarrowLanes();
   for (int i = 0; i < 13; ++i) {
-    const int iref = i < 7 ? 5 : 11;
-    const std::string& cprn = deploy().m_cprn[i];
-    const double wide = m_wide(i, iref);
-    EXPECT_EQ(m_record("wl").at(cprn), wide) << cprn;
-    EXPECT_EQ(m_record("wl").at(cprn + "_ifab"), 3.0);
-    EXPECT_NEAR(m_difference(i, iref, 1), wide, 1.0e-3) << cprn;
-    EXPECT_EQ(m_record("n1").at(cprn), m_n1(i, iref)) << cprn;
-    EXPECT_EQ(m_record("n1").at(cprn + "_ifab"), 5.0);
+    const double wide = m_wide(i, m_ref(i));
+    EXPECT_EQ(m_record("wl").at(deploy().m_cprn[i]), wide) << i;
+    EXPECT_EQ(m_record("wl").at(deploy().m_cprn[i] + "_ifab"), 3.0);
+    EXPECT_NEAR(m_difference(i, 1), wide, 1.0e-3) << i;
   }
 }
 
-/// Smoothed wide-lanes as constraints on separate frequencies.
-class AmbfixMw : public AmbfixIf {
- protected:
-  AmbfixMw() {
-    tarvio::s_copyText(deploy().m_obscomb, "RAW");
-    tarvio::s_copyText(deploy().m_ionmodel, "STO");
-    m_build();
-    m_run(4);
-  }
-};
-
-TEST_F(AmbfixMw, IntegersBecomeConstraints) {
+TEST_F(AmbfixIf, SmoothedWideLanesBecomeConstraintsOnSeparateFrequencies) {
+  s_copyText(deploy().m_obscomb, "RAW");
+  s_copyText(deploy().m_ionmodel, "STO");
+  m_build();
+  m_run(4);
   for (int i = 0; i < 7; ++i) m_inject("wl_mw", i, world.amb[i][0] - world.amb[i][1], i == 4 ? 1.0 : 3.0);
   m_inject("wl_mw", 8, 12.0, 3.0);
   m_inject("wl", 4, 1.0, 3.0);  // of an earlier epoch
@@ -215,7 +199,7 @@ TEST_F(AmbfixMw, IntegersBecomeConstraints) {
   for (const int i : {0, 1, 2, 3, 6}) {
     const double wide = m_wide(i, 5);
     EXPECT_EQ(m_record("wl").at(deploy().m_cprn[i]), wide);
-    EXPECT_NEAR(m_difference(i, 5, 0) - m_difference(i, 5, 1), wide, 1.0e-3);
+    EXPECT_NEAR(m_difference(i, 0) - m_difference(i, 1), wide, 1.0e-3);
   }
 }
 

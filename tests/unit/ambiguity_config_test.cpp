@@ -6,8 +6,7 @@
 
 namespace {
 
-using support::Deployment;
-using support::expectRefused;
+using namespace support;
 
 constexpr double kDegree = 3.14159265358979323846 / 180.0;
 
@@ -26,20 +25,21 @@ TEST(AmbiguityConfig, LayersTakeTheirValues) {
   EXPECT_NEAR(wl.m_hold[0], 30.0 * kDegree, 1e-15);
   EXPECT_EQ(deploy.m_ambconfig[2].m_fixIfUplayer, 1);  // absent
   EXPECT_TRUE(deploy.m_ambconfig[2].m_updSwitch);
-  // Resolution needs the process-wide option.
-  EXPECT_FALSE(deployment.load({"-itrs"}).m_ambconfig[1].m_resolution);
+  // Resolution needs the process-wide option; the bias switch stands inside or at the top.
+  deployment.ambiguity["amb"]["osb_switch"] = "ON";
+  EXPECT_TRUE(deployment.load({"-itrs"}).m_losb && !deploy.m_ambconfig[1].m_resolution);
+  deployment.ambiguity["osb_switch"] = "off";
+  EXPECT_FALSE(deployment.load().m_losb);
 }
 
 // Wide-lane and narrow-lane wavelengths of GPS L1/L2: 86.2 and 10.7 cm.
 TEST(AmbiguityConfig, PairsGiveWavelengths) {
   Deployment deployment;
-  for (const char* tag : {"ewl", "wl", "n1"}) {
+  for (const char* tag : {"ewl", "wl", "n1"})
     deployment.layer(tag)["comb"] = "GPS:L2_L1 GAL:E5a_E1 BD3:B3_B1 BD2:B1_B2b QZS:L1_L2";
-  }
   const tarvio::Upd_ambconfig& n1 = deployment.load().m_ambconfig[2];
-  EXPECT_EQ(n1.ambfreq[0][0], 0);  // sorted by falling frequency, whatever the text says
-  EXPECT_EQ(n1.ambfreq[0][1], 1);
-  EXPECT_EQ(n1.ambfreq[0][2], -1);
+  // sorted by falling frequency, whatever the text says
+  EXPECT_THAT(std::vector<int>(n1.ambfreq[0], n1.ambfreq[0] + 3), testing::ElementsAre(0, 1, -1));
   EXPECT_EQ(n1.ambfreq[1][0], -1);  // GLONASS is not in the list
   EXPECT_NEAR(n1.lamWL[0], 0.8619, 1e-4);
   EXPECT_NEAR(n1.lamNL[0], 0.1070, 1e-4);
@@ -55,20 +55,12 @@ TEST(AmbiguityConfig, PairsGiveWavelengths) {
   EXPECT_DOUBLE_EQ(wl.lamWL[0], 0.0);
 }
 
-TEST(AmbiguityConfig, BiasSwitchStandsAtTheTopOrInside) {
-  Deployment deployment;
-  deployment.ambiguity["amb"]["osb_switch"] = "ON";
-  EXPECT_TRUE(deployment.load().m_losb);
-  deployment.ambiguity["osb_switch"] = "off";
-  EXPECT_FALSE(deployment.load().m_losb);
-}
-
 TEST(AmbiguityConfig, UnreadableFilesAndMissingKeysAreRefused) {
   Deployment files;
   files.config["amb"] = "/absent";
   expectRefused(files, "file = /absent,can't open file to write!\n");
   const std::string broken = files.path("broken.json").string();
-  support::writeFile(broken, "{\"amb\": {");
+  writeFile(broken, "{\"amb\": {");
   files.config["amb"] = broken;
   expectRefused(files, "file = " + broken + ",can't parse file updating!\n");
   for (const char* key : {"fixmode", "upd_type", "amb_type", "cutoff_amb", "lambda", "analyse", "upd_switch",
@@ -85,9 +77,8 @@ TEST(AmbiguityConfig, UnreadableFilesAndMissingKeysAreRefused) {
 TEST(AmbiguityConfig, ChecksComeInTheirOrder) {
   Deployment deployment;
   deployment.config["common"]["obscomb"] = "IF";
-  for (const char* tag : {"wl", "n1"}) {
+  for (const char* tag : {"wl", "n1"})
     for (const char* key : {"fixmode", "upd_type", "amb_type"}) deployment.layer(tag)[key] = "X";
-  }
   for (const std::string tag : {"wl", "n1"}) {
     Json::Value& layer = deployment.layer(tag.c_str());
     expectRefused(deployment, tag + ":fixmode = X, fixmode only support 'round' and 'lambda'\n");
@@ -169,7 +160,7 @@ TEST(AmbiguityConfig, SmoothingFileIsChecked) {
   expectRefused(deployment, "file = " + file + ",upd configuration format error!\n");
 
   const std::string broken = deployment.path("broken.json").string();
-  support::writeFile(broken, "{\"amb\": {");
+  writeFile(broken, "{\"amb\": {");
   deployment.layer("wl")["analyse"]["smoothconfig"] = broken;
   expectRefused(deployment, "file = " + broken + ",failed to parse upd configuration file!\n");
   deployment.layer("wl")["analyse"]["smoothconfig"] = "/absent";

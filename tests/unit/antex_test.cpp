@@ -7,14 +7,12 @@
 
 namespace {
 
-using support::antexBlock;
-using support::antexFrequency;
-using support::antexHeader;
-using support::antexTime;
+using namespace support;
 using tarvio::Antatx;
 using tarvio::Deploy;
-using testing::ElementsAre;
+using testing::DoubleNear;
 using testing::HasSubstr;
+using testing::Pointwise;
 
 const double kJune2020 = tarvio::md_julday(2020, 6, 25);
 
@@ -24,9 +22,8 @@ class Antenna : public testing::Test {
   Antenna() : deploy(fresh()) {
     deploy.m_parseFrequency(deploy.m_freqUsed, deploy.m_nfreqUsed,
                             "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b");
-    for (const auto& [row, name] : {std::pair{0, "G01"}, {1, "E11"}, {2, "C06"}, {3, "C19"}}) {
+    for (const auto& [row, name] : {std::pair{0, "G01"}, {1, "E11"}, {2, "C06"}, {3, "C19"}})
       deploy.m_setRow(row, name, row == 2 ? "B06" : name);
-    }
     deploy.m_nsat = 4;
   }
   ~Antenna() override { tarvio::Controller::s_getInstance()->_finalize(); }
@@ -36,9 +33,7 @@ class Antenna : public testing::Test {
     return tarvio::Controller::s_getInstance()->m_deploy;
   }
   void provide(const char* key, const std::string& content) {
-    const auto path = directory.path() / key;
-    support::writeFile(path, content);
-    deploy.m_fileTable[key] = path.string();
+    deploy.m_fileTable[key] = directory.write(key, content);
   }
   /// Looks a satellite up; offsets in metres go to `pco`.
   int satellite(const char* name, const char* block, double day = kJune2020) {
@@ -49,16 +44,14 @@ class Antenna : public testing::Test {
                         nullptr);
   }
 
-  support::TemporaryDirectory directory;
+  TemporaryDirectory directory;
   Deploy& deploy;
   Antatx ant;
   double pco[4][3] = {};
 };
 
-#define EXPECT_VECTOR(v, x, y, z)                                                       \
-  EXPECT_THAT(std::vector<double>((v), (v) + 3),                                        \
-              ElementsAre(testing::DoubleNear(x, 1e-12), testing::DoubleNear(y, 1e-12), \
-                          testing::DoubleNear(z, 1e-12)))
+#define EXPECT_VECTOR(v, ...) \
+  EXPECT_THAT(std::vector<double>((v), (v) + 3), Pointwise(DoubleNear(1e-12), std::vector{__VA_ARGS__}))
 
 TEST_F(Antenna, SatelliteOffsetsAreBodyAxesInMetres) {
   // A section of standard deviations repeats the label of the offsets.
@@ -122,8 +115,7 @@ TEST_F(Antenna, ReceiverOffsetsAreEastNorthUpWithFallback) {
 TEST_F(Antenna, UnknownReceiverAntennaIsToldNotFatal) {
   EXPECT_EQ(receiver("ANTNONE         NONE"), 1) << "needs no file";
   provide("antpcv", antexHeader() + antexBlock("TRM59800.00     SCIS", "", antexFrequency("G01", 1, 2, 80)));
-  const auto result =
-      support::runInChild([&] { std::printf("result %d\n", receiver("LEIAR25.R4      LEIT")); });
+  const auto result = runInChild([&] { std::printf("result %d\n", receiver("LEIAR25.R4      LEIT")); });
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("result 0\n"));
   EXPECT_THAT(result.output, HasSubstr("]:antnam = LEIAR25.R4      LEIT,antnum = ,atxfile = "));
@@ -132,11 +124,11 @@ TEST_F(Antenna, UnknownReceiverAntennaIsToldNotFatal) {
 }
 
 TEST_F(Antenna, FilesThatCannotServeEndTheProcess) {
-  const auto look = [&] { return support::runInChild([&] { satellite("G01", "BLOCK IIF"); }); };
-  support::expectRefused(look(), "item = antpcv,file_table not exist key item\n");
+  const auto look = [&] { return runInChild([&] { satellite("G01", "BLOCK IIF"); }); };
+  expectRefused(look(), "item = antpcv,file_table not exist key item\n");
   provide("antpcv", antexHeader('R'));
-  support::expectRefused(look(), "type = R,atxfile = " + deploy.m_fileTable["antpcv"] +
-                                     ",should refer absolute antenna mode in atxfile\n");
+  expectRefused(look(), "type = R,atxfile = " + deploy.m_fileTable["antpcv"] +
+                            ",should refer absolute antenna mode in atxfile\n");
 }
 
 // Damaged files: no crash, no offset out of nothing.
@@ -147,15 +139,13 @@ TEST_F(Antenna, DamagedBlocksGiveNoOffsets) {
     provide("antpcv", antexHeader() + good.substr(0, n));
     EXPECT_EQ(satellite("G01", "BLOCK IIF"), 0) << n;
   }
-  std::string pattern = good;
-  pattern.replace(pattern.find("     0.0  14.0   7.0"), 20, "     0.0 1e300  1e-9");
-  provide("antpcv", antexHeader() + pattern);
-  EXPECT_EQ(satellite("G01", "BLOCK IIF"), 1);
+  const auto damaged = [&](const char* from, const char* to) {
+    provide("antpcv", antexHeader() + std::string(good).replace(good.find(from), 20, to));
+    return satellite("G01", "BLOCK IIF");
+  };
+  EXPECT_EQ(damaged("     0.0  14.0   7.0", "     0.0 1e300  1e-9"), 1);
   EXPECT_EQ(ant.m_nzen, 0);
-  std::string numbers = good;
-  numbers.replace(numbers.find("      1.00      2.00"), 20, "       nan      junk");
-  provide("antpcv", antexHeader() + numbers);
-  EXPECT_EQ(satellite("G01", "BLOCK IIF"), 0);
+  EXPECT_EQ(damaged("      1.00      2.00", "       nan      junk"), 0);
 }
 
 TEST_F(Antenna, NamesAreCompletedFromTheNameTable) {
@@ -167,7 +157,7 @@ TEST_F(Antenna, NamesAreCompletedFromTheNameTable) {
   EXPECT_STREQ(name, "TRM59800.00     SCIS");
   EXPECT_EQ(Antatx::s_antnam("LEIAR25.R4      LEIT   ", "STAN", name), 1);
   EXPECT_STREQ(name, "LEIAR25.R4      LEIT");
-  const auto result = support::runInChild([&] { Antatx::s_antnam("NOV702", "STAN", name); });
+  const auto result = runInChild([&] { Antatx::s_antnam("NOV702", "STAN", name); });
   EXPECT_THAT(result.output, HasSubstr("]:anttyp = NOV702,sitname = STAN,antenna unknown\n"));
   EXPECT_EQ(Antatx::s_antnam("  ", "STAN", name), 0);
 }
@@ -176,11 +166,10 @@ TEST_F(Antenna, NamesAreCompletedFromTheNameTable) {
 
 TEST_F(Antenna, SatelliteRecordOfADate) {
   provide("satnav",
-          support::satnavFile(support::satnavRow("G01", "BLOCK IIA", 1992, 2008) +
-                                  support::satnavRow("G01", "BLOCK IIF", 2011, 0),
-                              "G01  ACT   1990 01 01 00 00 00  0000 00 00 00 00 00    9.0000000 9.0000000\n"
-                              "G01  SLR   1990 01 01 00 00 00  0000 00 00 00 00 00    0.1000000 "
-                              "0.2000000-0.3000000\n"));
+          satnavFile(satnavRow("G01", "BLOCK IIA", 1992, 2008) + satnavRow("G01", "BLOCK IIF", 2011, 0),
+                     "G01  ACT   1990 01 01 00 00 00  0000 00 00 00 00 00    9.0000000 9.0000000\n"
+                     "G01  SLR   1990 01 01 00 00 00  0000 00 00 00 00 00    0.1000000 "
+                     "0.2000000-0.3000000\n"));
   char svn[4], block[21], cospar[16];
   double mass = 0.0, slr[3] = {};
   int number = 0;
@@ -193,8 +182,8 @@ TEST_F(Antenna, SatelliteRecordOfADate) {
   Antatx::s_rdSvnav("G01", tarvio::md_julday(2000, 1, 1), nullptr, nullptr, nullptr, nullptr, block, nullptr);
   EXPECT_STREQ(block, "BLOCK IIA");
   for (const int year : {2010, 2008, 2011})  // both ends lie outside
-    support::expectRefused(
-        support::runInChild([&] {
+    expectRefused(
+        runInChild([&] {
           Antatx::s_rdSvnav("G01", tarvio::md_julday(year, 1, 1), svn, nullptr, nullptr, nullptr, nullptr,
                             nullptr);
         }),

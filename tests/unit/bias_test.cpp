@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "corrections/bias_table.h"
@@ -10,17 +11,10 @@
 #include "corrections/sources.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
 
-using gnx::BiasTable;
-using gnx::kLightSpeed;
-using gnx::SatBiases;
-using gnx_test::inputError;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-
-const gnx::GpsTime kNoon = gnx::toGpsTime({2020, 6, 25, 12, 0, 0.0});
+const GpsTime kNoon = toGpsTime({2020, 6, 25, 12, 0, 0.0});
 
 std::string sinex(const std::string& rows) {
   return "%=BIA 1.00 TST 2020:177:00000 TST 2020:177:00000 2020:178:00000 R 00000004\n"
@@ -40,19 +34,17 @@ std::string row(const char* signal, const char* other, double value, const char*
   return text;
 }
 
-double valueOf(const std::vector<gnx::SsrBias>& biases, const std::string& signal) {
-  for (const gnx::SsrBias& b : biases) {
-    if (b.signal == signal) return b.value;
-  }
-  return std::nan("");
+double valueOf(const std::vector<SsrBias>& biases, const std::string& signal) {
+  const auto found = std::ranges::find(biases, signal, &SsrBias::signal);
+  return found == biases.end() ? std::nan("") : found->value;
 }
 
 class SinexBias : public testing::Test {
  protected:
-  std::vector<SatBiases> at(const std::string& rows, const gnx::GpsTime& t) {
-    return BiasTable(gnx::readSinexBias({m_dir.write("a.bia", sinex(rows))})).at(t);
+  std::vector<SatBiases> at(const std::string& rows, const GpsTime& t) {
+    return BiasTable(readSinexBias({m_dir.write("a.bia", sinex(rows))})).at(t);
   }
-  gnx_test::TempDir m_dir;
+  TempDir m_dir;
 };
 
 TEST_F(SinexBias, FilesSubtractTheEngineAdds) {
@@ -87,7 +79,7 @@ TEST_F(SinexBias, DifferencesReferToTheClocksPair) {
 
 TEST_F(SinexBias, Refusals) {
   const auto refusal = [&](const std::string& content) {
-    return inputError([&] { gnx::readSinexBias({m_dir.write("bad.bia", content)}); });
+    return inputError([&] { readSinexBias({m_dir.write("bad.bia", content)}); });
   };
   const std::string good = sinex(row("C1W", "", -1.0));
   EXPECT_EQ(refusal(good), "");
@@ -100,11 +92,11 @@ TEST_F(SinexBias, Refusals) {
 
 TEST(WideLaneBiases, ShiftTheWideLaneAndNothingElse) {
   const auto wideLanes =
-      gnx::wideLaneBiases({"WL G02  2020  6 25 12  0  0.000000  1   -0.125700E+01  0102 COMMENT",
-                           "WL E01 2020   6 25 12  0  0.000000  1   -4.400000E-01  0105 COMMENT",
-                           "WIDELANE SATELLITE BIASES    COMMENT"});
+      wideLaneBiases({"WL G02  2020  6 25 12  0  0.000000  1   -0.125700E+01  0102 COMMENT",
+                      "WL E01 2020   6 25 12  0  0.000000  1   -4.400000E-01  0105 COMMENT",
+                      "WIDELANE SATELLITE BIASES    COMMENT"});
   ASSERT_THAT(wideLanes, SizeIs(2));
-  for (const SatBiases& b : gnx::phaseBiasesOf(wideLanes)) {
+  for (const SatBiases& b : phaseBiasesOf(wideLanes)) {
     const double cycles = wideLanes.at(b.sat).cycles;
     const double f1 = 1575.42e6, f2 = b.sat[0] == 'G' ? 1227.6e6 : 1176.45e6;
     const double b1 = valueOf(b.phase, "1C"), b2 = valueOf(b.phase, b.sat[0] == 'G' ? "2W" : "5Q");
@@ -117,10 +109,10 @@ TEST(WideLaneBiases, ShiftTheWideLaneAndNothingElse) {
 // Offsets added to codes and phases, as the engine's model does, must leave the biased wide-lane where it
 // was without them, within what a constant can do from the zenith to the horizon.
 TEST(WideLaneBiases, MakeUpForOffsetsThatDifferBetweenFrequencies) {
-  auto biases = gnx::phaseBiasesOf({{"E05", {0.17, '1', '5'}}})[0];
+  auto biases = phaseBiasesOf({{"E05", {0.17, '1', '5'}}})[0];
   const double plain = valueOf(biases.phase, "1C");
   const double z1 = 0.72610, z2 = 0.61715, f1 = 1575.42e6, f2 = 1176.45e6;
-  gnx::makeUpForOffsets(biases, {{'1', z1}, {'5', z2}});
+  makeUpForOffsets(biases, {{'1', z1}, {'5', z2}});
   const double b1 = valueOf(biases.phase, "1C"), b2 = valueOf(biases.phase, "5Q");
   EXPECT_NEAR((f1 * f1 * b1 - f2 * f2 * b2) / (f1 * f1 - f2 * f2), 0.0, 1e-12);
   for (const double nadir : {0.0, 12.4}) {
@@ -128,7 +120,7 @@ TEST(WideLaneBiases, MakeUpForOffsetsThatDifferBetweenFrequencies) {
     const double wideLane = (f1 * (d1 + b1) - f2 * (d2 + b2)) / (f1 - f2) - (f1 * d1 + f2 * d2) / (f1 + f2);
     EXPECT_NEAR(wideLane / (kLightSpeed / (f1 - f2)), 0.17, 0.01) << nadir;
   }
-  gnx::makeUpForOffsets(biases, {{'1', 0.7}});  // no second offset: nothing to make up for
+  makeUpForOffsets(biases, {{'1', 0.7}});  // no second offset: nothing to make up for
   EXPECT_EQ(valueOf(biases.phase, "1C"), b1);
   EXPECT_GT(std::abs(b1 - plain), 0.2);
 }
@@ -137,12 +129,13 @@ TEST(WideLaneBiases, AgreeWithAnIndependentConversion) {
   GNX_REQUIRE_DATA("esbc_2020177");
   // The header of the clock file says -1.257 cycles for G02; corrections_grg.ssr.gz, made by another
   // program, has these metres.
-  const auto biases = gnx::phaseBiasesOf({{"G02", {-1.257, '1', '2'}}});
+  const auto biases = phaseBiasesOf({{"G02", {-1.257, '1', '2'}}});
   EXPECT_NEAR(valueOf(biases[0].phase, "1C"), 0.8442, 5e-5);
   EXPECT_NEAR(valueOf(biases[0].phase, "2W"), 1.3904, 5e-5);
-  const auto signals = gnx::correctedSignals({}, {gnx_test::realFile("esbc_2020177/corrections_grg.ssr.gz")});
+  const auto signals = correctedSignals({}, {realFile("esbc_2020177/corrections_grg.ssr.gz")});
   EXPECT_THAT(signals.at('G'), testing::ElementsAre("1W", "2W"));
   EXPECT_THAT(signals.at('E'), testing::ElementsAre("1C", "5Q"));
 }
 
 }  // namespace
+}  // namespace gnx::test

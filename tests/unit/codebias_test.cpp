@@ -61,9 +61,7 @@ TEST_F(CodeBias, SubstitutesByBand) {
   EXPECT_TRUE(bias.m_inquireCodeBias(true, "G05", "1L", nullptr));
 }
 
-using CodeBiasDeath = CodeBias;
-
-TEST_F(CodeBiasDeath, BandsThatNoProductCoversEndTheProcess) {
+TEST_F(CodeBias, BandsThatNoProductCoversEndTheProcess) {
   bias.v_inputCodeBias("J01", "1X", 1.0);
   EXPECT_EXIT(inquire("J01", "6X"), ::testing::ExitedWithCode(1), "");
   bias.v_inputCodeBias("S20", "5X", 1.0);

@@ -11,23 +11,15 @@
 #include "corrections/sources.h"
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
+#include "simulate/vector3.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
 
-using gnx::BroadcastEph;
-using gnx::CorrectionBatch;
-using gnx::EphemerisTimeline;
-using gnx::GpsTime;
-using gnx::OrbitClockCorrection;
-using gnx::SatState;
-using gnx::Vector3;
+const GpsTime kStart = toGpsTime({2020, 6, 25, 0, 0, 0.0});
 
-const GpsTime kStart = gnx::toGpsTime({2020, 6, 25, 0, 0, 0.0});
-
-double distance(const Vector3& a, const Vector3& b) {
-  return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
+double distance(const Vector3& a, const Vector3& b) { return length(minus(a, b)); }
 
 BroadcastEph sample(const std::string& sat) {
   BroadcastEph e;
@@ -49,31 +41,31 @@ BroadcastEph sample(const std::string& sat) {
 
 TEST(BroadcastOrbit, BeidouClockAndIssue) {
   BroadcastEph e = sample("C06");
-  e.toe = gnx::fromWeek(2111, 385200.0 + 14.0);  // 11:00 BDT
-  EXPECT_EQ(gnx::issueOfData(e), 23);
+  e.toe = fromWeek(2111, 385200.0 + 14.0);  // 11:00 BDT
+  EXPECT_EQ(issueOfData(e), 23);
   e.tgd[0] = 8.4e-9;
   // f2^2/(f2^2 - f6^2) of B1I and B3I is 2.94368 (BDS-SIS-ICD, TGD1 refers B1I to B3I).
-  EXPECT_NEAR(gnx::broadcastClock(e, e.toc) - e.af[0], -2.94368 * 8.4e-9, 1e-13);
+  EXPECT_NEAR(broadcastClock(e, e.toc) - e.af[0], -2.94368 * 8.4e-9, 1e-13);
 }
 
 TEST(OrbitInterpolation, GapsAndEnds) {
   const BroadcastEph e = sample("G05");
-  std::vector<gnx::OrbitPoint> points;
+  std::vector<OrbitPoint> points;
   for (int i = 0; i < 40; ++i) {
     if (i == 20) continue;
-    points.push_back({kStart + 900.0 * i, gnx::evaluateBroadcast(e, kStart + 900.0 * i).position});
+    points.push_back({kStart + 900.0 * i, evaluateBroadcast(e, kStart + 900.0 * i).position});
     points.back().position[0] += 1.0;
   }
-  gnx::OrbitInterpolator orbit(points, 900.0, kStart, kStart + 39 * 900.0, 600.0);
+  OrbitInterpolator orbit(points, 900.0, kStart, kStart + 39 * 900.0, 600.0);
   ASSERT_TRUE(orbit.difference(e, kStart));
-  const auto axes = gnx::orbitAxes(gnx::evaluateBroadcast(e, kStart + 450.0));
-  const Vector3 want = gnx::toAxes(axes, {-1.0, 0.0, 0.0});
+  const auto axes = orbitAxes(evaluateBroadcast(e, kStart + 450.0));
+  const Vector3 want = toAxes(axes, {-1.0, 0.0, 0.0});
   EXPECT_NEAR(distance(orbit.difference(e, kStart + 450.0)->value, want), 0.0, 1e-5);
   EXPECT_TRUE(orbit.difference(e, kStart + 19 * 900.0));
   EXPECT_FALSE(orbit.difference(e, kStart + 19 * 900.0 + 1.0)) << "gap";
   EXPECT_TRUE(orbit.difference(e, kStart + 39 * 900.0 + 600.0));
   EXPECT_FALSE(orbit.difference(e, kStart + 39 * 900.0 + 601.0));
-  gnx::OrbitInterpolator dropped(points, 900.0, kStart, kStart + 41 * 900.0, 600.0);
+  OrbitInterpolator dropped(points, 900.0, kStart, kStart + 41 * 900.0, 600.0);
   EXPECT_FALSE(dropped.difference(e, kStart + 39 * 900.0 + 1.0))
       << "the product goes on without this satellite";
 }
@@ -82,15 +74,13 @@ TEST(OrbitInterpolation, GapsAndEnds) {
 
 class RealProducts : public testing::Test {
  protected:
-  static std::string file(const char* name) {
-    return gnx_test::realFile(std::string("esbc_2020177/") + name);
-  }
+  static std::string file(const char* name) { return realFile(std::string("esbc_2020177/") + name); }
   static std::unique_ptr<EphemerisTimeline> timeline() {
-    return std::make_unique<EphemerisTimeline>(
-        gnx::readRinexNav({file("ESBC00DNK_R_20201770000_01D_MN.rnx.gz")}), kStart);
+    return std::make_unique<EphemerisTimeline>(readRinexNav({file("ESBC00DNK_R_20201770000_01D_MN.rnx.gz")}),
+                                               kStart);
   }
-  static gnx::ProductOptions products() {
-    gnx::ProductOptions options;
+  static ProductOptions products() {
+    ProductOptions options;
     options.sp3 = {file("GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz"),
                    file("GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz")};
     options.clk = {file("GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz")};
@@ -102,34 +92,30 @@ class RealProducts : public testing::Test {
   };
 
   /// Message plus correction against the files' own numbers, by system; every batch of the source.
-  static std::map<char, Worst> compare(gnx::CorrectionSource& source, const EphemerisTimeline& messages,
-                                       const std::map<gnx::SatName, std::vector<gnx::OrbitPoint>>& orbits,
-                                       const std::map<gnx::SatName, std::vector<gnx::ClockPoint>>& clocks) {
+  static std::map<char, Worst> compare(CorrectionSource& source, const EphemerisTimeline& messages,
+                                       const std::map<SatName, std::vector<OrbitPoint>>& orbits,
+                                       const std::map<SatName, std::vector<ClockPoint>>& clocks) {
     std::map<char, Worst> worst;
     for (CorrectionBatch b; source.next(b);) {
       for (const OrbitClockCorrection& c : b.orbitClock) {
         const BroadcastEph* eph = messages.chosenByEngine(c.sat, c.iod, b.tag);
-        if (eph == nullptr) {
-          ADD_FAILURE() << c.sat << " " << gnx::formatTime(b.tag) << ": the engine has no message " << c.iod;
-          continue;
-        }
-        const SatState got = gnx::applyCorrection(gnx::evaluateBroadcast(*eph, b.tag), c, 0.0);
+        EXPECT_TRUE(eph) << c.sat << " " << formatTime(b.tag) << ": the engine has no message " << c.iod;
+        if (eph == nullptr) continue;
+        const SatState got = applyCorrection(evaluateBroadcast(*eph, b.tag), c, 0.0);
         Worst& w = worst[c.sat[0]];
         if (const auto* p = pointAt(orbits.at(c.sat), b.tag)) {
           w.orbit_m = std::max(w.orbit_m, distance(got.position, p->position));
           ++w.count;
         }
-        if (const auto* p = pointAt(clocks.at(c.sat), b.tag)) {
+        if (const auto* p = pointAt(clocks.at(c.sat), b.tag))
           w.clock_s = std::max(w.clock_s, std::fabs(got.clock - p->bias));
-        }
       }
     }
     return worst;
   }
   template <class Point>
   static const Point* pointAt(const std::vector<Point>& points, const GpsTime& t) {
-    const auto found = std::lower_bound(points.begin(), points.end(), t,
-                                        [](const Point& p, const GpsTime& time) { return p.time < time; });
+    const auto found = std::ranges::lower_bound(points, t, std::less(), &Point::time);
     return found != points.end() && found->time == t ? &*found : nullptr;
   }
 };
@@ -137,22 +123,22 @@ class RealProducts : public testing::Test {
 TEST_F(RealProducts, SumGivesOrbitsAndClocksBack) {
   GNX_REQUIRE_DATA("esbc_2020177");
   const auto messages = timeline();
-  const auto expectBack = [&](const gnx::ProductOptions& options, const auto& clocks,
-                              const std::string& systems, std::vector<std::string>* notes) {
-    const auto worst = compare(*gnx::makeProductSource(options, *messages, notes), *messages,
-                               gnx::readSp3(options.sp3).orbits, clocks);
+  const auto expectBack = [&](const ProductOptions& options, const auto& clocks, const std::string& systems,
+                              std::vector<std::string>* notes) {
+    const auto worst = compare(*makeProductSource(options, *messages, notes), *messages,
+                               readSp3(options.sp3).orbits, clocks);
     for (const char system : systems) {
       EXPECT_GT(worst.at(system).count, 500) << system;
       EXPECT_LT(worst.at(system).orbit_m, 1e-3) << system;
       EXPECT_LT(worst.at(system).clock_s, 1e-11) << system;
     }
   };
-  const gnx::ProductOptions both = products();
-  expectBack(both, gnx::readRinexClocks(both.clk).clocks, "GE", nullptr);
-  gnx::ProductOptions alone;  // its own clocks
+  const ProductOptions both = products();
+  expectBack(both, readRinexClocks(both.clk).clocks, "GE", nullptr);
+  ProductOptions alone;  // its own clocks
   alone.sp3 = {file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")};
   std::vector<std::string> notes;
-  expectBack(alone, gnx::readSp3(alone.sp3).clocks, "GEC", &notes);
+  expectBack(alone, readSp3(alone.sp3).clocks, "GEC", &notes);
   EXPECT_THAT(notes, testing::ElementsAre("clocks every 300 s are interpolated linearly to 30 s"));
 }
 
@@ -160,14 +146,14 @@ TEST_F(RealProducts, InterpolationHoldsToTheEndsOfAFile) {
   GNX_REQUIRE_DATA("esbc_2020177");
   // 5-minute orbits thinned to 15 minutes; the points left out are the truth.
   const auto messages = timeline();
-  const auto product = gnx::readSp3({file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")});
+  const auto product = readSp3({file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")});
   double inside = 0.0, behind = 0.0;
   int count = 0, ends = 0;
   for (const auto& [sat, points] : product.orbits) {
     if (std::string("GEC").find(sat[0]) == std::string::npos) continue;
-    std::vector<gnx::OrbitPoint> thinned;
+    std::vector<OrbitPoint> thinned;
     for (std::size_t i = 0; i < points.size() && i < 250; i += 3) thinned.push_back(points[i]);
-    gnx::OrbitInterpolator orbit(thinned, 900.0, thinned.front().time, thinned.back().time, 900.0);
+    OrbitInterpolator orbit(thinned, 900.0, thinned.front().time, thinned.back().time, 900.0);
     for (std::size_t i = 0; i < 252 && i < points.size(); ++i) {
       const BroadcastEph* eph = messages->pick(sat, points[i].time);
       if (eph == nullptr) continue;
@@ -175,9 +161,8 @@ TEST_F(RealProducts, InterpolationHoldsToTheEndsOfAFile) {
       if (!d) continue;
       OrbitClockCorrection c;
       c.deph = d->value;
-      const double error =
-          distance(gnx::applyCorrection(gnx::evaluateBroadcast(*eph, points[i].time), c, 0.0).position,
-                   points[i].position);
+      const double error = distance(applyCorrection(evaluateBroadcast(*eph, points[i].time), c, 0.0).position,
+                                    points[i].position);
       (i < 250 ? inside : behind) += error * error;
       ++(i < 250 ? count : ends);
     }
@@ -189,3 +174,4 @@ TEST_F(RealProducts, InterpolationHoldsToTheEndsOfAFile) {
 }
 
 }  // namespace
+}  // namespace gnx::test

@@ -16,6 +16,7 @@
 #include "formats/ssr_text.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
 
 using Reader = std::function<void(const std::string& path)>;
@@ -27,9 +28,7 @@ struct Format {
   bool endMark;      ///< whether the format can tell that its end is missing
 };
 
-std::string real(const std::string& file) {
-  return support::readFile(gnx_test::realFile(file)).substr(0, 60000);
-}
+std::string real(const std::string& file) { return readFile(realFile(file)).substr(0, 60000); }
 
 std::string biases() {
   std::string text =
@@ -48,31 +47,31 @@ const std::vector<Format>& formats() {
   static const std::vector<Format> all = {
       {"obs",
        [](const std::string& path) {
-         gnx::RinexObsReader reader(path);
-         for (gnx::ObsEpoch epoch; reader.next(epoch);) continue;
+         RinexObsReader reader(path);
+         for (ObsEpoch epoch; reader.next(epoch);) continue;
        },
        real("clas_2021078/SEPT078M.21O.gz"), false},
-      {"nav", [](const std::string& path) { gnx::readRinexNav({path}); },
+      {"nav", [](const std::string& path) { readRinexNav({path}); },
        real("esbc_2020177/ESBC00DNK_R_20201770000_01D_MN.rnx.gz"), false},
-      {"sp3", [](const std::string& path) { gnx::readSp3({path}); },
+      {"sp3", [](const std::string& path) { readSp3({path}); },
        real("esbc_2020177/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz"), true},
-      {"clk", [](const std::string& path) { gnx::readRinexClocks({path}); },
+      {"clk", [](const std::string& path) { readRinexClocks({path}); },
        real("esbc_2020177/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz"), false},
       {"ssr",
        [](const std::string& path) {
-         gnx::SsrTextReader reader(path);
-         for (gnx::SsrBlock block; reader.next(block);) continue;
+         SsrTextReader reader(path);
+         for (SsrBlock block; reader.next(block);) continue;
        },
        real("clas_2021078/corrections.ssr.gz"), false},
-      {"atx", [](const std::string& path) { gnx::readAntex(path); }, real("antex/igs14_trim.atx.gz"), false},
-      {"bia", [](const std::string& path) { gnx::readSinexBias({path}); }, biases(), true}};
+      {"atx", [](const std::string& path) { readAntex(path); }, real("antex/igs14_trim.atx.gz"), false},
+      {"bia", [](const std::string& path) { readSinexBias({path}); }, biases(), true}};
   return all;
 }
 
 /// Runs a reader on damaged bytes. \return the message of its InputError, "" for none
-std::string outcome(const gnx_test::TempDir& dir, const Reader& read, const std::string& bytes) {
+std::string outcome(const TempDir& dir, const Reader& read, const std::string& bytes) {
   const std::string path = dir.write("damaged", bytes);
-  const std::string message = gnx_test::inputError([&] { read(path); });
+  const std::string message = inputError([&] { read(path); });
   if (!message.empty()) {
     EXPECT_EQ(message.find(path), 0u) << message;
     EXPECT_LT(message.size(), 500u) << message;
@@ -81,7 +80,7 @@ std::string outcome(const gnx_test::TempDir& dir, const Reader& read, const std:
 }
 
 TEST(DamagedInput, CutAtEveryKilobyte) {
-  const gnx_test::TempDir dir;
+  const TempDir dir;
   for (const Format& format : formats()) {
     if (format.text.empty()) continue;
     int refused = 0, cuts = 0;
@@ -96,7 +95,7 @@ TEST(DamagedInput, CutAtEveryKilobyte) {
 }
 
 TEST(DamagedInput, FlippedBytes) {
-  const gnx_test::TempDir dir;
+  const TempDir dir;
   std::mt19937 random(20200625);
   for (const Format& format : formats()) {
     const std::string text = format.text.substr(0, 20000);
@@ -109,9 +108,9 @@ TEST(DamagedInput, FlippedBytes) {
       refused += outcome(dir, format.read, bytes).empty() ? 0 : 1;
     }
     EXPECT_GT(refused, 100) << format.name;
-    const std::string packed = gnx_test::packed(text);
+    const std::string archive = packed(text);
     for (int round = 0; round < 60; ++round) {
-      std::string bytes = packed;
+      std::string bytes = archive;
       // behind the ten bytes of the header, whose time and name fields no checksum covers
       bytes[10 + random() % (bytes.size() - 10)] ^= static_cast<char>(1 << random() % 8);
       EXPECT_NE(outcome(dir, format.read, bytes), "") << format.name << " packed, round " << round;
@@ -120,7 +119,7 @@ TEST(DamagedInput, FlippedBytes) {
 }
 
 TEST(DamagedInput, WhatIsNoTextAtAll) {
-  const gnx_test::TempDir dir;
+  const TempDir dir;
   std::string random(200000, '\0');
   std::mt19937 source(1);
   for (char& c : random) c = static_cast<char>(source());
@@ -130,9 +129,9 @@ TEST(DamagedInput, WhatIsNoTextAtAll) {
     EXPECT_NE(outcome(dir, format.read, "\n"), "") << format.name;
     EXPECT_NE(outcome(dir, format.read, random), "") << format.name;
     EXPECT_NE(outcome(dir, format.read, longLine), "") << format.name;
-    EXPECT_THAT(gnx_test::inputError([&] { format.read("/tmp"); }), testing::HasSubstr("is a directory"))
-        << format.name;
+    EXPECT_THAT(inputError([&] { format.read("/tmp"); }), HasSubstr("is a directory")) << format.name;
   }
 }
 
 }  // namespace
+}  // namespace gnx::test

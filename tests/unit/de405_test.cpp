@@ -3,17 +3,16 @@
 #include "Core/Model/De405.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <array>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "Interface/Controller.h"
+#include "support/files.h"
 
 namespace tarvio {
 namespace {
@@ -29,11 +28,10 @@ constexpr int kLayout[13][3] = {{3, 14, 4},   {171, 10, 2}, {231, 13, 2}, {309, 
 
 class Ephemeris : public testing::Test {
  protected:
-  void SetUp() override {
-    path = testing::TempDir() + "gnx_de405_" + std::to_string(getpid());
+  Ephemeris() {
     std::mt19937 random(405);
     std::uniform_real_distribution<> draw(-1.0, 1.0);
-    std::vector<char> file(kDistance * (2 + kRecords), '\0');
+    std::string file(kDistance * (2 + kRecords), '\0');
     const auto put = [&](std::size_t at, const auto& value) {
       std::memcpy(file.data() + at, &value, sizeof value);
     };
@@ -52,30 +50,29 @@ class Ephemeris : public testing::Test {
       data[r][1] = data[r][0] + kSpan;
       std::memcpy(file.data() + kDistance * (2 + r), data[r].data(), 8144);
     }
-    std::ofstream(path, std::ios::binary).write(file.data(), static_cast<std::streamsize>(file.size()));
+    path = directory.write("jpleph", file);
   }
-  void TearDown() override { std::remove(path.c_str()); }
 
   /// Position (km) and velocity (km/s) of a series by T_n(x) = cos(n acos x), T_n' = n sin(n a)/sin a.
-  void series(int body, double jd, int components, double* out) const {
+  std::array<double, 6> series(int body, double jd, int components = 3) const {
+    std::array<double, 6> out{};
     const int* layout = kLayout[body];
     const auto record = static_cast<std::size_t>((jd - kStart) / kSpan);
     const double position = (jd - data[record][0]) / kSpan * layout[2];
     const int granule = static_cast<int>(position);
     const double angle = std::acos(2.0 * (position - granule) - 1.0);
-    for (int c = 0; c < components; ++c) {
-      out[c] = out[components + c] = 0.0;
+    for (int c = 0; c < components; ++c)
       for (int n = 0; n < layout[1]; ++n) {
-        const double a =
-            data[record]
-                [static_cast<std::size_t>(layout[0] - 1 + (granule * components + c) * layout[1] + n)];
-        out[c] += a * std::cos(n * angle);
-        out[components + c] +=
-            a * n * std::sin(n * angle) / std::sin(angle) * 2.0 * layout[2] / (kSpan * 86400.0);
+        const int place = layout[0] - 1 + (granule * components + c) * layout[1] + n;
+        const double a = data[record][static_cast<std::size_t>(place)];
+        const double slope = a * n * std::sin(n * angle) / std::sin(angle);
+        out[static_cast<std::size_t>(c)] += a * std::cos(n * angle);
+        out[static_cast<std::size_t>(components + c)] += slope * 2.0 * layout[2] / (kSpan * 86400.0);
       }
-    }
+    return out;
   }
 
+  const support::TemporaryDirectory directory;
   std::string path;
   std::vector<double> data[kRecords];
 };
@@ -84,49 +81,41 @@ TEST_F(Ephemeris, StatesFollowTheCoefficients) {
   De405 reader(path);
   for (double jd : {kStart + 0.3, kStart + 31.7, kStart + 32.4, kStart + 50.123456, kStart + 95.9}) {
     SCOPED_TRACE(jd);
-    double sun[6], emb[6], moon[6], mars[6], nut[4], lib[6], got[6];
-    series(10, jd, 3, sun);
-    series(2, jd, 3, emb);
-    series(9, jd, 3, moon);
-    series(3, jd, 3, mars);
-    series(11, jd, 2, nut);
-    series(12, jd, 3, lib);
-    const auto expect = [&](int target, int centre, int n, auto want) {
+    double got[6];
+    const auto sun = series(10, jd), emb = series(2, jd), moon = series(9, jd), mars = series(3, jd),
+               nut = series(11, jd, 2), lib = series(12, jd);
+    const auto expect = [&](int target, int centre, std::size_t n, auto want) {
       SCOPED_TRACE(testing::Message() << target << " from " << centre);
       ASSERT_TRUE(reader.pleph(jd, target, centre, got));
-      for (int k = 0; k < n; ++k) EXPECT_NEAR(got[k], want(k), k < n / 2 ? 0.05 : 1e-6) << k;
+      for (std::size_t k = 0; k < n; ++k) EXPECT_NEAR(got[k], want(k), k < n / 2 ? 0.05 : 1e-6) << k;
     };
-    expect(11, 3, 6, [&](int k) { return sun[k] - (emb[k] - moon[k] / (1.0 + kEmrat)); });
-    expect(10, 3, 6, [&](int k) { return moon[k]; });
-    expect(3, 10, 6, [&](int k) { return -moon[k]; });
-    expect(4, 11, 6, [&](int k) { return mars[k] - sun[k]; });
-    expect(13, 12, 6, [&](int k) { return emb[k]; });
-    expect(10, 12, 6, [&](int k) { return emb[k] + moon[k] * kEmrat / (1.0 + kEmrat); });
-    expect(14, 0, 4, [&](int k) { return nut[k]; });
-    expect(15, 0, 6, [&](int k) { return lib[k]; });
+    expect(11, 3, 6, [&](std::size_t k) { return sun[k] - (emb[k] - moon[k] / (1.0 + kEmrat)); });
+    expect(10, 3, 6, [&](std::size_t k) { return moon[k]; });
+    expect(3, 10, 6, [&](std::size_t k) { return -moon[k]; });
+    expect(4, 11, 6, [&](std::size_t k) { return mars[k] - sun[k]; });
+    expect(13, 12, 6, [&](std::size_t k) { return emb[k]; });
+    expect(10, 12, 6, [&](std::size_t k) { return emb[k] + moon[k] * kEmrat / (1.0 + kEmrat); });
+    expect(14, 0, 4, [&](std::size_t k) { return nut[k]; });
+    expect(15, 0, 6, [&](std::size_t k) { return lib[k]; });
   }
 }
 
 TEST_F(Ephemeris, StaysWithinItsSpan) {
   double state[6];
   De405 reader(path);
-  EXPECT_TRUE(reader.pleph(kStart, 11, 3, state));
-  EXPECT_TRUE(reader.pleph(kStart + kRecords * kSpan, 11, 3, state));
-  EXPECT_FALSE(reader.pleph(kStart - 0.001, 11, 3, state));
-  EXPECT_FALSE(reader.pleph(kStart + kRecords * kSpan + 0.001, 11, 3, state));
-  EXPECT_FALSE(reader.pleph(std::nan(""), 11, 3, state));
-  EXPECT_FALSE(reader.pleph(kStart + 1.0, 16, 3, state));
-  EXPECT_TRUE(reader.pleph(kStart + 1.0, 11, 3, state));
+  const double end = kStart + kRecords * kSpan;
+  for (const double jd : {kStart - 0.001, end + 0.001, std::nan("")})
+    EXPECT_FALSE(reader.pleph(jd, 11, 3, state)) << jd;
+  EXPECT_FALSE(reader.pleph(kStart + 1.0, 16, 3, state)) << "no such body";
+  for (const double jd : {kStart, kStart + 1.0, end}) EXPECT_TRUE(reader.pleph(jd, 11, 3, state)) << jd;
 }
 
-TEST(EphemerisFile, WhatIsNoEphemerisIsRefused) {
+TEST_F(Ephemeris, WhatIsNoEphemerisIsRefused) {
   double state[6] = {1.0};
   EXPECT_FALSE(De405("/nonexistent/jpleph").pleph(kStart, 11, 3, state));
   EXPECT_EQ(state[0], 0.0);
-  const std::string path = testing::TempDir() + "gnx_de405_garbage";
-  std::ofstream(path, std::ios::binary) << std::string(100000, 'x');
-  EXPECT_FALSE(De405(path).pleph(kStart, 11, 3, state));
-  std::remove(path.c_str());
+  const std::string garbage = directory.write("garbage", std::string(100000, 'x'));
+  EXPECT_FALSE(De405(garbage).pleph(kStart, 11, 3, state));
   Controller::s_getInstance()->m_deploy.m_fileTable.erase("jpleph");
   EXPECT_FALSE(De405().pleph(kStart, 11, 3, state));
 }

@@ -9,9 +9,7 @@
 
 namespace {
 
-using gnx_test::kMjd;
-using gnx_test::kToe;
-using gnx_test::kToeSod;
+using namespace gnx_test;
 using tarvio::GPSEPH;
 using ::testing::ElementsAre;
 

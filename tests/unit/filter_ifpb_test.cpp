@@ -1,7 +1,7 @@
 /// Triple frequency: the third-frequency bias on the observations, and the holder of extra-wide-lane
 /// integers.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "Common/ComTime.h"
 #include "support/filter_world.h"
@@ -11,14 +11,11 @@ namespace {
 using tarvio::kLight;
 using tarvio::t_ifpb;
 
-class FilterIfpb : public gnx_test::FilterFixture {
+class FilterIfpb : public gnx_test::AmbiguityFixture {
  protected:
   FilterIfpb() {
-    frequencies('G', 3, {"L1", "L2", "L5"});
-    for (int isat = 0; isat < 7; ++isat) m_setFrequencies(isat);
+    m_threeFrequencies('G', {"L1", "L2", "L5"});
     tarvio::s_copyText(deploy().m_ifpbcor, "IFPB_COR");
-    deploy().m_ambconfig[0].ambfreq[0][0] = 1;
-    deploy().m_ambconfig[0].ambfreq[0][1] = 2;
     m_build();
     filter->mjd = 60000;
     filter->sod = 1000.0;
@@ -31,18 +28,13 @@ class FilterIfpb : public gnx_test::FilterFixture {
     record.m_t0 = tarvio::mjd2time(60000, filter->sod) - static_cast<long>(age);
     controller().m_ifpb.m_inputIfpb(cprn, record);
   }
-  void m_observe(int isat) {
-    for (int f = 0; f < 3; ++f) {
-      station().m_sat[isat].m_obs[f] = 1.0e8;
-      station().m_sat[isat].m_obs[4 + f] = 2.2e7;
-    }
-  }
 };
 
 TEST_F(FilterIfpb, BiasOfTheLastMinutesCorrectsTheThirdPhaseWhichGoesWithoutOne) {
-  m_observe(0);
-  m_observe(1);
-  m_observe(7);
+  for (const int isat : {0, 1, 7}) {
+    std::fill_n(station().m_sat[isat].m_obs, 3, 1.0e8);
+    std::fill_n(station().m_sat[isat].m_obs + 4, 3, 2.2e7);
+  }
   m_feed("G01", 3, 0.02, 299.0);
   m_feed("G02", 0, 0.02, 301.0);
   filter->m_corrifpb();
@@ -51,9 +43,8 @@ TEST_F(FilterIfpb, BiasOfTheLastMinutesCorrectsTheThirdPhaseWhichGoesWithoutOne)
   EXPECT_EQ(station().m_sat[0].m_obs[1], 1.0e8);
   EXPECT_EQ(station().m_sat[0].m_ifpbreset, 1) << "issue 0 to 3";
   EXPECT_EQ(station().m_sat[7].m_obs[2], 1.0e8) << "GPS only";
-  EXPECT_EQ(station().m_sat[1].m_obs[2], 0.0);
-  EXPECT_EQ(station().m_sat[1].m_obs[6], 0.0);
-  EXPECT_EQ(station().m_sat[1].m_obs[1], 1.0e8) << "two frequencies go on";
+  EXPECT_THAT(station().m_sat[1].m_obs, testing::ElementsAre(1.0e8, 1.0e8, 0, 0, 2.2e7, 2.2e7, 0, 0))
+      << "two frequencies go on";
   EXPECT_EQ(station().m_sat[1].m_flag[2], 3);
 }
 
@@ -80,12 +71,8 @@ class EwlHolder : public FilterIfpb {
     }
   }
   void m_fix(std::initializer_list<std::pair<int, double>> values) {
-    auto& fixes = filter->m_fixmap["STAN"]["ewl"];
-    fixes.clear();
-    for (const auto& [isat, value] : values) {
-      fixes[deploy().m_cprn[isat]] = value;
-      fixes[deploy().m_cprn[isat] + "_ifab"] = 2.0;
-    }
+    m_record("ewl").clear();
+    for (const auto& [isat, value] : values) m_inject("ewl", isat, value, 2.0);
   }
 };
 
@@ -106,14 +93,9 @@ TEST_F(EwlHolder, DatumSurvivesAChangeOfTheReferenceSatellite) {
 
 TEST_F(EwlHolder, HeldIntegersMakeTheWideLaneRow) {
   world.noise = 0.0;
-  m_begin(0.0);
-  filter->v_onFilterEstimate();
-  m_end();
+  m_epoch(0.0);
   m_fix({{2, 9.0}, {3, 9.0}});
-  deploy().m_ambconfig[1].ambfreq[0][0] = 0;
-  deploy().m_ambconfig[1].ambfreq[0][1] = 1;
-  m_begin(30.0);
-  filter->v_onFilterEstimate();
+  m_estimate(30.0);
   const auto* record = filter->m_pm(0, 2, 1);
   ASSERT_NE(record, nullptr);
   EXPECT_STREQ(record->pname, "AMB_000_G03_WL_L1_L2");
@@ -124,7 +106,6 @@ TEST_F(EwlHolder, HeldIntegersMakeTheWideLaneRow) {
       c[0] * kLight / 1.57542e9 * world.amb[2][0] + c[1] * kLight / 1.2276e9 * world.amb[2][1] +
       c[2] * kLight / 1.17645e9 * world.amb[2][2] + kLight / 1.17645e9 * c[2] * filter->m_ewlint[2];
   EXPECT_NEAR(record->xest * record->lam, expected, 3.0);
-  m_end();
 }
 
 }  // namespace

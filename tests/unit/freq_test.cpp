@@ -26,12 +26,6 @@ class FrequencyTest : public gnx_test::TableFixture {
     m_bds2 = add("C06", "B06");
     m_glo = add("R09");
   }
-  static void s_ifPair(char letter, const char* first, const char* second) {
-    const int isys = index_string(SYS, letter);
-    s_copyText(deploy().m_freqIf[isys][0], first);
-    s_copyText(deploy().m_freqIf[isys][1], second);
-    deploy().m_nfreqIf[isys] = 2;
-  }
   int m_gps = 0, m_bds3 = 0, m_bds2 = 0, m_glo = 0;
 };
 
@@ -53,7 +47,7 @@ TEST_F(FrequencyTest, CarriersAreTheMultiplesOfTheInterfaceDocuments) {
       EXPECT_DOUBLE_EQ(freq, multiple * 10.23e6);
     }
   EXPECT_DOUBLE_EQ(freqbysys(1, -7, "L1"), 1598062500.0);
-  deploy().m_satellites[static_cast<std::size_t>(m_glo)].m_channel = 6;
+  satellite(m_glo).m_channel = 6;
   EXPECT_DOUBLE_EQ(freqbytp(m_glo, "L2"), 1.246e9 + 6 * 437500.0);
   EXPECT_DOUBLE_EQ(freqbytp(m_bds2, "L2"), 1.561098e9);
 }
@@ -68,7 +62,7 @@ TEST_F(FrequencyTest, UnknownNamesAndSystemsEndTheProcess) {
 }
 
 TEST_F(FrequencyTest, IonosphereFreePairFollowsTheConfiguredNames) {
-  s_ifPair('G', "L1", "L5");
+  ifPair('G', "L1", "L5");
   int fq1 = 9, fq2 = 9;
   s_ifSlots(0, &fq1, &fq2);
   EXPECT_TRUE(fq1 == 0 && fq2 == 2);
@@ -97,7 +91,7 @@ TEST_F(FrequencyTest, SystemsOfRows) {
 TEST_F(FrequencyTest, ValidObservationsByCombination) {
   const double full[kObs] = {1, 1, 1, 0, 1, 1, 1, 0};
   const double noSecondCode[kObs] = {1, 1, 1, 0, 1, 0, 1, 0};
-  s_ifPair('G', "L1", "L5");
+  ifPair('G', "L1", "L5");
   EXPECT_TRUE(validSatObs("PHASE CODE", "RAW", full, m_gps, 1));
   EXPECT_FALSE(validSatObs("PHASE CODE", "RAW", noSecondCode, m_gps, 1));
   EXPECT_TRUE(validSatObs("PHASE", "RAW", noSecondCode, m_gps, 1));
@@ -110,9 +104,7 @@ TEST_F(FrequencyTest, ValidObservationsByCombination) {
   EXPECT_FALSE(validSatObs("PHASE CODE", "AFIF", noSecondCode, 0)) << "without a satellite: slots 0, 1";
 
   int i = -1, j = -1;
-  EXPECT_TRUE(getTwoIndexOfValidObs(noSecondCode + 4, 3, &i, &j));
-  EXPECT_EQ(i, 0);
-  EXPECT_EQ(j, 2);
+  EXPECT_TRUE(getTwoIndexOfValidObs(noSecondCode + 4, 3, &i, &j) && i == 0 && j == 2);
   EXPECT_FALSE(getTwoIndexOfValidObs(noSecondCode + 4, 2, &i, &j));
   const double beyond[kObs] = {0, 0, 5};
   EXPECT_EQ(bbo_hasobs(1, beyond), 0) << "GLONASS observes two slots";

@@ -6,8 +6,7 @@
 
 namespace {
 
-using support::Deployment;
-using support::expectRefused;
+using namespace support;
 using testing::ElementsAre;
 
 std::vector<std::string> names(const tarvio::FreqTable& table, char system) {
@@ -34,9 +33,8 @@ TEST(FrequencyConfig, WordsAreNormalisedPerConstellation) {
       {"B1", "L2"},   {"L5", "L5"},  {"E5a", "L5"}, {"B2a", "L5"}, {"E6", "L6"}, {"LEX", "L6"},
       {"B3", "L6"},   {"E5b", "L7"}, {"B2b", "L7"}, {"E5", "L8"},  {"B2", "L8"}, {"b1c", "b1c"},
       {"B1C", "B1C"}, {"L1C", "L1"}, {"E2", "L2"}};
-  for (const auto& [word, name] : cases) {
+  for (const auto& [word, name] : cases)
     EXPECT_STREQ(Lists(std::string("GAL:") + word).freq[2][0], name) << word;
-  }
   const Lists lists("GPS:L1 GLS:L1_L2 GAL:E1_E5a_E5b_E6_E5 BDS:B1 BD2:B1c QZS:L5");
   EXPECT_THAT(std::vector<int>(lists.nfreq, lists.nfreq + 7), ElementsAre(1, 2, 4, 1, 1, 1, 0));
   EXPECT_THAT(names(lists.freq, 'E'), ElementsAre("L1", "L5", "L7", "L6"));  // no more than four

@@ -1,6 +1,6 @@
 #include <erfa.h>
 #include <erfam.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <tuple>
@@ -16,19 +16,19 @@ using namespace tarvio;
 
 // The engine's, the companion's and the program's conversions.
 TEST(Geodetic, AgreesWithErfaFromTheCoreToGeostationaryOrbit) {
-  for (const double lat : {-90.0, -89.9999, -33.0, 0.0, 1e-9, 12.5, 45.0, 89.0, 90.0}) {
-    for (const double lon : {-179.9, -60.0, 0.0, 77.7, 180.0}) {
+  for (const double lat : {-90.0, -89.9999, -33.0, 0.0, 1e-9, 12.5, 45.0, 89.0, 90.0})
+    for (const double lon : {-179.9, -60.0, 0.0, 77.7, 180.0})
       for (const double height : {-5000.0, 0.0, 8848.0, 2.0e7, 3.6e7}) {
         SCOPED_TRACE(testing::Message() << lat << " " << lon << " " << height);
         const double blh[3] = {lat * kDegToRad, lon * kDegToRad, height};
         double want[3], xyz[3], engine[3], companion[3];
         ASSERT_EQ(eraGd2gc(ERFA_WGS84, blh[1], blh[0], height, want), 0);
+        const auto near = testing::Pointwise(testing::DoubleNear(1.0e-7), want);
         blhxyz(blh, 0.0, 0.0, xyz);
-        for (int i = 0; i < 3; ++i) ASSERT_NEAR(xyz[i], want[i], 1.0e-7);
+        ASSERT_THAT(xyz, near);
         GNX_IO::pos2ecef(blh, xyz);
-        for (int i = 0; i < 3; ++i) ASSERT_NEAR(xyz[i], want[i], 1.0e-7);
-        const gnx::Vector3 fixed = gnx::toEarthFixed({blh[0], blh[1], height});
-        for (std::size_t i = 0; i < 3; ++i) ASSERT_NEAR(fixed[i], want[i], 1.0e-7);
+        ASSERT_THAT(xyz, near);
+        ASSERT_THAT(gnx::toEarthFixed({blh[0], blh[1], height}), near);
 
         xyzblh(want, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, engine);
         GNX_IO::ecef2pos(want, companion);
@@ -43,8 +43,6 @@ TEST(Geodetic, AgreesWithErfaFromTheCoreToGeostationaryOrbit) {
           }
         }
       }
-    }
-  }
   // The centre of the Earth must end.
   double engine[3], companion[3];
   const double centre[3] = {};

@@ -12,13 +12,7 @@
 
 namespace {
 
-using tarvio::HMWfilter;
-using tarvio::kDay;
-using tarvio::kDegToRad;
-using tarvio::kLight;
-using tarvio::kNone;
-using tarvio::SrifSatAmbd;
-using tarvio::Ssat_t;
+using namespace tarvio;
 
 constexpr double kF1 = 1575.42e6, kF2 = 1227.6e6, kF5 = 1176.45e6;
 constexpr double kInterval = 30.0;
@@ -38,7 +32,7 @@ class Hmw : public gnx_test::FilterFixture {
   Hmw() {
     m_level().m_tag = "wl";
     m_level().m_resolution = true;
-    tarvio::s_copyText(m_level().m_ambType, "mw");
+    s_copyText(m_level().m_ambType, "mw");
     m_level().m_smooth = 1;
     m_level().m_cutoff = 10.0 * kDegToRad;
     m_level().m_minCommon = 60.0;
@@ -47,35 +41,33 @@ class Hmw : public gnx_test::FilterFixture {
     deploy().m_intv = kInterval;
     m_build();
     const double here[3] = {4.0e6, 1.0e6, 4.8e6};
-    std::copy_n(here, 3, station().m_x);
-    station().m_antenu[0][0][2] = 0.11;
-    station().m_antenu[0][1][2] = 0.14;
+    std::ranges::copy(here, station().m_x);
+    for (int f = 0; f < 2; ++f) {
+      station().m_antenu[0][f][2] = 0.11 + 0.03 * f;
+      for (auto& satellite : deploy().m_satellites) satellite.m_pco[f][2] = 1.2 + 0.3 * f;
+    }
     for (int isat = 0; isat < deploy().m_nsat; ++isat) m_place(isat, 40.0);
-    for (auto& satellite : deploy().m_satellites) satellite.m_pco[0][2] = 1.2, satellite.m_pco[1][2] = 1.5;
   }
 
-  tarvio::Upd_ambconfig& m_level() { return deploy().m_ambconfig[1]; }
+  Upd_ambconfig& m_level() { return deploy().m_ambconfig[1]; }
   int m_nw(int isat) const { return static_cast<int>(world.amb[isat][0] - world.amb[isat][1]); }
 
   void m_place(int isat, double elevation_deg) {
     const double e = elevation_deg * kDegToRad, azimuth = 0.8 * isat + 0.3, range = 2.2e7;
     const double d[3] = {std::cos(e) * std::sin(azimuth), std::cos(e) * std::cos(azimuth), std::sin(e)};
-    for (int i = 0; i < 3; ++i)
-      deploy().m_satellites[static_cast<std::size_t>(isat)].m_xyz[i] = station().m_x[i] + range * d[i];
+    for (int i = 0; i < 3; ++i) satellite(isat).m_xyz[i] = station().m_x[i] + range * d[i];
     elevation[isat] = e;
   }
 
   /// Observations of a satellite; `fraction` cycles of the wide-lane go on the first phase.
   void m_observe(int isat, double fraction = 0.0, double codeError_m = 0.0) {
-    const int isys = deploy().m_sysOfRow(isat);
-    const auto& satellite = deploy().m_satellites[static_cast<std::size_t>(isat)];
-    const double f1 = satellite.m_freq[0], range = 2.2e7 + 1000.0 * isat + 0.25 * time;
+    const auto& offset = station().m_antenu[deploy().m_sysOfRow(isat)];
+    const double f1 = satellite(isat).m_freq[0], range = 2.2e7 + 1000.0 * isat + 0.25 * time;
+    double* obs = station().m_sat[isat].m_obs;
     for (int f = 0; f < 2; ++f) {
-      const double freq = satellite.m_freq[f], lam = kLight / freq;
+      const double freq = satellite(isat).m_freq[f], lam = kLight / freq;
       const double ion = world.ion[isat] * f1 * f1 / (freq * freq);
-      const double antennas =
-          satellite.m_pco[f][2] - std::sin(elevation[isat]) * station().m_antenu[isys][f][2];
-      double* obs = station().m_sat[isat].m_obs;
+      const double antennas = satellite(isat).m_pco[f][2] - std::sin(elevation[isat]) * offset[f][2];
       obs[f] = (range - ion - antennas) / lam + world.amb[isat][f] + (f == 0 ? fraction : 0.0);
       obs[4 + f] = range + ion - antennas + codeError_m;
     }
@@ -86,9 +78,14 @@ class Hmw : public gnx_test::FilterFixture {
     station().m_sod = sod;
     smoother.m_process(&station());
   }
+  /// An epoch of the first satellite.
+  void m_runFirst(double sod, double fraction = 0.0) {
+    m_observe(0, fraction);
+    m_run(sod);
+  }
   SrifSatAmbd& m_arc(const char* cprn) { return smoother.m_ambs.at(cprn); }
 
-  double elevation[tarvio::kMaxSat] = {}, time = 0.0;
+  double elevation[kMaxSat] = {}, time = 0.0;
   HMWfilter smoother{"wl", &deploy().m_ambconfig[1]};
 };
 
@@ -111,17 +108,12 @@ TEST_F(Hmw, AverageIsTheWideLaneWhateverRangeIonosphereAndAntennas) {
 
 TEST_F(Hmw, WeightsByElevation) {
   m_place(0, 9.9);  // below the limit: next to no weight, and no length
-  m_observe(0, 0.4);
-  m_run(0.0);
+  m_runFirst(0.0, 0.4);
   EXPECT_EQ(m_arc("G01").nobs, 0);
   m_place(0, 20.0);
-  m_observe(0, 0.1);
-  m_run(30.0);
+  m_runFirst(30.0, 0.1);
   m_place(0, 60.0);
-  for (int k = 2; k < 4; ++k) {
-    m_observe(0, 0.2);
-    m_run(k * kInterval);
-  }
+  for (const double sod : {60.0, 90.0}) m_runFirst(sod, 0.2);
   EXPECT_EQ(m_arc("G01").nobs, 3);
   const double w20 = 4.0 * std::pow(std::sin(20.0 * kDegToRad), 2);
   EXPECT_NEAR(m_arc("G01").xsm - m_nw(0), (0.1 * w20 + 0.2 * 2.0) / (w20 + 2.0), 2e-6);
@@ -130,10 +122,7 @@ TEST_F(Hmw, WeightsByElevation) {
 
 TEST_F(Hmw, ArcsBridgeTwentyMinutesAndEndWithSlipsOfTheirOwnPhases) {
   frequencies('G', 2, {"L1", "L2", "L5"});
-  for (int k = 0; k < 4; ++k) {
-    m_observe(0);
-    m_run(k * kInterval);
-  }
+  for (int k = 0; k < 4; ++k) m_runFirst(k * kInterval);
   Ssat_t& sat = station().m_sat[0];
   sat.m_slip[2] = 4;  // not part of the combination
   m_run(120.0);
@@ -141,15 +130,13 @@ TEST_F(Hmw, ArcsBridgeTwentyMinutesAndEndWithSlipsOfTheirOwnPhases) {
   sat.m_slip[2] = 0;
   sat.m_slip[1] = 4;
   world.amb[0][1] += 5.0;
-  m_observe(0);
-  m_run(150.0);
+  m_runFirst(150.0);
   sat.m_slip[1] = 0;
   EXPECT_EQ(m_arc("G01").nobs, 1);
   EXPECT_DOUBLE_EQ(m_arc("G01").ptime0, 60000.0 + 150.0 / kDay);
   EXPECT_NEAR(m_arc("G01").xlast, m_nw(0), 1e-6);
   EXPECT_EQ(m_arc("G01").ifix, 0);
-  m_observe(0);
-  m_run(1350.0);  // 1200 s after the last one
+  m_runFirst(1350.0);  // 1200 s after the last one
   EXPECT_EQ(m_arc("G01").nobs, 2);
   sat.m_obs[0] = 0.0;
   m_run(2551.0);
@@ -158,7 +145,7 @@ TEST_F(Hmw, ArcsBridgeTwentyMinutesAndEndWithSlipsOfTheirOwnPhases) {
 
 class HmwFix : public Hmw {
  protected:
-  HmwFix() { tarvio::s_copyText(deploy().m_pams, "-mwfix"); }
+  HmwFix() { s_copyText(deploy().m_pams, "-mwfix"); }
   /// \param fractions  by row, cycles
   void m_epochs(double from, int count, const double* fractions) {
     for (int k = 0; k < count; ++k) {
@@ -175,21 +162,19 @@ TEST_F(Hmw, IonosphereOfPhasesIsTakenOff) {
   char text[96];
   std::snprintf(text, sizeof text, "LL1:1_LL2:-1_PL1:%.15f_PL2:%.15f", a, 1.0 - a);
   m_level().m_smoothValue = {{'G', text}};
-  m_observe(0);
-  m_run(0.0);
+  m_runFirst(0.0);
   const double plain = kF1 / kF2 * world.ion[0] * (kF1 - kF2) / kLight;  // f1/f2 I1, cycles
   EXPECT_NEAR(m_arc("G01").xlast - m_nw(0), plain, 1e-6);
 
   m_level().m_ionSwitch = true;
   m_level().m_ionValue = {{'G', "PIF:L1:L2"}};
   // The codes of the ionosphere are taken as they are: antennas that differ would look like it.
-  deploy().m_satellites[0].m_pco[1][2] = deploy().m_satellites[0].m_pco[0][2];
+  satellite(0).m_pco[1][2] = satellite(0).m_pco[0][2];
   station().m_antenu[0][1][2] = station().m_antenu[0][0][2];
   smoother = HMWfilter("wl", &m_level());
   for (const double ion : {-2.0, 40.0}) {
     world.ion[0] = ion;
-    m_observe(0);
-    m_run(30.0);
+    m_runFirst(30.0);
     EXPECT_NEAR(m_arc("G01").xlast, m_nw(0), 1e-5) << ion;
   }
 }
@@ -200,12 +185,8 @@ TEST_F(HmwFix, IntegersBehindACommonFraction) {
   fractions[3] += 0.45;  // a satellite with a fraction of its own
   m_epochs(0.0, 4, fractions);
   for (const auto& [cprn, arc] : smoother.m_ambs) {
-    if (arc.isat == 3) {
-      EXPECT_EQ(arc.ifix, 1);
-      continue;
-    }
-    EXPECT_EQ(arc.ifix, 3) << cprn;
-    EXPECT_EQ(arc.xsm, m_nw(arc.isat)) << cprn;
+    EXPECT_EQ(arc.ifix, arc.isat == 3 ? 1 : 3) << cprn;
+    EXPECT_EQ(arc.xsm == m_nw(arc.isat), arc.isat != 3) << cprn;
   }
   EXPECT_NEAR(smoother.m_frac[0], 0.37, 0.03);
   EXPECT_NEAR(smoother.m_frac[2], -0.12, 0.03);
@@ -213,10 +194,9 @@ TEST_F(HmwFix, IntegersBehindACommonFraction) {
 }
 
 TEST_F(HmwFix, FractionIsFollowedAcrossItsWrap) {
-  double fractions[13] = {};
-  double sod = 0.0;
+  double fractions[13], sod = 0.0;
   for (const double common : {0.40, 0.48, 0.56, 0.9, 1.3}) {
-    for (double& f : fractions) f = common;
+    std::ranges::fill(fractions, common);
     smoother.m_ambs.clear();
     m_epochs(sod, 3, fractions);
     sod += 90.0;
@@ -227,8 +207,8 @@ TEST_F(HmwFix, FractionIsFollowedAcrossItsWrap) {
 
 TEST_F(HmwFix, ProductsOfTheSatellitesComeOffAndAreRequired) {
   m_level().m_updSwitch = true;
-  tarvio::s_copyText(m_level().m_updType, "comb");
-  tarvio::Upd_comb product;
+  s_copyText(m_level().m_updType, "comb");
+  Upd_comb product;
   product.m_mjd = 60000;
   double fractions[13];
   for (int i = 0; i < 13; ++i) {
@@ -253,8 +233,7 @@ class HmwInFilter : public HmwFix {
     deploy().m_ambconfig[0].m_tag = "ewl";
     m_build();
     filter->v_onFilterInit();
-    for (int isat = 0; isat < deploy().m_nsat; ++isat)
-      std::fill_n(station().m_sat[isat].m_slip, tarvio::kFreq, 0);
+    for (int isat = 0; isat < deploy().m_nsat; ++isat) std::ranges::fill(station().m_sat[isat].m_slip, 0);
   }
   void m_prepare(double sod) {
     time = sod;
@@ -292,10 +271,9 @@ TEST_F(HmwInFilter, OutlierTreatmentRestartsArcs) {
   deploy().m_diaReset = true;
   filter->m_ambreset = {{0, 0, 0}, {0, 1, 1}};
   filter->v_onFinish();
-  EXPECT_EQ(nobs("wl", "G01"), 0);
-  EXPECT_EQ(nobs("ewl", "G01"), 0);
-  EXPECT_EQ(nobs("wl", "G02"), 4) << "the second slot belongs to the extra-wide-lane";
-  EXPECT_EQ(nobs("ewl", "G02"), 0);
+  EXPECT_TRUE(nobs("wl", "G01") == 0 && nobs("ewl", "G01") == 0);
+  EXPECT_TRUE(nobs("wl", "G02") == 4 && nobs("ewl", "G02") == 0)
+      << "the second slot is of the extra-wide-lane";
   EXPECT_EQ(nobs("wl", "G03"), 4);
 }
 

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <json/json.h>
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -14,13 +13,10 @@
 #include "deployment/satellite_table.h"
 #include "support/host_files.h"
 
-namespace gnx {
+namespace gnx::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
-
-using support::readFile;
 
 Json::Value readJson(const fs::path& file) {
   Json::Value root;
@@ -54,25 +50,18 @@ class Deployment : public testing::Test {
     return notes.str();
   }
   std::string refusal() {
-    try {
-      write();
-    } catch (const UsageError& e) {
-      return e.what();
-    }
-    return "";
+    return messageOf<UsageError>([&] { write(); });
   }
   std::set<std::string> listedSatellites() const {
     std::istringstream in(readFile(dir / "satellites.txt"));
     std::set<std::string> names;
-    std::string line;
-    while (std::getline(in, line) && line.find("-Satellite used") == std::string::npos) {
-    }
-    while (std::getline(in, line) && line.starts_with(' ')) names.insert(line.substr(1, 3));
+    for (std::string line; std::getline(in, line);)
+      if (line.starts_with(' ')) names.insert(line.substr(1, 3));
     return names;
   }
   std::string common(const char* key) const { return plain(readJson(dir / "ppp.json")["common"][key]); }
 
-  const support::TemporaryDirectory home;
+  const TempDir home;
   const fs::path base = home.path(), dir = base / "run";
   DeploymentOptions options;
 };
@@ -116,8 +105,8 @@ TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   options.run.antennaDelta_m = {0.0, 0.0, 0.1206};
   options.run.hasAntennaDelta = true;
   write();
-  EXPECT_EQ(common("freqobs"), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
-  EXPECT_EQ(common("freqused"), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
+  for (const char* key : {"freqobs", "freqused"})
+    EXPECT_EQ(common(key), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
   EXPECT_EQ(plain(readJson(dir / "ppp.json")["dcbdatum"]["clockdatum"]), "GPS:L1_L2 GAL:E5a_E1 BD3:B1c_B2a");
   EXPECT_EQ(common("noisecoef"), "2000.0 1000.0");
   EXPECT_EQ(common("interval"), "5");
@@ -128,9 +117,8 @@ TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   EXPECT_EQ(run.mode, "kinematic");
   EXPECT_EQ(run.antennaDelta_m, options.run.antennaDelta_m);
   // The third GPS frequency needs offsets that blocks up to IIF do not define.
-  for (const AntexBlock& b : readAntex(dir / "antenna.atx")) {
+  for (const AntexBlock& b : readAntex(dir / "antenna.atx"))
     EXPECT_TRUE(b.serial[0] != 'G' || b.find("G05") != nullptr) << b.serial;
-  }
 }
 
 TEST_F(Deployment, InconsistentChoicesAreRefusedInASentence) {
@@ -231,7 +219,7 @@ TEST_F(Deployment, BuiltInGridHoldsTheNodesOfItsClimatology) {
 }
 
 TEST_F(Deployment, DamagedFilesAreNamed) {
-  const auto message = [&] { return gnx_test::inputError([&] { write(); }); };
+  const auto message = [&] { return inputError([&] { write(); }); };
   options.antex = base / "none.atx";
   EXPECT_THAT(message(), HasSubstr("none.atx"));
   options.antex = options.grid;
@@ -263,4 +251,4 @@ TEST_F(Deployment, RealAntennaFileAndPackedFiles) {
 }
 
 }  // namespace
-}  // namespace gnx
+}  // namespace gnx::test

@@ -21,6 +21,12 @@ struct Solution {
   std::vector<double> F, s;
 };
 
+std::vector<double> numbers(const Json::Value& list) {
+  std::vector<double> all;
+  for (const Json::Value& x : list) all.push_back(x.asDouble());
+  return all;
+}
+
 Solution solve(int n, int m, const std::vector<double>& a, const Matrix& Q) {
   Solution r;
   r.F.assign(static_cast<std::size_t>(n * m), -1.0);
@@ -61,31 +67,26 @@ TEST(Lambda, PublishedAndEnumeratedProblems) {
   for (const Json::Value& item : root["cases"]) {
     SCOPED_TRACE(item["name"].asString());
     const int n = item["n"].asInt();
-    std::vector<double> a;
+    std::vector<double> a = numbers(item["a"]), integers = numbers(item["z1"]);
+    std::ranges::copy(numbers(item["z2"]), std::back_inserter(integers));
     Matrix Q;
-    for (const Json::Value& x : item["a"]) a.push_back(x.asDouble());
-    for (const Json::Value& row : item["Q"]) {
-      for (const Json::Value& x : row) Q.push_back(x.asDouble());
-    }
+    for (const Json::Value& row : item["Q"]) std::ranges::copy(numbers(row), std::back_inserter(Q));
     const Matrix before = Q;
     const Solution r = solve(n, 2, a, Q);
     ASSERT_EQ(r.status, 0);
-    EXPECT_EQ(Q, before) << "the covariance belongs to the caller";
-    EXPECT_NEAR(r.s[0], item["s1"].asDouble(), 1e-8 * (1.0 + item["s1"].asDouble()));
-    EXPECT_NEAR(r.s[1], item["s2"].asDouble(), 1e-8 * (1.0 + item["s2"].asDouble()));
-    for (int i = 0; i < n; ++i) {
-      EXPECT_EQ(r.F[static_cast<std::size_t>(i)], item["z1"][i].asDouble());
-      EXPECT_EQ(r.F[static_cast<std::size_t>(i + n)], item["z2"][i].asDouble());
-    }
+    const double s1 = item["s1"].asDouble(), s2 = item["s2"].asDouble();
+    EXPECT_NEAR(r.s[0], s1, 1e-8 * (1.0 + s1));
+    EXPECT_NEAR(r.s[1], s2, 1e-8 * (1.0 + s2));
+    EXPECT_EQ(r.F, integers);
 
     // the same through the engine, which rounds a single one by itself
     std::vector<double> second(a.size());
     double s[2] = {};
     ASSERT_EQ(tarvio::ambslv_(n, Q.data(), a.data(), second.data(), s), 0);
-    EXPECT_EQ(Q, before);
-    for (std::size_t i = 0; i < a.size(); ++i) EXPECT_EQ(a[i], r.F[i]);
-    EXPECT_NEAR(s[0], item["s1"].asDouble(), 1e-9 * (1.0 + s[0]));
-    EXPECT_NEAR(s[1], item["s2"].asDouble(), 1e-9 * (1.0 + s[1]));
+    EXPECT_EQ(Q, before) << "the covariance belongs to the caller";
+    EXPECT_TRUE(std::equal(a.begin(), a.end(), r.F.begin()));
+    EXPECT_NEAR(s[0], s1, 1e-9 * (1.0 + s1));
+    EXPECT_NEAR(s[1], s2, 1e-9 * (1.0 + s2));
   }
 }
 
@@ -123,17 +124,13 @@ TEST(Lambda, EqualsBruteForceOnRandomProblems) {
 TEST(Lambda, RefusesWhatHasNoSolution) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double inf = std::numeric_limits<double>::infinity();
-  const std::vector<double> a{0.3, 0.4};
-  EXPECT_NE(solve(2, 2, a, {1, 1, 1, 1}).status, 0) << "rank 1";
-  EXPECT_NE(solve(2, 2, a, {0, 0, 0, 0}).status, 0) << "zero";
-  EXPECT_NE(solve(2, 2, a, {1, 2, 2, 1}).status, 0) << "indefinite";
-  EXPECT_NE(solve(2, 2, a, {-1, 0, 0, 1}).status, 0);
-  EXPECT_NE(solve(2, 2, a, {nan, 0, 0, 1}).status, 0);
-  EXPECT_NE(solve(2, 2, a, {1, inf, inf, 1}).status, 0);
-  EXPECT_NE(solve(2, 2, a, {1e300, 1e300, 1e300, 1.7e308}).status, -99);
-  EXPECT_NE(solve(2, 2, {nan, 0}, {1, 0, 0, 1}).status, 0);
-  EXPECT_NE(solve(2, 2, {0, -inf}, {1, 0, 0, 1}).status, 0);
-  EXPECT_NE(solve(2, 2, {1e300, 0}, {1, 0, 0, 1}).status, 0);
+  // rank 1, zero, indefinite, negative, not finite
+  for (const Matrix& Q :
+       {Matrix{1, 1, 1, 1}, {0, 0, 0, 0}, {1, 2, 2, 1}, {-1, 0, 0, 1}, {nan, 0, 0, 1}, {1, inf, inf, 1}})
+    EXPECT_NE(solve(2, 2, {0.3, 0.4}, Q).status, 0) << testing::PrintToString(Q);
+  for (const std::vector<double>& a : {std::vector{nan, 0.0}, {0, -inf}, {1e300, 0}})
+    EXPECT_NE(solve(2, 2, a, {1, 0, 0, 1}).status, 0) << testing::PrintToString(a);
+  solve(2, 2, {0.3, 0.4}, {1e300, 1e300, 1e300, 1.7e308});  // has only to end
   double value = 1.0;
   EXPECT_NE(GNX_IO::lambda(0, 2, &value, &value, &value, &value), 0);
   EXPECT_NE(GNX_IO::lambda(-3, 2, &value, &value, &value, &value), 0);

@@ -1,7 +1,6 @@
 #include "Common/Log.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <sstream>
@@ -23,10 +22,6 @@ using tarvio::Logtrace;
 
 class LogTest : public testing::Test {
  protected:
-  LogTest() {
-    m_a = (m_dir / "a").string();
-    m_b = (m_dir / "b").string();
-  }
   ~LogTest() override {
     Logtrace::s_setFiles("", "", false, 0);
     Logtrace::s_defaultlogger.m_closeLog(m_a);
@@ -34,7 +29,7 @@ class LogTest : public testing::Test {
   }
   support::TemporaryDirectory m_home;
   const fs::path m_dir = m_home.path();
-  std::string m_a, m_b;
+  const std::string m_a = (m_dir / "a").string(), m_b = (m_dir / "b").string();
 };
 
 TEST_F(LogTest, TheFirstWordChoosesTheFile) {
@@ -78,9 +73,8 @@ TEST_F(LogTest, RollingKeepsTheNameAndDatesTheOldFile) {
   log.m_wtMsg("@%s second\n", m_a.c_str());
   EXPECT_EQ(support::readFile(m_a), "second\n");
   std::vector<std::string> old;
-  for (const auto& entry : fs::directory_iterator(m_dir)) {
+  for (const auto& entry : fs::directory_iterator(m_dir))
     if (entry.path() != m_a) old.push_back(entry.path().filename().string());
-  }
   ASSERT_EQ(old.size(), 1U);
   EXPECT_THAT(old[0], testing::MatchesRegex(R"(a\.[0-9]{8}-[0-9]{2}:[0-9]{2}:[0-9]{2})"));
   EXPECT_EQ(support::readFile(m_dir / old[0]), "first\n");
@@ -90,17 +84,14 @@ TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
   Log log;
   log.m_openLog(m_a);
   std::vector<std::thread> threads;
-  for (char c = 'a'; c < 'e'; ++c) {
+  for (char c = 'a'; c < 'e'; ++c)
     threads.emplace_back([&log, this, c] {
       for (int i = 0; i < 200; ++i) log.m_wtMsg("@%s %s\n", m_a.c_str(), std::string(60, c).c_str());
     });
-  }
   for (std::thread& thread : threads) thread.join();
   std::istringstream lines(support::readFile(m_a));
   int count = 0;
-  for (std::string line; std::getline(lines, line); ++count) {
-    ASSERT_EQ(line, std::string(60, line[0]));
-  }
+  for (std::string line; std::getline(lines, line); ++count) ASSERT_EQ(line, std::string(60, line[0]));
   EXPECT_EQ(count, 800);
 }
 

@@ -6,19 +6,10 @@
 #include "formats/rinex_nav.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
 
-using gnx::BroadcastEph;
-using gnx::EphemerisTimeline;
-using gnx::GpsTime;
-using gnx::NavData;
-using gnx_test::headerLine;
-using gnx_test::inputError;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-
-const GpsTime kStart = gnx::toGpsTime({2020, 6, 25, 0, 0, 0.0});  // week 2111, second 345600
+const GpsTime kStart = toGpsTime({2020, 6, 25, 0, 0, 0.0});  // week 2111, second 345600
 
 std::string versionLine(const std::string& version) {
   return headerLine("     " + version + "           NAVIGATION DATA     M", "RINEX VERSION / TYPE") +
@@ -43,11 +34,11 @@ std::string kepler(const std::string& first, double iode, double toe, double cod
 
 class RinexNav : public testing::Test {
  protected:
-  NavData read(const std::string& content) { return gnx::readRinexNav({m_dir.write("file.nav", content)}); }
+  NavData read(const std::string& content) { return readRinexNav({m_dir.write("file.nav", content)}); }
   std::string refusal(const std::string& content) {
-    return inputError([&] { gnx::readRinexNav({m_dir.write("bad.nav", content)}); });
+    return inputError([&] { readRinexNav({m_dir.write("bad.nav", content)}); });
   }
-  gnx_test::TempDir m_dir;
+  TempDir m_dir;
 };
 
 TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
@@ -121,20 +112,19 @@ TEST_F(RinexNav, RefusesDamageAndLeavesOutNonsense) {
 // ---- what the engine's store holds ----
 
 BroadcastEph message(const std::string& sat, int issue, double toc, double sent, int code = 258) {
-  BroadcastEph e;
-  e.sat = sat;
-  e.iode = issue;
-  e.toc = e.toe = kStart + toc;
-  e.transmission = kStart + sent;
-  e.sqrtA = 5153.65;
-  e.code = code;
-  return e;
+  return {.sat = sat,
+          .toc = kStart + toc,
+          .toe = kStart + toc,
+          .transmission = kStart + sent,
+          .iode = issue,
+          .code = code,
+          .sqrtA = 5153.65};
 }
 
-NavData messages(std::vector<BroadcastEph> list) {
+EphemerisTimeline timelineOf(std::vector<BroadcastEph> list) {
   NavData data;
   data.keplerian = std::move(list);
-  return data;
+  return {data, kStart};
 }
 
 int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t) {
@@ -143,24 +133,19 @@ int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t)
 }
 
 TEST(EphemerisTimeline, CorrectionsFollowANewMessageAMinuteLater) {
-  const EphemerisTimeline timeline(
-      messages({message("G05", 1, 0, -7182), message("G05", 2, 7200, 18), message("G05", 9, -14400, -21582)}),
-      kStart);
+  const EphemerisTimeline timeline = timelineOf(
+      {message("G05", 1, 0, -7182), message("G05", 2, 7200, 18), message("G05", 9, -14400, -21582)});
   EXPECT_THAT(timeline.deliveries(), SizeIs(2)) << "what is older than four hours at the start is left out";
-  EXPECT_EQ(issueAt(timeline, "G05", 0), 1);
-  EXPECT_EQ(issueAt(timeline, "G05", 77), 1);
-  EXPECT_EQ(issueAt(timeline, "G05", 78), 2);
-  EXPECT_EQ(issueAt(timeline, "G05", 7200 + 14400), 2);
-  EXPECT_EQ(issueAt(timeline, "G05", 7200 + 14401), -1);
+  for (const auto& [t, issue] : {std::pair{0, 1}, {77, 1}, {78, 2}, {7200 + 14400, 2}, {7200 + 14401, -1}})
+    EXPECT_EQ(issueAt(timeline, "G05", t), issue) << t;
   EXPECT_EQ(issueAt(timeline, "G06", 0), -1);
 }
 
 TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
-  const EphemerisTimeline timeline(
-      messages({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
-                message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
-                message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182), message("G07", 2, 0, -100)}),
-      kStart);
+  const EphemerisTimeline timeline =
+      timelineOf({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
+                  message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
+                  message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182), message("G07", 2, 0, -100)});
   EXPECT_EQ(issueAt(timeline, "E01", 60), -1) << "I/NAV";
   EXPECT_EQ(issueAt(timeline, "E02", 60), 1);
   EXPECT_EQ(issueAt(timeline, "G05", 60), -1) << "time of clock off the 300-s grid";
@@ -172,9 +157,8 @@ TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
 
 TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
   // Two newer messages within seconds push the settled one out of the two that are held.
-  const EphemerisTimeline timeline(
-      messages({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)}),
-      kStart);
+  const EphemerisTimeline timeline =
+      timelineOf({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)});
   EXPECT_EQ(issueAt(timeline, "E01", 1200), 1);
   EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1299.0)->iode, 1);
   EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1300.0), nullptr);
@@ -184,8 +168,7 @@ TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
 
 TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
   // The same issue comes back: of the two held the engine takes the one nearer in time of ephemeris.
-  const EphemerisTimeline timeline(messages({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)}),
-                                   kStart);
+  const EphemerisTimeline timeline = timelineOf({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)});
   const BroadcastEph* early = timeline.pick("G05", kStart + 1000.0);
   ASSERT_NE(early, nullptr);
   EXPECT_EQ(early->toe - kStart, 0.0);
@@ -194,3 +177,4 @@ TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
 }
 
 }  // namespace
+}  // namespace gnx::test

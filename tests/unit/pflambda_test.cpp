@@ -1,10 +1,12 @@
 #include "Core/Ambfix/Pflambda.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstdio>
+#include <iomanip>
 #include <random>
+#include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -29,25 +31,23 @@ TEST(IntegerSearch, ACovarianceThatIsNotPositiveDefiniteHasNoFactor) {
   EXPECT_TRUE(x[0] == 0.3 && x[1] == 0.4) << "failure leaves the floats in place";
 }
 
-// ---- failure rate and table ----
-
 /// A table of the usual extent whose values grow with the failure rate and fall with the dimension.
 class FailureRate : public ::testing::Test {
  protected:
   FailureRate() {
-    std::string text = "nrow 1246 ndim 66\n";
+    std::ostringstream text;
+    text << "nrow 1246 ndim 66" << std::fixed << std::setprecision(3);
     for (int r = 0; r < 1246; ++r) {
-      for (int n = 1; n <= 66; ++n) {
-        char field[16];
-        std::snprintf(field, sizeof field, "%6.3f", s_value(n, r));
-        text += field;
-      }
-      text += '\n';
+      text << '\n';
+      for (int n = 1; n <= 66; ++n) text << std::setw(6) << s_value(n, r);
     }
-    EXPECT_TRUE(m_read(text));
+    EXPECT_TRUE(m_read(text.str() + '\n'));
   }
   bool m_read(const std::string& text) {
     return m_table.read_table(m_directory.write("ratio.txt", text).c_str());
+  }
+  void m_lookup(double* Q, int n, double sigma) {
+    tarvio::s_pf_lookup_u(m_table, Q, n, sigma, 0.001, -1, &mu, &rate);
   }
   static double s_value(int n, int row) {
     return row > 1000 && n < 3 ? 0.0 : 1.0 + 0.02 * row / std::sqrt(n);
@@ -55,6 +55,7 @@ class FailureRate : public ::testing::Test {
 
   const support::TemporaryDirectory m_directory;
   RatioTable m_table;
+  double mu = 0.0, rate = 0.0;
 };
 
 TEST_F(FailureRate, ChoosesTheRowOfTheTable) {
@@ -68,18 +69,14 @@ TEST_F(FailureRate, ChoosesTheRowOfTheTable) {
                {2, 0.00129, 1},    // 6.45 rounds to 6
                {66, 0.25, 1245}};  // the last
   for (const auto& c : cases) EXPECT_NEAR(m_table.get_u(c.n, c.rate), s_value(c.n, c.row), 0.0006) << c.rate;
-  EXPECT_EQ(m_table.get_u(3, 0.2501), 0.0) << "rates that have no row never pass";
-  EXPECT_EQ(m_table.get_u(3, std::nan("")), 0.0);
-  EXPECT_EQ(m_table.get_u(0, 0.1), 0.0);
-  EXPECT_EQ(m_table.get_u(67, 0.1), 0.0) << "more ambiguities than the table knows";
+  // Rates that have no row, numbers of ambiguities that the table does not know.
+  for (const auto& [n, rate] : {std::pair{3, 0.2501}, {3, std::nan("")}, {0, 0.1}, {67, 0.1}})
+    EXPECT_EQ(m_table.get_u(n, rate), 0.0) << n << ' ' << rate;
 }
 
-TEST_F(FailureRate, FieldsOfTheTableTouch) {
+TEST_F(FailureRate, FieldsOfTheTableTouchAndAShortLineLeavesItsLastFieldEmpty) {
   ASSERT_TRUE(m_read("rows 2 dims 3\n12.34567.891 1.000\n 2.000 3.0\n"));
-  EXPECT_DOUBLE_EQ(m_table.u[0], 12.345);
-  EXPECT_DOUBLE_EQ(m_table.u[2], 67.891);
-  EXPECT_DOUBLE_EQ(m_table.u[3], 3.0);
-  EXPECT_DOUBLE_EQ(m_table.u[5], 0.0) << "a short line leaves its last field empty";
+  EXPECT_THAT(std::span(m_table.u, 6), testing::ElementsAre(12.345, 2.0, 67.891, 3.0, 1.0, 0.0));
 }
 
 TEST_F(FailureRate, DamagedTables) {
@@ -93,19 +90,18 @@ TEST_F(FailureRate, DamagedTables) {
   EXPECT_DOUBLE_EQ(m_table.u[0], 2.5);
   EXPECT_DOUBLE_EQ(m_table.u[2], 0.0);
 
-  EXPECT_FALSE(m_read(""));
-  EXPECT_EQ(m_table.u, nullptr) << "nothing of the last table may stay";
-  EXPECT_FALSE(m_read("nrow many ndim 3\n"));
-  EXPECT_FALSE(m_read("nrow 999999999 ndim 999999999\n"));
+  for (const char* text : {"", "nrow many ndim 3\n", "nrow 999999999 ndim 999999999\n"}) {
+    EXPECT_FALSE(m_read(text));
+    EXPECT_EQ(m_table.u, nullptr) << "nothing of the last table may stay";
+  }
   EXPECT_TRUE(m_read("nrow 0 ndim 0\n")) << "the mode without a table";
   EXPECT_EQ(m_table.u, nullptr);
 }
 
 TEST_F(FailureRate, OfIndependentAmbiguitiesIsTheProductOfTheirRoundingErrors) {
   // sqrt(Q) = 0.20, 0.25, 0.15 cycles, scaled by a sigma of 1.2
-  std::vector<double> Q = {0.04, 0.0, 0.0, 0.0, 0.0625, 0.0, 0.0, 0.0, 0.0225};
-  double mu = 0.0, rate = 0.0;
-  tarvio::s_pf_lookup_u(m_table, Q.data(), 3, 1.2, 0.001, -1, &mu, &rate);
+  double Q[9] = {0.04, 0.0, 0.0, 0.0, 0.0625, 0.0, 0.0, 0.0, 0.0225};
+  m_lookup(Q, 3, 1.2);
   EXPECT_NEAR(rate, 1.0 - s_successOf(0.24) * s_successOf(0.30) * s_successOf(0.18), 1e-12);
   EXPECT_NEAR(Q[4], 0.0625 * 1.44, 1e-15);
   const int row = static_cast<int>(std::lround(rate / 0.0002)) - 5;
@@ -113,24 +109,21 @@ TEST_F(FailureRate, OfIndependentAmbiguitiesIsTheProductOfTheirRoundingErrors) {
 }
 
 TEST_F(FailureRate, DecidesOnTheThreshold) {
-  double mu = 0.0, rate = 0.0;
   double strong = 0.01;  // 0.1 cycles: 5.7e-7, below the tolerated rate
-  tarvio::s_pf_lookup_u(m_table, &strong, 1, 1.0, 0.001, -1, &mu, &rate);
+  m_lookup(&strong, 1, 1.0);
   EXPECT_LT(rate, 0.001);
   EXPECT_EQ(tarvio::s_ratioThreshold(mu), 1.0);
   double weak = 1.0;  // beyond the table
-  tarvio::s_pf_lookup_u(m_table, &weak, 1, 1.0, 0.001, -1, &mu, &rate);
+  m_lookup(&weak, 1, 1.0);
   EXPECT_GT(rate, 0.25);
   EXPECT_EQ(tarvio::s_ratioThreshold(mu), 9999.0);
   double broken[4] = {1.0, 2.0, 2.0, 1.0};
   testing::internal::CaptureStderr();
-  tarvio::s_pf_lookup_u(m_table, broken, 2, 1.0, 0.001, -1, &mu, &rate);
+  m_lookup(broken, 2, 1.0);
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(rate, 2.0);
   EXPECT_EQ(mu, 0.0);
 }
-
-// ---- partial resolution ----
 
 class PartialResolution : public FailureRate {
  protected:
@@ -139,18 +132,28 @@ class PartialResolution : public FailureRate {
     long searches = 0, plain = 0;
   };
 
-  static tarvio::SubsetResult s_fast(const AmbiguityProblem& p, double crit, const RatioTable* table,
-                                     std::vector<double> best, std::vector<double> second, long& searches) {
+  /// Both forms of a problem; every number of the outcome must be equal.
+  static void s_compareForms(const AmbiguityProblem& p, double crit, const RatioTable* table, Tally& tally) {
+    std::vector<double> best = p.x, second(p.x.size());
+    double s[2];
+    if (tarvio::ambslv_(p.n, p.Q.data(), best.data(), second.data(), s) != 0) return;
     const std::vector<int> worst = gnx_test::worstFirst(p);
     tarvio::SubsetProblem problem = gnx_test::subsetProblem(p, worst, best, second, crit);
     problem.table = table;
     tarvio::SubsetSearch search(problem);
-    const tarvio::SubsetResult result = search.run();
-    searches += search.searches();
-    return result;
+    const auto fast = search.run();
+    const auto plain = gnx_test::plainSubsets(p, crit, table);
+    tally.searches += search.searches();
+    tally.plain += plain.searches;
+    tally.accepted += plain.accepted;
+    EXPECT_EQ(fast.accepted, plain.accepted);
+    EXPECT_EQ(fast.ratio, plain.ratio);
+    if (!plain.accepted) return;
+    EXPECT_EQ(fast.rows, plain.rows);
+    EXPECT_EQ(fast.integers, plain.integers);
   }
 
-  /// Both forms on `count` random problems; every number of the outcome must be equal.
+  /// `count` random problems.
   static Tally s_compare(int count, int smallest, int largest, const RatioTable* table, unsigned seed) {
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> uniform;
@@ -163,19 +166,8 @@ class PartialResolution : public FailureRate {
           n, std::exp(2.5 * uniform(random) - 2.0), 0.05 * uniform(random),
           0.02 * std::exp(2.8 * uniform(random)), static_cast<int>(4.0 * uniform(random)), random);
       p.sigma = 0.7 + 0.6 * uniform(random);
-      const double crit = 1.2 + 2.3 * uniform(random);
-      std::vector<double> best = p.x, second(p.x.size());
-      double s[2];
-      if (tarvio::ambslv_(n, p.Q.data(), best.data(), second.data(), s) != 0) continue;
-      const auto fast = s_fast(p, crit, table, best, second, tally.searches);
-      const auto plain = gnx_test::plainSubsets(p, crit, table);
-      tally.plain += plain.searches;
-      tally.accepted += plain.accepted;
-      EXPECT_EQ(fast.accepted, plain.accepted) << "case " << tally.cases << " n " << n;
-      EXPECT_EQ(fast.ratio, plain.ratio) << "case " << tally.cases << " n " << n;
-      if (!plain.accepted) continue;
-      EXPECT_EQ(fast.rows, plain.rows) << "case " << tally.cases << " n " << n;
-      EXPECT_EQ(fast.integers, plain.integers) << "case " << tally.cases << " n " << n;
+      SCOPED_TRACE(testing::Message() << "case " << tally.cases << " n " << n);
+      s_compareForms(p, 1.2 + 2.3 * uniform(random), table, tally);
     }
     return tally;
   }
@@ -203,18 +195,10 @@ TEST_F(PartialResolution, OfEqualSubsetsTheFirstInOrderWins) {
   p.Q.assign(64, 0.0);
   for (std::size_t i = 0; i < 8; ++i) p.Q[i * 9] = 0.0004;
   p.x = {3.25, 1.25, 4.25, 1.25, 5.25, 9.25, 2.25, 6.25};
-  std::vector<double> best = p.x, second(8);
-  double s[2];
-  ASSERT_EQ(tarvio::ambslv_(8, p.Q.data(), best.data(), second.data(), s), 0);
-  for (const RatioTable* table :
-       {static_cast<const RatioTable*>(nullptr), static_cast<const RatioTable*>(&m_table)}) {
-    long searches = 0;
-    const auto fast = s_fast(p, 1.4, table, best, second, searches);
-    const auto plain = gnx_test::plainSubsets(p, 1.4, table);
-    EXPECT_EQ(fast.accepted, plain.accepted);
-    EXPECT_EQ(fast.rows, plain.rows);
-    EXPECT_EQ(fast.ratio, plain.ratio);
-  }
+  Tally tally;
+  s_compareForms(p, 1.4, nullptr, tally);
+  s_compareForms(p, 1.4, &m_table, tally);
+  EXPECT_EQ(tally.accepted, 2);
 }
 
 }  // namespace

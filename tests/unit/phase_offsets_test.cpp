@@ -58,11 +58,10 @@ TEST(PhaseOffsets, AreFoundThroughChangingReferences) {
 
 TEST(PhaseOffsets, OfUnconnectedSatellitesAreLeftOut) {
   std::vector<NarrowLane> floats;
-  for (int t = 0; t < 10800; t += 300) {
-    floats.push_back({{t, 0.0}, "G01", "G02", 3.2});
-    floats.push_back({{t, 0.0}, "G03", "G02", 3.4});
-    floats.push_back({{t, 0.0}, "G08", "G09", 0.4});
-  }
+  for (int t = 0; t < 10800; t += 300)
+    floats.insert(
+        floats.end(),
+        {{{t, 0.0}, "G01", "G02", 3.2}, {{t, 0.0}, "G03", "G02", 3.4}, {{t, 0.0}, "G08", "G09", 0.4}});
   const PhaseOffsets found = narrowLaneOffsets(floats);
   EXPECT_EQ(found.size(), 3U);
   EXPECT_FALSE(found.contains("G08"));

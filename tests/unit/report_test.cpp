@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
-#include <string>
 
 #include "engine/run_plan.h"
 #include "formats/input_error.h"
@@ -19,16 +17,15 @@
 #include "report/thinning.h"
 #include "support/host_files.h"
 
-namespace gnx {
+namespace gnx::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::HasSubstr;
 using ::testing::Not;
 
 class ReportFiles : public ::testing::Test {
  protected:
-  const support::TemporaryDirectory directory;
+  const TempDir directory;
   const fs::path dir = directory.path();
 };
 
@@ -70,14 +67,12 @@ TEST(Thinning, SeriesKeepsEveryExtremeAndItsEnds) {
   points[77777].y = -7.0;
   const std::vector<PlotPoint> kept = thinSeries(points, 2000);
   EXPECT_LE(kept.size(), 2010U);
-  const auto [low, high] = std::minmax_element(
-      kept.begin(), kept.end(), [](const PlotPoint& a, const PlotPoint& b) { return a.y < b.y; });
+  const auto [low, high] = std::ranges::minmax_element(kept, std::less(), &PlotPoint::y);
   EXPECT_EQ(high->y, 9.0);
   EXPECT_EQ(low->y, -7.0);
   EXPECT_EQ(kept.front().x, 0.0);
   EXPECT_EQ(kept.back().x, 99999.0);
-  EXPECT_TRUE(std::is_sorted(kept.begin(), kept.end(),
-                             [](const PlotPoint& a, const PlotPoint& b) { return a.x < b.x; }));
+  EXPECT_TRUE(std::ranges::is_sorted(kept, std::less(), &PlotPoint::x));
   EXPECT_EQ(thinSeries({{1.0, 2.0}}, 100).size(), 1U);
 }
 
@@ -89,11 +84,7 @@ TEST(Thinning, CloudKeepsItsOutliers) {
   const std::vector<PlotPoint> kept = thinCloud(points, 2500);
   EXPECT_LE(kept.size(), 2500U);
   EXPECT_GT(kept.size(), 500U);
-  const auto has = [&](double x) {
-    return std::any_of(kept.begin(), kept.end(), [x](const PlotPoint& p) { return p.x == x; });
-  };
-  EXPECT_TRUE(has(5.0));
-  EXPECT_TRUE(has(-4.0));
+  for (const double x : {5.0, -4.0}) EXPECT_EQ(std::ranges::count(kept, x, &PlotPoint::x), 1) << x;
 }
 
 /// A run of `seconds` one-second epochs at a known place, written as a replay writes it.
@@ -110,18 +101,16 @@ void writeRun(const fs::path& dir, int seconds) {
   SolutionFile csv(dir / "solution.csv", SolutionFormat::csv);
   std::ofstream diagnostics(dir / "diagnostics.log");
   for (int i = 0; i < seconds; ++i) {
-    SolutionEpoch e;
-    e.time = fromWeek(2111, i);
-    e.xyz = {4075580.01 + 0.3 / (1.0 + i), 931854.0, 4801568.0 + 0.001 * std::sin(i * 0.01)};
-    e.rows = 18;
-    e.satellites = {9, 0, 0, 0, 0, 0};
-    e.pdop = 1.5;
-    e.sigma0 = 0.8;
-    e.status = i < 600 ? 2 : 5;
-    e.fixed = i < 600 ? 0 : 8;
-    e.ratio = 5.0;
-    e.milliseconds = 0.5;
-    csv.write(e);
+    csv.write({.time = fromWeek(2111, i),
+               .xyz = {4075580.01 + 0.3 / (1.0 + i), 931854.0, 4801568.0 + 0.001 * std::sin(i * 0.01)},
+               .rows = 18,
+               .satellites = {9, 0, 0, 0, 0, 0},
+               .pdop = 1.5,
+               .sigma0 = 0.8,
+               .status = i < 600 ? 2 : 5,
+               .fixed = i < 600 ? 0 : 8,
+               .ratio = 5.0,
+               .milliseconds = 0.5});
     if (i % 30 != 0) continue;
     const auto at = [i](const char* tag) {
       return std::string(tag) + " 59021 " + std::to_string(i) + ".000 STAN ";
@@ -149,7 +138,7 @@ TEST_F(ReportPage, HasEverySectionAndNeedsNothingOutside) {
   writeRun(dir, 7200);
   ReportOptions options;
   options.figures = dir / "figures";
-  const std::string html = support::readFile(writeReport(dir, options));
+  const std::string html = readFile(writeReport(dir, options));
   for (const char* id :
        {"summary", "account", "enu", "horizontal", "sky", "satellites", "fixes", "residuals-time",
         "residuals-elevation", "zenith-delay", "clock", "sigma0", "settings"}) {
@@ -162,15 +151,14 @@ TEST_F(ReportPage, HasEverySectionAndNeedsNothingOutside) {
   EXPECT_THAT(html, HasSubstr("GPS:L1_L2</td>")) << "settings without remarks";
   EXPECT_THAT(html, HasSubstr("0 of 6600</span>")) << "wrong fixes";
   EXPECT_THAT(html, HasSubstr("wide-lane: epochs with fixes"));
-  EXPECT_THAT(support::readFile(dir / "figures" / "enu.svg"), HasSubstr("xmlns="));
+  EXPECT_THAT(readFile(dir / "figures" / "enu.svg"), HasSubstr("xmlns="));
 }
 
 TEST_F(ReportPage, ReferenceOnTheCommandLineGoesFirst) {
   writeRun(dir, 1200);
   ReportOptions options;
   options.reference = {{4075580.51, 931854.0, 4801568.0}};
-  EXPECT_THAT(support::readFile(writeReport(dir, options)), HasSubstr("600 of 600</span>"))
-      << "half a metre off";
+  EXPECT_THAT(readFile(writeReport(dir, options)), HasSubstr("600 of 600</span>")) << "half a metre off";
 }
 
 TEST_F(ReportPage, StaysSmallForADayOfSeconds) {
@@ -183,9 +171,8 @@ TEST_F(ReportPage, ARunWithoutResidualsAndReferenceStillHasAPage) {
   writeRun(dir, 600);
   fs::remove(dir / "diagnostics.log");
   fs::remove(dir / "account.csv");
-  RunPlan plan;
-  writeRunPlan(dir / "run.json", plan);
-  const std::string html = support::readFile(writeReport(dir, {}));
+  writeRunPlan(dir / "run.json", RunPlan());
+  const std::string html = readFile(writeReport(dir, {}));
   EXPECT_THAT(html, HasSubstr("No residuals were kept"));
   EXPECT_THAT(html, HasSubstr("mean position of the last part"));
   EXPECT_THAT(html, Not(HasSubstr("id=\"sky\"")));
@@ -195,8 +182,8 @@ TEST_F(ReportFiles, SaysWhatIsMissing) {
   ReportOptions options;
   options.gnuplot = (dir / "no-gnuplot").string();
   EXPECT_THROW(writeReport(dir, options), UsageError);
-  EXPECT_THAT(gnx_test::inputError([&] { readRunFiles(dir); }), HasSubstr("holds no run.json"));
+  EXPECT_THAT(inputError([&] { readRunFiles(dir); }), HasSubstr("holds no run.json"));
 }
 
 }  // namespace
-}  // namespace gnx
+}  // namespace gnx::test

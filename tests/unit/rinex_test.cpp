@@ -5,15 +5,8 @@
 #include "formats/rinex_obs.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
-
-using gnx::ObsEpoch;
-using gnx::RinexObsReader;
-using gnx::SatObs;
-using gnx::SignalObs;
-using gnx_test::headerLine;
-using gnx_test::inputError;
-using testing::HasSubstr;
 
 std::string header(const std::string& more = "", const std::string& timeSystem = "GPS") {
   return headerLine("     3.04           OBSERVATION DATA    M", "RINEX VERSION / TYPE") +
@@ -30,9 +23,8 @@ std::string header(const std::string& more = "", const std::string& timeSystem =
 }
 
 const SignalObs& signalOf(const SatObs& sat, const std::string& code) {
-  for (const SignalObs& s : sat.signals) {
+  for (const SignalObs& s : sat.signals)
     if (code == s.code.data()) return s;
-  }
   throw std::runtime_error("no signal " + code);
 }
 
@@ -47,7 +39,7 @@ class RinexObs : public testing::Test {
       for (ObsEpoch epoch; r.next(epoch);) continue;
     });
   }
-  gnx_test::TempDir m_dir;
+  TempDir m_dir;
 };
 
 TEST_F(RinexObs, ReadsHeaderAndFields) {
@@ -62,7 +54,7 @@ TEST_F(RinexObs, ReadsHeaderAndFields) {
 
   ObsEpoch epoch;
   ASSERT_TRUE(r.next(epoch));
-  EXPECT_EQ(gnx::formatTime(epoch.time, 3), "2020-06-25 00:00:30.000");
+  EXPECT_EQ(formatTime(epoch.time, 3), "2020-06-25 00:00:30.000");
   ASSERT_EQ(epoch.sats.size(), 2u);
   const SignalObs& g = signalOf(epoch.sats[0], "1C");
   EXPECT_DOUBLE_EQ(g.range, 20347196.273);
@@ -102,7 +94,7 @@ TEST_F(RinexObs, EventsBringNewTypesAndSlipRecordsAreSkipped) {
   ObsEpoch epoch;
   ASSERT_TRUE(r.next(epoch));
   ASSERT_TRUE(r.next(epoch));
-  EXPECT_EQ(gnx::formatTime(epoch.time), "2020-06-25 00:00:30");
+  EXPECT_EQ(formatTime(epoch.time), "2020-06-25 00:00:30");
   EXPECT_DOUBLE_EQ(signalOf(epoch.sats[0], "1C").range, 20347196.273);
   EXPECT_EQ(signalOf(epoch.sats[0], "1C").lli, 1) << "phases restart after a power failure";
 }
@@ -115,7 +107,7 @@ TEST_F(RinexObs, AppliesScaleFactorsAndTimeSystem) {
   ASSERT_TRUE(r.next(epoch));
   EXPECT_NEAR(signalOf(epoch.sats[0], "1C").phase, 106925326.951, 1e-6);
   EXPECT_DOUBLE_EQ(signalOf(epoch.sats[0], "1C").range, 20347196.273);
-  EXPECT_EQ(gnx::formatTime(epoch.time), "2020-06-25 00:00:14") << "BDT is 14 s behind GPS time";
+  EXPECT_EQ(formatTime(epoch.time), "2020-06-25 00:00:14") << "BDT is 14 s behind GPS time";
 }
 
 TEST_F(RinexObs, RefusalsNameLineAndField) {
@@ -150,7 +142,7 @@ TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
                   i / 3600, i / 60 % 60, i % 60, 20347196.273 + i * 17.13, 106925326.951 - i * 91.7);
     content += line;
   }
-  const std::string bytes = gnx_test::packed(content);
+  const std::string bytes = packed(content);
   int epochs = 0;
   const std::string message = inputError([&] {
     RinexObsReader r(m_dir.write("half.rnx.gz", bytes.substr(0, bytes.size() / 2)));
@@ -162,7 +154,7 @@ TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
 
 TEST_F(RinexObs, RealDayOfAReferenceStation) {
   GNX_REQUIRE_DATA("esbc_2020177");
-  RinexObsReader r(gnx_test::realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz"));
+  RinexObsReader r(realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz"));
   std::size_t epochs = 0, sats = 0;
   for (ObsEpoch epoch; r.next(epoch); ++epochs) sats += epoch.sats.size();
   EXPECT_EQ(epochs, 2880u);
@@ -170,3 +162,4 @@ TEST_F(RinexObs, RealDayOfAReferenceStation) {
 }
 
 }  // namespace
+}  // namespace gnx::test

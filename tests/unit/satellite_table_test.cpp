@@ -6,9 +6,7 @@
 
 namespace {
 
-using support::ChildResult;
-using support::Deployment;
-using support::expectRefused;
+using namespace support;
 using testing::HasSubstr;
 
 TEST(SatelliteTable, RowsFollowTheList) {
@@ -20,10 +18,8 @@ TEST(SatelliteTable, RowsFollowTheList) {
     EXPECT_EQ(deploy.m_cprn[i], name);
     EXPECT_EQ(deploy.m_satRow(name.c_str()), i);
   }
-  for (const char* absent : {"G5", "", "G", "g05", "G005", "\xff\xff\xff", "R05"}) {
-    EXPECT_EQ(deploy.m_satRow(absent), -1) << absent;
-  }
-  EXPECT_EQ(deploy.m_satRow(nullptr), -1);
+  for (const char* absent : {"G5", "", "G", "g05", "G005", "\xff\xff\xff", "R05", (const char*)nullptr})
+    EXPECT_EQ(deploy.m_satRow(absent), -1);
   EXPECT_EQ(deploy.m_sysname[10], "B06");  // the second generation of BeiDou is a system of its own
   EXPECT_EQ(deploy.m_sysOfRow(7), 3);
   EXPECT_EQ(deploy.m_sysOfRow(10), 4);
@@ -62,10 +58,10 @@ TEST(SatelliteTable, TheListEndsAtTheFirstLineWithoutBlank) {
 
 TEST(SatelliteTable, NamesAndRowsBeyondTheTableAreLeftOut) {
   Deployment deployment;
-  deployment.satellites = support::satelliteRange({{'G', 0, 99, "GPS"}, {'E', 0, 99, "GAL"}});
-  deployment.satconf = support::satelliteListFile(deployment.satellites);
+  deployment.satellites = satelliteRange({{'G', 0, 99, "GPS"}, {'E', 0, 99, "GAL"}});
+  deployment.satconf = satelliteListFile(deployment.satellites);
   deployment.satconf.insert(deployment.satconf.find('\n') + 1, " G0123456 GPS\n");
-  const ChildResult result = support::runInChild([&] {
+  const ChildResult result = runInChild([&] {
     const tarvio::Deploy& deploy = deployment.load();
     std::printf("rows %d last %s\n", deploy.m_nsat, deploy.m_cprn[159].c_str());
   });
@@ -76,9 +72,8 @@ TEST(SatelliteTable, NamesAndRowsBeyondTheTableAreLeftOut) {
 }
 
 TEST(SatelliteTable, Refusals) {
-  using support::satnavRow;
   Deployment deployment;
-  const auto listed = [&](const support::SatelliteList& satellites, const std::string& message) {
+  const auto listed = [&](const SatelliteList& satellites, const std::string& message) {
     deployment.satellites = satellites;
     expectRefused(deployment, message);
   };
@@ -86,11 +81,11 @@ TEST(SatelliteTable, Refusals) {
   listed({{"G01", ""}}, "system = ,do not support system\n");
   listed({{"G01", "GPS"}, {"R01", "GLS"}},
          "cprn = R01,nfreq = 0,frequency used for satellite is not selected!\n");
-  deployment.satnav = support::satnavFile(support::satnavRow("G01", "BLOCK IIF", 1990, 2000));
+  deployment.satnav = satnavFile(satnavRow("G01", "BLOCK IIF", 1990, 2000));
   listed({{"G01", "GPS"}}, "cprn = G01,file = " + deployment.path("satnav.txt").string() +
                                ",satellite not found in svnav file\n");
   deployment.satnav.clear();
-  deployment.antpcv = support::antexFile({{"G01", "GPS"}});
+  deployment.antpcv = antexFile({{"G01", "GPS"}});
   listed({{"G01", "GPS"}, {"G02", "GPS"}},
          "ant = BLOCK IIF,cprn = G02,satellite antenna is not found in atx file\n");
   for (const char* list : {" G01 GPS\n", "-Satellite used\n"}) {  // no opening line, nothing behind it
@@ -110,9 +105,9 @@ TEST(SatelliteTable, Refusals) {
   const std::string table = deployment.path("broken.json").string();
   deployment.config["files"] = table;
   expectRefused(deployment, "file = " + table + ",can't open file to read!\n");
-  support::writeFile(table, "{");
+  writeFile(table, "{");
   expectRefused(deployment, "file = " + table + ",can't parse file!\n");
-  const ChildResult noKey = support::runInChild([] { tarvio::Deploy().m_parseSatelliteConfigures(); });
+  const ChildResult noKey = runInChild([] { tarvio::Deploy().m_parseSatelliteConfigures(); });
   expectRefused(noKey, "key = satconf,can't find the value for the key!\n");
 }
 
@@ -124,11 +119,12 @@ TEST(SatelliteTable, EveryFileKeyIsMandatory) {
     absent.tables["files"].removeMember(key);
     expectRefused(absent, message + absent.path("tables.json").string() + ",failed to extract config");
   }
-  Deployment text, empty, deployment;
-  text.tables["files"]["satconf"] = "not in an array";
-  expectRefused(text, "item = satconf,file = ");
-  empty.tables["files"]["satconf"] = Json::Value(Json::arrayValue);
-  expectRefused(empty, "item = satconf,file = ");
+  for (const Json::Value& none : {Json::Value("not in an array"), Json::Value(Json::arrayValue)}) {
+    Deployment empty;
+    empty.tables["files"]["satconf"] = none;
+    expectRefused(empty, "item = satconf,file = ");
+  }
+  Deployment deployment;
   deployment.tables["files"]["jpleph"].append("/data/jpl ! planets");
   const auto& table = deployment.load().m_fileTable;
   EXPECT_EQ(table.at("ratio"), deployment.path("ratio.txt").string());  // read as "rinput"
@@ -139,11 +135,10 @@ TEST(SatelliteTable, EveryFileKeyIsMandatory) {
 TEST(SatelliteTable, OnlyUsedFrequenciesNeedAnAntenna) {
   Deployment deployment;
   deployment.satellites = {{"G01", "GPS"}};
-  deployment.ambiguity["amb"]["wl"]["resolution"] = deployment.ambiguity["amb"]["n1"]["resolution"] = "off";
+  deployment.layer("wl")["resolution"] = deployment.layer("n1")["resolution"] = "off";
   deployment.antpcv =
-      support::antexHeader() +
-      support::antexBlock("BLOCK IIF", "G01",
-                          support::antexFrequency("G01", 1, 2, 3) + support::antexFrequency("G02", 4, 5, 6));
+      antexHeader() +
+      antexBlock("BLOCK IIF", "G01", antexFrequency("G01", 1, 2, 3) + antexFrequency("G02", 4, 5, 6));
   deployment.config["common"]["freqobs"] = "GPS:L1_L2_L5";
   deployment.config["common"]["freqused"] = "GPS:L1_L2";
   EXPECT_EQ(deployment.loadInChild().status, 0);
@@ -154,7 +149,7 @@ TEST(SatelliteTable, OnlyUsedFrequenciesNeedAnAntenna) {
 TEST(SatelliteTable, PostProcessingAsksForTheDateOfTheData) {
   Deployment deployment;
   deployment.satellites = {{"G01", "GPS"}};
-  deployment.satnav = support::satnavFile(support::satnavRow("G01", "BLOCK IIF", 2015, 2021));
+  deployment.satnav = satnavFile(satnavRow("G01", "BLOCK IIF", 2015, 2021));
   EXPECT_EQ(deployment.loadInChild({"-post"}).status, 0);  // data of 2020
   EXPECT_EQ(deployment.loadInChild({"-itrs"}).status, 1);  // the wall clock
 }

@@ -10,7 +10,7 @@
 #include "simulation_setup.h"
 #include "support/host_files.h"
 
-namespace gnx {
+namespace gnx::test {
 namespace {
 
 /// Receiver and satellites in axes that do not turn: no Earth rotation correction is needed there.
@@ -105,27 +105,22 @@ TEST_F(NoiseFree, DoubleDifferencesAreGeometryAndIntegers) {
 }
 
 TEST_F(NoiseFree, DopplerIsTheRateOfThePhase) {
-  ObsEpoch first, second, third;
+  ObsEpoch epochs[3];
   options.observer.clock.walk = 0.0;
   Observer steady(options.observer, sky, options.faults);
-  steady.observe(options.sky.start, first, truth);
-  steady.observe(options.sky.start + 1.0, second, truth);
-  steady.observe(options.sky.start + 2.0, third, truth);
-  ASSERT_EQ(first.sats.size(), third.sats.size());
-  for (std::size_t k = 0; k < first.sats.size(); ++k) {
-    const double rate = 0.5 * (third.sats[k].signals[0].phase - first.sats[k].signals[0].phase);
-    EXPECT_NEAR(second.sats[k].signals[0].doppler, -rate, 0.2) << first.sats[k].sat;
+  for (int i = 0; i < 3; ++i) steady.observe(options.sky.start + i, epochs[i], truth);
+  ASSERT_EQ(epochs[0].sats.size(), epochs[2].sats.size());
+  for (std::size_t k = 0; k < epochs[0].sats.size(); ++k) {
+    const auto signal = [&](int i) { return epochs[i].sats[k].signals[0]; };
+    const double rate = 0.5 * (signal(2).phase - signal(0).phase);
+    EXPECT_NEAR(signal(1).doppler, -rate, 0.2) << epochs[0].sats[k].sat;
   }
 }
 
 TEST(SimulatedReceiver, MovesAtItsSpeedAndKeepsToItsPath) {
   const Vector3 site{3582104.7625, 532590.1800, 5232755.1407};
   for (const char* kind : {"circle", "figure8"}) {
-    PathOptions p;
-    p.kind = kind;
-    p.radius = 100.0;
-    p.speed = 15.0;
-    const ReceiverPath path(p, site, kStart);
+    const ReceiverPath path({.kind = kind, .radius = 100.0, .speed = 15.0}, site, kStart);
     double fastest = 0.0;
     for (double s = 0.0; s < 200.0; s += 0.5) {
       const GpsTime t = kStart + s;
@@ -158,8 +153,7 @@ TEST(SimulatedFaults, SlipsGapsAndOutliersStrikeWhereTheyShould) {
   ObsEpoch epoch;
   EpochTruth truth;
   Observer(o.observer, sky, o.faults).observe(o.sky.start, epoch, truth);
-  std::sort(truth.satellites.begin(), truth.satellites.end(),
-            [](const SatelliteTruth& a, const SatelliteTruth& b) { return a.elevation > b.elevation; });
+  std::ranges::sort(truth.satellites, std::greater(), &SatelliteTruth::elevation);
   const SatName victim = truth.satellites[0].sat, absent = truth.satellites[1].sat;
   const std::string signal = sky.options().signals.at(victim[0])[0];
   const FaultList faults({{Fault::Kind::slip, victim, signal, 300.0, 300.0, 7.0},
@@ -167,7 +161,7 @@ TEST(SimulatedFaults, SlipsGapsAndOutliersStrikeWhereTheyShould) {
                           {Fault::Kind::code, victim, "", 330.0, 330.0, 25.0}});
   Observer clean(o.observer, sky, o.faults), faulty(o.observer, sky, faults);
   const auto find = [](const ObsEpoch& e, const SatName& sat) {
-    return std::find_if(e.sats.begin(), e.sats.end(), [&](const SatObs& s) { return s.sat == sat; });
+    return std::ranges::find(e.sats, sat, &SatObs::sat);
   };
   ObsEpoch good, bad;
   for (int k = 0; k < 15; ++k) {
@@ -184,18 +178,18 @@ TEST(SimulatedFaults, SlipsGapsAndOutliersStrikeWhereTheyShould) {
 }
 
 TEST(SimulatedFaults, DamagedListsAreExplained) {
-  const support::TemporaryDirectory folder;
+  const TempDir folder;
   const auto complaint = [&](const char* text) {
-    return gnx_test::inputError([&] { FaultList::read(folder.write("faults.json", text)); });
+    return inputError([&] { FaultList::read(folder.write("faults.json", text)); });
   };
   EXPECT_EQ(complaint(R"([{"kind": "gap", "from": 1, "to": 2}])"), "");
   EXPECT_THAT(complaint(R"([{"kind": "gap", "from": 1}, {"kind": "storm", "from": 1}])"),
-              testing::HasSubstr("fault 2: \"kind\" is one of"));
-  EXPECT_THAT(complaint(R"([{"kind": "slip"}])"), testing::HasSubstr("\"from\""));
-  EXPECT_THAT(complaint(R"([{"kind": "slip", "from": 1, "size": "big"}])"), testing::HasSubstr("\"size\""));
-  EXPECT_THAT(complaint(R"({"kind": "slip"})"), testing::HasSubstr("not a list"));
+              HasSubstr("fault 2: \"kind\" is one of"));
+  EXPECT_THAT(complaint(R"([{"kind": "slip"}])"), HasSubstr("\"from\""));
+  EXPECT_THAT(complaint(R"([{"kind": "slip", "from": 1, "size": "big"}])"), HasSubstr("\"size\""));
+  EXPECT_THAT(complaint(R"({"kind": "slip"})"), HasSubstr("not a list"));
   EXPECT_NE(complaint("[{"), "");
 }
 
 }  // namespace
-}  // namespace gnx
+}  // namespace gnx::test

@@ -194,15 +194,13 @@ TEST(SimulatedSky, NonsenseIsRefusedInWords) {
     change(o);
     EXPECT_THROW(simulate(o, folder.path()), UsageError);
   };
-  refused([](SimulationOptions& o) { o.sky.systems = "GX"; });
-  refused([](SimulationOptions& o) { o.sky.systems = ""; });
+  for (const char* systems : {"GX", ""}) refused([&](SimulationOptions& o) { o.sky.systems = systems; });
   refused([](SimulationOptions& o) { o.sky.hours = 0.0; });
   refused([](SimulationOptions& o) { o.interval = 0.0; });
   refused([](SimulationOptions& o) { o.clockInterval = 20; });
   refused([](SimulationOptions& o) { o.observer.site = {}; });
   refused([](SimulationOptions& o) { o.observer.clock.kind = "cuckoo"; });
-  EXPECT_THROW(parseSignalTable("G:1C"), UsageError);
-  EXPECT_THROW(parseSignalTable("G:1C,9Z"), UsageError);
+  for (const char* table : {"G:1C", "G:1C,9Z"}) EXPECT_THROW(parseSignalTable(table), UsageError);
   EXPECT_EQ(parseSignalTable("E:1C,5Q").at('E').size(), 2u);
 }
 

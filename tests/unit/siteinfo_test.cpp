@@ -33,8 +33,7 @@ class SiteFile : public testing::Test {
   SiteFile() { tarvio::Controller::s_getInstance()->_finalize(); }
   ~SiteFile() override { tarvio::Controller::s_getInstance()->_finalize(); }
   void provide(const char* key, const std::string& content) {
-    support::writeFile(directory.path() / key, content);
-    tarvio::Controller::s_getInstance()->m_deploy.m_fileTable[key] = (directory.path() / key).string();
+    tarvio::Controller::s_getInstance()->m_deploy.m_fileTable[key] = directory.write(key, content);
   }
   bool find(double latDegrees, double lonDegrees) {
     return tarvio::oceanload_coef(latDegrees * kDegree, lonDegrees * kDegree, coef);
@@ -56,10 +55,8 @@ TEST_F(SiteFile, TenKilometresOnTheGround) {
 // Files give longitudes as -180..180 or 0..360, positions are -180..180.
 TEST_F(SiteFile, LongitudesMayHaveEitherForm) {
   provide("ocload", record(358.3183, 43.3952, 0.1) + record(-122.5, 37.0, 0.2) + record(0.02, 10.0, 0.3));
-  EXPECT_TRUE(find(43.3952, -1.6817));
-  EXPECT_TRUE(find(37.0, -122.5));
-  EXPECT_TRUE(find(37.0, 237.5));
-  EXPECT_TRUE(find(10.0, -0.02));  // across the zero meridian
+  for (const auto& [lat, lon] : {std::pair{43.3952, -1.6817}, {37.0, -122.5}, {37.0, 237.5}, {10.0, -0.02}})
+    EXPECT_TRUE(find(lat, lon)) << lon;  // the last across the zero meridian
 }
 
 TEST_F(SiteFile, IncompleteRecordsAreNoMatch) {

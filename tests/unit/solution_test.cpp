@@ -6,13 +6,14 @@
 
 #include <numbers>
 #include <sstream>
+#include <tuple>
 
 #include "report/geodesy.h"
 #include "report/reference_path.h"
 #include "report/solution_files.h"
 #include "support/host_files.h"
 
-namespace gnx {
+namespace gnx::test {
 namespace {
 
 /// A line of the engine.
@@ -26,30 +27,24 @@ std::string with(std::size_t column, const std::string& text) {
 }
 
 SolutionEpoch sample() {
-  SolutionEpoch e;
-  e.time = toGpsTime({2020, 6, 25, 7, 59, 30.0});
-  e.xyz = {3582104.7625, 532590.18, 5232755.1407};
-  e.rows = 46;
-  e.satellites = {11, 0, 8, 3, 1, 0};
-  e.pdop = 1.37;
-  e.sigma0 = 0.821;
-  e.status = 5;
-  e.fixed = 14;
-  return e;
+  return {.time = toGpsTime({2020, 6, 25, 7, 59, 30.0}),
+          .xyz = {3582104.7625, 532590.18, 5232755.1407},
+          .rows = 46,
+          .satellites = {11, 0, 8, 3, 1, 0},
+          .pdop = 1.37,
+          .sigma0 = 0.821,
+          .status = 5,
+          .fixed = 14};
 }
 
 TEST(SolutionLine, EveryFieldIsReadWithAndWithoutBlanks) {
   for (const char* blank : {"", " "}) {  // some builds print one before the counts
     const auto e = parseSolutionLine(std::string(kLine).insert(kCounts, blank));
     ASSERT_TRUE(e) << "blank '" << blank << "'";
-    EXPECT_EQ(e->time, sample().time);
-    EXPECT_EQ(e->xyz, sample().xyz);
-    EXPECT_EQ(e->rows, 46);
-    EXPECT_EQ(e->satellites, sample().satellites);
-    EXPECT_EQ(e->pdop, 1.37);
-    EXPECT_EQ(e->sigma0, 0.821);
-    EXPECT_EQ(e->status, 5);
-    EXPECT_EQ(e->fixed, 14);
+    const auto fields = [](const SolutionEpoch& s) {
+      return std::tuple(s.time, s.xyz, s.rows, s.satellites, s.pdop, s.sigma0, s.status, s.fixed);
+    };
+    EXPECT_EQ(fields(*e), fields(sample()));
   }
   const auto wide =
       parseSolutionLine(with(kCounts - 13, "-99999999.000120").replace(40, 13, "-6378137.5678"));
@@ -63,19 +58,18 @@ TEST(SolutionLine, EveryFieldIsReadWithAndWithoutBlanks) {
 }
 
 TEST(SolutionLine, OtherTextIsNoSolution) {
-  EXPECT_FALSE(parseSolutionLine(""));
-  EXPECT_FALSE(parseSolutionLine("[59025 28770.0] acquire ssr for clock [2111 374370.0]"));
-  EXPECT_FALSE(parseSolutionLine(kLine.substr(0, 100))) << "cut line";
-  EXPECT_FALSE(parseSolutionLine(with(42, "        nan"))) << "not a number";
-  EXPECT_FALSE(parseSolutionLine(with(5, "x"))) << "bad date";
+  for (const std::string& text :
+       {std::string(), std::string("[59025 28770.0] acquire ssr for clock [2111 374370.0]"),
+        kLine.substr(0, 100), with(42, "        nan"), with(5, "x")})
+    EXPECT_FALSE(parseSolutionLine(text)) << text;
 }
 
 // 55 29.6140711' N, 8 27.4097784' E; 07:59:30 GPS time is 07:59:12 UTC since 2017.
 TEST(SolutionText, GgaSentence) {
   const std::string s = solutionText(SolutionFormat::nmea, sample());
   EXPECT_THAT(s, testing::StartsWith("$GPGGA,075912.00,5529.614"));
-  EXPECT_THAT(s, testing::HasSubstr(",N,00827.4097"));
-  EXPECT_THAT(s, testing::HasSubstr(",E,4,23,1.4,59.494,M,"));
+  EXPECT_THAT(s, HasSubstr(",N,00827.4097"));
+  EXPECT_THAT(s, HasSubstr(",E,4,23,1.4,59.494,M,"));
   ASSERT_GT(s.size(), 6u);
   unsigned sum = 0;
   for (std::size_t i = 1; s[i] != '*'; ++i) sum ^= static_cast<unsigned char>(s[i]);
@@ -93,10 +87,10 @@ TEST(SolutionText, GgaRoundsWithoutSixties) {
 }
 
 TEST(SolutionFileTest, EveryEpochIsOnDiskAtOnceAndBadPathsAreTold) {
-  const support::TemporaryDirectory directory;
+  const TempDir directory;
   SolutionFile out(directory.path() / "a.csv", SolutionFormat::csv);
   out.write(sample());
-  std::istringstream in(support::readFile(directory.path() / "a.csv"));
+  std::istringstream in(readFile(directory.path() / "a.csv"));
   std::string names, values;
   std::getline(in, names);
   ASSERT_TRUE(std::getline(in, values));
@@ -105,18 +99,15 @@ TEST(SolutionFileTest, EveryEpochIsOnDiskAtOnceAndBadPathsAreTold) {
 }
 
 TEST(ReferencePathTest, InterpolatesInsideAndKnowsItsEnds) {
-  const support::TemporaryDirectory directory;
+  const TempDir directory;
   const ReferencePath path = readReferencePath(
       directory.write("a.csv", "week,z_m,sow_s,x_m,y_m\n2111,3,100,1,2\n2111,5,110,3,2\n2111,5,400,3,2\n"));
   EXPECT_EQ((*path(fromWeek(2111, 105.0)))[2], 4.0);
   EXPECT_EQ((*path(fromWeek(2111, 400.0)))[0], 3.0);
-  EXPECT_FALSE(path(fromWeek(2111, 99.0)));
-  EXPECT_FALSE(path(fromWeek(2111, 200.0))) << "gap";
-  EXPECT_FALSE(path(fromWeek(2111, 401.0)));
+  for (const double none : {99.0, 200.0, 401.0}) EXPECT_FALSE(path(fromWeek(2111, none))) << none;
   const std::string bad = directory.write("b.csv", "week,sow_s,x_m,y_m,z_m\n2111,100,1,2,three\n");
-  EXPECT_THAT(gnx_test::inputError([&] { readReferencePath(bad); }),
-              testing::HasSubstr(":2: z_m: is not a number"));
+  EXPECT_THAT(inputError([&] { readReferencePath(bad); }), HasSubstr(":2: z_m: is not a number"));
 }
 
 }  // namespace
-}  // namespace gnx
+}  // namespace gnx::test

@@ -6,12 +6,8 @@
 #include "formats/sp3.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
-
-using gnx_test::headerLine;
-using gnx_test::inputError;
-using testing::HasSubstr;
-using testing::SizeIs;
 
 std::string sp3Header(char version, int epochs, const std::string& scale) {
   char text[400];
@@ -29,7 +25,7 @@ std::string sp3Header(char version, int epochs, const std::string& scale) {
 
 class OrbitClockFiles : public testing::Test {
  protected:
-  gnx_test::TempDir m_dir;
+  TempDir m_dir;
 };
 
 TEST_F(OrbitClockFiles, Sp3KeepsWhatIsThere) {
@@ -42,7 +38,7 @@ TEST_F(OrbitClockFiles, Sp3KeepsWhatIsThere) {
                                "*  2020  6 25  0 15  0.00000000\n"
                                "PG05      0.000000      0.000000      0.000000    -15.319300\n"
                                "EOF\n");
-  const gnx::Sp3Product p = gnx::readSp3({file});
+  const Sp3Product p = readSp3({file});
   EXPECT_EQ(p.frame, "IGb14");
   EXPECT_EQ(p.interval, 900.0);
   ASSERT_THAT(p.orbits.at("G05"), SizeIs(1)) << "zero means missing, and V lines are no positions";
@@ -59,7 +55,7 @@ TEST_F(OrbitClockFiles, Sp3ReadsOldNamesTimeSystemsAndJoinsFiles) {
   const std::string second =
       m_dir.write("b.sp3", sp3Header('c', 1, "BDT") + "*  2020  6 24 23 59 46.00000000\n" +
                                "PG05  20403.500000  -4547.528917  16359.977229    -15.000000\nEOF\n");
-  const gnx::Sp3Product p = gnx::readSp3({first, second});
+  const Sp3Product p = readSp3({first, second});
   ASSERT_THAT(p.orbits.at("G05"), SizeIs(1)) << "23:59:46 BDT is 00:00 of GPS time; the later file wins";
   EXPECT_DOUBLE_EQ(p.orbits.at("G05")[0].position[0], 20403500.0);
 }
@@ -68,8 +64,7 @@ TEST_F(OrbitClockFiles, Sp3RefusesATruncatedFile) {
   const std::string cut =
       m_dir.write("cut.sp3", sp3Header('c', 96, "GPS") + "*  2020  6 25  0  0  0.00000000\n" +
                                  "PG05  20403.407950  -4547.528917  16359.977229    -15.319332\n");
-  EXPECT_THAT(inputError([&] { gnx::readSp3({cut}); }),
-              HasSubstr("cut.sp3:9: file ends after 1 of 96 epochs"));
+  EXPECT_THAT(inputError([&] { readSp3({cut}); }), HasSubstr("cut.sp3:9: file ends after 1 of 96 epochs"));
 }
 
 TEST_F(OrbitClockFiles, ClockColumnsOfBothVersions) {
@@ -86,7 +81,7 @@ TEST_F(OrbitClockFiles, ClockColumnsOfBothVersions) {
   const std::string shifted = m_dir.write(
       "b.clk", wide + "RINEX VERSION / TYPE\n" + std::string(65, ' ') + "END OF HEADER\n" +
                    "AS G05       2020 06 25 00 01  0.000000  2   -8.847075164500E-04  3.379862882470E-11\n");
-  const gnx::ClockProduct p = gnx::readRinexClocks({old, shifted});
+  const ClockProduct p = readRinexClocks({old, shifted});
   ASSERT_THAT(p.clocks.at("G05"), SizeIs(3));
   EXPECT_THAT(p.clocks, SizeIs(1)) << "receiver rows are not used";
   EXPECT_DOUBLE_EQ(p.clocks.at("G05")[2].bias, -8.8470751645e-04);
@@ -99,7 +94,7 @@ TEST_F(OrbitClockFiles, ClockRefusalsNameTheSatellite) {
   const std::string head = headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
                            headerLine("", "END OF HEADER");
   const auto refusal = [&](const std::string& row) {
-    return inputError([&] { gnx::readRinexClocks({m_dir.write("bad.clk", head + row)}); });
+    return inputError([&] { readRinexClocks({m_dir.write("bad.clk", head + row)}); });
   };
   EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1\n"),
               HasSubstr("bad.clk:3: AS: row has too few fields"));
@@ -110,3 +105,4 @@ TEST_F(OrbitClockFiles, ClockRefusalsNameTheSatellite) {
 }
 
 }  // namespace
+}  // namespace gnx::test

@@ -1,83 +1,68 @@
 #include <gmock/gmock.h>
 
 #include "Adapter/SsrOrbitClkAdapter.h"
-#include "Common/ComGeometry.h"
 #include "support/broadcast_messages.h"
 #include "support/table_fixture.h"
 
 namespace {
 
-using gnx_test::kMjd;
-using gnx_test::kToe;
-using gnx_test::kToeSod;
-using gnx_test::kWeek;
-using tarvio::SSRCLK;
-using tarvio::SSRORB;
+using namespace gnx_test;
+using namespace tarvio;
 
-constexpr double kLight = 299792458.0;
-
-class Ssr : public gnx_test::TableFixture {
+class Ssr : public TableFixture {
  protected:
   Ssr() {
-    gps = add("G05");
-    gal = add("E11");
-    store = std::make_unique<tarvio::SsrOrbitClkAdapter>();
-    tarvio::GPSEPH eph = gnx_test::message("G05");
+    for (const char* cprn : {"G05", "E11"}) add(cprn);
+    store = std::make_unique<SsrOrbitClkAdapter>();
+    GPSEPH eph = message("G05");
     eph.m_e = eph.m_cuc = eph.m_cus = eph.m_crc = eph.m_crs = eph.m_cic = eph.m_cis = 0.0;  // a circle
     store->m_gnssEph["G05"].push_back(eph);
     int iod = -1;
-    store->BrdOrbitClkAdapter::v_readOrbit("G05", kMjd, kToeSod, broadcast, &iod);
-    iod = -1;
     store->BrdOrbitClkAdapter::v_readClk("G05", kMjd, kToeSod, &broadcastClk, &iod);
   }
-  void inputOrbit(double sow, std::initializer_list<double> d, int iod = 10) {
+  void inputOrbit(double sow, double radial_m, int isat = gps) {
     SSRORB orb;
     orb.m_wk = kWeek;
     orb.m_sow = sow;
-    orb.m_iod[gps] = iod;
-    std::copy(d.begin(), d.end(), orb.m_dorb[gps]);
+    orb.m_iod[isat] = 10;
+    orb.m_dorb[isat][0] = radial_m;
     store->v_inputSsr(&orb, nullptr);
   }
-  void inputClock(double sow, std::initializer_list<double> c, int iod = 10) {
+  void inputClock(double sow, std::initializer_list<double> c) {
     SSRCLK clk;
     clk.m_wk = kWeek;
     clk.m_sow = sow;
-    clk.m_iod[gps] = iod;
-    std::copy(c.begin(), c.end(), clk.m_dclk[gps]);
+    clk.m_iod[gps] = 10;
+    std::ranges::copy(c, clk.m_dclk[gps]);
     store->v_inputSsr(nullptr, &clk);
   }
-  int read(double sod, const char* cprn = "G05") { return store->v_readOrbit(cprn, kMjd, sod, xv); }
+  int read(double sod) { return store->v_readOrbit("G05", kMjd, sod, xv); }
   /// Clock minus broadcast, metres.
   double clockCorrection(double sod) {
     double clk = 0.0;
     return store->v_readClk("G05", kMjd, sod, &clk) == 1 ? (clk - broadcastClk) * kLight : -999.0;
   }
 
-  std::unique_ptr<tarvio::SsrOrbitClkAdapter> store;
-  int gps = 0, gal = 0;
-  double broadcast[6] = {}, broadcastClk = 0.0, xv[6] = {};
+  std::unique_ptr<SsrOrbitClkAdapter> store;
+  static constexpr int gps = 0, gal = 1;  ///< rows
+  double broadcastClk = 0.0, xv[6] = {};
 };
 
 TEST_F(Ssr, OnlyTheNearestRecordCounts) {
-  inputOrbit(kToe, {1.0});
+  inputOrbit(kToe, 1.0);
   inputClock(kToe, {0.5});
   inputClock(kToe + 30.0, {0.6});  // without its orbit half the satellite is gone
   EXPECT_EQ(read(kToeSod), 1);
   EXPECT_EQ(read(kToeSod + 30.0), 0);
-  inputOrbit(kToe + 30.0 + 0.005, {1.1});  // the other half of that batch
+  inputOrbit(kToe + 30.0 + 0.005, 1.1);  // the other half of that batch
   EXPECT_EQ(store->m_list.size(), 2U);
   EXPECT_EQ(read(kToeSod + 31.0), 1);
   EXPECT_NEAR(clockCorrection(kToeSod + 31.0) + 31.0 * 4.5e-12 * kLight, 0.6, 1e-5);
 }
 
 TEST_F(Ssr, HalvesJoinSatelliteBySatellite) {
-  inputOrbit(kToe, {1.0});
-  SSRORB other;
-  other.m_wk = kWeek;
-  other.m_sow = kToe;
-  other.m_iod[gal] = 5;
-  other.m_dorb[gal][0] = 7.0;
-  store->v_inputSsr(&other, nullptr);
+  inputOrbit(kToe, 1.0);
+  inputOrbit(kToe, 7.0, gal);
   ASSERT_EQ(store->m_list.size(), 1U);
   EXPECT_EQ(store->m_list.front().m_dorb[gps][0], 1.0);
   EXPECT_EQ(store->m_list.front().m_dorb[gal][0], 7.0);
@@ -85,7 +70,7 @@ TEST_F(Ssr, HalvesJoinSatelliteBySatellite) {
 }
 
 TEST_F(Ssr, ClockPolynomialInTheAgeOfTheLastRecordLookedAt) {
-  inputOrbit(kToe, {0.0});
+  inputOrbit(kToe, 0.0);
   inputClock(kToe, {1.0, 0.01, 0.0001});
   store->m_gnssEph["G05"].front().m_a1 = 0.0;
   read(kToeSod + 20.0);
@@ -94,15 +79,15 @@ TEST_F(Ssr, ClockPolynomialInTheAgeOfTheLastRecordLookedAt) {
   read(kToeSod - 20.0);
   EXPECT_NEAR(clockCorrection(kToeSod - 20.0), 1.0 + 0.2 + 0.04, 1e-6);
   // The age is that of the end of the list, here a record 50 s ahead.
-  inputOrbit(kToe + 60.0, {0.0});
+  inputOrbit(kToe + 60.0, 0.0);
   read(kToeSod + 10.0);
   EXPECT_NEAR(clockCorrection(kToeSod + 10.0), 1.0 + 0.5 + 0.25, 1e-6);
 }
 
 TEST_F(Ssr, OneRecordServesTheWholeEpoch) {
-  inputOrbit(kToe, {1.0});
+  inputOrbit(kToe, 1.0);
   read(kToeSod + 40.0);
-  inputOrbit(kToe + 40.0, {2.0});  // a feeder delivers in the middle of the epoch
+  inputOrbit(kToe + 40.0, 2.0);  // a feeder delivers in the middle of the epoch
   read(kToeSod + 40.0);
   EXPECT_EQ(store->m_cur.m_dorb[gps][0], 1.0);
   read(kToeSod + 40.0 - 0.075);  // emission time

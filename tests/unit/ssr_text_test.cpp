@@ -8,17 +8,10 @@
 #include "corrections/sources.h"
 #include "support/host_files.h"
 
+namespace gnx::test {
 namespace {
 
-using gnx::CorrectionBatch;
-using gnx::EphemerisTimeline;
-using gnx::GpsTime;
-using gnx::SsrTextOptions;
-using gnx_test::inputError;
-using testing::HasSubstr;
-using testing::SizeIs;
-
-const GpsTime kStart = gnx::toGpsTime({2021, 3, 19, 12, 0, 0.0});
+const GpsTime kStart = toGpsTime({2021, 3, 19, 12, 0, 0.0});
 
 std::string block(const std::string& kind, int second, int count, const std::string& lines,
                   int interval = 0) {
@@ -46,7 +39,7 @@ class SsrText : public testing::Test {
   std::vector<CorrectionBatch> batches(const std::string& content, SsrTextOptions options = {},
                                        const EphemerisTimeline* timeline = nullptr) {
     options.files = {m_dir.write("a.ssr", content)};
-    const auto source = gnx::makeSsrTextSource(options, timeline);
+    const auto source = makeSsrTextSource(options, timeline);
     std::vector<CorrectionBatch> all;
     for (CorrectionBatch b; source->next(b);) all.push_back(b);
     return all;
@@ -54,7 +47,7 @@ class SsrText : public testing::Test {
   std::string refusal(const std::string& content) {
     return inputError([&] { batches(content); });
   }
-  gnx_test::TempDir m_dir;
+  TempDir m_dir;
 };
 
 TEST_F(SsrText, RefusalsNameLineAndField) {
@@ -133,22 +126,22 @@ TEST_F(SsrText, DeliveryFollowsTheTable) {
 
 TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
   // Issue 8 has a time of clock off the 300-s grid: the engine refuses it and holds issue 7.
-  gnx::BroadcastEph held;
-  held.sat = "G03";
-  held.iode = 7;
-  held.toc = held.toe = kStart;
-  held.transmission = kStart + -7182.0;
-  held.sqrtA = 5153.65;
-  held.e = 0.01;
-  held.i0 = 0.96;
-  held.deltaN = 4e-9;
-  held.af = {1e-4, 1e-12, 0.0};
-  gnx::BroadcastEph refused = held;
+  const BroadcastEph held{.sat = "G03",
+                          .toc = kStart,
+                          .toe = kStart,
+                          .transmission = kStart + -7182.0,
+                          .af = {1e-4, 1e-12, 0.0},
+                          .iode = 7,
+                          .deltaN = 4e-9,
+                          .e = 0.01,
+                          .sqrtA = 5153.65,
+                          .i0 = 0.96};
+  BroadcastEph refused = held;
   refused.iode = 8;
   refused.toc = refused.toe = kStart + -16.0;
   refused.m0 = 1e-7;
   refused.af[0] += 3e-9;
-  gnx::NavData nav;
+  NavData nav;
   nav.keplerian = {held, refused};
   const EphemerisTimeline timeline(nav, kStart);
 
@@ -156,12 +149,11 @@ TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
   const auto moved = batches(orbit(0, 8) + clock(0, 8), {}, &timeline);
   ASSERT_EQ(plain[0].orbitClock[0].iod, 8);
   ASSERT_EQ(moved[0].orbitClock[0].iod, 7);
-  const gnx::SatState want =
-      gnx::applyCorrection(gnx::evaluateBroadcast(refused, kStart), plain[0].orbitClock[0], 0.0);
-  const gnx::SatState got =
-      gnx::applyCorrection(gnx::evaluateBroadcast(held, kStart), moved[0].orbitClock[0], 0.0);
+  const SatState want = applyCorrection(evaluateBroadcast(refused, kStart), plain[0].orbitClock[0], 0.0);
+  const SatState got = applyCorrection(evaluateBroadcast(held, kStart), moved[0].orbitClock[0], 0.0);
   for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(got.position[k], want.position[k], 1e-6);
   EXPECT_NEAR(got.clock, want.clock, 1e-15);
 }
 
 }  // namespace
+}  // namespace gnx::test

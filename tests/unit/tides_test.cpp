@@ -2,7 +2,7 @@
 
 #include "Core/Model/Tides.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 
@@ -17,17 +17,15 @@ namespace {
 
 class TidesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
+  TidesTest() {
     Taiutc& table = Taiutc::s_getInstance();
     table.m_mjds = {41317, 53736, 54832, 56109, 57204, 57754, 99999};
     table.m_taiutc = {10, 33, 34, 35, 36, 37, 37};
   }
 };
 
-void expectVector(const double* got, double x, double y, double z, double tolerance) {
-  EXPECT_NEAR(got[0], x, tolerance);
-  EXPECT_NEAR(got[1], y, tolerance);
-  EXPECT_NEAR(got[2], z, tolerance);
+void expectVector(const double (&got)[3], double x, double y, double z, double tolerance) {
+  EXPECT_THAT(got, testing::Pointwise(testing::DoubleNear(tolerance), {x, y, z}));
 }
 
 constexpr double kStation[3] = {4075578.385, 931852.890, 4801570.154};
@@ -81,27 +79,20 @@ TEST_F(TidesTest, OceanLoadingMeetsThePublishedStations) {
   for (const char* name : {"Onsala", "Reykjavik"}) {
     const Json::Value& station = cases["stations"][name];
     double table[6][11];
-    for (int r = 0; r < 3; ++r) {
+    for (int r = 0; r < 3; ++r)
       for (int c = 0; c < 11; ++c) {
         table[r][c] = station["blq_amplitudes_m"][r][c].asDouble();
         table[r + 3][c] = station["blq_phases_deg"][r][c].asDouble() * kDegToRad;
       }
-    }
     const Json::Value& published = station["published_2015"];
-    const int n = static_cast<int>(published.size());
-    ASSERT_EQ(n, 24);
-    std::vector<double> out(static_cast<std::size_t>(3 * n));
-    hardisp(mjd, 4245.0, table, n, 3600.0, out.data());
-    for (int i = 0; i < n; ++i) {
-      // published: up, south, west in metres; ours: east, north, up in millimetres
-      const double* enu = &out[static_cast<std::size_t>(3 * i)];
-      EXPECT_NEAR(enu[2] * 1e-3, published[i][0].asDouble(), 1e-6) << name << " hour " << i;
-      EXPECT_NEAR(-enu[1] * 1e-3, published[i][1].asDouble(), 1e-6) << name << " hour " << i;
-      EXPECT_NEAR(-enu[0] * 1e-3, published[i][2].asDouble(), 1e-6) << name << " hour " << i;
-    }
-    double single[3];
+    ASSERT_EQ(published.size(), 24u);
+    double enu[24][3], single[3];
+    hardisp(mjd, 4245.0, table, 24, 3600.0, enu[0]);
+    for (int i = 0; i < 24; ++i)
+      for (int k = 0; k < 3; ++k)  // published: up, south, west in metres; ours: east, north, up in mm
+        EXPECT_NEAR(enu[i][2 - k] * (k == 0 ? 1e-3 : -1e-3), published[i][k].asDouble(), 1e-6) << name << i;
     hardisp(mjd, 4245.0 + 5 * 3600.0, table, 1, 0.0, single);
-    EXPECT_NEAR(single[2], out[17], 1e-3) << "a single epoch equals the series";
+    EXPECT_NEAR(single[2], enu[5][2], 1e-3) << "a single epoch equals the series";
   }
 }
 

@@ -39,10 +39,9 @@ TEST_F(Upd, SetsComeBackWhole) {
   out.m_value[0] = 77.0;
   store.m_inquireComb(kDay, 0.0, "comb", "wl", out);
   EXPECT_EQ(out.m_sod, 30.0);
-  for (int i = 0; i < tarvio::kMaxSat; ++i)
-    EXPECT_TRUE(out.m_value[i] == in.m_value[i] && out.m_sig[i] == in.m_sig[i] &&
-                out.m_time[i] == in.m_time[i])
-        << i;
+  EXPECT_TRUE(std::ranges::equal(out.m_value, in.m_value));
+  EXPECT_TRUE(std::ranges::equal(out.m_sig, in.m_sig));
+  EXPECT_TRUE(std::ranges::equal(out.m_time, in.m_time));
 }
 
 // The same rules by a plain walk over a plain list of times and values.
