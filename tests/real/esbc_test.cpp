@@ -71,7 +71,6 @@ TEST_F(EsbcDay, BroadcastOrbitsAloneGiveAMetre) {
   EXPECT_EQ(r.epochs.size(), 2880U);
 }
 
-}  // namespace
 TEST_F(EsbcDay, TheSameInputGivesTheSameOutput) {
   ReplayOptions o = esbc(directory.path() / "a", "kinematic");
   useProducts(o);
@@ -87,4 +86,5 @@ TEST_F(EsbcDay, TheSameInputGivesTheSameOutput) {
   }
 }
 
+}  // namespace
 }  // namespace gnx::test
