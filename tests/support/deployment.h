@@ -12,45 +12,30 @@
 
 #include <json/json.h>
 
-#include <cstdarg>
-#include <cstdio>
+#include <algorithm>
 #include <map>
 #include <sstream>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "Interface/Controller.h"
+#include "formats/printed.h"
 #include "support/child.h"
 #include "support/files.h"
 
 namespace support {
 
-inline std::string print(const char* format, ...) __attribute__((format(printf, 1, 2)));
-inline std::string print(const char* format, ...) {
-  char text[1024];
-  va_list args;
-  va_start(args, format);
-  std::vsnprintf(text, sizeof text, format, args);
-  va_end(args);
-  return text;
-}
-
-// ---- data files ----
+using gnx::printed;
 
 /// Name and type word, as in the satellite list.
 using SatelliteList = std::vector<std::pair<std::string, std::string>>;
 
-struct SatelliteSpan {
-  char letter;
-  int first, last;
-  const char* type;
-};
-
-inline SatelliteList satelliteRange(const std::vector<SatelliteSpan>& spans) {
+/// By letter, first and last number, type word.
+inline SatelliteList satelliteRange(const std::vector<std::tuple<char, int, int, const char*>>& spans) {
   SatelliteList list;
   for (const auto& [letter, first, last, type] : spans)
-    for (int k = first; k <= last; ++k) list.emplace_back(print("%c%02d", letter, k), type);
+    for (int k = first; k <= last; ++k) list.emplace_back(printed("%c%02d", letter, k), type);
   return list;
 }
 
@@ -78,7 +63,7 @@ inline SatelliteBlock blockOf(char letter) {
 
 /// A line of an ANTEX file: content, label in column 60.
 inline std::string antexLine(const std::string& content, const char* label) {
-  return print("%-60s%-20s\n", content.c_str(), label);
+  return printed("%-60s%-20s\n", content.c_str(), label);
 }
 
 inline std::string antexHeader(char type = 'A') {
@@ -89,7 +74,7 @@ inline std::string antexHeader(char type = 'A') {
 /// One frequency section with a pattern of zeros; north, east, up in millimetres.
 inline std::string antexFrequency(const std::string& code, double north, double east, double up) {
   return antexLine("   " + code, "START OF FREQUENCY") +
-         antexLine(print("%10.2f%10.2f%10.2f", north, east, up), "NORTH / EAST / UP") +
+         antexLine(printed("%10.2f%10.2f%10.2f", north, east, up), "NORTH / EAST / UP") +
          "   NOAZI    0.00    0.00    0.00\n" + antexLine("   " + code, "END OF FREQUENCY");
 }
 
@@ -97,13 +82,13 @@ inline std::string antexFrequency(const std::string& code, double north, double 
 inline std::string antexBlock(const std::string& type, const std::string& serial,
                               const std::string& frequencies, const std::string& validity = "") {
   return antexLine("", "START OF ANTENNA") +
-         antexLine(print("%-20s%-20s", type.c_str(), serial.c_str()), "TYPE / SERIAL NO") +
+         antexLine(printed("%-20s%-20s", type.c_str(), serial.c_str()), "TYPE / SERIAL NO") +
          antexLine("     0.0", "DAZI") + antexLine("     0.0  14.0   7.0", "ZEN1 / ZEN2 / DZEN") +
          antexLine("     3", "# OF FREQUENCIES") + validity + frequencies + antexLine("", "END OF ANTENNA");
 }
 
 inline std::string antexTime(int year, int month, int day, const char* label) {
-  return antexLine(print("%6d%6d%6d     0     0    0.0000000", year, month, day), label);
+  return antexLine(printed("%6d%6d%6d     0     0    0.0000000", year, month, day), label);
 }
 
 /// Offsets of satellites: north 1000 mm, east the satellite number in mm, up 2000 mm plus the code
@@ -122,12 +107,12 @@ inline std::string antexFile(const SatelliteList& satellites) {
 
 inline std::string satnavRow(const std::string& name, const std::string& block, int startYear, int endYear) {
   std::string field = block;
-  if (const std::size_t blank = field.find(' '); blank != std::string::npos) field[blank] = '~';
+  std::ranges::replace(field, ' ', '~');
   const auto day = [](int year) {
-    return year == 0 ? std::string("0000 00 00 00 00 00") : print("%04d 01 01 00 00 00", year);
+    return year == 0 ? std::string("0000 00 00 00 00 00") : printed("%04d 01 01 00 00 00", year);
   };
-  return print("%-3s  %03d  %-20s  %-9s  %s  %s  %6.1f  %4d\n", name.c_str(), 700, field.c_str(), "2011-036A",
-               day(startYear).c_str(), day(endYear).c_str(), 1633.0, 7);
+  return printed("%-3s  %03d  %-20s  %-9s  %s  %s  %6.1f  %4d\n", name.c_str(), 700, field.c_str(),
+                 "2011-036A", day(startYear).c_str(), day(endYear).c_str(), 1633.0, 7);
 }
 
 /// PART 1 only unless rows of PART 2 are given.
@@ -145,7 +130,7 @@ inline std::string satelliteListFile(const SatelliteList& satellites) {
 /// GPT2w grid of 1 degree, the same mid-latitude atmosphere in every cell. Made once per machine.
 inline fs::path flatTroposphereGrid() {
   const fs::path path =
-      fs::temp_directory_path() / print("gnx-test-grid-%d-v1.grd", static_cast<int>(getuid()));
+      fs::temp_directory_path() / printed("gnx-test-grid-%d-v1.grd", static_cast<int>(getuid()));
   if (fs::exists(path)) return path;
   // p (Pa), T (K), Q, dT, undulation, height, ah, aw, lambda, Tm; Q, dT, ah, aw times 1000
   const std::string cell =
@@ -154,14 +139,12 @@ inline fs::path flatTroposphereGrid() {
   std::string text = "%  lat    lon   constant atmosphere\n";
   for (int row = 0; row < 180; ++row)
     for (int column = 0; column < 360; ++column)
-      text += print("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
+      text += printed("%6.1f %6.1f", 89.5 - row, 0.5 + column) + cell;
   const fs::path draft = path.string() + "." + std::to_string(getpid());
   writeFile(draft, text);
   fs::rename(draft, path);  // whole or not at all, whoever else makes it at the same time
   return path;
 }
-
-// ---- the deployment ----
 
 class Deployment {
  public:
@@ -169,7 +152,8 @@ class Deployment {
   Json::Value tables;     ///< table of data files
   Json::Value ambiguity;  ///< ambiguity layers
   Json::Value smoothing;  ///< smoothing combinations, read by layers of type "mw"
-  SatelliteList satellites;
+  SatelliteList satellites = satelliteRange(
+      {{'G', 1, 4, "GPS"}, {'E', 1, 3, "GAL"}, {'C', 19, 21, "BD3"}, {'C', 6, 7, "BD2"}, {'J', 2, 2, "QZS"}});
   bool withGrid = false;  ///< provide the troposphere grid (9 MB, needed by runs, not by the load)
   // Contents of the data files; empty ones are made from the satellite list by write().
   std::string satconf, satnav, antpcv;
@@ -177,11 +161,6 @@ class Deployment {
   std::string ratio = "nrow 0 ndim 0\n";
 
   Deployment() {
-    satellites = satelliteRange({{'G', 1, 4, "GPS"},
-                                 {'E', 1, 3, "GAL"},
-                                 {'C', 19, 21, "BD3"},
-                                 {'C', 6, 7, "BD2"},
-                                 {'J', 2, 2, "QZS"}});
     makeConfig();
     makeTables();
     makeAmbiguity();

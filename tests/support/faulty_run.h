@@ -15,14 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
 #include <functional>
-#include <map>
 #include <set>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "corrections/correction_source.h"
 #include "deployment/deployment.h"
@@ -33,7 +27,6 @@
 #include "report/solution.h"
 #include "simulate/simulation.h"
 #include "simulate/vector3.h"
-#include "support/child.h"
 #include "support/deployment.h"
 
 namespace gnx::test {
@@ -111,12 +104,12 @@ class SimulatedSky {
       const SsrOrbit orbit = sky.orbitCorrection(i, b.tag, b.tag);
       const SsrClock satClock = sky.clockCorrection(i, b.tag, b.tag);
       b.orbitClock.push_back({orbit.sat, orbit.iod, orbit.delta, orbit.rate, satClock.c});
-      SatBiases biases{orbit.sat, {}, {}};
+      SatBiases& biases = b.biases.emplace_back();
+      biases.sat = orbit.sat;
       for (const auto& [signal, value] : sky.satellites()[i].codeBias)
         biases.code.push_back({signal, value, 0, 0, 0});
       for (const auto& [signal, value] : sky.satellites()[i].phaseBias)
         biases.phase.push_back({signal, value, 1, 2, 0});
-      b.biases.push_back(std::move(biases));
     }
     return b;
   }
@@ -222,8 +215,7 @@ class FaultyRun {
     const support::ChildResult child = support::runInChild([&] { host(sky, faults, setup); });
     EXPECT_EQ(child.status, 0) << child.output.substr(std::max<std::size_t>(child.output.size(), 3000) -
                                                       3000);
-    std::istringstream out(child.output);
-    for (std::string line; std::getline(out, line);) {
+    for (const std::string& line : support::linesOf(child.output)) {
       if (const auto epoch = parseSolutionLine(line)) epochs.push_back(*epoch);
       else output.push_back(line);
     }
@@ -287,11 +279,10 @@ class FaultyRun {
   /// them has do not count, infinity without any common one.
   double change(const FaultyRun& other, double from, double to = 1e9) const {
     double largest = -1.0;
-    for (const SolutionEpoch& e : epochs) {
-      const double t = secondsOf(e);
-      const SolutionEpoch* o = t >= from && t <= to ? other.at(t) : nullptr;
-      if (o != nullptr) largest = std::max(largest, length(minus(e.xyz, o->xyz)));
-    }
+    for (const SolutionEpoch& o : other.epochs)
+      if (const SolutionEpoch* e = at(secondsOf(o));
+          e != nullptr && secondsOf(o) >= from && secondsOf(o) <= to)
+        largest = std::max(largest, length(minus(e->xyz, o.xyz)));
     return largest < 0.0 ? HUGE_VAL : largest;
   }
   /// The largest distance to a place between two times, m.
@@ -316,15 +307,13 @@ class FaultyRun {
 
   /// The log rolls over: the files of old have the time behind their names, the youngest has none.
   void readLog() {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(m_directory.path() / "log"))
-      if (entry.path().filename().string().starts_with("tarvio.stat.")) files.push_back(entry.path());
-    std::ranges::sort(files);
-    files.push_back(m_directory.path() / "log/tarvio.stat");
-    for (const auto& file : files) {
-      std::istringstream stat(support::readFile(file));
-      for (std::string line; std::getline(stat, line);) log.push_back(line);
-    }
+    const std::filesystem::path directory = m_directory.path() / "log";
+    std::set<std::filesystem::path> old;
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+      if (entry.path().filename().string().starts_with("tarvio.stat.")) old.insert(entry.path());
+    std::string text;
+    for (const auto& file : old) text += support::readFile(file);
+    log = support::linesOf(text + support::readFile(directory / "tarvio.stat"));
   }
 
   void host(const SimulatedSky& sky, const Faults& faults, const RunSetup& setup) const {

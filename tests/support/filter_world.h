@@ -6,16 +6,15 @@
 /// comparisons at 1e-9 m.
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <map>
 #include <memory>
-#include <numeric>
 #include <random>
-#include <string>
-#include <vector>
 
+#include "Common/ComGeometry.h"
 #include "Core/Filter/SrifFilter.h"
 #include "Core/Model/Model.h"
+#include "support/dense_lsq.h"
 #include "support/table_fixture.h"
 
 namespace gnx_test {
@@ -23,9 +22,9 @@ namespace gnx_test {
 /// One row as the model made it.
 struct WorldRow {
   int sat, slot, kind;
-  double xx, wgt;
-  double los[3], mapwet, dispersion, lam;
-  double reference;  ///< what the model has taken out: los.m_x and the receiver clock, m
+  double xx = 0.0, wgt = 0.0;
+  double los[3] = {}, mapwet = 0.0, dispersion = 0.0, lam = 0.0;
+  double reference = 0.0;  ///< what the model has taken out: los.m_x and the receiver clock, m
 };
 
 struct FilterWorld {
@@ -42,16 +41,6 @@ struct FilterWorld {
 
   double m_gauss() { return std::normal_distribution<double>()(random); }
 
-  void m_direction(int isat, tarvio::Ssat_t& sat) const {
-    sat.m_elev = 0.25 + 0.09 * ((isat * 7) % 13) + 2.0e-4 * time * (isat % 2 ? 1.0 : -0.5);
-    sat.m_azim = 0.9 * isat + 3.0e-4 * time;
-    sat.m_los[0] = -std::cos(sat.m_elev) * std::sin(sat.m_azim);
-    sat.m_los[1] = -std::cos(sat.m_elev) * std::cos(sat.m_azim);
-    sat.m_los[2] = -std::sin(sat.m_elev);
-    sat.m_mapwet = 1.0 / std::sin(sat.m_elev);
-    sat.m_ionmap = 1.0;
-  }
-
   /// Fills residuals, weights and lists of a station by the values above.
   void m_fill(tarvio::Station& sta) {
     using namespace tarvio;
@@ -63,7 +52,13 @@ struct FilterWorld {
     sta.m_idxList = static_cast<int*>(std::calloc(kMaxSat * 8 * 4, sizeof(int)));
     for (int isat = 0; isat < config.m_nsat; ++isat) {
       Ssat_t& sat = sta.m_sat[isat];
-      m_direction(isat, sat);
+      sat.m_elev = 0.25 + 0.09 * ((isat * 7) % 13) + 2.0e-4 * time * (isat % 2 ? 1.0 : -0.5);
+      sat.m_azim = 0.9 * isat + 3.0e-4 * time;
+      sat.m_los[0] = -std::cos(sat.m_elev) * std::sin(sat.m_azim);
+      sat.m_los[1] = -std::cos(sat.m_elev) * std::cos(sat.m_azim);
+      sat.m_los[2] = -std::sin(sat.m_elev);
+      sat.m_mapwet = 1.0 / std::sin(sat.m_elev);
+      sat.m_ionmap = 1.0;
       if (!visible[isat]) continue;
       const int isys = config.m_sysOfRow(isat);
       for (int f = 0; f < config.m_nfreqUsed[isys]; ++f)
@@ -73,8 +68,7 @@ struct FilterWorld {
     for (std::size_t i = 0; i < rows.size(); ++i) {
       sta.m_omcList[i] = rows[i].xx;
       sta.m_wgtList[i] = rows[i].wgt;
-      const int index[4] = {rows[i].sat, rows[i].slot, rows[i].kind, -1};
-      std::copy_n(index, 4, sta.m_idxList + 4 * i);
+      std::ranges::copy(std::array{rows[i].sat, rows[i].slot, rows[i].kind, -1}, sta.m_idxList + 4 * i);
     }
   }
 
@@ -84,23 +78,17 @@ struct FilterWorld {
     const Deploy& config = Controller::s_getInstance()->m_deploy;
     Ssat_t& sat = sta.m_sat[isat];
     const double* freq = Tables::satellite(isat).m_freq;
-    WorldRow row{};
-    row.sat = isat;
-    row.slot = f;
-    row.kind = kind;
+    WorldRow row{.sat = isat, .slot = f, .kind = kind};
     row.wgt = (kind == 2 ? 1.0 / 0.003 : 1.0 / 0.3) * std::min(1.0, 2.0 * std::sin(sat.m_elev));
     std::copy_n(sat.m_los, 3, row.los);
     row.mapwet = sat.m_mapwet;
     row.dispersion = freq[0] * freq[0] / (freq[f] * freq[f]);
     row.lam = kind == 2 ? kLight / freq[f] : 0.0;
     const double offset = isys == config.m_refsys ? 0.0 : isb[isys];
-    double value = clock + offset + row.mapwet * ztd + (kind == 2 ? -1.0 : 1.0) * row.dispersion * ion[isat] +
-                   row.lam * amb[isat][f] + noise * m_gauss() / row.wgt;
-    row.reference = sta.m_rclk[config.m_refsys];
-    for (int i = 0; i < 3; ++i) {
-      value += row.los[i] * position[i];
-      row.reference += row.los[i] * sta.m_x[i];
-    }
+    const double value = dot(3, row.los, position) + clock + offset + row.mapwet * ztd +
+                         (kind == 2 ? -1.0 : 1.0) * row.dispersion * ion[isat] + row.lam * amb[isat][f] +
+                         noise * m_gauss() / row.wgt;
+    row.reference = sta.m_rclk[config.m_refsys] + dot(3, row.los, sta.m_x);
     const int place = kind == 2 ? f : kFreq + f;
     row.xx = value - row.reference + fault[isat][place];
     sat.m_xx[place] = row.xx;
@@ -114,8 +102,7 @@ struct Slip {
   int isat, slot;
 };
 
-class WorldModel : public tarvio::Model {
- public:
+struct WorldModel : tarvio::Model {
   WorldModel(tarvio::SrifFilter* filter, tarvio::Station* sta, FilterWorld* world)
       : Model(filter, sta), m_world(world) {}
   void gnssModel(bool) override { m_world->m_fill(*m_sta); }
@@ -125,23 +112,14 @@ class WorldModel : public tarvio::Model {
 };
 
 /// Seven GPS and six Galileo satellites on two frequencies, one kinematic station.
-class FilterFixture : public TableFixture {
- protected:
+struct FilterFixture : TableFixture {
   FilterFixture() {
     using namespace tarvio;
-    frequencies('G', 2, {"L1", "L2"});
-    frequencies('E', 2, {"L1", "L5"});
-    addConstellation('G', 7);
-    addConstellation('E', 6);
-    s_copyText(deploy().m_syslist, "GE");
-    deploy().m_nsys = 2;
-    deploy().m_refsys = 0;
+    gpsAndGalileo(7, 6);
     s_copyText(deploy().m_ztdmodel, "ZTD");
     s_copyText(deploy().m_ionmodel, "STO");
     s_copyText(deploy().m_icbDcb, "ICB_NONE");
     s_copyText(deploy().m_p1p2Dcb, "DCB_NONE");
-    s_copyText(deploy().m_ambmode, "CONT");
-    s_copyText(deploy().m_diaType, "batch");
     deploy().m_noiseCoef[0] = deploy().m_noiseCoef[1] = 1.0;
     std::fill_n(world.visible, deploy().m_nsat, true);
     for (int i = 0; i < deploy().m_nsat; ++i) {
@@ -155,7 +133,8 @@ class FilterFixture : public TableFixture {
     for (int i = 0; i < deploy().m_nsat; ++i) setCarriers(i);
   }
 
-  void m_build(char skd = 'K', double interval = 30.0) {
+  template <class Filter = tarvio::SrifFilter>
+  void m_build(char skd = 'K') {
     using namespace tarvio;
     Station sta("STAN");
     sta.m_skd = skd;
@@ -168,7 +147,7 @@ class FilterFixture : public TableFixture {
       sta.m_qXyz[i] = 0.05;
       sta.m_rot[i][i] = 1.0;
     }
-    filter = std::make_unique<SrifFilter>(std::vector<Station>(1, sta), interval);
+    filter = std::make_unique<Filter>(std::vector<Station>(1, sta), 30.0);
     filter->m_set_prosys("GE");
     delete station().m_model;
     station().m_model = new WorldModel(filter.get(), &station(), &world);
@@ -176,8 +155,8 @@ class FilterFixture : public TableFixture {
 
   tarvio::Station& station() { return filter->m_stations[0]; }
 
-  /// An epoch up to its rows in the array.
-  void m_begin(double sod, const std::vector<Slip>& slips = {}) {
+  /// An epoch up to its rows from the model.
+  void m_receive(double sod) {
     world.time = sod;
     tarvio::Rnxobs obs;
     obs.m_mjd = 60000;
@@ -186,6 +165,10 @@ class FilterFixture : public TableFixture {
     if (filter->v_isInit()) filter->v_onTimeUpdate();
     else filter->v_onFilterInit();
     filter->v_onObsUpdate();
+  }
+  /// An epoch up to its rows in the array.
+  void m_begin(double sod, const std::vector<Slip>& slips = {}) {
+    m_receive(sod);
     filter->v_onDataQC();
     for (const Slip& slip : slips) station().m_sat[slip.isat].m_slip[slip.slot] = 4;
     filter->v_onPrepare();
@@ -214,33 +197,26 @@ class FilterFixture : public TableFixture {
     return all;
   }
 
-  /// Covariance of the columns, from the triangle.
-  std::vector<std::vector<double>> m_covariance() const {
-    const auto n = static_cast<std::size_t>(filter->imtx);
-    std::vector<std::vector<double>> inverse(n, std::vector<double>(n)), covariance = inverse;
-    for (std::size_t c = 0; c < n; ++c)
-      for (std::size_t i = c + 1; i-- > 0;) {
-        double sum = i == c ? 1.0 : 0.0;
-        for (std::size_t k = i + 1; k <= c; ++k) sum -= m_r(i, k) * inverse[k][c];
-        inverse[i][c] = sum / m_r(i, i);
-      }
-    for (std::size_t i = 0; i < n; ++i)
-      for (std::size_t j = 0; j < n; ++j)
-        covariance[i][j] = std::inner_product(inverse[i].begin(), inverse[i].end(), inverse[j].begin(), 0.0);
-    return covariance;
+  /// The triangle as a dense system, for the covariance of its columns.
+  DenseLsq m_dense() const {
+    DenseLsq dense;
+    for (int i = 0; i < filter->imtx; ++i) dense.m_unknown();
+    for (int i = 0; i < filter->imtx; ++i) {
+      DenseLsq::Terms terms;
+      for (int c = i; c < filter->imtx; ++c) terms.emplace_back(c, m_r(i, c));
+      dense.m_row(terms, 0.0, 1.0);
+    }
+    dense.m_solve();
+    return dense;
   }
-
-  double m_r(std::integral auto row, std::integral auto column) const {
-    return filter->infs[filter->iptx[column] + static_cast<int>(row)];
-  }
+  double m_r(int row, int column) const { return filter->infs[filter->iptx[column] + row]; }
 
   FilterWorld world;
   std::unique_ptr<tarvio::SrifFilter> filter;
 };
 
 /// The fixture with three ambiguity layers on the first three frequencies and their record.
-class AmbiguityFixture : public FilterFixture {
- protected:
+struct AmbiguityFixture : FilterFixture {
   static constexpr int kGps = 0, kGalileo = 2;  ///< system indices
   static constexpr int kEwl = 0, kWl = 1, kN1 = 2;
 
@@ -260,6 +236,9 @@ class AmbiguityFixture : public FilterFixture {
   }
   tarvio::Upd_ambconfig& m_cfg(int layer) { return deploy().m_ambconfig[layer]; }
   std::map<std::string, double>& m_record(const char* tag) { return filter->m_fixmap["STAN"][tag]; }
+  /// Integer of a satellite in the record, and how it came about.
+  double m_value(const char* tag, int isat) { return m_record(tag).at(deploy().m_cprn[isat]); }
+  double m_state(const char* tag, int isat) { return m_record(tag).at(deploy().m_cprn[isat] + "_ifab"); }
   void m_inject(const char* tag, int isat, double value, double state) {
     m_record(tag)[deploy().m_cprn[isat]] = value;
     m_record(tag)[deploy().m_cprn[isat] + "_ifab"] = state;

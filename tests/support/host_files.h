@@ -7,6 +7,7 @@
 #include <string>
 
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "support/files.h"
 
 namespace gnx::test {
@@ -14,6 +15,7 @@ namespace gnx::test {
 using support::readFile;
 using support::realFile;
 using TempDir = support::TemporaryDirectory;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -42,7 +44,7 @@ std::string inputError(Action&& action) {
 /// What gzip makes of a content.
 inline std::string packed(const std::string& content) {
   const TempDir dir;
-  const std::string path = (dir.path() / "packed.gz").string();
+  const std::string path = dir.path() / "packed.gz";
   gzFile file = gzopen(path.c_str(), "wb");
   gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
   gzclose(file);

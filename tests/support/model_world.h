@@ -9,8 +9,6 @@
 #include <cmath>
 #include <map>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "Common/Com.h"
 #include "Core/Filter/SrifFilter.h"
@@ -19,7 +17,6 @@
 #include "Core/Model/SunMoon.h"
 #include "Core/Model/Tides.h"
 #include "Core/Model/Tropo_vmf1.h"
-#include "Interface/Controller.h"
 #include "support/deployment.h"
 #include "support/table_fixture.h"
 
@@ -57,8 +54,6 @@ struct KeplerEllipse {
     v = plane(-a * std::sin(E) * rate, b * std::cos(E) * rate);
     if (eccentricAnomaly) *eccentricAnomaly = E;
   }
-
- private:
   Vec plane(double p, double q) const {
     const double u = p * std::cos(perigee) - q * std::sin(perigee),
                  w = p * std::sin(perigee) + q * std::cos(perigee);
@@ -70,8 +65,7 @@ inline constexpr int kMjd = 59025;  // 2020-06-25
 inline constexpr double kSod = 43200.0;
 
 /// Orbits in the terrestrial frame, time counted from kMjd, kSod.
-class EllipseOrbits : public OrbitAdapter {
- public:
+struct EllipseOrbits : OrbitAdapter {
   std::map<std::string, KeplerEllipse> m_orbit;
 
   using OrbitAdapter::v_readOrbit;
@@ -90,29 +84,24 @@ class EllipseOrbits : public OrbitAdapter {
   }
 };
 
-class ModelWorld : public gnx_test::Tables {
- public:
+struct ModelWorld : gnx_test::Tables {
   static constexpr Vec kTruth = {3582105.2, 532589.7, 5232754.8};
 
-  explicit ModelWorld(int gps = 10, int galileo = 8,
-                      std::initializer_list<const char*> gpsNames = {"L1", "L2"},
-                      std::initializer_list<const char*> galileoNames = {"L1", "L5"})
+  explicit ModelWorld(int gps = 10, int galileo = 8)
       : m_filter(std::vector<Station>{Station("STAN")}, 30.0), sta(m_filter.m_stations[0]) {
     m_filter.m_orbAdapters = {&orbits};
     Deploy& d = deploy();
     s_copyText(d.m_refpoint, "CoM_ITRF");
     d.m_litrs = true;
-    d.m_lsnr = d.m_ldebug = false;
-    d.m_noiseByFreq.clear();
-    m_frequencies('G', gpsNames);
-    m_frequencies('E', galileoNames);
-    s_copyText(d.m_syslist, "GE");
-    d.m_nsys = 2;
-    d.m_refsys = 0;
-    m_tables();
+    gpsAndGalileo(gps, galileo);
+    ifPair('G', "L1", "L2");
+    ifPair('E', "L1", "L5");
+    d.m_fileTable["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+    d.m_fileTable["ocload"] = m_directory.write("blq", "$$ no site\n");
+    d.m_fileTable["gptgrd_w"] = support::flatTroposphereGrid().string();
+    Tropo_vmf1::s_getInstance();  // read once in a process
     m_stationTruth();
-    m_sky('G', gps);
-    m_sky('E', galileo);
+    for (int isat = 0; isat < gps + galileo; ++isat) m_placeInSky(isat, isat < gps ? 2.656e7 : 2.96e7);
   }
 
   SrifFilter* filter() { return &m_filter; }
@@ -135,75 +124,43 @@ class ModelWorld : public gnx_test::Tables {
   }
 
   EllipseOrbits orbits;
-
- private:
   support::TemporaryDirectory m_directory;
   SrifFilter m_filter;
-
- public:
   Station& sta;
   double receiverClock_m = 12345.6, interSystem_m = -17.5;
 
  private:
-  void m_tables() {
-    auto& files = deploy().m_fileTable;
-    files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
-    files["ocload"] = m_directory.write("blq", "$$ no site\n");
-    files.erase("jpleph");
-    files["gptgrd_w"] = support::flatTroposphereGrid().string();
-    Tropo_vmf1::s_getInstance();  // read once in a process
-  }
-
-  static void m_frequencies(char letter, std::initializer_list<const char*> names) {
-    frequencies(letter, static_cast<int>(names.size()), names);
-    ifPair(letter, names.begin()[0], names.begin()[1]);
-  }
-
   void m_stationTruth() {
     sta.m_mjd = kMjd;
     sta.m_sod = kSod;
     sta.m_cutoff = 5.0 * kDegToRad;
-    const double enu[3] = {0.012, -0.034, 1.2};
-    std::copy(enu, enu + 3, sta.m_enu);
+    std::ranges::copy(Vec{0.012, -0.034, 1.2}, sta.m_enu);
     for (int s : {0, 2})
-      for (int f = 0; f < kFreq; ++f) {
-        const double offset[3] = {0.003 * f, -0.002 * s, 0.08 + 0.03 * f};
-        std::copy(offset, offset + 3, sta.m_antenu[s][f]);
-      }
-    std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), 0.3);
-    std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), 0.003);
+      for (int f = 0; f < kFreq; ++f)
+        std::ranges::copy(Vec{0.003 * f, -0.002 * s, 0.08 + 0.03 * f}, sta.m_antenu[s][f]);
+    std::ranges::fill(sta.m_sigCode, 0.3);
+    std::ranges::fill(sta.m_sigPhase, 0.003);
     xyzblh(kTruth.data(), 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_blh);
     rot_enu2xyz(m_blh[0], m_blh[1], m_rot);
   }
 
-  /// Satellites above 15 degrees at random places of the sky.
-  void m_sky(char letter, int count) {
-    for (int number = 1; number <= count;) {
-      const auto draw = [this](double a, double b) {
-        return std::uniform_real_distribution<>(a, b)(m_random);
-      };
-      const double a = letter == 'G' ? 2.656e7 : 2.96e7, e = draw(0.002, 0.015), turn = 6.28;
-      const KeplerEllipse orbit{a, e, 0.97, draw(0.0, turn), draw(0.0, turn), draw(0.0, turn)};
-      Vec x, v;
+  /// Puts a satellite at a random place of the sky above 15 degrees.
+  void m_placeInSky(int isat, double semiMajorAxis) {
+    const auto draw = [this](double a, double b) { return std::uniform_real_distribution<>(a, b)(m_random); };
+    KeplerEllipse& orbit = orbits.m_orbit[deploy().m_cprn[isat]];
+    Vec x, v;
+    do {
+      const double e = draw(0.002, 0.015), turn = 6.28;
+      orbit = {semiMajorAxis, e, 0.97, draw(0.0, turn), draw(0.0, turn), draw(0.0, turn)};
       orbit.state(0.0, x, v);
-      if (elevation(x - kTruth) < 15.0 * kDegToRad) continue;
-      orbits.m_orbit[name(letter, number)] = orbit;
-      const int isat = add(name(letter, number));
-      setCarriers(isat);
-      Satellite& sat = satellite(isat);
-      sat.m_clk = draw(-1e-4, 1e-4);
-      for (int f = 0; f < kFreq; ++f) {
-        const double offset[3] = {0.4, -0.1 * f, 1.5 + 0.2 * f};
-        std::copy(offset, offset + 3, sat.m_pco[f]);
-      }
-      ++number;
-    }
+    } while (elevation(x - kTruth) < 15.0 * kDegToRad);
+    Satellite& sat = satellite(isat);
+    sat.m_clk = draw(-1e-4, 1e-4);
+    for (int f = 0; f < kFreq; ++f) std::ranges::copy(Vec{0.4, -0.1 * f, 1.5 + 0.2 * f}, sat.m_pco[f]);
   }
 
   Vec local(const double* enu) const {
-    Vec out{};
-    for (std::size_t i = 0; i < 3; ++i) out[i] = dot(3, m_rot[i], enu);
-    return out;
+    return {dot(3, m_rot[0], enu), dot(3, m_rot[1], enu), dot(3, m_rot[2], enu)};
   }
   double elevation(const Vec& d) const {
     return std::asin(dotOf(unit(d), {m_rot[0][2], m_rot[1][2], m_rot[2][2]}));
@@ -245,9 +202,9 @@ class ModelWorld : public gnx_test::Tables {
     const double relativity = 2.0 * std::sqrt(kGm * orbit.a) * orbit.e * std::sin(E) / kLight;
     const double sum = norm(fixedReceiver + d) + norm(fixedReceiver);
     const double pathDelay = 2.0 * kGm / (kLight * kLight) * std::log((sum + norm(d)) / (sum - norm(d)));
-    const Vec lineOfSight = turnZ(kOmegaEarth * reception, d);
-    *windup = windupCycles(turnZ(kOmegaEarth * reception, axes[0]), turnZ(kOmegaEarth * reception, axes[1]),
-                           lineOfSight);
+    const auto terrestrial = [&](const Vec& v) { return turnZ(kOmegaEarth * reception, v); };
+    const Vec lineOfSight = terrestrial(d);
+    *windup = windupCycles(terrestrial(axes[0]), terrestrial(axes[1]), lineOfSight);
     return norm(d) + (rclk_s - sat.m_clk) * kLight + relativity + pathDelay +
            slantDelay(elevation(lineOfSight));
   }

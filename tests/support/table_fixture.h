@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <initializer_list>
 #include <string>
 
@@ -16,8 +15,7 @@
 
 namespace gnx_test {
 
-class Tables {
- public:
+struct Tables {
   Tables() {
     tarvio::Controller::s_getInstance()->_finalize();
     tarvio::Taiutc& leap = tarvio::Taiutc::s_getInstance();
@@ -62,13 +60,12 @@ class Tables {
   /// Observed frequencies of a system; the first `used` of them are used.
   static void frequencies(char letter, int used, std::initializer_list<const char*> names) {
     const int isys = tarvio::index_string(tarvio::SYS, letter);
-    int n = 0;
-    for (const char* name : names) {
+    for (int n = 0; const char* name : names) {
       tarvio::s_copyText(deploy().m_freqObs[isys][n], name);
       if (n < used) tarvio::s_copyText(deploy().m_freqUsed[isys][n], name);
       ++n;
     }
-    deploy().m_nfreqObs[isys] = n;
+    deploy().m_nfreqObs[isys] = static_cast<int>(names.size());
     deploy().m_nfreqUsed[isys] = used;
     controller().m_signals.m_build(deploy());
   }
@@ -78,6 +75,16 @@ class Tables {
     tarvio::s_copyText(deploy().m_freqIf[isys][0], first);
     tarvio::s_copyText(deploy().m_freqIf[isys][1], second);
     deploy().m_nfreqIf[isys] = 2;
+  }
+  /// GPS on L1, L2 and Galileo on L1, L5; GPS is the reference.
+  static void gpsAndGalileo(int gps, int galileo) {
+    frequencies('G', 2, {"L1", "L2"});
+    frequencies('E', 2, {"L1", "L5"});
+    addConstellation('G', gps);
+    addConstellation('E', galileo);
+    tarvio::s_copyText(deploy().m_syslist, "GE");
+    deploy().m_nsys = 2;
+    deploy().m_refsys = 0;
   }
 };
 

@@ -9,9 +9,7 @@
 namespace gnx::test {
 namespace {
 
-using GNX_IO::eph_entry_t;
-using GNX_IO::obs_entry_t;
-using GNX_IO::ssr_t;
+using namespace GNX_IO;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -28,7 +26,7 @@ obs_entry_t nonsenseEntry(std::mt19937& random) {
   obs_entry_t entry{};
   const bool unknownSatellite = random() % 2 == 0;
   entry.sat = static_cast<std::uint8_t>(unknownSatellite ? 250 + random() % 6 : 1 + random() % 32);
-  for (int i = 0; i < GNX_IO::kSignalSlots; ++i) {
+  for (int i = 0; i < kSignalSlots; ++i) {
     entry.code[i] = static_cast<std::uint8_t>(unknownSatellite ? random() % 256 : 100 + random() % 156);
     entry.L[i] = kNonsense[random() % 6];
     entry.P[i] = kNonsense[random() % 6];
@@ -44,7 +42,7 @@ void callNonsense(const GpsTime& now, std::mt19937& random) {
   GNX_inputEph(nullptr, 1, 0);
   GNX_inputSsr(nullptr);
   GNX_inputSsrBias(nullptr);
-  GNX_IO::nav_t nav{};
+  nav_t nav{};
   for (const int sat : {-1, 0, 1, 33, 255, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()})
     GNX_inputEph(&nav, sat, 0);
   for (const std::int64_t time : {-kLast - 1, std::int64_t{0}, std::int64_t{1} << 40, kLast})
@@ -54,13 +52,11 @@ void callNonsense(const GpsTime& now, std::mt19937& random) {
 
   std::vector<obs_entry_t> entries(200);
   for (obs_entry_t& entry : entries) entry = nonsenseEntry(random);
-  GNX_IO::obs_t obs{200, entries.data()};
+  obs_t obs{200, entries.data()};
   for (const double fraction : {kNaN, kInf, -1e300}) GNX_inputObs({now.seconds, fraction}, &obs);
   GNX_inputObs({kLast, 0.0}, &obs);
-  obs = {std::numeric_limits<std::int32_t>::max(), entries.data()};
-  GNX_inputObs(toBoundaryTime(now), &obs);
-  obs = {200, nullptr};
-  GNX_inputObs(toBoundaryTime(now), &obs);
+  for (obs_t none : {obs_t{std::numeric_limits<std::int32_t>::max(), entries.data()}, {200, nullptr}})
+    GNX_inputObs(toBoundaryTime(now), &none);
   // and between the ticks, empty or full of nonsense
   for (const int n : {0, -5, 200}) {
     obs = {n, n > 0 ? entries.data() : nullptr};
@@ -68,8 +64,8 @@ void callNonsense(const GpsTime& now, std::mt19937& random) {
   }
 }
 
-void feedNonsense(const GNX_IO::gtime_t& now, std::mt19937& random) {
-  std::vector<ssr_t> ssr(GNX_IO::kMaxSatellite);
+void feedNonsense(const gtime_t& now, std::mt19937& random) {
+  std::vector<ssr_t> ssr(kMaxSatellite);
   for (ssr_t& s : ssr) {
     const double wrong = kNonsense[random() % 5];
     s.t0_orb = s.t0_clk = s.t0_cbias = s.t0_pbias = s.t0_ifpb = now;
@@ -99,11 +95,11 @@ void feedNonsense(const GNX_IO::gtime_t& now, std::mt19937& random) {
     e.e = kNonsense[random() % 5];
     e.M0 = e.af[0] = kNaN;
   }
-  std::vector<GNX_IO::geph_entry_t> geph(64);
-  GNX_IO::nav_t nav{};
+  std::vector<geph_entry_t> geph(64);
+  nav_t nav{};
   nav.eph = eph.data();
   nav.geph = geph.data();
-  for (int sat = 1; sat <= GNX_IO::kMaxSatellite; ++sat) GNX_inputEph(&nav, sat, 0);
+  for (int sat = 1; sat <= kMaxSatellite; ++sat) GNX_inputEph(&nav, sat, 0);
 }
 
 const FaultyRun& cleanRun() {

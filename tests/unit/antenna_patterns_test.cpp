@@ -4,12 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "corrections/broadcast_orbit.h"
 #include "corrections/signals.h"
-#include "simulate/observer.h"
-#include "simulate/simulation.h"
+#include "simulation_setup.h"
 #include "support/deployment.h"
 
 namespace gnx {
@@ -17,7 +14,6 @@ namespace {
 
 using support::antexLine;
 
-constexpr double kDegrees = 57.29577951308232;
 const std::string kType = "TESTANTENNA     NONE";
 
 std::string frequency(const std::string& code, const std::string& rows) {
@@ -69,11 +65,7 @@ TEST_F(Patterns, FallBackToTheNearestFrequencyAndToTheAntennaWithoutRadome) {
 }
 
 TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
-  SkyOptions options;
-  options.start = start;
-  options.hours = 1.0;
-  options.systems = "G";
-  const Constellation sky(options);
+  const Constellation sky({.systems = "G", .start = start, .hours = 1.0});
   ObserverOptions receiver;
   receiver.site = toEarthFixed({0.829, 0.148, 450.0});
   const FaultList none;
@@ -82,8 +74,7 @@ TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
   EpochTruth truth;
   observer.observe(start, epoch, truth);
   const EphemerisTimeline timeline({allMessages(sky), {}, {}}, start);
-  const PatternCorrector corrector(patterns, timeline,
-                                   {receiver.site[0], receiver.site[1], receiver.site[2]});
+  const PatternCorrector corrector(patterns, timeline, receiver.site);
   ASSERT_TRUE(corrector.active());
   ObsEpoch corrected = epoch;
   corrector.apply(corrected);

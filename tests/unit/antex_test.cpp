@@ -4,12 +4,12 @@
 
 #include "Common/ComTime.h"
 #include "support/deployment.h"
+#include "support/table_fixture.h"
 
 namespace {
 
 using namespace support;
 using tarvio::Antatx;
-using tarvio::Deploy;
 using testing::DoubleNear;
 using testing::HasSubstr;
 using testing::Pointwise;
@@ -17,35 +17,27 @@ using testing::Pointwise;
 const double kJune2020 = tarvio::md_julday(2020, 6, 25);
 
 /// Fresh configuration whose file table names files of a temporary directory.
-class Antenna : public testing::Test {
+class Antenna : public gnx_test::TableFixture {
  protected:
-  Antenna() : deploy(fresh()) {
-    deploy.m_parseFrequency(deploy.m_freqUsed, deploy.m_nfreqUsed,
-                            "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b");
-    for (const auto& [row, name] : {std::pair{0, "G01"}, {1, "E11"}, {2, "C06"}, {3, "C19"}})
-      deploy.m_setRow(row, name, row == 2 ? "B06" : name);
-    deploy.m_nsat = 4;
-  }
-  ~Antenna() override { tarvio::Controller::s_getInstance()->_finalize(); }
-
-  static Deploy& fresh() {
-    tarvio::Controller::s_getInstance()->_finalize();
-    return tarvio::Controller::s_getInstance()->m_deploy;
+  Antenna() {
+    deploy().m_parseFrequency(deploy().m_freqUsed, deploy().m_nfreqUsed,
+                              "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b");
+    for (const char* name : {"G01", "E11", "C19"}) add(name);
+    add("C06", "B06");
   }
   void provide(const char* key, const std::string& content) {
-    deploy.m_fileTable[key] = directory.write(key, content);
+    deploy().m_fileTable[key] = directory.write(key, content);
   }
   /// Looks a satellite up; offsets in metres go to `pco`.
   int satellite(const char* name, const char* block, double day = kJune2020) {
-    return ant.m_getAnt(name, deploy.m_nfreqUsed, deploy.m_freqUsed, day, day, block, name, pco);
+    return ant.m_getAnt(name, deploy().m_nfreqUsed, deploy().m_freqUsed, day, day, block, name, pco);
   }
   int receiver(const char* type) {
-    return ant.m_getAnt("SITE", deploy.m_nfreqUsed, deploy.m_freqUsed, kJune2020, kJune2020, type, "",
+    return ant.m_getAnt("SITE", deploy().m_nfreqUsed, deploy().m_freqUsed, kJune2020, kJune2020, type, "",
                         nullptr);
   }
 
   TemporaryDirectory directory;
-  Deploy& deploy;
   Antatx ant;
   double pco[4][3] = {};
 };
@@ -117,9 +109,9 @@ TEST_F(Antenna, UnknownReceiverAntennaIsToldNotFatal) {
   provide("antpcv", antexHeader() + antexBlock("TRM59800.00     SCIS", "", antexFrequency("G01", 1, 2, 80)));
   const auto result = runInChild([&] { std::printf("result %d\n", receiver("LEIAR25.R4      LEIT")); });
   EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output, HasSubstr("result 0\n"));
-  EXPECT_THAT(result.output, HasSubstr("]:antnam = LEIAR25.R4      LEIT,antnum = ,atxfile = "));
-  EXPECT_THAT(result.output, HasSubstr(",no definition for antenna in atxfile\n"));
+  for (const char* text : {"result 0\n", "]:antnam = LEIAR25.R4      LEIT,antnum = ,atxfile = ",
+                           ",no definition for antenna in atxfile\n"})
+    EXPECT_THAT(result.output, HasSubstr(text));
   EXPECT_EQ(receiver(""), 0);  // an empty name is no wildcard
 }
 
@@ -127,7 +119,7 @@ TEST_F(Antenna, FilesThatCannotServeEndTheProcess) {
   const auto look = [&] { return runInChild([&] { satellite("G01", "BLOCK IIF"); }); };
   expectRefused(look(), "item = antpcv,file_table not exist key item\n");
   provide("antpcv", antexHeader('R'));
-  expectRefused(look(), "type = R,atxfile = " + deploy.m_fileTable["antpcv"] +
+  expectRefused(look(), "type = R,atxfile = " + deploy().m_fileTable["antpcv"] +
                             ",should refer absolute antenna mode in atxfile\n");
 }
 
@@ -153,10 +145,11 @@ TEST_F(Antenna, NamesAreCompletedFromTheNameTable) {
           "name table\nMAIN  LEIAR25.R4      LEIT  choke ring\nALIAS TRM59800.00     NONE\n"
           "MAIN  TRM59800.00     SCIS\n");
   char name[32] = "";
-  EXPECT_EQ(Antatx::s_antnam("TRM59800.00", "STAN", name), 1);
-  EXPECT_STREQ(name, "TRM59800.00     SCIS");
-  EXPECT_EQ(Antatx::s_antnam("LEIAR25.R4      LEIT   ", "STAN", name), 1);
-  EXPECT_STREQ(name, "LEIAR25.R4      LEIT");
+  for (const auto& [written, complete] : {std::pair{"TRM59800.00", "TRM59800.00     SCIS"},
+                                          {"LEIAR25.R4      LEIT   ", "LEIAR25.R4      LEIT"}}) {
+    EXPECT_EQ(Antatx::s_antnam(written, "STAN", name), 1);
+    EXPECT_STREQ(name, complete);
+  }
   const auto result = runInChild([&] { Antatx::s_antnam("NOV702", "STAN", name); });
   EXPECT_THAT(result.output, HasSubstr("]:anttyp = NOV702,sitname = STAN,antenna unknown\n"));
   EXPECT_EQ(Antatx::s_antnam("  ", "STAN", name), 0);
@@ -165,11 +158,11 @@ TEST_F(Antenna, NamesAreCompletedFromTheNameTable) {
 // ---- satellite records ----
 
 TEST_F(Antenna, SatelliteRecordOfADate) {
-  provide("satnav",
-          satnavFile(satnavRow("G01", "BLOCK IIA", 1992, 2008) + satnavRow("G01", "BLOCK IIF", 2011, 0),
-                     "G01  ACT   1990 01 01 00 00 00  0000 00 00 00 00 00    9.0000000 9.0000000\n"
-                     "G01  SLR   1990 01 01 00 00 00  0000 00 00 00 00 00    0.1000000 "
-                     "0.2000000-0.3000000\n"));
+  provide(
+      "satnav",
+      satnavFile(satnavRow("G01", "BLOCK IIA", 1992, 2008) + satnavRow("G01", "BLOCK IIF", 2011, 0),
+                 "G01  ACT   1990 01 01 00 00 00  0000 00 00 00 00 00    9.0000000 9.0000000\n"
+                 "G01  SLR   1990 01 01 00 00 00  0000 00 00 00 00 00    0.1000000 0.2000000-0.3000000\n"));
   char svn[4], block[21], cospar[16];
   double mass = 0.0, slr[3] = {};
   int number = 0;
@@ -179,15 +172,15 @@ TEST_F(Antenna, SatelliteRecordOfADate) {
   EXPECT_STREQ(cospar, "1103601");  // 2011-036A
   EXPECT_DOUBLE_EQ(mass, 1633.0);
   EXPECT_VECTOR(slr, 0.1, 0.2, -0.3);  // fields of ten columns touch each other
-  Antatx::s_rdSvnav("G01", tarvio::md_julday(2000, 1, 1), nullptr, nullptr, nullptr, nullptr, block, nullptr);
+  const auto read = [&](int year) {
+    Antatx::s_rdSvnav("G01", tarvio::md_julday(year, 1, 1), nullptr, nullptr, nullptr, nullptr, block,
+                      nullptr);
+  };
+  read(2000);
   EXPECT_STREQ(block, "BLOCK IIA");
   for (const int year : {2010, 2008, 2011})  // both ends lie outside
-    expectRefused(
-        runInChild([&] {
-          Antatx::s_rdSvnav("G01", tarvio::md_julday(year, 1, 1), svn, nullptr, nullptr, nullptr, nullptr,
-                            nullptr);
-        }),
-        "cprn = G01,file = " + deploy.m_fileTable["satnav"] + ",satellite not found in svnav file\n");
+    expectRefused(runInChild([&] { read(year); }), "cprn = G01,file = " + deploy().m_fileTable["satnav"] +
+                                                       ",satellite not found in svnav file\n");
 }
 
 }  // namespace

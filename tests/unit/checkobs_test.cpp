@@ -8,14 +8,9 @@
 namespace {
 
 using tarvio::Rnxobs;
-using ::testing::ElementsAre;
 
-class CheckObs : public gnx_test::TableFixture {
- protected:
-  CheckObs() {
-    frequencies('G', 2, {"L1", "L2"});
-    gps = add("G05");
-  }
+struct CheckObs : gnx_test::TableFixture {
+  CheckObs() { frequencies('G', 2, {"L1", "L2"}); }
 
   struct Case {
     std::vector<double> phases, codes;  ///< of the slots; 0 = absent
@@ -45,10 +40,10 @@ class CheckObs : public gnx_test::TableFixture {
 
   static constexpr double kL = 1.1e8, kP = 2.0e7;
   static constexpr int kPartner = tarvio::kFlagPartner, kCodes = tarvio::kFlagCodes;
-  int gps = 0;
+  const int gps = add("G05");
 };
 
-TEST_F(CheckObs, TwoFrequencies) {
+TEST_F(CheckObs, TwoFrequenciesAndAReasonGivenBeforeIsKept) {
   const Case cases[] = {
       {{kL, kL}, {kP, kP + 50.0}, 0, {0, 0, 0, 0}, {kL, kL, kP, kP + 50.0}},
       {{kL, kL}, {kP, kP + 60.0}, 1, {kCodes, kCodes, kCodes, kCodes}, {}},
@@ -60,6 +55,11 @@ TEST_F(CheckObs, TwoFrequencies) {
       {{0.0, 0.0}, {kP, kP}, 0, {0, 0, 0, 0}, {}},
   };
   for (const Case& c : cases) check(gps, 2, c);
+
+  double obs[8] = {0.0, kL, 0, 0, kP, kP}, dop[4] = {}, snr[4] = {};
+  int flag[4] = {0, tarvio::kFlagNoBias, 0, 0};
+  Rnxobs::s_checkObs(gps, obs, dop, snr, flag);
+  EXPECT_THAT(flag, testing::ElementsAre(1, 6, 1, 1));
 }
 
 TEST_F(CheckObs, ThreeFrequencies) {
@@ -85,13 +85,6 @@ TEST_F(CheckObs, SingleFrequencyComparesWithZero) {
       {{0.001}, {0.001}, 0, {0, 0, 0, 0}, {0.001, 0.001}},
   };
   for (const Case& c : cases) check(gps, 1, c);
-}
-
-TEST_F(CheckObs, AReasonGivenBeforeIsKept) {
-  double obs[8] = {0.0, kL, 0, 0, kP, kP}, dop[4] = {}, snr[4] = {};
-  int flag[4] = {0, tarvio::kFlagNoBias, 0, 0};
-  Rnxobs::s_checkObs(gps, obs, dop, snr, flag);
-  EXPECT_THAT(flag, ElementsAre(1, 6, 1, 1));
 }
 
 TEST_F(CheckObs, SystemFollowsTheSecondName) {

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstring>
-
 #include "support/table_fixture.h"
 
 namespace {
@@ -9,18 +7,15 @@ namespace {
 using tarvio::Rnxobs;
 using ::testing::Each;
 
-class CodeBias : public gnx_test::TableFixture {
- protected:
+struct CodeBias : gnx_test::TableFixture {
   CodeBias() {
     frequencies('G', 2, {"L1", "L2", "L5"});
     frequencies('E', 2, {"L1", "L5"});
-    gps = add("G05");
-    gal = add("E11");
   }
   static void observe(Rnxobs& rnx, int isat, int slot, const char* code, double range) {
     rnx.m_obs[isat][slot] = 1.0e8;
     rnx.m_obs[isat][4 + slot] = range;
-    std::strcpy(rnx.m_type[isat][4 + slot], code);
+    tarvio::s_copyText(rnx.m_type[isat][4 + slot], code);
   }
   /// The value for a signal, substitutes allowed; 999 when there is none.
   double inquire(const char* cprn, const char* code) {
@@ -30,7 +25,7 @@ class CodeBias : public gnx_test::TableFixture {
   }
 
   tarvio::CodeBiasAdapter bias;
-  int gps = 0, gal = 0;
+  const int gps = add("G05"), gal = add("E11");
 };
 
 TEST_F(CodeBias, SignalWithoutBiasTakesTheWholeSatelliteOut) {
@@ -45,7 +40,7 @@ TEST_F(CodeBias, SignalWithoutBiasTakesTheWholeSatelliteOut) {
   EXPECT_THAT(rnx.m_obs[gal], Each(0.0));
 }
 
-TEST_F(CodeBias, SubstitutesByBand) {
+TEST_F(CodeBias, SubstitutesByBandAndABandThatNoProductCoversEndsTheProcess) {
   for (const char* code : {"1W", "2W", "5X"}) bias.v_inputCodeBias("G05", code, code[0] - '0');
   bias.v_inputCodeBias("E11", "5Q", 55.0);
   bias.v_inputCodeBias("C06", "2I", 22.0);
@@ -59,9 +54,7 @@ TEST_F(CodeBias, SubstitutesByBand) {
   EXPECT_EQ(inquire("C06", "2X"), 22.0);
   EXPECT_FALSE(bias.m_inquireCodeBias(false, "G05", "1L", nullptr));
   EXPECT_TRUE(bias.m_inquireCodeBias(true, "G05", "1L", nullptr));
-}
 
-TEST_F(CodeBias, BandsThatNoProductCoversEndTheProcess) {
   bias.v_inputCodeBias("J01", "1X", 1.0);
   EXPECT_EXIT(inquire("J01", "6X"), ::testing::ExitedWithCode(1), "");
   bias.v_inputCodeBias("S20", "5X", 1.0);

@@ -64,20 +64,17 @@ TEST(Config, UnreadableMainFileIsRefused) {
   Deployment deployment;
   deployment.write();
   const std::string file = deployment.path("main.json").string();
-  const auto refused = [&](const std::string& message) {
-    expectRefused(runInChild([&] {
-                    const char* arguments[] = {"-mode", "ppp", file.c_str()};
-                    tarvio::Controller::s_getInstance()->m_deploy.m_readJsonFile(3, arguments);
-                  }),
-                  message);
+  const auto load = [&] {
+    const char* arguments[] = {"-mode", "ppp", file.c_str()};
+    tarvio::Controller::s_getInstance()->m_deploy.m_readJsonFile(3, arguments);
   };
-  refused("file = " + file + ",can't open file to read!\n\n");
+  expectRefused(runInChild(load), "file = " + file + ",can't open file to read!\n\n");
   for (const std::string& broken : {std::string("{\"path\": {"), std::string(5000, '[')}) {  // or too deep
     writeFile(file, broken);
-    refused("file = " + file + ",can't parse file!\n\n");
+    expectRefused(runInChild(load), "file = " + file + ",can't parse file!\n\n");
   }
   writeFile(file, "[1, 2]");  // a file of another kind
-  refused("item = path,failed to parase item\n");
+  expectRefused(runInChild(load), "item = path,failed to parase item\n");
 }
 
 TEST(Config, MissingKeysNameTheirGroup) {
@@ -101,11 +98,9 @@ TEST(Config, MissingKeysNameTheirGroup) {
     for (std::string key; keys >> key;) {
       SCOPED_TRACE(std::string(c.group) + "." + key);
       Deployment absent, number;
-      const auto groupOf = [&](Deployment& d) -> Json::Value& {
-        return *c.group == '\0' ? d.config : d.config[c.group];
-      };
-      groupOf(absent).removeMember(key);
-      groupOf(number)[key] = 5;  // JSON numbers are no values of this file
+      (*c.group == '\0' ? absent.config : absent.config[c.group]).removeMember(key);
+      (*c.group == '\0' ? number.config : number.config[c.group])[key] =
+          5;  // numbers are no values of this file
       expectRefused(absent, c.message);
       expectRefused(number, c.message);
       if (key != "obscomb") continue;

@@ -26,8 +26,7 @@ constexpr int kLayout[13][3] = {{3, 14, 4},   {171, 10, 2}, {231, 13, 2}, {309, 
                                 {366, 7, 1},  {387, 6, 1},  {405, 6, 1},  {423, 6, 1},  {441, 13, 8},
                                 {753, 11, 2}, {819, 10, 4}, {899, 10, 4}};
 
-class Ephemeris : public testing::Test {
- protected:
+struct Ephemeris : testing::Test {
   Ephemeris() {
     std::mt19937 random(405);
     std::uniform_real_distribution<> draw(-1.0, 1.0);
@@ -100,7 +99,7 @@ TEST_F(Ephemeris, StatesFollowTheCoefficients) {
   }
 }
 
-TEST_F(Ephemeris, StaysWithinItsSpan) {
+TEST_F(Ephemeris, StaysWithinItsSpanAndRefusesWhatIsNoEphemeris) {
   double state[6];
   De405 reader(path);
   const double end = kStart + kRecords * kSpan;
@@ -108,12 +107,9 @@ TEST_F(Ephemeris, StaysWithinItsSpan) {
     EXPECT_FALSE(reader.pleph(jd, 11, 3, state)) << jd;
   EXPECT_FALSE(reader.pleph(kStart + 1.0, 16, 3, state)) << "no such body";
   for (const double jd : {kStart, kStart + 1.0, end}) EXPECT_TRUE(reader.pleph(jd, 11, 3, state)) << jd;
-}
 
-TEST_F(Ephemeris, WhatIsNoEphemerisIsRefused) {
-  double state[6] = {1.0};
   EXPECT_FALSE(De405("/nonexistent/jpleph").pleph(kStart, 11, 3, state));
-  EXPECT_EQ(state[0], 0.0);
+  EXPECT_EQ(state[0], 0.0) << "nothing of the last body stays";
   const std::string garbage = directory.write("garbage", std::string(100000, 'x'));
   EXPECT_FALSE(De405(garbage).pleph(kStart, 11, 3, state));
   Controller::s_getInstance()->m_deploy.m_fileTable.erase("jpleph");

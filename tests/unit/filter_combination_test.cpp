@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstring>
 
 #include "Common/ComTime.h"
 #include "support/exit_message.h"
@@ -13,21 +13,15 @@ namespace {
 
 using tarvio::Ssat_t;
 
-class FilterCombination : public gnx_test::FilterFixture {
- protected:
+struct FilterCombination : gnx_test::FilterFixture {
   void m_combination(const char* text, const char* used = "PHASE CODE") {
     tarvio::s_copyText(deploy().m_obscomb, text);
     tarvio::s_copyText(deploy().m_obsused, used);
     if (std::strstr(text, "IF")) tarvio::s_copyText(deploy().m_ionmodel, "ION_NONE");
     m_build();
   }
-  /// Observations up to the combined rows.
   void m_form() {
-    tarvio::Rnxobs obs;
-    obs.m_mjd = 60000;
-    filter->v_setobs({{"STAN", &obs}});
-    filter->v_onFilterInit();
-    filter->v_onObsUpdate();
+    m_receive(0.0);
     filter->v_formcomb_obs();
   }
   struct Row {
@@ -87,7 +81,7 @@ TEST_F(FilterCombination, PeriodicResetCountsDataTime) {
   EXPECT_NEAR(filter->m_pm(0, 0, 0)->ptime0, 60000 + 75.0 / 86400.0, 1e-9);
 }
 
-TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpoch) {
+TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpochAndAFullArrayEndsTheProcess) {
   m_build();
   for (int isat = 0; isat < 13; ++isat) world.visible[isat] = isat < 4 || isat >= 9;
   m_epoch(0.0);
@@ -97,6 +91,10 @@ TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpoch) {
   world.visible[4] = true;
   m_epoch(30.0);
   EXPECT_EQ(filter->m_solstat, 2);
+
+  filter->ntmx = filter->imtx + 3;  // one column for the right-hand side, two ambiguities, no ionosphere
+  world.visible[5] = true;
+  EXPECT_EXIT_MESSAGE(m_begin(60.0), "imtx is bigger than ntmx");
 }
 
 TEST_F(FilterCombination, SatellitesBeyondTheStorageGoFromTheHorizonUpAndRowsFromTheEnd) {
@@ -129,15 +127,6 @@ TEST_F(FilterCombination, SlipInAnEpochWithoutRowsIsNotLost) {
   std::fill_n(world.visible, 13, true);
   m_begin(120.0);
   EXPECT_NE(filter->m_pm(0, 4, 1), old);
-}
-
-TEST_F(FilterCombination, FullArrayEndsTheProcessWithItsSize) {
-  m_build();
-  world.visible[0] = false;
-  m_epoch(0.0);
-  filter->ntmx = filter->imtx + 3;  // one column for the right-hand side, two ambiguities, no ionosphere
-  world.visible[0] = true;
-  EXPECT_EXIT_MESSAGE(m_begin(30.0), "imtx is bigger than ntmx");
 }
 
 }  // namespace

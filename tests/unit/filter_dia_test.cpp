@@ -3,10 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-
-#include "support/dense_lsq.h"
 #include "support/exit_message.h"
 #include "support/filter_world.h"
 
@@ -15,8 +11,7 @@ namespace {
 using gnx_test::DenseLsq;
 using tarvio::SrifPamt;
 
-class FilterDia : public gnx_test::FilterFixture {
- protected:
+struct FilterDia : gnx_test::FilterFixture {
   FilterDia() { deploy().m_ldia = true; }
 
   void m_mode(const char* type, double limit1, double limit2) {
@@ -32,61 +27,39 @@ class FilterDia : public gnx_test::FilterFixture {
     next = 30.0 * epochs;
   }
 
-  /// The epoch's triangle and rows before the estimate.
-  struct Snapshot {
-    int n, rows;
-    std::vector<double> array;  ///< by columns, right-hand side last
-  };
-  Snapshot m_snapshot() const {
-    Snapshot shot{filter->imtx, filter->nobs, {}};
-    for (int c = 0; c <= shot.n; ++c)
-      shot.array.insert(shot.array.end(), filter->infs + filter->iptx[c],
-                        filter->infs + filter->iptx[c] + shot.n + shot.rows);
-    return shot;
-  }
-
-  /// Rows that got a column of their own, from the unweighted design matrix.
-  std::vector<int> m_treatedRows(int before) const {
-    std::vector<int> rows;
-    for (int c = before; c < filter->imtx; ++c)
-      for (int r = 0; r < filter->nobs; ++r)
-        if (filter->Hk[filter->iphk[c] + r] != 0.0) rows.push_back(r);
-    return rows;
-  }
-
   /// The filter's solution and covariance against the dense system with explicit columns.
   void m_estimateAndCompare() {
-    const Snapshot shot = m_snapshot();
+    const int n = filter->imtx, rows = n + filter->nobs;
+    std::vector<double> before;  // triangle and rows, by columns, right-hand side last
+    for (int c = 0; c <= n; ++c)
+      before.insert(before.end(), filter->infs + filter->iptx[c], filter->infs + filter->iptx[c] + rows);
     filter->v_onFilterEstimate();
-    treated = m_treatedRows(shot.n);
-    DenseLsq dense;
-    const int total = shot.n + static_cast<int>(treated.size());
-    for (int c = 0; c < total; ++c) dense.m_unknown();
-    for (int r = 0; r < shot.n + shot.rows; ++r) {
-      DenseLsq::Terms terms;
-      const auto element = [&](int c) {
-        return shot.array[static_cast<std::size_t>(c * (shot.n + shot.rows) + r)];
-      };
-      for (int c = 0; c < shot.n; ++c)
-        if (element(c) != 0.0) terms.emplace_back(c, element(c));
-      for (std::size_t k = 0; k < treated.size(); ++k)
-        if (r == shot.n + treated[k]) {
-          const int row = treated[k];
-          const double lam = filter->Hk[filter->iphk[shot.n + static_cast<int>(k)] + row];
-          terms.emplace_back(shot.n + static_cast<int>(k), lam * filter->obswgt[row]);
-        }
-      dense.m_row(terms, element(shot.n), 1.0);
-    }
-    for (int c = shot.n; c < total; ++c) dense.m_row({{c, 1.0}}, 0.0, filter->m_ambinf0);
-    dense.m_solve();
+    const int total = filter->imtx;
+    // Rows that got a column of their own, from the unweighted design matrix.
+    const auto ownColumn = [&](int c, int row) { return filter->Hk[filter->iphk[c] + row]; };
+    treated.clear();
+    for (int c = n; c < total; ++c)
+      for (int row = 0; row < filter->nobs; ++row)
+        if (ownColumn(c, row) != 0.0) treated.push_back(row);
+    ASSERT_EQ(static_cast<int>(treated.size()), total - n);
 
-    ASSERT_EQ(filter->imtx, total);
+    DenseLsq dense;
+    for (int c = 0; c < total; ++c) dense.m_unknown();
+    for (int r = 0; r < rows; ++r) {
+      DenseLsq::Terms terms;
+      const auto element = [&](int c) { return before[static_cast<std::size_t>(c * rows + r)]; };
+      for (int c = 0; c < n; ++c) terms.emplace_back(c, element(c));
+      for (int c = n; r >= n && c < total; ++c)
+        terms.emplace_back(c, ownColumn(c, r - n) * filter->obswgt[r - n]);
+      dense.m_row(terms, element(n), 1.0);
+    }
+    for (int c = n; c < total; ++c) dense.m_row({{c, 1.0}}, 0.0, filter->m_ambinf0);
+    dense.m_solve();
     const std::vector<SrifPamt*> records = m_records();
-    const auto covariance = m_covariance();
+    const DenseLsq triangle = m_dense();
     for (int c = 0; c < total; ++c) {
-      const auto k = static_cast<std::size_t>(c);
-      EXPECT_NEAR(records[k]->dx, dense.m_value(c), 1.0e-9) << "column " << c;
-      EXPECT_NEAR(covariance[k][k] / dense.m_covariance(c, c), 1.0, 1.0e-8) << "column " << c;
+      EXPECT_NEAR(records[static_cast<std::size_t>(c)]->dx, dense.m_value(c), 1.0e-9) << "column " << c;
+      EXPECT_NEAR(triangle.m_covariance(c, c) / dense.m_covariance(c, c), 1.0, 1.0e-8) << "column " << c;
     }
     for (int c = 0; c <= filter->imtx; ++c)
       for (int r = c + (c < filter->imtx); r <= filter->imtx + filter->nobs; ++r)
@@ -94,10 +67,10 @@ class FilterDia : public gnx_test::FilterFixture {
   }
 
   int m_rowOf(int isat, int slot, int kind) const {
-    for (int r = 0; r < filter->nobs; ++r)
-      if (filter->obsrec[5 * r] == isat && filter->obsrec[5 * r + 2] == slot &&
-          filter->obsrec[5 * r + 1] == kind)
-        return r;
+    for (int r = 0; r < filter->nobs; ++r) {
+      const int* row = &filter->obsrec[5 * r];
+      if (row[0] == isat && row[1] == kind && row[2] == slot) return r;
+    }
     return -1;
   }
 
@@ -117,10 +90,7 @@ TEST_F(FilterDia, BatchLoopTreatsCodeRowsFromTheSecondPassOn) {
   EXPECT_EQ(treated[0], m_rowOf(5, 0, 2));
   EXPECT_NE(std::find(treated.begin(), treated.end(), m_rowOf(5, 0, 1)), treated.end());
   EXPECT_NE(std::find(treated.begin(), treated.end(), m_rowOf(10, 1, 1)), treated.end());
-  for (const SrifPamt* r : filter->m_amblist) {
-    EXPECT_EQ(r->pold, nullptr);
-    EXPECT_EQ(r->iold, -1);
-  }
+  for (const SrifPamt* r : filter->m_amblist) EXPECT_TRUE(r->pold == nullptr && r->iold == -1) << r->pname;
   // A slot that was treated twice stands on the whole chain of what it replaces.
   const SrifPamt* twice = filter->m_pm(0, 5, 0);
   EXPECT_NEAR(twice->xini, world.amb[5][0] + world.fault[5][0] / twice->lam, 2.0);

@@ -3,11 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <map>
-
-#include "support/dense_lsq.h"
 #include "support/filter_world.h"
 
 namespace {
@@ -19,8 +14,7 @@ using tarvio::SrifPamt;
 using tarvio::Station;
 
 /// Keeps the dense system and the places of the unknowns that are alive.
-class DenseFilter {
- public:
+struct DenseFilter {
   DenseFilter(const tarvio::SrifFilter& filter, double ztdPiece)
       : m_sta(filter.m_stations[0]), m_ztdPiece(ztdPiece) {
     for (int i = 0; i < 3; ++i) m_xyz[i] = m_known(m_sta.m_x[i], m_sta.m_sigXyz[i]);
@@ -57,14 +51,9 @@ class DenseFilter {
   void m_moveOrdinary(double dt, double sod) {
     const bool fixed = m_sta.m_skd == 'S';
     for (int& index : m_xyz) index = m_step(index, fixed ? 1.0e-5 : m_sta.m_qXyz[0] * std::sqrt(dt));
-    if (m_ztdPiece == 0.0) {
-      m_ztd = m_step(m_ztd, m_sta.m_qZtd * std::sqrt(dt));
-    } else if (sod < m_pieceEnd) {
-      m_ztd = m_step(m_ztd, 1.0e-5);
-    } else {
-      m_ztd = m_step(m_ztd, m_sta.m_qZtd * std::sqrt(m_ztdPiece));
-      m_pieceEnd = sod + m_ztdPiece;
-    }
+    const bool piecewise = m_ztdPiece > 0.0, held = piecewise && sod < m_pieceEnd;
+    m_ztd = m_step(m_ztd, held ? 1.0e-5 : m_sta.m_qZtd * std::sqrt(piecewise ? m_ztdPiece : dt));
+    if (!held) m_pieceEnd = sod + m_ztdPiece;
   }
   /// A new unknown about a value.
   int m_known(double value, double sigma) {
@@ -118,8 +107,7 @@ class DenseFilter {
   double m_ztdPiece, m_pieceEnd = 0.0, m_sod = -1.0;
 };
 
-class FilterUpdate : public gnx_test::FilterFixture {
- protected:
+struct FilterUpdate : gnx_test::FilterFixture {
   void m_start(char skd, double ztdPiece) {
     if (ztdPiece > 0.0) std::snprintf(deploy().m_ztdmodel, sizeof deploy().m_ztdmodel, "ZTD:%.0f", ztdPiece);
     m_build(skd);
@@ -155,15 +143,16 @@ class FilterUpdate : public gnx_test::FilterFixture {
     const std::vector<SrifPamt*> records = m_records();
     ASSERT_EQ(place.size(), static_cast<std::size_t>(filter->imtx));
     ASSERT_EQ(records.size(), place.size());
-    const auto covariance = m_covariance();
+    const DenseLsq triangle = m_dense();
     for (std::size_t i = 0; i < place.size(); ++i) {
       if (place[i] < 0) continue;
       EXPECT_NEAR(records[i]->xest, dense->m_lsq.m_value(place[i]), 1.0e-8) << "column " << i;
-      const double sigma = std::sqrt(dense->m_lsq.m_covariance(place[i], place[i]));
       for (std::size_t j = 0; j <= i; ++j) {
         if (place[j] < 0) continue;
-        const double scale = sigma * std::sqrt(dense->m_lsq.m_covariance(place[j], place[j]));
-        ASSERT_NEAR(covariance[i][j], dense->m_lsq.m_covariance(place[i], place[j]), 1.0e-8 * scale)
+        const auto expected = [&](int a, int b) { return dense->m_lsq.m_covariance(a, b); };
+        const double scale = std::sqrt(expected(place[i], place[i]) * expected(place[j], place[j]));
+        ASSERT_NEAR(triangle.m_covariance(static_cast<int>(i), static_cast<int>(j)),
+                    expected(place[i], place[j]), 1.0e-8 * scale)
             << "columns " << i << ' ' << j;
       }
     }

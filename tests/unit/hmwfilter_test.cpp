@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
-#include "Core/Filter/FilterConfig.h"
-#include "support/exit_message.h"
 #include "support/filter_world.h"
 
 namespace {
@@ -17,18 +13,15 @@ using namespace tarvio;
 constexpr double kF1 = 1575.42e6, kF2 = 1227.6e6, kF5 = 1176.45e6;
 constexpr double kInterval = 30.0;
 
-/// Melbourne-Wuebbena of two carriers.
-std::string mwText(const char* a, const char* b, double fa, double fb) {
+/// Wide-lane phase of two carriers against their codes, the first of them with a weight of `share`.
+std::string wideLaneText(const char* a, const char* b, double share) {
   char text[96];
-  std::snprintf(text, sizeof text, "LL%s:1_LL%s:-1_PL%s:%.15f_PL%s:%.15f", a, b, a, fa / (fa + fb), b,
-                fb / (fa + fb));
+  std::snprintf(text, sizeof text, "LL%s:1_LL%s:-1_PL%s:%.15f_PL%s:%.15f", a, b, a, share, b, 1.0 - share);
   return text;
 }
 
-/// GPS on L1, L2 and Galileo on L1, L5, seen with ranges, ionosphere, antenna offsets and integers
-/// that are known.
-class Hmw : public gnx_test::FilterFixture {
- protected:
+/// Two carriers of GPS and Galileo, seen with known ranges, ionosphere, antenna offsets and integers.
+struct Hmw : gnx_test::FilterFixture {
   Hmw() {
     m_level().m_tag = "wl";
     m_level().m_resolution = true;
@@ -37,11 +30,11 @@ class Hmw : public gnx_test::FilterFixture {
     m_level().m_cutoff = 10.0 * kDegToRad;
     m_level().m_minCommon = 60.0;
     m_level().m_decision[0] = 0.2;
-    m_level().m_smoothValue = {{'G', mwText("1", "2", kF1, kF2)}, {'E', mwText("1", "5", kF1, kF5)}};
+    m_level().m_smoothValue = {{'G', wideLaneText("1", "2", kF1 / (kF1 + kF2))},
+                               {'E', wideLaneText("1", "5", kF1 / (kF1 + kF5))}};
     deploy().m_intv = kInterval;
     m_build();
-    const double here[3] = {4.0e6, 1.0e6, 4.8e6};
-    std::ranges::copy(here, station().m_x);
+    std::ranges::copy(std::array{4.0e6, 1.0e6, 4.8e6}, station().m_x);
     for (int f = 0; f < 2; ++f) {
       station().m_antenu[0][f][2] = 0.11 + 0.03 * f;
       for (auto& satellite : deploy().m_satellites) satellite.m_pco[f][2] = 1.2 + 0.3 * f;
@@ -90,11 +83,9 @@ class Hmw : public gnx_test::FilterFixture {
 };
 
 TEST_F(Hmw, AverageIsTheWideLaneWhateverRangeIonosphereAndAntennas) {
-  std::mt19937 random(7);
-  std::normal_distribution<double> noise(0.0, 0.3);
   for (int k = 0; k < 200; ++k) {
     time = k * kInterval;
-    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat, 0.0, noise(random));
+    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat, 0.0, 0.3 * world.m_gauss());
     m_run(time);
   }
   ASSERT_EQ(smoother.m_ambs.size(), 13u);
@@ -143,8 +134,7 @@ TEST_F(Hmw, ArcsBridgeTwentyMinutesAndEndWithSlipsOfTheirOwnPhases) {
   EXPECT_EQ(smoother.m_ambs.count("G01"), 0u);
 }
 
-class HmwFix : public Hmw {
- protected:
+struct HmwFix : Hmw {
   HmwFix() { s_copyText(deploy().m_pams, "-mwfix"); }
   /// \param fractions  by row, cycles
   void m_epochs(double from, int count, const double* fractions) {
@@ -158,10 +148,7 @@ class HmwFix : public Hmw {
 
 TEST_F(Hmw, IonosphereOfPhasesIsTakenOff) {
   // Ionosphere-free code leaves the wide-lane phase with an ionosphere of its own.
-  const double a = kF1 * kF1 / (kF1 * kF1 - kF2 * kF2);
-  char text[96];
-  std::snprintf(text, sizeof text, "LL1:1_LL2:-1_PL1:%.15f_PL2:%.15f", a, 1.0 - a);
-  m_level().m_smoothValue = {{'G', text}};
+  m_level().m_smoothValue = {{'G', wideLaneText("1", "2", kF1 * kF1 / (kF1 * kF1 - kF2 * kF2))}};
   m_runFirst(0.0);
   const double plain = kF1 / kF2 * world.ion[0] * (kF1 - kF2) / kLight;  // f1/f2 I1, cycles
   EXPECT_NEAR(m_arc("G01").xlast - m_nw(0), plain, 1e-6);
@@ -179,7 +166,7 @@ TEST_F(Hmw, IonosphereOfPhasesIsTakenOff) {
   }
 }
 
-TEST_F(HmwFix, IntegersBehindACommonFraction) {
+TEST_F(HmwFix, IntegersBehindACommonFractionThatIsFollowedAcrossItsWrap) {
   double fractions[13];
   for (int i = 0; i < 13; ++i) fractions[i] = (i < 7 ? 0.37 : -0.12) + 0.02 * std::sin(1.0 * i);
   fractions[3] += 0.45;  // a satellite with a fraction of its own
@@ -191,10 +178,8 @@ TEST_F(HmwFix, IntegersBehindACommonFraction) {
   EXPECT_NEAR(smoother.m_frac[0], 0.37, 0.03);
   EXPECT_NEAR(smoother.m_frac[2], -0.12, 0.03);
   EXPECT_EQ(smoother.m_frac[1], kNone) << "no GLONASS";
-}
 
-TEST_F(HmwFix, FractionIsFollowedAcrossItsWrap) {
-  double fractions[13], sod = 0.0;
+  double sod = 120.0;
   for (const double common : {0.40, 0.48, 0.56, 0.9, 1.3}) {
     std::ranges::fill(fractions, common);
     smoother.m_ambs.clear();
@@ -225,27 +210,24 @@ TEST_F(HmwFix, ProductsOfTheSatellitesComeOffAndAreRequired) {
   }
 }
 
-/// The filter runs one smoother for each level of this type.
-class HmwInFilter : public HmwFix {
- protected:
+/// The filter, which runs one smoother for each level of this type, after four epochs.
+struct HmwInFilter : HmwFix {
   HmwInFilter() {
     deploy().m_ambconfig[0] = m_level();
     deploy().m_ambconfig[0].m_tag = "ewl";
     m_build();
     filter->v_onFilterInit();
     for (int isat = 0; isat < deploy().m_nsat; ++isat) std::ranges::fill(station().m_sat[isat].m_slip, 0);
-  }
-  void m_prepare(double sod) {
-    time = sod;
-    for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat);
-    station().m_mjd = filter->mjd = 60000;
-    station().m_sod = filter->sod = sod;
-    filter->v_onPrepare();
+    for (; time < 4 * kInterval; time += kInterval) {
+      for (int isat = 0; isat < deploy().m_nsat; ++isat) m_observe(isat);
+      station().m_mjd = filter->mjd = 60000;
+      station().m_sod = filter->sod = time;
+      filter->v_onPrepare();
+    }
   }
 };
 
-TEST_F(HmwInFilter, FixesGoIntoTheRecordAndLeaveItWithTheirObservation) {
-  for (int k = 0; k < 4; ++k) m_prepare(k * kInterval);
+TEST_F(HmwInFilter, FixesGoIntoTheRecordLeaveItWithTheirObservationAndOutliersRestartArcs) {
   auto& record = filter->m_fixmap.at("STAN");
   for (const char* tag : {"wl", "wl_mw"}) {
     EXPECT_EQ(record.at(tag).at("G03"), m_nw(2));
@@ -258,23 +240,19 @@ TEST_F(HmwInFilter, FixesGoIntoTheRecordAndLeaveItWithTheirObservation) {
   filter->v_onPrepare();
   EXPECT_EQ(record.at("wl").count("G03"), 0u);
   EXPECT_EQ(record.at("wl").count("G04"), 1u);
-}
 
-TEST_F(HmwInFilter, OutlierTreatmentRestartsArcs) {
-  for (int k = 0; k < 4; ++k) m_prepare(k * kInterval);
   const auto nobs = [&](const char* tag, const char* cprn) {
     return filter->m_hmw.at(tag).at("STAN")->m_ambs.at(cprn).nobs;
   };
   filter->m_ambreset = {{0, 0, 0}, {0, 1, 1}};
   filter->v_onFinish();
-  EXPECT_EQ(nobs("wl", "G01"), 4) << "only with RESET";
+  EXPECT_EQ(nobs("wl", "G01"), 5) << "only with RESET";
   deploy().m_diaReset = true;
   filter->m_ambreset = {{0, 0, 0}, {0, 1, 1}};
   filter->v_onFinish();
   EXPECT_TRUE(nobs("wl", "G01") == 0 && nobs("ewl", "G01") == 0);
-  EXPECT_TRUE(nobs("wl", "G02") == 4 && nobs("ewl", "G02") == 0)
-      << "the second slot is of the extra-wide-lane";
-  EXPECT_EQ(nobs("wl", "G03"), 4);
+  EXPECT_TRUE(nobs("wl", "G02") == 5 && nobs("ewl", "G02") == 0) << "the slot is of the extra-wide-lane";
+  EXPECT_EQ(nobs("wl", "G04"), 5);
 }
 
 }  // namespace

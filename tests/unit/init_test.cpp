@@ -1,7 +1,3 @@
-#include <gmock/gmock.h>
-#include <json/json.h>
-
-#include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
@@ -11,26 +7,13 @@
 #include "deployment/deployment.h"
 #include "deployment/json_template.h"
 #include "deployment/satellite_table.h"
+#include "formats/json_file.h"
 #include "support/host_files.h"
 
 namespace gnx::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-Json::Value readJson(const fs::path& file) {
-  Json::Value root;
-  std::istringstream(readFile(file)) >> root;
-  return root;
-}
-
-/// A value as the engine cleans it: up to '!' or '#', without blanks around.
-std::string plain(const Json::Value& value) {
-  std::string text = value.asString();
-  text = text.substr(0, text.find_first_of("!#"));
-  const auto first = text.find_first_not_of(" \t\n");
-  return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(" \t\n") - first + 1);
-}
 
 class Deployment : public testing::Test {
  protected:
@@ -53,13 +36,15 @@ class Deployment : public testing::Test {
     return messageOf<UsageError>([&] { write(); });
   }
   std::set<std::string> listedSatellites() const {
-    std::istringstream in(readFile(dir / "satellites.txt"));
     std::set<std::string> names;
-    for (std::string line; std::getline(in, line);)
+    for (const std::string& line : support::linesOf(readFile(dir / "satellites.txt")))
       if (line.starts_with(' ')) names.insert(line.substr(1, 3));
     return names;
   }
-  std::string common(const char* key) const { return plain(readJson(dir / "ppp.json")["common"][key]); }
+  /// A value without its remark, by file, group and key.
+  std::string value(const char* file, const char* group, const char* key) const {
+    return plainValue(readJsonFile(dir / file)[group][key]);
+  }
 
   const TempDir home;
   const fs::path base = home.path(), dir = base / "run";
@@ -106,13 +91,13 @@ TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   options.run.hasAntennaDelta = true;
   write();
   for (const char* key : {"freqobs", "freqused"})
-    EXPECT_EQ(common(key), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
-  EXPECT_EQ(plain(readJson(dir / "ppp.json")["dcbdatum"]["clockdatum"]), "GPS:L1_L2 GAL:E5a_E1 BD3:B1c_B2a");
-  EXPECT_EQ(common("noisecoef"), "2000.0 1000.0");
-  EXPECT_EQ(common("interval"), "5");
-  const Json::Value amb = readJson(dir / "ambiguity.json")["amb"];
-  EXPECT_EQ(plain(amb["ewl"]["resolution"]), "on");
-  EXPECT_EQ(plain(amb["ewl"]["comb"]), "GPS:L2_L5 GAL:E1_E5a BD3:B1c_B2a");
+    EXPECT_EQ(value("ppp.json", "common", key), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
+  EXPECT_EQ(value("ppp.json", "dcbdatum", "clockdatum"), "GPS:L1_L2 GAL:E5a_E1 BD3:B1c_B2a");
+  EXPECT_EQ(value("ppp.json", "common", "noisecoef"), "2000.0 1000.0");
+  EXPECT_EQ(value("ppp.json", "common", "interval"), "5");
+  const Json::Value ewl = readJsonFile(dir / "ambiguity.json")["amb"]["ewl"];
+  EXPECT_EQ(plainValue(ewl["resolution"]), "on");
+  EXPECT_EQ(plainValue(ewl["comb"]), "GPS:L2_L5 GAL:E1_E5a BD3:B1c_B2a");
   const RunSettings run = readRunSettings(dir);
   EXPECT_EQ(run.mode, "kinematic");
   EXPECT_EQ(run.antennaDelta_m, options.run.antennaDelta_m);
@@ -154,18 +139,17 @@ TEST_F(Deployment, InconsistentChoicesAreRefusedInASentence) {
 }
 
 TEST_F(Deployment, RunSettingsAreChecked) {
-  options.run.interval_s = 0.0;
-  EXPECT_THAT(refusal(), HasSubstr("interval"));
-  options.run.interval_s = 1.0;
-  options.run.cutoff_deg = 90.0;
-  EXPECT_THAT(refusal(), HasSubstr("mask"));
-  options.run.cutoff_deg = 5.0;
-  options.run.mode = "walking";
-  EXPECT_THAT(refusal(), HasSubstr("'walking' is unknown"));
-  RunSettings edited;
-  edited.mode = "running";
+  for (const auto& [mode, interval_s, cutoff_deg, sentence] :
+       {std::tuple{"static", 0.0, 5.0, "interval"},
+        {"static", 1.0, 90.0, "mask"},
+        {"walking", 1.0, 5.0, "'walking' is unknown"}}) {
+    options.run.mode = mode;
+    options.run.interval_s = interval_s;
+    options.run.cutoff_deg = cutoff_deg;
+    EXPECT_THAT(refusal(), HasSubstr(sentence));
+  }
   fs::create_directories(dir);
-  writeRunSettings(dir, edited);
+  writeRunSettings(dir, options.run);  // as somebody may have edited it
   EXPECT_THROW(readRunSettings(dir), InputError);
   options.run.mode = "static";
   options.date = toGpsTime({1975, 1, 1, 0, 0, 0.0});
@@ -177,14 +161,15 @@ TEST_F(Deployment, OverridesKeepTheCommentAndUnknownKeysAreRefused) {
                        {"amb.n1.lambda.success_rate", "2.5"}, {"amb.osb_switch", "on"},
                        {"common.orbtype", "SSR BRD"},         {"files.ocload", "my.blq"}};
   write();
-  const Json::Value main = readJson(dir / "ppp.json"), amb = readJson(dir / "ambiguity.json");
-  EXPECT_THAT(main["common"]["ionmodel"].asString(), testing::MatchesRegex("ION_NONE +! .*"));
-  EXPECT_EQ(plain(main["threshold"]["rangelimit"]), "30.0");
-  EXPECT_EQ(main["common"]["orbtype"].size(), 2u);
-  EXPECT_EQ(plain(amb["amb"]["n1"]["lambda"]["success_rate"]), "2.5");
-  EXPECT_EQ(plain(amb["amb"]["wl"]["lambda"]["success_rate"]), "3.0");
-  EXPECT_EQ(plain(amb["osb_switch"]), "on");
-  EXPECT_EQ(plain(readJson(dir / "tables.json")["files"]["ocload"][0]), "my.blq");
+  const Json::Value main = readJsonFile(dir / "ppp.json")["common"],
+                    amb = readJsonFile(dir / "ambiguity.json");
+  EXPECT_THAT(main["ionmodel"].asString(), testing::MatchesRegex("ION_NONE +! .*"));
+  EXPECT_EQ(main["orbtype"].size(), 2u);
+  EXPECT_EQ(value("ppp.json", "threshold", "rangelimit"), "30.0");
+  EXPECT_EQ(plainValue(amb["amb"]["n1"]["lambda"]["success_rate"]), "2.5");
+  EXPECT_EQ(plainValue(amb["amb"]["wl"]["lambda"]["success_rate"]), "3.0");
+  EXPECT_EQ(plainValue(amb["osb_switch"]), "on");
+  EXPECT_EQ(plainValue(readJsonFile(dir / "tables.json")["files"]["ocload"][0]), "my.blq");
   for (const char* key : {"common.ionmodell", "common", "amb.n2.comb", ""}) {
     options.overrides = {{key, "x"}};
     EXPECT_THAT(refusal(), HasSubstr("is no key of a deployment")) << key;
@@ -194,20 +179,17 @@ TEST_F(Deployment, OverridesKeepTheCommentAndUnknownKeysAreRefused) {
 TEST_F(Deployment, BuiltInGridHoldsTheNodesOfItsClimatology) {
   options.grid.clear();
   EXPECT_THAT(write(), HasSubstr("no troposphere grid"));
-  std::istringstream in(readFile(dir / "gpt2_1w.grd"));
-  std::string line;
-  std::getline(in, line);
-  int lines = 0;
+  const std::vector<std::string> lines = support::linesOf(readFile(dir / "gpt2_1w.grd"));
+  ASSERT_EQ(lines.size(), 64801u);  // with a header
   // 42.5 N 12.5 E is a node of the 5-degree grid: the published numbers of that cell come back.
   const int node = (89 - 42) * 360 + 12;
-  for (; std::getline(in, line); ++lines) {
-    if (lines != 0 && lines != node && lines != 64799) continue;
-    std::istringstream numbers(line);
+  for (const int cell : {0, node, 64799}) {
+    std::istringstream numbers(lines[static_cast<std::size_t>(cell) + 1]);
     const std::vector<double> v{std::istream_iterator<double>(numbers), {}};
     ASSERT_EQ(v.size(), 44u);
-    EXPECT_EQ(v[0], 89.5 - lines / 360);
-    EXPECT_EQ(v[1], 0.5 + lines % 360);
-    if (lines != node) continue;
+    EXPECT_EQ(v[0], 89.5 - cell / 360);
+    EXPECT_EQ(v[1], 0.5 + cell % 360);
+    if (cell != node) continue;
     EXPECT_NEAR(v[34], 2.65, 1e-12);
     EXPECT_NEAR(v[39], 70.2 + 0.72 * v[7], 0.051);
     // geoid and relief of central Italy
@@ -215,7 +197,6 @@ TEST_F(Deployment, BuiltInGridHoldsTheNodesOfItsClimatology) {
     EXPECT_GT(v[23], 100.0);
     EXPECT_NEAR(v[2] * std::exp(v[23] / 8400.0), 101600.0, 600.0);
   }
-  EXPECT_EQ(lines, 64800);
 }
 
 TEST_F(Deployment, DamagedFilesAreNamed) {
@@ -225,8 +206,7 @@ TEST_F(Deployment, DamagedFilesAreNamed) {
   options.antex = options.grid;
   EXPECT_THAT(message(), HasSubstr("this is no antenna file"));
   options.antex.clear();
-  options.grid = base / "short.grd";
-  std::ofstream(options.grid) << "header\n1 2 3\n";
+  options.grid = home.write("short.grd", "header\n1 2 3\n");
   EXPECT_THAT(message(), HasSubstr("short.grd:2: grid: 44 numbers expected"));
 }
 

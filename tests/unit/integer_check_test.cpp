@@ -10,14 +10,15 @@ namespace gnx {
 namespace {
 
 /// Epochs of half a minute; slips of G05 on its second signal at the third one.
-std::string truthText() {
+std::optional<IntegerTruth> truth() {
   std::string text = "sow_s,sat,azimuth_deg,ambiguities\n";
   for (int k = 0; k < 6; ++k) {
     const std::string sow = std::to_string(30 * k) + ".000,";
     text += sow + "G02,1.0,1C:100 2W:40\n";
     text += sow + "G05,2.0,1C:-7 2W:" + (k < 3 ? "5" : "6") + "\n";
   }
-  return text;
+  const support::TemporaryDirectory directory;
+  return IntegerTruth::read(directory.write("truth.csv", text));
 }
 
 IntegerSample sample(int epoch, const char* level, const char* slots, double value,
@@ -26,9 +27,6 @@ IntegerSample sample(int epoch, const char* level, const char* slots, double val
 }
 
 TEST(IntegerCheck, DifferencesOfFrequenciesMustEqualTheTruthAndSingleOnesButForTurns) {
-  const support::TemporaryDirectory directory;
-  const auto truth = IntegerTruth::read(directory.write("truth.csv", truthText()));
-  ASSERT_TRUE(truth);
   std::vector<IntegerSample> samples;
   for (int k = 0; k < 6; ++k) {
     // L1-L2: (-7 - 5) - (100 - 40) = -72, and -73 behind the slip.
@@ -38,7 +36,7 @@ TEST(IntegerCheck, DifferencesOfFrequenciesMustEqualTheTruthAndSingleOnesButForT
     samples.push_back(
         sample(k, "n1", "L1", -106.2, k == 0 ? std::nullopt : std::optional(k == 5 ? -108 : -106)));
   }
-  const IntegerCheck check = checkIntegers(samples, truth);
+  const IntegerCheck check = checkIntegers(samples, truth());
   const LevelCheck &wide = check.levels.at("wl"), &narrow = check.levels.at("n1");
   EXPECT_EQ(wide.checked, 6u);
   EXPECT_EQ(wide.wrong, 1u);
@@ -53,13 +51,11 @@ TEST(IntegerCheck, DifferencesOfFrequenciesMustEqualTheTruthAndSingleOnesButForT
 }
 
 TEST(IntegerCheck, TwoTurnsAreNoWindUpAndWithoutTruthNothingIsWrong) {
-  const support::TemporaryDirectory directory;
-  const auto truth = IntegerTruth::read(directory.write("truth.csv", truthText()));
   std::vector<IntegerSample> samples;
   for (int k = 0; k < 6; ++k) samples.push_back(sample(k, "n1", "L1", -105.0, -105));
-  EXPECT_EQ(checkIntegers(samples, truth).levels.at("n1").wrong, 6u);
+  EXPECT_EQ(checkIntegers(samples, truth()).levels.at("n1").wrong, 6u);
   EXPECT_EQ(checkIntegers(samples, std::nullopt).levels.at("n1").checked, 0u);
-  EXPECT_FALSE(IntegerTruth::read(directory.path() / "absent.csv"));
+  EXPECT_FALSE(IntegerTruth::read("/absent.csv"));
 }
 
 TEST(IntegerCheck, ArcsEndWithGapsAndLeaps) {

@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <cmath>
 #include <limits>
-#include <random>
-#include <vector>
 
 #include "Common/CMat.h"
 #include "Core/Ambfix/Pflambda.h"
@@ -28,9 +25,8 @@ std::vector<double> numbers(const Json::Value& list) {
 }
 
 Solution solve(int n, int m, const std::vector<double>& a, const Matrix& Q) {
-  Solution r;
-  r.F.assign(static_cast<std::size_t>(n * m), -1.0);
-  r.s.assign(static_cast<std::size_t>(m), -1.0);
+  const auto rows = static_cast<std::size_t>(n), columns = static_cast<std::size_t>(m);
+  Solution r{-1, std::vector(rows * columns, -1.0), std::vector(columns, -1.0)};
   r.status = GNX_IO::lambda(n, m, a.data(), Q.data(), r.F.data(), r.s.data());
   return r;
 }
@@ -132,9 +128,8 @@ TEST(Lambda, RefusesWhatHasNoSolution) {
     EXPECT_NE(solve(2, 2, a, {1, 0, 0, 1}).status, 0) << testing::PrintToString(a);
   solve(2, 2, {0.3, 0.4}, {1e300, 1e300, 1e300, 1.7e308});  // has only to end
   double value = 1.0;
-  EXPECT_NE(GNX_IO::lambda(0, 2, &value, &value, &value, &value), 0);
-  EXPECT_NE(GNX_IO::lambda(-3, 2, &value, &value, &value, &value), 0);
-  EXPECT_NE(GNX_IO::lambda(1, 0, &value, &value, &value, &value), 0);
+  for (const auto& [n, m] : {std::pair{0, 2}, {-3, 2}, {1, 0}})
+    EXPECT_NE(GNX_IO::lambda(n, m, &value, &value, &value, &value), 0) << n << ' ' << m;
   EXPECT_NE(GNX_IO::lambda(1, 2, nullptr, &value, &value, &value), 0);
 }
 

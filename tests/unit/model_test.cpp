@@ -13,8 +13,7 @@ namespace {
 constexpr double kModel_m = 8.0e-4;
 
 /// Observations of eighteen satellites, known to the station by their true values.
-class PreciseModel : public testing::Test {
- protected:
+struct PreciseModel : testing::Test {
   PreciseModel() {
     world.knowTruth();
     world.observe();

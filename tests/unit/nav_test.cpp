@@ -1,7 +1,5 @@
 // Broadcast messages: their reading, and what of them the engine will hold at a time.
 
-#include <gmock/gmock.h>
-
 #include "corrections/ephemeris_timeline.h"
 #include "formats/rinex_nav.h"
 #include "support/host_files.h"
@@ -11,37 +9,29 @@ namespace {
 
 const GpsTime kStart = toGpsTime({2020, 6, 25, 0, 0, 0.0});  // week 2111, second 345600
 
-std::string versionLine(const std::string& version) {
-  return headerLine("     " + version + "           NAVIGATION DATA     M", "RINEX VERSION / TYPE") +
-         headerLine("", "END OF HEADER");
-}
-
 /// A Keplerian record: numbers that matter, zeros elsewhere.
 std::string kepler(const std::string& first, double iode, double toe, double code, double sent) {
-  char text[1200];
-  std::snprintf(text, sizeof text,
-                "%s 1.000000000000e-04 0.000000000000e+00 0.000000000000e+00\n"
-                "    %19.12e 1.000000000000e+01 4.000000000000e-09 1.000000000000e+00\n"
-                "     0.000000000000e+00 1.000000000000e-02 0.000000000000e+00 5.153650000000e+03\n"
-                "    %19.12e 0.000000000000e+00 2.000000000000e+00 0.000000000000e+00\n"
-                "     9.600000000000e-01 2.000000000000e+02-7.000000000000e-01-8.000000000000e-09\n"
-                "     0.000000000000e+00%19.12e 2.111000000000e+03                   \n"
-                "     2.000000000000e+00 0.000000000000e+00 5.000000000000e-09 6.000000000000e-09\n"
-                "    %19.12e\n",
-                first.c_str(), iode, toe, code, sent);
-  return text;
+  return printed(
+      "%s 1.000000000000e-04 0.000000000000e+00 0.000000000000e+00\n"
+      "    %19.12e 1.000000000000e+01 4.000000000000e-09 1.000000000000e+00\n"
+      "     0.000000000000e+00 1.000000000000e-02 0.000000000000e+00 5.153650000000e+03\n"
+      "    %19.12e 0.000000000000e+00 2.000000000000e+00 0.000000000000e+00\n"
+      "     9.600000000000e-01 2.000000000000e+02-7.000000000000e-01-8.000000000000e-09\n"
+      "     0.000000000000e+00%19.12e 2.111000000000e+03                   \n"
+      "     2.000000000000e+00 0.000000000000e+00 5.000000000000e-09 6.000000000000e-09\n"
+      "    %19.12e\n",
+      first.c_str(), iode, toe, code, sent);
 }
 
-class RinexNav : public testing::Test {
- protected:
-  NavData read(const std::string& content) { return readRinexNav({m_dir.write("file.nav", content)}); }
-  std::string refusal(const std::string& content) {
-    return inputError([&] { readRinexNav({m_dir.write("bad.nav", content)}); });
-  }
-  TempDir m_dir;
-};
+/// Messages in a file of a version.
+NavData read(const std::string& version, const std::string& messages) {
+  const TempDir dir;
+  const std::string first = "     " + version + "           NAVIGATION DATA     M";
+  return readRinexNav({dir.write(
+      "file.nav", headerLine(first, "RINEX VERSION / TYPE") + headerLine("", "END OF HEADER") + messages)});
+}
 
-TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
+TEST(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
   const std::string glonass =
       "R01 2020 06 24 23 45 00 6.355904042721D-05 0.000000000000D+00 3.438000000000D+05\n"
       "     1.090894238281D+04 1.407806396484D+00-1.862645149231D-09 0.000000000000D+00\n"
@@ -49,9 +39,9 @@ TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
       "     2.288353955078D+04-3.169984817505D-01-2.793967723846D-09 0.000000000000D+00\n";
   const std::string sbas =
       "S23 2020 06 24 23 45 00 0.0                0.0                0.0\n     1\n     2\n     3\n";
-  const NavData nav = read(versionLine("3.04") + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
-                           sbas + glonass + kepler("C06 2020 06 25 01 00 00", 1, 349200, 0, 349230) +
-                           kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+  const NavData nav = read("3.04", kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) + sbas + glonass +
+                                       kepler("C06 2020 06 25 01 00 00", 1, 349200, 0, 349230) +
+                                       kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
   EXPECT_THAT(nav.notes, IsEmpty());
   ASSERT_THAT(nav.keplerian, SizeIs(3));
   const BroadcastEph& g = nav.keplerian[0];
@@ -71,42 +61,41 @@ TEST_F(RinexNav, ReadsEverySystemAndSkipsTheOthers) {
   EXPECT_EQ(nav.glonass[0].channel, 1);
 }
 
-TEST_F(RinexNav, PlacesSecondsOfWeekAcrossItsEnd) {
+TEST(RinexNav, PlacesSecondsOfWeekAcrossItsEnd) {
   // Sent on Saturday for a time of clock on Sunday.
-  const NavData nav = read(versionLine("3.05") + kepler("G05 2020 06 28 00 00 00", 12, 0, 1, 597618));
+  const NavData nav = read("3.05", kepler("G05 2020 06 28 00 00 00", 12, 0, 1, 597618));
   ASSERT_THAT(nav.keplerian, SizeIs(1));
   EXPECT_EQ(nav.keplerian[0].toe - nav.keplerian[0].toc, 0.0);
   EXPECT_EQ(nav.keplerian[0].transmission - nav.keplerian[0].toc, -7182.0);
 }
 
-TEST_F(RinexNav, ReadsTheRecordsOfVersionFour) {
-  const NavData nav = read(versionLine("4.00") + "> EPH G05 LNAV\n" +
-                           kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
-                           "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" +
-                           "> EPH G05 CNAV\n" + kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) +
-                           "> EPH E01 FNAV\n" + kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+TEST(RinexNav, ReadsTheRecordsOfVersionFour) {
+  const NavData nav =
+      read("4.00", "> EPH G05 LNAV\n" + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
+                       "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" +
+                       "> EPH G05 CNAV\n" + kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) +
+                       "> EPH E01 FNAV\n" + kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
   ASSERT_THAT(nav.keplerian, SizeIs(2));
   EXPECT_EQ(nav.keplerian[0].iode, 12);
   EXPECT_EQ(nav.keplerian[1].sat, "E01");
 }
 
-TEST_F(RinexNav, RefusesDamageAndLeavesOutNonsense) {
+TEST(RinexNav, RefusesDamageAndLeavesOutNonsense) {
   const std::string good = kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618);
   std::string letter = good;
   letter[letter.find("4.000000000000e-09")] = 'x';
-  EXPECT_THAT(refusal(versionLine("3.04") + letter),
-              HasSubstr("bad.nav:4: G05 number 3: 'x.000000000000e-09'"));
-  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.find("     2.0000000"))),
-              HasSubstr("G05: message that begins in line 3 has 5 lines instead of 7"));
-  EXPECT_THAT(refusal(versionLine("3.04") + good.substr(0, good.size() - 2)),
-              HasSubstr("not a complete number"));
+  for (const auto& [messages, sentence] :
+       {std::pair{letter, "file.nav:4: G05 number 3: 'x.000000000000e-09'"},
+        {good.substr(0, good.find("     2.0000000")),
+         "G05: message that begins in line 3 has 5 lines instead of 7"},
+        {good.substr(0, good.size() - 2), "not a complete number"}})
+    EXPECT_THAT(inputError([&] { read("3.04", messages); }), HasSubstr(sentence));
   std::string round = good;
   round.replace(round.find("1.000000000000e-02"), 4, "9.00");
   round.replace(round.find("e-02"), 4, "e+02");
-  const NavData nav = read(versionLine("3.04") + round);
+  const NavData nav = read("3.04", round);
   EXPECT_THAT(nav.keplerian, IsEmpty());
-  ASSERT_THAT(nav.notes, SizeIs(1));
-  EXPECT_THAT(nav.notes[0], HasSubstr("file.nav:3: G05 message left out, eccentricity"));
+  EXPECT_THAT(nav.notes, ElementsAre(HasSubstr("file.nav:3: G05 message left out, eccentricity")));
 }
 
 // ---- what the engine's store holds ----
@@ -122,9 +111,7 @@ BroadcastEph message(const std::string& sat, int issue, double toc, double sent,
 }
 
 EphemerisTimeline timelineOf(std::vector<BroadcastEph> list) {
-  NavData data;
-  data.keplerian = std::move(list);
-  return {data, kStart};
+  return {{.keplerian = std::move(list), .glonass = {}, .notes = {}}, kStart};
 }
 
 int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t) {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
+#include <optional>
 #include <random>
 
 #include "calibrate/narrow_lanes.h"
@@ -26,14 +26,13 @@ std::vector<NarrowLane> simulatedFloats(const std::vector<double>& offsets, doub
   for (std::size_t s = 0; s < offsets.size(); ++s) whole.push_back(integer(random));
   std::vector<NarrowLane> floats;
   for (int t = 0; t < 20 * 3600; t += 300) {
-    std::vector<std::size_t> up;
+    std::optional<std::size_t> reference;  // the first in sight
     for (std::size_t s = 0; s < offsets.size(); ++s) {
       const double age = t - 1200.0 * static_cast<double>(s);
-      if (age >= 0.0 && age < 4.0 * 3600.0) up.push_back(s);
-    }
-    for (std::size_t k = 1; k < up.size(); ++k) {
-      const std::size_t s = up[k], r = up[0];
-      const double age = t - 1200.0 * static_cast<double>(s);
+      if (age < 0.0 || age >= 4.0 * 3600.0) continue;
+      if (!reference) reference = s;
+      const std::size_t r = *reference;
+      if (s == r) continue;
       floats.push_back({{t, 0.0},
                         "E" + std::to_string(10 + s),
                         "E" + std::to_string(10 + r),
@@ -70,17 +69,14 @@ TEST(PhaseOffsets, OfUnconnectedSatellitesAreLeftOut) {
 
 TEST(PhaseOffsets, FileKeepsThemAndDamageIsNamed) {
   const support::TemporaryDirectory dir;
-  const auto file = dir.path() / "offsets.csv";
-  const auto write = [&](const std::string& text) { std::ofstream(file) << text; };
-  write(phaseOffsetsText({{"G05", {-0.123, 0.01, 7}}, {"E31", {0.5, 0.0, 1}}}));
-  EXPECT_NEAR(readPhaseOffsets(file).at("G05").cycles, -0.123, 1e-9);
-  EXPECT_EQ(readPhaseOffsets(file).size(), 2U);
+  const auto read = [&](const std::string& text) { return readPhaseOffsets(dir.write("offsets.csv", text)); };
+  const PhaseOffsets kept = read(phaseOffsetsText({{"G05", {-0.123, 0.01, 7}}, {"E31", {0.5, 0.0, 1}}}));
+  EXPECT_NEAR(kept.at("G05").cycles, -0.123, 1e-9);
+  EXPECT_EQ(kept.size(), 2U);
   for (const char* damage :
        {"", "sat,x\n", "satellite,offset_cycles\nG05\n", "satellite,offset_cycles\nG05,7\n",
-        "satellite,offset_cycles\nX,0.1\n", "satellite,offset_cycles\nG05,0\nG05,0\n"}) {
-    write(damage);
-    EXPECT_THROW(readPhaseOffsets(file), InputError) << damage;
-  }
+        "satellite,offset_cycles\nX,0.1\n", "satellite,offset_cycles\nG05,0\nG05,0\n"})
+    EXPECT_THROW(read(damage), InputError) << damage;
 }
 
 }  // namespace

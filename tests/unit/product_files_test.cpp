@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <sstream>
-
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "formats/rinex_nav.h"
 #include "support/broadcast_messages.h"
@@ -14,33 +11,26 @@
 
 namespace {
 
-using gnx_test::kMjd;
-using gnx_test::kToe;
-using gnx_test::kToeSod;
-using gnx_test::kWeek;
+using namespace gnx_test;
 
-class ProductFiles : public gnx_test::TableFixture {
+class ProductFiles : public TableFixture {
  protected:
   ProductFiles() {
     gps = add("G05");
     add("C21");
     tarvio::s_copyText(deploy().m_pathOutput, directory.path().string());
-    store.m_gnssEph["G05"].push_back(gnx_test::message("G05"));
-    tarvio::GPSEPH beidou = gnx_test::message("C21", 5282.6);
-    beidou.m_tgd2 = -3.0e-9;
-    store.m_gnssEph["C21"].push_back(beidou);
-    tarvio::GLSEPH glonass;
+    store.m_gnssEph["G05"].push_back(message("G05"));
+    store.m_gnssEph["C21"].push_back(message("C21", 5282.6));
+    store.m_gnssEph["C21"].front().m_tgd2 = -3.0e-9;
+    tarvio::GLSEPH& glonass = store.m_glsEph["R07"].emplace_back();
     tarvio::s_copyText(glonass.m_cprn, "R07");
     glonass.m_mjd = kMjd;
     glonass.m_sod = kToeSod + 18.0;  // GPS time of a whole quarter of an hour UTC
     glonass.m_tau = -1.5e-5;
     glonass.m_pos[0] = 10'000.0;
     glonass.m_pos[1] = 19'123.456;
-    glonass.m_pos[2] = 13'500.0;
-    glonass.m_vel[0] = 2.5;
     glonass.m_vel[2] = -1.25;
     glonass.m_frq = -4.0;
-    store.m_glsEph["R07"].push_back(glonass);
   }
   std::string fileLike(const std::string& part) const {
     for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
@@ -71,6 +61,7 @@ TEST_F(ProductFiles, MessagesComeBackFromTheMergedNavigationFile) {
     EXPECT_EQ(e.crs, stored.m_crs) << e.sat;
     EXPECT_EQ(e.af[1], stored.m_a1) << e.sat;
     EXPECT_EQ(e.tgd[0], stored.m_tgd) << e.sat;
+    EXPECT_TRUE(e.sat == "G05" || e.tgd[1] == stored.m_tgd2);
     const double ahead = e.sat == "C21" ? 14.0 : 0.0;  // the file is in BDT, records are in GPS time
     EXPECT_EQ(e.toe - gnx::fromWeek(kWeek, kToe), ahead) << e.sat;
     EXPECT_EQ(e.toc - gnx::fromWeek(kWeek, kToe), ahead) << e.sat;
@@ -93,14 +84,11 @@ TEST_F(ProductFiles, CorrectionsStandInBlocksWithACount) {
   clock.m_dclk[gps][0] = -0.125;
   store.v_inputSsr(&orbit, &clock);
   write();
-  std::istringstream in(support::readFile(fileLike("ssr21114.ssr")));
-  std::string line, text;
-  while (std::getline(in, line)) text += line + "|";
-  EXPECT_EQ(text,
-            "> ORBIT 2020 06 25 02 00 30.0 1 SSR|"
-            "G05          10    -0.7500    -0.5000    -0.2500     0.0000     0.2500     0.5000|"
-            "> CLOCK 2020 06 25 02 00 30.0 1 SSR|"
-            "G05          10    -0.1250     0.0000     0.0000|");
+  EXPECT_EQ(support::readFile(fileLike("ssr21114.ssr")),
+            "> ORBIT 2020 06 25 02 00 30.0 1 SSR\n"
+            "G05          10    -0.7500    -0.5000    -0.2500     0.0000     0.2500     0.5000\n"
+            "> CLOCK 2020 06 25 02 00 30.0 1 SSR\n"
+            "G05          10    -0.1250     0.0000     0.0000\n");
 }
 
 }  // namespace

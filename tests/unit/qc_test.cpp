@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <vector>
 
 #include "Interface/Station.h"
@@ -39,8 +38,7 @@ TEST(SignRobust, KeepsTheNeighbourhoodOfTheMedian) {
   }
 }
 
-class TrimTest : public gnx_test::TableFixture {
- protected:
+struct TrimTest : gnx_test::TableFixture {
   /// Both forms, which differ in what they write.
   int trim(const std::vector<double>& values, double limit) {
     const int n = static_cast<int>(values.size());
@@ -73,26 +71,20 @@ TEST_F(TrimTest, DropsTheWorstUntilItFits) {
   EXPECT_EQ(m_sigma, 999.0);
 }
 
-class RangeTest : public gnx_test::TableFixture {
- protected:
+struct RangeTest : gnx_test::TableFixture {
   RangeTest() {
-    frequencies('G', 2, {"L1", "L2"});
-    frequencies('E', 2, {"L1", "L5"});
-    addConstellation('G', 8);
-    addConstellation('E', 4);
+    gpsAndGalileo(8, 4);
     for (int i = 0; i < 12; ++i) observe(i, 0.2 * (i % 3) - 0.15);
-    s_copyText(deploy().m_syslist, "GE");
-    deploy().m_refsys = 0;
-    m_sta->m_rclk[0] = 1000.0;
+    m_sta.m_rclk[0] = 1000.0;
   }
   /// Both codes of a row share a residual: so does their ionosphere-free combination.
   void observe(int isat, double omc) {
-    m_sta->m_sat[isat].m_xx[4] = m_sta->m_sat[isat].m_xx[5] = omc;
-    m_sta->m_sat[isat].m_elev = 50.0 * kDegToRad;
+    m_sta.m_sat[isat].m_xx[4] = m_sta.m_sat[isat].m_xx[5] = omc;
+    m_sta.m_sat[isat].m_elev = 50.0 * kDegToRad;
   }
-  int detect() { return Qc::Qc_detectRangeOmc(m_sta.get(), m_flags); }
+  int detect() { return Qc::Qc_detectRangeOmc(&m_sta, m_flags); }
 
-  const std::unique_ptr<Station> m_sta = std::make_unique<Station>("STAN");
+  Station m_sta{"STAN"};
   int m_flags[kMaxSat] = {};
 };
 
@@ -107,14 +99,14 @@ TEST_F(RangeTest, ScatteredCodesAreTakenApartRobustly) {
 
 TEST_F(RangeTest, SingleFrequencyAndLowElevation) {
   s_copyText(deploy().m_obscomb, "SF");
-  for (int i = 0; i < 12; ++i) m_sta->m_sat[i].m_xx[5] = 0.0;
-  m_sta->m_sat[2].m_xx[4] += 70.0;
+  for (int i = 0; i < 12; ++i) m_sta.m_sat[i].m_xx[5] = 0.0;
+  m_sta.m_sat[2].m_xx[4] += 70.0;
   EXPECT_EQ(detect(), 1);
   EXPECT_EQ(m_flags[2], 2);
-  m_sta->m_sat[2].m_elev = 0.1;  // below the mask: not judged
+  m_sta.m_sat[2].m_elev = 0.1;  // below the mask: not judged
   EXPECT_EQ(detect(), 0);
   s_copyText(deploy().m_obscomb, "RAW");
-  m_sta->m_rclk[0] = 0.0;
+  m_sta.m_rclk[0] = 0.0;
   EXPECT_EQ(detect(), 0) << "one code is no ionosphere-free value, and no clock comes of nothing";
 
   // A low satellite weighs 1/(2 sin e)^2: at 8 degrees it moves the mean of two by 12.9/13.9.
@@ -122,10 +114,10 @@ TEST_F(RangeTest, SingleFrequencyAndLowElevation) {
   for (int i = 2; i < 12; ++i) observe(i, 0.0);
   observe(0, 1.0e-9);
   observe(1, 20.0);
-  m_sta->m_sat[1].m_elev = 8.0 * kDegToRad;
+  m_sta.m_sat[1].m_elev = 8.0 * kDegToRad;
   EXPECT_EQ(detect(), 1);
   const double w = std::pow(2.0 * std::sin(8.0 * kDegToRad), -2);
-  EXPECT_NEAR(m_sta->m_rclk[0], 20.0 * w / (1.0 + w), 1.0e-6);
+  EXPECT_NEAR(m_sta.m_rclk[0], 20.0 * w / (1.0 + w), 1.0e-6);
 }
 
 TEST(Fractions, MeanOnTheCycle) {

@@ -1,11 +1,6 @@
 // What the simulated receiver measures: geometry in inertial axes, observation combinations, clocks, media
 // and faults.
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cmath>
-
 #include "formats/input_error.h"
 #include "simulation_setup.h"
 #include "support/host_files.h"
@@ -32,9 +27,8 @@ class NoiseFree : public testing::Test {
   }
 
   std::size_t row(const SatName& sat) const {
-    std::size_t i = 0;
-    while (sky.satellites()[i].name != sat) ++i;
-    return i;
+    const auto found = std::ranges::find(sky.satellites(), sat, &SimulatedSatellite::name);
+    return static_cast<std::size_t>(found - sky.satellites().begin());
   }
   double frequency(const SatObs& sat, const SignalObs& s) const {
     return carrierFrequency(sat.sat[0], s.code.data());
@@ -147,26 +141,21 @@ TEST(SimulatedAtmosphere, MappingAgainstPublishedCase) {
   EXPECT_NEAR(t.zenith(kStart).hydrostatic, 2.09, 0.02) << "standard atmosphere at 824 m";
 }
 
-TEST(SimulatedFaults, SlipsGapsAndOutliersStrikeWhereTheyShould) {
-  SimulationOptions o = quietOptions();
-  const Constellation sky(o.sky);
-  ObsEpoch epoch;
-  EpochTruth truth;
-  Observer(o.observer, sky, o.faults).observe(o.sky.start, epoch, truth);
+TEST_F(NoiseFree, SlipsGapsAndOutliersStrikeWhereTheyShould) {
   std::ranges::sort(truth.satellites, std::greater(), &SatelliteTruth::elevation);
   const SatName victim = truth.satellites[0].sat, absent = truth.satellites[1].sat;
   const std::string signal = sky.options().signals.at(victim[0])[0];
   const FaultList faults({{Fault::Kind::slip, victim, signal, 300.0, 300.0, 7.0},
                           {Fault::Kind::gap, absent, "", 300.0, 360.0, 0.0},
                           {Fault::Kind::code, victim, "", 330.0, 330.0, 25.0}});
-  Observer clean(o.observer, sky, o.faults), faulty(o.observer, sky, faults);
+  Observer clean(options.observer, sky, options.faults), faulty(options.observer, sky, faults);
   const auto find = [](const ObsEpoch& e, const SatName& sat) {
     return std::ranges::find(e.sats, sat, &SatObs::sat);
   };
   ObsEpoch good, bad;
   for (int k = 0; k < 15; ++k) {
-    clean.observe(o.sky.start + 30.0 * k, good, truth);
-    faulty.observe(o.sky.start + 30.0 * k, bad, truth);
+    clean.observe(options.sky.start + 30.0 * k, good, truth);
+    faulty.observe(options.sky.start + 30.0 * k, bad, truth);
     ASSERT_NE(find(bad, victim), bad.sats.end());
     const auto &a = find(good, victim)->signals, &b = find(bad, victim)->signals;
     EXPECT_NEAR(b[0].phase - a[0].phase, k >= 10 ? 7.0 : 0.0, 1e-6) << k;

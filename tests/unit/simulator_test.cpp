@@ -1,12 +1,12 @@
 // The simulated sky and its files against formulas of other making: published cases, and what a reader
 // of the files gets.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "formats/input_error.h"
+#include "formats/json_file.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
 #include "formats/ssr_text.h"
@@ -28,13 +28,11 @@ TEST(SimulatedSky, SunAndMoonAgainstErfa) {
   const Json::Value root = gnx_test::referenceCases("sun_moon_cases.json");
   ASSERT_FALSE(root["cases"].empty());
   for (const Json::Value& c : root["cases"]) {
-    const auto vector = [&c](const char* name) {
-      return Vector3{c[name][0].asDouble(), c[name][1].asDouble(), c[name][2].asDouble()};
-    };
     const Vector3 sun = sunOfDate(c["T"].asDouble()), moon = moonOfDate(c["T"].asDouble());
-    EXPECT_LT(angleBetween(sun, vector("sun_reference_mean_equator_of_date_m")), 0.02) << c["mjd"];
-    EXPECT_LT(angleBetween(moon, vector("moon_reference_mean_equator_of_date_m")), 0.15) << c["mjd"];
-    EXPECT_NEAR(length(moon), length(vector("moon_reference_mean_equator_of_date_m")), 1e6);
+    const Vector3 moonReference = toVector(c["moon_reference_mean_equator_of_date_m"]);
+    EXPECT_LT(angleBetween(sun, toVector(c["sun_reference_mean_equator_of_date_m"])), 0.02) << c["mjd"];
+    EXPECT_LT(angleBetween(moon, moonReference), 0.15) << c["mjd"];
+    EXPECT_NEAR(length(moon), length(moonReference), 1e6);
   }
 }
 
@@ -135,10 +133,9 @@ TEST(SimulatedFiles, BroadcastPlusCorrectionsGiveTheTruth) {
   EXPECT_EQ(orbits, 121 * 85);
   EXPECT_EQ(clocks, 361 * 85);
   EXPECT_EQ(biases, 2 * 121 * 85);
-  EXPECT_GT(std::sqrt(orbitError / orbits), 0.5);
-  EXPECT_LT(std::sqrt(orbitError / orbits), 3.0);
-  EXPECT_GT(std::sqrt(clockError / clocks), 0.3e-9 * kC);
-  EXPECT_LT(std::sqrt(clockError / clocks), 3e-9 * kC);
+  EXPECT_THAT(std::sqrt(orbitError / orbits), testing::AllOf(testing::Gt(0.5), testing::Lt(3.0)));
+  EXPECT_THAT(std::sqrt(clockError / clocks),
+              testing::AllOf(testing::Gt(0.3e-9 * kC), testing::Lt(3e-9 * kC)));
 }
 
 TEST(SimulatedFiles, ObservationsReadBackToTheDigitsOfTheFormat) {
@@ -161,9 +158,8 @@ TEST(SimulatedFiles, ObservationsReadBackToTheDigitsOfTheFormat) {
       for (std::size_t k = 0; k < read.sats[i].signals.size(); ++k) {
         const SignalObs &signal = read.sats[i].signals[k], &same = made.sats[i].signals[k];
         ASSERT_EQ(signal.code, same.code);
-        EXPECT_NEAR(signal.range, same.range, 5.1e-4);
-        EXPECT_NEAR(signal.phase, same.phase, 5.1e-4);
-        EXPECT_NEAR(signal.doppler, same.doppler, 5.1e-4);
+        for (const auto value : {&SignalObs::range, &SignalObs::phase, &SignalObs::doppler})
+          EXPECT_NEAR(signal.*value, same.*value, 5.1e-4);
         EXPECT_EQ(signal.snr, same.snr);
         EXPECT_EQ(signal.lli, same.lli);
       }

@@ -30,8 +30,19 @@ TEST(Smoother, SigmaGrowsFromTheSeedAndSlidesWithTheResiduals) {
   EXPECT_GT(timed.m_sigma, plain.m_sigma) << "the timed form divides by one less";
 }
 
-TEST(Smoother, ResetAndNewWindow) {
-  SmoothAdapter smoother;
+TEST(Smoother, ResetRemovalAndNewWindow) {
+  SmoothAdapter smoother(10);
+  smoother.m_remove([](int) { return true; });  // nothing there
+  for (int t = 0; t < 15; ++t) smoother.m_smooth(t, t * t, nullptr, nullptr);
+  ASSERT_EQ(smoother.m_times.size(), 10U);
+  EXPECT_EQ(smoother.m_times.front(), 5);
+  smoother.m_remove([](int t) { return t < 12; });
+  EXPECT_EQ(smoother.m_count, 3);
+  EXPECT_NEAR(smoother.m_mean, (144.0 + 169.0 + 196.0) / 3.0, 1.0e-10);
+  smoother.m_remove([](int) { return true; });
+  EXPECT_EQ(smoother.m_count, 0);
+  EXPECT_EQ(smoother.m_mean, 0.0);
+
   smoother.m_smooth(7, 1.0, nullptr, nullptr);
   smoother.m_reset();
   EXPECT_TRUE(smoother.m_values.empty() && smoother.m_times.empty() && smoother.m_resid.empty());
@@ -44,20 +55,6 @@ TEST(Smoother, ResetAndNewWindow) {
   smoother.m_reset();
   smoother.m_smooth(6.0, &mean, &sigma);
   EXPECT_EQ(mean, 6.0);
-}
-
-TEST(Smoother, RemovalTakesOldEntriesOutOfTheMean) {
-  SmoothAdapter smoother(10);
-  smoother.m_remove([](int) { return true; });  // nothing there
-  for (int t = 0; t < 15; ++t) smoother.m_smooth(t, t * t, nullptr, nullptr);
-  ASSERT_EQ(smoother.m_times.size(), 10U);
-  EXPECT_EQ(smoother.m_times.front(), 5);
-  smoother.m_remove([](int t) { return t < 12; });
-  EXPECT_EQ(smoother.m_count, 3);
-  EXPECT_NEAR(smoother.m_mean, (144.0 + 169.0 + 196.0) / 3.0, 1.0e-10);
-  smoother.m_remove([](int) { return true; });
-  EXPECT_EQ(smoother.m_count, 0);
-  EXPECT_EQ(smoother.m_mean, 0.0);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // Precise orbits and clocks as the centres write them.
 
-#include <gmock/gmock.h>
-
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
 #include "support/host_files.h"
@@ -10,17 +8,15 @@ namespace gnx::test {
 namespace {
 
 std::string sp3Header(char version, int epochs, const std::string& scale) {
-  char text[400];
-  std::snprintf(text, sizeof text,
-                "#%cP2020  6 25  0  0  0.00000000 %7d ORBIT IGb14 FIT TEST\n"
-                "## 2111 345600.00000000   900.00000000 59025 0.0000000000000\n"
-                "+    2   G05E01  0\n"
-                "++         5  5  0\n"
-                "%%c M  cc %s ccc cccc cccc cccc cccc ccccc ccccc ccccc ccccc\n"
-                "%%f  1.2500000  1.025000000  0.00000000000  0.000000000000000\n"
-                "/* comment\n",
-                version, epochs, scale.c_str());
-  return text;
+  return printed(
+      "#%cP2020  6 25  0  0  0.00000000 %7d ORBIT IGb14 FIT TEST\n"
+      "## 2111 345600.00000000   900.00000000 59025 0.0000000000000\n"
+      "+    2   G05E01  0\n"
+      "++         5  5  0\n"
+      "%%c M  cc %s ccc cccc cccc cccc cccc ccccc ccccc ccccc ccccc\n"
+      "%%f  1.2500000  1.025000000  0.00000000000  0.000000000000000\n"
+      "/* comment\n",
+      version, epochs, scale.c_str());
 }
 
 class OrbitClockFiles : public testing::Test {
@@ -29,16 +25,15 @@ class OrbitClockFiles : public testing::Test {
 };
 
 TEST_F(OrbitClockFiles, Sp3KeepsWhatIsThere) {
-  const std::string file =
-      m_dir.write("a.sp3", sp3Header('d', 2, "GPS") +
-                               "*  2020  6 25  0  0  0.00000000\n"
-                               "PG05  20403.407950  -4547.528917  16359.977229    -15.319332  5  6  7 101\n"
-                               "VG05  20403.407950  -4547.528917  16359.977229    -15.319332\n"
-                               "PE01 -22460.658230 -13161.332399 -14082.686747 999999.999999\n"
-                               "*  2020  6 25  0 15  0.00000000\n"
-                               "PG05      0.000000      0.000000      0.000000    -15.319300\n"
-                               "EOF\n");
-  const Sp3Product p = readSp3({file});
+  const Sp3Product p = readSp3(
+      {m_dir.write("a.sp3", sp3Header('d', 2, "GPS") +
+                                "*  2020  6 25  0  0  0.00000000\n"
+                                "PG05  20403.407950  -4547.528917  16359.977229    -15.319332  5  6  7 101\n"
+                                "VG05  20403.407950  -4547.528917  16359.977229    -15.319332\n"
+                                "PE01 -22460.658230 -13161.332399 -14082.686747 999999.999999\n"
+                                "*  2020  6 25  0 15  0.00000000\n"
+                                "PG05      0.000000      0.000000      0.000000    -15.319300\n"
+                                "EOF\n")});
   EXPECT_EQ(p.frame, "IGb14");
   EXPECT_EQ(p.interval, 900.0);
   ASSERT_THAT(p.orbits.at("G05"), SizeIs(1)) << "zero means missing, and V lines are no positions";
@@ -93,15 +88,13 @@ TEST_F(OrbitClockFiles, ClockColumnsOfBothVersions) {
 TEST_F(OrbitClockFiles, ClockRefusalsNameTheSatellite) {
   const std::string head = headerLine("     3.00           C                   G", "RINEX VERSION / TYPE") +
                            headerLine("", "END OF HEADER");
-  const auto refusal = [&](const std::string& row) {
-    return inputError([&] { readRinexClocks({m_dir.write("bad.clk", head + row)}); });
-  };
-  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1\n"),
-              HasSubstr("bad.clk:3: AS: row has too few fields"));
-  EXPECT_THAT(refusal("AS G05  2020  6 25  0  0  0.000000  1   -0.8847075163"),
-              HasSubstr("file ends inside a number"));
-  EXPECT_THAT(refusal("AS G05  2020  6 31  0  0  0.000000  1   -0.884707516318E-03\n"), HasSubstr("no date"));
-  EXPECT_THAT(refusal("AX G05\n"), HasSubstr("unknown kind 'AX '"));
+  for (const auto& [row, sentence] :
+       {std::pair{"AS G05  2020  6 25  0  0  0.000000  1\n", "bad.clk:3: AS: row has too few fields"},
+        {"AS G05  2020  6 25  0  0  0.000000  1   -0.8847075163", "file ends inside a number"},
+        {"AS G05  2020  6 31  0  0  0.000000  1   -0.884707516318E-03\n", "no date"},
+        {"AX G05\n", "unknown kind 'AX '"}})
+    EXPECT_THAT(inputError([&] { readRinexClocks({m_dir.write("bad.clk", head + row)}); }),
+                HasSubstr(sentence));
 }
 
 }  // namespace

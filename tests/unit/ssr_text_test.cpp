@@ -2,8 +2,6 @@
 
 #include "formats/ssr_text.h"
 
-#include <gmock/gmock.h>
-
 #include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
 #include "support/host_files.h"
@@ -13,12 +11,10 @@ namespace {
 
 const GpsTime kStart = toGpsTime({2021, 3, 19, 12, 0, 0.0});
 
-std::string block(const std::string& kind, int second, int count, const std::string& lines,
-                  int interval = 0) {
-  char head[120];
-  std::snprintf(head, sizeof head, "> %s 2021 03 19 12 %02d %04.1f %d %d TEST\n", kind.c_str(), second / 60,
-                static_cast<double>(second % 60), interval, count);
-  return head + lines;
+std::string block(const char* kind, int second, int count, const std::string& lines, int interval = 0) {
+  return printed("> %s 2021 03 19 12 %02d %04.1f %d %d TEST\n", kind, second / 60,
+                 static_cast<double>(second % 60), interval, count) +
+         lines;
 }
 std::string orbit(int second, int iod, const std::string& values = "1.0 2.0 3.0 0.0 0.0 0.0",
                   int interval = 0) {
@@ -44,20 +40,18 @@ class SsrText : public testing::Test {
     for (CorrectionBatch b; source->next(b);) all.push_back(b);
     return all;
   }
-  std::string refusal(const std::string& content) {
-    return inputError([&] { batches(content); });
-  }
   TempDir m_dir;
 };
 
 TEST_F(SsrText, RefusalsNameLineAndField) {
-  EXPECT_THAT(refusal(orbit(0, 37) + "> CLOCK 2021 03 19 12 00 00.0 0 2 TEST\nG03 37 1.0 0.0 0.0\n"),
-              HasSubstr("a.ssr:4: block: file ends inside a block"));
-  EXPECT_THAT(refusal("> CLOCK 2021 03 19 12 00 00.0 0 2 TEST\nG03 37 1.0 0.0 0.0\n" + orbit(0, 37)),
-              HasSubstr("a.ssr:3: block: fewer lines than the 2 announced in line 1"));
-  EXPECT_THAT(refusal(clock(0, 37, "1.O 0.0 0.0")), HasSubstr("a.ssr:2: G03 clock correction"));
-  EXPECT_THAT(refusal(block("CODE_BIAS", 0, 1, "G03 3 1C 0.0 2W 1.0\n")), HasSubstr("G03: number of biases"));
-  EXPECT_THAT(refusal("> CLOCK 2021 03 19 25 00 00.0 0 1 TEST\n"), HasSubstr("block epoch"));
+  const std::string stump = block("CLOCK", 0, 2, "G03 37 1.0 0.0 0.0\n");
+  for (const auto& [content, sentence] :
+       {std::pair{orbit(0, 37) + stump, "a.ssr:4: block: file ends inside a block"},
+        {stump + orbit(0, 37), "a.ssr:3: block: fewer lines than the 2 announced in line 1"},
+        {clock(0, 37, "1.O 0.0 0.0"), "a.ssr:2: G03 clock correction"},
+        {block("CODE_BIAS", 0, 1, "G03 3 1C 0.0 2W 1.0\n"), "G03: number of biases"},
+        {"> CLOCK 2021 03 19 25 00 00.0 0 1 TEST\n", "block epoch"}})
+    EXPECT_THAT(inputError([&] { batches(content); }), HasSubstr(sentence));
 }
 
 TEST_F(SsrText, OneTagForOrbitAndClock) {
@@ -73,8 +67,8 @@ TEST_F(SsrText, OneTagForOrbitAndClock) {
   EXPECT_NEAR(all[0].orbitClock[0].dclk[1], 0.004, 1e-12);
   SsrTextOptions plain;
   plain.halfInterval = false;
-  EXPECT_NEAR(batches(orbit(0, 7, "1.0 0 0 0.01 0 0", 6) + clock(40, 7), plain)[0].orbitClock[0].deph[0], 1.4,
-              1e-12);
+  const auto from0 = batches(orbit(0, 7, "1.0 0 0 0.01 0 0", 6) + clock(40, 7), plain);
+  EXPECT_NEAR(from0[0].orbitClock[0].deph[0], 1.4, 1e-12);
 }
 
 TEST_F(SsrText, IssueOfOrbitAndClockMatch) {
@@ -141,9 +135,7 @@ TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
   refused.toc = refused.toe = kStart + -16.0;
   refused.m0 = 1e-7;
   refused.af[0] += 3e-9;
-  NavData nav;
-  nav.keplerian = {held, refused};
-  const EphemerisTimeline timeline(nav, kStart);
+  const EphemerisTimeline timeline({{held, refused}, {}, {}}, kStart);
 
   const auto plain = batches(orbit(0, 8) + clock(0, 8));
   const auto moved = batches(orbit(0, 8) + clock(0, 8), {}, &timeline);

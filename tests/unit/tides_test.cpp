@@ -15,8 +15,7 @@
 namespace tarvio {
 namespace {
 
-class TidesTest : public ::testing::Test {
- protected:
+struct TidesTest : ::testing::Test {
   TidesTest() {
     Taiutc& table = Taiutc::s_getInstance();
     table.m_mjds = {41317, 53736, 54832, 56109, 57204, 57754, 99999};
@@ -102,8 +101,8 @@ TEST_F(TidesTest, PoleTideIsConstantWithoutPolarMotionAndOceanNeedsATable) {
   const double lat = 0.85, lon = 0.2;
   rot_enu2xyz(lat, lon, rot);
   const int mjd = md_julday(2009, 4, 13);
-  tide_displace_itrs(mjd, 15.0, kStation, kSun, kMoon, R, rot, lat, lon, 0.0, 0.0, olc,
-                     disp);  // 15 s GPS = 0 h UTC
+  const double sod = 15.0;  // GPS; 0 h UTC
+  tide_displace_itrs(mjd, sod, kStation, kSun, kMoon, R, rot, lat, lon, 0.0, 0.0, olc, disp);
   dehanttideinel(kStation, 2009, 4, 13, 0.0, kSun, kMoon, solid);
   // the form in use: north = -9 cos 2 theta (m1 cos lon + m2 sin lon), mm per arcsecond
   double xm = 0.0, ym = 0.0;
@@ -111,10 +110,7 @@ TEST_F(TidesTest, PoleTideIsConstantWithoutPolarMotionAndOceanNeedsATable) {
   const double theta = kPi / 2.0 - lat, along = -xm * std::cos(lon) + ym * std::sin(lon);
   const double enu[3] = {9.0 * std::cos(theta) * (-xm * std::sin(lon) - ym * std::cos(lon)),
                          -9.0 * std::cos(2 * theta) * along, -33.0 * std::sin(2 * theta) * along};
-  for (int i = 0; i < 3; ++i) {
-    const double pole = (rot[i][0] * enu[0] + rot[i][1] * enu[1] + rot[i][2] * enu[2]) * 1e-3;
-    EXPECT_NEAR(disp[i], solid[i] + pole, 1e-8);
-  }
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(disp[i], solid[i] + dot(3, rot[i], enu) * 1e-3, 1e-8);
   EXPECT_NEAR(xm, 0.0559740 + 0.0018243 * 9.28 + 0.00018413 * 86.1 + 0.000007024 * 799, 2e-4);
 }
 

@@ -15,27 +15,28 @@ using tarvio::UpdAdapter;
 
 constexpr int kDay = 59025;
 
-class Upd : public gnx_test::TableFixture {
- protected:
-  /// A set whose only value tells it apart.
-  static Upd_comb comb(int mjd, double sod, double value) {
+struct Upd : gnx_test::TableFixture {
+  static int mjd(long t) { return kDay + static_cast<int>(t / 86400); }
+  static double sod(long t) { return static_cast<double>(t % 86400); }
+  /// A set of `t` seconds after the begin of the day, whose only value tells it apart.
+  static Upd_comb comb(long t, double value) {
     Upd_comb set;
-    set.m_mjd = mjd;
-    set.m_sod = sod;
+    set.m_mjd = mjd(t);
+    set.m_sod = sod(t);
     set.m_value[1] = value;
-    set.m_time[1] = mjd + sod / 86400.0;
+    set.m_time[1] = set.m_mjd + set.m_sod / 86400.0;
     return set;
   }
 };
 
 TEST_F(Upd, SetsComeBackWhole) {
-  Upd_comb in = comb(kDay, 30.0, 0.25);
+  Upd_comb in = comb(30, 0.25);
   in.m_sig[1] = 0.01;
   in.m_value[159] = -3.5;
   in.m_time[7] = 1.0;  // a time without a value
   UpdAdapter store;
   store.v_inputComb("comb", "wl", in);
-  Upd_comb out = comb(1, 2.0, 3.0);
+  Upd_comb out = comb(2, 3.0);
   out.m_value[0] = 77.0;
   store.m_inquireComb(kDay, 0.0, "comb", "wl", out);
   EXPECT_EQ(out.m_sod, 30.0);
@@ -54,16 +55,14 @@ TEST_F(Upd, AnyOrderOfArrivalServesLikeAPlainWalk) {
       // Multiples of 600 s make ties and repeated times frequent.
       const long t =
           k * 1200L + static_cast<long>(random() % static_cast<unsigned>(disorder_s + 1)) / 600 * 600;
-      fast.v_inputComb("comb", "wl",
-                       comb(kDay + static_cast<int>(t / 86400), static_cast<double>(t % 86400), k));
+      fast.v_inputComb("comb", "wl", comb(t, k));
       for (auto it = plain.begin(); it != plain.end();)
         it = t - it->first > 259200 && plain.size() > 1 ? plain.erase(it) : it + 1;
       plain.emplace_back(t, k);
 
       const long q = k * 1200L - static_cast<long>(random() % 300000) / 300 * 300 + 300000;
       Upd_comb out;
-      fast.m_inquireComb(kDay + static_cast<int>(q / 86400), static_cast<double>(q % 86400), "comb", "wl",
-                         out);
+      fast.m_inquireComb(mjd(q), sod(q), "comb", "wl", out);
       const auto nearest =
           std::ranges::min_element(plain, {}, [q](const auto& p) { return std::abs(q - p.first); });
       ASSERT_EQ(out.m_value[1], nearest->second) << "disorder " << disorder_s << " set " << k;
