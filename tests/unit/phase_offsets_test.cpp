@@ -10,6 +10,7 @@
 
 #include "calibrate/narrow_lanes.h"
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "support/files.h"
 
 namespace gnx {
@@ -34,8 +35,8 @@ std::vector<NarrowLane> simulatedFloats(const std::vector<double>& offsets, doub
       const std::size_t r = *reference;
       if (s == r) continue;
       floats.push_back({{t, 0.0},
-                        "E" + std::to_string(10 + s),
-                        "E" + std::to_string(10 + r),
+                        printed("E%zu", 10 + s),
+                        printed("E%zu", 10 + r),
                         whole[s] - whole[r] + offsets[s] - offsets[r] +
                             normal(random) * (noise + (age < 1800.0 ? 1.0 : 0.0))});
     }
