@@ -89,7 +89,7 @@ TEST(RinexNav, RefusesDamageAndLeavesOutNonsense) {
         {good.substr(0, good.find("     2.0000000")),
          "G05: message that begins in line 3 has 5 lines instead of 7"},
         {good.substr(0, good.size() - 2), "not a complete number"}})
-    EXPECT_THAT(inputError([&] { read("3.04", messages); }), HasSubstr(sentence));
+    EXPECT_THAT(inputError([&, &text = messages] { read("3.04", text); }), HasSubstr(sentence));
   std::string round = good;
   round.replace(round.find("1.000000000000e-02"), 4, "9.00");
   round.replace(round.find("e-02"), 4, "e+02");

@@ -93,7 +93,7 @@ TEST_F(OrbitClockFiles, ClockRefusalsNameTheSatellite) {
         {"AS G05  2020  6 25  0  0  0.000000  1   -0.8847075163", "file ends inside a number"},
         {"AS G05  2020  6 31  0  0  0.000000  1   -0.884707516318E-03\n", "no date"},
         {"AX G05\n", "unknown kind 'AX '"}})
-    EXPECT_THAT(inputError([&] { readRinexClocks({m_dir.write("bad.clk", head + row)}); }),
+    EXPECT_THAT(inputError([&, &text = row] { readRinexClocks({m_dir.write("bad.clk", head + text)}); }),
                 HasSubstr(sentence));
 }
 

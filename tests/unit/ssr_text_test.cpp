@@ -51,7 +51,7 @@ TEST_F(SsrText, RefusalsNameLineAndField) {
         {clock(0, 37, "1.O 0.0 0.0"), "a.ssr:2: G03 clock correction"},
         {block("CODE_BIAS", 0, 1, "G03 3 1C 0.0 2W 1.0\n"), "G03: number of biases"},
         {"> CLOCK 2021 03 19 25 00 00.0 0 1 TEST\n", "block epoch"}})
-    EXPECT_THAT(inputError([&] { batches(content); }), HasSubstr(sentence));
+    EXPECT_THAT(inputError([&, &text = content] { batches(text); }), HasSubstr(sentence));
 }
 
 TEST_F(SsrText, OneTagForOrbitAndClock) {
