@@ -27,7 +27,8 @@ TEST(AmbiguityConfig, LayersTakeTheirValues) {
   EXPECT_TRUE(deploy.m_ambconfig[2].m_updSwitch);
   // Resolution needs the process-wide option; the bias switch stands inside or at the top.
   deployment.ambiguity["amb"]["osb_switch"] = "ON";
-  EXPECT_TRUE(deployment.load({"-itrs"}).m_losb && !deploy.m_ambconfig[1].m_resolution);
+  const tarvio::Deploy& again = deployment.load({"-itrs"});  // the one before is gone
+  EXPECT_TRUE(again.m_losb && !again.m_ambconfig[1].m_resolution);
   deployment.ambiguity["osb_switch"] = "off";
   EXPECT_FALSE(deployment.load().m_losb);
 }
