@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
 #include <span>
 #include <string>
 #include <vector>
@@ -84,11 +86,15 @@ TEST_F(EarthRotation, ChainAgreesWithErfa) {
   }
 }
 
-TEST_F(EarthRotation, MissingZonalTableEndsTheProcess) {
+TEST_F(EarthRotation, BadZonalTableEndsTheProcess) {
   double a, b, c;
   auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
   files["ut1t10"] = "/nonexistent/ut1t10";
   EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2010", 0.1, &a, &b, &c), "RG_ZONT2.*no such file");
+  const auto damaged = std::filesystem::path(testing::TempDir()) / "ut1t10_damaged";
+  std::ofstream(damaged) << "----------\n 0 0 0 0 1 nan 0 0 0 0 0\n";
+  files["ut1t10"] = damaged.string();
+  EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2010", 0.1, &a, &b, &c), "out of range in .*damaged, line 2");
   files.erase("ut1t10");
   EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2010", 0.1, &a, &b, &c), "file_table not exist config item");
   EXPECT_EXIT_MESSAGE(Itrs2gcrs().RG_ZONT2("IERS2020", 0.1, &a, &b, &c), "IERS2020,unknown conventions");

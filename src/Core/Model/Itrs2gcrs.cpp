@@ -7,6 +7,7 @@
 
 #include <erfa.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -182,14 +183,23 @@ void Itrs2gcrs::m_readZonal(const char* key, std::vector<ZonalTerm>& table) {
   std::ifstream in(entry->second);
   if (!in) s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no such file %s\n", entry->second.c_str());
 
+  constexpr double kLargest = 1e5;  // in the units of the file; the node has the largest, below 2000
   std::string line;
-  while (std::getline(in, line))
-    if (line.find("--------") != std::string::npos) break;
+  int number = 0;
   while (std::getline(in, line)) {
+    ++number;
+    if (line.find("--------") != std::string::npos) break;
+  }
+  while (std::getline(in, line)) {
+    ++number;
     ZonalTerm t;
     if (std::sscanf(line.c_str(), "%d%d%d%d%d%lf%lf%lf%lf%lf%lf", &t.n[0], &t.n[1], &t.n[2], &t.n[3], &t.n[4],
-                    &t.a[0], &t.a[1], &t.a[2], &t.a[3], &t.a[4], &t.a[5]) == 11)
-      table.push_back(t);
+                    &t.a[0], &t.a[1], &t.a[2], &t.a[3], &t.a[4], &t.a[5]) != 11)
+      continue;
+    if (!std::ranges::all_of(t.a, [](double a) { return std::abs(a) < kLargest; }))
+      s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):amplitude out of range in %s, line %d\n",
+              entry->second.c_str(), number);
+    table.push_back(t);
   }
   if (table.empty())
     s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no term of the zonal tides in %s\n", entry->second.c_str());
