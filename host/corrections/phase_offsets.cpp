@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "formats/csv_reader.h"
 #include "formats/fields.h"
 #include "formats/text_reader.h"
 
@@ -15,16 +16,6 @@ namespace {
 
 constexpr std::string_view kHeader = "satellite,offset_cycles";
 
-std::vector<std::string_view> cellsOf(std::string_view line) {
-  std::vector<std::string_view> cells;
-  for (;;) {
-    const std::size_t comma = line.find(',');
-    cells.push_back(trim(line.substr(0, comma)));
-    if (comma == std::string_view::npos) return cells;
-    line.remove_prefix(comma + 1);
-  }
-}
-
 }  // namespace
 
 PhaseOffsets readPhaseOffsets(const std::filesystem::path& file) {
@@ -33,9 +24,10 @@ PhaseOffsets readPhaseOffsets(const std::filesystem::path& file) {
   if (!in.next(line) || !line.starts_with(kHeader))
     in.fail("header", "must begin with \"" + std::string(kHeader) + "\"; 'gnx calibrate' writes such files");
   PhaseOffsets offsets;
+  std::vector<std::string_view> cells;
   while (in.next(line)) {
     if (trim(line).empty()) continue;
-    const auto cells = cellsOf(line);
+    splitCells(line, cells);
     const auto sat = parseSat(cells[0]);
     const double cycles = cells.size() > 1 ? parseReal(cells[1]).value_or(HUGE_VAL) : HUGE_VAL;
     if (!sat) in.fail("satellite", "is none");

@@ -109,8 +109,10 @@ void makeAbsolute(std::vector<std::string>& files) {
 /// The lines in which the engine says why it ended: those in front of its exit line.
 std::string reasonOf(const std::vector<std::string>& lastLines) {
   std::string reason;
-  for (const std::string& line : lastLines) {
-    if (line.find("exit by code") != std::string::npos) continue;
+  for (std::string line : lastLines) {
+    if (line.find("exit by code") !=
+        std::string::npos)  // on a line of its own, or behind a reason without end
+      line.erase(std::min(line.size(), line.rfind('[', line.rfind("LOCAL]-"))));
     const auto at = line.find("LOCAL]-");
     if (at != std::string::npos || line.find("ERROR") != std::string::npos) {
       reason = at == std::string::npos ? line : line.substr(at + 7);

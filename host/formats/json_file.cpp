@@ -7,17 +7,26 @@
 
 namespace gnx {
 
-Json::Value readJsonFile(const std::filesystem::path& file) {
+Json::Value readJson(const std::filesystem::path& file) {
   std::ifstream in(file);
-  if (!in)
-    throw InputError(file.string(), 0,
-                     "cannot be opened; 'gnx init' writes a deployment, 'gnx replay' a run");
+  if (!in) throw InputError(file.string(), 0, "cannot be opened");
   Json::CharReaderBuilder builder;
   builder["collectComments"] = false;
   Json::Value root;
   std::string errors;
-  if (!Json::parseFromStream(builder, in, &root, &errors) || !root.isObject())
-    throw InputError(file.string(), 0, "is not a JSON object: " + errors);
+  try {
+    if (Json::parseFromStream(builder, in, &root, &errors)) return root;
+  } catch (const Json::Exception& e) {  // brackets a thousand deep
+    errors = e.what();
+  }
+  throw InputError(file.string(), 0, "is no JSON: " + errors);
+}
+
+Json::Value readJsonFile(const std::filesystem::path& file) {
+  if (!std::filesystem::exists(file))
+    throw InputError(file.string(), 0, "does not exist; 'gnx init' writes a deployment, 'gnx replay' a run");
+  Json::Value root = readJson(file);
+  if (!root.isObject()) throw InputError(file.string(), 0, "is not a JSON object {...}");
   return root;
 }
 

@@ -10,7 +10,9 @@
 
 namespace gnx {
 
-/// Throws InputError: no file, no JSON object.
+/// Throws InputError: no file, no JSON.
+Json::Value readJson(const std::filesystem::path& file);
+/// The same for files of a deployment or a run, which hold an object.
 Json::Value readJsonFile(const std::filesystem::path& file);
 /// Text of a configuration value without its remark, "" when it is none.
 std::string plainValue(const Json::Value& value);

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <map>
-#include <sstream>
-#include <string>
+#include <vector>
 
-#include "formats/fields.h"
+#include "formats/csv_reader.h"
 #include "formats/input_error.h"
 
 namespace gnx {
@@ -19,41 +16,13 @@ struct Point {
   std::array<double, 3> xyz{};
 };
 
-std::vector<std::string> cells(const std::string& line) {
-  std::vector<std::string> result;
-  std::istringstream in(line);
-  for (std::string cell; std::getline(in, cell, ',');) result.emplace_back(trim(cell));
-  return result;
-}
-
 std::vector<Point> readPoints(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened");
-  std::string line;
-  std::getline(in, line);
-  const std::vector<std::string> names = cells(line);
-  std::array<std::size_t, 5> columns{};
-  constexpr std::array<const char*, 5> kNeeded = {"week", "sow_s", "x_m", "y_m", "z_m"};
-  for (std::size_t i = 0; i < kNeeded.size(); ++i) {
-    const auto found = std::find(names.begin(), names.end(), kNeeded[i]);
-    if (found == names.end())
-      throw InputError(file.string(), 1,
-                       std::string("has no column ") + kNeeded[i] + "; give a truth.csv of gnx simulate");
-    columns[i] = static_cast<std::size_t>(found - names.begin());
-  }
+  CsvReader rows(file.string(), {"week", "sow_s", "x_m", "y_m", "z_m"}, "give a truth.csv of gnx simulate");
   std::vector<Point> points;
-  for (long number = 2; std::getline(in, line); ++number) {
-    if (trim(line).empty()) continue;
-    const std::vector<std::string> row = cells(line);
-    std::array<double, 5> values{};
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      const auto value = columns[i] < row.size() ? parseReal(row[columns[i]]) : std::nullopt;
-      if (!value) throw InputError(file.string(), number, std::string(kNeeded[i]) + ": is not a number");
-      values[i] = *value;
-    }
-    points.push_back({fromWeek(static_cast<int>(values[0]), values[1]), {values[2], values[3], values[4]}});
+  while (rows.next()) {
+    points.push_back({rows.time(), {rows.real("x_m"), rows.real("y_m"), rows.real("z_m")}});
     if (points.size() > 1 && points.back().time <= points[points.size() - 2].time)
-      throw InputError(file.string(), number, "times do not rise");
+      rows.fail("sow_s", "times do not rise");
   }
   if (points.empty()) throw InputError(file.string(), 0, "holds no position");
   return points;

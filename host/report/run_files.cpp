@@ -3,11 +3,10 @@
 #include <json/json.h>
 
 #include <algorithm>
-#include <cmath>
 #include <fstream>
 #include <optional>
-#include <sstream>
 
+#include "formats/csv_reader.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/json_file.h"
@@ -25,33 +24,6 @@ std::string readText(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// Columns of a CSV line by the names of its header.
-class CsvRow {
- public:
-  CsvRow(const fs::path& file, const std::string& header) : file_(file) {
-    std::istringstream in(header);
-    for (std::string name; std::getline(in, name, ',');) names_.push_back(name);
-  }
-  void set(const std::string& line, long number) {
-    cells_.clear();
-    std::istringstream in(line);
-    for (std::string cell; std::getline(in, cell, ',');) cells_.push_back(cell);
-    number_ = number;
-  }
-  double real(const char* name) const {
-    const auto at = static_cast<std::size_t>(std::find(names_.begin(), names_.end(), name) - names_.begin());
-    const auto value = at < cells_.size() ? parseReal(cells_[at]) : std::nullopt;
-    if (!value) throw InputError(file_.string(), number_, std::string(name) + " is missing or no number");
-    return *value;
-  }
-  int whole(const char* name) const { return static_cast<int>(std::lround(real(name))); }
-
- private:
-  fs::path file_;
-  std::vector<std::string> names_, cells_;
-  long number_ = 1;
-};
-
 /// Words of a line of the diagnostics; damaged lines, the last of a broken run, are passed over.
 class DiagnosticsReader {
  public:
@@ -62,7 +34,7 @@ class DiagnosticsReader {
     if (words_.size() < 5) return;
     const auto mjd = parseInt(words_[1]);
     const auto sod = parseReal(words_[2]);
-    if (!mjd || !sod) return;
+    if (!mjd || !sod || !(*sod >= 0.0 && *sod <= 86400.0)) return;
     time_ = GpsTime{(*mjd - kUnixMjd) * 86400, 0.0} + *sod;
     if (time_ < run_.epochs.front().time || run_.epochs.back().time < time_) return;
     if (words_[0] == "RES") residual();
@@ -75,6 +47,9 @@ class DiagnosticsReader {
  private:
   std::optional<double> number(std::size_t i) const {
     return i < words_.size() ? parseReal(words_[i]) : std::nullopt;
+  }
+  std::optional<int> whole(std::size_t i) const {
+    return i < words_.size() ? parseInt(words_[i]) : std::nullopt;
   }
   void residual() {
     const auto elevation = number(7), azimuth = number(8), value = number(9), weight = number(11);
@@ -93,9 +68,9 @@ class DiagnosticsReader {
     run_.clocks[words_[4][0]].push_back({time_, *value});
   }
   void level() {
-    const auto fixed = number(5), ratio = number(6);
-    if (fixed && ratio)
-      run_.levels[std::string(words_[4])].push_back({time_, static_cast<int>(*fixed), *ratio});
+    const auto fixed = whole(5);
+    const auto ratio = number(6);
+    if (fixed && ratio) run_.levels[std::string(words_[4])].push_back({time_, *fixed, *ratio});
   }
 
   void integer() {
@@ -104,7 +79,7 @@ class DiagnosticsReader {
     IntegerSample sample{
         time_,  SatName(words_[4]), SatName(words_[5]), std::string(words_[6]), std::string(words_[7]),
         *value, std::nullopt};
-    if (const auto fixed = number(9)) sample.integer = static_cast<int>(*fixed);
+    sample.integer = whole(9);
     run_.integers.push_back(std::move(sample));
   }
 
@@ -114,11 +89,8 @@ class DiagnosticsReader {
 };
 
 void readSettings(RunFiles& run) {
-  std::ifstream in(run.directory / "ppp.json");
-  Json::CharReaderBuilder builder;
-  Json::Value root;
-  std::string errors;
-  if (!in || !Json::parseFromStream(builder, in, &root, &errors) || !root.isObject()) return;
+  if (!fs::exists(run.directory / "ppp.json")) return;
+  const Json::Value root = readJsonFile(run.directory / "ppp.json");
   const auto section = [&](const char* group, std::initializer_list<const char*> keys) {
     const Json::Value& values = root[group];
     if (!values.isObject()) return;
@@ -134,16 +106,11 @@ void readSettings(RunFiles& run) {
 }  // namespace
 
 std::vector<SolutionEpoch> readSolutionCsv(const fs::path& file) {
-  std::ifstream in(file);
-  std::string line;
-  if (!in || !std::getline(in, line))
-    throw InputError(file.string(), 0, "cannot be read; is this a run directory?");
-  CsvRow row(file, line);
+  CsvReader row(file.string(), {"week", "sow_s", "x_m", "y_m", "z_m"}, "give the directory of a run");
   std::vector<SolutionEpoch> epochs;
-  for (long number = 2; std::getline(in, line); ++number) {
-    row.set(line, number);
+  while (row.next()) {
     SolutionEpoch e;
-    e.time = fromWeek(row.whole("week"), row.real("sow_s"));
+    e.time = row.time();
     e.xyz = {row.real("x_m"), row.real("y_m"), row.real("z_m")};
     e.status = row.whole("status");
     e.rows = row.whole("rows");

@@ -1,11 +1,9 @@
 #include "simulate/faults.h"
 
-#include <json/json.h>
-
-#include <fstream>
 #include <map>
 
 #include "formats/input_error.h"
+#include "formats/json_file.h"
 
 namespace gnx {
 
@@ -49,12 +47,7 @@ Fault parseFault(const Json::Value& entry, const std::string& file, unsigned num
 }  // namespace
 
 FaultList FaultList::read(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened");
-  Json::CharReaderBuilder builder;
-  Json::Value root;
-  std::string errors;
-  if (!Json::parseFromStream(builder, in, &root, &errors)) throw InputError(file.string(), 0, errors);
+  const Json::Value root = readJson(file);
   if (!root.isArray()) throw InputError(file.string(), 0, "is not a list of faults [...]");
   std::vector<Fault> faults;
   for (unsigned i = 0; i < root.size(); ++i) faults.push_back(parseFault(root[i], file.string(), i + 1));

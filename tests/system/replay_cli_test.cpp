@@ -80,18 +80,27 @@ TEST(ReplayProgram, BadConfigurationOfADeploymentIsTold) {
   ASSERT_EQ(run("init " + dir.path().string()).status, 0);
   const std::string replay = "replay " + inputs() + " --deployment " + dir.path().string() + " --out " +
                              (dir.path() / "run").string();
-  std::string text = support::readFile(dir.path() / "ppp.json");
-  const auto at = text.find("ION_EST", text.find("\"ionmodel\""));
-  ASSERT_NE(at, std::string::npos);
-  dir.write("ppp.json", text.replace(at, 7, "ION_FOO"));
-  const ChildResult refused = run(replay);
-  EXPECT_EQ(refused.status, 3) << "by the engine";
-  EXPECT_THAT(refused.output, HasSubstr("key = ionmodel,only support ION_EST and ION_NONE"));
+  const auto refusal = [&](const char* file, const std::string& word, const std::string& wrong) {
+    const std::string sound = support::readFile(dir.path() / file);
+    const auto at = sound.find(word);
+    EXPECT_NE(at, std::string::npos);
+    dir.write(file, std::string(sound).replace(at, word.size(), wrong));
+    const ChildResult refused = run(replay);
+    EXPECT_EQ(refused.status, 3) << "by the engine";
+    dir.write(file, sound);
+    return refused.output;
+  };
+  EXPECT_THAT(refusal("ppp.json", "\"ION_EST", "\"ION_FOO"),
+              HasSubstr("key = ionmodel,only support ION_EST and ION_NONE"));
+  EXPECT_THAT(refusal("tables.json", "leapsc", "leaps"),
+              HasSubstr("item = leapsc,file = tables.json,failed to extract config\n"));
 
-  dir.write("ppp.json", "{ \"path\": ");
-  const ChildResult damaged = run(replay);
-  EXPECT_EQ(damaged.status, 2) << "by the host";
-  EXPECT_THAT(damaged.output, HasSubstr("ppp.json"));
+  for (const std::string& damage : {std::string("{ \"path\": "), std::string(3000, '[')}) {
+    dir.write("ppp.json", damage);
+    const ChildResult damaged = run(replay);
+    EXPECT_EQ(damaged.status, 2) << "by the host";
+    EXPECT_THAT(damaged.output, HasSubstr("ppp.json: is no JSON"));
+  }
 }
 
 // A deployment says how its station is processed; the command line only where it speaks.

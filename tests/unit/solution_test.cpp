@@ -106,7 +106,12 @@ TEST(ReferencePathTest, InterpolatesInsideAndKnowsItsEnds) {
   EXPECT_EQ((*path(fromWeek(2111, 400.0)))[0], 3.0);
   for (const double none : {99.0, 200.0, 401.0}) EXPECT_FALSE(path(fromWeek(2111, none))) << none;
   const std::string bad = directory.write("b.csv", "week,sow_s,x_m,y_m,z_m\n2111,100,1,2,three\n");
-  EXPECT_THAT(inputError([&] { readReferencePath(bad); }), HasSubstr(":2: z_m: is not a number"));
+  EXPECT_THAT(inputError([&] { readReferencePath(bad); }), HasSubstr(":2: z_m: is missing or no number"));
+  const std::string late = directory.write("c.csv", "week,sow_s,x_m,y_m,z_m\n2111,5233580000,1,2,3\n");
+  EXPECT_THAT(inputError([&] { readReferencePath(late); }), HasSubstr(":2: sow_s: is no second of a week"));
+  // a writer that was stopped leaves half a row
+  EXPECT_NO_THROW(
+      readReferencePath(directory.write("d.csv", "week,sow_s,x_m,y_m,z_m\n2111,0,1,2,3\n2111,30,1")));
 }
 
 }  // namespace
