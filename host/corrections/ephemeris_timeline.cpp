@@ -19,6 +19,16 @@ constexpr double kPlausible = 4.0 * 3600.0;
 /// Time of clock on the clock of the system, as the engine compares it.
 GpsTime systemToc(const BroadcastEph& eph) { return eph.sat[0] == 'C' ? eph.toc + -kBdtOffset : eph.toc; }
 
+/// Refers the clock polynomial to the point of the grid before its own time of clock: the same polynomial,
+/// which the engine takes. Times of BeiDou make its issue of data, so they stay.
+void moveClockToGrid(BroadcastEph& eph) {
+  const double excess = std::fmod(secondsOfDay(eph.toc), kTocGrid);
+  if (excess == 0.0 || eph.sat[0] == 'C') return;
+  eph.toc = eph.toc + -excess;
+  eph.af[0] -= excess * (eph.af[1] - excess * eph.af[2]);
+  eph.af[1] -= 2.0 * excess * eph.af[2];
+}
+
 GpsTime sentAt(const BroadcastEph& eph) {
   if (eph.transmission.seconds != 0 && std::fabs(eph.transmission - eph.toc) <= kPlausible)
     return eph.transmission;
@@ -50,7 +60,8 @@ bool acceptable(const BroadcastEph& eph, const GpsTime& moment) {
 EphemerisTimeline::EphemerisTimeline(NavData messages, const GpsTime& start, const Options& options)
     : m_messages(std::move(messages)), m_start(start), m_options(options) {
   std::vector<Delivery> all;
-  for (const BroadcastEph& e : m_messages.keplerian) {
+  for (BroadcastEph& e : m_messages.keplerian) {
+    moveClockToGrid(e);
     all.push_back({sentAt(e), &e, nullptr});
     if (!isInav(e)) m_all[e.sat].push_back(&e);
   }

@@ -20,7 +20,9 @@ namespace gnx {
 /// - Galileo F/NAV only (bit value 2 of the data source): I/NAV carries the same issue of data, but
 ///   another clock;
 /// - time of clock on the 300-s grid of the system's own time, and within six hours of the moment of
-/// delivery;
+/// delivery. GPS
+///   uploads out of turn have theirs 16 s or more off the grid: their clock polynomials are referred to the
+///   grid point before;
 /// - two messages a satellite, the newest by time of clock; a second one of the same time of clock is
 ///   dropped, an older one replaces the older of two only when it lies between them.
 ///

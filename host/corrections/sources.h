@@ -53,7 +53,7 @@ struct SsrTextOptions {
 /// behind the CLOCK block belong to it. Biases come with the batch that follows them, always the full
 /// set, with tags that never repeat.
 ///
-/// With a timeline, corrections to a message that the engine does not hold (clock times off its grid, or
+/// With a timeline, corrections to a message that the engine does not hold (refused as duplicates, or
 /// not received yet) are moved to the message that it does hold. Throws InputError.
 std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& options,
                                                     const EphemerisTimeline* timeline = nullptr);

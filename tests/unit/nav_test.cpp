@@ -1,5 +1,6 @@
 // Broadcast messages: their reading, and what of them the engine will hold at a time.
 
+#include "corrections/broadcast_orbit.h"
 #include "corrections/ephemeris_timeline.h"
 #include "formats/rinex_nav.h"
 #include "support/host_files.h"
@@ -131,15 +132,27 @@ TEST(EphemerisTimeline, CorrectionsFollowANewMessageAMinuteLater) {
 TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
   const EphemerisTimeline timeline =
       timelineOf({message("E01", 1, -600, -10, 517), message("E02", 1, -600, -10, 258),
-                  message("G05", 1, -16, -3600), message("C06", 1, 14 - 3600, -3500),
-                  message("C07", 1, -3600, -3500), message("G07", 1, 0, -7182), message("G07", 2, 0, -100)});
+                  message("C06", 1, 14 - 3600, -3500), message("C07", 1, -3600, -3500),
+                  message("G07", 1, 0, -7182), message("G07", 2, 0, -100)});
   EXPECT_EQ(issueAt(timeline, "E01", 60), -1) << "I/NAV";
   EXPECT_EQ(issueAt(timeline, "E02", 60), 1);
-  EXPECT_EQ(issueAt(timeline, "G05", 60), -1) << "time of clock off the 300-s grid";
   EXPECT_EQ(issueAt(timeline, "C07", 60), -1) << "the grid is that of BDT";
   ASSERT_NE(timeline.pick("C06", kStart + 60.0), nullptr);
   EXPECT_EQ(issueAt(timeline, "G07", 60), 1) << "a second message of the same time of clock is a duplicate";
-  EXPECT_EQ(timeline.leftOut(), 4u);
+  EXPECT_EQ(timeline.leftOut(), 3u);
+}
+
+TEST(EphemerisTimeline, RefersMessagesOutOfTurnToTheGridOfTheEngine) {
+  BroadcastEph upload = message("G05", 1, -16, -3600);
+  upload.af = {1e-4, 1e-11, 2e-15};
+  const EphemerisTimeline timeline = timelineOf({upload});
+  const BroadcastEph* held = timeline.pick("G05", kStart + 60.0);
+  ASSERT_NE(held, nullptr);
+  EXPECT_EQ(held->toc - kStart, -300.0);
+  EXPECT_EQ(held->toe - kStart, -16.0);
+  for (const double t : {-3600.0, 0.0, 7000.0})
+    EXPECT_NEAR(evaluateBroadcast(*held, kStart + t).clock, evaluateBroadcast(upload, kStart + t).clock,
+                1e-18);
 }
 
 TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {

@@ -119,7 +119,7 @@ TEST_F(SsrText, DeliveryFollowsTheTable) {
 }
 
 TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
-  // Issue 8 has a time of clock off the 300-s grid: the engine refuses it and holds issue 7.
+  // Issue 8 has the time of clock of issue 7: the engine refuses it as a duplicate and holds issue 7.
   const BroadcastEph held{.sat = "G03",
                           .toc = kStart,
                           .toe = kStart,
@@ -132,7 +132,7 @@ TEST_F(SsrText, MovesToTheMessageThatTheEngineHolds) {
                           .i0 = 0.96};
   BroadcastEph refused = held;
   refused.iode = 8;
-  refused.toc = refused.toe = kStart + -16.0;
+  refused.toe = kStart + -16.0;
   refused.m0 = 1e-7;
   refused.af[0] += 3e-9;
   const EphemerisTimeline timeline({{held, refused}, {}, {}}, kStart);
