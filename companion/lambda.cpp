@@ -257,6 +257,13 @@ void deliver(Workspace& w, const double* a, double* F, double* s) {
   }
 }
 
+/// The workspace of this thread. Not inlined: the address of a thread's own object is looked up by a call, which
+/// a compiler is free to repeat at every use, within the search too.
+[[gnu::noinline]] Workspace& workspace() {
+  thread_local Workspace own;
+  return own;
+}
+
 }  // namespace
 
 int lambda(int n, int m, const double* a, const double* Q, double* F, double* s) {
@@ -264,7 +271,7 @@ int lambda(int n, int m, const double* a, const double* Q, double* F, double* s)
   if (n < 1 || n > kMaxDimension || m < 1 || m > kMaxCandidates) return kBadInput;
   if (a == nullptr || Q == nullptr || F == nullptr || s == nullptr) return kBadInput;
   try {
-    thread_local Workspace w;
+    Workspace& w = workspace();
     w.resize(n, m);
     if (!load(w, a, Q)) return kBadInput;
     if (!factorise(w) || !decorrelate(w)) return kNotPositiveDefinite;
