@@ -257,8 +257,8 @@ void deliver(Workspace& w, const double* a, double* F, double* s) {
   }
 }
 
-/// The workspace of this thread. Not inlined: the address of a thread's own object is looked up by a call, which
-/// a compiler is free to repeat at every use, within the search too.
+/// The workspace of this thread. Not inlined: the address of a thread's own object is looked up by a call,
+/// which a compiler is free to repeat at every use, within the search too.
 [[gnu::noinline]] Workspace& workspace() {
   thread_local Workspace own;
   return own;
