@@ -42,15 +42,17 @@ TEST_F(EsbcIntegers, BeatFloatWithOffsetsOfTheOtherHalfOfTheDay) {
   EXPECT_LT(a.summary.afterHour->north.rms, 0.015);
   EXPECT_LT(a.summary.afterHour->up.rms, 0.04);
   EXPECT_LT(a.summary.afterHour->east.rms, 0.8 * b.summary.afterHour->east.rms);
+}
 
-  std::size_t near = 0, arcs = 0;
-  for (const auto& half : {morning.outDir, fixed.outDir}) {
-    const auto check = checkIntegers(readRunFiles(half).integers, std::nullopt);
-    const LevelCheck& wide = check.levels.at("wl");
-    near += arcsNearInteger(wide);
-    arcs += wide.arcs.size();
-  }
-  EXPECT_GT(static_cast<double>(near), 0.9 * static_cast<double>(arcs)) << "wide-lanes of the day";
+// G18 is left out: its antenna offsets of that time are not in the file at hand.
+TEST_F(EsbcIntegers, WideLanesOfTheDayAreNearIntegers) {
+  ReplayOptions day = run("day", "static", true);
+  day.plan.excluded = {"G18"};
+  runReplay(day);
+  const IntegerCheck check = checkIntegers(readRunFiles(day.outDir).integers, std::nullopt);
+  const LevelCheck& wide = check.levels.at("wl");
+  EXPECT_GT(wide.arcs.size(), 200U);
+  EXPECT_GT(static_cast<double>(arcsNearInteger(wide)), 0.9 * static_cast<double>(wide.arcs.size()));
 }
 
 }  // namespace
