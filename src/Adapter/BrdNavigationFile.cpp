@@ -9,7 +9,7 @@
 #include "Common/ComString.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 #include "Interface/Controller.h"
 
 namespace tarvio {

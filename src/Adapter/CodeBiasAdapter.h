@@ -6,7 +6,7 @@
 #include <mutex>
 #include <string>
 
-#include "Interface/Rnxobs.h"
+#include "Records/Rnxobs.h"
 
 namespace tarvio {
 

@@ -5,7 +5,7 @@
 
 #include "Adapter/BroadcastEphUtils.h"
 #include "Common/ComTime.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 
 namespace tarvio {
 

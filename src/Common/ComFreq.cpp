@@ -8,7 +8,7 @@
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Interface/Controller.h"
-#include "Interface/Satallite.h"
+#include "Records/Satallite.h"
 
 namespace tarvio {
 

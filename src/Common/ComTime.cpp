@@ -5,7 +5,7 @@
 
 #include "Common/Constants.h"
 #include "Common/Fatal.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 
 namespace tarvio {
 

@@ -17,9 +17,9 @@
 #include "Common/ComTime.h"
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
+#include "Common/Taiutc.h"
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
-#include "Core/Model/Taiutc.h"
 
 namespace tarvio {
 

@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "Common/Constants.h"
+#include "Config/RatioTable.h"
 #include "Config/UpdAmbconfig.h"
-#include "Core/Ambfix/Pflambda.h"
-#include "Core/Model/Antatx.h"
-#include "Interface/Satallite.h"
+#include "Records/Antatx.h"
+#include "Records/Satallite.h"
 
 namespace Json {
 class Value;

@@ -6,8 +6,8 @@
 
 #include "Common/ComFreq.h"
 #include "Common/ComTime.h"
+#include "Common/Taiutc.h"
 #include "Config/Deploy.h"
-#include "Core/Model/Taiutc.h"
 
 namespace tarvio {
 

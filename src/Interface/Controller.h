@@ -11,8 +11,8 @@
 #include "Config/Deploy.h"
 #include "GNX_IO.h"
 #include "Interface/BoundaryInput.h"
-#include "Interface/Rnxobs.h"
-#include "Interface/Station.h"
+#include "Records/Rnxobs.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 

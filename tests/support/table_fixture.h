@@ -10,7 +10,7 @@
 
 #include "Common/ComFreq.h"
 #include "Common/ComString.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 #include "Interface/Controller.h"
 
 namespace gnx_test {

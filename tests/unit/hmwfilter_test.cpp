@@ -1,6 +1,6 @@
 /// Smoothed wide-lanes: combinations from text, averages of arcs, their life, integers.
 
-#include "Core/Ambfix/HMWfilter.h"
+#include "Core/Filter/HMWfilter.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "Interface/Station.h"
+#include "Records/Station.h"
 #include "support/table_fixture.h"
 
 namespace {

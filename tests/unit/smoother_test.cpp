@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "Core/Qc/SmoothAdapter.h"
+#include "Common/SmoothAdapter.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Table of leap seconds.
 
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 
 #include <gtest/gtest.h>
 

@@ -7,9 +7,9 @@
 #include <cmath>
 
 #include "Common/Com.h"
+#include "Common/Taiutc.h"
 #include "Core/Model/OceanLoading.h"
 #include "Core/Model/SolidTides.h"
-#include "Core/Model/Taiutc.h"
 #include "support/reference_cases.h"
 
 namespace tarvio {

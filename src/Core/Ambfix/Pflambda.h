@@ -4,31 +4,9 @@
 /// (Verhagen & Teunissen 2013, The ratio test for future GNSS ambiguity resolution, GPS Solut. 17).
 /// Matrices are n x n, column-major, compact. Covariances in cycles^2.
 
-#include <vector>
+#include "Config/RatioTable.h"
 
 namespace tarvio {
-
-/// Table of critical values by number of ambiguities and failure rate. Row r stands for the rate
-/// (r + 5) * 0.0002. In use exactly when `u` is not null.
-class RatioTable {
- public:
-  RatioTable() = default;
-  RatioTable(const RatioTable&) = delete;
-  RatioTable& operator=(const RatioTable&) = delete;
-
-  int ndim = 0;         ///< ambiguity dimensions
-  int nrow = 0;         ///< rows per dimension
-  double* u = nullptr;  ///< critical values, (n-1)*nrow + r; points into m_values
-
-  /// Reads the table file. False when it cannot be opened or its header is unreadable; a header
-  /// without dimensions or rows leaves the table empty: ratio tests then use the configured value.
-  bool read_table(const char* path);
-  /// Critical value of dimension n at failure rate pf; 0 when there is none.
-  double get_u(int n, double pf) const;
-
- private:
-  std::vector<double> m_values;
-};
 
 /// Best and second best integer vector of floats x.
 /// \param Q  covariance, untouched \param x  in floats, out the best integers; untouched on failure

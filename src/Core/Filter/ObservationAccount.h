@@ -12,7 +12,7 @@
 /// table is touched, in an epoch that was not opened.
 
 #include "Common/Constants.h"
-#include "Interface/Rnxobs.h"
+#include "Records/Rnxobs.h"
 
 namespace tarvio {
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 
 #include "Common/ComTime.h"
-#include "Core/Ambfix/HMWfilter.h"
 #include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/HMWfilter.h"
 #include "Core/Model/GnssModelItrs.h"
 
 namespace tarvio {

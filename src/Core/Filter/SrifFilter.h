@@ -24,12 +24,12 @@
 
 #include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
+#include "Common/SmoothAdapter.h"
 #include "Core/Filter/ObservationAccount.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
-#include "Core/Qc/SmoothAdapter.h"
-#include "Interface/Rnxobs.h"
-#include "Interface/Station.h"
+#include "Records/Rnxobs.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 

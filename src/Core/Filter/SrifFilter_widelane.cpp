@@ -1,7 +1,7 @@
 /// The smoothed wide-lane filters of the epoch and what they leave in the record of fixes.
 
-#include "Core/Ambfix/HMWfilter.h"
 #include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/HMWfilter.h"
 #include "Core/Filter/SrifFilter.h"
 
 namespace tarvio {

@@ -17,7 +17,7 @@
 #include "Common/ComTime.h"
 #include "Common/Constants.h"
 #include "Common/Fatal.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 #include "Interface/Controller.h"
 
 namespace tarvio {

@@ -13,7 +13,7 @@
 #include "Adapter/OrbitClkAdapter.h"
 #include "Common/Constants.h"
 #include "Config/Deploy.h"
-#include "Interface/Station.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 

@@ -7,7 +7,7 @@
 #include <numeric>
 
 #include "Common/Com.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 
 namespace tarvio {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "Common/Com.h"
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 #include "Core/Model/TideTables.h"
 
 namespace tarvio {

@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "Common/Com.h"
+#include "Common/Taiutc.h"
 #include "Core/Model/OceanLoading.h"
 #include "Core/Model/SolidTides.h"
-#include "Core/Model/Taiutc.h"
 
 namespace tarvio {
 

@@ -9,7 +9,7 @@
 #include "Common/ComFreq.h"
 #include "Common/Logtrace.h"
 #include "Interface/Controller.h"
-#include "Interface/Station.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 

@@ -3,7 +3,7 @@
 /// Cycle-slip detection per satellite and epoch.
 
 #include "Core/Qc/Qc.h"
-#include "Core/Qc/QcSlip.h"
+#include "Records/QcSlip.h"
 
 namespace tarvio {
 

@@ -1,4 +1,4 @@
-#include "Core/Model/AntexIndex.h"
+#include "Config/AntexIndex.h"
 
 #include <sys/stat.h>
 

@@ -1,4 +1,4 @@
-#include "Core/Model/Taiutc.h"
+#include "Common/Taiutc.h"
 
 #include <cstdio>
 #include <fstream>

@@ -1,11 +1,10 @@
-#include "Interface/Rnxobs.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "Common/ComFreq.h"
 #include "Interface/Controller.h"
+#include "Records/Rnxobs.h"
 
 namespace tarvio {
 

@@ -13,8 +13,8 @@
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
-#include "Core/Model/Antatx.h"
 #include "Interface/Controller.h"
+#include "Records/Antatx.h"
 
 namespace tarvio {
 

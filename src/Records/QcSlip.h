@@ -2,7 +2,7 @@
 /// \file QcSlip.h
 /// State of slip detection for one frequency pair.
 
-#include "Core/Qc/SmoothAdapter.h"
+#include "Common/SmoothAdapter.h"
 
 namespace tarvio {
 

@@ -1,4 +1,4 @@
-#include "Interface/Station.h"
+#include "Records/Station.h"
 
 #include <algorithm>
 #include <cstdlib>

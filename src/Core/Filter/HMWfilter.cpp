@@ -1,4 +1,4 @@
-#include "Core/Ambfix/HMWfilter.h"
+#include "Core/Filter/HMWfilter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +15,7 @@
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Model/ModelSteps.h"
 #include "Core/Qc/Qc.h"
-#include "Interface/Station.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 

@@ -1,7 +1,4 @@
-// Critical values of the ratio test at a fixed failure rate
-// (Verhagen & Teunissen 2013, The ratio test for future GNSS ambiguity resolution, GPS Solut. 17).
-
-#include "Core/Ambfix/Pflambda.h"
+#include "Config/RatioTable.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,7 +2,7 @@
 /// Phase-centre offsets from an ANTEX 1.4 file (Rothacher and Schmid, "ANTEX: The Antenna Exchange
 /// Format, Version 1.4", 2010).
 
-#include "Core/Model/Antatx.h"
+#include "Records/Antatx.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
-#include "Core/Model/AntexIndex.h"
+#include "Config/AntexIndex.h"
 #include "Interface/Controller.h"
 
 namespace tarvio {

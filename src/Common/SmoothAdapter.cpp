@@ -1,4 +1,4 @@
-#include "Core/Qc/SmoothAdapter.h"
+#include "Common/SmoothAdapter.h"
 
 #include <algorithm>
 #include <cmath>
