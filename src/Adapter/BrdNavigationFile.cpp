@@ -10,7 +10,7 @@
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
 #include "Common/Taiutc.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -86,7 +86,7 @@ void BrdOrbitClkAdapter::v_openOutFile(std::string epoch, double version) {
 
   char slot[8];
   std::snprintf(slot, sizeof slot, "%02d", minute / 15 * 15 % 60);
-  const char* path = Controller::s_getInstance()->m_deploy.m_pathOutput;
+  const char* path = s_config().m_pathOutput;
   std::snprintf(m_brdmFile, sizeof m_brdmFile, "%s/brdm%03d%c%2s.%02dp", path, doy,
                 "abcdefghijklmnopqrstuvwx"[hour % 24], slot, year % 100);
   const bool existed = access(m_brdmFile, F_OK) == 0;

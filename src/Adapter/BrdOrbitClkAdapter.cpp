@@ -6,7 +6,7 @@
 #include "Common/ComGeometry.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -142,7 +142,7 @@ std::map<std::string, GLSEPH> BrdOrbitClkAdapter::v_getCurrentGlsEph(double mjd)
 
 void BrdOrbitClkAdapter::v_inputEph(GPSEPH* eph, GLSEPH* geph) {
   if (eph != nullptr && std::fmod(eph->m_sod, kGrid_s) != 0.0) return;
-  if (Controller::s_getInstance()->m_deploy.m_lpost) m_inputEphPost(eph, geph);
+  if (s_config().m_lpost) m_inputEphPost(eph, geph);
   else m_inputEphRealTime(eph, geph);
 }
 
@@ -154,7 +154,7 @@ void BrdOrbitClkAdapter::m_inputEphRealTime(GPSEPH* eph, GLSEPH* geph) {
 }
 
 void BrdOrbitClkAdapter::m_inputEphPost(GPSEPH* eph, GLSEPH* geph) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   m_inputEphAt(eph, geph, deploy.m_curMjd, deploy.m_curSod);
 }
 

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "Common/ComTime.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -56,7 +56,7 @@ class Choice {
 /// Walks the configured satellites by system and hands over those with messages.
 template <class Messages, class Nearest>
 void s_walkSatellites(const std::map<std::string, std::list<Messages>>& lists, Nearest nearest) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (const char* letter = SYS; *letter != '\0'; ++letter) {
     for (int isat = 0; isat < deploy.m_nsat; ++isat) {
       if (deploy.m_cprn[isat][0] != *letter) continue;
@@ -84,7 +84,7 @@ const Message* s_nearest(const std::list<Message>& messages, Distance distance) 
 }  // namespace
 
 BroadcastEphUtils::BroadcastEphUtils() {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (int isat = 0; isat < deploy.m_nsat; ++isat) {
     if (deploy.m_cprn[isat][0] == 'R') m_glsEph[deploy.m_cprn[isat]];
     else m_gnssEph[deploy.m_cprn[isat]];

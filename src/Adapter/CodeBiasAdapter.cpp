@@ -6,7 +6,8 @@
 #include "Common/ComFreq.h"
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 
@@ -68,7 +69,7 @@ bool CodeBiasAdapter::m_inquireCodeBias(bool substitute, const char* cprn, const
 }
 
 void CodeBiasAdapter::m_corrCodeBias(int, double, Rnxobs* obs) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   Refusal refusals[kMaxSat];
   int refused = 0;
   {
@@ -101,7 +102,7 @@ void CodeBiasAdapter::m_corrCodeBias(int, double, Rnxobs* obs) {
 }
 
 bool CodeBiasAdapter::inquireDCB(int, double, int isat, const char* code1, const char* code2, double& dcb) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   if (isat < 0 || isat >= deploy.m_nsat || code1[0] == '\0' || code2[0] == '\0') return false;
   const char* cprn = deploy.m_cprn[isat].c_str();
   double first = 0.0, second = 0.0;

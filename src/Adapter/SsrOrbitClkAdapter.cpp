@@ -7,7 +7,8 @@
 #include "Common/ComGeometry.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 
@@ -112,7 +113,7 @@ void SsrOrbitClkAdapter::v_inputSsr(SSRORB* orb, SSRCLK* clk) {
   }
   if (clk != nullptr) Logtrace::m_logPrint("input ssr clk for %d %lf\n", clk->m_wk, clk->m_sow);
 
-  const int nsat = Controller::s_getInstance()->m_deploy.m_nsat;
+  const int nsat = s_config().m_nsat;
   const std::lock_guard<std::mutex> lock(m_ssrMutex);
   if (orb != nullptr) s_merge(m_list, *orb, nsat);
   if (clk != nullptr) s_merge(m_list, *clk, nsat);

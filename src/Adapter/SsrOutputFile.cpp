@@ -7,7 +7,7 @@
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -53,8 +53,7 @@ void SsrOrbitClkAdapter::v_openOutFile(std::string epoch, double version) {
   int mjd = 0, week = 0, dayOfWeek = 0;
   if (std::sscanf(epoch.c_str(), "%d", &mjd) != 1) return;
   gpsweek(0, 0, mjd, &week, &dayOfWeek);
-  std::snprintf(m_ssrFile, sizeof m_ssrFile, "%s/ssr%04d%01d.ssr",
-                Controller::s_getInstance()->m_deploy.m_pathOutput, week, dayOfWeek);
+  std::snprintf(m_ssrFile, sizeof m_ssrFile, "%s/ssr%04d%01d.ssr", s_config().m_pathOutput, week, dayOfWeek);
   s_log().m_openLog(m_ssrFile);
 }
 
@@ -65,7 +64,7 @@ void SsrOrbitClkAdapter::v_outFileEph() {
     const std::lock_guard<std::mutex> lock(m_ssrMutex);
     records.assign(m_list.begin(), m_list.end());
   }
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (const SsrRecord& record : records) s_write(m_ssrFile, record, deploy);
 }
 

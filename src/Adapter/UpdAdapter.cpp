@@ -7,7 +7,8 @@
 
 #include "Common/ComFreq.h"
 #include "Common/ComTime.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 
@@ -54,7 +55,7 @@ void Upd_bias::m_reset() {
 bool Upd_bias::v_checkSatellite(const char* cprn, const char* freq) const {
   const int isat = s_satRow(cprn);
   if (isat < 0) return false;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const int isys = index_sys(false, isat);
   if (isys < 0) return false;
   const int slot = index_freq(deploy.m_freqObs[isys], std::min(deploy.m_nfreqObs[isys], kFreq), freq);
@@ -82,7 +83,7 @@ bool Upd_comb::v_checkSatellite(const char* cprn, const char*) const {
 }
 
 bool Upd_comb::m_validComb(char sys) const {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (int isat = 0; isat < deploy.m_nsat; ++isat) {
     if (deploy.m_cprn[isat][0] == sys && m_value[isat] != kNone) return true;
   }
@@ -209,6 +210,19 @@ void UpdAdapter::m_inquireComb(int mjd, double sod, const char* kind, const char
     out.m_sig[isat] = record->sig.at(k);
     out.m_time[isat] = record->time.at(k);
   }
+}
+
+std::unique_ptr<Updc> UpdAdapter::m_inquireLevel(int mjd, double sod, const Upd_ambconfig& level,
+                                                 const char* tag) {
+  if (s_config().m_losb) {
+    auto bias = std::make_unique<Upd_bias>();
+    m_inquireBias(mjd, sod, *bias);
+    return bias;
+  }
+  if (!level.m_updSwitch) return nullptr;
+  auto comb = std::make_unique<Upd_comb>();
+  m_inquireComb(mjd, sod, level.m_updType, tag, *comb);
+  return comb;
 }
 
 }  // namespace tarvio

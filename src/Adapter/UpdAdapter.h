@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@
 #include "Common/Constants.h"
 
 namespace tarvio {
+
+struct Upd_ambconfig;
 
 /// A set of biases of one time. Values of 999.0 are absent.
 struct Updc {
@@ -57,6 +60,9 @@ class UpdAdapter {
   /// Nearest record in time; `out` stays as it was when there is none.
   void m_inquireBias(int mjd, double sod, Upd_bias& out);
   void m_inquireComb(int mjd, double sod, const char* kind, const char* tag, Upd_comb& out);
+  /// What the switches of a level ask for, null when all are off. Observable-specific biases, switched on
+  /// for all levels, take the place of combined ones.
+  std::unique_ptr<Updc> m_inquireLevel(int mjd, double sod, const Upd_ambconfig& level, const char* tag);
 
  private:
   /// One number of each present satellite; a single element when all are equal.

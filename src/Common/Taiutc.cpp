@@ -4,7 +4,6 @@
 #include <fstream>
 
 #include "Common/Fatal.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 
@@ -29,11 +28,9 @@ int Taiutc::m_getTaiutc(int mjd) {
 }
 
 void Taiutc::m_rdUtcFile() {
-  const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto entry = files.find("leapsc");
-  if (entry == files.end())
+  if (m_file.empty())
     s_fatal(__func__, __LINE__, "***ERROR(readCommFil):file_table not exist leapsc item \n");
-  std::ifstream in(entry->second);
+  std::ifstream in(m_file);
   if (!in) s_fatal(__func__, __LINE__, "***ERROR(rdUtcFile):no such file\n");
 
   m_mjds.clear();
@@ -49,8 +46,7 @@ void Taiutc::m_rdUtcFile() {
   }
   if (m_mjds.empty())
     s_fatal(__func__, __LINE__,
-            "***ERROR(rdUtcFile):no leap second between '+leap sec' and '-leap sec' in %s\n",
-            entry->second.c_str());
+            "***ERROR(rdUtcFile):no leap second between '+leap sec' and '-leap sec' in %s\n", m_file.c_str());
 }
 
 void Taiutc::v_onRecall(std::string key) {

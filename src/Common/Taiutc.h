@@ -1,9 +1,10 @@
 #pragma once
 /// \file Taiutc.h
-/// Table of leap seconds.
+/// Table of leap seconds: TAI - UTC by day.
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarvio {
@@ -14,13 +15,16 @@ class Taiutc {
   virtual ~Taiutc() = default;
   /// TAI - UTC (s) on a day; a day outside the table ends the process; a table of one row gives 0.
   int m_getTaiutc(int mjd);
-  /// Reads the file of key "leapsc".
+  /// Names the file behind the key "leapsc"; set by the configuration loader, which knows the table of files.
+  void m_setFile(std::string file) { m_file = std::move(file); }
+  /// Reads the file. Ends the process when none is named or it holds no rows.
   void m_rdUtcFile();
   virtual void v_onRecall(std::string key);
 
   std::vector<int> m_mjds, m_taiutc;
 
  private:
+  std::string m_file;
   std::once_flag m_loaded;
 };
 

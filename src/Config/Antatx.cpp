@@ -17,7 +17,7 @@
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
 #include "Config/AntexIndex.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -46,8 +46,8 @@ bool s_isSite(const char* cprn) { return std::strstr(cprn, "SITE") != nullptr; }
 /// System index of a satellite by its row, by its letter when it has no row; -1 for a receiver.
 int s_systemOf(const char* cprn) {
   if (s_isSite(cprn)) return -1;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
-  const int row = pointer_string(deploy.m_nsat, deploy.m_cprn, cprn);
+  const Deploy& deploy = s_config();
+  const int row = deploy.m_satRow(cprn);
   return row >= 0 ? deploy.m_sysOfRow(row) : index_string(SYS, cprn[0]);
 }
 
@@ -221,14 +221,9 @@ int Antatx::m_getAnt(const char* cprn, const int* nfreq, const char (*tags)[kFre
 
 int Antatx::m_rdatx(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0,
                     double jd1) {
-  const auto& table = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto item = table.find("antpcv");
-  if (item == table.end()) {
-    Logtrace::m_logTrace(4, "[%s,%d]: item = antpcv,file_table not exist key item\n", __func__, __LINE__);
-    s_fatal(__func__, __LINE__, "item = %s,file_table not exist key item\n", "antpcv");
-  }
-  const char* path = item->second.c_str();
-  const auto index = AntexIndex::s_of(item->second);
+  const std::string& file = s_requiredTableFile(__func__, __LINE__, "antpcv");
+  const char* path = file.c_str();
+  const auto index = AntexIndex::s_of(file);
   if (index == nullptr) {
     Logtrace::m_logTrace(4, "[%s,%d]: file = %s,can't access to antpcv file\n", __func__, __LINE__, path);
     s_fatal(__func__, __LINE__, "file = %s,can't access to antpcv file\n", path);

@@ -13,7 +13,7 @@
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 #include "Records/Antatx.h"
 
 namespace tarvio {
@@ -33,17 +33,12 @@ constexpr const char* kPart2 =
     "%3s%*2c%3s%*3c%4d%*c%2d%*c%2d%*c%2d%*c%2d%*c%2d%*2c%4d%*c%2d%*c%2d%*c%2d%*c%2d%*c%2d%*3c%10lf%10lf%10lf";
 
 /// Content of a file of the table; ends the process when the key or the file is missing.
-std::string s_tableFile(const char* function, const char* key, const char* missing) {
-  const auto& table = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto item = table.find(key);
-  if (item == table.end()) {
-    Logtrace::m_logTrace(4, "[%s,%d]: item = %s,file_table not exist key item\n", function, __LINE__, key);
-    s_fatal(function, __LINE__, "item = %s,file_table not exist key item\n", key);
-  }
+std::string s_tableContent(const char* function, const char* key, const char* missing) {
+  const std::string& path = s_requiredTableFile(function, __LINE__, key);
   std::string content;
-  if (!s_readFile(item->second, content)) {
-    Logtrace::m_logTrace(4, "[%s,%d]: file = %s,%s\n", function, __LINE__, item->second.c_str(), missing);
-    s_fatal(function, __LINE__, "file = %s,%s\n", item->second.c_str(), missing);
+  if (!s_readFile(path, content)) {
+    Logtrace::m_logTrace(4, "[%s,%d]: file = %s,%s\n", function, __LINE__, path.c_str(), missing);
+    s_fatal(function, __LINE__, "file = %s,%s\n", path.c_str(), missing);
   }
   return content;
 }
@@ -105,7 +100,7 @@ std::string s_cosparNumber(std::string_view field) {
 }  // namespace
 
 int Antatx::s_antnam(const char* anttype, const char* sitname, char* out) {
-  const std::string content = s_tableFile(__func__, "antnam", "can't access to antnam file");
+  const std::string content = s_tableContent(__func__, "antnam", "can't access to antnam file");
   const std::string_view sought = s_trimmed(anttype);
   std::string_view text = content, line;
   while (!sought.empty() && s_nextLine(text, line)) {
@@ -160,7 +155,7 @@ void Antatx::s_checkdata(const char* fmt, char* out) {
 
 void Antatx::s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
                        char* block, char* cospar) {
-  const std::string content = s_tableFile(__func__, "satnav", "can't accsss satnav file");
+  const std::string content = s_tableContent(__func__, "satnav", "can't accsss satnav file");
   char part1[kRowLimit], part2[kRowLimit];
   s_checkdata(kPart1, part1);
   s_checkdata(kPart2, part2);
@@ -197,7 +192,7 @@ void Antatx::s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int
     }
   }
   if (!found) {
-    const std::string& path = Controller::s_getInstance()->m_deploy.m_fileTable.at("satnav");
+    const std::string& path = s_requiredTableFile(__func__, __LINE__, "satnav");
     Logtrace::m_logTrace(4, "[%s,%d]: cprn = %s,file = %s,satellite not found in svnav file\n", __func__,
                          __LINE__, cprn, path.c_str());
     s_fatal(__func__, __LINE__, "cprn = %s,file = %s,satellite not found in svnav file\n", cprn,

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Common/ComFreq.h"
 #include "Common/Constants.h"
 #include "Config/RatioTable.h"
 #include "Config/UpdAmbconfig.h"
@@ -32,6 +33,8 @@ class Deploy {
   char m_statFile[256] = "", m_traceFile[256] = "";
   bool m_lpost = false, m_liar = false, m_litrs = false, m_ldia = false, m_lhelp = false;
   bool m_ltrace = false, m_lsnr = false, m_ldebug = false;
+  // By contract the configuration also holds what changes with the epoch: its time here, orbits, clocks and
+  // body axes in m_satellites. Everything else is constant after loading.
   int m_curMjd = 0;
   double m_curSod = 0.0;  ///< current epoch
   int m_mjd0 = 0, m_mjd1 = 0;
@@ -97,22 +100,15 @@ class Deploy {
 
   /// Row of a satellite name, -1 when not configured.
   int m_satRow(const char* cprn) const;
-  /// System index of a row by m_sysname (BDS-2 and BDS-3 apart), by m_cprn where that is empty; a
-  /// row beyond the table has 0.
+  /// System index of a row by m_sysname (BDS-2 and BDS-3 apart), -1 when no satellite has the row.
   int m_sysOfRow(int isat) const {
-    const std::string& name = m_sysname[isat].empty() ? m_cprn[isat] : m_sysname[isat];
-    return name.empty() ? 0 : s_systemIndex(name[0]);
+    if (isat < 0 || isat >= kMaxSat || m_sysname[isat].empty()) return -1;
+    return s_systemIndex(m_sysname[isat][0]);
   }
   /// Enters the two names of a row; its system follows from the first letter of the second.
   void m_setRow(int isat, const std::string& cprn, const std::string& sysname);
 
  private:
-  static int s_systemIndex(char letter) {
-    for (int s = 0; s < kSys; ++s) {
-      if (SYS[s] == letter) return s;
-    }
-    return 0;
-  }
   /// Sorts each system's names by falling carrier frequency; equal ones keep their order.
   static void s_sortFrequencies(char (*freq)[kFreq][4], const int* nfreq);
 

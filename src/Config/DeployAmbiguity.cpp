@@ -16,6 +16,7 @@
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
 #include "Config/Deploy.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 

@@ -13,9 +13,11 @@
 #include "Common/ComString.h"
 #include "Common/ComTime.h"
 #include "Common/Fatal.h"
+#include "Common/Taiutc.h"
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
 #include "Config/Deploy.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 
@@ -87,6 +89,7 @@ void Deploy::m_parseTablesConfigures(const char* file) {
   } catch (const std::exception&) {
     s_fatal(__func__, __LINE__, "item = %s,file = %s,failed to extract config", key, file);
   }
+  Taiutc::s_getInstance().m_setFile(m_fileTable["leapsc"]);
 }
 
 void Deploy::m_parseSatelliteConfigures() {

@@ -11,7 +11,8 @@
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Records/Station.h"
 
 namespace tarvio {
 
@@ -19,17 +20,6 @@ namespace {
 
 constexpr double kNear = 0.0015678560412142946;  // rad, 10 km on the sphere
 constexpr std::string_view kSiteMark = "lon/lat:";
-
-/// Path of a file-table key; ends the process when the table lacks it.
-const std::string& s_tablePath(const char* function, const char* key) {
-  const auto& table = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto item = table.find(key);
-  if (item == table.end()) {
-    Logtrace::m_logTrace(4, "[%s,%d]: item = %s,file_table not exist key item\n", function, __LINE__, key);
-    s_fatal(function, __LINE__, "item = %s,file_table not exist key item\n", key);
-  }
-  return item->second;
-}
 
 /// Whether the site line's longitude and latitude (degrees) lie within 10 km of (lat, lon), radians.
 bool s_isNear(std::string_view line, double lat, double lon) {
@@ -65,7 +55,7 @@ struct SiteRecord {
 
 /// Tagged lines of one station: NAME_POS position (m), NAME_SIG sigmas and noise, NAME_ENU offset (m).
 SiteRecord s_readSite(const char* function, const std::string& name) {
-  const std::string& path = s_tablePath(function, "stacoo");
+  const std::string& path = s_requiredTableFile(function, __LINE__, "stacoo");
   std::string content;
   if (!s_readFile(path, content)) {
     s_fatal(function, __LINE__, "file = %s,can't access site file\n", path.c_str());
@@ -106,7 +96,7 @@ SiteRecord s_readSite(const char* function, const std::string& name) {
 
 bool oceanload_coef(double lat, double lon, double (*coef)[11]) {
   for (int row = 0; row < 6; ++row) std::fill(coef[row], coef[row] + 11, 0.0);
-  const std::string& path = s_tablePath(__func__, "ocload");
+  const std::string& path = s_requiredTableFile(__func__, __LINE__, "ocload");
   std::string content;
   if (!s_readFile(path, content)) {
     Logtrace::m_logTrace(4, "[%s,%d]: file = %s,open configure file\n", __func__, __LINE__, path.c_str());

@@ -8,6 +8,7 @@
 #include "Common/ComTime.h"
 #include "Common/Taiutc.h"
 #include "Config/Deploy.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 

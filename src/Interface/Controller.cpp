@@ -10,6 +10,8 @@
 #include "Common/ComGeometry.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Ambfix/SrifFilter_iar.h"
 
 namespace tarvio {
@@ -100,9 +102,12 @@ Controller* Controller::s_getInstance() {
   return s_instance;
 }
 
-Controller::Controller() : m_startEpoch(s_wallClock()) {}
+Controller::Controller() : m_startEpoch(s_wallClock()) { s_setConfig(&m_deploy); }
 
-Controller::~Controller() { delete m_filter; }
+Controller::~Controller() {
+  delete m_filter;
+  s_setConfig(nullptr);
+}
 
 void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff, double intv) {
   const char* arguments[] = {"-mode", "ppp", "ppp.json", "-itrs", "-dia", "-iar"};
@@ -118,6 +123,9 @@ void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff,
   m_filter->m_set_prosys(kSystems);
   m_filter->m_orbAdapters.assign(1, m_orbclk);
   m_filter->m_clkAdapters.assign(1, m_orbclk);
+  m_filter->m_orbclk = m_orbclk;
+  m_filter->m_upd = &m_upd;
+  m_filter->m_ifpb = &m_ifpb;
 }
 
 void Controller::_finalize() {

@@ -10,6 +10,7 @@
 
 #include "Common/ComFreq.h"
 #include "Common/Logtrace.h"
+#include "Config/SatelliteTable.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/Controller.h"
 

@@ -9,6 +9,7 @@
 #include "Common/ComString.h"
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
+#include "Config/SatelliteTable.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/Controller.h"
 

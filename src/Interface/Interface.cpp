@@ -147,7 +147,7 @@ void s_inputObs(GNX_IO::gtime_t t, const GNX_IO::obs_t* obs) {
   deploy.m_curMjd = rnx.m_mjd;
   deploy.m_curSod = rnx.m_sod;
   controller.m_corrdcb(&rnx);
-  account.m_settleBiased(rnx);
+  account.m_settleBiased(rnx, controller.m_orbclk);
   controller.m_makeupOrbclkCorrs(rnx.m_mjd, rnx.m_sod);
   controller.v_inputObs(&rnx);
 }

@@ -149,6 +149,8 @@ struct FilterFixture : TableFixture {
     }
     filter = std::make_unique<Filter>(std::vector<Station>(1, sta), 30.0);
     filter->m_set_prosys("GE");
+    filter->m_upd = &controller().m_upd;
+    filter->m_ifpb = &controller().m_ifpb;
     delete station().m_model;
     station().m_model = new WorldModel(filter.get(), &station(), &world);
   }

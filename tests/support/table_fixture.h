@@ -11,6 +11,7 @@
 #include "Common/ComFreq.h"
 #include "Common/ComString.h"
 #include "Common/Taiutc.h"
+#include "Config/SatelliteTable.h"
 #include "Interface/Controller.h"
 
 namespace gnx_test {

@@ -12,6 +12,7 @@
 #include <random>
 
 #include "Common/ComFreq.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_SDK.h"
 #include "Interface/Controller.h"

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Common/ComFreq.h"
+#include "Config/SatelliteTable.h"
 #include "support/deployment.h"
 #include "support/table_fixture.h"
 

@@ -34,6 +34,7 @@ struct Hmw : gnx_test::FilterFixture {
                                {'E', wideLaneText("1", "5", kF1 / (kF1 + kF5))}};
     deploy().m_intv = kInterval;
     m_build();
+    smoother.m_upd = filter->m_upd;
     std::ranges::copy(std::array{4.0e6, 1.0e6, 4.8e6}, station().m_x);
     for (int f = 0; f < 2; ++f) {
       station().m_antenu[0][f][2] = 0.11 + 0.03 * f;
@@ -159,6 +160,7 @@ TEST_F(Hmw, IonosphereOfPhasesIsTakenOff) {
   satellite(0).m_pco[1][2] = satellite(0).m_pco[0][2];
   station().m_antenu[0][1][2] = station().m_antenu[0][0][2];
   smoother = HMWfilter("wl", &m_level());
+  smoother.m_upd = &controller().m_upd;
   for (const double ion : {-2.0, 40.0}) {
     world.ion[0] = ion;
     m_runFirst(30.0);

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "Common/ComTime.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "support/table_fixture.h"
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "Common/ElevationWeight.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/FilterConfig.h"
 
@@ -12,7 +13,6 @@ namespace tarvio {
 namespace {
 
 constexpr double kWideLaneFloor_rad = 10.0 * kDegToRad;
-constexpr double kLowElevation_rad = 30.0 * kDegToRad;
 constexpr double kStale_s = 0.01;
 constexpr double kFixed = 1.0;  ///< a state above it is a fix
 
@@ -104,7 +104,7 @@ bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isa
   if (flag && std::strcmp(tag, "wl") == 0 && !s_isFixed(filter, "ewl", isat)) return false;
 
   double limit = cfg.m_minCommonLambda;
-  if (elevation != 0.0 && elevation < kLowElevation_rad) limit *= 0.5 / std::sin(elevation);
+  if (elevation != 0.0) limit /= s_elevationFactor(elevation);
   if (limit > s_seconds(record->ptime0, record->ptime1)) return false;
   if ((filter->mjd - record->ptime1) * kDay + filter->sod > kStale_s) return false;
   return !flag || std::strcmp(tag, "n1") != 0 || s_isFixed(filter, "wl", isat);

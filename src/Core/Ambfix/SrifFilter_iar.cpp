@@ -33,20 +33,9 @@ void SrifFilter_iar::v_onFilterEstimate() {
   for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
 }
 
-/// The corrections of a level, null when neither switch is on. Observable-specific biases take the
-/// place of combined ones.
 std::unique_ptr<Updc> SrifFilter_iar::m_product(int layer) const {
-  const Upd_ambconfig& cfg = s_config().m_ambconfig[layer];
-  UpdAdapter& store = Controller::s_getInstance()->m_upd;
-  if (s_config().m_losb) {
-    auto bias = std::make_unique<Upd_bias>();
-    store.m_inquireBias(mjd, sod, *bias);
-    return bias;
-  }
-  if (!cfg.m_updSwitch) return nullptr;
-  auto comb = std::make_unique<Upd_comb>();
-  store.m_inquireComb(mjd, sod, cfg.m_updType, kTags[layer], *comb);
-  return comb;
+  return m_upd == nullptr ? nullptr
+                          : m_upd->m_inquireLevel(mjd, sod, s_config().m_ambconfig[layer], kTags[layer]);
 }
 
 void SrifFilter_iar::v_resolve_raw() {

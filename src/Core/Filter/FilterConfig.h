@@ -5,12 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Common/ComFreq.h"
 #include "Common/Constants.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
-
-inline const Deploy& s_config() { return Controller::s_getInstance()->m_deploy; }
 
 inline bool s_has(const char* text, const char* word) { return std::strstr(text, word) != nullptr; }
 
@@ -18,13 +17,6 @@ inline bool s_has(const char* text, const char* word) { return std::strstr(text,
 inline double s_numberBehindColon(const char* text) {
   const char* colon = std::strchr(text, ':');
   return colon ? std::strtod(colon + 1, nullptr) : 0.0;
-}
-
-/// Position of a letter in SYS, -1 for any other character.
-inline int s_systemIndex(char letter) {
-  for (int isys = 0; isys < kSys; ++isys)
-    if (SYS[isys] == letter) return isys;
-  return -1;
 }
 
 /// Calls `visit(isys)` for every configured system, in the order of the configuration.

@@ -6,12 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "Adapter/UpdAdapter.h"
 #include "Common/ComFreq.h"
 #include "Common/ComTime.h"
+#include "Common/ElevationWeight.h"
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Model/ModelSteps.h"
 #include "Core/Qc/Qc.h"
@@ -21,7 +24,6 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kFullWeightElevation = 30.0 * kDegToRad;
 constexpr double kWeightBelowLimit = 1.0e-6;  ///< keeps an arc going without a say in its average
 constexpr double kArcAge = 1200.0;            ///< s, an arc without observations goes
 constexpr double kLargestValue = 1.0e9;       ///< cycles, what an int can count; also no NaN
@@ -207,9 +209,9 @@ bool HMWfilter::m_combination(const Station& sta, const SrifSatAmbd& record, dou
 }
 
 double HMWfilter::m_weight(double elev) const {
-  if (elev == 0.0 || elev >= kFullWeightElevation) return 1.0;
+  if (elev == 0.0 || elev >= kFullWeightElevation_rad) return 1.0;
   if (elev < m_cfg->m_cutoff) return kWeightBelowLimit;
-  const double s = 2.0 * std::sin(elev);
+  const double s = s_elevationFactor(elev);
   return s * s;
 }
 
@@ -240,18 +242,8 @@ bool HMWfilter::m_hasProduct(const Updc* product, const SrifSatAmbd& record) con
 
 void HMWfilter::m_wl_ambiguity_fix(Station*) {
   if (!m_cfg) return;
-  UpdAdapter& store = Controller::s_getInstance()->m_upd;
-  std::unique_ptr<Updc> product;
-  if (m_cfg->m_updSwitch) {
-    auto combined = std::make_unique<Upd_comb>();
-    store.m_inquireComb(m_mjd, m_sod, m_cfg->m_updType, m_tag.c_str(), *combined);
-    product = std::move(combined);
-  }
-  if (s_config().m_losb) {
-    auto biases = std::make_unique<Upd_bias>();
-    store.m_inquireBias(m_mjd, m_sod, *biases);
-    product = std::move(biases);
-  }
+  const std::unique_ptr<Updc> product =
+      m_upd == nullptr ? nullptr : m_upd->m_inquireLevel(m_mjd, m_sod, *m_cfg, m_tag.c_str());
   s_forEachSystem([&](int isys) { m_fixSystem(isys, product.get()); });
 }
 
@@ -263,11 +255,11 @@ void HMWfilter::m_fixSystem(int isys, const Updc* product) {
   for (auto& [cprn, record] : m_ambs) {
     if (s_config().m_sysOfRow(record.isat) != isys || record.ifix < 1 || !m_hasProduct(product, record))
       continue;
-    const double elev = record.nobs > 0 ? record.sumelev / record.nobs : kFullWeightElevation;
-    const double s = 2.0 * std::sin(elev);
+    const double elev = record.nobs > 0 ? record.sumelev / record.nobs : kFullWeightElevation_rad;
+    const double s = s_elevationFactor(elev);
     records.push_back(&record);
     values.push_back(record.xsm - correction(record.isat));
-    weights.push_back(elev < kFullWeightElevation ? s * s : 1.0);
+    weights.push_back(s * s);
   }
   const int n = static_cast<int>(records.size());
   if (n < 1) return;

@@ -30,6 +30,7 @@ namespace tarvio {
 struct Station;
 struct Updc;
 struct Upd_ambconfig;
+class UpdAdapter;
 
 /// The arc of one satellite.
 struct SrifSatAmbd {
@@ -79,6 +80,7 @@ class HMWfilter {
   std::string m_sys = SYS;
   std::string m_tag;
   const Upd_ambconfig* m_cfg = nullptr;               ///< not owned
+  UpdAdapter* m_upd = nullptr;                        ///< biases of the level, not owned
   double m_elev[kMaxSat] = {}, m_azim[kMaxSat] = {};  ///< rad; 0 = unknown
   /// Fraction shared by the satellites of a system, cycles, followed across its wrap.
   double m_frac[kSys] = {kNone, kNone, kNone, kNone, kNone, kNone, kNone};

@@ -3,7 +3,8 @@
 #include <cstring>
 #include <numeric>
 
-#include "Interface/Controller.h"
+#include "Adapter/OrbitClkAdapter.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -32,10 +33,9 @@ Fate s_byFlag(int flag, Fate otherwise) {
 
 const char* s_fateName(Fate fate) { return kNames[static_cast<std::size_t>(fate)]; }
 
-Fate s_productFate(int isat, int mjd, double sod, Fate otherwise) {
-  const Controller& controller = *Controller::s_getInstance();
-  if (controller.m_orbclk == nullptr) return otherwise;
-  switch (controller.m_orbclk->v_gap(controller.m_deploy.m_cprn[isat].c_str(), mjd, sod)) {
+Fate s_productFate(OrbitClkAdapter* products, int isat, int mjd, double sod, Fate otherwise) {
+  if (products == nullptr) return otherwise;
+  switch (products->v_gap(s_config().m_cprn[isat].c_str(), mjd, sod)) {
     case ProductGap::correction:
       return Fate::noCorrection;
     case ProductGap::orbit:
@@ -85,19 +85,19 @@ void ObservationAccount::m_settleScreened(const Rnxobs& obs) {
   });
 }
 
-void ObservationAccount::m_settleBiased(const Rnxobs& obs) {
+void ObservationAccount::m_settleBiased(const Rnxobs& obs, OrbitClkAdapter* products) {
   m_settle([&](int isat, int place) {
     if (obs.m_obs[isat][place] != 0.0) return Fate::open;
     const Fate fate = s_byFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
     // A satellite that the corrections leave out altogether has no bias for that reason.
-    const Fate gap = s_productFate(isat, obs.m_mjd, obs.m_sod, fate);
+    const Fate gap = s_productFate(products, isat, obs.m_mjd, obs.m_sod, fate);
     return gap == Fate::noIssue ? fate : gap;
   });
 }
 
 void ObservationAccount::m_close() {
   if (!m_on) return;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (int isat = 0; isat < deploy.m_nsat; ++isat) {
     long* totals = m_totals[s_systemOf(deploy.m_cprn[isat].empty() ? '\0' : deploy.m_cprn[isat][0])];
     for (const Fate fate : m_fates[isat])

@@ -16,6 +16,8 @@
 
 namespace tarvio {
 
+class OrbitClkAdapter;
+
 enum class Fate : unsigned char {
   absent,         ///< no value came in
   open,           ///< still in
@@ -48,8 +50,8 @@ enum class Fate : unsigned char {
 
 /// The word for a fate in the diagnostics.
 const char* s_fateName(Fate fate);
-/// Why a satellite row has no product at an epoch; `otherwise` when it lacks none.
-Fate s_productFate(int isat, int mjd, double sod, Fate otherwise);
+/// Why a satellite row has no product at an epoch; `otherwise` when it lacks none or nobody can be asked.
+Fate s_productFate(OrbitClkAdapter* products, int isat, int mjd, double sod, Fate otherwise);
 /// Whether an option string asks for lines that need the account.
 bool s_wantsAccount(const char* options);
 
@@ -71,7 +73,7 @@ class ObservationAccount {
   void m_arrive(const Rnxobs& obs, bool flagged = false);
   /// Behind the screening, and behind the biases.
   void m_settleScreened(const Rnxobs& obs);
-  void m_settleBiased(const Rnxobs& obs);
+  void m_settleBiased(const Rnxobs& obs, OrbitClkAdapter* products);
 
   /// Asks `judge(isat, place)` about every open value; the answer Fate::open leaves it in.
   template <typename Judge>

@@ -24,6 +24,7 @@
 
 #include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
+#include "Adapter/ProductStores.h"
 #include "Common/SmoothAdapter.h"
 #include "Core/Filter/ObservationAccount.h"
 #include "Core/Filter/SrifPamt.h"
@@ -43,7 +44,7 @@ enum RowKind : int {
   kRowAfifPhase = 4,  ///< three-frequency wide-lane phase
 };
 
-class SrifFilter : public QcTurboEdit {
+class SrifFilter : public QcTurboEdit, public ProductStores {
  public:
   SrifFilter(const std::vector<Station>& stations, double intv);
   ~SrifFilter() override;
@@ -180,11 +181,9 @@ class SrifFilter : public QcTurboEdit {
   std::vector<std::vector<int>> m_ambreset;                         ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
-  int* m_ewlint = nullptr;                   ///< [station][160] held extra-wide-lane integer
-  int* m_ewlflag = nullptr;                  ///< [station][160] 1 = held
-  std::map<std::string, t_ifpb> m_ifpbrec;   ///< third-frequency biases taken over so far
-  std::vector<OrbitAdapter*> m_orbAdapters;  ///< not owned; the models use the first
-  std::vector<ClkAdapter*> m_clkAdapters;
+  int* m_ewlint = nullptr;                  ///< [station][160] held extra-wide-lane integer
+  int* m_ewlflag = nullptr;                 ///< [station][160] 1 = held
+  std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
   /// Puts what is still open to `fate`, adds the epoch to the totals and writes them when asked.
   void m_closeAccount(Fate fate);
   ObservationAccount m_account;  ///< of the first station

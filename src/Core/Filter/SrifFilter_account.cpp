@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "Common/ComFreq.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
 
@@ -39,7 +40,8 @@ Fate SrifFilter::m_modelFate(const Station& sta, int isat, int place) const {
   if (slot >= config.m_nfreqUsed[config.m_sysOfRow(isat)]) return Fate::unused;
   if (sat.m_flag[slot] == kFlagRange) return Fate::range;
   const bool served = satellite.m_clk != 0.0 && satellite.m_xyz[0] != 0.0;
-  if (!served || sat.m_flag[slot] == kFlagNoOrbit) return s_productFate(isat, mjd, sod, Fate::noOrbit);
+  if (!served || sat.m_flag[slot] == kFlagNoOrbit)
+    return s_productFate(m_orbclk, isat, mjd, sod, Fate::noOrbit);
   if (sta.m_x[0] == 0.0 && sta.m_x[1] == 0.0 && sta.m_x[2] == 0.0) return Fate::noPosition;
   // Below the mask the model clears the observations; other rejections leave them.
   return sat.m_obs[place] == 0.0 ? Fate::lowElevation : Fate::noRow;

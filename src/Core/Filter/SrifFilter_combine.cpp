@@ -11,6 +11,7 @@
 
 #include "Common/CMat.h"
 #include "Common/Com.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
 

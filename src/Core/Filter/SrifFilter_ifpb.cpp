@@ -54,14 +54,13 @@ class FixedSet {
 }  // namespace
 
 void SrifFilter::m_corrifpb() {
-  Controller* controller = Controller::s_getInstance();
-  const Deploy& config = controller->m_deploy;
-  if (!s_has(config.m_ifpbcor, "IFPB_COR")) return;
+  const Deploy& config = s_config();
+  if (m_ifpb == nullptr || !s_has(config.m_ifpbcor, "IFPB_COR")) return;
   for (int isat = 0; isat < config.m_nsat; ++isat) {
     const std::string& cprn = config.m_cprn[isat];
     if (cprn.empty() || cprn[0] != 'G') continue;
     t_ifpb fresh;
-    if (!controller->m_ifpb.m_inquireIfpb(cprn, fresh)) fresh = t_ifpb();
+    if (!m_ifpb->m_inquireIfpb(cprn, fresh)) fresh = t_ifpb();
     t_ifpb& record = m_ifpbrec[cprn];
     if (config.m_nfreqUsed[config.m_sysOfRow(isat)] != 3) continue;
     if (fresh.m_valid) {

@@ -8,6 +8,7 @@
 #include "Common/CMat.h"
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_IO.h"

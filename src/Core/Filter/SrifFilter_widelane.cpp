@@ -28,6 +28,7 @@ void SrifFilter::m_smoothWidelanes() {
   for (auto& [tag, filters] : m_hmw) {
     for (Station& sta : m_stations) {
       HMWfilter& smoother = *filters.at(sta.m_name);
+      smoother.m_upd = m_upd;
       smoother.m_process(&sta);
       std::map<std::string, double>& fixes = m_fixmap[sta.m_name][tag];
       fixes.clear();

@@ -11,7 +11,7 @@
 
 #include "Common/Constants.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 namespace {
@@ -48,13 +48,12 @@ void De405::m_complain(const char* format, ...) {
 
 bool De405::m_openConfigured() {
   if (!m_file.empty()) return true;
-  const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto entry = files.find("jpleph");
-  if (entry == files.end()) {
+  const std::string* path = s_tableFile("jpleph");
+  if (path == nullptr) {
     m_complain("***ERROR(readCommFil):file_table not exist jpleph item \n");
     return false;
   }
-  m_file = entry->second;
+  m_file = *path;
   return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 

@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "Common/Fatal.h"
+#include "Config/Configuration.h"
 #include "Core/Model/Itrs2gcrs.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -52,11 +52,8 @@ void ErpPostAdapter::v_acqData(const char* path) {
   if (path) {
     m_file = path;
   } else {
-    const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-    const auto entry = files.find("polut1");
-    if (entry == files.end())
-      s_fatal(__func__, __LINE__, "***ERROR(readCommFil):file_table not exist polut1 item \n");
-    m_file = entry->second;
+    m_file = s_requiredTableFile(__func__, __LINE__, "polut1",
+                                 "***ERROR(readCommFil):file_table not exist %s item \n");
   }
   m_stream.close();
   m_stream.clear();

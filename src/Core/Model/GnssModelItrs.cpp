@@ -6,13 +6,16 @@
 #include <memory>
 
 #include "Common/Com.h"
+#include "Common/ElevationWeight.h"
 #include "Common/Logtrace.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Config/SiteInfo.h"
 #include "Core/Model/PhaseWindup.h"
 #include "Core/Model/Tides.h"
 #include "Core/Model/Tropo_vmf1.h"
 #include "Core/Qc/Qc.h"
-#include "Interface/Controller.h"
+#include "Records/Rnxobs.h"
 
 namespace tarvio {
 namespace {
@@ -57,7 +60,7 @@ struct GnssModelItrs::Pass {
 
 void GnssModelItrs::gnssModel(bool lcheck) {
   Pass pass(s_modelInput(m_filter, m_sta));
-  Deploy& deploy = pass.in.deploy;
+  const Deploy& deploy = pass.in.deploy;
   Station& sta = *m_sta;
   pass.tropo = &Tropo_vmf1::s_getInstance();
   pass.capacity = s_resetSlots(deploy, sta);
@@ -144,7 +147,7 @@ void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
   const Deploy& deploy = pass.in.deploy;
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   Ssat_t& sat = m_sta->m_sat[isat];
-  const int isys = s_rowSystem(deploy, isat);
+  const int isys = deploy.m_sysOfRow(isat);
   const SystemFrame& frame = pass.frame[isys];
   SatGeometry geo;
 
@@ -214,7 +217,7 @@ void GnssModelItrs::m_appendRows(Pass& pass, int isat, int isys) {
 bool GnssModelItrs::m_checkrange(bool lcheck, int* rej, double* rclk) {
   if (!lcheck) return m_meanClock(rclk);
   Station& sta = *m_sta;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   int flags[kMaxSat] = {};
   if (Qc::Qc_detectRangeOmc(&sta, flags) == 0) return false;
 
@@ -229,7 +232,7 @@ bool GnssModelItrs::m_checkrange(bool lcheck, int* rej, double* rclk) {
     Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] Nan rclock for Station %s Constellation %c\n", __func__,
                          __LINE__, sta.m_mjd, sta.m_sod, sta.m_name.c_str(), *c);
     for (int isat = 0; isat < rows; ++isat) {
-      if (s_rowSystem(deploy, isat) != isys) continue;
+      if (deploy.m_sysOfRow(isat) != isys) continue;
       rej[isat] = 1;
       s_zeroRow(sta.m_sat[isat].m_xx);
     }
@@ -250,7 +253,7 @@ bool GnssModelItrs::m_checkrange(bool lcheck, int* rej, double* rclk) {
 bool GnssModelItrs::m_meanClock(double* rclk) {
   constexpr double kClockTolerance_s = 1.0e-7;
   Station& sta = *m_sta;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const int isys = deploy.m_refsys;
   if (isys < 0 || std::strchr(deploy.m_syslist, SYS[isys]) == nullptr) return false;
   const bool single = std::strstr(deploy.m_obscomb, "SF") != nullptr;
@@ -258,7 +261,7 @@ bool GnssModelItrs::m_meanClock(double* rclk) {
   int n = 0;
   for (int isat = 0; isat < std::min(deploy.m_nsat, kMaxSat); ++isat) {
     const Ssat_t& sat = sta.m_sat[isat];
-    if (s_rowSystem(deploy, isat) != isys || sat.m_elev < sta.m_cutoff) continue;
+    if (deploy.m_sysOfRow(isat) != isys || sat.m_elev < sta.m_cutoff) continue;
     const double* code = sat.m_xx + 4;
     int i, j;
     if (single) {
@@ -294,7 +297,7 @@ void GnssModelItrs::m_writeCorrections(Pass& pass) {
   for (int isat = 0; isat < std::min(deploy.m_nsat, kMaxSat); ++isat) {
     Ssat_t& sat = sta.m_sat[isat];
     if (sat.m_xx[0] == 0.0) continue;
-    const int isys = s_rowSystem(deploy, isat);
+    const int isys = deploy.m_sysOfRow(isat);
     const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
     const SatGeometry& geo = pass.record[static_cast<std::size_t>(isat)];
     cor_BDScodebias(isat, sat.m_obs, sat.m_elev);  // the printed code carries what its residual carries

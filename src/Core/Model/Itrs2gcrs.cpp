@@ -18,7 +18,7 @@
 #include "Common/Constants.h"
 #include "Common/Fatal.h"
 #include "Common/Taiutc.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 namespace {
@@ -176,12 +176,10 @@ const std::vector<Itrs2gcrs::ZonalTerm>& Itrs2gcrs::m_zonalTable(int model) {
 }
 
 void Itrs2gcrs::m_readZonal(const char* key, std::vector<ZonalTerm>& table) {
-  const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto entry = files.find(key);
-  if (entry == files.end())
-    s_fatal(__func__, __LINE__, "***ERROR(readCommFil):file_table not exist config item %s\n", key);
-  std::ifstream in(entry->second);
-  if (!in) s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no such file %s\n", entry->second.c_str());
+  const std::string& file = s_requiredTableFile(
+      __func__, __LINE__, key, "***ERROR(readCommFil):file_table not exist config item %s\n");
+  std::ifstream in(file);
+  if (!in) s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no such file %s\n", file.c_str());
 
   constexpr double kLargest = 1e5;  // in the units of the file; the node has the largest, below 2000
   std::string line;
@@ -197,12 +195,12 @@ void Itrs2gcrs::m_readZonal(const char* key, std::vector<ZonalTerm>& table) {
                     &t.a[0], &t.a[1], &t.a[2], &t.a[3], &t.a[4], &t.a[5]) != 11)
       continue;
     if (!std::ranges::all_of(t.a, [](double a) { return std::abs(a) < kLargest; }))
-      s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):amplitude out of range in %s, line %d\n",
-              entry->second.c_str(), number);
+      s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):amplitude out of range in %s, line %d\n", file.c_str(),
+              number);
     table.push_back(t);
   }
   if (table.empty())
-    s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no term of the zonal tides in %s\n", entry->second.c_str());
+    s_fatal(__func__, __LINE__, "ERROR(RG_ZONT2):no term of the zonal tides in %s\n", file.c_str());
 }
 
 }  // namespace tarvio

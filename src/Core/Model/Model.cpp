@@ -7,8 +7,10 @@
 #include <cmath>
 
 #include "Common/Com.h"
+#include "Common/ElevationWeight.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Model/ModelSteps.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -38,9 +40,10 @@ void s_queueResidual(t_cmc_queue& cmc, int slot, double residual) {
 
 }  // namespace
 
-Model::Model(SrifFilter* filter, Station* sta) : Model(filter, sta, nullptr) {}
+Model::Model(const ProductStores* filter, Station* sta) : Model(filter, sta, nullptr) {}
 
-Model::Model(SrifFilter* filter, Station* sta, Station* sta2) : m_filter(filter), m_sta(sta), m_sta2(sta2) {}
+Model::Model(const ProductStores* filter, Station* sta, Station* sta2)
+    : m_filter(filter), m_sta(sta), m_sta2(sta2) {}
 
 void Model::gnssModel(bool /*lcheck*/) {}
 
@@ -48,7 +51,7 @@ void Model::sppModel() {}
 
 void Model::m_azel(Station* sta) {
   if (sta->m_x[0] * sta->m_x[1] * sta->m_x[2] == 0.0) return;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const int rows = std::min(deploy.m_nsat, static_cast<int>(deploy.m_satellites.size()));
   for (int i = 0; i < rows; ++i) {
     Ssat_t& sat = sta->m_sat[i];
@@ -61,12 +64,12 @@ void Model::m_azel(Station* sta) {
 }
 
 double Model::m_computeIon(int isat) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const double* obs = m_sta->m_sat[isat].m_obs;
   if (!validSatObs(deploy.m_obsused, deploy.m_obscomb, obs, isat, 0) ||
       !validSatObs(deploy.m_obsused, deploy.m_obscomb, obs, isat, 1))
     return 0.0;
-  const int isys = s_rowSystem(deploy, isat);
+  const int isys = deploy.m_sysOfRow(isat);
   if (isys < 0) return 0.0;
   const double f1 = freqbytp(isat, deploy.m_freqUsed[isys][0]);
   const double f2 = freqbytp(isat, deploy.m_freqUsed[isys][1]);
@@ -76,9 +79,9 @@ double Model::m_computeIon(int isat) {
 
 void Model::m_computeCmc(Station* sta) {
   m_azel(sta);
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   for (int i = 0; i < deploy.m_nsat; ++i) {
-    const int isys = s_rowSystem(deploy, i);
+    const int isys = deploy.m_sysOfRow(i);
     if (isys < 0) continue;
     Ssat_t& sat = sta->m_sat[i];
     const double ion = m_computeIon(i);
@@ -97,7 +100,7 @@ void Model::m_computeCmc(Station* sta) {
       double residual = cmc - mean;
       ++count;
       if (count < kArcMinimum || sat.m_elev < kQueueMask_rad) continue;
-      if (sat.m_elev <= kFullWeight_rad) residual *= 2.0 * std::sin(sat.m_elev);
+      residual *= s_elevationFactor(sat.m_elev);
       s_queueResidual(sta->m_cmc[isys], f, residual);
     }
   }

@@ -7,13 +7,14 @@
 
 namespace tarvio {
 
-class SrifFilter;
+struct ProductStores;
 struct Station;
 
 class Model {
  public:
-  Model(SrifFilter* filter, Station* sta);
-  Model(SrifFilter* filter, Station* sta, Station* sta2);
+  /// \param filter  the owning filter, of which a model sees the stores alone; may be null
+  Model(const ProductStores* filter, Station* sta);
+  Model(const ProductStores* filter, Station* sta, Station* sta2);
   virtual void gnssModel(bool lcheck);
   virtual void sppModel();
   virtual ~Model() = default;
@@ -25,7 +26,7 @@ class Model {
   /// Code-minus-carrier statistics of the station.
   void m_computeCmc(Station* sta);
 
-  SrifFilter* m_filter;
+  const ProductStores* m_filter;
   Station* m_sta;
   Station* m_sta2;
 };

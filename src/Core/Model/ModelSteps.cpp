@@ -11,14 +11,15 @@
 #include <cstring>
 #include <string>
 
+#include "Adapter/ProductStores.h"
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
-#include "Core/Filter/SrifFilter.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Model/Eclipse.h"
 #include "Core/Model/Itrs2gcrs.h"
 #include "Core/Model/SunMoon.h"
 #include "Core/Model/Tropo_vmf1.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -43,7 +44,7 @@ void s_rotateBack(const double R[3][3], const double* v, double* out) {
 /// in every round and pass: a time that steps to and fro by the change of the travel time would look
 /// like processing backwards to the manoeuvre models.
 bool s_bodyAxes(const ModelInput& in, int isat, const SystemFrame& frame, const double* xv) {
-  Satellite& sat = in.deploy.m_satellites[static_cast<std::size_t>(isat)];
+  Satellite& sat = s_epochSatellite(isat);
   const char* cprn = in.deploy.m_cprn[isat].c_str();
   if (std::strstr(in.deploy.m_yawmodel, "MODEL") == nullptr) {
     if (YawAttitudeAdapter::m_quater2rot(in.sta.m_mjd, in.sta.m_sod, cprn, sat.m_xscf, sat.m_yscf,
@@ -88,27 +89,21 @@ bool s_leftOut(const Deploy& deploy, const char* option) {
   return deploy.m_pams[0] != '\0' && std::strstr(deploy.m_pams, option) != nullptr;
 }
 
-ModelInput s_modelInput(SrifFilter* filter, Station* sta) {
+ModelInput s_modelInput(const ProductStores* stores, Station* sta) {
   OrbitAdapter* orbits =
-      filter == nullptr || filter->m_orbAdapters.empty() ? nullptr : filter->m_orbAdapters.front();
-  return {Controller::s_getInstance()->m_deploy, *sta, orbits};
-}
-
-int s_rowSystem(const Deploy& deploy, int isat) {
-  const std::string& name = deploy.m_sysname[isat];
-  const char* found = name.empty() ? nullptr : std::strchr(SYS, name[0]);
-  return found == nullptr ? -1 : static_cast<int>(found - SYS);
+      stores == nullptr || stores->m_orbAdapters.empty() ? nullptr : stores->m_orbAdapters.front();
+  return {s_config(), *sta, orbits};
 }
 
 bool s_hasObservation(const Deploy& deploy, const Ssat_t& sat, int isat) {
-  const int isys = s_rowSystem(deploy, isat);
+  const int isys = deploy.m_sysOfRow(isat);
   if (isys < 0 || isat >= static_cast<int>(deploy.m_satellites.size())) return false;
   for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
     if (validSatObs(deploy.m_obsused, deploy.m_obscomb, sat.m_obs, isat, f)) return true;
   return false;
 }
 
-int s_resetSlots(Deploy& deploy, Station& sta) {
+int s_resetSlots(const Deploy& deploy, Station& sta) {
   const auto zero = [](auto& array) { std::fill(std::begin(array), std::end(array), 0.0); };
   int count = 0;
   for (int i = 0; i < kMaxSat; ++i) {
@@ -120,7 +115,7 @@ int s_resetSlots(Deploy& deploy, Station& sta) {
     sat.m_mapdry = sat.m_mapwet = sat.m_trop = sat.m_stec = 0.0;
     if (i >= deploy.m_nsat || i >= static_cast<int>(deploy.m_satellites.size())) continue;
     if (deploy.m_satellites[static_cast<std::size_t>(i)].m_clk == 0.0) zero(sat.m_obs);
-    const int isys = s_rowSystem(deploy, i);
+    const int isys = deploy.m_sysOfRow(i);
     // A slot with phase alone takes part as well, so every slot of an observed satellite is provided for.
     if (isys >= 0 &&
         std::any_of(std::begin(sat.m_obs), std::end(sat.m_obs), [](double v) { return v != 0.0; }))
@@ -188,7 +183,7 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
                 const double (*point)[3], SatGeometry& geo) {
   const Deploy& deploy = in.deploy;
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
-  const int nfreq = deploy.m_nfreqUsed[s_rowSystem(deploy, isat)];
+  const int nfreq = deploy.m_nfreqUsed[deploy.m_sysOfRow(isat)];
   const bool centreOfMass =
       std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr && !s_leftOut(in.deploy, "-without-satoffset");
 
@@ -242,8 +237,10 @@ void s_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& ge
   const double* d = geo.d[0];
   const double nadir = std::acos(std::clamp(dot(3, x, d) / (s_norm(x) * s_norm(d)), -1.0, 1.0));
   double pcv[kSys][kFreq] = {};
-  Antatx::s_getAntPcv(in.deploy.m_antennas[in.sta.m_antType], satellite, kPi / 2.0 - sat.m_elev, sat.m_azim,
-                      nadir, pcv);
+  static const Antatx kNoAntenna;
+  const auto antenna = in.deploy.m_antennas.find(in.sta.m_antType);
+  Antatx::s_getAntPcv(antenna == in.deploy.m_antennas.end() ? kNoAntenna : antenna->second, satellite,
+                      kPi / 2.0 - sat.m_elev, sat.m_azim, nadir, pcv);
   std::copy(std::begin(pcv[isys]), std::end(pcv[isys]), std::begin(geo.pcv));
 }
 
@@ -252,11 +249,6 @@ double s_codeModel(const ModelInput& in, int isat, int isys, int slot, double rc
   const double clk = in.deploy.m_satellites[static_cast<std::size_t>(isat)].m_clk;
   return stec2m(sat.m_stec, isat, in.deploy.m_freqUsed[isys][slot]) + (rclk - clk) * kLight +
          geo.range[slot] + sat.m_trop + geo.rel[slot] + geo.pcv[slot];
-}
-
-double s_elevationFactor(double elev) {
-  constexpr double kFullWeight_rad = 30.0 * kDegToRad;
-  return elev >= kFullWeight_rad ? 1.0 : 2.0 * std::sin(elev);
 }
 
 double s_noiseFactor(const Deploy& deploy, int isys, int slot) {

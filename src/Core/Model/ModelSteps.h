@@ -12,12 +12,13 @@
 
 #include "Adapter/OrbitClkAdapter.h"
 #include "Common/Constants.h"
+#include "Common/ElevationWeight.h"
 #include "Config/Deploy.h"
 #include "Records/Station.h"
 
 namespace tarvio {
 
-class SrifFilter;
+struct ProductStores;
 class Tropo_vmf1;
 
 /// Receiver points by system and slot, m.
@@ -44,24 +45,22 @@ struct SatGeometry {
 
 /// The station's epoch as the steps see it.
 struct ModelInput {
-  Deploy& deploy;
+  const Deploy& deploy;
   Station& sta;
   OrbitAdapter* orbits;  ///< null: none
 };
 
-ModelInput s_modelInput(SrifFilter* filter, Station* sta);
+ModelInput s_modelInput(const ProductStores* stores, Station* sta);
 /// Development switch: whether the output options hold "-without-<term>" (windup, tides, relativity,
 /// troposphere, satoffset, recoffset). It shows what a term is worth on real data; never set by the boundary.
 bool s_leftOut(const Deploy& deploy, const char* option);
 
-/// System index of a satellite row, BDS-2 and BDS-3 apart.
-int s_rowSystem(const Deploy& deploy, int isat);
 /// Whether some used slot holds what the configuration asks for.
 bool s_hasObservation(const Deploy& deploy, const Ssat_t& sat, int isat);
 
 /// Clears the results of every row; a satellite without a clock loses its observations.
 /// \return entries to provide for in the flat lists
-int s_resetSlots(Deploy& deploy, Station& sta);
+int s_resetSlots(const Deploy& deploy, Station& sta);
 /// Flat lists for `count` entries, zeroed; lists that are left over are freed.
 void s_allocateLists(Station& sta, int count);
 /// Appends an entry to the flat lists.
@@ -93,8 +92,6 @@ double s_relativity(const double* xv, const double* receiver, double range);
 void s_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& geo);
 /// Code model of one slot without the ionosphere that the filter estimates, m.
 double s_codeModel(const ModelInput& in, int isat, int isys, int slot, double rclk, const SatGeometry& geo);
-/// Elevation factor of the weights: 1 from 30 degrees on, else 2 sin(elevation).
-double s_elevationFactor(double elev);
 /// Factor of the code noise of a slot, 1 when none is configured.
 double s_noiseFactor(const Deploy& deploy, int isys, int slot);
 

@@ -14,7 +14,7 @@
 
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
 
 namespace tarvio {
 
@@ -117,7 +117,7 @@ void bds_code_cor(const char* block, int nfreq, const char (*tags)[4], double el
 }
 
 void cor_BDScodebias(int isat, double* obs, double elev) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const std::string& name = deploy.m_cprn[isat];
   if (name.empty() || (name[0] != 'C' && std::atoi(name.c_str() + 1) >= 19)) return;
   const int isys = deploy.m_sysOfRow(isat);

@@ -8,10 +8,11 @@
 
 #include "Common/CMat.h"
 #include "Common/Com.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Core/Model/ModelSteps.h"
 #include "Core/Model/SppModelItrs.h"
 #include "Core/Qc/Qc.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -68,7 +69,7 @@ bool s_observation(const Deploy& deploy, const Ssat_t& sat, bool single, int isa
 
 void s_collect(const Deploy& deploy, const Station& sta, bool single, const double* wgt, RowSet& rows) {
   for (int isat = 0; isat < std::min(deploy.m_nsat, kMaxSat); ++isat) {
-    const int isys = s_rowSystem(deploy, isat);
+    const int isys = deploy.m_sysOfRow(isat);
     Row& row = rows.row[rows.count];
     if (isys < 0 || !s_observation(deploy, sta.m_sat[isat], single, isat, isys, wgt[rows.count], row))
       continue;
@@ -92,7 +93,7 @@ void s_place(Station& sta, const double (&clocks)[kSys]) {
 
 /// Alternates model and fit. \return true when two fits were good
 bool s_iterate(SppModelItrs& model, Station& sta, int niter) {
-  Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   double wgt[kMaxSat];
   std::fill(std::begin(wgt), std::end(wgt), 1.0);
   double sigma = kNone;
@@ -120,7 +121,7 @@ bool s_iterate(SppModelItrs& model, Station& sta, int niter) {
 
 }  // namespace
 
-void SppLsq::s_spp(SrifFilter* filter, Station* sta, int niter) {
+void SppLsq::s_spp(const ProductStores* filter, Station* sta, int niter) {
   double saved[kSys];
   std::copy(std::begin(sta->m_rclk), std::end(sta->m_rclk), std::begin(saved));
   SppModelItrs model(filter, sta);
@@ -131,7 +132,7 @@ void SppLsq::s_spp(SrifFilter* filter, Station* sta, int niter) {
 }
 
 int SppLsq::s_est(const char* cobs, Station* sta, int robust, double* wgt, double* dx, double* sigma) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   RowSet rows;
   s_collect(deploy, *sta, std::strstr(cobs, "SF") != nullptr, wgt, rows);
   const int nobs = rows.count, npar = 3 + rows.nsystem;

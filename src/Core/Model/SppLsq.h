@@ -7,14 +7,14 @@
 
 namespace tarvio {
 
-class SrifFilter;
+struct ProductStores;
 struct Station;
 
 class SppLsq {
  public:
   /// Result: m_x and m_blh of the station; m_x stays zero without a solution. Clock terms are restored.
   /// \param niter  iterations at most
-  static void s_spp(SrifFilter* filter, Station* sta, int niter);
+  static void s_spp(const ProductStores* filter, Station* sta, int niter);
   /// One least-squares step on the code residuals of the station.
   /// \param cobs  combination ("SF": first slot alone, else ionosphere-free)
   /// \param robust  non-zero: outliers are marked in `wgt`

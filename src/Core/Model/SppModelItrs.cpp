@@ -5,10 +5,11 @@
 #include <cstdio>
 
 #include "Common/Com.h"
+#include "Common/ElevationWeight.h"
 #include "Common/Logtrace.h"
+#include "Config/Configuration.h"
 #include "Core/Model/De405.h"
 #include "Core/Model/Tropo_vmf1.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -32,7 +33,7 @@ void SppModelItrs::gnssModel(bool /*lcheck*/) {
   Station& sta = *m_sta;
   Epoch epoch{s_modelInput(m_filter, m_sta), Tropo_vmf1::s_getInstance(),
               sta.m_blh[0] * sta.m_blh[1] * sta.m_blh[2] != 0.0};
-  Deploy& deploy = epoch.in.deploy;
+  const Deploy& deploy = epoch.in.deploy;
   const int count = s_resetSlots(deploy, sta);
   s_receiverPoints(deploy, sta, epoch.point);
   if (epoch.placed)
@@ -78,7 +79,7 @@ void SppModelItrs::m_modelSatellite(const Epoch& epoch, int isat) {
   const Deploy& deploy = epoch.in.deploy;
   Station& sta = *m_sta;
   Ssat_t& sat = sta.m_sat[isat];
-  const int isys = s_rowSystem(deploy, isat);
+  const int isys = deploy.m_sysOfRow(isat);
   SatGeometry geo;
   const bool seen = s_emission(epoch.in, isat, epoch.frame[isys], epoch.rclk[isys], epoch.point[isys], geo);
   if (!seen || (epoch.placed && !m_placeCorrections(epoch, isat, geo))) {
@@ -102,7 +103,7 @@ bool SppModelItrs::m_placeCorrections(const Epoch& epoch, int isat, SatGeometry&
   const Deploy& deploy = epoch.in.deploy;
   const Station& sta = *m_sta;
   Ssat_t& sat = m_sta->m_sat[isat];
-  const int isys = s_rowSystem(deploy, isat);
+  const int isys = deploy.m_sysOfRow(isat);
   s_lineOfSight(sta, geo.d[0], &sat.m_azim, &sat.m_elev);
   if (!(sat.m_elev >= sta.m_cutoff)) {
     const char* cprn = deploy.m_cprn[isat].c_str();

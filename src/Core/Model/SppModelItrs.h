@@ -12,7 +12,7 @@ namespace tarvio {
 
 class SppModelItrs : public Model {
  public:
-  SppModelItrs(SrifFilter* filter, Station* sta) : Model(filter, sta) {}
+  SppModelItrs(const ProductStores* filter, Station* sta) : Model(filter, sta) {}
   void gnssModel(bool lcheck) override;
 
  private:

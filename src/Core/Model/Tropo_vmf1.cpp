@@ -15,8 +15,8 @@
 
 #include "Common/Constants.h"
 #include "Common/Fatal.h"
+#include "Config/Configuration.h"
 #include "GNX_IO.h"
-#include "Interface/Controller.h"
 
 namespace tarvio {
 namespace {
@@ -36,11 +36,8 @@ double s_sum(const std::array<double, 5>& c, const std::array<double, 5>& time) 
 }
 
 std::string s_gridFile() {
-  const auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-  const auto entry = files.find("gptgrd_w");
-  if (entry == files.end())
-    s_fatal("readCommFil", __LINE__, "***ERROR(readCommFil):file_table not exist gptgrd_w item\n");
-  return entry->second;
+  return s_requiredTableFile("readCommFil", __LINE__, "gptgrd_w",
+                             "***ERROR(readCommFil):file_table not exist %s item\n");
 }
 
 /// The whole file: one read is several times faster than line by line.

@@ -3,7 +3,8 @@
 #include <cstring>
 
 #include "Common/ComFreq.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Records/Rnxobs.h"
 
 namespace tarvio {
@@ -144,7 +145,7 @@ void s_checkSingle(Rows& rows, bool usesCode, bool usesPhase) {
 }  // namespace
 
 int Rnxobs::s_checkObs(int isat, double* obs, double* dop, double* snr, int* flag) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const int isys = index_sys(false, isat);
   if (isys < 0) return 0;
   const bool usesCode = std::strstr(deploy.m_obsused, "CODE") != nullptr;

@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "Common/ComFreq.h"
+#include "Common/ElevationWeight.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 #include "Records/Station.h"
 
 namespace tarvio {
@@ -126,7 +128,7 @@ struct RangeSample {
 
 /// Ionosphere-free code residual of a satellite, m; 0 when there is none.
 double s_rangeValue(const Ssat_t& row, int isat, int isys, bool single) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const double* code = row.m_xx + kFreq;
   if (single) return code[0];
   int i = 0, j = 0;
@@ -136,7 +138,7 @@ double s_rangeValue(const Ssat_t& row, int isat, int isys, bool single) {
 }
 
 void s_gather(const Station& sta, int isys, RangeSample& sample) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const bool single = std::string_view(deploy.m_obscomb).find("SF") != std::string_view::npos;
   sample.m_count = 0;
   for (int isat = 0; isat < std::min(deploy.m_nsat, kMaxSat); ++isat) {
@@ -144,10 +146,10 @@ void s_gather(const Station& sta, int isys, RangeSample& sample) {
     if (index_sys(false, isat) != isys || row.m_elev < sta.m_cutoff) continue;
     const double value = s_rangeValue(row, isat, isys, single);
     if (value == 0.0) continue;
-    const double twice = std::max(2.0 * std::sin(row.m_elev), 1.0e-3);
+    const double factor = std::max(s_elevationFactor(row.m_elev), 1.0e-3);
     const int k = sample.m_count++;
     sample.m_values[k] = value;
-    sample.m_weights[k] = row.m_elev > 30.0 * kDegToRad ? 1.0 : 1.0 / (twice * twice);
+    sample.m_weights[k] = 1.0 / (factor * factor);
     sample.m_ids[k] = isat;
     sample.m_flags[k] = 0;
   }
@@ -245,7 +247,7 @@ void Qc::Qc_getWgtMean(bool trim, const double* values, const int*, int* flags, 
 void Qc::Qc_getWgtMean_range(bool trim, const double* values, const int* ids, int* flags,
                              const double* weights, int n, int* out, double* mean, double* sigmean,
                              double* sigma, double limit, const char* station) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const char* function = __func__;
   s_getWgtMean(trim, values, flags, weights, n, out, mean, sigmean, sigma, limit, [&](int i, double rest) {
     Logtrace::m_logStatInfo(
@@ -257,7 +259,7 @@ void Qc::Qc_getWgtMean_range(bool trim, const double* values, const int* ids, in
 }
 
 int Qc::Qc_detectRangeOmc(Station* sta, int* flags) {
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   std::fill(flags, flags + kMaxSat, 0);
   RangeSample sample;
   bool changed = false;

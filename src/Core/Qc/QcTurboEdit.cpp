@@ -9,8 +9,10 @@
 
 #include "Common/ComFreq.h"
 #include "Common/ComTime.h"
+#include "Common/ElevationWeight.h"
 #include "Common/Logtrace.h"
-#include "Interface/Controller.h"
+#include "Config/Configuration.h"
+#include "Config/SatelliteTable.h"
 
 namespace tarvio {
 
@@ -22,7 +24,6 @@ constexpr double kRateMaxStep = 10.0;  ///< s, epochs closer than this have the 
 constexpr double kGfFixed = 0.15;      ///< m, geometry-free limit while no rate is known
 constexpr double kMwThirdPair = 0.8;   ///< cycles, limit of the third pair (1,2): the extra-wide-lane
 constexpr double kMwWidest = 10.0;     ///< cycles, where the widening at low elevation ends
-constexpr double kLowElevation = 30.0 * kDegToRad;
 constexpr double kQuietElevation = 7.0 * kDegToRad;  ///< below it a slip is not worth a line
 
 /// What both detectors know about the satellite of a call.
@@ -66,8 +67,8 @@ void s_update(const Context& at, const Combination& now, QcSlip& record) {
 
 double s_mwLimit(const Context& at, int pair) {
   double limit = pair == 2 ? kMwThirdPair : at.m_deploy.m_turboedit[1];
-  if (at.m_elev != 0.0 && at.m_elev < kLowElevation) {
-    limit = std::min(limit / (2.0 * std::sin(at.m_elev)), kMwWidest);
+  if (at.m_elev != 0.0 && at.m_elev < kFullWeightElevation_rad) {
+    limit = std::min(limit / s_elevationFactor(at.m_elev), kMwWidest);
   }
   return limit;
 }
@@ -162,7 +163,7 @@ void QcTurboEdit::m_qcDetectSlip_Df_sat(int mjd, double sod, int isat, const cha
                                         double elev, QcSlip* sm, int* slip) {
   const int isys = index_sys(false, isat);
   if (isys < 0) return;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const Context at{mjd, sod, isat, isys, station, elev, deploy};
   const int n = std::clamp(deploy.m_nfreqObs[isys], 0, kFreq);
   int votes[kFreq] = {};
@@ -180,7 +181,7 @@ void QcTurboEdit::m_qcDetectSlip_Sf_sat(int mjd, double sod, int isat, const cha
   const int isys = index_sys(false, isat);
   // Without a code the difference does not exist; the record waits for the next pair of values.
   if (isys < 0 || obs[0] == 0.0 || obs[kFreq] == 0.0) return;
-  const Deploy& deploy = Controller::s_getInstance()->m_deploy;
+  const Deploy& deploy = s_config();
   const Context at{mjd, sod, isat, isys, station, elev, deploy};
   const double lambda = kLight / freqbytp(isat, at.m_name(0));
   const double difference = obs[0] - obs[kFreq] / lambda;
