@@ -1,10 +1,10 @@
 #include "Adapter/CodeBiasAdapter.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "Common/ComFreq.h"
-#include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Config/Configuration.h"
 #include "Config/SatelliteTable.h"
@@ -26,8 +26,8 @@ constexpr Substitute kSubstitutes[] = {
     {'J', '2', "2X"}, {'J', '5', "5X"},
 };
 
-/// The substitute of a signal, null when there is none. Ends the process for a system, or a QZSS
-/// band, that has no biases at all.
+/// The substitute of a signal, null when there is none; a system, or a QZSS band, that has no biases at all
+/// is said once.
 const char* s_substitute(char letter, const char* code) {
   // GPS 1C is the reference signal of its own.
   if (letter == 'G' && std::strcmp(code, "1C") == 0) return nullptr;
@@ -35,8 +35,8 @@ const char* s_substitute(char letter, const char* code) {
     if (row.letter == letter && row.band == code[0]) return row.code;
   }
   if (letter == '\0' || letter == 'J' || std::strchr("GREC", letter) == nullptr) {
-    Logtrace::m_logPrint("unknown gnss system %c\n", letter);
-    s_exitByCode(__func__, __LINE__);
+    static std::atomic<bool> told{false};
+    if (!told.exchange(true)) Logtrace::m_logPrint("unknown gnss system %c\n", letter);
   }
   return nullptr;
 }

@@ -40,7 +40,7 @@ TEST_F(CodeBias, SignalWithoutBiasTakesTheWholeSatelliteOut) {
   EXPECT_THAT(rnx.m_obs[gal], Each(0.0));
 }
 
-TEST_F(CodeBias, SubstitutesByBandAndABandThatNoProductCoversEndsTheProcess) {
+TEST_F(CodeBias, SubstitutesByBandAndBandsThatNoProductCoversHaveNone) {
   for (const char* code : {"1W", "2W", "5X"}) bias.v_inputCodeBias("G05", code, code[0] - '0');
   bias.v_inputCodeBias("E11", "5Q", 55.0);
   bias.v_inputCodeBias("C06", "2I", 22.0);
@@ -56,9 +56,9 @@ TEST_F(CodeBias, SubstitutesByBandAndABandThatNoProductCoversEndsTheProcess) {
   EXPECT_TRUE(bias.m_inquireCodeBias(true, "G05", "1L", nullptr));
 
   bias.v_inputCodeBias("J01", "1X", 1.0);
-  EXPECT_EXIT(inquire("J01", "6X"), ::testing::ExitedWithCode(1), "");
+  EXPECT_EQ(inquire("J01", "6X"), 999.0);
   bias.v_inputCodeBias("S20", "5X", 1.0);
-  EXPECT_EXIT(inquire("S20", "1C"), ::testing::ExitedWithCode(1), "");
+  EXPECT_EQ(inquire("S20", "1C"), 999.0);
 }
 
 }  // namespace

@@ -92,6 +92,19 @@ TEST(YawTurns, FollowTheSmoothedSunOfGalileoIov) {
   }
 }
 
+/// Two turns a day: after two months the newest turn is found as on the first day.
+TEST(YawTurns, KeepTheNewestWhenTheListIsFull) {
+  const KoubaBlock iif{KoubaKind::iif, 0.11, 193.25, -0.5};
+  constexpr double kRate = 360.0 / 43080.0;
+  YawTurns turns;
+  for (int event = 0; event < 150; ++event) {
+    const double t = 21540.0 * event;
+    EXPECT_TRUE(turns.eclips(iif, epochAt(t, 180.0 * (event % 2) + 0.5, 2.0, kRate))) << "event " << event;
+  }
+  EXPECT_EQ(turns.count(), 120);
+  EXPECT_NEAR(turns.turn(119).start, 21540.0 * 149, 2000.0);
+}
+
 TEST(YawTurns, StayNominalWithoutAnEventAndForgetOnReset) {
   YawTurns turns;
   const KoubaBlock iif{KoubaKind::iif, 0.11, 193.25, -0.5};

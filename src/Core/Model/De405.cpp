@@ -50,7 +50,8 @@ bool De405::m_openConfigured() {
   if (!m_file.empty()) return true;
   const std::string* path = s_tableFile("jpleph");
   if (path == nullptr) {
-    m_complain("***ERROR(readCommFil):file_table not exist jpleph item \n");
+    m_complain(
+        "note: no ephemeris of the Sun is configured (key jpleph), its low-precision formulae serve\n");
     return false;
   }
   m_file = *path;

@@ -134,12 +134,15 @@ double nominalYaw(double beta, double mu, bool reversed) {
 bool YawTurns::mayOpen(double t) const {
   if (m_count == 0) return true;
   const Turn& last = m_turns[static_cast<std::size_t>(m_count - 1)];
-  return m_count < kMaxTurns && std::abs(t - last.end) > kBetweenTurns_s &&
-         !(t >= last.start && t <= last.end);
+  return std::abs(t - last.end) > kBetweenTurns_s && !(t >= last.start && t <= last.end);
 }
 
 void YawTurns::open(const YawEpoch& epoch, double angleToCentre, double half) {
   const double centre = epoch.t + angleToCentre / epoch.rate;
+  if (m_count == kMaxTurns) {  // a month of turns: the oldest makes room
+    std::move(m_turns.begin() + 1, m_turns.end(), m_turns.begin());
+    --m_count;
+  }
   m_turns[static_cast<std::size_t>(m_count++)] = {centre - half, centre + half, epoch.beta};
 }
 

@@ -55,7 +55,7 @@ struct IovBlock {
 /// Nominal yaw, deg.
 double nominalYaw(double beta, double mu, bool reversed);
 
-/// The recorded turns of one satellite, at most 120 in a run.
+/// The recorded turns of one satellite: the last 120, of which the newest serves.
 class YawTurns {
  public:
   /// Each law returns by how much the body turns about z against nominal yaw, deg; nothing when the
