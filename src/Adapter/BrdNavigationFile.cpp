@@ -89,7 +89,6 @@ void BrdOrbitClkAdapter::v_openOutFile(std::string epoch, double version) {
   const char* path = s_config().m_pathOutput;
   std::snprintf(m_brdmFile, sizeof m_brdmFile, "%s/brdm%03d%c%2s.%02dp", path, doy,
                 "abcdefghijklmnopqrstuvwx"[hour % 24], slot, year % 100);
-  const bool existed = access(m_brdmFile, F_OK) == 0;
   s_log().m_openLog(m_brdmFile, true, 172800);
   m_outOpen = 1;
   if (version > 3.0) {
@@ -99,7 +98,7 @@ void BrdOrbitClkAdapter::v_openOutFile(std::string epoch, double version) {
         "***WARNING(RnxEphStreamAdapter):v_openOutFile version %g is not support,use default %g instead!\n",
         version, m_rnxver);
   }
-  if (!existed) s_writeHeader(m_brdmFile, m_rnxver);
+  s_writeHeader(m_brdmFile, m_rnxver);  // opening a file begins it anew
 }
 
 void BrdOrbitClkAdapter::v_outFileEph() {

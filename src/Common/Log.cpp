@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <utility>
 
 #include "Common/ComTime.h"
 #include "Common/Logtrace.h"
@@ -14,9 +16,18 @@ namespace tarvio {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr int kMessage = 40000;  ///< longest message; what is longer is cut
 
 double s_secondsSince(unsigned tick) { return (GNX_IO::tickget() - tick) * 1.0e-3; }
+
+/// The results of a former process stay beside the new ones, its exit message included.
+void s_keepLast(const fs::path& file) {
+  std::error_code none;  // a file that cannot be kept is begun anew all the same
+  if (fs::is_regular_file(file, none) && fs::file_size(file, none) > 0)
+    fs::rename(file, file.string() + ".1", none);
+}
 
 void s_warn(const char* format, const char* argument) {
   std::printf(format, argument);
@@ -26,6 +37,11 @@ void s_warn(const char* format, const char* argument) {
 }  // namespace
 
 std::map<std::string, unsigned> Log::timeLog;
+
+void Log::m_setDirectory(std::string directory) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_directory = std::move(directory);
+}
 
 void Log::m_openLog(const std::string& name) { m_openLog(name, false, 172800); }
 
@@ -38,7 +54,9 @@ void Log::m_openLog(const std::string& name, bool roll, long span) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_items.count(name) > 0) return;
     LogItem item;
-    item.m_stream = std::make_unique<std::ofstream>(name, std::ios::out | std::ios::trunc);
+    item.m_path = (m_directory.empty() ? fs::absolute(name) : fs::path(m_directory) / name).string();
+    s_keepLast(item.m_path);
+    item.m_stream = std::make_unique<std::ofstream>(item.m_path, std::ios::out | std::ios::trunc);
     item.m_roll = roll && span > 0;
     item.m_span = span > 0 ? span : item.m_span;
     item.m_tstart = (now / item.m_span) * item.m_span;
@@ -76,17 +94,17 @@ void Log::m_wtText(const char* text) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   const auto found = m_items.find(name);
   if (found != m_items.end()) {
-    m_chkUpdate(name, found->second);
+    m_chkUpdate(found->second);
     *found->second.m_stream << (*end == '\0' ? end : end + 1) << std::flush;
   } else if (name == "ALL") {
     for (auto& [file, item] : m_items) {
-      m_chkUpdate(file, item);
+      m_chkUpdate(item);
       *item.m_stream << text << std::flush;
     }
   }
 }
 
-void Log::m_chkUpdate(const std::string& name, LogItem& item) {
+void Log::m_chkUpdate(LogItem& item) {
   if (!item.m_roll) return;
   const long now = s_wallClock();
   if (now - item.m_tstart <= item.m_span) return;
@@ -98,8 +116,8 @@ void Log::m_chkUpdate(const std::string& name, LogItem& item) {
   char suffix[96];
   std::snprintf(suffix, sizeof suffix, ".%04d%02d%02d-%02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
                 local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
-  std::rename(name.c_str(), (name + suffix).c_str());
-  item.m_stream = std::make_unique<std::ofstream>(name, std::ios::out | std::ios::trunc);
+  std::rename(item.m_path.c_str(), (item.m_path + suffix).c_str());
+  item.m_stream = std::make_unique<std::ofstream>(item.m_path, std::ios::out | std::ios::trunc);
 }
 
 void Log::m_tmeTag(const std::string& name, const std::string& tag) {

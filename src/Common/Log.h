@@ -13,6 +13,7 @@ namespace tarvio {
 /// One open file.
 struct LogItem {
   std::unique_ptr<std::ofstream> m_stream;
+  std::string m_path;    ///< absolute: the host may change its working directory
   long m_tstart = 0;     ///< start of the present span, Unix seconds, a multiple of m_span
   long m_span = 172800;  ///< roll-over interval, seconds
   bool m_roll = false;   ///< whether the file rolls over
@@ -20,6 +21,10 @@ struct LogItem {
 
 class Log {
  public:
+  /// Directory against which relative names are resolved from now on; files that are open stay where they
+  /// are.
+  void m_setDirectory(std::string directory);
+  /// Begins a file anew; what a former process left under the name stays beside it as "name.1".
   void m_openLog(const std::string& name);             ///< no rolling
   void m_openLog(const std::string& name, long span);  ///< rolling
   void m_openLog(const std::string& name, bool roll, long span);
@@ -38,8 +43,9 @@ class Log {
   static std::map<std::string, unsigned> timeLog;  ///< tag to tick count
 
  private:
-  void m_chkUpdate(const std::string& name, LogItem& item);
+  static void m_chkUpdate(LogItem& item);
 
+  std::string m_directory;
   std::map<std::string, LogItem> m_items;
   std::map<std::string, std::map<std::string, unsigned>> m_ticks;
   std::mutex m_mutex;

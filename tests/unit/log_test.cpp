@@ -74,6 +74,30 @@ TEST_F(LogTest, RollingKeepsTheNameAndDatesTheOldFile) {
   EXPECT_EQ(support::readFile(m_dir / old[0]), "first\n");
 }
 
+TEST_F(LogTest, TheFileOfAFormerProcessIsKeptBeside) {
+  support::writeFile(m_a, "exit by code\n");
+  Log log;
+  log.m_openLog(m_a);
+  log.m_wtMsg("@%s new\n", m_a.c_str());
+  EXPECT_EQ(support::readFile(m_a), "new\n");
+  EXPECT_EQ(support::readFile(m_a + ".1"), "exit by code\n");
+  log.m_closeLog(m_a);
+  log.m_openLog(m_a);
+  EXPECT_EQ(support::readFile(m_a + ".1"), "new\n") << "the last one counts";
+}
+
+TEST_F(LogTest, NamesAreResolvedWhereTheProcessBegan) {
+  const fs::path before = fs::current_path(), elsewhere = m_dir / "elsewhere";
+  fs::create_directory(elsewhere);
+  Log log;
+  log.m_setDirectory(m_dir.string());
+  fs::current_path(elsewhere);
+  log.m_openLog("ppp_pos");
+  log.m_wtMsg("@ppp_pos line\n");
+  fs::current_path(before);
+  EXPECT_EQ(support::readFile(m_dir / "ppp_pos"), "line\n");
+}
+
 TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
   Log log;
   log.m_openLog(m_a);

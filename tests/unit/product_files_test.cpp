@@ -74,6 +74,16 @@ TEST_F(ProductFiles, MessagesComeBackFromTheMergedNavigationFile) {
   EXPECT_EQ(glonass.toe - gnx::fromWeek(kWeek, kToe), 18.0) << "written in UTC";
 }
 
+TEST_F(ProductFiles, ANavigationFileThatIsOpenedAgainHasItsHeader) {
+  write();
+  write();
+  const std::string file = fileLike("brdm177c00.20p");
+  const std::string kept = support::readFile(file.ends_with(".1") ? file : file + ".1");
+  const std::string name = file.ends_with(".1") ? file.substr(0, file.size() - 2) : file;
+  EXPECT_EQ(gnx::readRinexNav(std::vector<std::string>{name}).keplerian.size(), 2u);
+  EXPECT_EQ(kept, support::readFile(name)) << "the former one lies beside";
+}
+
 TEST_F(ProductFiles, CorrectionsStandInBlocksWithACount) {
   tarvio::SSRORB orbit;
   tarvio::SSRCLK clock;
