@@ -43,6 +43,8 @@ inline bool s_consume(std::int32_t& mark) {
   return true;
 }
 
+/// One epoch of observations through the whole sequence.
+void s_setObsData(GNX_IO::gtime_t t, const GNX_IO::obs_t* obs);
 /// One ephemeris into the store.
 void s_setEphData(GNX_IO::nav_t* nav, int sat, int off);
 /// Orbit and clock corrections of all satellites into the store; consumes their marks.

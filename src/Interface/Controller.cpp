@@ -113,6 +113,7 @@ void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff,
   const char* arguments[] = {"-mode", "ppp", "ppp.json", "-itrs", "-dia", "-iar"};
   m_deploy.m_readJsonFile(static_cast<int>(std::size(arguments)), arguments);
   m_setIntv(intv);
+  m_tick = EpochTick(m_deploy.m_intv);
   m_signals.m_build(m_deploy);
 
   const char letter = s_dynamics(mode == nullptr ? "" : mode);
@@ -150,7 +151,10 @@ Station Controller::m_initStation(const GNX_IO::sta_t* sta, double cutoff, char 
 }
 
 void Controller::m_setIntv(double intv) {
-  if (!std::isfinite(intv)) return;
+  if (!(std::isfinite(intv) && intv > 0.0)) {
+    Logtrace::m_logStatInfo("interval of %lf s: every epoch is processed, as with 1 s\n", intv);
+    intv = 1.0;
+  }
   m_deploy.m_intv = intv;
   m_deploy.m_intv2 = intv;
 }
@@ -197,13 +201,32 @@ void Controller::m_corrosb(Rnxobs* obs) {
   }
 }
 
+void Controller::m_screen(Rnxobs* obs) {
+  for (int i = 0; i < m_deploy.m_nsat; ++i) {
+    Rnxobs::s_checkObs(i, obs->m_obs[i], obs->m_dop[i], obs->m_snr[i], obs->m_flag[i]);
+  }
+}
+
+int Controller::m_runEpoch(Rnxobs* obs) {
+  m_deploy.m_curMjd = obs->m_mjd;
+  m_deploy.m_curSod = obs->m_sod;
+  ObservationAccount& account = m_filter->m_account;
+  m_screen(obs);
+  account.m_settleScreened(*obs);
+  m_corrdcb(obs);
+  account.m_settleBiased(*obs, m_orbclk);
+  m_makeupOrbclkCorrs(obs->m_mjd, obs->m_sod);
+  return v_inputObs(obs);
+}
+
 int Controller::v_inputObs(Rnxobs* obs) {
   SrifFilter& filter = *m_filter;
   filter.v_setobs({{"STAN", obs}});
 
-  const double tick = filter.m_intv;
-  if (tick != 1.0 && std::fmod(m_deploy.m_curSod, tick) != 0.0) {
-    if (filter.v_isInit() && std::fmod(m_deploy.m_curSod, m_deploy.m_intv2) == 0.0) filter.v_onTickInterval();
+  if (!m_tick.m_accept(m_deploy.m_curMjd, m_deploy.m_curSod)) {
+    if (filter.v_isInit() && EpochTick::s_isMultiple(m_deploy.m_curSod, m_deploy.m_intv2)) {
+      filter.v_onTickInterval();
+    }
     filter.m_closeAccount(Fate::noTick);
     return 0;
   }

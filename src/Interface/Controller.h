@@ -11,6 +11,7 @@
 #include "Config/Deploy.h"
 #include "GNX_IO.h"
 #include "Interface/BoundaryInput.h"
+#include "Interface/EpochTick.h"
 #include "Records/Rnxobs.h"
 #include "Records/Station.h"
 
@@ -33,6 +34,8 @@ class Controller {
   /// Code biases, then phase biases.
   void m_corrdcb(Rnxobs* obs);
   void m_corrosb(Rnxobs* obs);
+  /// One epoch, from observations as they came in to the solution line. \return as v_inputObs
+  int m_runEpoch(Rnxobs* obs);
   /// The epoch's sequence of filter steps. \return 1 when the filter ran, 0 when no tick
   int v_inputObs(Rnxobs* obs);
 
@@ -49,6 +52,9 @@ class Controller {
  private:
   Controller();
   ~Controller();
+  void m_screen(Rnxobs* obs);
+
+  EpochTick m_tick{1.0};  ///< of the filter's own interval
   static Controller* s_instance;
 };
 

@@ -35,8 +35,8 @@ struct SkyPlan {
   double hours = 2.0;
   std::string systems = "GEC";
   ReceiverClockOptions clock{};
-  /// Between the two times the receiver gives every second, otherwise every half minute.
-  double fastFrom = 0.0, fastTo = -1.0;
+  /// Between the two times the receiver gives every second or at another step, otherwise every half minute.
+  double fastFrom = 0.0, fastTo = -1.0, fastStep = 1.0;
 };
 
 class SimulatedSky {
@@ -61,7 +61,7 @@ class SimulatedSky {
       elevations.emplace_back();
       for (const SatelliteTruth& s : truth.satellites) elevations.back()[s.sat] = s.elevation;
       clock.push_back(truth.clock);
-      t += t >= plan.fastFrom && t < plan.fastTo ? 1.0 : 30.0;
+      t += t >= plan.fastFrom && t < plan.fastTo ? plan.fastStep : 30.0;
     }
   }
 
@@ -163,7 +163,7 @@ class HostSetup {
     options.date = sky.start();
     options.codeNoise_m = ObserverOptions().codeSigma;
     options.run.mode = setup.mode;
-    options.run.interval_s = setup.interval;
+    if (setup.interval > 0.0) options.run.interval_s = setup.interval;
     options.overrides = setup.overrides;
     std::ostringstream notes;
     writeDeployment(directory, options, notes);
@@ -265,6 +265,9 @@ class FaultyRun {
       if (std::fabs(secondsOf(e) - seconds) < 0.05) return &e;
     return nullptr;
   }
+
+  /// What the run left in a file of its directory.
+  std::string file(const char* name) const { return support::readFile(m_directory.path() / name); }
 
   /// Epoch by epoch, digit for digit.
   void expectTheSolutionsOf(const FaultyRun& other) const {
