@@ -142,7 +142,7 @@ void cur_time(int* mjd, double* sod) {
   int day = 0;
   double second = 0.0;
   time2mjd(s_wallClock(), &day, &second);
-  timinc(day, second, Taiutc::s_getInstance().m_getTaiutc(day) - kTaiGps, mjd, sod);
+  timinc(day, second, Taiutc::s_getInstance().m_nearestTaiutc(day) - kTaiGps, mjd, sod);
 }
 
 std::string runtime() {

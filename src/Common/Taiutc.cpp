@@ -1,5 +1,6 @@
 #include "Common/Taiutc.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 
@@ -12,11 +13,25 @@ Taiutc& Taiutc::s_getInstance() {
   return m_Instance;
 }
 
-int Taiutc::m_getTaiutc(int mjd) {
+void Taiutc::m_load() {
   // Threads that feed corrections ask for the time of day as well, so the first use is guarded.
   std::call_once(m_loaded, [this] {
     if (m_mjds.empty()) m_rdUtcFile();
   });
+}
+
+bool Taiutc::m_covers(int mjd) {
+  m_load();
+  return m_mjds.size() == 1 || (mjd >= m_mjds.front() && mjd <= m_mjds.back());
+}
+
+int Taiutc::m_nearestTaiutc(int mjd) {
+  m_load();
+  return m_getTaiutc(std::clamp(mjd, m_mjds.front(), m_mjds.back()));
+}
+
+int Taiutc::m_getTaiutc(int mjd) {
+  m_load();
   if (m_mjds.size() == 1) return 0;
   if (mjd < m_mjds.front())
     s_fatal(__func__, __LINE__, "mjd = %d,mjde = %d,epoch before table start\n", mjd, m_mjds.front());

@@ -153,8 +153,8 @@ void Antatx::s_checkdata(const char* fmt, char* out) {
   out[n] = '\0';
 }
 
-void Antatx::s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
-                       char* block, char* cospar) {
+bool Antatx::s_findSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
+                         char* block, char* cospar) {
   const std::string content = s_tableContent(__func__, "satnav", "can't accsss satnav file");
   char part1[kRowLimit], part2[kRowLimit];
   s_checkdata(kPart1, part1);
@@ -191,13 +191,16 @@ void Antatx::s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int
       break;
     }
   }
-  if (!found) {
-    const std::string& path = s_requiredTableFile(__func__, __LINE__, "satnav");
-    Logtrace::m_logTrace(4, "[%s,%d]: cprn = %s,file = %s,satellite not found in svnav file\n", __func__,
-                         __LINE__, cprn, path.c_str());
-    s_fatal(__func__, __LINE__, "cprn = %s,file = %s,satellite not found in svnav file\n", cprn,
-            path.c_str());
-  }
+  return found;
+}
+
+void Antatx::s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
+                       char* block, char* cospar) {
+  if (s_findSvnav(cprn, jd, svn, mass, number, offset, block, cospar)) return;
+  const std::string& path = s_requiredTableFile(__func__, __LINE__, "satnav");
+  Logtrace::m_logTrace(4, "[%s,%d]: cprn = %s,file = %s,satellite not found in svnav file\n", __func__,
+                       __LINE__, cprn, path.c_str());
+  s_fatal(__func__, __LINE__, "cprn = %s,file = %s,satellite not found in svnav file\n", cprn, path.c_str());
 }
 
 }  // namespace tarvio

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <stdexcept>
 
 #include "Common/ComString.h"
@@ -62,6 +63,7 @@ void s_readList(const Json::Value& object, const char* key, char (&rows)[32][64]
 Deploy::Deploy() { m_rowOfName.fill(-1); }
 
 void Deploy::m_readJsonFile(int argc, const char** argv) {
+  Logtrace::s_defaultlogger.m_setDirectory(std::filesystem::current_path().string());
   m_resetTables();
   m_scanArguments(argc, argv);
   if (m_lhelp) m_printUsage();
@@ -97,6 +99,22 @@ void Deploy::m_readJsonFile(int argc, const char** argv) {
   // Feeder threads ask for leap seconds with every time stamp: the table is complete before the
   // first of them can start.
   Taiutc::s_getInstance().m_rdUtcFile();
+  m_noteUnsetClock();
+  // The host may change its working directory before a file is opened that is read on demand.
+  for (auto& [key, path] : m_fileTable) path = std::filesystem::absolute(path).string();
+  Taiutc::s_getInstance().m_setFile(m_fileTable["leapsc"]);
+}
+
+void Deploy::m_noteUnsetClock() const {
+  int mjd = 0;
+  double sod = 0.0;
+  time2mjd(s_wallClock(), &mjd, &sod);
+  if (Taiutc::s_getInstance().m_covers(mjd)) return;
+  Logtrace::m_logStatInfo(
+      "the wall clock (mjd %d) lies outside the table of leap seconds: the nearest row is taken and antennas "
+      "are "
+      "those in use at the table's end, until the first epoch tells the time\n",
+      mjd);
 }
 
 void Deploy::m_resetTables() {

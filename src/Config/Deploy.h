@@ -46,6 +46,7 @@ class Deploy {
   std::map<std::string, double> m_noiseByFreq;  ///< key "GL1"
   std::string m_cprn[kMaxSat];                  ///< satellite names, the row index of all arrays
   std::string m_sysname[kMaxSat];               ///< second names: "B06" for BDS-2 C06
+  bool m_clockUnset = false;  ///< the wall clock was no date when the satellites were looked up
   int m_nsat = 0, m_nsys = 0, m_threads = 1, m_promode = 0;
   int m_refsys = -1;        ///< reference system of the receiver clock
   char m_syslist[16] = "";  ///< letters of the configured systems
@@ -92,6 +93,9 @@ class Deploy {
 
   void m_parseTablesConfigures(const char* file);
   void m_parseSatelliteConfigures();
+  /// Looks blocks and antennas of all satellites up again, as of an epoch; a satellite that the files do not
+  /// know then keeps what it has. For hosts whose clock was not set when the configuration was loaded.
+  void m_renewAntennas(int mjd, double sod);
 
   void m_parseAmbiguityConfigures(const char* file);
   void m_parseAMBFrequency(Upd_ambconfig& config, const char* value);
@@ -114,6 +118,7 @@ class Deploy {
 
   void m_resetTables();
   void m_scanArguments(int argc, const char** argv);
+  void m_noteUnsetClock() const;
   void m_readPaths(const Json::Value& path);
   void m_openLogs();
   void m_readCommon(const Json::Value& common);

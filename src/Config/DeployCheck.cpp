@@ -116,6 +116,10 @@ bool Deploy::m_checkConfigure() {
            m_obsused);
     m_ldia = false;
   }
+  if (m_ldia && !s_holds(m_diaType, {"batch", "rescheck"})) {
+    s_fatal("m_onDia", __LINE__,
+            "diamode = %s,unknown dia mode,only support 'search' or 'batch' or 'rescheck' \n", m_diaType);
+  }
   if (access(m_pathQclog, F_OK) != 0) {
     s_note(__func__, __LINE__, "dir = %s,qclog dir is not exist\n", m_pathQclog);
   }

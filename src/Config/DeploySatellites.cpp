@@ -13,6 +13,7 @@
 #include "Common/ComString.h"
 #include "Common/ComTime.h"
 #include "Common/Fatal.h"
+#include "Common/Logtrace.h"
 #include "Common/Taiutc.h"
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
@@ -30,6 +31,8 @@ constexpr std::pair<const char*, const char*> kFiles[] = {
     {"polut1", "polut1"},   {"gptgrd_w", "gptgrd_w"}, {"rinput", "ratio"}};
 /// Files that only some models use.
 constexpr const char* kOptionalFiles[] = {"jpleph", "ut1t03"};
+
+constexpr int kOpenEnd_mjd = 88068;  // 2099-12-31: what is in use then has no end in the files
 
 constexpr std::size_t kNameLimit = 7;  // characters of a satellite name
 
@@ -103,7 +106,12 @@ void Deploy::m_parseSatelliteConfigures() {
   }
   int mjd = m_mjd0;
   double sod = m_sod0;
-  if (!m_lpost) cur_time(&mjd, &sod);
+  if (!m_lpost) {
+    time2mjd(s_wallClock(), &mjd, &sod);
+    m_clockUnset = !Taiutc::s_getInstance().m_covers(mjd);
+    if (m_clockUnset) mjd = kOpenEnd_mjd;
+    else cur_time(&mjd, &sod);
+  }
   const double jd = mjd + sod / kDay;
 
   m_satellites.reserve(kMaxSat);
@@ -161,6 +169,26 @@ bool Deploy::m_addSatellite(const std::string& cprn, const std::string& type, do
   get_freq(satellite, cprn, isys, m_nfreqUsed[isys], m_freqUsed[isys]);
   m_satellites.push_back(std::move(satellite));
   return true;
+}
+
+void Deploy::m_renewAntennas(int mjd, double sod) {
+  const double jd = mjd + sod / kDay;
+  for (int row = 0; row < m_nsat; ++row) {
+    const char* cprn = m_cprn[row].c_str();
+    Satellite& satellite = m_satellites[static_cast<std::size_t>(row)];
+    char block[32] = "";
+    Satellite now;
+    if (!Antatx::s_findSvnav(cprn, jd, nullptr, nullptr, nullptr, nullptr, block, nullptr) ||
+        now.m_getAnt(cprn, m_nfreqUsed, m_freqUsed, jd, jd, block, cprn, now.m_pco) != 1) {
+      Logtrace::m_logStatInfo("cprn = %s,not in the satellite or antenna file at mjd %d, keeps block %s\n",
+                              cprn, mjd, satellite.m_block.c_str());
+      continue;
+    }
+    // Carriers stay: feeder threads read them.
+    static_cast<Antatx&>(satellite) = now;
+    std::copy(&now.m_pco[0][0], &now.m_pco[0][0] + kFreq * 3, &satellite.m_pco[0][0]);
+    satellite.m_block = block;
+  }
 }
 
 }  // namespace tarvio

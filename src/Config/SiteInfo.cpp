@@ -92,16 +92,24 @@ SiteRecord s_readSite(const char* function, const std::string& name) {
   return site;
 }
 
+std::string s_oceanFile() {
+  constexpr const char* kFunction = "oceanload_coef";
+  const std::string& path = s_requiredTableFile(kFunction, __LINE__, "ocload");
+  std::string content;
+  if (!s_readFile(path, content)) {
+    Logtrace::m_logTrace(4, "[%s,%d]: file = %s,open configure file\n", kFunction, __LINE__, path.c_str());
+    s_fatal(kFunction, __LINE__, "file = %s,open configure file\n", path.c_str());
+  }
+  return content;
+}
+
 }  // namespace
+
+void s_checkOceanFile() { s_oceanFile(); }
 
 bool oceanload_coef(double lat, double lon, double (*coef)[11]) {
   for (int row = 0; row < 6; ++row) std::fill(coef[row], coef[row] + 11, 0.0);
-  const std::string& path = s_requiredTableFile(__func__, __LINE__, "ocload");
-  std::string content;
-  if (!s_readFile(path, content)) {
-    Logtrace::m_logTrace(4, "[%s,%d]: file = %s,open configure file\n", __func__, __LINE__, path.c_str());
-    s_fatal(__func__, __LINE__, "file = %s,open configure file\n", path.c_str());
-  }
+  const std::string content = s_oceanFile();
   bool found = false;
   std::string_view text = content, line;
   while (s_nextLine(text, line)) {
@@ -109,7 +117,7 @@ bool oceanload_coef(double lat, double lon, double (*coef)[11]) {
     double record[6][11];
     if (!s_readRows(text, record)) {
       Logtrace::m_logStatInfo("file = %s,ocean loading record without six rows of 11 numbers: %s\n",
-                              path.c_str(), std::string(line).c_str());
+                              s_tableFile("ocload")->c_str(), std::string(line).c_str());
       continue;
     }
     std::copy(&record[0][0], &record[0][0] + 66, &coef[0][0]);

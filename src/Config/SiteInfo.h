@@ -13,6 +13,8 @@ struct Station;
 /// \param coef  rows 0..2 amplitudes (m) up, west, south; rows 3..5 phases (rad); zero when no match
 /// \return whether a site matched
 bool oceanload_coef(double lat, double lon, double (*coef)[11]);
+/// Ends the process when the file of key "ocload" cannot be read, with the text of oceanload_coef.
+void s_checkOceanFile();
 /// Position, sigmas and antenna offset of a station from the file of key "stacoo".
 void read_siteinfo(Station* sta);
 /// Position alone.

@@ -13,6 +13,7 @@
 #include "Config/Configuration.h"
 #include "Config/SatelliteTable.h"
 #include "Core/Ambfix/SrifFilter_iar.h"
+#include "Core/Model/ModelTables.h"
 
 namespace tarvio {
 
@@ -112,6 +113,7 @@ Controller::~Controller() {
 void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff, double intv) {
   const char* arguments[] = {"-mode", "ppp", "ppp.json", "-itrs", "-dia", "-iar"};
   m_deploy.m_readJsonFile(static_cast<int>(std::size(arguments)), arguments);
+  s_loadModelTables();
   m_setIntv(intv);
   m_tick = EpochTick(m_deploy.m_intv);
   m_signals.m_build(m_deploy);
@@ -210,6 +212,10 @@ void Controller::m_screen(Rnxobs* obs) {
 int Controller::m_runEpoch(Rnxobs* obs) {
   m_deploy.m_curMjd = obs->m_mjd;
   m_deploy.m_curSod = obs->m_sod;
+  if (m_deploy.m_clockUnset) {
+    m_deploy.m_renewAntennas(obs->m_mjd, obs->m_sod);
+    m_deploy.m_clockUnset = false;
+  }
   ObservationAccount& account = m_filter->m_account;
   m_screen(obs);
   account.m_settleScreened(*obs);

@@ -46,6 +46,9 @@ struct Antatx {
   /// Outputs may be null. `svn` 4, `block` 21, `cospar` 16 characters at least.
   static void s_rdSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
                         char* block, char* cospar);
+  /// The same; \return whether the file knows the satellite at that time.
+  static bool s_findSvnav(const char* cprn, double jd, char* svn, double* mass, int* number, double* offset,
+                          char* block, char* cospar);
   /// Expands a compact fixed-column format ("%3s%*2c%4d") into one character a column: the
   /// conversion letter, upper case where a field begins, "." for a skipped column ("Sss..Dddd").
   /// An unknown length ends the process. `out` holds 256 characters.
