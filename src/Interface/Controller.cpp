@@ -129,6 +129,7 @@ void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff,
   m_filter->m_orbclk = m_orbclk;
   m_filter->m_upd = &m_upd;
   m_filter->m_ifpb = &m_ifpb;
+  m_events.m_loaded(m_deploy);
 }
 
 void Controller::_finalize() {
@@ -245,6 +246,7 @@ int Controller::v_inputObs(Rnxobs* obs) {
   filter.v_onAddObsMatrix();
   filter.v_onFilterEstimate();
   filter.v_onOutput();
+  m_events.m_epoch(filter);  // while the rows stand
   filter.v_onFinish();
   filter.v_onDelAmbt();
   return 1;

@@ -14,6 +14,7 @@
 #include "Interface/EpochTick.h"
 #include "Records/Rnxobs.h"
 #include "Records/Station.h"
+#include "Interface/EventWatch.h"
 
 namespace tarvio {
 
@@ -47,6 +48,7 @@ class Controller {
   OrbitClkAdapter* m_orbclk = nullptr;  ///< stays allocated after _finalize, by design
   std::vector<void*> m_spare;
   CodeBiasAdapter m_codebias;
+  EventWatch m_events;
   SignalTable m_signals;  ///< numbers of the companion, looked up by _initilize
 
  private:

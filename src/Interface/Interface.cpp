@@ -1,7 +1,5 @@
 // The entry points. Nothing that a host hands over may end the process or throw into it.
 
-#include <locale.h>
-
 #include <exception>
 
 #include "Common/Fatal.h"
@@ -10,6 +8,7 @@
 #include "GNX_SDK.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/Controller.h"
+#include "Interface/NumericLocale.h"
 
 int GNX_isInitialize = 0;
 
@@ -19,22 +18,6 @@ namespace {
 
 bool s_initialised() { return __atomic_load_n(&GNX_isInitialize, __ATOMIC_ACQUIRE) != 0; }
 void s_setInitialised(int value) { __atomic_store_n(&GNX_isInitialize, value, __ATOMIC_RELEASE); }
-
-/// Numbers are read and written with a decimal point, whatever the locale of the host's thread.
-class NumericLocale {
- public:
-  NumericLocale() : m_before(uselocale(s_plain())) {}
-  ~NumericLocale() { uselocale(m_before); }
-  NumericLocale(const NumericLocale&) = delete;
-  NumericLocale& operator=(const NumericLocale&) = delete;
-
- private:
-  static locale_t s_plain() {
-    static const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", static_cast<locale_t>(nullptr));
-    return plain;
-  }
-  locale_t m_before;
-};
 
 /// Runs the body of an entry point.
 template <class Body>
@@ -106,7 +89,10 @@ void GNX_setintv(double intv) {
 
 void GNX_restart() {
   tarvio::s_enter(__func__, [] {
-    if (tarvio::s_initialised()) tarvio::Controller::s_getInstance()->m_filter->v_srif_reset();
+    if (!tarvio::s_initialised()) return;
+    tarvio::Controller& controller = *tarvio::Controller::s_getInstance();
+    controller.m_filter->v_srif_reset();
+    controller.m_events.m_restarted(*controller.m_filter);
   });
 }
 
