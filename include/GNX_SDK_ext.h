@@ -1,0 +1,96 @@
+#pragma once
+/// \file GNX_SDK_ext.h
+/// What a host may ask of the engine beyond the entry points of GNX_SDK.h.
+///
+/// No function lets an exception out or ends the process. Functions that can fail return what is wrong as
+/// a sentence, or "" when all went well; their results are then complete, and unchanged otherwise.
+///
+/// Threads: events and store files belong to the thread of GNX_initialize and GNX_inputObs, and so do the
+/// options. File names and headers may be made on any thread.
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "GNX_IO.h"
+
+namespace GNX_EXT {
+
+// ---- events ----
+
+/// Name of the event and its values by key, all text. Every event has "mjd" and "sod" (GPS time).
+///
+///   fix_gained     "fixed" satellites, "ratio"
+///   fix_lost       "reason": restart, norows (no observation was used), unresolved; "status" of the epoch
+///   satellite_in   "satellite", "elevation" (degrees): its observations are used (again)
+///   satellite_out  the same; "reason" when the option "-outaccount" is set: "unobserved" or a word of the
+///                  account of observations
+///   restart        "reason": request (GNX_restart) or interval (periodic restarts)
+///   configuration  "file", "satellites", "systems", "interval" (s): GNX_initialize has read it
+using EventListener =
+    std::function<void(const std::string& event, const std::map<std::string, std::string>& values)>;
+
+std::vector<std::string> eventNames();
+
+/// Registers a listener of one event, or of all with "". Listeners outlive GNX_finilize; one for the
+/// configuration is registered before GNX_initialize. They are called inside the entry points, in the order
+/// in which they were registered; they may add and remove listeners but call no entry point. An exception
+/// of a listener is noted in the status log and goes no further.
+/// \return a number above 0; 0 for an unknown event or an empty listener
+int addListener(const std::string& event, EventListener listener);
+/// \return whether there was such a listener
+bool removeListener(int number);
+
+// ---- options ----
+
+/// Sets the output options ("-outres", "-oution", "-outztd", "-outclk", "-outfix", "-outint",
+/// "-outambstat", "-outobsstat", "-outflag", "-outaccount", "-gensig") between GNX_initialize and
+/// GNX_finilize, also between epochs; at most 1023 characters.
+std::string setOutputOptions(const std::string& options);
+
+// ---- file names ----
+
+/// Expands a pattern such as "[SITE]_[YYYY][DDD][HH].pos" at a GPS time. The sentence for an unknown word
+/// names it and lists those that there are.
+/// \param station  text of the word SITE
+std::string expandPattern(const std::string& pattern, const std::string& station, GNX_IO::gtime_t time,
+                          std::string& name);
+/// The pattern of a keyword in a table of patterns: lines "keyword pattern" below a line
+/// "mirva_file_name".
+/// \param file  "" means the file behind "predefine" of the loaded configuration
+std::string readPattern(const std::string& file, const std::string& keyword, std::string& pattern);
+
+// ---- product files ----
+
+/// Header of an SP3-d file of positions and clocks. GPS time.
+struct OrbitFile {
+  GNX_IO::gtime_t first{};  ///< first epoch
+  int epochs = 0;
+  double interval_s = 0.0;
+  std::vector<std::string> satellites{};  ///< "G05", at most 999
+  std::string frame = "ITRF";             ///< at most 5 characters
+  std::string orbitType = "FIT";          ///< FIT, EXT or BCT, at most 3 characters
+  std::vector<std::string> comments{};    ///< at most 77 characters each
+};
+std::string orbitFileHeader(const OrbitFile& file, std::string& header);
+
+/// Header of a RINEX 3.00 clock file of satellites, GPS time.
+struct ClockFile {
+  GNX_IO::gtime_t made{};  ///< when the file is made, UTC
+  int leapSeconds = 0;     ///< GPS minus UTC
+  std::vector<std::string> satellites{};
+  std::vector<std::string> comments{};  ///< at most 60 characters each
+};
+std::string clockFileHeader(const ClockFile& file, std::string& header);
+
+// ---- stores ----
+
+/// Writes what the engine holds at this moment into the output directory of the configuration: its broadcast
+/// messages as a RINEX navigation file ("brdm" day, hour letter, quarter of an hour, ".yyp") and its last
+/// 120 correction records as text ("ssr" week, day, ".ssr"). Files of the same names are replaced.
+/// \param time   GPS time, for the names
+/// \param files  names of the two files
+std::string writeStoreFiles(GNX_IO::gtime_t time, std::vector<std::string>& files);
+
+}  // namespace GNX_EXT
