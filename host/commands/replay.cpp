@@ -9,6 +9,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "formats/input_error.h"
+#include "report/named_solutions.h"
 
 namespace gnx {
 
@@ -18,7 +19,7 @@ namespace {
 struct ReplayArguments {
   ReplayOptions options;
   std::vector<double> position, reference, antennaDelta;
-  std::string from, to, signals, refpoint;
+  std::string from, to, signals, refpoint, solutionName;
   std::vector<std::string> without, set;
 };
 
@@ -128,6 +129,12 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
       ->capture_default_str();
   cmd.add_flag("--report", a.options.report, "write report.html at once, with residuals every 30 s");
   cmd.add_flag("--nmea", a.options.nmea, "also write NMEA sentences");
+  cmd.add_option(
+      "--solution-name", a.solutionName,
+      "further solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, "
+      ".csv, .nmea); @KEYWORD: that pattern of the deployment");
+  cmd.add_flag("--store-files", plan.storeFiles,
+               "write the messages and corrections that the engine holds at the end");
   cmd.add_flag("--quiet", a.options.quiet, "no progress, no summary");
 }
 
@@ -155,6 +162,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
+  if (!a.solutionName.empty()) o.solutionName = solutionPattern(a.solutionName, o.deployment);
   if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);
   o.deploy.overrides = parseOverrides(a.set);
   o.deploy.refpoint = !a.refpoint.empty() ? a.refpoint : o.plan.sp3.empty() ? "APC_ITRF" : "CoM_ITRF";

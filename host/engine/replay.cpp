@@ -11,9 +11,11 @@
 #include <sstream>
 
 #include "engine/child_process.h"
+#include "engine/event_file.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/rinex_obs.h"
+#include "report/named_solutions.h"
 #include "report/reference_path.h"
 #include "report/report.h"
 #include "report/solution_files.h"
@@ -94,8 +96,9 @@ void borrowDeployment(const fs::path& from, const fs::path& to) {
 
 /// What an earlier run left in the directory must not be taken for results of this one.
 void removeResults(const fs::path& dir) {
-  for (const char* name : {"account.csv", "diagnostics.log", "engine.log", "ppp_pos", "report.html",
-                           "signals.txt", "solution.csv", "solution.nmea", "solution.pos", "summary.txt"})
+  for (const char* name :
+       {"account.csv", "diagnostics.log", "engine.log", "events.csv", "ppp_pos", "report.html", "signals.txt",
+        "solution.csv", "solution.nmea", "solution.pos", "summary.txt"})
     fs::remove(dir / name);
 }
 
@@ -190,10 +193,14 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
   SolutionFile csv(dir / "solution.csv", SolutionFormat::csv);
   std::optional<SolutionFile> nmea;
   if (options.nmea) nmea.emplace(dir / "solution.nmea", SolutionFormat::nmea);
+  std::optional<NamedSolutions> named;
+  if (!options.solutionName.empty())
+    named.emplace(dir, options.solutionName, stationWord(options.plan.obs.front()), comments);
   for (const SolutionEpoch& e : epochs) {
     pos.write(e);
     csv.write(e);
     if (nmea) nmea->write(e);
+    if (named) named->write(e);
   }
 }
 
@@ -284,9 +291,11 @@ ReplayResult runReplay(const ReplayOptions& given) {
   writeAccount(dir / "account.csv", result.account);
   if (!options.quiet) {
     std::fputs(child.errors.c_str(), stderr);  // what the worker has to say about signals and files
-    std::cout << formatSummary(result.summary) << '\n'
-              << formatAccount(result.account) << "\nepochs read         " << result.epochsRead
-              << "\nresults             " << options.outDir.string() << std::endl;
+    std::cout << formatSummary(result.summary) << '\n' << formatAccount(result.account);
+    if (const std::string events = eventSummary(dir / "events.csv"); !events.empty())
+      std::cout << "\nevents              " << events;
+    std::cout << "\nepochs read         " << result.epochsRead << "\nresults             "
+              << options.outDir.string() << std::endl;
   }
   if (2 * result.summary.solved < result.summary.epochs && !result.account.empty())
     std::cerr << "warning: " << result.summary.solved << " of " << result.summary.epochs

@@ -25,6 +25,7 @@ struct ReplayOptions {
   std::optional<std::array<double, 3>> reference;  ///< marker, m; a referenceFile of `plan` goes before it
   std::string program;                             ///< the executable, "" = this one
   bool report = false;                             ///< write report.html at once
+  std::string solutionName;                        ///< pattern of further solution files, "" = none
   bool nmea = false;                               ///< also write NMEA sentences
   bool quiet = false;                              ///< no progress, no summary on standard output
 };

@@ -100,6 +100,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   if (plan.from) root["from"] = toJson(*plan.from);
   if (plan.to) root["to"] = toJson(*plan.to);
   root["diagnostics"] = plan.diagnostics;
+  root["storeFiles"] = plan.storeFiles;
   root["details"] = plan.details;
   if (plan.reference) root["reference"] = toJson(*plan.reference);
   root["referenceFile"] = plan.referenceFile;
@@ -141,6 +142,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     if (root.isMember("from")) plan.from = toTime(root["from"]);
     if (root.isMember("to")) plan.to = toTime(root["to"]);
     plan.diagnostics = root["diagnostics"].asString();
+    plan.storeFiles = root["storeFiles"].asBool();
     plan.details = root["details"].asDouble();
     if (root.isMember("reference")) plan.reference = toVector(root["reference"]);
     plan.referenceFile = root["referenceFile"].asString();

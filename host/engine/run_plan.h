@@ -35,6 +35,7 @@ struct RunPlan {
   std::vector<std::string> floating;                  ///< satellites or systems never fixed to integers
   std::optional<GpsTime> from, to;
   std::string diagnostics;  ///< output options of the engine, "" = none
+  bool storeFiles = false;  ///< what the engine's stores hold at the end is written
   double details = 300.0;   ///< s between epochs with residuals for the report, 0 = none
   std::optional<std::array<double, 3>> reference;  ///< true position of the marker, m; not for the engine
   std::string referenceFile;                       ///< true path of a moving receiver (CSV), "" = none

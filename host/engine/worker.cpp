@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 
+#include "GNX_SDK_ext.h"
 #include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
@@ -18,6 +19,7 @@
 #include "engine/boundary_feed.h"
 #include "engine/child_process.h"
 #include "engine/engine_options.h"
+#include "engine/event_file.h"
 #include "engine/feeder_thread.h"
 #include "engine/replay.h"
 #include "engine/replay_clock.h"
@@ -212,6 +214,14 @@ void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satel
   std::fflush(records);
 }
 
+/// What the engine holds at the end. A run is no worse without it.
+void writeStoreFiles(const GpsTime& time) {
+  std::vector<std::string> files;
+  const std::string wrong = GNX_EXT::writeStoreFiles(toBoundaryTime(time), files);
+  if (!wrong.empty()) std::cerr << "warning: " << wrong << '\n';
+  for (const std::string& file : files) std::cerr << "note: the engine's store is in " << file << '\n';
+}
+
 /// Share of the run that is done, by data time; the end is known when the header or the user names it.
 double shareDone(const RunPlan& plan, const GpsTime& first, const GpsTime& now) {
   if (!plan.to) return 0.0;
@@ -245,6 +255,7 @@ void runWorker() {
   for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
   for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
 
+  const EventFile events("events.csv");
   initialize(plan, header);
   const BoundaryNumbers numbers;
   const std::set<SatName> excluded(plan.excluded.begin(), plan.excluded.end());
@@ -260,8 +271,10 @@ void runWorker() {
   Diagnostics diagnostics(plan);
   const auto patterns = makePatterns(plan, antennas, header, timeline, first);
   std::FILE* records = fdopen(dup(kRecordDescriptor), "w");
+  GpsTime last = first;
   do {
-    setReplayClock(utcOf(epoch.time));
+    last = epoch.time;
+    setReplayClock(utcOf(last));
     feeder.deliverUntil(epoch.time);
     diagnostics.apply(epoch.time);
     if (patterns) patterns->apply(epoch);
@@ -270,6 +283,7 @@ void runWorker() {
   } while (observations.next(epoch));
   reportAccount(records, feed.account());
   if (records != nullptr) std::fclose(records);
+  if (plan.storeFiles) writeStoreFiles(last);
   GNX_finilize();
 }
 

@@ -50,6 +50,8 @@ TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
       {"replay " + observed(), "no corrections"},
       {"replay " + inputs() + " --from yesterday", "GPS time such as"},
       {"replay " + inputs() + " --signals G1W", "--signals"},
+      {"replay " + inputs() + " --solution-name '[SITE][DAY].pos'",
+       "'DAY' is no word of a file name; words are"},
       {"replay " + inputs() + " --deployment /nonexistent", "gnx init"},
   };
   for (const auto& [arguments, text] : cases) {
