@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   gnx::addReplay(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
+  gnx::addProducts(app);
   gnx::addCalibrate(app);
   gnx::addDemo(app);
   gnx::addWorker(app);

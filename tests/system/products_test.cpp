@@ -1,0 +1,70 @@
+// Products made of a simulated stream serve as the stream itself does.
+
+#include <gmock/gmock.h>
+
+#include "simulate/vector3.h"
+#include "support/child.h"
+#include "support/host_files.h"
+#include "support/simulated_files.h"
+
+namespace gnx::test {
+namespace {
+
+support::ChildResult program(const std::string& arguments) {
+  return support::runInChild([&] {
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    execl("/bin/sh", "sh", "-c", (std::string(GNX_PROGRAM) + " " + arguments).c_str(), nullptr);
+  });
+}
+
+class ProductsOfAStream : public testing::Test {
+ protected:
+  ProductsOfAStream() : files(simulate(shortSky("GEC", 1.0), dir.path() / "sky")) {}
+  std::string products(const std::string& options = "") const {
+    return "products --ssr " + files.corrections.string() + " --nav " + files.navigation.string() +
+           " --out " + (dir.path() / "products").string() + " " + options;
+  }
+  const TempDir dir;
+  const SimulationFiles files;
+};
+
+TEST_F(ProductsOfAStream, GiveThePositionsOfTheStream) {
+  const support::ChildResult made = program(products());
+  ASSERT_EQ(made.status, 0) << made.output;
+  ReplayOptions stream = replayOf(files, "GEC", dir.path() / "stream");
+  ReplayOptions product = replayOf(files, "GEC", dir.path() / "run");
+  product.plan.ssr.clear();
+  product.plan.sp3 = {dir.path() / "products/orbits.sp3"};
+  product.plan.clk = {dir.path() / "products/clocks.clk"};
+  product.plan.bia = {dir.path() / "products/biases.bia"};
+  const auto a = runReplay(stream).epochs, b = runReplay(product).epochs;
+  ASSERT_EQ(a.size(), b.size());
+  int fixed = 0;
+  for (std::size_t k = 0; k < a.size(); ++k) {
+    EXPECT_EQ(a[k].rows, b[k].rows) << formatTime(a[k].time);
+    // orbit files are rounded to 1 mm, which the first minutes of a run make larger
+    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), k < 30 ? 0.010 : 0.002) << formatTime(a[k].time);
+    fixed += b[k].status == 5 ? 1 : 0;
+  }
+  EXPECT_GT(fixed, 60) << "the phase biases are there";
+}
+
+TEST_F(ProductsOfAStream, AreRefusedWithASentence) {
+  const std::string empty = dir.write("none.rnx", readFile(files.navigation).substr(0, 4 * 81));
+  std::string other = products();
+  other.replace(other.find(files.navigation.string()), files.navigation.string().size(), empty);
+  const std::pair<std::string, std::string> cases[] = {
+      {products("--from 2026-11-21T09:00:00"), "no orbit with a clock in the chosen time"},
+      {products("--frame IGS2014"), "longer than 5 characters"},
+      {products("--antex " + files.navigation.string()), "ANTEX"},
+      {other, "no orbit with a clock"},
+      {"products --out x", "--ssr is required"}};
+  for (const auto& [arguments, text] : cases) {
+    const support::ChildResult refused = program(arguments);
+    EXPECT_EQ(refused.status, 2) << arguments;
+    EXPECT_THAT(refused.output, HasSubstr(text)) << arguments;
+  }
+}
+
+}  // namespace
+}  // namespace gnx::test
