@@ -4,6 +4,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 #include "Common/Callable.h"
 
@@ -32,7 +33,9 @@ struct NothingStaysBehind {
 struct Events : testing::Test {
   Events() { calls().clear(); }
   NothingStaysBehind checkedWhenTheOwnersAreGone;
-  std::array<Callable, 2> owner;  ///< addresses in this order
+  // addresses in this order
+  std::array<Callable, 2> owner;
+  std::optional<Callable> mortal{std::in_place};
 };
 
 TEST_F(Events, AreCalledByOwnerThenByRegistrationAndReachNobodyWhenUnknown) {
@@ -82,16 +85,15 @@ TEST_F(Events, NativeRemovalLeavesTheCenterAlone) {
 
 TEST_F(Events, MayChangeTheTableWhileTheyAreCalled) {
   const CallBack victim = noting("removed before its turn"), guest = noting("guest");
-  auto dying = std::make_unique<Callable>();
   owner[0].m_register("fix", [&](const KvContainer&) {
     calls().push_back("first");
     owner[0].m_remove("fix", victim);
-    dying.reset();
+    mortal.reset();
     owner[1].m_register("fix", guest);
     if (calls().size() < 3) CallBackCenter::m_evoke("fix", {});  // and evoke again
   });
   owner[0].m_register("fix", victim);
-  dying->m_register("fix", noting("of an owner that is gone"));
+  mortal->m_register("fix", noting("of an owner that is gone"));
   CallBackCenter::m_evoke("fix", {});
   EXPECT_EQ(std::count(calls().begin(), calls().end(), "removed before its turn"), 0);
   EXPECT_EQ(std::count(calls().begin(), calls().end(), "of an owner that is gone"), 0);
