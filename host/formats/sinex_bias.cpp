@@ -45,7 +45,7 @@ void BiasReader::read() {
     m_reader.fail("", "is not a bias SINEX file (first line does not begin with %=BIA)");
   std::string block;
   while (m_reader.next(line)) {
-    if (line.substr(0, 8) == "%=ENDBIA") return;
+    if (line.substr(0, 8) == "%=ENDBIA") return m_reader.finish();
     if (line.empty() || line.front() == '*') continue;
     if (line.front() == '+') {
       block = trim(line.substr(1));

@@ -67,6 +67,7 @@ void Sp3Reader::read() {
                       "unknown kind '" + std::string(line.substr(0, 3)) + "'; the file is damaged here");
     }
   }
+  if (closed) m_reader.finish();
   finish(closed);
 }
 

@@ -117,6 +117,13 @@ bool TextReader::next(std::string_view& line) {
   return true;
 }
 
+void TextReader::finish() {
+  do {
+    m_begin = m_end;
+  } while (fill());
+  if (!m_damage.empty()) throw InputError(m_path, m_line + 1, m_damage);
+}
+
 void TextReader::fail(const std::string& field, const std::string& what) const {
   throw InputError(m_path, m_line, field.empty() ? what : field + ": " + what);
 }

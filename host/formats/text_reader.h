@@ -26,6 +26,9 @@ class TextReader {
 
   /// The next line without its end; valid until the next call. False at the end of the file.
   bool next(std::string_view& line);
+  /// Reads past whatever stands behind the end mark of a format: the checksum of a packed file comes last,
+  /// and only it tells of damage that still reads as text. Lines behind the mark are not looked at.
+  void finish();
   /// The next call of next() delivers the same line again.
   void unread() { m_again = true; }
 
