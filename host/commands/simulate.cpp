@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <numbers>
+#include <optional>
 
 #include "commands/commands.h"
 #include "formats/input_error.h"
@@ -23,7 +24,8 @@ struct SimulateArguments {
        noBroadcastErrors = false;
   bool noTroposphere = false, noIonosphere = false, noTides = false, noWindup = false,
        noSatelliteTruth = false;
-  bool quiet = false;
+  bool quiet = false, nominalYaw = false;
+  std::optional<double> sunAbovePlane;
 };
 
 GpsTime parseStart(const std::string& text) {
@@ -48,6 +50,12 @@ void addSkyOptions(CLI::App& cmd, SimulateArguments& a) {
   cmd.add_option("--systems", sky.systems, "letters of G E C J")->capture_default_str();
   cmd.add_option("--signals", a.signals,
                  "e.g. \"G:1C,2W E:1C,5Q\"; default G:1C,2W,5Q E:1C,5Q,7Q C:2I,6I,5P J:1C,2L,5Q");
+  cmd.add_option("--sun-above-plane", a.sunAbovePlane,
+                 "the Sun above the first orbital planes, degrees; default far from all planes")
+      ->check(CLI::Range(-20.0, 20.0));
+  cmd.add_flag("--nominal-yaw", a.nominalYaw,
+               "satellites near the Sun's plane do not turn as their blocks do");
+  cmd.add_flag("--centre-of-mass", sky.massCentre, "orbits refer to the centre of mass, not to the antenna");
   cmd.add_option("--seed", sky.seed, "another seed is another simulation")->capture_default_str();
   cmd.add_option("--clock-interval", a.options.clockInterval, "of the clock corrections, s")
       ->capture_default_str();
@@ -130,6 +138,8 @@ void applyErrorSwitches(const SimulateArguments& a, SimulationOptions& o) {
 void runSimulate(SimulateArguments& a) {
   SimulationOptions& o = a.options;
   o.sky.start = parseStart(a.date);
+  o.sky.sunAbovePlane = a.sunAbovePlane;
+  o.sky.turns = !a.nominalYaw;
   o.sky.signals = parseSignalTable(a.signals);
   constexpr double kRadians = std::numbers::pi / 180.0;
   o.observer.site = a.position.empty() ? toEarthFixed({a.site[0] * kRadians, a.site[1] * kRadians, a.site[2]})
@@ -150,6 +160,7 @@ void runSimulate(SimulateArguments& a) {
       "\nrun the engine on it:\n  gnx replay --obs %s --nav %s --ssr %s --systems %s --interval %g --mode %s",
       files.observations.string().c_str(), files.navigation.string().c_str(),
       files.corrections.string().c_str(), o.sky.systems.c_str(), o.interval, moving ? "dynamic" : "static");
+  if (o.sky.massCentre) std::printf(" --refpoint CoM_ITRF");
   if (!moving) std::printf(" --reference %.4f %.4f %.4f", site[0], site[1], site[2]);
   std::printf("\n");
 }

@@ -8,6 +8,7 @@
 
 #include "formats/input_error.h"
 #include "simulate/astronomy.h"
+#include "simulate/satellite_body.h"
 
 namespace gnx {
 
@@ -65,6 +66,23 @@ std::vector<Shell> shellsOf(char system) {
   }
 }
 
+Vector3 planeNormal(double inclination, double node) {
+  return {std::sin(inclination) * std::sin(node), -std::sin(inclination) * std::cos(node),
+          std::cos(inclination)};
+}
+
+/// Node of the first plane for which the Sun stands at an angle above it, or as near to that as can be.
+double nodeUnderSun(const Shell& shell, const GpsTime& t, double beta) {
+  const Vector3 sun = unit(sunOfDate(centuriesSinceJ2000(t)));
+  const auto miss = [&](double node) {
+    return std::abs(dot(planeNormal(shell.inclination * kRadians, node), sun) - std::sin(beta * kRadians));
+  };
+  double best = 0.0;
+  for (int k = 1; k < 36000; ++k)
+    if (miss(k * 0.01 * kRadians) < miss(best)) best = k * 0.01 * kRadians;
+  return best;
+}
+
 /// Node of the first plane (inertial, radians) for which the Sun stays farthest from all planes. The
 /// satellites then make no noon or midnight turns, and the nominal attitude is the true one.
 double quietNode(const Shell& shell, const GpsTime& t) {
@@ -75,8 +93,7 @@ double quietNode(const Shell& shell, const GpsTime& t) {
     double lowest = 1.0;
     for (int plane = 0; plane < shell.planes; ++plane) {
       const double node = (degree + 360.0 * plane / shell.planes) * kRadians;
-      const Vector3 normal{std::sin(i) * std::sin(node), -std::sin(i) * std::cos(node), std::cos(i)};
-      lowest = std::min(lowest, std::abs(dot(normal, sun)));
+      lowest = std::min(lowest, std::abs(dot(planeNormal(i, node), sun)));
     }
     if (lowest <= bestBeta) continue;
     bestBeta = lowest;
@@ -132,7 +149,9 @@ Constellation::Constellation(const SkyOptions& options) : m_options(options) {
 
 void Constellation::addSystem(char system) {
   for (const Shell& shell : shellsOf(system)) {
-    const double firstNode = quietNode(shell, m_options.start);
+    const double firstNode = m_options.sunAbovePlane
+                                 ? nodeUnderSun(shell, m_options.start, *m_options.sunAbovePlane)
+                                 : quietNode(shell, m_options.start);
     for (std::size_t k = 0; k < shell.numbers.size(); ++k) {
       SimulatedSatellite satellite;
       char name[8];
@@ -169,6 +188,7 @@ void Constellation::addSystem(char system) {
       makeClock(satellite);
       makeBiases(satellite);
       makeMessages(satellite);
+      makeBody(satellite);
       m_satellites.push_back(std::move(satellite));
     }
   }
@@ -200,6 +220,19 @@ void Constellation::makeBiases(SimulatedSatellite& satellite) const {
     const double ratio = carrierFrequency(system, signals[0]) / carrierFrequency(system, signals[1]);
     satellite.codeBias[signals[1]] = rounded(satellite.codeBias[signals[0]] * ratio * ratio);
   }
+}
+
+void Constellation::makeBody(SimulatedSatellite& satellite) const {
+  const SatelliteBody body =
+      builtInBody(satellite.name, m_options.start, m_options.signals.at(satellite.name[0]));
+  satellite.block = body.block;
+  if (m_options.massCentre) satellite.antenna = body.antenna;
+  if (!m_options.sunAbovePlane || !m_options.turns) return;
+  constexpr double kMargin = 600.0;  // s: travel times and receiver clocks
+  const BroadcastEph& truth = satellite.truth;
+  satellite.attitude = Attitude(
+      body.block, [&truth](const GpsTime& t) { return evaluateOrbit(truth, t); }, m_options.start + -kMargin,
+      m_options.start + (m_options.hours * 3600.0 + kMargin));
 }
 
 void Constellation::makeMessages(SimulatedSatellite& satellite) const {

@@ -5,7 +5,12 @@
 ///
 /// Truth. A satellite flies a perturbed Kepler orbit: the element set of one broadcast message, held for
 /// the whole simulation. Its clock is a line plus a random walk, without the periodic relativity. The
-/// orbit gives the position of the antenna phase centre, one point for all frequencies.
+/// orbit gives the position of the antenna phase centre, one point for all frequencies, or on request that of
+/// the centre of mass, with the built-in antenna offsets of the satellite's block.
+///
+/// Attitude. The Sun stands as far as can be from all orbital planes, and every satellite keeps nominal yaw
+/// steering; or it stands near the first plane of every shell, and satellites turn at noon and midnight as
+/// their blocks do (attitude.h).
 ///
 /// Messages. Each has the true elements moved to its own reference time plus errors of a metre, the true
 /// clock plus errors of a nanosecond, rounded to the digits of a RINEX file. Reference times: GPS and
@@ -28,6 +33,7 @@
 #include <vector>
 
 #include "formats/records.h"
+#include "simulate/attitude.h"
 #include "simulate/kepler.h"
 #include "simulate/random.h"
 #include "simulate/signals.h"
@@ -44,6 +50,10 @@ struct SkyOptions {
   double clockWalk = 1e-12;          ///< random walk of the satellite clocks, s per root second
   double codeBiasSigma = 1.0;        ///< m
   double phaseBiasSigma = 0.5;       ///< m
+  /// The Sun above the first plane of every shell at the start, degrees; nothing: far from all planes.
+  std::optional<double> sunAbovePlane{};
+  bool turns = true;        ///< near the Sun's plane satellites turn as their blocks do; false: nominal yaw
+  bool massCentre = false;  ///< orbits and corrections refer to the centre of mass
 };
 
 /// One satellite with all that is known about it.
@@ -54,6 +64,9 @@ struct SimulatedSatellite {
   std::vector<double> clockWalk;                      ///< s, at the walk's nodes
   std::map<std::string, double> codeBias, phaseBias;  ///< m, by signal
   std::vector<BroadcastEph> messages;                 ///< in order of transmission
+  std::string block;                                  ///< "BLOCK IIF"
+  std::map<std::string, Vector3> antenna;  ///< against the orbit, body axes, m, by signal; absent = zero
+  Attitude attitude;
 };
 
 class Constellation {
@@ -68,6 +81,10 @@ class Constellation {
   SatelliteState state(std::size_t satellite, const GpsTime& t) const;
   /// True clock without periodic relativity, s.
   double clock(std::size_t satellite, const GpsTime& t) const;
+  /// Yaw against nominal yaw steering, deg. \param g  geometry at `t`
+  double turned(std::size_t satellite, const GpsTime& t, const SunGeometry& g) const {
+    return m_satellites[satellite].attitude.turned(t, g);
+  }
   /// What the signal carries beyond it: -2 r.v/c^2, s.
   static double periodicRelativity(const SatelliteState& state);
 
@@ -79,6 +96,7 @@ class Constellation {
 
  private:
   void addSystem(char system);
+  void makeBody(SimulatedSatellite& satellite) const;
   void makeClock(SimulatedSatellite& satellite) const;
   void makeBiases(SimulatedSatellite& satellite) const;
   void makeMessages(SimulatedSatellite& satellite) const;

@@ -26,6 +26,14 @@ double noiseFactor(double elevation) {
   return std::sqrt(0.5 + 0.5 / (s * s));
 }
 
+/// The antenna of a signal against the orbit, in the axes of the state.
+Vector3 offsetOf(const SimulatedSatellite& satellite, const std::string& signal, const BodyAxes& axes) {
+  const auto antenna = satellite.antenna.find(signal);
+  if (antenna == satellite.antenna.end()) return {};
+  const Vector3& o = antenna->second;
+  return plus(plus(scaled(axes.x, o[0]), scaled(axes.y, o[1])), scaled(axes.z, o[2]));
+}
+
 double signalStrength(double elevation) {
   return std::round(4.0 * (34.0 + 16.0 * std::sin(elevation))) / 4.0;
 }
@@ -95,7 +103,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
   const double seconds = tag - m_sky.options().start;
   for (std::size_t i = 0; i < m_trackers.size(); ++i) {
     Tracker& tracker = m_trackers[i];
-    const Geometry g = geometry(i, reception, antenna, velocity);
+    const Geometry g = geometry(i, reception, antenna, velocity, sun);
     const Vector3 enu = toEastNorthUp(scaled(g.lineOfSight, -1.0), place);
     SatelliteTruth satellite;
     satellite.sat = m_sky.satellites()[i].name;
@@ -106,7 +114,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
       tracker.tracked = false;
       continue;
     }
-    satellite.windupCycles = m_options.windup ? windup(i, g, sun, place) : 0.0;
+    satellite.windupCycles = m_options.windup ? windup(i, g, place) : 0.0;
     satellite.slantContent =
         m_ionosphere.slantContent(place, satellite.azimuth, satellite.elevation, reception);
     satellite.troposphere = m_troposphere.delay(satellite.elevation, reception);
@@ -116,7 +124,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
 }
 
 Observer::Geometry Observer::geometry(std::size_t satellite, const GpsTime& reception, const Vector3& antenna,
-                                      const Vector3& velocity) const {
+                                      const Vector3& velocity, const Vector3& sun) const {
   Geometry g;
   g.antenna = antenna;
   g.antennaVelocity = velocity;
@@ -133,18 +141,18 @@ Observer::Geometry Observer::geometry(std::size_t satellite, const GpsTime& rece
     if (settled) break;
   }
   g.lineOfSight = scaled(minus(antenna, g.state.position), 1.0 / g.range);
+  g.axes = nominalAxes(g.state.position, sun);
+  const double turned = m_sky.turned(satellite, g.emission, sunGeometry(g.state, sun));
+  if (turned != 0.0) g.axes = turnedAboutZ(g.axes, turned);
   return g;
 }
 
-double Observer::windup(std::size_t satellite, const Geometry& g, const Vector3& sun, const Geodetic& place) {
-  const Vector3 z = scaled(unit(g.state.position), -1.0);
-  const Vector3 y = unit(cross(z, minus(sun, g.state.position)));
-  const Vector3 x = cross(y, z);
+double Observer::windup(std::size_t satellite, const Geometry& g, const Geodetic& place) {
   const Vector3& k = g.lineOfSight;
   const auto dipole = [&k](const Vector3& a, const Vector3& b, double turn) {
     return minus(minus(a, scaled(k, dot(k, a))), scaled(cross(k, b), turn));
   };
-  const Vector3 sent = dipole(x, y, 1.0);
+  const Vector3 sent = dipole(g.axes.x, g.axes.y, 1.0);
   const Vector3 north = fromEastNorthUp({0.0, 1.0, 0.0}, place),
                 west = fromEastNorthUp({-1.0, 0.0, 0.0}, place);
   const Vector3 received = dipole(north, west, -1.0);
@@ -194,8 +202,9 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
   const double codeNoise = factor * (channel.codeError + m_options.codeSigma * channel.random.normal());
   const double phaseNoise = factor * (channel.phaseError + m_options.phaseSigma * channel.random.normal());
 
+  const double toAntenna = dot(offsetOf(source, channel.signal, g.axes), g.lineOfSight);
   const double common = truth.range + truth.shapiro + epoch.clock * kSpeedOfLight - truth.clock -
-                        truth.relativity + m_systemBias.at(system) + truth.troposphere;
+                        truth.relativity + m_systemBias.at(system) + truth.troposphere - toAntenna;
   const double ionosphere = truth.slantContent * Ionosphere::delayPerTecu(channel.frequency);
   const double ambiguity =
       channel.ambiguity + std::round(m_faults.slippedCycles(truth.sat, channel.signal, seconds));

@@ -8,12 +8,13 @@
 ///     phase = rho + shapiro + c (dtr - dts) + isb + T_slant - I_f - B_f + delta_f + noise
 ///             + wavelength (windup + N)
 ///
-/// rho: from the antenna phase centre of the satellite at emission, turned with the Earth during the
-/// travel time, to the antenna of the receiver at reception; the antenna is the marker, moved by the
-/// tides, plus the eccentricity. dts: clock of the satellite plus -2 r.v/c^2. shapiro: 2 GM/c^2
-/// logarithm of Ashby (2003), eq. 61. b_f, B_f: biases of the satellite's signal (constellation.h).
-/// isb, beta_f, delta_f: biases of the receiver, constant; those of a system's first signal are zero
-/// but for the phase. N: whole number, constant over an arc. Windup: Wu et al. (1993), nominal yaw.
+/// rho: from the satellite (its antenna phase centre, or its centre of mass and then less the component of
+/// the antenna offset along the line of sight) at emission, turned with the Earth during the travel time, to
+/// the antenna of the receiver at reception; the antenna is the marker, moved by the tides, plus the
+/// eccentricity. dts: clock of the satellite plus -2 r.v/c^2. shapiro: 2 GM/c^2 logarithm of Ashby (2003),
+/// eq. 61. b_f, B_f: biases of the satellite's signal (constellation.h). isb, beta_f, delta_f: biases of the
+/// receiver, constant; those of a system's first signal are zero but for the phase. N: whole number, constant
+/// over an arc. Windup: Wu et al. (1993), with the yaw of attitude.h.
 
 #include <map>
 #include <optional>
@@ -96,13 +97,14 @@ class Observer {
     SatelliteState state;  ///< in the axes of reception
     Vector3 antenna{}, antennaVelocity{};
     Vector3 lineOfSight{};  ///< satellite to receiver, unit
+    BodyAxes axes;          ///< of the satellite, in the axes of reception
     double range = 0.0;
     GpsTime emission;
   };
 
   Geometry geometry(std::size_t satellite, const GpsTime& reception, const Vector3& antenna,
-                    const Vector3& velocity) const;
-  double windup(std::size_t satellite, const Geometry& g, const Vector3& sun, const Geodetic& place);
+                    const Vector3& velocity, const Vector3& sun) const;
+  double windup(std::size_t satellite, const Geometry& g, const Geodetic& place);
   SatObs measure(std::size_t satellite, const GpsTime& tag, const Geometry& g, const EpochTruth& epoch,
                  SatelliteTruth& truth);
   SignalObs measureSignal(std::size_t satellite, Channel& channel, const GpsTime& tag, const Geometry& g,
