@@ -92,7 +92,9 @@ std::pair<const char*, const char*> flownAs(const std::string& block) {
 }
 
 TEST_F(BodyAxes, TurnByTheYawOfTheManoeuvre) {
-  for (const Json::Value& series : gnx_test::referenceCases("yaw_cases.json")["kouba_series"]) {
+  const Json::Value all = gnx_test::referenceCases("yaw_cases.json")["kouba_series"];
+  ASSERT_EQ(all.size(), 11U);
+  for (const Json::Value& series : all) {
     SCOPED_TRACE(series["name"].asString());
     Eclipse::s_getInstance().m_reset();
     const Flight f{.beta = series["beta_deg"].asDouble(), .rate = series["mu_rate_deg_s"].asDouble()};

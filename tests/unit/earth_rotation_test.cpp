@@ -66,7 +66,9 @@ TEST_F(EarthRotation, SubdailySeriesMeetPublishedCases) {
 TEST_F(EarthRotation, ChainAgreesWithErfa) {
   Itrs2gcrs rotation;
   const double eop[3] = {0.0, 0.0, 0.0};
-  for (const Json::Value& all : gnx_test::referenceCases("erfa_cases.json")["cases"]) {
+  const Json::Value cases = gnx_test::referenceCases("erfa_cases.json")["cases"];
+  ASSERT_EQ(cases.size(), 5U);
+  for (const Json::Value& all : cases) {
     const Json::Value& c = all["engine"];
     SCOPED_TRACE(c["gps_mjd"].asString() + " " + c["gps_sod"].asString());
     double R[3][3], Rdot[3][3], sodUt1, gast, xp, yp;

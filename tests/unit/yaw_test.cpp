@@ -28,7 +28,9 @@ KoubaKind kindOf(const std::string& block) {
 }
 
 TEST(YawTurns, FollowThePublishedSeries) {
-  for (const Json::Value& series : cases()["kouba_series"]) {
+  const Json::Value all = cases()["kouba_series"];
+  ASSERT_EQ(all.size(), 11U);
+  for (const Json::Value& series : all) {
     const KoubaBlock block{kindOf(series["block"].asString()), series["hardware_rate_deg_s"].asDouble(),
                            series["night_limit_deg"].asDouble(), series["yaw_bias_deg"].asDouble()};
     const double beta = series["beta_deg"].asDouble(), rate = series["mu_rate_deg_s"].asDouble();
@@ -84,7 +86,9 @@ TEST(YawTurns, FollowTheCosineLawsOfGalileoAndBeiDou) {
 
 TEST(YawTurns, FollowTheSmoothedSunOfGalileoIov) {
   constexpr double kRate = 360.0 / 50685.0;
-  for (const Json::Value& row : cases()["galileo_bds"]["iov"]) {
+  const Json::Value rows = cases()["galileo_bds"]["iov"];
+  ASSERT_GT(rows.size(), 10U);
+  for (const Json::Value& row : rows) {
     const double beta = row[0].asDouble(), target = row[1].asDouble();
     const double begin = std::min(target > 90.0 ? 160.0 : -20.0, target);  // well before the turn
     const double yaw = yawAfter(IovBlock{}, beta, kRate, begin, target, 0.01);
