@@ -6,7 +6,7 @@
 namespace gnx::test {
 namespace {
 
-TEST(ClasStream, RunsThroughAndStaysWithinAMetre) {
+TEST(ClasStream, RunsThroughAndSettles) {
   GNX_REQUIRE_DATA("clas_2021078");
   const RunDirectory dir;
   ReplayOptions o = realRun(dir.path(), "kinematic");
@@ -21,9 +21,12 @@ TEST(ClasStream, RunsThroughAndStaysWithinAMetre) {
   const ReplayResult r = runReplay(o);
   EXPECT_EQ(r.epochs.size(), 900U);
   EXPECT_GT(r.summary.solved, 880U);
+  // Five minutes are short of convergence: the height is 1.06 m off there. With clocks that name the message
+  // of their own orbit six phases are taken for slipped; when 49 of them named the one before, the jumps of 8
+  // to 22 cm that this made cost nineteen arcs, and the height was by chance within a metre.
   for (const SolutionEpoch& e : r.epochs) {
     if (e.time - r.epochs.front().time < 300.0) continue;
-    EXPECT_LT(length(minus(e.xyz, *o.reference)), 1.0) << formatTime(e.time);
+    EXPECT_LT(length(minus(e.xyz, *o.reference)), 1.2) << formatTime(e.time);
   }
 }
 
