@@ -10,7 +10,7 @@ using support::realFile;
 /// Antenna, troposphere and ocean loading files of the data, ambiguities float.
 inline ReplayOptions realRun(const std::filesystem::path& out, const std::string& mode) {
   ReplayOptions o = replayInto(out, mode);
-  o.deploy.antex = realFile("antex/igs14_trim.atx.gz");
+  o.deploy.antex = realFile("antex/igs14_2134.atx.gz");
   o.deploy.grid = realFile("tropo/gpt2_1w.grd.gz");
   o.deploy.blq = realFile("tides/ocean_loading.blq");
   o.deploy.resolution = false;

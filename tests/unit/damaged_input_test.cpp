@@ -57,7 +57,7 @@ const std::vector<Format>& formats() {
          for (SsrBlock block; reader.next(block);) continue;
        },
        real("clas_2021078/corrections.ssr.gz"), false},
-      {"atx", [](const std::string& path) { readAntex(path); }, real("antex/igs14_trim.atx.gz"), false},
+      {"atx", [](const std::string& path) { readAntex(path); }, real("antex/igs14_2134.atx.gz"), false},
       {"bia", [](const std::string& path) { readSinexBias({path}); }, biases(), true}};
   return all;
 }
