@@ -78,7 +78,15 @@ SatBiases toSatBiases(const SatName& sat, const Values& values) {
 }  // namespace
 
 BiasTable::BiasTable(std::vector<BiasRow> rows) {
-  for (BiasRow& row : rows) m_rows[row.sat].push_back(std::move(row));
+  for (BiasRow& row : rows) {
+    m_changes.insert({row.from, row.until});
+    m_rows[row.sat].push_back(std::move(row));
+  }
+}
+
+bool BiasTable::changes(const GpsTime& after, const GpsTime& until) const {
+  const auto next = m_changes.upper_bound(after);
+  return next != m_changes.end() && *next <= until;
 }
 
 std::vector<SatBiases> BiasTable::at(const GpsTime& t) const {

@@ -3,6 +3,7 @@
 /// Satellite biases of files in the form in which the engine takes them.
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,11 +25,14 @@ class BiasTable {
   explicit BiasTable(std::vector<BiasRow> rows);
 
   bool empty() const { return m_rows.empty(); }
+  /// Whether a bias begins or ends after one time and not after another.
+  bool changes(const GpsTime& after, const GpsTime& until) const;
   /// All biases valid at t, metres, to be added; satellites in order of name.
   std::vector<SatBiases> at(const GpsTime& t) const;
 
  private:
   std::map<SatName, std::vector<BiasRow>> m_rows;
+  std::set<GpsTime> m_changes;
 };
 
 /// Wide-lane biases of satellites in cycles, from clock files whose clocks keep the ambiguities integer.

@@ -14,6 +14,7 @@ namespace {
 
 constexpr double kLongestBatch = 30.0;  ///< s, default interval of the batches
 constexpr double kSameTime = 1e-3;      ///< s
+constexpr double kBiasPace = 30.0;      ///< s, biases that change follow no faster
 
 /// The clock of one satellite at epochs that do not go back.
 class ClockSeries {
@@ -178,7 +179,11 @@ void ProductSource::fillBiases(CorrectionBatch& batch) {
   batch.newBiases = false;
   batch.biases.clear();
   if (m_biases.empty() && m_wideLanes.empty()) return;
-  if (m_biasTag && batch.tag - *m_biasTag < m_options.biasInterval_s - kSameTime) return;
+  if (m_biasTag) {
+    const double since = batch.tag - *m_biasTag;
+    const bool changed = since > kBiasPace - kSameTime && m_biases.changes(*m_biasTag, batch.tag);
+    if (since < m_options.biasInterval_s - kSameTime && !changed) return;
+  }
   m_biasTag = batch.tag;
   batch.newBiases = true;
   batch.biasTag = batch.tag;

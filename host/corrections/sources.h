@@ -23,8 +23,8 @@ struct ProductOptions {
   std::string systems = "GECJ";
   std::optional<GpsTime> from, until;  ///< epochs of interest; none: all of the product
   double interval_s = 0.0;             ///< of the batches; 0: that of the clocks, at most 30
-  double biasInterval_s = 300.0;
-  double extrapolation_s = 900.0;  ///< of orbits beyond the product: many end at 23:45
+  double biasInterval_s = 300.0;       ///< between sets of biases that stay the same
+  double extrapolation_s = 900.0;      ///< of orbits beyond the product: many end at 23:45
 };
 
 /// Turns products into corrections relative to the messages that the timeline picks, one batch an

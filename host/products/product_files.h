@@ -12,9 +12,9 @@
 namespace gnx {
 
 struct ProductFileOptions {
-  std::string frame = "ITRF";         ///< at most 5 characters
-  std::vector<std::string> comments;  ///< at most 60 characters each
-  GpsTime made;                       ///< when the files are made, UTC
+  std::string frame = "ITRF";           ///< at most 5 characters
+  std::vector<std::string> comments{};  ///< at most 60 characters each
+  GpsTime made{};                       ///< when the files are made, UTC
 };
 
 /// Positions and clocks at every epoch from the first to the last; what is missing is marked so.

@@ -4,6 +4,7 @@
 
 #include <numbers>
 
+#include "corrections/sources.h"
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
 #include "products/product_files.h"
@@ -152,6 +153,25 @@ TEST_F(StreamProduct, FilesAreReadBackAsTheyWere) {
   EXPECT_EQ(rows[2].from - kStart, 60.0);
   EXPECT_THAT(inputError([&] { writeClockFile(dir.path() / "none" / "c.clk", p, options); }),
               HasSubstr("cannot be written"));
+}
+
+TEST_F(StreamProduct, ChangedBiasesReachTheEngineWithoutWaitingForTheirPace) {
+  std::vector<CorrectionBatch> stream;
+  for (double t = 0.0; t <= 690.0; t += 30.0) stream.push_back(biases(t, t < 330.0 ? 0.1 : 0.2));
+  const StreamProducts p = collected(stream);
+  const TempDir dir;
+  ProductOptions files;
+  files.sp3 = {dir.path() / "o.sp3"};
+  files.clk = {dir.path() / "c.clk"};
+  files.bia = {dir.path() / "b.bia"};
+  writeOrbitFile(files.sp3[0], p, {.made = kStart});
+  writeClockFile(files.clk[0], p, {.made = kStart});
+  writeBiasFile(files.bia[0], p, {.made = kStart});
+  const auto source = makeProductSource(files, m_timeline);
+  std::vector<double> given;
+  for (CorrectionBatch b; source->next(b);)
+    if (b.newBiases) given.push_back(b.tag - kStart);
+  EXPECT_THAT(given, ElementsAre(0.0, 300.0, 330.0, 630.0));
 }
 
 // ---- from the antenna to the centre of mass ----
