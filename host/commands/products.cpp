@@ -1,11 +1,13 @@
 /// `gnx products`: a recorded stream of corrections as orbit, clock and bias files.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "commands/commands.h"
 #include "commands/option_text.h"
@@ -24,11 +26,12 @@ struct ProductsArguments {
   ProductPlan plan;
 };
 
-GpsTime firstEpoch(const std::string& file) {
+/// Epoch and update interval of the first clocks of a stream.
+std::pair<GpsTime, double> firstClocks(const std::string& file) {
   SsrTextReader reader(file);
-  SsrBlock block;
-  if (!reader.next(block)) throw InputError(file, 0, "holds no block of corrections");
-  return block.time;
+  for (SsrBlock block; reader.next(block);)
+    if (block.kind == SsrKind::clock) return {block.time, std::max(1, block.interval)};
+  throw InputError(file, 0, "holds no CLOCK block of corrections");
 }
 
 void tell(const StreamProducts& p, const std::vector<std::filesystem::path>& files) {
@@ -53,7 +56,9 @@ void tell(const StreamProducts& p, const std::vector<std::filesystem::path>& fil
 void makeProducts(ProductsArguments& a) {
   if (!a.from.empty()) a.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) a.plan.to = parseTime(a.to, "--to");
-  const GpsTime first = a.plan.from.value_or(firstEpoch(a.ssr.front()));
+  const auto [firstClock, clockInterval] = firstClocks(a.ssr.front());
+  const GpsTime first = a.plan.from.value_or(firstClock);
+  if (a.plan.orbitInterval_s == 0.0) a.plan.orbitInterval_s = clockInterval;
   const NavData messages = readRinexNav(a.nav);
   const EphemerisTimeline timeline(messages, first);
   SsrTextOptions stream;
@@ -97,8 +102,10 @@ void addProducts(CLI::App& app) {
   cmd->add_option("--nav", a->nav, "RINEX navigation files with the messages that the stream corrects")
       ->required();
   cmd->add_option("--out", a->directory, "folder of orbits.sp3, clocks.clk and biases.bia")->required();
-  cmd->add_option("--interval", a->plan.orbitInterval_s, "of the orbits, s")
-      ->check(CLI::Range(1.0, 3600.0))
+  a->plan.orbitInterval_s = 0.0;
+  cmd->add_option("--interval", a->plan.orbitInterval_s,
+                  "of the orbits, whole seconds; 0: that of the stream's clocks, to which its orbits belong")
+      ->check(CLI::Range(0, 3600))
       ->capture_default_str();
   cmd->add_option("--clock-interval", a->plan.clockInterval_s,
                   "of the clocks, s; 0: every epoch of the stream")
