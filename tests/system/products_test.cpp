@@ -49,6 +49,26 @@ TEST_F(ProductsOfAStream, GiveThePositionsOfTheStream) {
   EXPECT_GT(fixed, 60) << "the phase biases are there";
 }
 
+// The engine takes the offsets off again, each frequency's own, in its own attitude.
+TEST_F(ProductsOfAStream, MayReferToTheCentreOfMass) {
+  const std::string deployment = dir.path() / "deployment";
+  ASSERT_EQ(program("init " + deployment).status, 0);
+  const support::ChildResult made = program(products("--antex " + deployment + "/antenna.atx"));
+  ASSERT_EQ(made.status, 0) << made.output;
+  ReplayOptions stream = replayOf(files, "E", dir.path() / "stream");
+  ReplayOptions product = replayOf(files, "E", dir.path() / "run");
+  product.deploy.refpoint = "CoM_ITRF";
+  product.plan.ssr.clear();
+  product.plan.sp3 = {dir.path() / "products/orbits.sp3"};
+  product.plan.clk = {dir.path() / "products/clocks.clk"};
+  product.plan.bia = {dir.path() / "products/biases.bia"};
+  stream.deploy.resolution = product.deploy.resolution = false;
+  const auto a = runReplay(stream).epochs, b = runReplay(product).epochs;
+  ASSERT_EQ(a.size(), b.size());
+  for (std::size_t k = 30; k < a.size(); ++k)
+    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), 0.012) << formatTime(a[k].time);
+}
+
 TEST_F(ProductsOfAStream, AreRefusedWithASentence) {
   const std::string empty = dir.write("none.rnx", readFile(files.navigation).substr(0, 4 * 81));
   std::string other = products();
