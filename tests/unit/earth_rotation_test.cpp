@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Common/Taiutc.h"
 #include "Core/Model/Itrs2gcrs.h"
 #include "Interface/Controller.h"
 #include "support/exit_message.h"
@@ -26,7 +27,7 @@ class EarthRotation : public testing::Test {
   void SetUp() override {
     auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
     files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
-    files["leapsc"] = std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt";
+    Taiutc::s_getInstance().m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
   }
 };
 

@@ -19,10 +19,14 @@ using tarvio::Logtrace;
 /// A directory of its own for the files that are written where the process stands.
 class FilterOutput : public gnx_test::FilterFixture {
  protected:
-  FilterOutput() { std::filesystem::current_path(directory.path()); }
+  FilterOutput() {
+    std::filesystem::current_path(directory.path());
+    tarvio::Logtrace::s_defaultlogger.m_setDirectory(directory.path().string());
+  }
   ~FilterOutput() override {
     for (const char* name : {"ppp_pos", "diagnostics.log"}) Logtrace::s_defaultlogger.m_closeLog(name);
     std::filesystem::current_path(back);
+    tarvio::Logtrace::s_defaultlogger.m_setDirectory("");
   }
   /// The console line of the epoch.
   std::string m_output() {
