@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 BUILD = build/$(PRESET)
 PREFIX ?= /usr/local
 
-.PHONY: all dependencies configure demo test bench install format check-format clean
+.PHONY: all dependencies configure demo test bench install format check-format check clean
 
 all: configure
 	cmake --build $(BUILD) -j $(JOBS)
@@ -35,6 +35,13 @@ format:
 
 check-format:
 	scripts/check_format.sh
+
+# What a reviewer need not look for: form, direction of includes, common faults.
+check: check-format
+	scripts/check_includes.sh
+	@scripts/install_dependencies.sh --ci
+	@cmake --preset clang >/dev/null
+	scripts/check_tidy.sh build/clang
 
 clean:
 	rm -rf build out

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and reporting need, when they are missing.
-# Usage: scripts/install_dependencies.sh [--ci]    (--ci adds clang, sanitizers, formatter, locales)
+# Usage: scripts/install_dependencies.sh [--ci]    (--ci adds clang, sanitizers, formatter, clang-tidy, locales)
 set -euo pipefail
 
 packages=(g++ cmake ninja-build ccache pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libcli11-dev
           libgtest-dev libgmock-dev libbenchmark-dev gnuplot-nox)
 if [[ "${1:-}" == "--ci" ]]; then
-  packages+=(clang libclang-rt-dev clang-format locales)
+  packages+=(clang libclang-rt-dev clang-format clang-tidy locales)
 fi
 
 missing=()

@@ -12,9 +12,9 @@
 #include "GNX_IO.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/EpochTick.h"
+#include "Interface/EventWatch.h"
 #include "Records/Rnxobs.h"
 #include "Records/Station.h"
-#include "Interface/EventWatch.h"
 
 namespace tarvio {
 

@@ -5,9 +5,9 @@
 
 #include "Common/CallBackCenter.h"
 #include "Common/ComTime.h"
+#include "Config/Configuration.h"
 #include "Config/Deploy.h"
 #include "Core/Filter/SrifFilter.h"
-#include "Config/Configuration.h"
 
 namespace tarvio {
 

@@ -68,7 +68,11 @@ class TemporaryDirectory {
   fs::path m_path;
 };
 
-inline std::string realFile(const std::string& name) { return std::string(GNX_DATA_DIR) + "/" + name; }
+/// Where real data sets lie: the directory of the build, or that of the environment variable.
+inline std::string realFile(const std::string& name) {
+  const char* given = std::getenv("GNX_DATA_DIR");
+  return std::string(given != nullptr ? given : GNX_DATA_DIR) + "/" + name;
+}
 
 }  // namespace support
 

@@ -212,7 +212,7 @@ TEST_F(Deployment, DamagedFilesAreNamed) {
 
 TEST_F(Deployment, RealAntennaFileAndPackedFiles) {
   GNX_REQUIRE_DATA("antex");
-  const fs::path data = GNX_DATA_DIR;
+  const fs::path data = support::realFile("");
   options.systems = "GECBJ";
   options.freqobs = "GPS:L1_L2_L5";
   options.date = toGpsTime({2021, 12, 1, 0, 0, 0.0});  // after the launch of a satellite that the file lacks
