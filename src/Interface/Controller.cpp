@@ -47,13 +47,26 @@ bool s_plausiblePosition(const double* xyz) {
   return r > 1.0e6 && r < 1.0e8;
 }
 
+/// A-priori sigmas and process noise of a receiver that nothing is known about. Those of the coordinates are
+/// multiplied by the key "noisecoef".
+namespace noise {
+constexpr double kCoordinate_m = 0.05;
+constexpr double kIonosphere_m = 3.0;            ///< slant delay on slot 0, 18 TECU on 1575 MHz
+constexpr double kIonosphere_mPerRootS = 3.0;    ///< per square root of second: each epoch anew
+constexpr double kZenithDelay_m = 0.02;          ///< around the a-priori delay
+constexpr double kZenithDelay_mPerRootS = 4e-4;  ///< 24 mm in an hour
+constexpr double kCode_m = 0.3;                  ///< at 30 degrees and above
+constexpr double kPhase_m = 0.003;               ///< at 30 degrees and above, some 0.015 cycle
+}  // namespace noise
+
 void s_setNoise(Station& sta) {
-  std::fill(std::begin(sta.m_sigXyz), std::end(sta.m_sigXyz), 0.05);
-  sta.m_sigIon = sta.m_qIon = 3.0;
-  sta.m_sigZtd = 0.02;
-  sta.m_qZtd = 0.0004;
-  std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), 0.3);
-  std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), 0.003);
+  std::fill(std::begin(sta.m_sigXyz), std::end(sta.m_sigXyz), noise::kCoordinate_m);
+  sta.m_sigIon = noise::kIonosphere_m;
+  sta.m_qIon = noise::kIonosphere_mPerRootS;
+  sta.m_sigZtd = noise::kZenithDelay_m;
+  sta.m_qZtd = noise::kZenithDelay_mPerRootS;
+  std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), noise::kCode_m);
+  std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), noise::kPhase_m);
 }
 
 void s_setPosition(Station& sta, const GNX_IO::sta_t& source) {
