@@ -55,7 +55,7 @@ struct Upd_comb : Updc {
 class UpdAdapter {
  public:
   void v_inputBias(const Upd_bias& bias);
-  /// \param kind  "comb"; \param tag  "ewl", "wl", "n1"
+  /// \param kind  "comb"; \param tag  of the level
   void v_inputComb(const char* kind, const char* tag, const Upd_comb& comb);
   /// Nearest record in time; `out` stays as it was when there is none.
   void m_inquireBias(int mjd, double sod, Upd_bias& out);

@@ -74,7 +74,8 @@ class Deploy {
   char m_diaType[256] = "";
   bool m_diaReset = false;
   bool m_losb = false;
-  Upd_ambconfig m_ambconfig[4];  ///< 0 "ewl", 1 "wl", 2 "n1"
+  Upd_ambconfig m_ambconfig[4];  ///< by place of the level; the last one is not used
+  const Upd_ambconfig& m_settingsOf(Level level) const { return m_ambconfig[s_place(level)]; }
   std::vector<Satellite> m_satellites;
   std::map<std::string, std::string> m_fileTable;
   std::map<std::string, Antatx> m_antennas;

@@ -1,6 +1,6 @@
 /// \file DeployAmbiguity.cpp
-/// The file of the three ambiguity layers, "ewl", "wl", "n1": settings, frequency pairs,
-/// wavelengths, smoothing combinations, and the ratio table.
+/// The file of the levels of the ambiguity resolution: settings, frequency pairs, wavelengths,
+/// smoothing combinations, and the ratio table.
 
 #include <json/json.h>
 #include <unistd.h>
@@ -45,14 +45,13 @@ void Deploy::m_parseAmbiguityConfigures(const char* file) {
     case JsonState::kRead:
       break;
   }
-  static constexpr const char* kTags[] = {"ewl", "wl", "n1"};
   const Json::Value& top = root;
   const Json::Value& layers = top["amb"];
-  for (int k = 0; k < 3; ++k) {
-    Upd_ambconfig& config = m_ambconfig[k];
+  for (const LevelTraits& level : kLevels) {
+    Upd_ambconfig& config = m_ambconfig[s_place(level.level)];
     config = Upd_ambconfig();
-    config.m_tag = kTags[k];
-    const Json::Value& layer = layers[kTags[k]];
+    config.m_tag = level.tag;
+    const Json::Value& layer = layers[level.tag];
     m_readLayer(layer, config);
     m_parseAMBFrequency(config, s_requiredScalar(layer, "comb").c_str());
     if (s_holds(config.m_ambType, "mw")) {
@@ -117,7 +116,8 @@ void Deploy::m_checkLayer(const Upd_ambconfig& config) const {
     s_fatal(kFunction, __LINE__, "%s:amb_type = %s, only support 'mw' 'raw' and 'NL' \n", tag,
             config.m_ambType);
   }
-  if (s_holds(m_obscomb, "IF") && config.m_tag == "n1" && !s_holds(config.m_ambType, "NL")) {
+  if (s_holds(m_obscomb, "IF") && s_levelOf(config.m_tag) == Level::last &&
+      !s_holds(config.m_ambType, "NL")) {
     s_fatal(kFunction, __LINE__, "%s:amb_type = %s, N1 only support 'NL' for IF \n", tag, config.m_ambType);
   }
 }
@@ -125,8 +125,8 @@ void Deploy::m_checkLayer(const Upd_ambconfig& config) const {
 /// A narrow lane follows from the wide lane of the same two frequencies only.
 void Deploy::m_checkNarrowLanePairs() const {
   static constexpr const char* kFunction = "m_parseAmbiguityConfigures";
-  const Upd_ambconfig& wl = m_ambconfig[1];
-  const Upd_ambconfig& n1 = m_ambconfig[2];
+  const Upd_ambconfig& wl = m_settingsOf(Level::wideLane);
+  const Upd_ambconfig& n1 = m_settingsOf(Level::last);
   if (!s_holds(n1.m_ambType, "NL") || !wl.m_resolution || !n1.m_resolution) return;
   for (const char* letter = m_syslist; *letter != '\0'; ++letter) {
     const int s = index_string(SYS, *letter);

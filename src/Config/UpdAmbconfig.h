@@ -1,16 +1,17 @@
 #pragma once
 /// \file UpdAmbconfig.h
-/// Settings of one ambiguity layer.
+/// Settings of one level of the ambiguity resolution.
 
 #include <map>
 #include <string>
 
 #include "Common/Constants.h"
+#include "Config/AmbiguityLevel.h"
 
 namespace tarvio {
 
 struct Upd_ambconfig {
-  std::string m_tag;  ///< "ewl", "wl" or "n1"
+  std::string m_tag;  ///< of the level
   int m_smooth = 0;
   int m_fixIfUplayer = 1;
   char m_fixmode[64] = "";         ///< "round" or "lambda"

@@ -19,12 +19,10 @@ namespace tarvio {
 namespace {
 
 constexpr double kMaxBias_m = 1.0e5;  ///< what is larger is no bias
-enum Layer { kEwl, kWl, kN1, kLayers };
-constexpr const char* kTags[kLayers] = {"ewl", "wl", "n1"};
 
 /// The biases of one call.
 struct Batch {
-  Upd_comb comb[kLayers];
+  Upd_comb comb[kLevelCount];  ///< by place of the level
   Upd_bias bySignal;
   int refused = 0;
 };
@@ -41,14 +39,14 @@ void s_bySlot(const GNX_IO::ssr_t& source, const SignalTable& signals, int isys,
   }
 }
 
-/// Frequencies and biases of the pair of a layer; false when it is not complete.
+/// Frequencies and biases of the pair of a level; false when it is not complete.
 struct Pair {
   double f1, f2, b1, b2;
 };
 
-bool s_pair(const Deploy& deploy, const Upd_ambconfig& layer, int isat, int isys, const double (&b)[kFreq],
+bool s_pair(const Deploy& deploy, const Upd_ambconfig& level, int isat, int isys, const double (&b)[kFreq],
             Pair& pair) {
-  const int p = layer.ambfreq[isys][0], q = layer.ambfreq[isys][1];
+  const int p = level.ambfreq[isys][0], q = level.ambfreq[isys][1];
   if (p < 0 || q < 0 || p >= kFreq || q >= kFreq || b[p] == kNone || b[q] == kNone) return false;
   pair = {freqbytp(isat, deploy.m_freqUsed[isys][p]), freqbytp(isat, deploy.m_freqUsed[isys][q]), b[p], b[q]};
   return pair.f1 != pair.f2;
@@ -80,17 +78,19 @@ void s_setPhase(const GNX_IO::ssr_t& source, int isat, int isys, const Controlle
     set.m_sod = sod;
     set.m_time[isat] = mjd + sod / kDay;
   };
-  const auto setComb = [&](Layer layer, double value) {
-    stamp(batch.comb[layer]);
-    batch.comb[layer].m_value[isat] = value;
+  const auto setComb = [&](Level level, double value) {
+    Upd_comb& comb = batch.comb[s_place(level)];
+    stamp(comb);
+    comb.m_value[isat] = value;
   };
   const Deploy& deploy = controller.m_deploy;
   Pair pair{};
-  if (s_pair(deploy, deploy.m_ambconfig[2], isat, isys, b, pair)) {
-    setComb(kWl, s_wideLane(pair));
-    setComb(kN1, s_narrowLane(pair));
+  if (s_pair(deploy, deploy.m_settingsOf(Level::last), isat, isys, b, pair)) {
+    setComb(Level::wideLane, s_wideLane(pair));
+    setComb(Level::last, s_narrowLane(pair));
   }
-  if (s_pair(deploy, deploy.m_ambconfig[0], isat, isys, b, pair)) setComb(kEwl, s_wideLane(pair));
+  if (s_pair(deploy, deploy.m_settingsOf(Level::extraWideLane), isat, isys, b, pair))
+    setComb(Level::extraWideLane, s_wideLane(pair));
 
   for (int slot = 0; slot < kFreq; ++slot) {
     if (b[slot] == kNone) continue;
@@ -140,8 +140,9 @@ void s_setBiasData(GNX_IO::ssr_t* ssr) {
   }
   if (batch.refused > 0)
     Logtrace::m_logStatInfo("%d biases hold impossible numbers, refused\n", batch.refused);
-  for (int layer = 0; layer < kLayers; ++layer) {
-    if (batch.comb[layer].m_mjd != 0) controller.m_upd.v_inputComb("comb", kTags[layer], batch.comb[layer]);
+  for (const LevelTraits& level : kLevels) {
+    const Upd_comb& comb = batch.comb[s_place(level.level)];
+    if (comb.m_mjd != 0) controller.m_upd.v_inputComb("comb", level.tag, comb);
   }
   if (controller.m_deploy.m_losb && batch.bySignal.m_mjd != 0) controller.m_upd.v_inputBias(batch.bySignal);
 }

@@ -223,10 +223,9 @@ struct AmbiguityFixture : FilterFixture {
   static constexpr int kEwl = 0, kWl = 1, kN1 = 2;
 
   AmbiguityFixture() {
-    const char* tags[] = {"ewl", "wl", "n1"};
     for (int layer = 0; layer < 3; ++layer) {
       tarvio::Upd_ambconfig& cfg = m_cfg(layer);
-      cfg.m_tag = tags[layer];
+      cfg.m_tag = tarvio::kLevels[layer].tag;
       cfg.m_resolution = true;
       cfg.m_cutoff = 0.1;
       cfg.m_minCommonLambda = 120.0;

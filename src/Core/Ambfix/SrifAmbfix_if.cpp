@@ -95,7 +95,7 @@ ConstraintRow s_constraint(const Pair& pair, double value) {
 }
 
 /// What sets the two levels apart.
-struct Level {
+struct Routine {
   const char* tag;
   const char* function;
   const Upd_ambconfig& cfg;
@@ -104,7 +104,8 @@ struct Level {
   double SrifFilter::*ratio;
 };
 
-void s_resolve(const Level& level, const std::string& prosys, SrifFilter* filter, const Updc* updc, int* s0) {
+void s_resolve(const Routine& level, const std::string& prosys, SrifFilter* filter, const Updc* updc,
+               int* s0) {
   int ifix[kMaxSat] = {}, flags[kMaxSat] = {};
   std::vector<double> Qamb, Q, x;
   std::vector<int> idx;
@@ -125,14 +126,15 @@ void s_resolve(const Level& level, const std::string& prosys, SrifFilter* filter
 
 void SrifAmbfix_if::s_if_resolve_wl(const std::string& prosys, SrifFilter* filter, const Updc* updc,
                                     int* s0) {
-  const Level level{
+  const Routine level{
       "wl", __func__, s_wideLane(), s_if_form_wl_vari, s_if_coninfs_wl, &SrifFilter::m_ratio_wl};
   s_resolve(level, prosys, filter, updc, s0);
 }
 
 void SrifAmbfix_if::s_if_resolve_n1(const std::string& prosys, SrifFilter* filter, const Updc* updc,
                                     int* s0) {
-  const Level level{"n1", __func__, s_narrowLane(), s_if_form_nl_vari, s_if_coninfs_n1, &SrifFilter::m_ratio};
+  const Routine level{
+      "n1", __func__, s_narrowLane(), s_if_form_nl_vari, s_if_coninfs_n1, &SrifFilter::m_ratio};
   s_resolve(level, prosys, filter, updc, s0);
 }
 

@@ -10,23 +10,19 @@ namespace tarvio {
 
 void SrifAmbfix_raw::s_raw_resolve_from_mw(const char* tag, SrifFilter* filter, const Updc* updc, int* s0) {
   const Deploy& config = s_config();
-  const bool extra = std::string(tag) == "ewl";
-  const Upd_ambconfig& cfg = config.m_ambconfig[extra ? 0 : 1];
-  const std::string source = std::string(tag) + "_mw";
+  const Level level = s_levelOf(tag) == Level::extraWideLane ? Level::extraWideLane : Level::wideLane;
+  const Upd_ambconfig& cfg = config.m_settingsOf(level);
   const Station& sta = filter->m_stations[0];
-  std::map<std::string, double>& record = filter->m_fixmap[sta.m_name][tag];
-  record.clear();
+  const Fixes smoothed(filter->m_fixmap, sta.m_name, s_traits(level).smoothedTag);
+  FixRecord record(filter->m_fixmap, sta.m_name, level);
+  record.m_clear();
 
   const auto usable = [&](int isat) {
-    if (!s_isFixed(filter, source.c_str(), isat)) return false;
+    if (!smoothed.m_isFixed(isat)) return false;
     const int* pair = cfg.ambfreq[config.m_sysOfRow(isat)];
     return pair[0] != -1 && pair[1] != -1 && filter->m_pm(0, isat, pair[0]) && filter->m_pm(0, isat, pair[1]);
   };
-  const auto integer = [&](int isat) {
-    double value = 0.0;
-    s_recordValue(filter, source.c_str(), isat, &value);
-    return static_cast<int>(std::trunc(value));
-  };
+  const auto integer = [&](int isat) { return static_cast<int>(std::trunc(*smoothed.m_value(isat))); };
   s_forEachSystem([&](int isys) {
     s0[isys] = -1;
     double highest = 0.0;
@@ -44,8 +40,7 @@ void SrifAmbfix_raw::s_raw_resolve_from_mw(const char* tag, SrifFilter* filter, 
     if (iref == -1 || !usable(isat)) continue;
     ifix[isat] = integer(isat) - integer(iref);
     flags[isat] = 1;
-    record[config.m_cprn[isat]] = ifix[isat];
-    record[config.m_cprn[isat] + "_ifab"] = extra ? 2.0 : 3.0;
+    record.m_setFixed(isat, ifix[isat], level);
     ++filter->m_nfix;
   }
   s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);

@@ -130,31 +130,25 @@ bool SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, cons
 void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,
                                          int n, const int* ifix, const int* flags, const int* s0) {
   const Deploy& config = s_config();
-  auto& record = filter->m_fixmap[filter->m_stations[0].m_name][tag];
-  record.clear();
-  auto& candidates = filter->m_candidates[tag];
+  const Level level = s_levelOf(tag);
+  FixRecord record(filter->m_fixmap, filter->m_stations[0].m_name, level);
+  record.m_clear();
+  auto& candidates = filter->m_candidates[s_place(level)];
   candidates.clear();
   filter->m_nfix = 0;
-  const double level = std::strcmp(tag, "ewl") == 0 ? 2.0 : std::strcmp(tag, "wl") == 0 ? 3.0 : 5.0;
-  for (int isys = 0; isys < kSys; ++isys) {
-    if (s0[isys] == -1) continue;
-    const std::string& cprn = config.m_cprn[s0[isys]];
-    record[cprn] = 0.0;
-    record[cprn + "_ifab"] = 1.0;
-  }
+  for (int isys = 0; isys < kSys; ++isys)
+    if (s0[isys] != -1) record.m_setOpen(s0[isys], 0.0);
   bool fixedSystem[kSys] = {};
   for (int k = 0; k < n; ++k) {
-    const int isat = idx[k], isys = config.m_sysOfRow(isat);
-    const std::string& cprn = config.m_cprn[isat];
-    const std::string& reference = config.m_cprn[s0[isys]];
+    const int isat = idx[k], isys = config.m_sysOfRow(isat), iref = s0[isys];
     const bool fixed = flags[isat] != 0;
-    candidates.push_back({isat, s0[isys], x[k], fixed, fixed ? ifix[isat] : 0});
-    record[cprn] = fixed ? ifix[isat] : x[k];
-    record[cprn + "_ifab"] = fixed ? level : 1.0;
-    record[cprn + "_srch"] = 1.0;
-    record[reference + "_srch"] = 1.0;
+    candidates.push_back({isat, iref, x[k], fixed, fixed ? ifix[isat] : 0});
+    if (fixed) record.m_setFixed(isat, ifix[isat], level);
+    else record.m_setOpen(isat, x[k]);
+    record.m_markSearched(isat);
+    record.m_markSearched(iref);
     if (!fixed) continue;
-    record[reference + "_ifab"] = level;
+    record.m_markFixed(iref, level);
     ++filter->m_nfix;
     fixedSystem[isys] = true;
   }

@@ -14,7 +14,6 @@ namespace {
 
 constexpr double kWideLaneFloor_rad = 10.0 * kDegToRad;
 constexpr double kStale_s = 0.01;
-constexpr double kFixed = 1.0;  ///< a state above it is a fix
 
 double s_seconds(double from, double to) { return std::round((to - from) * kDay); }
 
@@ -24,31 +23,16 @@ const SrifPamt* s_activeRecord(SrifFilter* filter, int isat, int slot) {
   return record && record->ipar != -1 ? record : nullptr;
 }
 
-const std::map<std::string, double>* s_record(const SrifFilter* filter, const char* tag) {
-  const auto station = filter->m_fixmap.find(filter->m_stations[0].m_name);
-  if (station == filter->m_fixmap.end()) return nullptr;
-  const auto level = station->second.find(tag);
-  return level == station->second.end() ? nullptr : &level->second;
-}
-
 }  // namespace
 
 bool SrifAmbfix_raw::s_recordValue(const SrifFilter* filter, const char* tag, int isat, double* value) {
-  const auto* record = s_record(filter, tag);
-  if (!record) return false;
-  const auto entry = record->find(s_config().m_cprn[isat]);
-  if (entry == record->end()) return false;
-  *value = entry->second;
-  return true;
+  const double* cycles = Fixes(filter->m_fixmap, filter->m_stations[0].m_name, tag).m_value(isat);
+  if (cycles) *value = *cycles;
+  return cycles != nullptr;
 }
 
 bool SrifAmbfix_raw::s_isFixed(const SrifFilter* filter, const char* tag, int isat) {
-  const auto* record = s_record(filter, tag);
-  if (!record) return false;
-  const std::string& cprn = s_config().m_cprn[isat];
-  if (record->find(cprn) == record->end()) return false;
-  const auto state = record->find(cprn + "_ifab");
-  return state != record->end() && state->second > kFixed;
+  return Fixes(filter->m_fixmap, filter->m_stations[0].m_name, tag).m_isFixed(isat);
 }
 
 bool SrifAmbfix_raw::s_hasProduct(const Updc* updc, int isat, const Upd_ambconfig& cfg) {

@@ -8,17 +8,10 @@
 
 namespace tarvio {
 
-namespace {
-
-enum Layer { kEwl, kWl, kN1 };
-constexpr const char* kTags[] = {"ewl", "wl", "n1"};
-
-}  // namespace
-
 void SrifFilter_iar::v_onFilterEstimate() {
   SrifFilter::v_onFilterEstimate();
   const Deploy& config = s_config();
-  m_candidates.clear();
+  for (auto& level : m_candidates) level.clear();
   if (nobs < 1 || !config.m_liar) return;
 
   const auto rows = static_cast<std::size_t>(imtx);
@@ -33,24 +26,24 @@ void SrifFilter_iar::v_onFilterEstimate() {
   for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
 }
 
-std::unique_ptr<Updc> SrifFilter_iar::m_product(int layer) const {
-  return m_upd == nullptr ? nullptr
-                          : m_upd->m_inquireLevel(mjd, sod, s_config().m_ambconfig[layer], kTags[layer]);
+std::unique_ptr<Updc> SrifFilter_iar::m_product(Level level) const {
+  if (m_upd == nullptr) return nullptr;
+  return m_upd->m_inquireLevel(mjd, sod, s_config().m_settingsOf(level), s_traits(level).tag);
 }
 
 void SrifFilter_iar::v_resolve_raw() {
   const Deploy& config = s_config();
   int s0[kSys];
   std::fill_n(s0, kSys, -1);
-  for (const int layer : {kEwl, kWl, kN1}) {
-    const Upd_ambconfig& cfg = config.m_ambconfig[layer];
+  for (const LevelTraits& level : kLevels) {
+    const Upd_ambconfig& cfg = config.m_settingsOf(level.level);
     if (!cfg.m_resolution) continue;
-    const std::unique_ptr<Updc> updc = m_product(layer);
-    if (layer == kN1) {
+    const std::unique_ptr<Updc> updc = m_product(level.level);
+    if (level.level == Level::last) {
       if (s_has(cfg.m_ambType, "raw")) s_raw_resolve_n1(this, updc.get(), s0);
       else s_raw_resolve_NL(this, updc.get(), s0);
     } else if (!s_has(cfg.m_ambType, "mw")) {
-      s_raw_resolve_wl(kTags[layer], this, updc.get(), s0);
+      s_raw_resolve_wl(level.tag, this, updc.get(), s0);
     }
   }
   m_get_resi(resi_fix);
@@ -60,14 +53,14 @@ void SrifFilter_iar::v_resolve_if() {
   const Deploy& config = s_config();
   int s0[kSys];
   std::fill_n(s0, kSys, -1);
-  const Upd_ambconfig& wl = config.m_ambconfig[kWl];
+  const Upd_ambconfig& wl = config.m_settingsOf(Level::wideLane);
   if (s_has(config.m_obscomb, "AFIF") && wl.m_resolution && s_has(wl.m_ambType, "raw")) {
-    const std::unique_ptr<Updc> updc = m_product(kWl);
+    const std::unique_ptr<Updc> updc = m_product(Level::wideLane);
     s_if_resolve_wl(m_prosys, this, updc.get(), s0);
   }
-  const Upd_ambconfig& n1 = config.m_ambconfig[kN1];
+  const Upd_ambconfig& n1 = config.m_settingsOf(Level::last);
   if (n1.m_resolution) {
-    const std::unique_ptr<Updc> updc = m_product(kN1);
+    const std::unique_ptr<Updc> updc = m_product(Level::last);
     s_if_resolve_n1(m_prosys, this, updc.get(), s0);
   }
   m_get_resi(resi_fix);

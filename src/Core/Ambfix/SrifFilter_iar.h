@@ -23,7 +23,7 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
   void v_resolve_if() override;
 
  private:
-  std::unique_ptr<Updc> m_product(int layer) const;
+  std::unique_ptr<Updc> m_product(Level level) const;
 
   std::vector<double> m_snapshot;  ///< the triangle of the float solution, kept between epochs
 };

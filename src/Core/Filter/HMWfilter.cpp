@@ -280,7 +280,7 @@ void HMWfilter::m_fixSystem(int isys, const Updc* product) {
     const double integer = std::round(record.xsm);
     if (!(std::fabs(record.xsm - integer) < m_cfg->m_decision[0])) continue;
     record.xsm = integer;
-    record.ifix = m_tag == "ewl" ? 2 : 3;
+    record.ifix = s_traits(s_levelOf(m_tag)).fixedState;
   }
 }
 

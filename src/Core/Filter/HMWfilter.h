@@ -38,7 +38,7 @@ struct SrifSatAmbd {
   double coef[kObs] = {};     ///< phases 0..3, codes 4..7 by slot of m_freqObs; 0 = not used
   double ioncoef[kObs] = {};  ///< the same for the combination that gives the ionosphere
   int itype = 3;
-  int ifix = 0;  ///< 0 not usable in this epoch, 1 float, 2 fixed extra-wide-lane, 3 fixed wide-lane
+  int ifix = 0;  ///< 0 not usable in this epoch, 1 float, above it fixed: LevelTraits::fixedState
   int isat = -1;
   int nobs = 0;        ///< epochs above the elevation limit
   int lsmooth = 1;     ///< 1 average over the arc, 0 value of the epoch
@@ -50,6 +50,8 @@ struct SrifSatAmbd {
   double sumelev = 0.0;               ///< over the epochs in nobs, rad
   double xlast = kNone;               ///< value of the epoch, cycles
   double wlast = 0.0;
+
+  bool m_isFixed() const { return ifix > 1; }
 };
 
 class HMWfilter {

@@ -17,7 +17,9 @@ SrifFilter::SrifFilter(const std::vector<Station>& stations, double intv)
     : dintv(intv), m_intv(intv), m_stations(stations) {
   for (Station& sta : m_stations) {
     sta.m_model = new GnssModelItrs(this, &sta);
-    for (const char* tag : {"ewl", "wl", "n1", "ewl_mw", "wl_mw"}) m_fixmap[sta.m_name][tag];
+    for (const LevelTraits& level : kLevels)
+      for (const char* tag : {level.tag, level.smoothedTag})
+        if (tag) m_fixmap[sta.m_name][tag];
   }
   m_afifccf = m_get_AFIF_ccf();
   tstart = s_wallClock();

@@ -26,6 +26,7 @@
 #include "Adapter/OrbitClkAdapter.h"
 #include "Adapter/ProductStores.h"
 #include "Common/SmoothAdapter.h"
+#include "Core/Filter/FixRecord.h"
 #include "Core/Filter/ObservationAccount.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
@@ -160,6 +161,12 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   int nhk = 0, ntmx = 0, ldinfs = 0;  ///< rows of Hk; columns of both arrays; rows of infs
   int m_solstat = 0;                  ///< 0 nothing, 1 code, 2 phase float, 5 fixed
   double m_ratio = 0.0, m_ratio_wl = 0.0, m_ratio_ewl = 0.0;
+  /// The member that holds the ratio of a level.
+  static double SrifFilter::*s_ratioOf(Level level) {
+    constexpr double SrifFilter::*kRatios[] = {&SrifFilter::m_ratio_ewl, &SrifFilter::m_ratio_wl,
+                                               &SrifFilter::m_ratio};
+    return kRatios[s_place(level)];
+  }
   int m_nfix = 0;
   int m_ndia = 1;  ///< rows that outlier adaptation treats in one pass
   std::vector<SrifPamt> m_pamt;
@@ -167,7 +174,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::list<SrifPamt*> m_ambdel;  ///< copies of the records deleted in this epoch
   std::vector<Station> m_stations;
   SrifPamt** m_pmtab = nullptr;  ///< [station][160][5], owns nothing
-  std::map<std::string, std::map<std::string, std::map<std::string, double>>> m_fixmap;
+  FixMap m_fixmap;               ///< read and written through Fixes and FixRecord
   std::map<std::string, std::map<std::string, double>> m_ambhold;
   std::map<std::string, std::map<std::string, std::unique_ptr<HMWfilter>>> m_hmw;  ///< tag, station
   /// A candidate of a level against its reference satellite, in this epoch.
@@ -177,8 +184,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
     bool fixed = false;
     int integer = 0;
   };
-  std::map<std::string, std::vector<LevelCandidate>> m_candidates;  ///< by level, of this epoch
-  std::vector<std::vector<int>> m_ambreset;                         ///< station, satellite, slot
+  std::vector<LevelCandidate> m_candidates[kLevelCount];  ///< by place of the level, of this epoch
+  std::vector<std::vector<int>> m_ambreset;               ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
   int* m_ewlint = nullptr;                  ///< [station][160] held extra-wide-lane integer

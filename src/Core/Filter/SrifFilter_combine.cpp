@@ -106,10 +106,7 @@ int SrifFilter::m_formAfif(int ista, int isat, int fq1, int fq2, double* wgt, in
   const Ssat_t& sat = sta.m_sat[isat];
   const int isys = config.m_sysOfRow(isat);
   if (!m_ewlflag || !m_ewlflag[ista * kMaxSat + isat] || !m_afifccf.contains(SYS[isys])) return row;
-  const auto& fixes = m_fixmap[sta.m_name]["ewl"];
-  const std::string& name = config.m_cprn[isat];
-  const auto state = fixes.find(name + "_ifab");
-  if (!fixes.contains(name) || state == fixes.end() || state->second <= 1.0) return row;
+  if (!Fixes(m_fixmap, sta.m_name, Level::extraWideLane).m_isFixed(isat)) return row;
   if (sat.m_xx[0] == 0.0 || sat.m_xx[1] == 0.0 || sat.m_xx[2] == 0.0) return row;
 
   Combined phase;
@@ -192,7 +189,7 @@ double SrifFilter::v_form_AFIF(Station& sta, int isat, double* wgt) {
   // The held integer takes the frequency out that the wide-lane pair does not use.
   const auto ista = static_cast<std::ptrdiff_t>(&sta - m_stations.data());
   const double integer = m_ewlint[ista * kMaxSat + isat];
-  if (config.m_ambconfig[1].ambfreq[isys][1] != 2)
+  if (config.m_settingsOf(Level::wideLane).ambfreq[isys][1] != 2)
     return value + kLight / satellite.m_freq[2] * c[2] * integer;
   return value - kLight / satellite.m_freq[1] * c[1] * integer;
 }
@@ -200,7 +197,7 @@ double SrifFilter::v_form_AFIF(Station& sta, int isat, double* wgt) {
 double SrifFilter::v_setAFIF_lam(int isat, int* slot1, int* slot2) {
   const Deploy& config = s_config();
   const int isys = config.m_sysOfRow(isat);
-  const int* pair = config.m_ambconfig[1].ambfreq[isys];
+  const int* pair = config.m_settingsOf(Level::wideLane).ambfreq[isys];
   if (slot1) *slot1 = pair[0];
   if (slot2) *slot2 = pair[1];
   const auto coefficients = m_afifccf.find(SYS[isys]);

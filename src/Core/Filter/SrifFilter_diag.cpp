@@ -183,36 +183,27 @@ void SrifFilter::m_writeClocks() const {
 
 void SrifFilter::m_writeFixes() const {
   LineWriter out(mjd, sod);
-  const std::pair<const char*, double> levels[] = {{"ewl", m_ratio_ewl}, {"wl", m_ratio_wl}, {"n1", m_ratio}};
-  for (const Station& sta : m_stations) {
-    const auto station = m_fixmap.find(sta.m_name);
-    if (station == m_fixmap.end()) continue;
-    for (const auto& [tag, ratio] : levels) {
-      const auto fixes = station->second.find(tag);
-      int fixed = 0;
-      if (fixes != station->second.end())
-        for (const auto& [key, value] : fixes->second) fixed += key.ends_with("_ifab") && value > 1.0 ? 1 : 0;
-      out.m_add("FIX", sta.m_name, "%s %d %.3f", tag, fixed, ratio);
-    }
-  }
+  for (const Station& sta : m_stations)
+    for (const LevelTraits& level : kLevels)
+      out.m_add("FIX", sta.m_name, "%s %d %.3f", level.tag, Fixes(m_fixmap, sta.m_name, level.tag).m_count(),
+                this->*s_ratioOf(level.level));
 }
 
 void SrifFilter::m_writeCandidates() const {
   const Deploy& config = s_config();
   const std::string& station = m_stations[0].m_name;
   LineWriter out(mjd, sod);
-  for (int layer = 0; layer < 3; ++layer) {
-    const Upd_ambconfig& cfg = config.m_ambconfig[layer];
-    const auto level = m_candidates.find(cfg.m_tag);
-    if (level == m_candidates.end()) continue;
-    for (const LevelCandidate& c : level->second) {
+  for (const LevelTraits& level : kLevels) {
+    const Upd_ambconfig& cfg = config.m_settingsOf(level.level);
+    const bool last = level.level == Level::last;
+    for (const LevelCandidate& c : m_candidates[s_place(level.level)]) {
       const int isys = config.m_sysOfRow(c.isat);
       const int* pair = cfg.ambfreq[isys];
-      std::string slots = s_slotName(isys, s_has(cfg.m_ambType, "raw") && cfg.m_tag == "n1" ? 0 : pair[0]);
-      if (cfg.m_tag != "n1") slots.append("-").append(s_slotName(isys, pair[1]));
+      std::string slots = s_slotName(isys, last && s_has(cfg.m_ambType, "raw") ? 0 : pair[0]);
+      if (!last) slots.append("-").append(s_slotName(isys, pair[1]));
       const std::string integer = c.fixed ? std::to_string(c.integer) : "-";
       out.m_add("INT", station, "%s %s %s %s %.4f %s", config.m_cprn[c.isat].c_str(),
-                config.m_cprn[c.iref].c_str(), cfg.m_tag.c_str(), slots.c_str(), c.value, integer.c_str());
+                config.m_cprn[c.iref].c_str(), level.tag, slots.c_str(), c.value, integer.c_str());
     }
   }
 }

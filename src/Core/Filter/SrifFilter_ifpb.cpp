@@ -21,14 +21,12 @@ constexpr int kRestart = 5;         ///< m_ambstate
 /// Fixed extra-wide-lanes of one system: satellite rows and values.
 class FixedSet {
  public:
-  FixedSet(const std::map<std::string, double>& fixes, int isys) {
+  FixedSet(const Fixes& fixes, int isys) {
     const Deploy& config = s_config();
     for (int isat = 0; isat < config.m_nsat; ++isat) {
-      if (config.m_sysOfRow(isat) != isys) continue;
-      const auto value = fixes.find(config.m_cprn[isat]), state = fixes.find(config.m_cprn[isat] + "_ifab");
-      if (value == fixes.end() || state == fixes.end() || state->second <= 1.0) continue;
+      if (config.m_sysOfRow(isat) != isys || !fixes.m_isFixed(isat)) continue;
       m_rows.push_back(isat);
-      m_value[isat] = value->second;
+      m_value[isat] = *fixes.m_value(isat);
     }
   }
   const std::vector<int>& m_satellites() const { return m_rows; }
@@ -102,7 +100,7 @@ void SrifFilter::m_ewl_amb_holder() {
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int isat = 0; isat < config.m_nsat; ++isat) {
-      const int* pair = config.m_ambconfig[0].ambfreq[config.m_sysOfRow(isat)];
+      const int* pair = config.m_settingsOf(Level::extraWideLane).ambfreq[config.m_sysOfRow(isat)];
       const auto slipped = [&](int slot) {
         return slot >= 0 && slot < kFreq && sta.m_sat[isat].m_slip[slot] != 0;
       };
@@ -117,7 +115,7 @@ void SrifFilter::m_holdSystem(int ista, int isys) {
   Station& sta = m_stations[static_cast<std::size_t>(ista)];
   int* held = m_ewlflag + ista * kMaxSat;
   int* integer = m_ewlint + ista * kMaxSat;
-  const FixedSet fixed(m_fixmap[sta.m_name]["ewl"], isys);
+  const FixedSet fixed(Fixes(m_fixmap, sta.m_name, Level::extraWideLane), isys);
   if (fixed.m_satellites().empty()) return;
   const char* first = m_stations[0].m_name.c_str();
   const char* second = m_stations.size() > 1 ? m_stations[1].m_name.c_str() : "";

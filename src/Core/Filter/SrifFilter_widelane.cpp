@@ -11,8 +11,10 @@ namespace {
 /// The levels that are fixed from smoothed wide-lanes, in the order of the levels.
 template <typename Visit>
 void s_forEachSmoothedLevel(Visit visit) {
-  for (const Upd_ambconfig* level : {&s_config().m_ambconfig[0], &s_config().m_ambconfig[1]})
-    if (level->m_resolution && s_has(level->m_ambType, "mw")) visit(*level);
+  for (const LevelTraits& level : kLevels) {
+    const Upd_ambconfig& settings = s_config().m_settingsOf(level.level);
+    if (level.smoothedTag && settings.m_resolution && s_has(settings.m_ambType, "mw")) visit(settings);
+  }
 }
 
 }  // namespace
@@ -30,16 +32,16 @@ void SrifFilter::m_smoothWidelanes() {
       HMWfilter& smoother = *filters.at(sta.m_name);
       smoother.m_upd = m_upd;
       smoother.m_process(&sta);
-      std::map<std::string, double>& fixes = m_fixmap[sta.m_name][tag];
-      fixes.clear();
-      for (const auto& [cprn, arc] : smoother.m_ambs) {
-        if (arc.ifix < 2) continue;
-        fixes[cprn] = arc.xsm;
-        fixes[cprn + "_ifab"] = tag == "ewl" ? 2.0 : 3.0;
-        fixes[cprn + "_ptime0"] = arc.ptime0;
-        fixes[cprn + "_ptime1"] = arc.ptime1;
+      const LevelTraits& level = s_traits(s_levelOf(tag));
+      for (const char* record : {level.tag, level.smoothedTag}) {
+        FixRecord fixes(m_fixmap, sta.m_name, record);
+        fixes.m_clear();
+        for (const auto& [cprn, arc] : smoother.m_ambs) {
+          if (!arc.m_isFixed()) continue;
+          fixes.m_setFixed(arc.isat, arc.xsm, level.level);
+          fixes.m_setArc(arc.isat, arc.ptime0, arc.ptime1);
+        }
       }
-      m_fixmap[sta.m_name][tag + "_mw"] = fixes;
     }
   }
 }
@@ -48,7 +50,7 @@ void SrifFilter::m_smoothWidelanes() {
 /// slot 1 is taken as that of the extra-wide-lane.
 void SrifFilter::m_restartWidelanes(int ista, int isat, int ifreq) {
   for (auto& [tag, filters] : m_hmw) {
-    if (ifreq != 0 && !(ifreq == 1 && tag == "ewl")) continue;
+    if (ifreq != 0 && !(ifreq == 1 && s_levelOf(tag) == Level::extraWideLane)) continue;
     HMWfilter& smoother = *filters.at(m_stations[static_cast<std::size_t>(ista)].m_name);
     const auto arc = smoother.m_ambs.find(s_config().m_cprn[isat]);
     if (arc != smoother.m_ambs.end()) smoother.m_init_amb(arc->second, isat);

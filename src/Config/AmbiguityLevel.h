@@ -1,0 +1,48 @@
+#pragma once
+/// \file AmbiguityLevel.h
+/// The levels of the integer resolution and all that follows from being one: order, names, codes.
+
+#include <iterator>
+#include <string_view>
+
+namespace tarvio {
+
+/// In the order of the resolution: each level rests on the one before it. The number is its place in
+/// Deploy::m_ambconfig.
+enum class Level : int {
+  extraWideLane,  ///< two close frequencies, wavelengths of metres
+  wideLane,       ///< wavelengths of about 0.8 m
+  last,           ///< narrow-lane or first frequency, 0.1 to 0.2 m: what makes the position precise
+};
+
+struct LevelTraits {
+  Level level;
+  const char* tag;          ///< in the configuration, the stores of biases and the record of fixes
+  const char* smoothedTag;  ///< in the record of fixes, from smoothed wide-lanes alone; null: there are none
+  int fixedState;           ///< of a fixed satellite in the record of fixes
+  int solutionStatus;       ///< SrifFilter::m_solstat with the level's integers in the solution
+};
+
+inline constexpr LevelTraits kLevels[] = {
+    {Level::extraWideLane, "ewl", "ewl_mw", 2, 3},
+    {Level::wideLane, "wl", "wl_mw", 3, 4},
+    {Level::last, "n1", nullptr, 5, 5},
+};
+inline constexpr int kLevelCount = std::size(kLevels);
+
+constexpr int s_place(Level level) { return static_cast<int>(level); }
+constexpr const LevelTraits& s_traits(Level level) { return kLevels[s_place(level)]; }
+
+/// The level before, null for the first.
+constexpr const LevelTraits* s_levelBefore(Level level) {
+  return level == Level::extraWideLane ? nullptr : &kLevels[s_place(level) - 1];
+}
+
+/// The level of a tag, the last for any other text.
+constexpr Level s_levelOf(std::string_view tag) {
+  for (const LevelTraits& traits : kLevels)
+    if (tag == traits.tag) return traits.level;
+  return Level::last;
+}
+
+}  // namespace tarvio
