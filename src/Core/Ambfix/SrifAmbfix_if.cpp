@@ -1,5 +1,6 @@
 #include "Core/Ambfix/SrifAmbfix_if.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "Common/Logtrace.h"
@@ -117,7 +118,7 @@ void s_resolve(const Routine& level, const std::string& prosys, SrifFilter* filt
                                         idx.data(), s0, n, ifix, flags, &(filter->*level.ratio))) {
     Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] adding %s constraint %9.3lf\n", level.function, __LINE__,
                          filter->mjd, filter->sod, level.tag, filter->*level.ratio);
-    level.constrain(level.tag, filter, updc, ifix, flags, s0);
+    if (!level.constrain(level.tag, filter, updc, ifix, flags, s0)) std::fill_n(flags, kMaxSat, 0);
   }
   SrifAmbfix_if::s_if_update_record(level.tag, filter, x.data(), idx.data(), n, ifix, flags, s0);
 }
@@ -196,17 +197,16 @@ int SrifAmbfix_if::s_if_form_nl_vari(const Updc* updc, SrifFilter* filter, const
   return *nlist = static_cast<int>(pairs.size());
 }
 
-void SrifAmbfix_if::s_if_coninfs_wl(const char*, SrifFilter* filter, const Updc* updc, const int* ifix,
+bool SrifAmbfix_if::s_if_coninfs_wl(const char*, SrifFilter* filter, const Updc* updc, const int* ifix,
                                     const int* flags, const int* s0) {
   std::vector<ConstraintRow> rows;
   s_forEachFixed(filter, kSlotWl, flags, s0, [&](const Pair& pair, int isat, int iref) {
     rows.push_back(s_constraint(pair, ifix[isat] + Raw::s_updTerm(updc, isat, iref)));
   });
-  if (!Raw::s_roomForRows(filter, rows.size())) Raw::s_exitNoRoom(__func__, __LINE__, filter, rows.size());
-  Raw::s_foldRows(filter, rows, kStatusWl);
+  return Raw::s_foldRows(filter, rows, kStatusWl);
 }
 
-void SrifAmbfix_if::s_if_coninfs_n1(const char*, SrifFilter* filter, const Updc* updc, const int* ifix,
+bool SrifAmbfix_if::s_if_coninfs_n1(const char*, SrifFilter* filter, const Updc* updc, const int* ifix,
                                     const int* flags, const int* s0) {
   const Upd_ambconfig& cfg = s_narrowLane();
   std::vector<ConstraintRow> rows;
@@ -216,8 +216,7 @@ void SrifAmbfix_if::s_if_coninfs_n1(const char*, SrifFilter* filter, const Updc*
     const double cycles = ifix[isat] + Raw::s_updTerm(updc, isat, iref) + share;
     rows.push_back(s_constraint(pair, cycles * cfg.lamNL[isat]));
   });
-  if (!Raw::s_roomForRows(filter, rows.size())) Raw::s_exitNoRoom(__func__, __LINE__, filter, rows.size());
-  Raw::s_foldRows(filter, rows, kStatusN1);
+  return Raw::s_foldRows(filter, rows, kStatusN1);
 }
 
 void SrifAmbfix_if::s_if_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,

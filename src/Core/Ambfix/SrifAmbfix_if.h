@@ -36,11 +36,10 @@ class SrifAmbfix_if {
   static int s_if_form_nl_vari(const Updc* updc, SrifFilter* filter, const double* Qamb, int nc,
                                const int* s0, std::vector<double>& Q, std::vector<double>& x,
                                std::vector<int>& idx, int* nlist);
-  /// Enter the integers of flagged satellites as constraints; end the process when the array has no
-  /// room for them.
-  static void s_if_coninfs_wl(const char* tag, SrifFilter* filter, const Updc* updc, const int* ifix,
+  /// The integers of flagged satellites as constraints. \return whether they found room
+  static bool s_if_coninfs_wl(const char* tag, SrifFilter* filter, const Updc* updc, const int* ifix,
                               const int* flags, const int* s0);
-  static void s_if_coninfs_n1(const char* tag, SrifFilter* filter, const Updc* updc, const int* ifix,
+  static bool s_if_coninfs_n1(const char* tag, SrifFilter* filter, const Updc* updc, const int* ifix,
                               const int* flags, const int* s0);
   static void s_if_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx, int n,
                                  const int* ifix, const int* flags, const int* s0);

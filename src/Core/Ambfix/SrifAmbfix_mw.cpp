@@ -43,7 +43,9 @@ void SrifAmbfix_raw::s_raw_resolve_from_mw(const char* tag, SrifFilter* filter, 
     record.m_setFixed(isat, ifix[isat], level);
     ++filter->m_nfix;
   }
-  s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);
+  if (s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0)) return;
+  record.m_clear();
+  filter->m_nfix = 0;
 }
 
 }  // namespace tarvio

@@ -43,8 +43,7 @@ void SrifAmbfix_raw::s_raw_resolve_wl(const char* tag, SrifFilter* filter, const
         return s_raw_form_wl_vari(tag, cfg, updc, filter, false, Qamb, nc, s0, Q, x, idx, nlist);
       },
       [&](const int* ifix, const int* flags) {
-        s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);
-        return true;
+        return s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);
       });
 }
 

@@ -88,21 +88,17 @@ class SrifAmbfix_raw {
   static double s_updTerm(const Updc* updc, int isat, int iref);
 
   // --- constraints and the record of fixes ------------------------------------------------------
-  static void s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
+  /// The integers of flagged satellites as constraints. \return whether they found room; without it the
+  /// array stays as the level before left it
+  static bool s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
                                const Updc* updc, const int* ifix, const int* flags, const int* s0);
-  /// \return whether the rows found room
   static bool s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                const int* s0);
   static bool s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                const int* s0);
-  /// Whether so many constraint rows find room below the triangle.
-  static bool s_roomForRows(const SrifFilter* filter, std::size_t rows);
-  /// Writes the rows below the triangle, sets m_solstat, re-triangularises and solves. The caller has
-  /// seen to the room. No rows: nothing happens.
-  static void s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat);
-  /// Prints the text of constraints without room and ends the process.
-  [[noreturn]] static void s_exitNoRoom(const char* function, int line, const SrifFilter* filter,
-                                        std::size_t rows);
+  /// Writes the rows below the triangle, sets m_solstat, re-triangularises and solves. No rows: nothing
+  /// happens. \return false when there is no room for so many; the status log says so the first time
+  static bool s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat);
   static void s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx, int n,
                                   const int* ifix, const int* flags, const int* s0);
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "Common/CMat.h"
-#include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/FilterConfig.h"
@@ -33,33 +32,23 @@ std::vector<ConstraintRow> s_collect(const int* flags, const int* s0, Fill fill)
   return rows;
 }
 
-/// Fixes that find no room leave the epoch as the level before left it. \return whether there is some
-bool s_foldIfRoom(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat) {
-  if (SrifAmbfix_raw::s_roomForRows(filter, rows.size())) {
-    SrifAmbfix_raw::s_foldRows(filter, rows, solstat);
-    return true;
-  }
-  Logtrace::m_logStatInfo("[%d %9.1lf] no room for %d constraints, the level stays open\n", filter->mjd,
-                          filter->sod, static_cast<int>(rows.size()));
-  return false;
-}
-
 }  // namespace
 
-bool SrifAmbfix_raw::s_roomForRows(const SrifFilter* filter, std::size_t rows) {
-  return filter->imtx + static_cast<int>(rows) + 1 < filter->ldinfs;
-}
-
-void SrifAmbfix_raw::s_exitNoRoom(const char* function, int line, const SrifFilter* filter,
-                                  std::size_t rows) {
-  Logtrace::m_logStatInfo("s_raw_coninfs_wl ERROR: nobs(%d) imtx(%d) nmtxY(%d)\n", static_cast<int>(rows),
-                          filter->imtx, filter->ldinfs);
-  s_exitByCode(function, line);
-}
-
-void SrifAmbfix_raw::s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat) {
-  if (rows.empty()) return;
+bool SrifAmbfix_raw::s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat) {
   const int imtx = filter->imtx, count = static_cast<int>(rows.size());
+  if (imtx + count + 1 >= filter->ldinfs) {
+    if (!filter->m_noRoomTold) {
+      Logtrace::m_logStatInfo("s_raw_coninfs_wl ERROR: nobs(%d) imtx(%d) nmtxY(%d)\n", count, imtx,
+                              filter->ldinfs);
+      Logtrace::m_logStatInfo(
+          "[%d %9.1lf] no room for these constraints: levels whose constraints find none "
+          "stay open, told once\n",
+          filter->mjd, filter->sod);
+    }
+    filter->m_noRoomTold = true;
+    return false;
+  }
+  if (rows.empty()) return true;
   double* infs = filter->infs;
   for (int column = 0; column <= imtx; ++column) std::fill_n(infs + filter->iptx[column] + imtx, count, 0.0);
   for (int k = 0; k < count; ++k) {
@@ -73,9 +62,10 @@ void SrifAmbfix_raw::s_foldRows(SrifFilter* filter, const std::vector<Constraint
   // What the constraints leave over is no part of the state; rows below the triangle are zero at rest.
   std::fill_n(infs + filter->iptx[imtx] + imtx, count, 0.0);
   filter->m_solve_update();
+  return true;
 }
 
-void SrifAmbfix_raw::s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
+bool SrifAmbfix_raw::s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
                                       const Updc* updc, const int* ifix, const int* flags, const int* s0) {
   const auto rows = s_collect(flags, s0, [&](int isat, int iref, int isys, ConstraintRow& row) {
     row.target = ifix[isat] + s_updTerm(updc, isat, iref);
@@ -88,8 +78,7 @@ void SrifAmbfix_raw::s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg,
       row.target -= sign * (own->xini - reference->xini);
     }
   });
-  if (!s_roomForRows(filter, rows.size())) s_exitNoRoom(__func__, __LINE__, filter, rows.size());
-  s_foldRows(filter, rows, std::strcmp(tag, "ewl") == 0 ? kStatusEwl : kStatusWl);
+  return s_foldRows(filter, rows, std::strcmp(tag, "ewl") == 0 ? kStatusEwl : kStatusWl);
 }
 
 bool SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
@@ -101,7 +90,7 @@ bool SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, cons
     row.add(reference->ipar, -1.0);
     row.target = ifix[isat] + s_updTerm(updc, isat, iref) - own->xini + reference->xini;
   });
-  return s_foldIfRoom(filter, rows, kStatusN1);
+  return s_foldRows(filter, rows, kStatusN1);
 }
 
 bool SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
@@ -124,7 +113,7 @@ bool SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, cons
       row.target -= a * (satellite->xini - base->xini);
     }
   });
-  return s_foldIfRoom(filter, rows, kStatusN1);
+  return s_foldRows(filter, rows, kStatusN1);
 }
 
 void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,

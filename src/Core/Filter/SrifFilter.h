@@ -168,7 +168,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
     return kRatios[s_place(level)];
   }
   int m_nfix = 0;
-  int m_ndia = 1;  ///< rows that outlier adaptation treats in one pass
+  bool m_noRoomTold = false;  ///< constraints of a level found no room, and the status log says so
+  int m_ndia = 1;             ///< rows that outlier adaptation treats in one pass
   std::vector<SrifPamt> m_pamt;
   std::list<SrifPamt*> m_ionlist, m_amblist;
   std::list<SrifPamt*> m_ambdel;  ///< copies of the records deleted in this epoch
