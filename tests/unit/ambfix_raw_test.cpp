@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Common/ComGeometry.h"
+#include "Core/Ambfix/LevelForm.h"
 #include "Core/Ambfix/SrifFilter_iar.h"
 #include "support/filter_world.h"
 
@@ -128,7 +129,7 @@ TEST_F(AmbfixRaw, ConstraintsHoldTheTriangleComesBackAndAFailedSearchEmptiesTheR
   EXPECT_EQ(filter->m_solstat, 5);
   EXPECT_TRUE(std::equal(plain.begin(), plain.end(), filter->infs)) << "a fix has reached the float filter";
   const auto ionosphereFree = [&](int isat, double n1, double n2) {
-    const auto nl = SrifAmbfix_raw::s_narrowLane(m_cfg(kN1), isat);
+    const auto nl = tarvio::s_narrowLane(m_cfg(kN1), isat);
     return nl.a1 * n1 + nl.a2 * n2;
   };
   const auto error = [&](int i) {

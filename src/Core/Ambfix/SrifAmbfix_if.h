@@ -2,13 +2,9 @@
 /// \file SrifAmbfix_if.h
 /// Integer resolution of ionosphere-free ambiguities in two levels: "wl" on slot 1, a wide-lane in
 /// cycles that only the three-frequency combination "AFIF" estimates, and "n1" on slot 0, the
-/// ionosphere-free ambiguity in metres. With the wide-lane N known the latter is a narrow-lane:
-///
-///   B_if = lam_NL (N1 + N / (f1/f2 - 1)),  lam_NL = c/(f1 + f2)
-///
-/// (Ge et al. 2008, J. Geodesy 82; Collins et al. 2010, Navigation 57). Arguments, search, weight of
-/// the constraints and record of fixes are those of SrifAmbfix_raw. `prosys` holds the letters of the
-/// systems that take part. Everything is static; the state is the filter's.
+/// ionosphere-free ambiguity in metres, a narrow-lane with the wide-lane known (LevelForm.h).
+/// Arguments, search, weight of the constraints and record of fixes are those of SrifAmbfix_raw.
+/// `prosys` holds the letters of the systems that take part. Everything is static; the state is the filter's.
 
 #include <string>
 #include <vector>

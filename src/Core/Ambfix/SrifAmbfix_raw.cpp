@@ -1,68 +1,139 @@
-/// One level of the resolution, from the float state to the constraints and the record.
+/// The levels of separate frequencies by their tags.
 
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 
-#include <cstring>
+#include <cmath>
 
+#include "Common/CMat.h"
+#include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
 
 namespace tarvio {
 
 namespace {
 
-enum Layer { kEwl, kWl, kN1 };
-
-/// A level's share of the pipeline: `form` makes the candidates, `constrain` applies their integers.
-template <typename Form, typename Constrain>
-void s_resolveLevel(const char* tag, const Upd_ambconfig& cfg, bool flag, SrifFilter* filter,
-                    const Updc* updc, int* s0, double* ratio, Form form, Constrain constrain) {
-  int ifix[kMaxSat] = {}, flags[kMaxSat] = {};
-  std::vector<double> Qamb, Q, x;
-  std::vector<int> idx;
-  int nlist = 0, n = 0;
-  const int nc = SrifAmbfix_raw::s_ambCovariance(filter, Qamb);
-  SrifAmbfix_raw::s_raw_pickValid_s0(tag, cfg, updc, flag, filter, s0);
-  if (nc > 0) n = form(Qamb.data(), nc, Q, x, idx, &nlist);
-  if (n > 0 &&
-      SrifAmbfix_raw::s_raw_ddsrch_lambda(cfg.m_successRate, Q.data(), nlist, filter->m_sig0, x.data(),
-                                          idx.data(), s0, n, ifix, flags, ratio) &&
-      !constrain(ifix, flags)) {
-    std::fill_n(flags, kMaxSat, 0);
-  }
-  SrifAmbfix_raw::s_raw_update_record(tag, filter, x.data(), idx.data(), n, ifix, flags, s0);
+/// Of the two wide-lane levels.
+Level s_wideLaneOf(const char* tag) {
+  const Level level = s_levelOf(tag);
+  return level == Level::extraWideLane ? level : Level::wideLane;
 }
+
+const Upd_ambconfig& s_lastSettings() { return s_config().m_settingsOf(Level::last); }
 
 }  // namespace
 
+// ---- what may enter, references, candidates ----
+
+bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ia, int ib, bool flag,
+                                    const Upd_ambconfig& cfg) {
+  return s_mayEnter(s_levelOf(tag), filter, isat, ia, ib, flag, cfg);
+}
+
+bool SrifAmbfix_raw::s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ifreq, bool flag,
+                                    const Upd_ambconfig& cfg) {
+  return s_mayEnter(s_levelOf(tag), filter, isat, ifreq, flag, cfg);
+}
+
+void SrifAmbfix_raw::s_raw_pickValid_s0(const char* tag, const Upd_ambconfig& cfg, const Updc* updc,
+                                        bool flag, SrifFilter* filter, int* s0) {
+  const SeparateWideLane form(s_levelOf(tag), cfg, flag);
+  LevelResolution(form, filter, updc).m_pickReferences(SYS, s0);
+}
+
+int SrifAmbfix_raw::s_ambCovariance(const SrifFilter* filter, std::vector<double>& Qamb) {
+  const int npi = filter->npi, nc = filter->imtx - npi;
+  Qamb.clear();
+  if (nc < 1) return 0;
+  // The ambiguities are the last columns of R, so their block of R^-1 is the inverse of their own
+  // triangle, and the rest of R has no part in their covariance.
+  const auto n = static_cast<std::size_t>(nc);
+  const double* triangle = filter->infs + filter->iptx[npi] + npi;
+  std::vector<double> inverse(n * (n + 1) / 2);
+  CMat::CMat_InverUU(triangle, inverse.data(), filter->ldinfs, nc, 'W');
+  Qamb.assign(n * n, 0.0);
+  const double* column = inverse.data();
+  for (std::size_t k = 0; k < n; column += ++k) {
+    for (std::size_t j = 0; j <= k; ++j) {
+      const double w = column[j];
+      double* out = Qamb.data() + j * n;
+      for (std::size_t i = 0; i <= j; ++i) out[i] += w * column[i];
+    }
+  }
+  for (std::size_t j = 0; j < n; ++j) {
+    if (!std::isfinite(Qamb[j * n + j])) return 0;
+    for (std::size_t i = 0; i < j; ++i) Qamb[i * n + j] = Qamb[j * n + i];
+  }
+  return nc;
+}
+
+int SrifAmbfix_raw::s_raw_form_wl_vari(const char* tag, const Upd_ambconfig& cfg, const Updc* updc,
+                                       SrifFilter* filter, bool flag, const double* Qamb, int nc, int* s0,
+                                       std::vector<double>& Q, std::vector<double>& x, std::vector<int>& idx,
+                                       int* nlist) {
+  return LevelResolution(SeparateWideLane(s_wideLaneOf(tag), cfg, flag), filter, updc)
+      .m_formProblem(Qamb, nc, s0)
+      .m_handOver(Q, x, idx, nlist);
+}
+
+int SrifAmbfix_raw::s_raw_form_n1_vari(const Updc* updc, SrifFilter* filter, bool, const double* Qamb, int nc,
+                                       int* s0, std::vector<double>& Q, std::vector<double>& x,
+                                       std::vector<int>& idx, int* nlist) {
+  return LevelResolution(SeparateFirstFrequency(s_lastSettings()), filter, updc)
+      .m_formProblem(Qamb, nc, s0)
+      .m_handOver(Q, x, idx, nlist);
+}
+
+int SrifAmbfix_raw::s_raw_form_NL_vari(const Updc* updc, SrifFilter* filter, bool, const double* Qamb, int nc,
+                                       int* s0, std::vector<double>& Q, std::vector<double>& x,
+                                       std::vector<int>& idx, int* nlist) {
+  return LevelResolution(SeparateNarrowLane(s_lastSettings()), filter, updc)
+      .m_formProblem(Qamb, nc, s0)
+      .m_handOver(Q, x, idx, nlist);
+}
+
+// ---- constraints and record ----
+
+bool SrifAmbfix_raw::s_raw_coninfs_wl(const char* tag, const Upd_ambconfig& cfg, SrifFilter* filter,
+                                      const Updc* updc, const int* ifix, const int* flags, const int* s0) {
+  return LevelResolution(SeparateWideLane(s_wideLaneOf(tag), cfg, false), filter, updc)
+      .m_constrain({ifix, flags}, s0);
+}
+
+bool SrifAmbfix_raw::s_raw_coninfs_nl(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+                                      const int* s0) {
+  return LevelResolution(SeparateFirstFrequency(s_lastSettings()), filter, updc)
+      .m_constrain({ifix, flags}, s0);
+}
+
+bool SrifAmbfix_raw::s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
+                                      const int* s0) {
+  return LevelResolution(SeparateNarrowLane(s_lastSettings()), filter, updc).m_constrain({ifix, flags}, s0);
+}
+
+void SrifAmbfix_raw::s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx,
+                                         int n, const int* ifix, const int* flags, const int* s0) {
+  LevelProblem problem;
+  problem.x.assign(x, x + n);
+  problem.idx.assign(idx, idx + n);
+  s_recordLevel(s_levelOf(tag), filter, problem, {ifix, flags}, s0);
+}
+
+// ---- one level ----
+
 void SrifAmbfix_raw::s_raw_resolve_wl(const char* tag, SrifFilter* filter, const Updc* updc, int* s0) {
-  const bool extra = std::strcmp(tag, "ewl") == 0;
-  const Upd_ambconfig& cfg = s_config().m_ambconfig[extra ? kEwl : kWl];
-  s_resolveLevel(
-      tag, cfg, false, filter, updc, s0, extra ? &filter->m_ratio_ewl : &filter->m_ratio_wl,
-      [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
-        return s_raw_form_wl_vari(tag, cfg, updc, filter, false, Qamb, nc, s0, Q, x, idx, nlist);
-      },
-      [&](const int* ifix, const int* flags) {
-        return s_raw_coninfs_wl(tag, cfg, filter, updc, ifix, flags, s0);
-      });
+  const Level level = s_wideLaneOf(tag);
+  const SeparateWideLane form(level, s_config().m_settingsOf(level), false);
+  LevelResolution(form, filter, updc).m_resolve(SYS, s0);
 }
 
 void SrifAmbfix_raw::s_raw_resolve_n1(SrifFilter* filter, const Updc* updc, int* s0) {
-  s_resolveLevel(
-      "n1", s_config().m_ambconfig[kN1], true, filter, updc, s0, &filter->m_ratio,
-      [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
-        return s_raw_form_n1_vari(updc, filter, true, Qamb, nc, s0, Q, x, idx, nlist);
-      },
-      [&](const int* ifix, const int* flags) { return s_raw_coninfs_nl(filter, updc, ifix, flags, s0); });
+  const SeparateFirstFrequency form(s_lastSettings());
+  LevelResolution(form, filter, updc).m_resolve(SYS, s0);
 }
 
 void SrifAmbfix_raw::s_raw_resolve_NL(SrifFilter* filter, const Updc* updc, int* s0) {
-  s_resolveLevel(
-      "n1", s_config().m_ambconfig[kN1], true, filter, updc, s0, &filter->m_ratio,
-      [&](const double* Qamb, int nc, auto& Q, auto& x, auto& idx, int* nlist) {
-        return s_raw_form_NL_vari(updc, filter, true, Qamb, nc, s0, Q, x, idx, nlist);
-      },
-      [&](const int* ifix, const int* flags) { return s_raw_coninfs_NL(filter, updc, ifix, flags, s0); });
+  const SeparateNarrowLane form(s_lastSettings());
+  LevelResolution(form, filter, updc).m_resolve(SYS, s0);
 }
 
 }  // namespace tarvio

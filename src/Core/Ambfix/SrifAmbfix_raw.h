@@ -1,7 +1,8 @@
 #pragma once
 /// \file SrifAmbfix_raw.h
 /// Integer resolution of ambiguities on separate frequencies, one level at a time: "ewl" and "wl"
-/// (differences of two frequencies of a satellite), then "n1" (first frequency or narrow-lane).
+/// (differences of two frequencies of a satellite), then "n1" (first frequency or narrow-lane). The entries
+/// for hosts and tests that name levels by their tags; LevelResolution.h has the steps behind them.
 ///
 /// The filter holds undifferenced ambiguities. Here, and only for the search, they are differenced
 /// against one reference satellite per system. A fix enters the square root as a pseudo-observation
@@ -20,29 +21,9 @@
 
 namespace tarvio {
 
-/// One constraint: sum of coefficient times parameter = target, in cycles or metres.
-struct ConstraintRow {
-  struct Term {
-    int column;
-    double coefficient;
-  };
-  Term terms[4];
-  int count = 0;
-  double target = 0.0;
-
-  void add(int column, double coefficient) { terms[count++] = {column, coefficient}; }
-};
-
-/// Coefficients of the ionosphere-free combination of a satellite's pair, with its narrow-lane:
-/// a1 N1 + a2 N2 in metres, a = alpha c/f1 and beta c/f2.
-struct NarrowLane {
-  double a1 = 0.0, a2 = 0.0;
-  double lamNL = 0.0;  ///< m, c/(f1 + f2)
-};
-
 class SrifAmbfix_raw {
  public:
-  // --- what may enter a level -------------------------------------------------------------------
+  // --- references and candidates ----------------------------------------------------------------
   /// Whether the ambiguity of slots `ia` and `ib` (-1: not asked for) may enter a level: elevation,
   /// length of the arc, state of the level before.
   static bool s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ia, int ib, bool flag,
@@ -51,25 +32,14 @@ class SrifAmbfix_raw {
   /// and no stale arcs.
   static bool s_validamb_iar(const char* tag, SrifFilter* filter, int isat, int ifreq, bool flag,
                              const Upd_ambconfig& cfg);
-  /// Whether the product holds both slots of the pair of `cfg` for the satellite; null passes.
-  static bool s_hasProduct(const Updc* updc, int isat, const Upd_ambconfig& cfg);
-  /// Satellites that are never a reference (C38, C39, C40: inclined geosynchronous orbits).
-  static bool s_barredReference(int isat);
-  /// Whether the record of a level holds the satellite as fixed (its state is above 1.0).
-  static bool s_isFixed(const SrifFilter* filter, const char* tag, int isat);
-  /// Value of a satellite in the record of a level, cycles; false when it is not there.
-  static bool s_recordValue(const SrifFilter* filter, const char* tag, int isat, double* value);
-
-  // --- references and candidates ----------------------------------------------------------------
   static void s_raw_pickValid_s0(const char* tag, const Upd_ambconfig& cfg, const Updc* updc, bool flag,
                                  SrifFilter* filter, int* s0);
   /// Covariance of the ambiguity columns, nc x nc, from their own triangle. \returns nc; 0 when there
   /// are none or the triangle is singular
   static int s_ambCovariance(const SrifFilter* filter, std::vector<double>& Qamb);
-  static NarrowLane s_narrowLane(const Upd_ambconfig& cfg, int isat);
-  /// Between-satellite ambiguities of a level. \param Qamb  nc x nc \param Q  out, covariance,
-  /// column stride *nlist \param x  out, cycles \param idx  out, satellite rows \param nlist  out, the
-  /// number of rows with the references. \returns candidates without the references
+  /// Between-satellite ambiguities of a level, without the references. \param Qamb  nc x nc \param Q  out,
+  /// covariance, column stride *nlist \param x  out, cycles \param idx  out, satellite rows
+  /// \param nlist  out \returns candidates
   static int s_raw_form_wl_vari(const char* tag, const Upd_ambconfig& cfg, const Updc* updc,
                                 SrifFilter* filter, bool flag, const double* Qamb, int nc, int* s0,
                                 std::vector<double>& Q, std::vector<double>& x, std::vector<int>& idx,
@@ -80,12 +50,6 @@ class SrifAmbfix_raw {
   static int s_raw_form_NL_vari(const Updc* updc, SrifFilter* filter, bool flag, const double* Qamb, int nc,
                                 int* s0, std::vector<double>& Q, std::vector<double>& x,
                                 std::vector<int>& idx, int* nlist);
-  /// Moves later rows, columns, values and indices over those of the references and zeroes the rest;
-  /// Q is m x m with stride m. \returns rows that remain
-  static int s_removeReferences(std::vector<double>& Q, std::vector<double>& x, std::vector<int>& idx, int m,
-                                const int* s0);
-  /// Correction of the satellite minus that of its reference, cycles; 0 unless `updc` is combined.
-  static double s_updTerm(const Updc* updc, int isat, int iref);
 
   // --- constraints and the record of fixes ------------------------------------------------------
   /// The integers of flagged satellites as constraints. \return whether they found room; without it the
@@ -96,9 +60,6 @@ class SrifAmbfix_raw {
                                const int* s0);
   static bool s_raw_coninfs_NL(SrifFilter* filter, const Updc* updc, const int* ifix, const int* flags,
                                const int* s0);
-  /// Writes the rows below the triangle, sets m_solstat, re-triangularises and solves. No rows: nothing
-  /// happens. \return false when there is no room for so many; the status log says so the first time
-  static bool s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int solstat);
   static void s_raw_update_record(const char* tag, SrifFilter* filter, const double* x, const int* idx, int n,
                                   const int* ifix, const int* flags, const int* s0);
 
