@@ -4,7 +4,7 @@
 /// exceed a threshold, without finding either: most problems that fail a ratio test fail it by far, and
 /// proving that takes a small part of the search for their best vectors.
 ///
-/// Depth-first enumeration (Schnorr & Euchner 1994) over the decorrelated problem. Let b1 be the second
+/// By enumeration (LatticeEnumeration.h). Let b1 be the second
 /// smallest norm met so far, or any other upper bound of the second norm. A ratio above t needs a vector
 /// below b1 / t: nothing else is visited. When the enumeration ends and the smallest norm met is not below
 /// b1 / t, no vector is, and the ratio is at most t. With inconsistent floats the two norms are nearly
@@ -13,6 +13,8 @@
 /// Matrices are n x n, column-major, compact; covariances in cycles^2, norms in the metric of Q^-1.
 
 #include <vector>
+
+#include "Core/Ambfix/LatticeEnumeration.h"
 
 namespace tarvio {
 
@@ -47,25 +49,17 @@ class RatioScreen {
   double m_leastNorm(double limit);
 
   /// Visits of all enumerations so far.
-  long m_visits() const { return m_visited; }
+  long m_visits() const { return m_lattice.m_visits(); }
 
  private:
   bool m_original(const std::vector<double>& z, double* a);
-  void m_start();
-  void m_enter(std::size_t k);
-  void m_advance(std::size_t k);
-  template <typename Bound, typename Found>
-  bool m_enumerate(long visits, Bound bound, Found found);
   void m_take(double norm);
 
-  std::size_t m_n = 0;
-  std::vector<double> m_Q, m_L, m_D, m_Z, m_x, m_z;
-  std::vector<double> m_weight, m_sums, m_conditional, m_integer, m_step, m_residual, m_partial;
-  std::vector<std::size_t> m_changed;
-  long m_visited = 0;
+  LatticeEnumeration m_lattice;
+  std::vector<double> m_Q, m_x;
   double m_norm[2] = {};
   std::vector<double> m_best, m_second;  ///< in decorrelated ambiguities
-  std::vector<double> m_work;
+  std::vector<double> m_work, m_shift;
 };
 
 }  // namespace tarvio

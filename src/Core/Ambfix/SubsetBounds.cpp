@@ -196,23 +196,22 @@ void SubsetSearch::m_prepareCore() {
   for (std::size_t i = 0; i < n; ++i)
     if (m_positionOf[i] < 0) rows.push_back(i);
   const auto q = [&](std::size_t i, std::size_t j) { return m_in.Q[j * n + i]; };
-  std::vector<double> Q(core * core), L(core * core), D(core), Z(core * core, 0.0), floats(core, 0.0);
+  std::vector<double> Q(core * core), floats(core);
   for (std::size_t j = 0; j < core; ++j) {
-    Z[j * (core + 1)] = 1.0;
+    floats[j] = m_float[rows[j]];
     for (std::size_t i = 0; i < core; ++i) Q[j * core + i] = q(rows[i], rows[j]);
   }
   Enumeration& root = m_list[0];
   root.count = 0;
   root.complete = root.least = 0.0;
-  const int size = static_cast<int>(core);
-  if (!s_factorise(size, Q.data(), L.data(), D.data()) || !s_decorrelate(size, L.data(), D.data(), Z.data()))
-    return;
+  if (!m_lattice.m_load(core, Q.data(), floats.data())) return;
+  const std::vector<double>&L = m_lattice.m_factor(), &D = m_lattice.m_variances();
+  const std::vector<double>& Z = m_lattice.m_transformation();
 
   // transfer = Q_ec Z L^-1: floats of the others given the core are a_e + transfer D^-1 e, with e the
   // conditional residuals of the core.
   std::vector<double> transfer(m * core, 0.0);
   for (std::size_t j = core; j-- > 0;) {
-    for (std::size_t i = 0; i < core; ++i) floats[j] += Z[j * core + i] * m_float[rows[i]];
     for (std::size_t a = 0; a < m; ++a) {
       double sum = 0.0;
       for (std::size_t i = 0; i < core; ++i)
@@ -231,12 +230,12 @@ void SubsetSearch::m_prepareCore() {
   std::sort(m_order.begin(), m_order.end(), [&](int a, int b) {
     return m_spread[static_cast<std::size_t>(a) * (m + 1)] < m_spread[static_cast<std::size_t>(b) * (m + 1)];
   });
-  m_enumerateCore(L, D, floats, transfer);
+  m_enumerateCore(transfer);
   if (root.complete > 0.0) return;
   // Too many vectors: the norm of the best one is a bound, too.
   std::vector<double> x(core);
   for (std::size_t i = 0; i < core; ++i) x[i] = m_in.x[rows[i]];
-  if (m_screen.m_load(size, Q.data(), x.data()))
+  if (m_screen.m_load(static_cast<int>(core), Q.data(), x.data()))
     root.complete = root.least = std::max(0.0, m_screen.m_leastNorm(m_coreLimit()));
 }
 
@@ -249,12 +248,11 @@ double SubsetSearch::m_coreLimit() const {
 
 /// All vectors of the core below the norm at which a subset could still pass, depth first; the list's
 /// worst entry shrinks the bound once it is full.
-void SubsetSearch::m_enumerateCore(const std::vector<double>& L, const std::vector<double>& D,
-                                   const std::vector<double>& floats, const std::vector<double>& transfer) {
-  const std::size_t core = D.size(), m = static_cast<std::size_t>(m_m);
+void SubsetSearch::m_enumerateCore(const std::vector<double>& transfer) {
+  const std::size_t core = m_lattice.m_size(), m = static_cast<std::size_t>(m_m);
+  const std::vector<double>&residual = m_lattice.m_residuals(), &D = m_lattice.m_variances();
   Enumeration& root = m_list[0];
   root.complete = m_coreLimit();
-  std::vector<double> residual(core), step(core), mean(core), partial(core + 1, 0.0);
   m_mean.assign(kList * m, 0.0);
   // Each entry of the list owns one of these slots; a vector that is pushed out passes its slot on.
   int used = 0;
@@ -273,41 +271,16 @@ void SubsetSearch::m_enumerateCore(const std::vector<double>& L, const std::vect
     }
     root.m_insert(found, true);
   };
-  if (core == 0) {
-    store(0.0);
+  const bool complete = m_lattice.m_run(
+      kMaxNodes, [&] { return root.complete; },
+      [&](double norm) {
+        store(norm);
+        // A full list is complete up to its worst entry.
+        if (root.count == kList) root.complete = std::min(root.complete, root.v[kList - 1].q);
+      });
+  if (complete) {
     root.m_settle();
     return;
-  }
-  const auto enter = [&](std::size_t k) {
-    mean[k] = floats[k];
-    for (std::size_t i = k + 1; i < core; ++i) mean[k] += L[k * core + i] * residual[i];
-    residual[k] = std::round(mean[k]) - mean[k];
-    step[k] = residual[k] <= 0.0 ? 1.0 : -1.0;
-  };
-  const auto advance = [&](std::size_t k) {
-    residual[k] += step[k];
-    step[k] = -step[k] - std::copysign(1.0, step[k]);
-  };
-  std::size_t k = core - 1;
-  enter(k);
-  for (long nodes = 0; nodes < kMaxNodes; ++nodes) {
-    const double norm = partial[k + 1] + residual[k] * residual[k] / D[k];
-    if (norm < root.complete) {
-      if (k > 0) {
-        partial[k] = norm;
-        enter(--k);
-        continue;
-      }
-      store(norm);
-      // A full list is complete up to its worst entry.
-      if (root.count == kList) root.complete = std::min(root.complete, root.v[kList - 1].q);
-      advance(k);
-    } else if (++k == core) {
-      root.m_settle();
-      return;
-    } else {
-      advance(k);
-    }
   }
   root.count = 0;
   root.complete = root.least = 0.0;
@@ -346,7 +319,7 @@ void SubsetSearch::m_extend(const Enumeration& from, Enumeration& to, int positi
       if (!(next.q < to.complete)) break;
       room = to.m_insert(next, false);
       residual += step;
-      step = -step - std::copysign(1.0, step);
+      step = s_nextStep(step);
     }
   }
   if (!room) {

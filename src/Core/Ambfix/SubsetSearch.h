@@ -34,6 +34,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Core/Ambfix/LatticeEnumeration.h"
 #include "Core/Ambfix/Pflambda.h"
 #include "Core/Ambfix/RatioScreen.h"
 
@@ -111,8 +112,7 @@ class SubsetSearch {
   bool m_prepareMetric();
   void m_prepareCore();
   double m_coreLimit() const;
-  void m_enumerateCore(const std::vector<double>& L, const std::vector<double>& D,
-                       const std::vector<double>& floats, const std::vector<double>& transfer);
+  void m_enumerateCore(const std::vector<double>& transfer);
   void m_seedPool();
   void m_addToPool(const double* integers, int gone);
   void m_setInMetric(int place, int gone);
@@ -167,7 +167,8 @@ class SubsetSearch {
   std::vector<double> m_leastFrom;  ///< by row of the table: least threshold from there on
   SubsetResult m_result;
   long m_searches = 0;
-  long m_left = 0;  ///< visits that may still be made, other work in their measure
+  long m_left = 0;               ///< visits that may still be made, other work in their measure
+  LatticeEnumeration m_lattice;  ///< of the core
   RatioScreen m_screen;
   int m_examined = 0;  ///< subsets of the round that no bound excluded
   struct Least {
