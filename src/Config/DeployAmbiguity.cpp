@@ -26,6 +26,16 @@ bool s_holds(const std::string& text, const char* word) { return text.find(word)
 bool s_holds(const char* text, const char* word) { return std::strstr(text, word) != nullptr; }
 bool s_isOn(const std::string& text) { return s_holds(text, "on") || s_holds(text, "ON"); }
 
+/// A switch that the file need not hold: its value must be one of the two words.
+bool s_onOrOff(const Json::Value& level, const char* key, const char* tag) {
+  const std::string text = s_requiredScalar(level, key);
+  if (text != "on" && text != "off") {
+    s_fatal("m_parseAmbiguityConfigures", __LINE__, "%s:%s = %s, it is either 'on' or 'off'\n", tag, key,
+            text.c_str());
+  }
+  return text == "on";
+}
+
 /// Frequency names inside one token of a smoothing combination: "PIF:L1:L2" names two, "PL1:1.0" one.
 std::vector<std::string> s_tokenFrequencies(const std::string& token) {
   const auto part = [&](std::size_t first) { return std::string(s_columns(token, first, 2)); };
@@ -76,6 +86,7 @@ void Deploy::m_readLayer(const Json::Value& layer, Upd_ambconfig& config) {
   if (const Json::Value& smooth = layer["smoothconfig"]; smooth.isObject() && smooth.isMember("switch")) {
     config.m_smooth = s_holds(s_requiredScalar(smooth, "switch"), "on") ? 1 : 0;
   }
+  if (layer.isMember("mwfix")) config.m_mwFix = s_onOrOff(layer, "mwfix", config.m_tag.c_str());
   if (lambda.isMember("fix_ifuplayer")) {
     const std::string text = s_requiredScalar(lambda, "fix_ifuplayer");
     if (s_holds(text, "false") || s_holds(text, "off")) config.m_fixIfUplayer = 0;
@@ -233,7 +244,8 @@ void Deploy::m_parseMWconfigure(Upd_ambconfig& config, const std::string& tag, c
       config.m_minCommon = s_requiredNumber(entry, "mincommtime");
       const Json::Value& ion = entry["ion"];
       config.m_ionSwitch = s_holds(s_requiredScalar(ion, "switch"), "on");
-      config.m_smooth = config.m_ionSwitch ? 1 : 0;
+      // An ionosphere from codes is worth nothing without an average over it.
+      if (config.m_ionSwitch) config.m_smooth = 1;
       m_parseFreqValue(s_requiredScalar(ion, "value").c_str(), config.m_ionValue);
       config.m_outfile = s_requiredScalar(entry, "outfile");
       config.m_updfile = s_requiredScalar(entry, "updfile");

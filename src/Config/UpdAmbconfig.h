@@ -11,8 +11,9 @@
 namespace tarvio {
 
 struct Upd_ambconfig {
-  std::string m_tag;  ///< of the level
-  int m_smooth = 0;
+  std::string m_tag;     ///< of the level
+  int m_smooth = 0;      ///< smoothed wide-lanes: 1 average over the arc, 0 value of the epoch
+  bool m_mwFix = false;  ///< smoothed wide-lanes are rounded to integers
   int m_fixIfUplayer = 1;
   char m_fixmode[64] = "";         ///< "round" or "lambda"
   char m_updType[64] = "";         ///< "snx" or "comb"

@@ -131,5 +131,23 @@ TEST(Ambiguity, ThreeFrequenciesFixLevelByLevel) {
   }
 }
 
+// Wide-lanes from averages of phase and code beside the filter: the narrow-lanes of the same epochs rest on
+// them.
+TEST(Ambiguity, SmoothedWideLanesCarryTheNarrowLanesOnceTheyMayFix) {
+  std::map<std::string, std::string> smoothed = {{"amb.wl.amb_type", "mw"},
+                                                 {"amb.wl.smoothconfig.switch", "on"}};
+  const FaultyRun open = kinematic({}, smoothed);
+  EXPECT_EQ(epochsWith(open, 2), 120) << "without mwfix no wide-lane, hence no narrow-lane";
+  smoothed["amb.wl.mwfix"] = "on";
+  const FaultyRun fixed = kinematic({}, smoothed), plain = kinematic({});
+  EXPECT_GE(epochsWith(fixed, 5), epochsWith(plain, 5) - 2);
+  EXPECT_GT(fixedIntegers(fixed), 9 * fixedIntegers(plain) / 10);
+  EXPECT_LT(settledError(fixed), 1.1 * settledError(plain));
+  for (const SolutionEpoch& e : fixed.epochs) {
+    if (e.status != 5) continue;
+    EXPECT_LT(length(minus(e.xyz, sky().site)), 0.15) << fixed.secondsOf(e) << ": a wrong fix";
+  }
+}
+
 }  // namespace
 }  // namespace gnx::test

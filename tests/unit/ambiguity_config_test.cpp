@@ -133,10 +133,25 @@ TEST(AmbiguityConfig, SmoothingFileOverrulesItsLayer) {
   EXPECT_EQ(wl.m_smoothValue.at('G'), "PIF:L1:L2_LL1:1.0");
   EXPECT_NEAR(wl.m_cutoff, 20.0 * kDegree, 1e-15);
   EXPECT_DOUBLE_EQ(wl.m_minCommon, 900.0);
-  EXPECT_EQ(wl.m_smooth, 0);  // the file is read later
+  EXPECT_EQ(wl.m_smooth, 1) << "an average needs no ionosphere";
   EXPECT_EQ(wl.m_ionValue.at('G'), "PL1:1.0_PL2:1.0");
+  EXPECT_FALSE(wl.m_mwFix) << "absent";
+  deployment.layer("wl").removeMember("smoothconfig");
+  EXPECT_EQ(deployment.load().m_ambconfig[1].m_smooth, 0) << "absent: the value of the epoch";
   entry["ion"]["switch"] = "on";
-  EXPECT_EQ(deployment.load().m_ambconfig[1].m_smooth, 1);
+  EXPECT_EQ(deployment.load().m_ambconfig[1].m_smooth, 1) << "... and an ionosphere needs an average";
+}
+
+TEST(AmbiguityConfig, SmoothedWideLanesAreFixedWhenALevelSaysSo) {
+  Deployment deployment;
+  deployment.layer("wl")["amb_type"] = "mw";
+  deployment.layer("wl")["mwfix"] = "on   ! integers";
+  EXPECT_TRUE(deployment.load().m_ambconfig[1].m_mwFix);
+  EXPECT_FALSE(deployment.load().m_ambconfig[0].m_mwFix) << "of its own level only";
+  deployment.layer("wl")["mwfix"] = "off";
+  EXPECT_FALSE(deployment.load().m_ambconfig[1].m_mwFix);
+  deployment.layer("wl")["mwfix"] = "yes";
+  expectRefused(deployment, "wl:mwfix = yes, it is either 'on' or 'off'\n");
 }
 
 TEST(AmbiguityConfig, SmoothingFileIsChecked) {

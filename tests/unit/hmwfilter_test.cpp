@@ -136,7 +136,7 @@ TEST_F(Hmw, ArcsBridgeTwentyMinutesAndEndWithSlipsOfTheirOwnPhases) {
 }
 
 struct HmwFix : Hmw {
-  HmwFix() { s_copyText(deploy().m_pams, "-mwfix"); }
+  HmwFix() { m_level().m_mwFix = true; }
   /// \param fractions  by row, cycles
   void m_epochs(double from, int count, const double* fractions) {
     for (int k = 0; k < count; ++k) {
@@ -190,6 +190,26 @@ TEST_F(HmwFix, IntegersBehindACommonFractionThatIsFollowedAcrossItsWrap) {
     EXPECT_NEAR(smoother.m_frac[0], common, 1e-6);
     EXPECT_EQ(m_arc("G01").xsm, m_nw(0)) << common;
   }
+}
+
+TEST_F(Hmw, TheOptionFixesWithoutTheLevelSayingSoAndAnEpochsValueIsNoAverage) {
+  m_level().m_smooth = 0;
+  for (int k = 0; k < 4; ++k) m_runFirst(k * kInterval, 0.1 * k);
+  EXPECT_NEAR(m_arc("G01").xsm - m_nw(0), 0.3, 1e-6);
+  EXPECT_EQ(m_arc("G01").ifix, 1);
+  s_copyText(deploy().m_pams, "-mwfix");
+  m_runFirst(4 * kInterval, 0.3);
+  EXPECT_EQ(m_arc("G01").ifix, 3);
+}
+
+TEST_F(Hmw, OrbitsOfTheAntennaLeaveItsOffsetsInTheWideLane) {
+  s_copyText(deploy().m_refpoint, "APC_ITRF");
+  m_runFirst(0.0);
+  // The codes' f1/(f1+f2) P1 + f2/(f1+f2) P2 and the phases' (f1 L1 - f2 L2)/(f1-f2) see offsets that differ
+  // by 0.3 m.
+  const double z1 = satellite(0).m_pco[0][2], z2 = satellite(0).m_pco[1][2];
+  const double phases = (kF1 * z1 - kF2 * z2) / (kF1 - kF2), codes = (kF1 * z1 + kF2 * z2) / (kF1 + kF2);
+  EXPECT_NEAR(m_arc("G01").xlast - m_nw(0), -(phases - codes) * (kF1 - kF2) / kLight, 1e-6);
 }
 
 TEST_F(HmwFix, ProductsOfTheSatellitesComeOffAndAreRequired) {

@@ -68,5 +68,8 @@ class LevelResolution {
 /// Puts the candidates of a level, its references and its integers on record.
 void s_recordLevel(Level level, SrifFilter* filter, const LevelProblem& problem,
                    const LevelIntegers& integers, const int* s0);
+/// Lists what the smoothed wide-lanes of a level have fixed among its candidates, against the highest
+/// satellite of each system. Their integers are on record already, none depends on a reference.
+void s_listSmoothed(Level level, SrifFilter* filter);
 
 }  // namespace tarvio

@@ -1,10 +1,12 @@
 /// Smoothed wide-lanes as constraints: the integers are known, only the reference is chosen.
 
+#include <algorithm>
 #include <cmath>
 
 #include "Core/Ambfix/LevelResolution.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/HMWfilter.h"
 
 namespace tarvio {
 
@@ -48,6 +50,24 @@ class SmoothedIntegers {
 };
 
 }  // namespace
+
+void s_listSmoothed(Level level, SrifFilter* filter) {
+  const Deploy& config = s_config();
+  const auto smoothers = filter->m_hmw.find(s_traits(level).tag);
+  if (smoothers == filter->m_hmw.end()) return;
+  const auto& arcs = smoothers->second.at(filter->m_stations[0].m_name)->m_ambs;
+  const SmoothedIntegers smoothed(filter, level);
+  int s0[kSys];
+  std::fill_n(s0, kSys, -1);
+  smoothed.m_pickReferences(s0);
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    const int iref = s0[config.m_sysOfRow(isat)];
+    if (iref == -1 || iref == isat || !smoothed.m_has(isat)) continue;
+    const double value = arcs.at(config.m_cprn[isat]).xfloat - arcs.at(config.m_cprn[iref]).xfloat;
+    filter->m_candidates[s_place(level)].push_back(
+        {isat, iref, value, true, smoothed.m_of(isat) - smoothed.m_of(iref)});
+  }
+}
 
 void SrifAmbfix_raw::s_raw_resolve_from_mw(const char* tag, SrifFilter* filter, const Updc* updc, int* s0) {
   const Deploy& config = s_config();

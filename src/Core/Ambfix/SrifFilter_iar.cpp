@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
 
 namespace tarvio {
@@ -38,13 +39,14 @@ void SrifFilter_iar::v_resolve_raw() {
   for (const LevelTraits& level : kLevels) {
     const Upd_ambconfig& cfg = config.m_settingsOf(level.level);
     if (!cfg.m_resolution) continue;
-    const std::unique_ptr<Updc> updc = m_product(level.level);
-    if (level.level == Level::last) {
-      if (s_has(cfg.m_ambType, "raw")) s_raw_resolve_n1(this, updc.get(), s0);
-      else s_raw_resolve_NL(this, updc.get(), s0);
-    } else if (!s_has(cfg.m_ambType, "mw")) {
-      s_raw_resolve_wl(level.tag, this, updc.get(), s0);
+    if (level.smoothedTag && s_has(cfg.m_ambType, "mw")) {
+      s_listSmoothed(level.level, this);
+      continue;
     }
+    const std::unique_ptr<Updc> updc = m_product(level.level);
+    if (level.level != Level::last) s_raw_resolve_wl(level.tag, this, updc.get(), s0);
+    else if (s_has(cfg.m_ambType, "raw")) s_raw_resolve_n1(this, updc.get(), s0);
+    else s_raw_resolve_NL(this, updc.get(), s0);
   }
   m_get_resi(resi_fix);
 }

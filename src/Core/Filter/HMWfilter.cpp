@@ -65,7 +65,7 @@ void HMWfilter::m_process(Station* sta) {
   m_wl_resetAmbs(sta);
   m_wl_azel(sta);
   m_wl_smoothObs(sta);
-  if (s_has(s_config().m_pams, "-mwfix")) m_wl_ambiguity_fix(sta);
+  if ((m_cfg && m_cfg->m_mwFix) || s_has(s_config().m_pams, "-mwfix")) m_wl_ambiguity_fix(sta);
   m_wl_delete_ambs();
 }
 
@@ -150,7 +150,7 @@ void HMWfilter::m_wl_smoothObs(Station* sta) {
 
 void HMWfilter::m_wl_smamb(Station* sta, SrifSatAmbd& record) {
   record.ifix = record.lnew = 0;
-  record.xlast = record.xsm = kNone;
+  record.xlast = record.xsm = record.xfloat = kNone;
   double x = 0.0;
   if (!s_complete(record.coef, sta->m_sat[record.isat].m_obs) || !m_combination(*sta, record, &x)) return;
 
@@ -177,14 +177,17 @@ bool HMWfilter::m_combination(const Station& sta, const SrifSatAmbd& record, dou
   const int isat = record.isat, isys = config.m_sysOfRow(isat);
   const double* obs = sta.m_sat[isat].m_obs;
   const double up = std::sin(m_elev[isat]);
+  // Orbits of the antenna: the ambiguities of the filter carry what the frequencies' offsets differ by, and
+  // the biases that come with such orbits do, too.
+  const bool antennaOrbits = s_has(config.m_refpoint, "APC_ITRF");
   double F = 0.0, A = 0.0, B = 0.0;  // Hz, Hz m, m
   double dispersion = 0.0;           // sum of c/f
   for (int f = 0; f < kFreq; ++f) {
     const double c = record.coef[f], d = record.coef[kFreq + f];
     if (c == 0.0 && d == 0.0) continue;
     const double freq = s_carrier(config, isat, f);
-    const double pco = config.m_satellites[static_cast<std::size_t>(isat)].m_pco[f][2];
-    if (pco == 0.0)
+    const double pco = antennaOrbits ? 0.0 : config.m_satellites[static_cast<std::size_t>(isat)].m_pco[f][2];
+    if (pco == 0.0 && !antennaOrbits)
       Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] %s %s no pco correction for satellite frequency!\n",
                            "m_wl_smamb", __LINE__, m_mjd, m_sod, config.m_cprn[isat].c_str(),
                            config.m_freqObs[isys][f]);
@@ -279,6 +282,7 @@ void HMWfilter::m_fixSystem(int isys, const Updc* product) {
     record.xsm = record.sumwx / record.sumw + record.x0 - m_frac[isys] - correction(record.isat);
     const double integer = std::round(record.xsm);
     if (!(std::fabs(record.xsm - integer) < m_cfg->m_decision[0])) continue;
+    record.xfloat = record.xsm;
     record.xsm = integer;
     record.ifix = s_traits(s_levelOf(m_tag)).fixedState;
   }

@@ -6,10 +6,11 @@
 ///
 ///   F = sum c_k f_k,  lambda = c/F,  x = (sum c_k f_k (lam_k L_k) / F - sum d_k P_k) / lambda
 ///
-/// Phases and codes are brought to the antenna reference points of both ends first. The average is a
-/// satellite's wide-lane plus the receiver's and the satellite's hardware fractions; with "-mwfix" in
-/// the option string the fraction that all satellites of a system share is taken off and the rest is
-/// rounded (Ge et al. 2008, J. Geodesy 82).
+/// Phases and codes are brought to the antenna reference points of both ends first, as far as the filter's
+/// model does so: satellite offsets only with orbits of the centre of mass. The average is a satellite's
+/// wide-lane plus the receiver's and the satellite's hardware fractions; with "mwfix" in the level's
+/// settings, or "-mwfix" in the option string for all levels, the fraction that all satellites of a system
+/// share is taken off and the rest is rounded (Ge et al. 2008, J. Geodesy 82).
 ///
 /// Combinations are written as tokens joined by '_', names being those of the observed frequencies:
 ///   LL1:1       phase of L1, coefficient 1 (the carrier frequency is multiplied on)
@@ -50,6 +51,7 @@ struct SrifSatAmbd {
   double sumelev = 0.0;               ///< over the epochs in nobs, rad
   double xlast = kNone;               ///< value of the epoch, cycles
   double wlast = 0.0;
+  double xfloat = kNone;  ///< what xsm was before it was rounded, cycles
 
   bool m_isFixed() const { return ifix > 1; }
 };
@@ -59,7 +61,7 @@ class HMWfilter {
   HMWfilter() = default;
   HMWfilter(std::string tag, const Upd_ambconfig* config);
 
-  /// One epoch: new arcs, averages, with "-mwfix" integers.
+  /// One epoch: new arcs, averages, when asked for integers.
   void m_process(Station* sta);
   /// Begins a new arc. False when the combination names a frequency that is not observed.
   bool m_init_amb(SrifSatAmbd& record, int isat);
