@@ -63,7 +63,9 @@ void s_listSmoothed(Level level, SrifFilter* filter) {
   for (int isat = 0; isat < config.m_nsat; ++isat) {
     const int iref = s0[config.m_sysOfRow(isat)];
     if (iref == -1 || iref == isat || !smoothed.m_has(isat)) continue;
-    const double value = arcs.at(config.m_cprn[isat]).xfloat - arcs.at(config.m_cprn[iref]).xfloat;
+    const auto own = arcs.find(config.m_cprn[isat]), reference = arcs.find(config.m_cprn[iref]);
+    if (own == arcs.end() || reference == arcs.end()) continue;
+    const double value = own->second.xfloat - reference->second.xfloat;
     filter->m_candidates[s_place(level)].push_back(
         {isat, iref, value, true, smoothed.m_of(isat) - smoothed.m_of(iref)});
   }
