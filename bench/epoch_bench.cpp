@@ -39,11 +39,12 @@
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
 #include "dense_sky.h"
+#include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "deployment/satellite_table.h"
 #include "engine/boundary_feed.h"
 #include "engine/replay_clock.h"
-#include "engine/run_plan.h"
+#include "run/run_plan.h"
 
 namespace {
 

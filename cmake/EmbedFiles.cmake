@@ -1,6 +1,6 @@
 # gnx_embed_files(target dir): puts every file of a folder into the target, so that the program
 # finds its deployment data wherever it is installed. Generates one assembler-free C++ source
-# through .incbin; host/commands/embedded.h declares the look-up.
+# through .incbin; host/platform/embedded_files.h declares the look-up.
 function(gnx_embed_files target dir)
   file(GLOB files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*)
   set(asm "")
@@ -18,7 +18,7 @@ function(gnx_embed_files target dir)
   endforeach()
   set(out ${CMAKE_BINARY_DIR}/embedded_files.cpp)
   file(WRITE ${out}.new
-    "#include \"commands/embedded.h\"\n${asm}${decls}\nnamespace gnx {\n"
+    "#include \"platform/embedded_files.h\"\n${asm}${decls}\nnamespace gnx {\n"
     "const std::map<std::string, std::string_view>& embeddedFiles() {\n"
     "  static const std::map<std::string, std::string_view> files = {\n${rows}  };\n  return files;\n}\n"
     "}  // namespace gnx\n")

@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <fstream>
 #include <map>
 #include <numbers>
 #include <set>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "formats/fields.h"
 #include "formats/input_error.h"
+#include "run/diagnostics.h"
 
 namespace gnx {
 
@@ -21,7 +20,6 @@ namespace {
 using Complex = std::complex<double>;
 using Pair = std::pair<SatName, SatName>;
 
-constexpr std::int64_t kUnixMjd = 40587;
 constexpr double kGap_s = 650.0;  ///< longer silence of a satellite: another arc
 constexpr int kIterations = 2000;
 
@@ -119,21 +117,17 @@ std::vector<NarrowLane> readNarrowLanes(const std::filesystem::path& directory,
                                         const std::optional<GpsTime>& from,
                                         const std::optional<GpsTime>& to) {
   const auto file = directory / "diagnostics.log";
-  std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be read; give the directory of a run with --fix");
+  DiagnosticsReader line(file);
+  if (!line.opened())
+    throw InputError(file.string(), 0, "cannot be read; give the directory of a run with --fix");
   std::vector<NarrowLane> floats;
-  std::vector<std::string_view> words;
-  for (std::string line; std::getline(in, line);) {
-    if (!line.starts_with("INT ")) continue;
-    split(line, words);
-    if (words.size() < 9 || words[6] != "n1") continue;
-    const auto mjd = parseInt(words[1]);
-    const auto sod = parseReal(words[2]), cycles = parseReal(words[8]);
-    const auto sat = parseSat(words[4]), reference = parseSat(words[5]);
-    if (!mjd || !sod || !cycles || !sat || !reference) continue;
-    const GpsTime time = GpsTime{(*mjd - kUnixMjd) * 86400, 0.0} + *sod;
-    if ((from && time < *from) || (to && *to < time)) continue;
-    floats.push_back({time, *sat, *reference, *cycles});
+  while (line.next()) {
+    if (line.tag() != "INT" || line.size() < 9 || line.word(6) != "n1") continue;
+    const auto cycles = line.real(8);
+    const auto sat = parseSat(line.word(4)), reference = parseSat(line.word(5));
+    if (!cycles || !sat || !reference) continue;
+    if ((from && line.time() < *from) || (to && *to < line.time())) continue;
+    floats.push_back({line.time(), *sat, *reference, *cycles});
   }
   if (floats.empty())
     throw InputError(file.string(), 0,

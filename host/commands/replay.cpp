@@ -9,7 +9,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "formats/input_error.h"
-#include "report/named_solutions.h"
+#include "run/named_solutions.h"
 
 namespace gnx {
 

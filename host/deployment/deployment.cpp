@@ -10,7 +10,6 @@
 #include <ostream>
 #include <set>
 
-#include "commands/embedded.h"
 #include "deployment/antex_file.h"
 #include "deployment/choices.h"
 #include "deployment/json_template.h"
@@ -18,6 +17,7 @@
 #include "deployment/troposphere_grid.h"
 #include "formats/input_error.h"
 #include "formats/text_reader.h"
+#include "platform/embedded_files.h"
 
 namespace gnx {
 

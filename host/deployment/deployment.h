@@ -57,10 +57,6 @@ struct DeploymentOptions {
 /// \throws UsageError for inconsistent choices (a sentence), InputError for unreadable files.
 void writeDeployment(const std::filesystem::path& dir, const DeploymentOptions& options, std::ostream& notes);
 
-/// The data file behind a key of the deployment's file table, such as "antpcv"; "" when it names none.
-/// \throws InputError for damaged configuration files
-std::filesystem::path deploymentFile(const std::filesystem::path& dir, const std::string& key);
-
 /// \throws UsageError, a sentence, for values that make no run
 void checkRunSettings(const RunSettings& run);
 /// The settings file of a deployment ("gnx.json").

@@ -1,5 +1,5 @@
 /// \file run_settings.cpp
-/// "gnx.json": what the host passes to the engine by argument. And the data files that both read.
+/// "gnx.json": what the host passes to the engine by argument.
 
 #include <cmath>
 
@@ -43,16 +43,6 @@ RunSettings readRunSettings(const std::filesystem::path& dir) {
     throw InputError(file.string(), 0, e.what());
   }
   return s;
-}
-
-std::filesystem::path deploymentFile(const std::filesystem::path& dir, const std::string& key) {
-  const std::string tableFile = plainValue(readJsonFile(dir / "ppp.json")["files"]);
-  if (tableFile.empty()) return {};
-  const Json::Value tables = readJsonFile(dir / tableFile);
-  const Json::Value& files = tables["files"];
-  const Json::Value names = files.isObject() ? files[key] : Json::Value();
-  const std::string name = names.isArray() && !names.empty() ? plainValue(names[0]) : "";
-  return name.empty() ? std::filesystem::path() : dir / name;
 }
 
 }  // namespace gnx

@@ -14,7 +14,7 @@
 #include "engine/phase_arcs.h"
 #include "engine/signal_plan.h"
 #include "formats/records.h"
-#include "report/account.h"
+#include "run/account.h"
 
 namespace gnx {
 

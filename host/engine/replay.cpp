@@ -10,15 +10,16 @@
 #include <iostream>
 #include <sstream>
 
-#include "engine/child_process.h"
+#include "deployment/deployed.h"
 #include "engine/event_file.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/rinex_obs.h"
-#include "report/named_solutions.h"
-#include "report/reference_path.h"
+#include "platform/child_process.h"
 #include "report/report.h"
-#include "report/solution_files.h"
+#include "run/named_solutions.h"
+#include "run/reference_path.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "deployment/deployment.h"
-#include "engine/run_plan.h"
-#include "report/account.h"
-#include "report/statistics.h"
+#include "run/account.h"
+#include "run/run_plan.h"
+#include "run/statistics.h"
 
 namespace gnx {
 

@@ -13,11 +13,10 @@
 #include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
-#include "deployment/deployment.h"
+#include "deployment/deployed.h"
 #include "deployment/satellite_table.h"
 #include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
-#include "engine/child_process.h"
 #include "engine/engine_options.h"
 #include "engine/event_file.h"
 #include "engine/feeder_thread.h"
@@ -26,6 +25,7 @@
 #include "formats/input_error.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
+#include "platform/child_process.h"
 
 namespace gnx {
 

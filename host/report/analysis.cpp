@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "formats/printed.h"
-#include "report/reference_path.h"
-#include "report/solution_files.h"
+#include "run/reference_path.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -7,9 +7,10 @@
 #include <optional>
 #include <vector>
 
-#include "report/geodesy.h"
-#include "report/run_files.h"
-#include "report/statistics.h"
+#include "geometry/geodesy.h"
+#include "report/integer_check.h"
+#include "run/run_files.h"
+#include "run/statistics.h"
 
 namespace gnx {
 

@@ -1,7 +1,7 @@
 #include "report/figure_frame.h"
 
 #include "formats/printed.h"
-#include "report/solution_files.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "report/figure_frame.h"
-#include "report/solution_files.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

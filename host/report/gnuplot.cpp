@@ -7,8 +7,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "engine/child_process.h"
 #include "formats/input_error.h"
+#include "platform/child_process.h"
 
 namespace gnx {
 

@@ -9,7 +9,7 @@
 
 #include "formats/fields.h"
 #include "formats/input_error.h"
-#include "report/statistics.h"
+#include "run/statistics.h"
 
 namespace gnx {
 

@@ -17,18 +17,9 @@
 #include <vector>
 
 #include "formats/records.h"
+#include "run/run_files.h"
 
 namespace gnx {
-
-/// One candidate in one epoch, between two satellites.
-struct IntegerSample {
-  GpsTime time;
-  SatName satellite, reference;
-  std::string level;           ///< "ewl", "wl", "n1"
-  std::string slots;           ///< "L1-L2" difference of two frequencies, "L1" one
-  double value = 0.0;          ///< float, cycles
-  std::optional<int> integer;  ///< what it was fixed to
-};
 
 /// Whole cycles of a simulation by satellite and band digit, over time.
 class IntegerTruth {

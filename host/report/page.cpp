@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "formats/printed.h"
-#include "report/solution_files.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -7,7 +7,7 @@
 
 #include "report/analysis.h"
 #include "report/figures.h"
-#include "report/run_files.h"
+#include "run/run_files.h"
 
 namespace gnx {
 

@@ -6,7 +6,7 @@
 #include "report/analysis.h"
 #include "report/figures.h"
 #include "report/page.h"
-#include "report/run_files.h"
+#include "run/run_files.h"
 
 namespace gnx {
 

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "commands/embedded.h"
 #include "deployment/antex_file.h"
 #include "deployment/satellite_table.h"
+#include "platform/embedded_files.h"
 #include "simulate/signals.h"
 
 namespace gnx {

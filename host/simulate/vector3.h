@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "report/geodesy.h"
+#include "geometry/geodesy.h"
 
 namespace gnx {
 

@@ -4,7 +4,7 @@
 
 #include "calibrate/narrow_lanes.h"
 #include "report/integer_check.h"
-#include "report/run_files.h"
+#include "run/run_files.h"
 #include "support/real_data.h"
 
 namespace gnx::test {

@@ -1,7 +1,7 @@
 // in = used + reasons for every system, counted on both sides of the boundary, whatever goes wrong.
 
 #include "formats/rinex_obs.h"
-#include "report/run_files.h"
+#include "run/run_files.h"
 #include "support/simulated_files.h"
 
 namespace gnx::test {

@@ -4,7 +4,7 @@
 
 #include "engine/event_file.h"
 #include "formats/rinex_nav.h"
-#include "report/named_solutions.h"
+#include "run/named_solutions.h"
 #include "support/host_files.h"
 #include "support/simulated_files.h"
 

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <string>
 
-#include "engine/run_plan.h"
-#include "report/geodesy.h"
-#include "report/run_files.h"
+#include "geometry/geodesy.h"
+#include "run/run_files.h"
+#include "run/run_plan.h"
 #include "simulate/vector3.h"
 #include "support/child.h"
 #include "support/files.h"

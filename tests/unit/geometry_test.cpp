@@ -8,7 +8,7 @@
 #include "Common/ComGeometry.h"
 #include "Common/Constants.h"
 #include "GNX_IO.h"
-#include "report/geodesy.h"
+#include "geometry/geodesy.h"
 
 namespace {
 

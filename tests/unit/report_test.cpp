@@ -4,12 +4,12 @@
 
 #include <cmath>
 
-#include "engine/run_plan.h"
-#include "report/account.h"
 #include "report/gnuplot.h"
-#include "report/run_files.h"
-#include "report/solution_files.h"
 #include "report/thinning.h"
+#include "run/account.h"
+#include "run/run_files.h"
+#include "run/run_plan.h"
+#include "run/solution_files.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

@@ -10,7 +10,7 @@
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
 #include "formats/ssr_text.h"
-#include "report/reference_path.h"
+#include "run/reference_path.h"
 #include "simulate/astronomy.h"
 #include "simulate/tides.h"
 #include "simulation_setup.h"

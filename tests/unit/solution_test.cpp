@@ -1,6 +1,6 @@
 // Solution lines of the engine as records, and records as files.
 
-#include "report/solution.h"
+#include "run/solution.h"
 
 #include <gmock/gmock.h>
 
@@ -8,9 +8,9 @@
 #include <sstream>
 #include <tuple>
 
-#include "report/geodesy.h"
-#include "report/reference_path.h"
-#include "report/solution_files.h"
+#include "geometry/geodesy.h"
+#include "run/reference_path.h"
+#include "run/solution_files.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

@@ -1,12 +1,12 @@
 // Figures of a run: small series whose values follow by hand.
 
-#include "report/statistics.h"
+#include "run/statistics.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 
-#include "report/geodesy.h"
+#include "geometry/geodesy.h"
 #include "simulate/vector3.h"
 
 namespace gnx {

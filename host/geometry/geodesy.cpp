@@ -1,4 +1,4 @@
-#include "report/geodesy.h"
+#include "geometry/geodesy.h"
 
 #include <cmath>
 

@@ -1,10 +1,11 @@
-#include "report/named_solutions.h"
+#include "run/named_solutions.h"
 
 #include <algorithm>
 #include <cctype>
 #include <utility>
 
 #include "GNX_SDK_ext.h"
+#include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"

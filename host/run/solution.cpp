@@ -1,4 +1,4 @@
-#include "report/solution.h"
+#include "run/solution.h"
 
 #include <charconv>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "report/statistics.h"
+#include "run/statistics.h"
 
 #include <algorithm>
 #include <array>
@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "formats/printed.h"
-#include "report/geodesy.h"
-#include "report/solution_files.h"
+#include "geometry/geodesy.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -1,4 +1,4 @@
-#include "report/run_files.h"
+#include "run/run_files.h"
 
 #include <json/json.h>
 
@@ -7,9 +7,9 @@
 #include <optional>
 
 #include "formats/csv_reader.h"
-#include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/json_file.h"
+#include "run/diagnostics.h"
 
 namespace gnx {
 
@@ -17,76 +17,57 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t kUnixMjd = 40587;
-
 std::string readText(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// Words of a line of the diagnostics; damaged lines, the last of a broken run, are passed over.
-class DiagnosticsReader {
- public:
-  explicit DiagnosticsReader(RunFiles& run) : run_(run) {}
+void takeResidual(const DiagnosticsReader& line, RunFiles& run) {
+  const auto elevation = line.real(7), azimuth = line.real(8), value = line.real(9), weight = line.real(11);
+  if (!elevation || !azimuth || !value || !weight) return;
+  if (line.word(6) != "phase" && line.word(6) != "code") return;
+  run.residuals.push_back(
+      {line.time(), SatName(line.word(4)), line.word(6) == "phase", *elevation, *azimuth, *value, *weight});
+}
 
-  void line(const std::string& text) {
-    split(text, words_);
-    if (words_.size() < 5) return;
-    const auto mjd = parseInt(words_[1]);
-    const auto sod = parseReal(words_[2]);
-    if (!mjd || !sod || !(*sod >= 0.0 && *sod <= 86400.0)) return;
-    time_ = GpsTime{(*mjd - kUnixMjd) * 86400, 0.0} + *sod;
-    if (time_ < run_.epochs.front().time || run_.epochs.back().time < time_) return;
-    if (words_[0] == "RES") residual();
-    else if (words_[0] == "ZTD") zenith();
-    else if (words_[0] == "CLK") clock();
-    else if (words_[0] == "FIX") level();
-    else if (words_[0] == "INT") integer();
-  }
+void takeClock(const DiagnosticsReader& line, RunFiles& run) {
+  const auto value = line.real(6);
+  if (!value || line.word(4).size() != 1) return;
+  const char system = line.word(4)[0];
+  if (line.word(5) == "clock") run.clockSystem = system;
+  run.clocks[system].push_back({line.time(), *value});
+}
 
- private:
-  std::optional<double> number(std::size_t i) const {
-    return i < words_.size() ? parseReal(words_[i]) : std::nullopt;
-  }
-  std::optional<int> whole(std::size_t i) const {
-    return i < words_.size() ? parseInt(words_[i]) : std::nullopt;
-  }
-  void residual() {
-    const auto elevation = number(7), azimuth = number(8), value = number(9), weight = number(11);
-    if (!elevation || !azimuth || !value || !weight) return;
-    if (words_[6] != "phase" && words_[6] != "code") return;
-    run_.residuals.push_back(
-        {time_, SatName(words_[4]), words_[6] == "phase", *elevation, *azimuth, *value, *weight});
-  }
-  void zenith() {
-    if (const auto total = number(7)) run_.zenithDelay.push_back({time_, *total});
-  }
-  void clock() {
-    const auto value = number(6);
-    if (!value || words_[4].size() != 1) return;
-    if (words_[5] == "clock") run_.clockSystem = words_[4][0];
-    run_.clocks[words_[4][0]].push_back({time_, *value});
-  }
-  void level() {
-    const auto fixed = whole(5);
-    const auto ratio = number(6);
-    if (fixed && ratio) run_.levels[std::string(words_[4])].push_back({time_, *fixed, *ratio});
-  }
+void takeInteger(const DiagnosticsReader& line, RunFiles& run) {
+  const auto value = line.real(8);
+  if (!value || line.size() != 10) return;
+  IntegerSample sample{line.time(),
+                       SatName(line.word(4)),
+                       SatName(line.word(5)),
+                       std::string(line.word(6)),
+                       std::string(line.word(7)),
+                       *value,
+                       std::nullopt};
+  sample.integer = line.whole(9);
+  run.integers.push_back(std::move(sample));
+}
 
-  void integer() {
-    const auto value = number(8);
-    if (!value || words_.size() != 10) return;
-    IntegerSample sample{
-        time_,  SatName(words_[4]), SatName(words_[5]), std::string(words_[6]), std::string(words_[7]),
-        *value, std::nullopt};
-    sample.integer = whole(9);
-    run_.integers.push_back(std::move(sample));
+void readDiagnostics(RunFiles& run) {
+  DiagnosticsReader line(run.directory / "diagnostics.log");
+  while (line.next()) {
+    if (line.time() < run.epochs.front().time || run.epochs.back().time < line.time()) continue;
+    if (line.tag() == "RES") takeResidual(line, run);
+    else if (line.tag() == "CLK") takeClock(line, run);
+    else if (line.tag() == "INT") takeInteger(line, run);
+    else if (line.tag() == "ZTD") {
+      if (const auto total = line.real(7)) run.zenithDelay.push_back({line.time(), *total});
+    } else if (line.tag() == "FIX") {
+      const auto fixed = line.whole(5);
+      const auto ratio = line.real(6);
+      if (fixed && ratio) run.levels[std::string(line.word(4))].push_back({line.time(), *fixed, *ratio});
+    }
   }
-
-  RunFiles& run_;
-  std::vector<std::string_view> words_;
-  GpsTime time_;
-};
+}
 
 void readSettings(RunFiles& run) {
   if (!fs::exists(run.directory / "ppp.json")) return;
@@ -141,9 +122,7 @@ RunFiles readRunFiles(const fs::path& directory) {
   run.account = readAccount(directory / "account.csv");
   run.signals = readText(directory / "signals.txt");
   readSettings(run);
-  std::ifstream in(directory / "diagnostics.log");
-  DiagnosticsReader reader(run);
-  for (std::string line; std::getline(in, line);) reader.line(line);
+  readDiagnostics(run);
   return run;
 }
 

@@ -45,12 +45,4 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan);
 /// Throws InputError.
 RunPlan readRunPlan(const std::filesystem::path& file);
 
-/// Band digits by system letter that a deployment observes ("freqobs" of its "ppp.json"), in the
-/// engine's numbering (BeiDou B1I is 2, B3I is 6). Throws InputError.
-std::map<char, std::string> deployedBands(const std::filesystem::path& deployment);
-
-/// Whether a deployment's orbits refer to the centre of mass, so that the engine applies satellite antenna
-/// offsets. Throws InputError.
-bool deployedToMassCentre(const std::filesystem::path& deployment);
-
 }  // namespace gnx

@@ -4,14 +4,14 @@
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "engine/run_plan.h"
-#include "report/account.h"
-#include "report/integer_check.h"
-#include "report/solution.h"
+#include "run/account.h"
+#include "run/run_plan.h"
+#include "run/solution.h"
 
 namespace gnx {
 
@@ -36,6 +36,16 @@ struct LevelSample {
   GpsTime time;
   int fixed = 0;  ///< satellites
   double ratio = 0.0;
+};
+
+/// One candidate of integer resolution in one epoch, between two satellites.
+struct IntegerSample {
+  GpsTime time;
+  SatName satellite, reference;
+  std::string level;           ///< "ewl", "wl", "n1"
+  std::string slots;           ///< "L1-L2" difference of two frequencies, "L1" one
+  double value = 0.0;          ///< float, cycles
+  std::optional<int> integer;  ///< what it was fixed to
 };
 
 struct RunFiles {

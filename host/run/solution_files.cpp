@@ -1,4 +1,4 @@
-#include "report/solution_files.h"
+#include "run/solution_files.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include "formats/input_error.h"
 #include "formats/leap_seconds.h"
 #include "formats/printed.h"
-#include "report/geodesy.h"
+#include "geometry/geodesy.h"
 
 namespace gnx {
 

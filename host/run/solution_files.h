@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "report/solution.h"
+#include "run/solution.h"
 
 namespace gnx {
 

@@ -1,4 +1,4 @@
-#include "report/account.h"
+#include "run/account.h"
 
 #include <algorithm>
 #include <array>

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "report/solution.h"
+#include "run/solution.h"
 
 namespace gnx {
 

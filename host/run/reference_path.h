@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "report/statistics.h"
+#include "run/statistics.h"
 
 namespace gnx {
 

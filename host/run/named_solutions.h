@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "report/solution_files.h"
+#include "run/solution_files.h"
 
 namespace gnx {
 

@@ -1,4 +1,4 @@
-#include "report/reference_path.h"
+#include "run/reference_path.h"
 
 #include <algorithm>
 #include <cmath>
