@@ -154,7 +154,9 @@ class Diagnostics {
       : plan_(plan), always_(plan.diagnostics + " -outaccount"), detailed_(always_ + kDetails) {}
 
   void apply(const GpsTime& time) {
-    const bool tick = plan_.interval == 1.0 || std::fmod(secondsOfDay(time), plan_.interval) == 0.0;
+    constexpr double kTick_s = 1.0e-3;
+    const double beside = std::remainder(secondsOfDay(time), plan_.interval);
+    const bool tick = plan_.interval == 1.0 || std::fabs(beside) <= kTick_s;
     const bool due = plan_.details > 0.0 && tick && (!last_ || time - *last_ > plan_.details - 0.5);
     if (due) last_ = time;
     setEngineOptions(due ? detailed_ : always_);
@@ -229,62 +231,114 @@ double shareDone(const RunPlan& plan, const GpsTime& first, const GpsTime& now) 
   return all > 0.0 ? (now - first) / all : 0.0;
 }
 
+/// What the files of a run hold, read before the engine starts.
+struct RunInputs {
+  explicit RunInputs(const RunPlan& plan)
+      : observations(plan), header(observations.header()), first(firstEpoch(plan)), signals(request(plan)) {
+    NavData messages = readRinexNav(plan.nav);
+    std::vector<std::string> notes = someOf(messages.notes);
+    timeline.emplace(std::move(messages), first);
+    source = makeSource(plan, first, *timeline, notes);
+    antennas = readAntennas(plan);
+    if (plan.offsetFreeBiases)
+      source = makeOffsetFreeSource(std::move(source), phaseCentreHeights(antennas, tableTime(first)));
+    tell(notes);
+  }
+
+  ObservationStream observations;
+  const ObsHeader header;
+  ObsEpoch epoch;  ///< the next one
+  const GpsTime first;
+  bool biased = false;  ///< the corrections hold biases
+  const SignalPlan signals;
+  std::optional<EphemerisTimeline> timeline;
+  std::unique_ptr<CorrectionSource> source;
+  std::vector<AntexBlock> antennas;
+
+ private:
+  GpsTime firstEpoch(const RunPlan& plan) {
+    if (!observations.next(epoch)) throw InputError(plan.obs.front(), 0, "holds no epoch in the chosen time");
+    setReplayClock(utcOf(epoch.time));
+    return epoch.time;
+  }
+  SignalPlan::Request request(const RunPlan& plan) {
+    SignalPlan::Request r{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr), plan.signals};
+    biased = !r.corrected.empty();
+    return r;
+  }
+  void tell(const std::vector<std::string>& notes) const {
+    std::cerr << signals.describe();
+    for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
+    for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
+  }
+};
+
+/// The engine between its start and its end, fed with the epochs of a run and all that is due at them.
+class EngineSession {
+ public:
+  EngineSession(const RunPlan& plan, RunInputs& in)
+      : plan_(plan),
+        in_(in),
+        started_((initialize(plan, in.header), true)),
+        excluded_(plan.excluded.begin(), plan.excluded.end()),
+        products_(numbers_, in.signals, excluded_, reversedAxes(in.first), in.biased),
+        feed_(numbers_, in.signals, excluded_),
+        delivery_(*in.timeline, std::move(in.source), products_),
+        feeder_([this](const GpsTime& t) { delivery_.until(t); }),
+        diagnostics_(plan),
+        patterns_(makePatterns(plan, in.antennas, in.header, *in.timeline, in.first)),
+        records_(fdopen(dup(kRecordDescriptor), "w"), &std::fclose) {
+    products_.keepFloat({plan.floating.begin(), plan.floating.end()});
+    if (!plan.phaseOffsets.empty()) products_.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
+    products_.noteDiscontinuities(arcs_);
+    feed_.shiftArcs(arcs_);
+  }
+
+  void epoch(ObsEpoch& epoch) {
+    setReplayClock(utcOf(epoch.time));
+    feeder_.deliverUntil(epoch.time);
+    diagnostics_.apply(epoch.time);
+    if (patterns_) patterns_->apply(epoch);
+    const double seconds = feed_.feed(epoch);
+    report(records_.get(), epoch, seconds, feed_.satellites(), shareDone(plan_, in_.first, epoch.time));
+  }
+
+  void finish(const GpsTime& last) {
+    reportAccount(records_.get(), feed_.account());
+    records_.reset();
+    if (plan_.storeFiles) writeStoreFiles(last);
+    GNX_finilize();
+  }
+
+ private:
+  const RunPlan& plan_;
+  RunInputs& in_;
+  const bool started_;  ///< the engine runs before anything is handed to it
+  const BoundaryNumbers numbers_;
+  const std::set<SatName> excluded_;
+  PhaseArcs arcs_;
+  ProductFeed products_;
+  ObservationFeed feed_;
+  Delivery delivery_;
+  FeederThread feeder_;
+  Diagnostics diagnostics_;
+  std::optional<PatternCorrector> patterns_;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> records_;
+};
+
 }  // namespace
 
 void runWorker() {
   const RunPlan plan = readRunPlan("run.json");
-  ObservationStream observations(plan);
-  const ObsHeader header = observations.header();
-  ObsEpoch epoch;
-  if (!observations.next(epoch)) throw InputError(plan.obs.front(), 0, "holds no epoch in the chosen time");
-  const GpsTime first = epoch.time;
-  setReplayClock(utcOf(first));
-
-  NavData messages = readRinexNav(plan.nav);
-  std::vector<std::string> notes = someOf(messages.notes);
-  const EphemerisTimeline timeline(std::move(messages), first);
-  const SignalPlan::Request request{plan.bands, header.types, correctedSignals(plan.bia, plan.ssr),
-                                    plan.signals};
-  const bool biased = !request.corrected.empty();
-  const SignalPlan signals(request);
-  auto source = makeSource(plan, first, timeline, notes);
-  const std::vector<AntexBlock> antennas = readAntennas(plan);
-  if (plan.offsetFreeBiases)
-    source = makeOffsetFreeSource(std::move(source), phaseCentreHeights(antennas, tableTime(first)));
-  std::cerr << signals.describe();
-  for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
-  for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
-
+  RunInputs inputs(plan);
   const EventFile events("events.csv");
-  initialize(plan, header);
-  const BoundaryNumbers numbers;
-  const std::set<SatName> excluded(plan.excluded.begin(), plan.excluded.end());
-  ProductFeed products(numbers, signals, excluded, reversedAxes(first), biased);
-  products.keepFloat({plan.floating.begin(), plan.floating.end()});
-  if (!plan.phaseOffsets.empty()) products.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
-  ObservationFeed feed(numbers, signals, excluded);
-  PhaseArcs arcs;
-  products.noteDiscontinuities(arcs);
-  feed.shiftArcs(arcs);
-  Delivery delivery(timeline, std::move(source), products);
-  FeederThread feeder([&](const GpsTime& t) { delivery.until(t); });
-  Diagnostics diagnostics(plan);
-  const auto patterns = makePatterns(plan, antennas, header, timeline, first);
-  std::FILE* records = fdopen(dup(kRecordDescriptor), "w");
-  GpsTime last = first;
+  EngineSession engine(plan, inputs);
+  GpsTime last = inputs.first;
   do {
-    last = epoch.time;
-    setReplayClock(utcOf(last));
-    feeder.deliverUntil(epoch.time);
-    diagnostics.apply(epoch.time);
-    if (patterns) patterns->apply(epoch);
-    const double seconds = feed.feed(epoch);
-    report(records, epoch, seconds, feed.satellites(), shareDone(plan, first, epoch.time));
-  } while (observations.next(epoch));
-  reportAccount(records, feed.account());
-  if (records != nullptr) std::fclose(records);
-  if (plan.storeFiles) writeStoreFiles(last);
-  GNX_finilize();
+    last = inputs.epoch.time;
+    engine.epoch(inputs.epoch);
+  } while (inputs.observations.next(inputs.epoch));
+  engine.finish(last);
 }
 
 }  // namespace gnx
