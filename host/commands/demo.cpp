@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "commands/commands.h"
+#include "commands/run_console.h"
 #include "engine/replay.h"
 #include "report/gnuplot.h"
 #include "simulate/simulation.h"
@@ -63,7 +64,7 @@ void runDemo(const DemoArguments& a) {
   const SimulationFiles files = simulate(sky, a.directory / "data");
   std::printf("running the engine ...\n\n");
   std::fflush(stdout);
-  runReplay(demoRun(a, sky, files));
+  runOnConsole(demoRun(a, sky, files));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "commands/commands.h"
 #include "commands/option_text.h"
+#include "commands/run_console.h"
 #include "formats/input_error.h"
 #include "run/named_solutions.h"
 
@@ -174,7 +175,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
       1) {
     throw UsageError("choose one source of corrections: --sp3 with --clk, or --ssr, or --broadcast");
   }
-  runReplay(o);
+  runOnConsole(o);
 }
 
 }  // namespace

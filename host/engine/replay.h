@@ -24,7 +24,7 @@ struct ReplayOptions {
   RunPlan plan;                                    ///< files and choices
   std::optional<std::array<double, 3>> reference;  ///< marker, m; a referenceFile of `plan` goes before it
   std::string program;                             ///< the executable, "" = this one
-  bool report = false;                             ///< write report.html at once
+  bool report = false;                             ///< keep the residuals that a report shows
   std::string solutionName;                        ///< pattern of further solution files, "" = none
   bool nmea = false;                               ///< also write NMEA sentences
   bool quiet = false;                              ///< no progress, no summary on standard output
@@ -35,9 +35,13 @@ struct ReplayResult {
   RunSummary summary;
   RunAccount account;          ///< empty when the run broke off
   std::size_t epochsRead = 0;  ///< epochs of the observation files in the chosen time
+  std::string notes;           ///< what the worker has to say about signals and files
+  std::string events;          ///< how many there were of each, "" without any
 };
 
-/// \throws InputError, UsageError, EngineError. Results written so far stay.
+/// Prepares the directory, runs the worker in it, collects what it sends, writes the results. Prints nothing
+/// but progress on a terminal. \throws InputError, UsageError, EngineError. Results written so far stay;
+/// "exit.txt" tells how the engine ended.
 ReplayResult runReplay(const ReplayOptions& options);
 
 /// What the worker process does inside the run directory. Throws as above.

@@ -92,8 +92,16 @@ TEST(ReplayProgram, BadConfigurationOfADeploymentIsTold) {
     dir.write(file, sound);
     return refused.output;
   };
+  EXPECT_EQ(run(replay).status, 0);
+  const auto result = [&](const char* name) { return support::readFile(dir.path() / "run" / name); };
+  const std::string solution = result("solution.pos");
+  EXPECT_THAT(result("exit.txt"), HasSubstr("ended in order"));
   EXPECT_THAT(refusal("ppp.json", "\"ION_EST", "\"ION_FOO"),
               HasSubstr("key = ionmodel,only support ION_EST and ION_NONE"));
+  EXPECT_THAT(result("exit.txt"), HasSubstr("only support ION_EST and ION_NONE")) << "found later, too";
+  EXPECT_THAT(result("exit.txt.1"), HasSubstr("ended in order"));
+  EXPECT_EQ(result("solution.pos.1"), solution) << "the last results lie beside";
+  EXPECT_NE(result("solution.pos"), solution);
   EXPECT_THAT(refusal("tables.json", "leapsc", "leaps"),
               HasSubstr("item = leapsc,file = tables.json,failed to extract config\n"));
 

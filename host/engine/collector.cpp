@@ -1,0 +1,115 @@
+// Reads what the worker sends, line by line.
+
+#include "engine/collector.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <sstream>
+
+#include "formats/fields.h"
+#include "formats/input_error.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr std::size_t kKeptLines = 8;
+
+/// "seconds fraction milliseconds satellites share"
+std::optional<EpochRecord> parseRecord(std::string_view line) {
+  EpochRecord r;
+  std::istringstream in{std::string(line)};
+  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share))
+    return std::nullopt;
+  return r;
+}
+
+}  // namespace
+
+/// Progress on a terminal: data time, rate, remaining. Silent in a pipe.
+class Collector::Progress {
+ public:
+  explicit Progress(bool quiet) : active_(!quiet && isatty(STDERR_FILENO) != 0) {}
+  void show(const EpochRecord& r, std::size_t epochs) {
+    if (!active_) return;
+    const auto now = Clock::now();
+    if (now - shown_ < std::chrono::milliseconds(200)) return;
+    shown_ = now;
+    const double elapsed = std::chrono::duration<double>(now - start_).count();
+    const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
+    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ",
+                 formatTime(r.time).c_str(), epochs, static_cast<double>(epochs) / std::max(elapsed, 1e-3),
+                 100.0 * r.share, left);
+    drawn_ = true;
+  }
+  ~Progress() {
+    if (drawn_) std::fprintf(stderr, "\r%79s\r", "");
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  bool active_, drawn_ = false;
+  Clock::time_point start_ = Clock::now(), shown_{};
+};
+
+Collector::Collector(const std::filesystem::path& dir, bool quiet)
+    : log_(dir / "engine.log"), progress_(std::make_unique<Progress>(quiet)) {
+  if (!log_) throw InputError((dir / "engine.log").string(), 0, "cannot be written");
+}
+
+Collector::~Collector() = default;
+
+void Collector::output(std::string_view line) {
+  log_ << line << '\n';
+  if (auto solution = parseSolutionLine(line)) {
+    epochs.push_back(*solution);
+  } else {
+    if (lastLines.size() == kKeptLines) lastLines.erase(lastLines.begin());
+    lastLines.emplace_back(line);
+  }
+}
+
+void Collector::record(std::string_view line) {
+  if (readHostAccountLine(line, account)) return;
+  const auto r = parseRecord(line);
+  if (!r) return;
+  ++read;
+  records_.push_back(*r);
+  progress_->show(*r, read);
+}
+
+void Collector::complete(const std::filesystem::path& solutionFile) {
+  joinTimes();
+  joinRatios(solutionFile);
+}
+
+void Collector::joinTimes() {
+  auto r = records_.begin();
+  for (SolutionEpoch& e : epochs) {
+    while (r != records_.end() && e.time - r->time > 0.05) ++r;
+    if (r != records_.end() && std::abs(e.time - r->time) <= 0.05)
+      e.milliseconds = r->milliseconds, e.time = r->time;
+  }
+}
+
+/// The ratio of the integer search is in the engine's solution file alone: its last number but the
+/// partner's name. Both lists have one entry a solution.
+void Collector::joinRatios(const std::filesystem::path& solutionFile) {
+  std::ifstream in(solutionFile);
+  std::vector<double> ratios;
+  std::vector<std::string_view> words;
+  for (std::string line; std::getline(in, line);) {
+    words.clear();
+    split(line, words);
+    const auto ratio = words.size() < 2 ? std::nullopt : parseReal(words[words.size() - 2]);
+    ratios.push_back(ratio.value_or(0.0));
+  }
+  if (ratios.size() != epochs.size()) return;
+  for (std::size_t i = 0; i < epochs.size(); ++i) epochs[i].ratio = ratios[i];
+}
+
+}  // namespace gnx

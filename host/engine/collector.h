@@ -1,0 +1,57 @@
+#pragma once
+/// \file collector.h
+/// What the worker process sends, as it comes: its standard output into "engine.log" and solutions, its
+/// records into times and the account, progress on a terminal.
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "run/account.h"
+#include "run/solution.h"
+
+namespace gnx {
+
+/// One epoch as the worker saw it.
+struct EpochRecord {
+  GpsTime time;
+  double milliseconds = 0.0;
+  int satellites = 0;
+  double share = 0.0;  ///< of the observation files read so far, 0..1
+};
+
+class Collector {
+ public:
+  /// \throws InputError when the log cannot be written
+  Collector(const std::filesystem::path& dir, bool quiet);
+  ~Collector();
+  Collector(const Collector&) = delete;
+  Collector& operator=(const Collector&) = delete;
+
+  /// A line of the worker's standard output.
+  void output(std::string_view line);
+  /// A line of its records: an epoch, or a part of the account.
+  void record(std::string_view line);
+  /// Behind the last line: gives every solution its measured time and the ratio of its integer search, which
+  /// stands in the engine's solution file alone.
+  void complete(const std::filesystem::path& solutionFile);
+
+  std::vector<SolutionEpoch> epochs;
+  std::vector<std::string> lastLines;  ///< the last ones that are no solutions
+  RunAccount account;
+  std::size_t read = 0;  ///< epochs of the observation files
+
+ private:
+  class Progress;
+  void joinTimes();
+  void joinRatios(const std::filesystem::path& solutionFile);
+
+  std::vector<EpochRecord> records_;
+  std::ofstream log_;
+  std::unique_ptr<Progress> progress_;
+};
+
+}  // namespace gnx

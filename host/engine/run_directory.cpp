@@ -1,0 +1,116 @@
+// Preparation of a run: deployment, plan, results of the last run.
+
+#include "engine/run_directory.h"
+
+#include <fstream>
+
+#include "deployment/deployed.h"
+#include "formats/input_error.h"
+#include "formats/rinex_obs.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
+
+/// Places the files of a deployment into the run directory: the configuration as a copy, data files
+/// as links.
+void borrowDeployment(const fs::path& from, const fs::path& to) {
+  if (!fs::exists(from / "ppp.json")) {
+    throw UsageError(from.string() + " holds no ppp.json; make a deployment with 'gnx init " + from.string() +
+                     "'");
+  }
+  if (fs::equivalent(from, to)) return;
+  for (const auto& entry : fs::directory_iterator(from)) {
+    const fs::path target = to / entry.path().filename();
+    if (!entry.is_regular_file()) continue;
+    fs::remove(target);
+    if (entry.path().extension() == ".json") {
+      fs::copy_file(entry.path(), target);
+    } else {
+      fs::create_symlink(fs::absolute(entry.path()), target);
+    }
+  }
+  for (const auto& entry : fs::directory_iterator(from)) {
+    if (entry.is_directory()) fs::create_directories(to / entry.path().filename());
+  }
+}
+
+/// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
+/// as "NAME.1".
+void setResultsAside(const fs::path& dir) {
+  for (const char* name :
+       {"account.csv", "diagnostics.log", "engine.log", "events.csv", "exit.txt", "ppp_pos", "report.html",
+        "signals.txt", "solution.csv", "solution.nmea", "solution.pos", "summary.txt"}) {
+    if (fs::exists(dir / name)) fs::rename(dir / name, dir / (std::string(name) + ".1"));
+  }
+}
+
+void makeAbsolute(std::vector<std::string>& files) {
+  for (std::string& file : files) {
+    if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
+    file = fs::absolute(file).string();
+  }
+}
+
+void makeAbsolute(std::string& file) {
+  if (!file.empty()) file = fs::absolute(file).string();
+}
+
+void checkSources(const RunPlan& plan) {
+  if (plan.obs.empty()) throw UsageError("no observation file; give one with --obs");
+  if (plan.nav.empty())
+    throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
+  if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {
+    throw UsageError(
+        "no corrections; give --sp3 (and --clk), or --ssr, or --broadcast to run on broadcast orbits");
+  }
+}
+
+/// Whatever the choices leave open comes from the observation file: date, antenna.
+void completeFromObservations(ReplayOptions& options) {
+  RinexObsReader reader(options.plan.obs.front());
+  const ObsHeader& header = reader.header();
+  ObsEpoch first;
+  if (!reader.next(first)) throw InputError(options.plan.obs.front(), 0, "holds no epoch");
+  options.deploy.date = first.time;
+  if (options.plan.antenna.empty()) options.plan.antenna = header.antenna;
+  options.deploy.run.antenna = options.plan.antenna;
+  if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
+}
+
+void fillDirectory(const fs::path& dir, const ReplayOptions& options) {
+  fs::create_directories(dir);
+  setResultsAside(dir);
+  if (!options.deployment.empty()) return borrowDeployment(options.deployment, dir);
+  std::ofstream notes(dir / "deployment.txt");
+  writeDeployment(dir, options.deploy, notes);
+}
+
+}  // namespace
+
+PreparedRun prepareRun(const ReplayOptions& given) {
+  ReplayOptions options = given;
+  RunPlan& plan = options.plan;
+  for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
+  for (auto* file : {&plan.availability, &plan.phaseOffsets, &plan.referenceFile}) makeAbsolute(*file);
+  checkSources(plan);
+  completeFromObservations(options);
+
+  PreparedRun run;
+  run.dir = fs::absolute(options.outDir);
+  fillDirectory(run.dir, options);
+  plan.bands = deployedBands(run.dir);
+  plan.offsetFreeBiases = (plan.offsetFreeBiases || plan.wideLaneBiases) && deployedToMassCentre(run.dir);
+  if (options.reference) plan.reference = options.reference;
+  if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
+  if (options.report) plan.details = kReportDetails_s;
+  writeRunPlan(run.dir / "run.json", plan);
+  run.plan = plan;
+  return run;
+}
+
+}  // namespace gnx
