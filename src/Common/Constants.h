@@ -8,7 +8,6 @@ inline constexpr int kMaxSat = 160;  ///< rows of the satellite table
 inline constexpr int kSys = 7;       ///< systems
 inline constexpr int kFreq = 4;      ///< frequency slots of a system
 inline constexpr int kObs = 8;       ///< an observation row: phases 0..3, codes 4..7
-inline constexpr int kSlotIon = 4;   ///< slot of the ionosphere record in the pointer table
 
 /// Systems by index: GPS, GLONASS, Galileo, BDS-3, BDS-2, QZSS, SBAS.
 inline constexpr char SYS[] = "GRECBJS";

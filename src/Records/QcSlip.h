@@ -1,10 +1,19 @@
 #pragma once
 /// \file QcSlip.h
-/// State of slip detection for one frequency pair.
+/// Slips, and the state of their detection for one frequency pair.
 
 #include "Common/SmoothAdapter.h"
 
 namespace tarvio {
+
+/// What slip detection found on a frequency (Ssat_t::m_slip).
+enum SlipKind : int {
+  kSlipNone = 0,
+  kSlipSingle = 1,        ///< phase minus code of one frequency; a reset of the filter leaves it too
+  kSlipGap = 2,           ///< not seen for longer than the gap limit
+  kSlipWideLane = 3,      ///< Melbourne-Wuebbena alone
+  kSlipGeometryFree = 4,  ///< geometry-free, with or without Melbourne-Wuebbena
+};
 
 struct QcSlip {
   int m_mjd = 0;  ///< last update of this pair

@@ -6,10 +6,12 @@
 
 namespace tarvio {
 
-/// Why an observation was rejected (m_flag); 0 = good.
+/// Why an observation was rejected (m_flag).
 enum RejectReason : int {
+  kFlagGood = 0,
   kFlagPartner = 1,  ///< only one usable signal, or a partner is missing
   kFlagEpoch = 2,    ///< the epoch had too few satellites
+  kFlagNoIfpb = 3,   ///< no third-frequency bias
   kFlagRange = 4,    ///< removed by the code-residual test of the model
   kFlagCodes = 5,    ///< pseudoranges of the satellite disagree by more than 50 m
   kFlagNoBias = 6,   ///< no code bias for the signal

@@ -11,6 +11,11 @@ EpochRows& EpochRows::operator=(const EpochRows& other) {
   return *this;
 }
 
+void EpochRows::m_setIndex(int row, const RowIndex& index) {
+  const int values[4] = {index.isat, index.slot, index.kind, index.number};
+  std::copy_n(values, 4, m_idxList + 4 * row);
+}
+
 void EpochRows::m_freeLists() {
   std::free(m_omcList);
   std::free(m_wgtList);

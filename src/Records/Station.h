@@ -15,6 +15,28 @@ namespace tarvio {
 
 class Model;
 
+/// Why a slot needs a new ambiguity (Ssat_t::m_ambflag), and how an ambiguity began (SrifPamt::iflag).
+/// A slip hands its kind on, so that the first values are those of SlipKind.
+enum ArcFlag : int {
+  kArcGoesOn = 0,
+  kArcNew = kSlipSingle,  ///< first use, reset, aged out, or slip of a single frequency
+  kArcGap = kSlipGap,
+  kArcWideLane = kSlipWideLane,
+  kArcGeometryFree = kSlipGeometryFree,
+  kArcRestart = 5,  ///< the extra-wide-lane integers were realigned; the only value of m_ambstate
+  kArcOutlier = 6,  ///< by outlier treatment
+  kArcHeld = 7,     ///< made by outlier treatment and withdrawn: the old arc goes on
+};
+
+/// What an observation row is (third column of Station::m_idxList, second of SrifFilter::obsrec).
+enum RowKind : int {
+  kRowCode = 1,
+  kRowPhase = 2,
+  kRowAfifCode = 3,   ///< serves the wide-lane stage only, never enters the array
+  kRowAfifPhase = 4,  ///< three-frequency wide-lane phase
+};
+inline bool s_isPhaseRow(int kind) { return kind == kRowPhase || kind == kRowAfifPhase; }
+
 /// The per-satellite row of a station.
 struct Ssat_t {
   double m_azim = 0.0, m_elev = 0.0;      ///< radians
@@ -27,14 +49,15 @@ struct Ssat_t {
   double m_obs[kObs] = {};  ///< as in Rnxobs
   double m_dop[kFreq] = {}, m_snr[kFreq] = {};
   char m_type[kObs][4] = {};
-  double m_xx[kObs] = {};     ///< observed minus computed, m; 0 = none
-  double m_wgt[kObs] = {};    ///< 1/sigma, 1/m
-  int m_flag[kFreq] = {};     ///< RejectReason
-  int m_ambflag[kFreq] = {};  ///< this slot needs a new ambiguity
-  int m_slip[kFreq] = {};     ///< 0 none, 1 single-frequency slip, 2 gap, 3 MW, 4 GF
-  int m_newamb[kFreq] = {};   ///< an ambiguity was added in this epoch
-  int m_ambstate = 0, m_ifpbreset = 0;
-  QcSlip m_sm[6];  ///< slip detection, by frequency pair (three are in use)
+  double m_xx[kObs] = {};       ///< observed minus computed, m; 0 = none
+  double m_wgt[kObs] = {};      ///< 1/sigma, 1/m
+  int m_flag[kFreq] = {};       ///< RejectReason
+  int m_ambflag[kFreq] = {};    ///< ArcFlag: this slot needs a new ambiguity
+  int m_slip[kFreq] = {};       ///< SlipKind
+  int m_newamb[kFreq] = {};     ///< an ambiguity was added in this epoch
+  int m_ambstate = kArcGoesOn;  ///< kArcRestart: the wide-lane ambiguities must restart
+  int m_ifpbreset = 0;          ///< 1: a new issue of the third-frequency bias
+  QcSlip m_sm[6];               ///< slip detection, by frequency pair (three are in use)
   // code-minus-carrier monitor of Model::m_computeCmc
   int m_cmcCount[kFreq] = {};
   double m_cmcMean[kFreq] = {};
@@ -47,6 +70,11 @@ struct t_cmc_queue {
   double m_sigma[8] = {};
 };
 
+/// Where a row of the lists comes from, and its number among the rows of all stations.
+struct RowIndex {
+  int isat, slot, kind, number;
+};
+
 /// Rows of the epoch, allocated with calloc by the model. Copies of a station start without rows:
 /// they belong to the object whose model made them.
 struct EpochRows {
@@ -57,9 +85,14 @@ struct EpochRows {
 
   double* m_omcList = nullptr;  ///< observed minus computed, m
   double* m_wgtList = nullptr;  ///< 1/sigma, 1/m
-  int* m_idxList = nullptr;     ///< four ints a row: satellite, slot, kind (1 code, 2 phase), position
+  int* m_idxList = nullptr;     ///< four ints a row: those of RowIndex
   int m_nobs = 0;
 
+  RowIndex m_index(int row) const {
+    const int* index = m_idxList + 4 * row;
+    return {index[0], index[1], index[2], index[3]};
+  }
+  void m_setIndex(int row, const RowIndex& index);
   /// Frees the three row lists and nulls them.
   void m_freeLists();
 };

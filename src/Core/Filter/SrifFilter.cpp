@@ -128,9 +128,9 @@ void SrifFilter::v_onFinish() {
       Ssat_t& sat = sta.m_sat[isat];
       const int nused = std::min(config.m_nfreqUsed[config.m_sysOfRow(isat)], kFreq);
       for (int f = 0; f < nused; ++f)
-        if (sat.m_newamb[f]) sat.m_ambflag[f] = 0;
+        if (sat.m_newamb[f]) sat.m_ambflag[f] = kArcGoesOn;
       // Slots that are not in use carry the flags of a reset too and would restart arcs for ever.
-      std::fill_n(sat.m_slip, kFreq, 0);
+      std::fill_n(sat.m_slip, kFreq, static_cast<int>(kSlipNone));
     }
     sta.m_freeLists();
     sta.m_nobs = 0;
@@ -139,7 +139,7 @@ void SrifFilter::v_onFinish() {
   for (const std::vector<int>& reset : m_ambreset) {
     const int ista = reset[0], isat = reset[1], ifreq = reset[2];
     if (config.m_diaReset) {
-      m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[ifreq] = 6;
+      m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[ifreq] = kArcOutlier;
       m_restartWidelanes(ista, isat, ifreq);
     }
     if (m_ewlint) m_ewlint[ista * kMaxSat + isat] = 0;

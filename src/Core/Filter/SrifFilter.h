@@ -31,18 +31,16 @@
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "Records/Rnxobs.h"
+#include "Records/SolutionState.h"
 #include "Records/Station.h"
 
 namespace tarvio {
 
 class HMWfilter;
 
-/// What an observation row is (third column of Station::m_idxList, second of obsrec).
-enum RowKind : int {
-  kRowCode = 1,
-  kRowPhase = 2,
-  kRowAfifCode = 3,   ///< serves the wide-lane stage only, never enters the array
-  kRowAfifPhase = 4,  ///< three-frequency wide-lane phase
+/// Where a row of the array comes from: a row of SrifFilter::obsrec.
+struct RowOrigin {
+  int isat, kind, slot, ista, place;  ///< place: row of the station's lists
 };
 
 class SrifFilter : public QcTurboEdit, public ProductStores {
@@ -129,8 +127,14 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// Integer extra-wide-lanes of the three-frequency combination.
   void m_ewl_amb_holder();
 
-  /// Live record of a station, satellite and slot (0..3 ambiguities, 4 ionosphere); null = none.
-  SrifPamt*& m_pm(int ista, int isat, int slot) { return m_pmtab[(ista * kMaxSat + isat) * 5 + slot]; }
+  /// Live record of a station, satellite and slot (frequency slot or kSlotIon); null = none.
+  SrifPamt*& m_pm(int ista, int isat, int slot) {
+    return m_pmtab[(ista * kMaxSat + isat) * kParameterSlots + slot];
+  }
+  RowOrigin m_origin(int row) const {
+    const int* origin = obsrec + 5 * row;
+    return {origin[0], origin[1], origin[2], origin[3], origin[4]};
+  }
 
   double m_ambinf0 = 1.0e-4;  ///< diagonal of a new ambiguity
   int nstap = 0, nsatclk = 0, nrecclk = 0, nztd = 0, ntfdcb = 0, nstadcb = 0;
@@ -155,11 +159,11 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   double m_intv = 0.0;
   double m_sig0 = 0.0;
   int nobs = 0;
-  int* obsrec = nullptr;  ///< five ints a row: satellite, kind, slot, station, position in the list
+  int* obsrec = nullptr;  ///< five ints a row: those of RowOrigin
   SmoothAdapter m_smooth;
   double m_sig0_smooth = 999.0;
   int nhk = 0, ntmx = 0, ldinfs = 0;  ///< rows of Hk; columns of both arrays; rows of infs
-  int m_solstat = 0;                  ///< 0 nothing, 1 code, 2 phase float, 5 fixed
+  int m_solstat = kStateNone;         ///< SolutionState
   double m_ratio = 0.0, m_ratio_wl = 0.0, m_ratio_ewl = 0.0;
   /// The member that holds the ratio of a level.
   static double SrifFilter::*s_ratioOf(Level level) {
@@ -174,7 +178,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::list<SrifPamt*> m_ionlist, m_amblist;
   std::list<SrifPamt*> m_ambdel;  ///< copies of the records deleted in this epoch
   std::vector<Station> m_stations;
-  SrifPamt** m_pmtab = nullptr;  ///< [station][160][5], owns nothing
+  SrifPamt** m_pmtab = nullptr;  ///< [station][satellite row][ParameterSlot], owns nothing
   FixMap m_fixmap;               ///< read and written through Fixes and FixRecord
   std::map<std::string, std::map<std::string, double>> m_ambhold;
   std::map<std::string, std::map<std::string, std::unique_ptr<HMWfilter>>> m_hmw;  ///< tag, station

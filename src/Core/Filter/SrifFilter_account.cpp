@@ -52,11 +52,11 @@ void SrifFilter::m_accountRows() {
   const bool combined = s_has(config.m_obscomb, "IF");
   bool used[kMaxSat][kObs] = {};
   for (int row = 0; row < nobs && obsrec; ++row) {
-    const int* origin = obsrec + 5 * row;
-    if (origin[3] != 0 || !(obswgt[row] > 0.0)) continue;
-    const int isat = origin[0], first = origin[1] == kRowCode ? kFreq : 0;
+    const auto [isat, kind, slot, ista, place] = m_origin(row);
+    if (ista != 0 || !(obswgt[row] > 0.0)) continue;
+    const int first = kind == kRowCode ? kFreq : 0;
     if (!combined) {
-      used[isat][first + origin[2]] = true;
+      used[isat][first + slot] = true;
       continue;
     }
     // A combined row stands on one slot for both frequencies of its pair, a wide-lane row for all three.
@@ -64,7 +64,7 @@ void SrifFilter::m_accountRows() {
     s_ifSlots(config.m_sysOfRow(isat), &fq1, &fq2);
     if (fq1 < 0 || fq2 < 0) continue;
     used[isat][first + fq1] = used[isat][first + fq2] = true;
-    if (origin[1] == kRowAfifPhase) std::fill_n(used[isat], 3, true);
+    if (kind == kRowAfifPhase) std::fill_n(used[isat], 3, true);
   }
   m_account.m_settle([&](int isat, int place) { return used[isat][place] ? Fate::used : Fate::open; });
 }

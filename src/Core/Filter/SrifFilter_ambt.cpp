@@ -37,9 +37,10 @@ void SrifFilter::m_requestRestarts() {
   const bool afif = s_has(s_config().m_obscomb, "AFIF");
   for (Station& sta : m_stations)
     for (Ssat_t& sat : sta.m_sat) {
-      if (sat.m_ambstate == 5 && afif) sat.m_ambflag[1] = 5;
-      if (sat.m_ifpbreset == 1) sat.m_ambflag[2] = 1;
-      sat.m_ambstate = sat.m_ifpbreset = 0;
+      if (sat.m_ambstate == kArcRestart && afif) sat.m_ambflag[1] = kArcRestart;
+      if (sat.m_ifpbreset == 1) sat.m_ambflag[2] = kArcNew;
+      sat.m_ambstate = kArcGoesOn;
+      sat.m_ifpbreset = 0;
     }
 }
 
@@ -76,7 +77,7 @@ void SrifFilter::m_addIonosphere() {
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
-      const int isat = sta.m_idxList[4 * row];
+      const int isat = sta.m_index(row).isat;
       if (m_pm(ista, isat, kSlotIon)) continue;
       auto* record = new SrifPamt;
       record->ista = ista;
@@ -112,7 +113,7 @@ SrifPamt* SrifFilter::m_newAmbiguity(int ista, int isat, int slot, int kind, int
   record->ptime0 = record->ptime1 = mjd + sod / kDay;
   // A slot without a record starts one even when no flag asks for it.
   const int flag = m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[slot];
-  record->iflag = flag != 0 ? flag : 1;
+  record->iflag = flag != kArcGoesOn ? flag : kArcNew;
   if (kind == kRowAfifPhase) {
     int first = -1, second = -1;
     record->lam = v_setAFIF_lam(isat, &first, &second);
@@ -136,10 +137,9 @@ void SrifFilter::m_addAmbiguities() {
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
-      const int isat = sta.m_idxList[4 * row], slot = sta.m_idxList[4 * row + 1],
-                kind = sta.m_idxList[4 * row + 2];
-      if (kind != kRowPhase && kind != kRowAfifPhase) continue;
-      if (sta.m_sat[isat].m_ambflag[slot] == 0 && m_pm(ista, isat, slot)) continue;
+      const auto [isat, slot, kind, number] = sta.m_index(row);
+      if (!s_isPhaseRow(kind)) continue;
+      if (sta.m_sat[isat].m_ambflag[slot] == kArcGoesOn && m_pm(ista, isat, slot)) continue;
       SrifPamt* record = m_newAmbiguity(ista, isat, slot, kind, imtx + count++);
       m_pm(ista, isat, slot) = record;
       m_amblist.push_back(record);
@@ -163,13 +163,12 @@ void SrifFilter::m_startAmbiguities() {
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
-      const int isat = sta.m_idxList[4 * row], slot = sta.m_idxList[4 * row + 1],
-                kind = sta.m_idxList[4 * row + 2];
+      const auto [isat, slot, kind, number] = sta.m_index(row);
       SrifPamt* record = m_pm(ista, isat, slot);
       if (!record) continue;
       record->ptime1 = mjd + sod / kDay;
       if (!sta.m_sat[isat].m_newamb[slot]) continue;
-      const double sign = kind == kRowPhase || kind == kRowAfifPhase ? 1.0 : -1.0;
+      const double sign = s_isPhaseRow(kind) ? 1.0 : -1.0;
       record->xini += sign * sta.m_omcList[row] / record->lam;
       record->xest = record->xini;
     }
@@ -211,7 +210,7 @@ void SrifFilter::m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::
                            config.m_cprn[record->isat].c_str(),
                            config.m_freqUsed[record->isys][record->ifreq]);
       if (!replaced) {
-        sta.m_sat[record->isat].m_ambflag[record->ifreq] = 1;
+        sta.m_sat[record->isat].m_ambflag[record->ifreq] = kArcNew;
         live = nullptr;
       }
     }

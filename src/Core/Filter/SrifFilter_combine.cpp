@@ -36,8 +36,7 @@ Combined s_combine(const Ssat_t& sat, double a, int slot1, double b, int slot2) 
 void s_writeRow(Station& sta, double* wgt, int row, const Combined& combined, int isat, int slot, int kind) {
   sta.m_omcList[row] = combined.value;
   wgt[row] = combined.wgt;
-  const int index[4] = {isat, slot, kind, -1};
-  std::copy_n(index, 4, sta.m_idxList + 4 * row);
+  sta.m_setIndex(row, {isat, slot, kind, -1});
 }
 
 }  // namespace
@@ -71,14 +70,16 @@ void SrifFilter::m_transferSlips(int ista, int isat) {
     int fq1 = 0, fq2 = 1;
     s_ifSlots(isys, &fq1, &fq2);
     if (fq1 < 0 || fq2 < 0) return;
-    if (const int slip = std::max(sat.m_slip[fq1], sat.m_slip[fq2]); slip != 0) sat.m_ambflag[0] = slip;
+    if (const int slip = std::max(sat.m_slip[fq1], sat.m_slip[fq2]); slip != kSlipNone)
+      sat.m_ambflag[0] = slip;
     if (s_has(config.m_obscomb, "AFIF"))
-      if (const int slip = *std::max_element(sat.m_slip, sat.m_slip + 3); slip != 0) sat.m_ambflag[1] = slip;
+      if (const int slip = *std::max_element(sat.m_slip, sat.m_slip + 3); slip != kSlipNone)
+        sat.m_ambflag[1] = slip;
   } else if (s_has(config.m_obscomb, "SF")) {
-    if (sat.m_slip[0] != 0) sat.m_ambflag[0] = sat.m_slip[0];
+    if (sat.m_slip[0] != kSlipNone) sat.m_ambflag[0] = sat.m_slip[0];
   } else {
     for (int f = 0; f < std::min(config.m_nfreqUsed[isys], kFreq); ++f)
-      if (sat.m_slip[f] > 0) sat.m_ambflag[f] = sat.m_slip[f];
+      if (sat.m_slip[f] != kSlipNone) sat.m_ambflag[f] = sat.m_slip[f];
   }
 }
 

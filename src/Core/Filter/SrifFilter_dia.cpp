@@ -94,8 +94,7 @@ void SrifFilter::m_onDiaUpInfs(int k, const std::vector<int>& rows) {
   std::copy_n(Hk + iphk[n], nobs, Hk + iphk[n + k]);
   for (int i = 0; i < k; ++i) {
     const int row = rows[static_cast<std::size_t>(i)];
-    const int* origin = obsrec + 5 * row;
-    const int isat = origin[0], slot = origin[2], ista = origin[3];
+    const auto [isat, kind, slot, ista, place] = m_origin(row);
     SrifPamt*& live = m_pm(ista, isat, slot);
     auto* record = new SrifPamt;
     record->ista = ista;
@@ -105,7 +104,7 @@ void SrifFilter::m_onDiaUpInfs(int k, const std::vector<int>& rows) {
     record->isys = live->isys;
     record->ipar = n + i;
     record->nuse = 1;
-    record->iflag = 6;
+    record->iflag = kArcOutlier;
     record->ptime0 = record->ptime1 = mjd + sod / kDay;
     record->elevsum = m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_elev;
     record->lam = live->lam;

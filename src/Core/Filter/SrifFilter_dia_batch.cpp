@@ -71,12 +71,11 @@ void SrifFilter::m_diaCandidates(const DiaMode& mode, bool first, DiaList& list)
   list.vmax = 0.0;
   const double sigma = m_sig0_smooth != 0.0 ? m_sig0_smooth : 999.0;
   for (int row = 0; row < nobs; ++row) {
-    const int* origin = obsrec + 5 * row;
-    const int kind = origin[1];
+    const auto [isat, kind, slot, ista, place] = m_origin(row);
     const bool wanted = mode.codeAfter && !first ? kind == kRowCode
                                                  : kind == kRowPhase || (mode.afif && kind == kRowAfifPhase);
     // A code row is treated on the ambiguity of its slot; without one there is nothing to restart.
-    if (!wanted || !m_pm(origin[3], origin[0], origin[2])) continue;
+    if (!wanted || !m_pm(ista, isat, slot)) continue;
     const double value = mode.scaled ? std::fabs(resi[row]) / sigma * obswgt[row] : std::fabs(resi[row]);
     list.rows.push_back(row);
     list.value.push_back(value);
@@ -92,8 +91,7 @@ bool SrifFilter::m_diaTreat(int row, int k, double value) {
     std::printf("***ERROR(m_onDiaGenSen):Dimension Not big Enough! nmtxX: %d Real: %d\n", ntmx, wanted);
     return false;
   }
-  const int* origin = obsrec + 5 * row;
-  const int isat = origin[0], slot = origin[2], ista = origin[3];
+  const auto [isat, kind, slot, ista, place] = m_origin(row);
   m_onDiaGenSen(row, k, m_pm(ista, isat, slot)->lam, obswgt[row]);
 
   const Station& sta = m_stations[static_cast<std::size_t>(ista)];
@@ -141,7 +139,7 @@ void SrifFilter::m_diaJudge(const DiaMode& mode, SrifPamt* record, const std::ve
     // Too small to be a slip: the old arc returns and takes the shift; one entry of the slot is withdrawn.
     record->pold->xini += jump;
     m_pm(record->ista, record->isat, record->ifreq) = record->pold;
-    record->iflag = 7;
+    record->iflag = kArcHeld;
     record->iold = -1;
     record->pold = nullptr;
     const std::vector<int> slot = {record->ista, record->isat, record->ifreq};

@@ -125,13 +125,13 @@ void SrifFilter::m_writeResiduals() const {
   const Deploy& config = s_config();
   LineWriter out(mjd, sod);
   for (int row = 0; row < nobs && resi; ++row) {
-    const int* origin = obsrec + 5 * row;
-    const Station& sta = m_stations[static_cast<std::size_t>(origin[3])];
-    const Ssat_t& sat = sta.m_sat[origin[0]];
+    const auto [isat, kind, slot, ista, place] = m_origin(row);
+    const Station& sta = m_stations[static_cast<std::size_t>(ista)];
+    const Ssat_t& sat = sta.m_sat[isat];
     char fixed[32] = "-";
     if (resi_fix) std::snprintf(fixed, sizeof fixed, "%.4f", resi_fix[row]);
-    out.m_add("RES", sta.m_name, "%s %s %s %.2f %.2f %.4f %s %.4f", config.m_cprn[origin[0]].c_str(),
-              s_slotName(config.m_sysOfRow(origin[0]), origin[2]), s_kind(origin[1]), sat.m_elev * kRadToDeg,
+    out.m_add("RES", sta.m_name, "%s %s %s %.2f %.2f %.4f %s %.4f", config.m_cprn[isat].c_str(),
+              s_slotName(config.m_sysOfRow(isat), slot), s_kind(kind), sat.m_elev * kRadToDeg,
               sat.m_azim * kRadToDeg, resi[row], fixed, obswgt[row]);
   }
 }

@@ -130,7 +130,7 @@ void SrifFilter::m_allocateArrays() {
     s_fatal(__func__, __LINE__, "row = %d,ncol = %d,can't allocate memory for Hk Filter!\n", nhk, ntmx);
   iphk = starts(nhk);
   if (!iphk) s_fatal(__func__, __LINE__, "nrow = %d,can't allocate memory for iphk Filter!\n", ntmx);
-  m_pmtab = new SrifPamt* [m_stations.size() * kMaxSat * 5] {};
+  m_pmtab = new SrifPamt* [m_stations.size() * kMaxSat * kParameterSlots] {};
 }
 
 void SrifFilter::v_srif_reset() {
@@ -140,15 +140,15 @@ void SrifFilter::v_srif_reset() {
   treset = config.m_lpost ? mjd2time(mjd, sod) : static_cast<std::time_t>(s_wallClock());
 
   m_deleteArcs();
-  std::fill_n(m_pmtab, m_stations.size() * kMaxSat * 5, nullptr);
+  std::fill_n(m_pmtab, m_stations.size() * kMaxSat * kParameterSlots, nullptr);
   m_ambreset.clear();
   m_sig0_smooth = 999.0;
   m_smooth.m_reset();
 
   for (Station& sta : m_stations)
     for (int isat = 0; isat < config.m_nsat; ++isat) {
-      std::fill_n(sta.m_sat[isat].m_ambflag, kFreq, 1);
-      std::fill_n(sta.m_sat[isat].m_slip, kFreq, 1);
+      std::fill_n(sta.m_sat[isat].m_ambflag, kFreq, static_cast<int>(kArcNew));
+      std::fill_n(sta.m_sat[isat].m_slip, kFreq, static_cast<int>(kSlipSingle));
     }
 
   np = npi = imtx = m_resetAllOrdinary();

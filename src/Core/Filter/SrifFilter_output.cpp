@@ -143,8 +143,9 @@ std::string SrifFilter::m_getRTKLIBSeq() {
       "%4d/%02d/%02d %02d:%02d:%06.3lf%15.4lf%15.4lf%15.4lf%4d%4d%9.4lf%9.4lf%9.4lf%9.4lf%9.4lf%9.4lf%7.2lf"
       "%7.1lf\n",
       static_cast<int>(ep[0]), static_cast<int>(ep[1]), static_cast<int>(ep[2]), static_cast<int>(ep[3]),
-      static_cast<int>(ep[4]), ep[5], m_pamt[0].xest, m_pamt[1].xest, m_pamt[2].xest, m_solstat == 5 ? 1 : 2,
-      s_countObserved(m_stations[0]), 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, m_ratio);
+      static_cast<int>(ep[4]), ep[5], m_pamt[0].xest, m_pamt[1].xest, m_pamt[2].xest,
+      m_solstat == kStateFixed ? 1 : 2, s_countObserved(m_stations[0]), 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0,
+      m_ratio);
   return text;
 }
 
@@ -156,7 +157,7 @@ std::string SrifFilter::m_getGGASeq() {
   GNX_IO::ecef2pos(xyz, pos);
   GNX_IO::deg2dms(std::fabs(pos[0]) * kRadToDeg, lat, 7);
   GNX_IO::deg2dms(std::fabs(pos[1]) * kRadToDeg, lon, 7);
-  const bool fixed = m_solstat == 5;
+  const bool fixed = m_solstat == kStateFixed;
   const int satellites = fixed ? m_nfix : s_countObserved(m_stations[0]);
 
   char text[256], tail[8];

@@ -30,7 +30,7 @@ void s_clearObservations(Ssat_t& sat) {
   std::fill_n(sat.m_dop, kFreq, 0.0);
   std::fill_n(sat.m_snr, kFreq, 0.0);
   std::memset(sat.m_type, 0, sizeof sat.m_type);
-  std::fill_n(sat.m_flag, kFreq, 0);
+  std::fill_n(sat.m_flag, kFreq, static_cast<int>(kFlagGood));
 }
 
 void s_copyObservations(Ssat_t& sat, const Rnxobs& obs, int isat) {
@@ -55,14 +55,14 @@ bool s_isFinite(const Ssat_t& sat) {
 void s_keepSatellites(Station& sta, const bool* present) {
   int kept = 0;
   for (int row = 0; row < sta.m_nobs; ++row) {
-    const int isat = sta.m_idxList[4 * row];
+    const int isat = sta.m_index(row).isat;
     if (!present[isat]) {
       std::fill_n(sta.m_sat[isat].m_xx, kObs, 0.0);
       continue;
     }
     sta.m_omcList[kept] = sta.m_omcList[row];
     sta.m_wgtList[kept] = sta.m_wgtList[row];
-    std::copy_n(sta.m_idxList + 4 * row, 4, sta.m_idxList + 4 * kept);
+    sta.m_setIndex(kept, sta.m_index(row));
     ++kept;
   }
   sta.m_nobs = kept;
@@ -130,7 +130,7 @@ void SrifFilter::m_positionAndModel(int ista) {
 void SrifFilter::m_limitSatellites(Station& sta) {
   if (!infs || sta.m_nobs < 1) return;
   bool present[kMaxSat] = {};
-  for (int row = 0; row < sta.m_nobs; ++row) present[sta.m_idxList[4 * row]] = true;
+  for (int row = 0; row < sta.m_nobs; ++row) present[sta.m_index(row).isat] = true;
   std::vector<int> seen;
   int dropped = 0;
   for (int isat = 0; isat < s_config().m_nsat; ++isat) {

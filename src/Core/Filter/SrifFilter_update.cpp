@@ -107,9 +107,8 @@ void SrifFilter::v_onSetAmat() {
 
 void SrifFilter::m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini) {
   const Deploy& config = s_config();
-  const int isat = sta.m_idxList[4 * row], slot = sta.m_idxList[4 * row + 1],
-            kind = sta.m_idxList[4 * row + 2];
-  sta.m_idxList[4 * row + 3] = number;
+  const auto [isat, slot, kind, unnumbered] = sta.m_index(row);
+  sta.m_setIndex(row, {isat, slot, kind, number});
   const Ssat_t& sat = sta.m_sat[isat];
   const int isys = config.m_sysOfRow(isat);
   const double* freq = config.m_satellites[static_cast<std::size_t>(isat)].m_freq;
@@ -148,7 +147,7 @@ void SrifFilter::m_setRow(Station& sta, int ista, int row, int number, const std
     // Code is delayed by the ionosphere, phase advanced.
     writer.m_addReduced(record->ipar, (kind == kRowCode ? 1.0 : -1.0) * dispersion * sat.m_ionmap);
   }
-  if (kind != kRowPhase && kind != kRowAfifPhase) return;
+  if (!s_isPhaseRow(kind)) return;
 
   const SrifPamt* record = m_pm(ista, isat, slot);
   const char* name = config.m_freqUsed[isys][slot];
@@ -179,7 +178,7 @@ void SrifFilter::v_onAddObsMatrix() {
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
-      const int kind = sta.m_idxList[4 * row + 2];
+      const int kind = sta.m_index(row).kind;
       if (kind == kRowAfifCode || (!phase && kind != kRowCode)) continue;
       // One row below is kept for the reflectors' factors.
       if (nobs >= nhk || imtx + nobs + 2 > ldinfs) ++dropped;
@@ -199,10 +198,9 @@ void SrifFilter::v_onAddObsMatrix() {
 }
 
 void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
-  const int* index = sta.m_idxList + 4 * row;
-  const int isat = index[0], slot = index[1], number = index[3];
+  const auto [isat, slot, kind, number] = sta.m_index(row);
   const double wgt = sta.m_wgtList[row];
-  const int record[5] = {isat, index[2], slot, ista, row};
+  const int record[5] = {isat, kind, slot, ista, row};
   std::copy_n(record, 5, obsrec + 5 * nobs);
   obswgt[nobs] = wgt;
   for (int column = 0; column <= imtx; ++column) {
@@ -224,7 +222,7 @@ void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
 }
 
 void SrifFilter::v_onFilterEstimate() {
-  m_solstat = 0;
+  m_solstat = kStateNone;
   if (nobs < 1) return;
   const Deploy& config = s_config();
   CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, config.m_ldia);
@@ -237,7 +235,7 @@ void SrifFilter::v_onFilterEstimate() {
   m_sig0 = m_unitWeightSigma(false);
   if (config.m_ldia) m_onDia();
 
-  m_solstat = s_has(config.m_obsused, "PHASE") ? 2 : 1;
+  m_solstat = s_has(config.m_obsused, "PHASE") ? kStateFloat : kStateCode;
   m_solve_update();
   m_get_dop();
   double spread = 0.0;
@@ -261,7 +259,7 @@ double SrifFilter::m_unitWeightSigma(bool codeAndPhaseOnly) const {
   double sum = 0.0;
   int count = 0;
   for (int row = 0; row < nobs; ++row) {
-    const int kind = obsrec[5 * row + 1];
+    const int kind = m_origin(row).kind;
     if (kind <= 0 || (codeAndPhaseOnly && kind != kRowCode && kind != kRowPhase)) continue;
     const double scaled = resi[row] * obswgt[row];
     sum += scaled * scaled;

@@ -1,8 +1,16 @@
 #pragma once
 /// \file SrifPamt.h
-/// The record of one parameter.
+/// The record of one parameter, and its slot in the table of live records.
+
+#include "Common/Constants.h"
 
 namespace tarvio {
+
+/// Slots of a satellite in SrifFilter::m_pmtab; the first are the ambiguities of the frequency slots.
+enum ParameterSlot : int {
+  kSlotIon = kFreq,  ///< slant ionosphere
+  kParameterSlots
+};
 
 struct SrifPamt {
   int ista = -1;    ///< station, -1 none
@@ -14,7 +22,7 @@ struct SrifPamt {
   int iamb = 0;
   int iupd = 0;         ///< 1: the time update moves xini by phi*dx
   int nuse = 0;         ///< observations that used it since the last time update
-  int iflag = 0;        ///< ambiguities: flag at creation; 6 made by DIA, 7 kept by it
+  int iflag = 0;        ///< ambiguities: ArcFlag, how the arc began
   double qinv = 0.0;    ///< 1/q; noise over dt is q*sqrt(dt)
   double phi = 0.0;     ///< transition factor
   double tpiece = 0.0;  ///< length of a piecewise-constant interval, s; 0 = noise at every epoch

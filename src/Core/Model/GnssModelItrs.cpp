@@ -21,7 +21,6 @@ namespace tarvio {
 namespace {
 
 constexpr int kPasses = 11;
-constexpr int kKindPhase = 2, kKindCode = 1;
 /// Variance of a phase at 0 dB-Hz by frequency (a fourth slot takes the last value).
 constexpr double SNRCONST_FREQ1[3] = {0.000161, 0.000161, 0.000161};
 constexpr double kSnrScale = 5590.0;
@@ -35,7 +34,7 @@ void s_zeroRow(double (&row)[kObs]) { std::fill(std::begin(row), std::end(row), 
 
 void s_setReason(Ssat_t& sat, int reason) {
   for (int& flag : sat.m_flag)
-    if (flag == 0) flag = reason;
+    if (flag == kFlagGood) flag = reason;
 }
 
 }  // namespace
@@ -204,12 +203,12 @@ void GnssModelItrs::m_appendRows(Pass& pass, int isat, int isys) {
     if (sat.m_xx[f] != 0.0) {
       const double sigma = deploy.m_lsnr ? bySnr : sigPhase / g;
       sat.m_wgt[f] = 1.0 / sigma;
-      s_append(sta, pass.capacity, sat.m_xx[f], sat.m_wgt[f], isat, f, kKindPhase);
+      s_append(sta, pass.capacity, sat.m_xx[f], sat.m_wgt[f], isat, f, kRowPhase);
     }
     if (sat.m_xx[4 + f] != 0.0) {
       const double sigma = deploy.m_lsnr ? sigCode / sigPhase * bySnr : sigCode / g;
       sat.m_wgt[4 + f] = 1.0 / sigma / s_noiseFactor(deploy, isys, f);
-      s_append(sta, pass.capacity, sat.m_xx[4 + f], sat.m_wgt[4 + f], isat, f, kKindCode);
+      s_append(sta, pass.capacity, sat.m_xx[4 + f], sat.m_wgt[4 + f], isat, f, kRowCode);
     }
   }
 }

@@ -88,7 +88,7 @@ void Model::m_computeCmc(Station* sta) {
     for (int f = 0; f < std::min(deploy.m_nfreqObs[isys], kFreq); ++f) {
       int& count = sat.m_cmcCount[f];
       double& mean = sat.m_cmcMean[f];
-      if (ion == 0.0 || sat.m_elev < kMonitorMask_rad || sat.m_ambflag[f] != 0 ||
+      if (ion == 0.0 || sat.m_elev < kMonitorMask_rad || sat.m_ambflag[f] != kArcGoesOn ||
           !validSatObs(deploy.m_obsused, deploy.m_obscomb, sat.m_obs, i, f)) {
         count = 0;
         mean = 0.0;

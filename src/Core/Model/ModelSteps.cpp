@@ -136,8 +136,7 @@ void s_append(Station& sta, int capacity, double omc, double weight, int isat, i
   if (sta.m_nobs >= capacity) return;
   sta.m_omcList[sta.m_nobs] = omc;
   sta.m_wgtList[sta.m_nobs] = weight;
-  const int index[4] = {isat, slot, kind, -1};
-  std::copy(index, index + 4, sta.m_idxList + 4 * sta.m_nobs);
+  sta.m_setIndex(sta.m_nobs, {isat, slot, kind, -1});
   ++sta.m_nobs;
 }
 

@@ -12,11 +12,6 @@
 #include "Core/Model/Tropo_vmf1.h"
 
 namespace tarvio {
-namespace {
-
-constexpr int kKindCode = 1;
-
-}  // namespace
 
 /// Tables of one call.
 struct SppModelItrs::Epoch {
@@ -94,7 +89,7 @@ void SppModelItrs::m_modelSatellite(const Epoch& epoch, int isat) {
     if (omc == 0.0 || !std::isfinite(omc)) continue;
     sat.m_xx[4 + f] = omc;
     sat.m_wgt[4 + f] = 1.0 / sta.m_sigCode[isys] / s_noiseFactor(deploy, isys, f) * g;
-    s_append(sta, m_capacity, omc, sat.m_wgt[4 + f], isat, f, kKindCode);
+    s_append(sta, m_capacity, omc, sat.m_wgt[4 + f], isat, f, kRowCode);
   }
 }
 

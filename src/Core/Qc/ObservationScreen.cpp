@@ -33,13 +33,13 @@ struct Rows {
     std::fill(snr, snr + kFreq, 0.0);
   }
   void drop(int j) { obs[j] = obs[kFreq + j] = dop[j] = snr[j] = 0.0; }
-  void flagAll(int reason) {
-    std::fill(flag, flag + kFreq, reason);
+  void flagAll(RejectReason reason) {
+    std::fill(flag, flag + kFreq, static_cast<int>(reason));
     result = 1;
   }
   /// The satellite goes because a partner is missing; reasons given before stay.
   void clearForPartner() {
-    std::replace(flag, flag + kFreq, 0, static_cast<int>(kFlagPartner));
+    std::replace(flag, flag + kFreq, static_cast<int>(kFlagGood), static_cast<int>(kFlagPartner));
     result = 1;
     clear();
   }
@@ -90,7 +90,7 @@ bool s_checkManyCodes(Rows& rows, int n) {
   if (anchor < 0) {
     // Codes that contradict each other are named; a single code leaves no reason behind.
     for (int j = 0; j < kFreq; ++j) {
-      rows.flag[j] = count > 1 && j < n && s_present(rows.code(j)) ? kFlagCodes : 0;
+      rows.flag[j] = count > 1 && j < n && s_present(rows.code(j)) ? kFlagCodes : kFlagGood;
     }
     rows.result = 1;
     rows.clear();
@@ -122,7 +122,7 @@ void s_checkManyPhases(Rows& rows, int n) {
       ++count;
       continue;
     }
-    if (rows.flag[j] == 0) rows.flag[j] = kFlagPartner;
+    if (rows.flag[j] == kFlagGood) rows.flag[j] = kFlagPartner;
     rows.result = 1;
     rows.drop(j);
   }

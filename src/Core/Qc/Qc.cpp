@@ -18,12 +18,10 @@ namespace tarvio {
 namespace {
 
 constexpr int kUnset = -1;
-constexpr int kTrimmed = 2;     ///< flag of the trimming mean
-constexpr int kSignRobust = 3;  ///< flag of the sign-based rejection
 constexpr double kMadToSigma = 0.6745;
 
 int s_countUsed(const int* flags, int n) {
-  return flags == nullptr ? n : static_cast<int>(std::count(flags, flags + n, 0));
+  return flags == nullptr ? n : static_cast<int>(std::count(flags, flags + n, static_cast<int>(kQcUsed)));
 }
 
 /// The result of one trial of the sign-based rejection: elements near one of the medians.
@@ -33,7 +31,7 @@ struct Trial {
 
   bool m_keeps(double value, int flag, double limit, double factor) const {
     const double dev = std::fabs(value - m_centre);
-    return flag == 0 && dev < limit && (factor == 0.0 || dev < factor * m_sigma);
+    return flag == kQcUsed && dev < limit && (factor == 0.0 || dev < factor * m_sigma);
   }
 };
 
@@ -74,7 +72,7 @@ TrimResult s_trimmedMean(bool trim, const double* values, int* flags, const doub
     const int used = Qc::Qc_getMean(values, flags, weights, n, &result.m_excluded, &result.m_mean,
                                     &result.m_sigmean, &result.m_sigma);
     if (used == 0) {
-      std::fill(flags, flags + n, kTrimmed);
+      std::fill(flags, flags + n, static_cast<int>(kQcTrimmed));
       return TrimResult{n, 0.0, kNone, kNone};
     }
     if (!trim) return result;
@@ -82,7 +80,7 @@ TrimResult s_trimmedMean(bool trim, const double* values, int* flags, const doub
     int worst = kUnset;
     double worstScore = 0.0;
     for (int i = 0; i < n; ++i) {
-      if (flags[i] != 0) continue;
+      if (flags[i] != kQcUsed) continue;
       const double score = std::fabs(values[i] - result.m_mean) * std::sqrt(weights[i]);
       if (score > worstScore) {
         worstScore = score;
@@ -90,18 +88,18 @@ TrimResult s_trimmedMean(bool trim, const double* values, int* flags, const doub
       }
     }
     if (used == 2 && result.m_sigma > kPairSigma) {
-      std::fill(flags, flags + n, kTrimmed);
+      std::fill(flags, flags + n, static_cast<int>(kQcTrimmed));
       result.m_excluded = n;
       result.m_sigmean = result.m_sigma = kNone;
     }
     if (used < 3 || worst == kUnset) return result;
 
-    flags[worst] = kTrimmed;
+    flags[worst] = kQcTrimmed;
     TrimResult rest;
     Qc::Qc_getMean(values, flags, weights, n, &rest.m_excluded, &rest.m_mean, &rest.m_sigmean, &rest.m_sigma);
     const bool tight = worstScore / rest.m_sigma < kScoreLimit && rest.m_sigma < kTightSigma;
     if (tight || std::fabs(values[worst] - rest.m_mean) < limit) {
-      flags[worst] = 0;
+      flags[worst] = kQcUsed;
       return result;
     }
     onRemoval(worst, rest.m_mean);
@@ -151,7 +149,7 @@ void s_gather(const Station& sta, int isys, RangeSample& sample) {
     sample.m_values[k] = value;
     sample.m_weights[k] = 1.0 / (factor * factor);
     sample.m_ids[k] = isat;
-    sample.m_flags[k] = 0;
+    sample.m_flags[k] = kQcUsed;
   }
 }
 
@@ -180,7 +178,7 @@ double Qc::Qc_mad(const double* values, int n, const int* flags, double fraction
   thread_local std::vector<double> sorted;
   sorted.clear();
   for (int i = 0; i < n; ++i) {
-    if (flags == nullptr || flags[i] == 0) sorted.push_back(values[i]);
+    if (flags == nullptr || flags[i] == kQcUsed) sorted.push_back(values[i]);
   }
   if (sorted.empty()) return 0.0;
   const int count = static_cast<int>(sorted.size());
@@ -210,7 +208,7 @@ void Qc::Qc_signRobust(int n, const double* values, int* flags, double limit, in
   *out = 0;
   for (int i = 0; i < n; ++i) {
     if (!none && best.m_keeps(values[i], flags[i], limit, factor)) continue;
-    if (flags[i] == 0) flags[i] = kSignRobust;
+    if (flags[i] == kQcUsed) flags[i] = kQcSignRobust;
     ++*out;
   }
 }
@@ -222,7 +220,7 @@ int Qc::Qc_getMean(const double* values, const int* flags, const double* weights
   double sumWeight = 0.0, sum = 0.0;
   int used = 0;
   for (int i = 0; i < n; ++i) {
-    if (flags[i] != 0) continue;
+    if (flags[i] != kQcUsed) continue;
     sumWeight += weights[i];
     sum += weights[i] * values[i];
     ++used;
@@ -232,7 +230,7 @@ int Qc::Qc_getMean(const double* values, const int* flags, const double* weights
   *mean = sum / sumWeight;
   double squares = 0.0;
   for (int i = 0; i < n; ++i) {
-    if (flags[i] == 0) squares += weights[i] * (values[i] - *mean) * (values[i] - *mean);
+    if (flags[i] == kQcUsed) squares += weights[i] * (values[i] - *mean) * (values[i] - *mean);
   }
   *sigma = used > 1 ? std::sqrt(squares / (used - 1)) : 0.0;
   *sigmean = *sigma / std::sqrt(sumWeight);
@@ -273,7 +271,7 @@ int Qc::Qc_detectRangeOmc(Station* sta, int* flags) {
     const double mean = s_trimRanges(sample, deploy.m_rangelimit, sta->m_name.c_str());
     for (int k = 0; k < sample.m_count; ++k) {
       flags[sample.m_ids[k]] = sample.m_flags[k];
-      changed = changed || sample.m_flags[k] != 0;
+      changed = changed || sample.m_flags[k] != kQcUsed;
     }
     const bool anyKept = s_countUsed(sample.m_flags, sample.m_count) > 0;
     if (anyKept && (clockSystem == kUnset || isys == deploy.m_refsys)) {

@@ -1,12 +1,19 @@
 #pragma once
 /// \file Qc.h
-/// Robust statistics on plain arrays. Flags: 0 in use, anything else excluded.
+/// Robust statistics on plain arrays. Flags: kQcUsed in use, anything else excluded.
 
 #include "Common/Constants.h"
 
 namespace tarvio {
 
 struct Station;
+
+/// What becomes of an element of a sample.
+enum QcFlag : int {
+  kQcUsed = 0,
+  kQcTrimmed = 2,     ///< by a trimming mean
+  kQcSignRobust = 3,  ///< by the sign-based rejection
+};
 
 class Qc {
  public:

@@ -21,7 +21,7 @@ double s_wrapped(double value, double proxy, double wrap) {
 double s_circularMean(double wrap, const double* values, const int* flags, const double* weights, int n) {
   double sine = 0.0, cosine = 0.0;
   for (int i = 0; i < n; ++i) {
-    if (flags[i] != 0) continue;
+    if (flags[i] != kQcUsed) continue;
     const double angle = 2.0 * kPi * wrap * values[i];
     sine += weights[i] * std::sin(angle);
     cosine += weights[i] * std::cos(angle);
@@ -34,10 +34,10 @@ double s_circularMean(double wrap, const double* values, const int* flags, const
 double s_bestProxy(double wrap, const double* values, const int* flags, const double* weights, int n) {
   double best = 1.0e9, proxy = 0.0;
   for (int k = 0; k < n; ++k) {
-    if (flags[k] != 0) continue;
+    if (flags[k] != kQcUsed) continue;
     double sum = 0.0;
     for (int i = 0; i < n; ++i) {
-      if (flags[i] == 0) sum += weights[i] * std::fabs(s_wrapped(values[i], values[k], wrap));
+      if (flags[i] == kQcUsed) sum += weights[i] * std::fabs(s_wrapped(values[i], values[k], wrap));
     }
     if (sum < best) {
       best = sum;
@@ -68,24 +68,24 @@ FractionResult s_fraction(double wrap, double proxy, const double* values, int* 
     for (int i = 0; i < n; ++i) {
       const double score =
           std::fabs(wrapped[static_cast<std::size_t>(i)] - result.m_mean) * std::sqrt(weights[i]);
-      if (flags[i] != 0 || !(score > worstScore)) continue;
+      if (flags[i] != kQcUsed || !(score > worstScore)) continue;
       worstScore = score;
       worst = i;
     }
     if (worst < 0) break;
-    flags[worst] = 2;
+    flags[worst] = kQcTrimmed;
     FractionResult rest;
     const int left = Qc::Qc_getMean(wrapped.data(), flags, weights, n, &rest.m_excluded, &rest.m_mean,
                                     &rest.m_sigmean, &rest.m_sigma);
     if (chitst(0, left - 1, result.m_sigma, rest.m_sigma, 0.99)) {
-      flags[worst] = 0;  // the variance is that of the whole: nobody is an outlier
+      flags[worst] = kQcUsed;  // the variance is that of the whole: nobody is an outlier
       break;
     }
     result = rest;
     used = left;
   }
   if (used == 0 || result.m_sigma > kRejected) {
-    std::fill(flags, flags + std::max(n, 0), 2);
+    std::fill(flags, flags + std::max(n, 0), static_cast<int>(kQcTrimmed));
     return FractionResult{std::max(n, 0), 0.0, kNone, kNone};
   }
   result.m_mean = s_wrapped(result.m_mean + proxy, 0.0, wrap);

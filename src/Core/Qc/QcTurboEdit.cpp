@@ -73,8 +73,9 @@ double s_mwLimit(const Context& at, int pair) {
   return limit;
 }
 
-/// Tests one pair against its record. \return 0 clean, 3 Melbourne-Wuebbena, 4 geometry-free slip
-int s_testPair(const Context& at, int i, int j, int pair, double dt, const Combination& now, QcSlip& record) {
+/// Tests one pair against its record. \return kSlipNone when it is clean
+SlipKind s_testPair(const Context& at, int i, int j, int pair, double dt, const Combination& now,
+                    QcSlip& record) {
   const double dMw = now.m_mw - record.m_mw;
   const double dGf = now.m_gf - record.m_gf;
   const double rate = record.m_rate.m_count > 0 ? record.m_rate.m_mean : 0.0;
@@ -89,7 +90,7 @@ int s_testPair(const Context& at, int i, int j, int pair, double dt, const Combi
     if (dt > 0.0 && std::fmod(at.m_sod, 30.0) == 0.0) {
       record.m_rate.m_smooth(static_cast<int>(mjd2time(at.m_mjd, at.m_sod)), dGf / dt, nullptr, nullptr);
     }
-    return 0;
+    return kSlipNone;
   }
   if (at.m_elev == 0.0 || at.m_elev >= kQuietElevation) {
     Logtrace::m_logtagTrace("SLIP",
@@ -99,7 +100,7 @@ int s_testPair(const Context& at, int i, int j, int pair, double dt, const Combi
                             std::fabs(dMw), mwLimit, std::fabs(unexplained), gfLimit, at.m_elev * kRadToDeg,
                             dt);
   }
-  return gfSlip ? 4 : 3;
+  return gfSlip ? kSlipGeometryFree : kSlipWideLane;
 }
 
 /// A frequency not seen for longer than the gap limit starts anew.
@@ -109,7 +110,7 @@ void s_flagGaps(const Context& at, int n, const double* obs, const QcSlip* sm, i
     const double gap = (at.m_mjd - sm[f].m_tlast) * kDay + at.m_sod;
     if (!(gap > at.m_deploy.m_turboedit[2])) continue;
     ++votes[f];
-    slip[f] = 2;
+    slip[f] = kSlipGap;
     Logtrace::m_logtagTrace("SLIP", "[%d %8.1lf] [%s %s %s] reset as new ambiguity since gap\n", at.m_mjd,
                             at.m_sod, at.m_station, at.m_cprn(), at.m_name(f));
   }
@@ -128,10 +129,10 @@ void s_testPairs(const Context& at, int n, const double* obs, QcSlip* sm, int* s
       const double dt = std::fabs(timdif(at.m_mjd, at.m_sod, record.m_mjd, record.m_sod));
       if (dt > at.m_deploy.m_turboedit[2]) {
         s_restart(record);
-      } else if (const int flag = s_testPair(at, i, j, pair, dt, values, record); flag != 0) {
+      } else if (const SlipKind kind = s_testPair(at, i, j, pair, dt, values, record); kind != kSlipNone) {
         ++votes[i];
         ++votes[j];
-        slip[i] = slip[j] = flag;
+        slip[i] = slip[j] = kind;
         s_restart(record);
       } else {
         --votes[i];
@@ -146,12 +147,12 @@ void s_testPairs(const Context& at, int n, const double* obs, QcSlip* sm, int* s
 void s_attribute(const Context& at, int n, const int* votes, int* slip) {
   const int* clean = std::find_if(votes, votes + n, [](int v) { return v < 0; });
   const int worst = *std::max_element(slip, slip + kFreq);
-  if (slip[0] + slip[1] + slip[2] + slip[3] >= 1 && clean != votes + n) {
+  if (worst != kSlipNone && clean != votes + n) {
     Logtrace::m_logtagTrace("SLIP", "[%d %8.1lf] [%s %s %s] detect inconsistent ambiguity\n", at.m_mjd,
                             at.m_sod, at.m_station, at.m_cprn(), at.m_name(static_cast<int>(clean - votes)));
     return;
   }
-  std::fill(slip, slip + kFreq, 0);
+  std::fill(slip, slip + kFreq, static_cast<int>(kSlipNone));
   for (int f = 0; f < n; ++f) {
     if (votes[f] > 0) slip[f] = worst;
   }
@@ -177,7 +178,7 @@ void QcTurboEdit::m_qcDetectSlip_Df_sat(int mjd, double sod, int isat, const cha
 
 void QcTurboEdit::m_qcDetectSlip_Sf_sat(int mjd, double sod, int isat, const char* station, const double* obs,
                                         double elev, QcSlip* sm, int* slip) {
-  std::fill(slip, slip + kFreq, 0);
+  std::fill(slip, slip + kFreq, static_cast<int>(kSlipNone));
   const int isys = index_sys(false, isat);
   // Without a code the difference does not exist; the record waits for the next pair of values.
   if (isys < 0 || obs[0] == 0.0 || obs[kFreq] == 0.0) return;
@@ -190,7 +191,7 @@ void QcTurboEdit::m_qcDetectSlip_Sf_sat(int mjd, double sod, int isat, const cha
   const double limit = deploy.m_turboedit[0] * std::sqrt(dt);
   const bool gap = dt > deploy.m_turboedit[2];
   if (gap || change > limit) {
-    std::fill(slip, slip + std::clamp(deploy.m_nfreqUsed[isys], 0, kFreq), 1);
+    std::fill(slip, slip + std::clamp(deploy.m_nfreqUsed[isys], 0, kFreq), static_cast<int>(kSlipSingle));
     if (gap) {
       Logtrace::m_logtagTrace("SLIP", "[%d %8.1lf] [%s %s] reset as new ambiguity since gap\n", mjd, sod,
                               station, at.m_cprn());

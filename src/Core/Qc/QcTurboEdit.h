@@ -13,10 +13,10 @@ class QcTurboEdit : public Qc {
   /// \param obs   phases (cycles) 0..3, codes (m) 4..7
   /// \param elev  radians, 0 when unknown
   /// \param sm    pair records; entry f also keeps when frequency f was last seen
-  /// \param slip  in and out, by slot: 0 none, 2 gap, 3 Melbourne-Wuebbena only, 4 geometry-free
+  /// \param slip  in and out, SlipKind by slot
   void m_qcDetectSlip_Df_sat(int mjd, double sod, int isat, const char* station, const double* obs,
                              double elev, QcSlip* sm, int* slip);
-  /// Phase minus code on one frequency; slip 1.
+  /// Phase minus code on one frequency; kSlipSingle.
   void m_qcDetectSlip_Sf_sat(int mjd, double sod, int isat, const char* station, const double* obs,
                              double elev, QcSlip* sm, int* slip);
 };
