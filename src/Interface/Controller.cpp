@@ -247,7 +247,7 @@ int Controller::v_inputObs(Rnxobs* obs) {
     if (filter.v_isInit() && EpochTick::s_isMultiple(m_deploy.m_curSod, m_deploy.m_intv2)) {
       filter.v_onTickInterval();
     }
-    filter.m_closeAccount(Fate::noTick);
+    filter.m_account.m_closeEpoch(Fate::noTick);
     return 0;
   }
   if (filter.v_isInit()) filter.v_onTimeUpdate();

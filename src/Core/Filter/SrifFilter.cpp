@@ -33,7 +33,7 @@ SrifFilter::SrifFilter(const std::vector<Station>& stations, double intv)
 }
 
 SrifFilter::~SrifFilter() {
-  if (m_accountPending) m_writeAccount();
+  m_account.m_end();
   for (Station& sta : m_stations) {
     sta.m_freeLists();
     delete sta.m_model;

@@ -26,8 +26,8 @@
 #include "Adapter/OrbitClkAdapter.h"
 #include "Adapter/ProductStores.h"
 #include "Common/SmoothAdapter.h"
+#include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixRecord.h"
-#include "Core/Filter/ObservationAccount.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "Records/Rnxobs.h"
@@ -196,10 +196,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   int* m_ewlint = nullptr;                  ///< [station][160] held extra-wide-lane integer
   int* m_ewlflag = nullptr;                 ///< [station][160] 1 = held
   std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
-  /// Puts what is still open to `fate`, adds the epoch to the totals and writes them when asked.
-  void m_closeAccount(Fate fate);
-  ObservationAccount m_account;  ///< of the first station
-  int m_maxSatEpoch = 0;         ///< satellites that the row storage holds in one epoch and station
+  EpochAccount m_account{*this};
+  int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
 
  protected:
   /// What sets the two outlier loops apart.
@@ -279,23 +277,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_applyIfpb(int isat, const t_ifpb& record);
   void m_holdSystem(int ista, int isys);
 
-  // diagnostics
-  void m_noteArrivals(const Rnxobs* obs);
-  void m_accountInput(Fate fate);      ///< values that are no longer in the station's rows
-  void m_accountResiduals(Fate fate);  ///< values without a residual
-  void m_accountModel();               ///< the same, by what the model met
-  void m_accountRows();                ///< values in a row are used
-  Fate m_modelFate(const Station& sta, int isat, int place) const;
-  void m_writeDiagnostics();
-  void m_writeResiduals() const;
-  void m_writeAtmosphere() const;
-  void m_writeAmbiguities() const;
-  void m_writeObservations() const;
-  void m_writeClocks() const;
-  void m_writeFixes() const;
-  void m_writeCandidates() const;
-  void m_writeAccount() const;
-
  private:
   // Work space that is kept between epochs.
   std::vector<double> m_timeArray;
@@ -304,8 +285,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::vector<double> m_formedWgt;
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
-  double m_accountWritten = 0.0;  ///< s of the MJD scale, of the last line of the account
-  bool m_accountPending = false;  ///< totals have grown since
   bool m_rowsReported = false;
 };
 

@@ -10,6 +10,7 @@
 #include "Common/Logtrace.h"
 #include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/FilterDiagnostics.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_IO.h"
 
@@ -85,7 +86,8 @@ void SrifFilter::v_onOutput() {
         m_solstat, m_nfix);
     std::fflush(stdout);
   }
-  m_writeDiagnostics();
+  FilterDiagnostics(*this).m_write();
+  m_account.m_finishEpoch();
 }
 
 void SrifFilter::m_get_dop() {

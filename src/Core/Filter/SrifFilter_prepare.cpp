@@ -77,7 +77,7 @@ void SrifFilter::v_setobs(std::map<std::string, Rnxobs*> obs) {
     for (int isat = 0; isat < config.m_nsat; ++isat) s_clearObservations(sta.m_sat[isat]);
     const auto found = obs.find(sta.m_name);
     const Rnxobs* record = found == obs.end() ? nullptr : found->second;
-    if (ista == 0) m_noteArrivals(record);
+    if (ista == 0) m_account.m_noteArrivals(record);
     if (!record) continue;
 
     for (int isat = 0; isat < config.m_nsat; ++isat) {
@@ -95,16 +95,16 @@ void SrifFilter::v_setobs(std::map<std::string, Rnxobs*> obs) {
 }
 
 void SrifFilter::v_onObsUpdate() {
-  m_accountInput(Fate::system);
+  m_account.m_settleSystems();
   m_corrifpb();
-  m_accountInput(Fate::ifpb);
+  m_account.m_settleInput(Fate::ifpb);
   for (std::size_t ista = 0; ista < m_stations.size(); ++ista) {
     m_positionAndModel(static_cast<int>(ista));
-    m_accountModel();
+    m_account.m_settleModel();
     m_limitSatellites(m_stations[ista]);
-    m_accountResiduals(Fate::noRoom);
+    m_account.m_settleResiduals(Fate::noRoom);
     m_checkUseful(m_stations[ista]);
-    m_accountResiduals(Fate::epoch);
+    m_account.m_settleResiduals(Fate::epoch);
   }
 }
 
