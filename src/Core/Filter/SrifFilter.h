@@ -95,6 +95,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \param flags  by column, 1 = goes; used as work space  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
+  /// Solves R x = z.
+  void m_solve(std::vector<double>& x) const;
   /// Solves R dx = z and refreshes dx and xest of all records.
   void m_solve_update();
   /// Unweighted residuals of the epoch's rows at the present solution of the array, m.
@@ -200,27 +202,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
 
  protected:
-  /// What sets the two outlier loops apart.
-  struct DiaMode {
-    bool afif = false;        ///< wide-lane phase rows of "AFIF" are candidates too
-    bool codeAfter = false;   ///< from the second pass on the code rows are the candidates
-    bool scaled = false;      ///< test value in sigmas instead of metres
-    double forceLimit = 0.0;  ///< m, a residual beyond it never passes
-    bool holdCycles = false;  ///< small jumps may be undone where the ambiguity is in cycles
-    bool holdMetres = false;  ///< and where it is in metres
-  };
-  struct DiaList {
-    std::vector<int> rows, order;
-    std::vector<double> value;
-    double vmax = 0.0;
-  };
-  void m_runDia(const DiaMode& mode);
-  void m_diaCandidates(const DiaMode& mode, bool first, DiaList& list);
-  bool m_diaTreat(int row, int k, double value);
-  void m_onDiaClose(const DiaMode& mode);
-  void m_diaJudge(const DiaMode& mode, SrifPamt* record, const std::vector<double>& x);
-  void m_clearReflectors();
-
   // sizing and ordinary parameters
   void m_sizeArrays();
   void m_allocateArrays();
@@ -269,7 +250,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_addRow(const Station& sta, int ista, int row);
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
-  void m_solve(std::vector<double>& x) const;
   double m_unitWeightSigma(bool codeAndPhaseOnly) const;
   void m_logSolution() const;
 

@@ -1,23 +1,26 @@
-/// Detection, identification and adaptation of outliers: the operations on the array.
-///
-/// A row that does not fit gets a parameter of its own, taken into the array behind the measurement
-/// update. The reflectors of the update are still below the triangle (reflector j in rows j+1.. of
-/// column j, u[j] = 1, its factor in row imtx+nobs), so that only the new column must be transformed:
-/// the result is the one that the column would have given from the beginning.
+/// Detection and identification of outliers: the loop, and the judgement of the jumps that it introduced.
+
+#include "Core/Filter/SrifFilter_dia.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <numeric>
 
-#include "Common/CMat.h"
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
 
 namespace tarvio {
+
+namespace {
+
+constexpr double kHoldLimit = 0.1;  ///< in units of the ambiguity: a smaller jump is none
+
+std::size_t s_at(int i) { return static_cast<std::size_t>(i); }
+
+}  // namespace
 
 void SrifFilter::m_onDia() {
   const char* mode = s_config().m_diaType;
@@ -30,124 +33,166 @@ void SrifFilter::m_onDia() {
 
 void SrifFilter::m_sortRes(int n, std::vector<double>& values, std::vector<int>& order,
                            const std::vector<int>& rows, const std::vector<int>& done) {
-  const auto at = [](int i) { return static_cast<std::size_t>(i); };
-  order.resize(at(n));
+  order.resize(s_at(n));
   std::iota(order.begin(), order.end(), 0);
   std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
-    const bool doneA = done[at(rows[at(a)])] != 0, doneB = done[at(rows[at(b)])] != 0;
+    const bool doneA = done[s_at(rows[s_at(a)])] != 0, doneB = done[s_at(rows[s_at(b)])] != 0;
     if (doneA != doneB) return doneB;
-    return !doneA && std::fabs(values[at(a)]) > std::fabs(values[at(b)]);
+    return !doneA && std::fabs(values[s_at(a)]) > std::fabs(values[s_at(b)]);
   });
 }
 
-void SrifFilter::m_onDiaGenSen(int row, int k, double value) { m_onDiaGenSen(row, k, value, 1.0); }
-
-void SrifFilter::m_onDiaGenSen(int row, int k, double value, double weight) {
-  if (imtx + k + 3 >= ntmx) {
-    std::printf("***ERROR(m_onDiaGenSen):Dimension Not big Enough! nmtxX: %d Real: %d\n", ntmx, imtx + k + 3);
-    s_exitByCode(__func__, __LINE__);
+void OutlierLoop::m_run() {
+  m_filter.m_ambreset.clear();
+  if (m_filter.nobs < 1) return;
+  m_done.assign(s_at(m_filter.nobs), 0);
+  m_collectCandidates(true);
+  while (std::isfinite(m_filter.m_sig0) && !m_passes(m_largest)) {
+    const bool room = m_treatWorst();
+    if (m_fresh.empty()) break;
+    m_filter.m_onDiaUpInfs(static_cast<int>(m_fresh.size()), m_fresh);
+    if (!room) break;
+    m_collectCandidates(false);
   }
-  const int end = imtx + nobs;
-  double* jump = infs + iptx[imtx + k + 1];
-  std::fill_n(jump, end + 1, 0.0);
-  jump[imtx + row] = value * weight;
-  for (int j = 0; j < imtx; ++j) {
-    const double* u = infs + iptx[j];
-    double product = jump[j];
-    for (int r = j + 1; r < end; ++r) product += u[r] * jump[r];
-    product *= u[end];
-    jump[j] += product;
-    for (int r = j + 1; r < end; ++r) jump[r] += product * u[r];
+  m_judgeAll();
+  m_clearReflectors();
+}
+
+void OutlierLoop::m_collectCandidates(bool first) {
+  m_rows.clear();
+  m_value.clear();
+  m_largest = 0.0;
+  const double sigma = m_filter.m_sig0_smooth != 0.0 ? m_filter.m_sig0_smooth : kNone;
+  for (int row = 0; row < m_filter.nobs; ++row) {
+    const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
+    const bool wanted = m_mode.codeAfter && !first
+                            ? kind == kRowCode
+                            : kind == kRowPhase || (m_mode.afif && kind == kRowAfifPhase);
+    // A code row is treated on the ambiguity of its slot; without one there is nothing to restart.
+    if (!wanted || !m_filter.m_pm(ista, isat, slot)) continue;
+    const double residual = std::fabs(m_filter.resi[row]);
+    const double value = m_mode.scaled ? residual / sigma * m_filter.obswgt[row] : residual;
+    m_rows.push_back(row);
+    m_value.push_back(value);
+    m_largest = std::max(m_largest, value);
   }
 }
 
-void SrifFilter::m_onDiaUpInfs(int k, const std::vector<int>& rows) {
-  const int n = imtx, end = n + k + nobs;
-  const std::vector<double> rhsTop(infs + iptx[n], infs + iptx[n] + n);
+bool OutlierLoop::m_passes(double value) const {
+  const double* limit = s_config().m_diaBatchLimit;
+  return value <= limit[0] && m_filter.m_sig0 <= limit[1];
+}
 
-  // Saved reflectors move down with the rows that they act on; they do not touch the k new ones.
-  for (int column = 0; column < n; ++column) {
-    double* u = infs + iptx[column];
-    std::copy_backward(u + n, u + n + nobs + 1, u + end + 1);
-    std::fill_n(u + n, k, 0.0);
+bool OutlierLoop::m_treatWorst() {
+  m_fresh.clear();
+  const int n = static_cast<int>(m_rows.size());
+  m_filter.m_sortRes(n, m_value, m_order, m_rows, m_done);
+  for (int i = 0; i < std::min(m_filter.m_ndia, n); ++i) {
+    const int row = m_rows[s_at(m_order[s_at(i)])];
+    const double value = m_value[s_at(m_order[s_at(i)])];
+    if (m_done[s_at(row)] || (m_passes(value) && std::fabs(m_filter.resi[row]) <= m_mode.forceLimit))
+      continue;
+    if (!m_prepareColumn(row, static_cast<int>(m_fresh.size()), value)) return false;
+    m_fresh.push_back(row);
+    m_done[s_at(row)] = 1;
   }
-  for (int i = 0; i < k; ++i) {
-    const double* jump = infs + iptx[n + 1 + i];
-    double* column = infs + iptx[n + i];
-    std::copy_n(jump, n, column);
-    std::fill_n(column + n, k, 0.0);
-    column[n + i] = m_ambinf0;
-    std::copy_n(jump + n, nobs, column + n + k);
-    column[end] = 0.0;
-  }
-  double* rhs = infs + iptx[n + k];
-  std::copy_n(rhsTop.begin(), n, rhs);
-  std::fill_n(rhs + n, k, 0.0);
-  std::copy_n(tres, nobs, rhs + n + k);
-  rhs[end] = 0.0;
+  return true;
+}
 
-  // The new columns alone, their reflectors kept in the same form for later passes.
-  CMat::CMat_Householder(infs + iptx[n] + n, ldinfs, k, k + nobs, k + 1, true);
-  std::copy_n(rhs + n + k, nobs, tres);
-  std::fill_n(rhs + n + k, nobs, 0.0);
-
-  std::copy_n(Hk + iphk[n], nobs, Hk + iphk[n + k]);
-  for (int i = 0; i < k; ++i) {
-    const int row = rows[static_cast<std::size_t>(i)];
-    const auto [isat, kind, slot, ista, place] = m_origin(row);
-    SrifPamt*& live = m_pm(ista, isat, slot);
-    auto* record = new SrifPamt;
-    record->ista = ista;
-    record->isat = isat;
-    record->ifreq = slot;
-    record->ifreq2 = live->ifreq2;
-    record->isys = live->isys;
-    record->ipar = n + i;
-    record->nuse = 1;
-    record->iflag = kArcOutlier;
-    record->ptime0 = record->ptime1 = mjd + sod / kDay;
-    record->elevsum = m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_elev;
-    record->lam = live->lam;
-    record->pold = live;
-    record->iold = live->ipar;
-    std::memcpy(record->pname, live->pname, sizeof record->pname);
-    std::fill_n(Hk + iphk[n + i], nobs, 0.0);
-    Hk[iphk[n + i] + row] = record->lam;
-    live = record;
-    m_amblist.push_back(record);
+/// Prepares the column of one row; false when the array has no room for it.
+bool OutlierLoop::m_prepareColumn(int row, int k, double value) {
+  const int wanted = m_filter.imtx + k + 3;
+  if (wanted >= m_filter.ntmx || m_filter.imtx + k + m_filter.nobs + 2 > m_filter.ldinfs) {
+    // Ending the process on one bad epoch would help nobody: what has been treated so far stands.
+    std::printf("***ERROR(m_onDiaGenSen):Dimension Not big Enough! nmtxX: %d Real: %d\n", m_filter.ntmx,
+                wanted);
+    return false;
   }
-  nc += k;
-  imtx += k;
-  m_get_resi(resi);
-  m_sig0 = m_unitWeightSigma(true);
+  const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
+  m_filter.m_onDiaGenSen(row, k, m_filter.m_pm(ista, isat, slot)->lam, m_filter.obswgt[row]);
+  m_log(row, value);
+  m_filter.m_ambreset.push_back({ista, isat, slot});
+  return true;
+}
+
+void OutlierLoop::m_log(int row, double value) const {
+  const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
+  const Station& sta = m_filter.m_stations[s_at(ista)];
+  const char* cprn = s_config().m_cprn[isat].c_str();
+  const double millimetres = m_filter.resi[row] * 1000.0, elevation = sta.m_sat[isat].m_elev * kRadToDeg;
+  Logtrace::m_logPrint(
+      "[%s,%d]:[%d %8.1lf] [%s %s %d %8.1lf(mm) %5.1lf(res) %4.2lf(esig) %4.2lf(smsig) %7.2lf] DIA batch "
+      "detecting "
+      "slip\n",
+      "m_onDia_batch", __LINE__, m_filter.mjd, m_filter.sod, sta.m_name.c_str(), cprn, slot, millimetres,
+      value, m_filter.m_sig0, m_filter.m_sig0_smooth, elevation);
+  Logtrace::m_logtagTrace("DIA",
+                          "[%d %8.1lf] [%s %s %d %8.1lf(mm) %5.1lf(res) %4.2lf(esig) %4.2lf(smsig) %7.2lf] "
+                          "DIA batch detecting slip\n",
+                          m_filter.mjd, m_filter.sod, sta.m_name.c_str(), cprn, slot, millimetres, value,
+                          m_filter.m_sig0, m_filter.m_sig0_smooth, elevation);
+}
+
+/// Judges every new arc, newest first: a slot may have been treated twice.
+void OutlierLoop::m_judgeAll() {
+  const auto& arcs = m_filter.m_amblist;
+  if (std::none_of(arcs.begin(), arcs.end(), [](const SrifPamt* r) { return r->iold >= 0; })) return;
+  std::vector<double> x;
+  m_filter.m_solve(x);
+  for (auto it = arcs.rbegin(); it != arcs.rend(); ++it) {
+    SrifPamt* record = *it;
+    if (record->iold >= 0 && m_filter.m_pm(record->ista, record->isat, record->ifreq) == record)
+      m_judge(record, x);
+  }
+}
+
+void OutlierLoop::m_judge(SrifPamt* record, const std::vector<double>& x) {
+  const Deploy& config = s_config();
+  const auto valueOf = [&](const SrifPamt* r) { return x[s_at(r->ipar)]; };
+  const double jump = valueOf(record);
+  const bool mayHold = record->lam != 1.0 ? m_mode.holdCycles : m_mode.holdMetres;
+  const bool hold = mayHold && std::fabs(jump) < kHoldLimit;
+  Logtrace::m_logtagTrace("DIA", "[%d %8.1f] [DIA %s value %s %s %s  %8.3lf]\n", m_filter.mjd, m_filter.sod,
+                          hold ? "hold" : "reset", m_filter.m_stations[s_at(record->ista)].m_name.c_str(),
+                          config.m_cprn[record->isat].c_str(), config.m_freqUsed[record->isys][record->ifreq],
+                          jump);
+  if (hold) {
+    m_hold(record, jump);
+    return;
+  }
+  // The new arc stands on all that it replaces; arcs in between have no life of their own.
+  double base = 0.0;
+  for (SrifPamt* old = record->pold; old;) {
+    base += old->xini + valueOf(old);
+    SrifPamt* older = old->pold;
+    old->iold = -1;
+    old->pold = nullptr;
+    old = older;
+  }
+  record->xini = base;
+  record->iold = -1;
+  record->pold = nullptr;
+}
+
+/// Too small to be a slip: the old arc returns and takes the shift; one entry of the slot is withdrawn.
+void OutlierLoop::m_hold(SrifPamt* record, double jump) {
+  record->pold->xini += jump;
+  m_filter.m_pm(record->ista, record->isat, record->ifreq) = record->pold;
+  record->iflag = kArcHeld;
+  record->iold = -1;
+  record->pold = nullptr;
+  const std::vector<int> slot = {record->ista, record->isat, record->ifreq};
+  auto& reset = m_filter.m_ambreset;
+  const auto entry = std::find(reset.rbegin(), reset.rend(), slot);
+  if (entry != reset.rend()) reset.erase(std::next(entry).base());
 }
 
 /// Ends the life of the reflectors: the rows below the triangle are zero again.
-void SrifFilter::m_clearReflectors() {
-  for (int column = 0; column < imtx; ++column)
-    std::fill(infs + iptx[column] + column + 1, infs + iptx[column] + imtx + nobs + 1, 0.0);
-}
-
-double SrifFilter::psig(int n, const std::vector<double>& columns, int skip) {
-  if (nobs < 1) return 0.0;
-  std::vector<const double*> jumps;
-  for (int i = 0; i < n; ++i)
-    if (i != skip) jumps.push_back(columns.data() + static_cast<std::ptrdiff_t>(i) * nobs);
-  const auto m = jumps.size();
-  std::vector<double> normal(m * m), b(m), x(m);
-  for (std::size_t i = 0; i < m; ++i) {
-    b[i] = std::inner_product(jumps[i], jumps[i] + nobs, tres, 0.0);
-    for (std::size_t j = 0; j < m; ++j)
-      normal[j * m + i] = std::inner_product(jumps[i], jumps[i] + nobs, jumps[j], 0.0);
+void OutlierLoop::m_clearReflectors() {
+  for (int column = 0; column < m_filter.imtx; ++column) {
+    double* top = m_filter.infs + m_filter.iptx[column];
+    std::fill(top + column + 1, top + m_filter.imtx + m_filter.nobs + 1, 0.0);
   }
-  double rest = std::inner_product(tres, tres + nobs, tres, 0.0);
-  const int order = static_cast<int>(m);
-  if (order > 0 && CMat::CMat_Inverse(normal.data(), order, order) == 0) {
-    CMat::CMat_Matmul("NN", order, 1, order, 1.0, normal.data(), order, b.data(), order, 0.0, x.data(),
-                      order);
-    rest -= std::inner_product(b.begin(), b.end(), x.begin(), 0.0);
-  }
-  return std::sqrt(std::max(rest, 0.0) / nobs);
 }
 
 }  // namespace tarvio

@@ -1,18 +1,16 @@
-/// Outlier loop on plain phase residuals.
+/// Outlier treatment on plain phase residuals.
 
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
+#include "Core/Filter/SrifFilter_dia.h"
 
 namespace tarvio {
 
 void SrifFilter::m_onDia_batch_rescheck() {
-  DiaMode mode;
-  mode.afif = false;
-  mode.codeAfter = false;
-  mode.scaled = false;
+  OutlierMode mode;
   mode.forceLimit = 0.1;
   mode.holdCycles = mode.holdMetres = s_has(s_config().m_obscomb, "RAW");
-  m_runDia(mode);
+  OutlierLoop(*this, mode).m_run();
 }
 
 }  // namespace tarvio
