@@ -205,6 +205,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   // sizing and ordinary parameters
   void m_sizeArrays();
   void m_allocateArrays();
+  void m_leaveTermsOut();
   void m_deleteArcs();
   void m_appendPamt(SrifPamt record, double value, double sigma, double q, int* count);
   void m_resetCoordinates(int ista);

@@ -10,6 +10,7 @@
 #include "Common/Logtrace.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
+#include "Core/Model/GnssModelWithout.h"
 
 namespace tarvio {
 
@@ -69,11 +70,22 @@ void SrifFilter::v_onFilterInit() {
   if (!infs) {
     m_sizeArrays();
     m_allocateArrays();
+    m_leaveTermsOut();
   }
   v_srif_reset();
   // The interval of periodic resets starts with the first epoch's own time.
   treset = -1;
   m_isinit = 1;
+}
+
+/// Development runs name terms of the model that they leave out. A host sets its options behind the
+/// construction.
+void SrifFilter::m_leaveTermsOut() {
+  for (Station& sta : m_stations)
+    if (auto model = GnssModelWithout::s_asked(s_config().m_pams, this, &sta)) {
+      delete sta.m_model;
+      sta.m_model = model.release();
+    }
 }
 
 void SrifFilter::m_sizeArrays() {

@@ -58,7 +58,7 @@ struct GnssModelItrs::Pass {
 };
 
 void GnssModelItrs::gnssModel(bool lcheck) {
-  Pass pass(s_modelInput(m_filter, m_sta));
+  Pass pass(v_input());
   const Deploy& deploy = pass.in.deploy;
   Station& sta = *m_sta;
   pass.tropo = &Tropo_vmf1::s_getInstance();
@@ -70,7 +70,7 @@ void GnssModelItrs::gnssModel(bool lcheck) {
   xyzblh(sta.m_x, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, sta.m_blh);
   rot_enu2xyz(sta.m_blh[0], sta.m_blh[1], sta.m_rot);
   m_oceanLoading();
-  s_receiverPoints(deploy, sta, pass.point);
+  v_receiverPoints(pass.point);
   pass.tropo->tropvmf1(sta.m_mjd, sta.m_sod, &pass.ah, &pass.aw, sta.m_blh, &sta.m_zhd, &sta.m_zwd);
   for (double& clock : sta.m_rclk)
     if (!(std::fabs(clock) < kLight)) clock = 0.0;  // not finite, or beyond a second: no clock
@@ -136,15 +136,37 @@ void GnssModelItrs::m_displace(Pass& pass, const SystemFrame& frame, const doubl
   entry.mjd = frame.mjd;
   entry.sod = frame.sod;
   std::copy(point, point + 3, entry.point);
-  tide_displace_itrs(frame.mjd, frame.sod, point, frame.sun, frame.moon, frame.R, m_sta->m_rot,
-                     m_sta->m_blh[0], m_sta->m_blh[1], frame.xp, frame.yp, m_sta->m_olc, entry.disp);
-  if (s_leftOut(pass.in.deploy, "-without-tides")) std::fill(entry.disp, entry.disp + 3, 0.0);
+  v_tides(frame, point, entry.disp);
   std::copy(entry.disp, entry.disp + 3, out);
+}
+
+ModelInput GnssModelItrs::v_input() const { return s_modelInput(m_filter, m_sta); }
+
+void GnssModelItrs::v_receiverPoints(PointTable& point) const {
+  s_receiverPoints(s_config(), *m_sta, m_sta->m_antenu, point);
+}
+
+void GnssModelItrs::v_tides(const SystemFrame& frame, const double* point, double* disp) const {
+  tide_displace_itrs(frame.mjd, frame.sod, point, frame.sun, frame.moon, frame.R, m_sta->m_rot,
+                     m_sta->m_blh[0], m_sta->m_blh[1], frame.xp, frame.yp, m_sta->m_olc, disp);
+}
+
+void GnssModelItrs::v_troposphere(Tropo_vmf1& tropo, double ah, double aw, Ssat_t& sat) const {
+  s_troposphere(*m_sta, tropo, m_sta->m_mjd, m_sta->m_sod, ah, aw, sat);
+}
+
+void GnssModelItrs::v_windup(const SystemFrame& frame, const Satellite& satellite, const double* d,
+                             Ssat_t& sat) const {
+  phase_windup_itrs(&sat.m_wuinit, frame.R, m_sta->m_rot, satellite.m_xscf, satellite.m_yscf,
+                    satellite.m_zscf, d, &sat.m_wuprev, &sat.m_windup);
+}
+
+double GnssModelItrs::v_relativity(const double* xv, const double* receiver, double range) const {
+  return s_relativity(xv, receiver, range);
 }
 
 void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
   const Deploy& deploy = pass.in.deploy;
-  const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   Ssat_t& sat = m_sta->m_sat[isat];
   const int isys = deploy.m_sysOfRow(isat);
   const SystemFrame& frame = pass.frame[isys];
@@ -162,14 +184,10 @@ void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
     s_zeroRow(sat.m_xx);
     return;
   }
-  s_troposphere(*m_sta, *pass.tropo, m_sta->m_mjd, m_sta->m_sod, pass.ah, pass.aw, sat);
-  phase_windup_itrs(&sat.m_wuinit, frame.R, m_sta->m_rot, satellite.m_xscf, satellite.m_yscf,
-                    satellite.m_zscf, geo.d[0], &sat.m_wuprev, &sat.m_windup);
-  if (s_leftOut(deploy, "-without-windup")) sat.m_windup = 0.0;
-  if (s_leftOut(deploy, "-without-troposphere")) sat.m_trop = 0.0;
-  if (!s_leftOut(deploy, "-without-relativity"))
-    for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
-      geo.rel[f] = s_relativity(geo.xv[f], pass.tidePoint[isys][f], geo.range[f]);
+  v_troposphere(*pass.tropo, pass.ah, pass.aw, sat);
+  v_windup(frame, deploy.m_satellites[static_cast<std::size_t>(isat)], geo.d[0], sat);
+  for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
+    geo.rel[f] = v_relativity(geo.xv[f], pass.tidePoint[isys][f], geo.range[f]);
   s_antennaPatterns(pass.in, isat, isys, geo);
   m_residuals(pass, isat, isys, geo);
   m_appendRows(pass, isat, isys);

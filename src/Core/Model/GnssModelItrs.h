@@ -23,6 +23,19 @@ class GnssModelItrs : public Model {
   /// \return whether a further pass is needed
   bool m_checkrange(bool lcheck, int* rej, double* rclk);
 
+ protected:
+  // Steps that stand apart so that a model of its own can change one.
+  virtual ModelInput v_input() const;
+  /// Receiver antenna of each system and slot, terrestrial, m.
+  virtual void v_receiverPoints(PointTable& point) const;
+  /// Displacement of a point of the station, m.
+  virtual void v_tides(const SystemFrame& frame, const double* point, double* disp) const;
+  virtual void v_troposphere(Tropo_vmf1& tropo, double ah, double aw, Ssat_t& sat) const;
+  /// \param d  satellite minus receiver
+  virtual void v_windup(const SystemFrame& frame, const Satellite& satellite, const double* d,
+                        Ssat_t& sat) const;
+  virtual double v_relativity(const double* xv, const double* receiver, double range) const;
+
  private:
   /// State of one call.
   struct Pass;

@@ -85,14 +85,10 @@ void s_designRow(const Deploy& deploy, const SystemFrame& frame, const SatGeomet
 
 }  // namespace
 
-bool s_leftOut(const Deploy& deploy, const char* option) {
-  return deploy.m_pams[0] != '\0' && std::strstr(deploy.m_pams, option) != nullptr;
-}
-
 ModelInput s_modelInput(const ProductStores* stores, Station* sta) {
   OrbitAdapter* orbits =
       stores == nullptr || stores->m_orbAdapters.empty() ? nullptr : stores->m_orbAdapters.front();
-  return {s_config(), *sta, orbits};
+  return {s_config(), *sta, orbits, std::strstr(s_config().m_refpoint, "CoM_ITRF") != nullptr};
 }
 
 bool s_hasObservation(const Deploy& deploy, const Ssat_t& sat, int isat) {
@@ -140,14 +136,14 @@ void s_append(Station& sta, int capacity, double omc, double weight, int isat, i
   ++sta.m_nobs;
 }
 
-void s_receiverPoints(const Deploy& deploy, const Station& sta, PointTable& point) {
+void s_receiverPoints(const Deploy& deploy, const Station& sta, const PointTable& offsets,
+                      PointTable& point) {
   for (const char* c = deploy.m_syslist; *c; ++c) {
     const int s = index_string(SYS, *c);
     if (s < 0) continue;
     for (int f = 0; f < deploy.m_nfreqUsed[s]; ++f) {
       double enu[3];
-      const bool bare = s_leftOut(deploy, "-without-recoffset");
-      for (int k = 0; k < 3; ++k) enu[k] = sta.m_enu[k] + (bare ? 0.0 : sta.m_antenu[s][f][k]);
+      for (int k = 0; k < 3; ++k) enu[k] = sta.m_enu[k] + offsets[s][f][k];
       s_rotate(sta.m_rot, enu, point[s][f]);
       for (int k = 0; k < 3; ++k) point[s][f][k] += sta.m_x[k];
     }
@@ -183,8 +179,6 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
   const Deploy& deploy = in.deploy;
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   const int nfreq = deploy.m_nfreqUsed[deploy.m_sysOfRow(isat)];
-  const bool centreOfMass =
-      std::strstr(deploy.m_refpoint, "CoM_ITRF") != nullptr && !s_leftOut(in.deploy, "-without-satoffset");
 
   double travel = kTravelTime_s;
   for (int round = 0; round < kEmissionRounds; ++round) {
@@ -194,7 +188,7 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
     if (!in.orbits->v_readOrbit(deploy.m_cprn[isat].c_str(), mjd, sod, xv)) return false;
     for (int f = 0; f < nfreq; ++f) std::copy(xv, xv + 6, geo.xv[f]);
     if (!s_bodyAxes(in, isat, frame, xv)) return false;
-    if (centreOfMass) s_moveToAntennas(satellite, nfreq, geo);
+    if (in.centreOfMass) s_moveToAntennas(satellite, nfreq, geo);
     for (int f = 0; f < nfreq; ++f) {
       for (int k = 0; k < 3; ++k) geo.d[f][k] = geo.xv[f][k] - point[f][k];
       geo.range[f] = s_range(geo.d[f], geo.xv[f]);

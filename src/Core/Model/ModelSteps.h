@@ -48,12 +48,10 @@ struct ModelInput {
   const Deploy& deploy;
   Station& sta;
   OrbitAdapter* orbits;  ///< null: none
+  bool centreOfMass;     ///< orbits are those of the centre of mass, not of the antennas
 };
 
 ModelInput s_modelInput(const ProductStores* stores, Station* sta);
-/// Development switch: whether the output options hold "-without-<term>" (windup, tides, relativity,
-/// troposphere, satoffset, recoffset). It shows what a term is worth on real data; never set by the boundary.
-bool s_leftOut(const Deploy& deploy, const char* option);
 
 /// Whether some used slot holds what the configuration asks for.
 bool s_hasObservation(const Deploy& deploy, const Ssat_t& sat, int isat);
@@ -66,8 +64,8 @@ void s_allocateLists(Station& sta, int count);
 /// Appends an entry to the flat lists.
 void s_append(Station& sta, int capacity, double omc, double weight, int isat, int slot, int kind);
 
-/// Receiver antenna of each system and slot.
-void s_receiverPoints(const Deploy& deploy, const Station& sta, PointTable& point);
+/// Receiver antenna of each system and slot; `offsets` from the reference point, ENU, m.
+void s_receiverPoints(const Deploy& deploy, const Station& sta, const PointTable& offsets, PointTable& point);
 /// Receiver clock of each system, s: other systems carry an offset from the reference system.
 void s_clockSeconds(const Deploy& deploy, const Station& sta, double (&rclk)[kSys]);
 /// Epoch and rotation of one system; Sun and Moon are left to the caller.

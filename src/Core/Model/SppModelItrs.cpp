@@ -30,7 +30,7 @@ void SppModelItrs::gnssModel(bool /*lcheck*/) {
               sta.m_blh[0] * sta.m_blh[1] * sta.m_blh[2] != 0.0};
   const Deploy& deploy = epoch.in.deploy;
   const int count = s_resetSlots(deploy, sta);
-  s_receiverPoints(deploy, sta, epoch.point);
+  s_receiverPoints(deploy, sta, sta.m_antenu, epoch.point);
   if (epoch.placed)
     epoch.tropo.tropvmf1(sta.m_mjd, sta.m_sod, &epoch.ah, &epoch.aw, sta.m_blh, &sta.m_zhd, &sta.m_zwd);
   s_clockSeconds(deploy, sta, epoch.rclk);
