@@ -38,6 +38,9 @@ struct SkyPlan {
   ReceiverClockOptions clock{};
   /// Between the two times the receiver gives every second or at another step, otherwise every half minute.
   double fastFrom = 0.0, fastTo = -1.0, fastStep = 1.0;
+  std::array<double, 3> place{0.829, 0.148,
+                              450.0};  ///< of the receiver: latitude, longitude (rad), height (m)
+  double maskDegrees = ObserverOptions().maskDegrees;
 };
 
 class SimulatedSky {
@@ -50,7 +53,8 @@ class SimulatedSky {
     for (double t = 0.0; t <= plan.hours * 3600.0; t += 30.0) corrections.push_back(batch(sky, t));
 
     ObserverOptions receiver;
-    receiver.site = site = toEarthFixed({0.829, 0.148, 450.0});
+    receiver.site = site = toEarthFixed({plan.place[0], plan.place[1], plan.place[2]});
+    receiver.maskDegrees = plan.maskDegrees;
     receiver.clock = plan.clock;
     const FaultList none;
     Observer observer(receiver, sky, none);
@@ -149,6 +153,8 @@ struct RunSetup {
   /// Frequency lists of the deployment, "" = two a system.
   std::string frequencies{};
   bool resolution = true;
+  std::string combination = "RAW", systems = "GEC";
+  double cutoffDegrees = 7.0;
   std::map<std::string, std::string> overrides{};  ///< values of "ppp.json" by dotted key
 };
 
@@ -157,7 +163,8 @@ class HostSetup {
  public:
   static void write(const std::filesystem::path& directory, const SimulatedSky& sky, const RunSetup& setup) {
     DeploymentOptions options;
-    options.systems = "GEC";
+    options.systems = setup.systems;
+    options.combination = setup.combination;
     options.freqobs = setup.frequencies;
     options.refpoint = "APC_ITRF";
     options.resolution = setup.resolution;
@@ -187,7 +194,7 @@ class HostSetup {
   void start(const RunSetup& setup) const {
     setClock(0.0);
     GNX_IO::sta_t sta{};
-    GNX_initialize(setup.mode.c_str(), &sta, 7.0, setup.interval);
+    GNX_initialize(setup.mode.c_str(), &sta, setup.cutoffDegrees, setup.interval);
   }
   ProductFeed products() const { return {numbers, plan, {}, reversed, true}; }
   ObservationFeed observations() const { return {numbers, plan, {}}; }

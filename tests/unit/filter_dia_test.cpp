@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/exit_message.h"
 #include "support/filter_world.h"
 
 namespace {
@@ -149,13 +148,6 @@ TEST_F(FilterDia, FullArrayEndsTheLoopNotTheProcess) {
   EXPECT_EQ(filter->imtx, filter->ntmx - 3);
   m_end();
   EXPECT_EQ(filter->nc, 26);
-}
-
-TEST_F(FilterDia, UnknownModeNamesItself) {
-  m_mode("search", 3.0, 3.0);
-  m_build();
-  m_begin(0.0);
-  EXPECT_EXIT_MESSAGE(filter->v_onFilterEstimate(), "diamode = search,unknown dia mode");
 }
 
 }  // namespace

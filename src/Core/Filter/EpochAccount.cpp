@@ -59,25 +59,31 @@ Fate EpochAccount::m_modelFate(int isat, int place) const {
 }
 
 void EpochAccount::m_settleRows() {
+  Fate fates[kMaxSat][kObs] = {};
+  for (const RowOrigin& origin : m_filter.m_waiting) m_put(origin, Fate::noRoom, fates);
+  for (int row = 0; row < m_filter.nobs && m_filter.obsrec; ++row)
+    if (m_filter.obswgt[row] > 0.0) m_put(m_filter.m_origin(row), Fate::used, fates);
+  m_settle([&](int isat, int place) {
+    return fates[isat][place] == Fate::absent ? Fate::open : fates[isat][place];
+  });
+}
+
+/// The values of which a row is made.
+void EpochAccount::m_put(const RowOrigin& row, Fate fate, Fate (&fates)[kMaxSat][kObs]) {
   const Deploy& config = s_config();
-  const bool combined = s_has(config.m_obscomb, "IF");
-  bool used[kMaxSat][kObs] = {};
-  for (int row = 0; row < m_filter.nobs && m_filter.obsrec; ++row) {
-    const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
-    if (ista != 0 || !(m_filter.obswgt[row] > 0.0)) continue;
-    const int first = kind == kRowCode ? kFreq : 0;
-    if (!combined) {
-      used[isat][first + slot] = true;
-      continue;
-    }
-    // A combined row stands on one slot for both frequencies of its pair, a wide-lane row for all three.
-    int fq1 = 0, fq2 = 1;
-    s_ifSlots(config.m_sysOfRow(isat), &fq1, &fq2);
-    if (fq1 < 0 || fq2 < 0) continue;
-    used[isat][first + fq1] = used[isat][first + fq2] = true;
-    if (kind == kRowAfifPhase) std::fill_n(used[isat], 3, true);
+  if (row.ista != 0) return;
+  Fate* values = fates[row.isat];
+  const int first = row.kind == kRowCode ? kFreq : 0;
+  if (!s_has(config.m_obscomb, "IF")) {
+    values[first + row.slot] = fate;
+    return;
   }
-  m_settle([&](int isat, int place) { return used[isat][place] ? Fate::used : Fate::open; });
+  // A combined row stands on one slot for both frequencies of its pair, a wide-lane row for all three.
+  int fq1 = 0, fq2 = 1;
+  s_ifSlots(config.m_sysOfRow(row.isat), &fq1, &fq2);
+  if (fq1 < 0 || fq2 < 0) return;
+  values[first + fq1] = values[first + fq2] = fate;
+  if (row.kind == kRowAfifPhase) std::fill_n(values, 3, fate);
 }
 
 void EpochAccount::m_finishEpoch() {

@@ -24,6 +24,7 @@
 namespace tarvio {
 
 class SrifFilter;
+struct RowOrigin;
 
 class EpochAccount : public ObservationAccount {
  public:
@@ -49,6 +50,7 @@ class EpochAccount : public ObservationAccount {
 
  private:
   void m_settleRows();
+  static void m_put(const RowOrigin& row, Fate fate, Fate (&fates)[kMaxSat][kObs]);
   Fate m_modelFate(int isat, int place) const;
   void m_writeObservations() const;
   void m_writeTotals() const;

@@ -21,6 +21,7 @@ SrifFilter::SrifFilter(const std::vector<Station>& stations, double intv)
       for (const char* tag : {level.tag, level.smoothedTag})
         if (tag) m_fixmap[sta.m_name][tag];
   }
+  m_checkDatum();
   m_afifccf = m_get_AFIF_ccf();
   tstart = s_wallClock();
   m_prosys = s_config().m_syslist;

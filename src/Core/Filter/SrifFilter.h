@@ -29,6 +29,7 @@
 #include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixRecord.h"
 #include "Core/Filter/SrifPamt.h"
+#include "Core/Filter/StatusCondition.h"
 #include "Core/Qc/QcTurboEdit.h"
 #include "Records/Rnxobs.h"
 #include "Records/SolutionState.h"
@@ -111,8 +112,9 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
                  const std::vector<int>& done);
   /// Column imtx+k+1 := what a unit jump of `value` (metres per unit) in `row` looks like behind the
   /// reflectors of this epoch; the second form weights it.
-  void m_onDiaGenSen(int row, int k, double value);
-  void m_onDiaGenSen(int row, int k, double value, double weight);
+  /// \return false, and nothing is done, when the array has no room for it
+  bool m_onDiaGenSen(int row, int k, double value);
+  bool m_onDiaGenSen(int row, int k, double value, double weight);
   /// Takes the k prepared columns into the array as new ambiguities of `rows`.
   void m_onDiaUpInfs(int k, const std::vector<int>& rows);
   /// Sigma of unit weight when the rows' misfit is also explained by n sensitivity columns (nobs
@@ -130,6 +132,9 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_ewl_amb_holder();
 
   /// Live record of a station, satellite and slot (frequency slot or kSlotIon); null = none.
+  SrifPamt* m_pm(int ista, int isat, int slot) const {
+    return m_pmtab[(ista * kMaxSat + isat) * kParameterSlots + slot];
+  }
   SrifPamt*& m_pm(int ista, int isat, int slot) {
     return m_pmtab[(ista * kMaxSat + isat) * kParameterSlots + slot];
   }
@@ -199,10 +204,12 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   int* m_ewlflag = nullptr;                 ///< [station][160] 1 = held
   std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
   EpochAccount m_account{*this};
-  int m_maxSatEpoch = 0;  ///< satellites that the row storage holds in one epoch and station
+  std::vector<RowOrigin> m_waiting;  ///< rows of the epoch for whose columns the array has no room
+  int m_maxSatEpoch = 0;             ///< satellites that the row storage holds in one epoch and station
 
  protected:
   // sizing and ordinary parameters
+  void m_checkDatum() const;
   void m_sizeArrays();
   void m_allocateArrays();
   void m_leaveTermsOut();
@@ -236,7 +243,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_startAmbiguities();
   SrifPamt* m_newAmbiguity(int ista, int isat, int slot, int kind, int column);
   void m_insertColumns(int first, const std::vector<double>& diagonal);
-  void m_checkRoom(int count) const;
+  int m_room() const;
+  bool m_waits(int ista, const RowIndex& row) const;
   void m_swapColumns(int a, int b, int rows);
   void m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::vector<int>& columns,
                                 std::vector<int>& flags);
@@ -249,6 +257,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_fillIonosphereNoise(double* array, int ld, int n, int rhs);
   void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
   void m_addRow(const Station& sta, int ista, int row);
+  void m_reportWaiting();
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
   double m_unitWeightSigma(bool codeAndPhaseOnly) const;
@@ -266,7 +275,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::vector<double> m_formedWgt;
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
-  bool m_rowsReported = false;
+  StatusCondition m_arrayFull, m_satellitesLeftOut;
 };
 
 }  // namespace tarvio

@@ -1,5 +1,7 @@
 /// Growth and shrinkage of the state: slant ionosphere and ambiguity columns come and go inside the
-/// fixed array.
+/// fixed array. When it is full, columns that are there stay and new ones wait: a satellite without its
+/// ionosphere stays out whole, a phase without its ambiguity alone, until the arcs of satellites that have
+/// set are given up.
 
 #include <algorithm>
 #include <cstdio>
@@ -44,9 +46,14 @@ void SrifFilter::m_requestRestarts() {
     }
 }
 
-void SrifFilter::m_checkRoom(int count) const {
-  if (imtx + count < ntmx) return;
-  s_fatal("v_onAddAmbt", __LINE__, "imtx is bigger than ntmx %d > %d\n\n", imtx + count + 1, ntmx);
+/// Columns that may still be added: one is for the right-hand side, and all rows of an epoch must find their
+/// place below.
+int SrifFilter::m_room() const { return std::max(std::min(ntmx - 1, ldinfs - nhk - 2) - imtx, 0); }
+
+/// Whether a row must stay out of the epoch for want of its own columns.
+bool SrifFilter::m_waits(int ista, const RowIndex& row) const {
+  if (validConfig(s_config().m_ionmodel) && !m_pm(ista, row.isat, kSlotIon)) return true;
+  return s_isPhaseRow(row.kind) && !m_pm(ista, row.isat, row.slot);
 }
 
 /// Inserts columns and rows at `first` with the given diagonal; what stood there moves behind them.
@@ -73,12 +80,13 @@ void SrifFilter::m_insertColumns(int first, const std::vector<double>& diagonal)
 void SrifFilter::m_addIonosphere() {
   const Deploy& config = s_config();
   if (!validConfig(config.m_ionmodel)) return;
+  const auto room = static_cast<std::size_t>(m_room());
   std::vector<double> diagonal;
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
       const int isat = sta.m_index(row).isat;
-      if (m_pm(ista, isat, kSlotIon)) continue;
+      if (m_pm(ista, isat, kSlotIon) || diagonal.size() == room) continue;
       auto* record = new SrifPamt;
       record->ista = ista;
       record->isat = isat;
@@ -93,7 +101,6 @@ void SrifFilter::m_addIonosphere() {
     }
   }
   const int count = static_cast<int>(diagonal.size());
-  m_checkRoom(count);
   m_insertColumns(npi, diagonal);
   ni += count;
   npi = np + ni;
@@ -133,6 +140,8 @@ SrifPamt* SrifFilter::m_newAmbiguity(int ista, int isat, int slot, int kind, int
 
 void SrifFilter::m_addAmbiguities() {
   const Deploy& config = s_config();
+  const bool ionosphere = validConfig(config.m_ionmodel);
+  const int room = m_room();
   int count = 0;
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     Station& sta = m_stations[static_cast<std::size_t>(ista)];
@@ -140,6 +149,11 @@ void SrifFilter::m_addAmbiguities() {
       const auto [isat, slot, kind, number] = sta.m_index(row);
       if (!s_isPhaseRow(kind)) continue;
       if (sta.m_sat[isat].m_ambflag[slot] == kArcGoesOn && m_pm(ista, isat, slot)) continue;
+      if (count == room || (ionosphere && !m_pm(ista, isat, kSlotIon))) {
+        // The flag stays, so that the arc begins when there is room. What it replaces has ended in any case.
+        m_pm(ista, isat, slot) = nullptr;
+        continue;
+      }
       SrifPamt* record = m_newAmbiguity(ista, isat, slot, kind, imtx + count++);
       m_pm(ista, isat, slot) = record;
       m_amblist.push_back(record);
@@ -153,7 +167,6 @@ void SrifFilter::m_addAmbiguities() {
                               sta.m_name.c_str(), cprn, freq);
     }
   }
-  m_checkRoom(count);
   m_insertColumns(imtx, std::vector<double>(static_cast<std::size_t>(count), m_ambinf0));
   nc += count;
 }

@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <numeric>
 
-#include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/SrifFilter.h"
@@ -26,9 +24,6 @@ void SrifFilter::m_onDia() {
   const char* mode = s_config().m_diaType;
   if (s_has(mode, "batch")) m_onDia_batch();
   else if (s_has(mode, "rescheck")) m_onDia_batch_rescheck();
-  else
-    s_fatal(__func__, __LINE__,
-            "diamode = %s,unknown dia mode,only support 'search' or 'batch' or 'rescheck' \n", mode);
 }
 
 void SrifFilter::m_sortRes(int n, std::vector<double>& values, std::vector<int>& order,
@@ -101,15 +96,10 @@ bool OutlierLoop::m_treatWorst() {
 
 /// Prepares the column of one row; false when the array has no room for it.
 bool OutlierLoop::m_prepareColumn(int row, int k, double value) {
-  const int wanted = m_filter.imtx + k + 3;
-  if (wanted >= m_filter.ntmx || m_filter.imtx + k + m_filter.nobs + 2 > m_filter.ldinfs) {
-    // Ending the process on one bad epoch would help nobody: what has been treated so far stands.
-    std::printf("***ERROR(m_onDiaGenSen):Dimension Not big Enough! nmtxX: %d Real: %d\n", m_filter.ntmx,
-                wanted);
-    return false;
-  }
   const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
-  m_filter.m_onDiaGenSen(row, k, m_filter.m_pm(ista, isat, slot)->lam, m_filter.obswgt[row]);
+  // One bad epoch is no reason to end: what has been treated so far stands.
+  if (!m_filter.m_onDiaGenSen(row, k, m_filter.m_pm(ista, isat, slot)->lam, m_filter.obswgt[row]))
+    return false;
   m_log(row, value);
   m_filter.m_ambreset.push_back({ista, isat, slot});
   return true;

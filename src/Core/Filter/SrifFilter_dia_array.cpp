@@ -12,17 +12,16 @@
 #include <numeric>
 
 #include "Common/CMat.h"
-#include "Common/Fatal.h"
 #include "Core/Filter/SrifFilter.h"
 
 namespace tarvio {
 
-void SrifFilter::m_onDiaGenSen(int row, int k, double value) { m_onDiaGenSen(row, k, value, 1.0); }
+bool SrifFilter::m_onDiaGenSen(int row, int k, double value) { return m_onDiaGenSen(row, k, value, 1.0); }
 
-void SrifFilter::m_onDiaGenSen(int row, int k, double value, double weight) {
-  if (imtx + k + 3 >= ntmx) {
+bool SrifFilter::m_onDiaGenSen(int row, int k, double value, double weight) {
+  if (imtx + k + 3 >= ntmx || imtx + k + nobs + 2 > ldinfs) {
     std::printf("***ERROR(m_onDiaGenSen):Dimension Not big Enough! nmtxX: %d Real: %d\n", ntmx, imtx + k + 3);
-    s_exitByCode(__func__, __LINE__);
+    return false;
   }
   const int end = imtx + nobs;
   double* jump = infs + iptx[imtx + k + 1];
@@ -36,6 +35,7 @@ void SrifFilter::m_onDiaGenSen(int row, int k, double value, double weight) {
     jump[j] += product;
     for (int r = j + 1; r < end; ++r) jump[r] += product * u[r];
   }
+  return true;
 }
 
 void SrifFilter::m_onDiaUpInfs(int k, const std::vector<int>& rows) {

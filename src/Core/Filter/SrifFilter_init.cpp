@@ -51,6 +51,13 @@ int s_rowFrequencies(const Deploy& config) {
   return s_has(config.m_obscomb, "AFIF") ? 2 : 1;
 }
 
+/// Slot of a datum frequency of a system, -1 when it is not used.
+int s_datumSlot(int isys, int i) {
+  const Deploy& config = s_config();
+  const char* name = config.m_freqDatum[isys][i];
+  return *name ? pointer_charstr(config.m_nfreqUsed[isys], 4, config.m_freqUsed[isys][0], name) : -1;
+}
+
 SrifPamt s_newRecord() {
   SrifPamt record;
   record.phi = 1.0;
@@ -65,6 +72,16 @@ void s_setName(SrifPamt& record, const char* format, Args... args) {
 }
 
 }  // namespace
+
+/// Asked when the filter is made, so that no epoch meets it.
+void SrifFilter::m_checkDatum() const {
+  if (!validConfig(s_config().m_p1p2Dcb)) return;
+  s_forEachSystem([&](int isys) {
+    const int first = s_datumSlot(isys, 0), second = s_datumSlot(isys, 1);
+    if (first < 0 || second < 0)
+      s_fatal("v_srif_reset", __LINE__, "satclk combination dautm: fq1 = %d fq2 = %d\n", first, second);
+  });
+}
 
 void SrifFilter::v_onFilterInit() {
   if (!infs) {
@@ -109,7 +126,8 @@ void SrifFilter::m_sizeArrays() {
   nhk = visible * nfreq * 2;
   int base = nztd + nsatclk + nrecclk + nsys * nstadcb + nstap + nhk + 5;
   if (nfreq > 2) base += ntfdcb;
-  if (raw) base += visible;
+  // Every satellite with a row has an ionosphere column, whatever the combination.
+  if (raw || validConfig(config.m_ionmodel)) base += visible;
   ntmx = base;
   if (s_has(config.m_diaType, "search")) ntmx += nsta * config.m_nsat * nfreq;
   ldinfs = base + nhk + 2;
@@ -252,18 +270,11 @@ void SrifFilter::m_resetDatumBiases(int ista) {
   const Deploy& config = s_config();
   if (m_stations[static_cast<std::size_t>(ista)].m_skd == 'R' || !validConfig(config.m_p1p2Dcb)) return;
   s_forEachSystem([&](int isys) {
-    const auto slotOf = [&](int i) {
-      const char* name = config.m_freqDatum[isys][i];
-      return *name ? pointer_charstr(config.m_nfreqUsed[isys], 4, config.m_freqUsed[isys][0], name) : -1;
-    };
     SrifPamt record = s_newRecord();
     record.ista = ista;
     record.isys = isys;
-    record.ifreq = slotOf(0);
-    record.ifreq2 = slotOf(1);
-    if (record.ifreq < 0 || record.ifreq2 < 0)
-      s_fatal("v_srif_reset", __LINE__, "satclk combination dautm: fq1 = %d fq2 = %d\n", record.ifreq,
-              record.ifreq2);
+    record.ifreq = s_datumSlot(isys, 0);
+    record.ifreq2 = s_datumSlot(isys, 1);
     record.iupd = 0;
     record.tpiece = s_numberBehindColon(config.m_p1p2Dcb);
     s_setName(record, "STADCB_%03d_%c_%s%s", ista, SYS[isys], config.m_freqDatum[isys][0],

@@ -145,10 +145,19 @@ void SrifFilter::m_limitSatellites(Station& sta) {
                      [&](int a, int b) { return sta.m_sat[a].m_elev > sta.m_sat[b].m_elev; });
     for (std::size_t i = limit; i < seen.size(); ++i, ++dropped) present[seen[i]] = false;
   }
-  if (dropped == 0) return;
-  s_keepSatellites(sta, present);
-  Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, %d satellites are left out of the epoch\n", mjd, sod,
-                          sta.m_name.c_str(), dropped);
+  if (dropped > 0) s_keepSatellites(sta, present);
+  switch (m_satellitesLeftOut.m_update(dropped > 0)) {
+    case StatusCondition::Change::begins:
+      Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, %d satellites are left out of the epoch\n", mjd, sod,
+                              sta.m_name.c_str(), dropped);
+      break;
+    case StatusCondition::Change::ends:
+      Logtrace::m_logStatInfo("[%d %8.1lf] sta = %s, no satellite is left out of the epoch any more\n", mjd,
+                              sod, sta.m_name.c_str());
+      break;
+    default:
+      break;
+  }
 }
 
 void SrifFilter::m_checkUseful(Station& sta) {

@@ -113,7 +113,7 @@ void SrifFilter::m_setRow(Station& sta, int ista, int row, int number, const std
   const int isys = config.m_sysOfRow(isat);
   const double* freq = config.m_satellites[static_cast<std::size_t>(isat)].m_freq;
   const double dispersion = freq[0] * freq[0] / (freq[slot] * freq[slot]);
-  const char* cprn = config.m_cprn[isat].c_str();
+  if (m_waits(ista, sta.m_index(row))) return;
   RowWriter writer(amat + kPairDoubles * number, namat + number, sta.m_omcList + row, xini);
 
   if (const int ip = i_ip(ista); ip >= 0)
@@ -141,25 +141,12 @@ void SrifFilter::m_setRow(Station& sta, int ista, int row, int number, const std
     writer.m_addReduced(id, f1 == f2 ? 0.0 : -f2 / (f1 - f2) * dispersion * share);
   }
   if (validConfig(config.m_ionmodel)) {
-    const SrifPamt* record = m_pm(ista, isat, kSlotIon);
-    if (!record)
-      s_fatal("v_onSetAmat", __LINE__, "null pointer for observation %s %s\n", sta.m_name.c_str(), cprn);
     // Code is delayed by the ionosphere, phase advanced.
-    writer.m_addReduced(record->ipar, (kind == kRowCode ? 1.0 : -1.0) * dispersion * sat.m_ionmap);
+    writer.m_addReduced(m_pm(ista, isat, kSlotIon)->ipar,
+                        (kind == kRowCode ? 1.0 : -1.0) * dispersion * sat.m_ionmap);
   }
   if (!s_isPhaseRow(kind)) return;
-
   const SrifPamt* record = m_pm(ista, isat, slot);
-  const char* name = config.m_freqUsed[isys][slot];
-  if (kind == kRowPhase && !record)
-    s_fatal("v_onSetAmat", __LINE__, "null pointer for observation %s %s\n", sta.m_name.c_str(), cprn);
-  if (kind == kRowPhase && record->ipar == -1)
-    s_fatal("v_onSetAmat", __LINE__, "[%d %8.1lf] sta = %s, cprn = %s, freq = %s, ambiguity error!\n", mjd,
-            sod, sta.m_name.c_str(), cprn, name);
-  if (!record || record->ipar == -1)
-    s_fatal("v_onSetAmat", __LINE__,
-            "[%d %8.1lf] sta = %s, cprn = %s, freq = %s, AFIF wide-lane ambiguity error!\n", mjd, sod,
-            sta.m_name.c_str(), cprn, name);
   writer.m_addReduced(record->ipar, kind == kRowPhase ? record->lam : v_setAFIF_lam(isat, nullptr, nullptr));
 }
 
@@ -173,28 +160,40 @@ void SrifFilter::v_onAddObsMatrix() {
   v_xini_update(0);
   v_onSetAmat();
   nobs = 0;
+  m_waiting.clear();
   const bool phase = s_usesPhase();
-  int dropped = 0;
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
-      const int kind = sta.m_index(row).kind;
-      if (kind == kRowAfifCode || (!phase && kind != kRowCode)) continue;
+      const RowIndex index = sta.m_index(row);
+      if (index.kind == kRowAfifCode || (!phase && index.kind != kRowCode)) continue;
       // One row below is kept for the reflectors' factors.
-      if (nobs >= nhk || imtx + nobs + 2 > ldinfs) ++dropped;
+      if (m_waits(ista, index) || nobs >= nhk || imtx + nobs + 2 > ldinfs)
+        m_waiting.push_back({index.isat, index.kind, index.slot, ista, row});
       else m_addRow(sta, ista, row);
     }
   }
-  if (dropped > 0 && !m_rowsReported) {
-    m_rowsReported = true;
-    Logtrace::m_logStatInfo("[%d %8.1lf] %d rows do not fit into the array and are left out\n", mjd, sod,
-                            dropped);
-  }
+  m_reportWaiting();
   if (s_config().m_ldebug) {
     CMat::CMat_PrintMatrix_file(Hk, nhk, nobs, imtx + 1, "", "Hk");
     CMat::CMat_PrintMatrix_file(infs, ldinfs, imtx + nobs, imtx + 1, "", "infs");
   }
   v_xini_update(1);
+}
+
+void SrifFilter::m_reportWaiting() {
+  switch (m_arrayFull.m_update(!m_waiting.empty())) {
+    case StatusCondition::Change::begins:
+      Logtrace::m_logStatInfo(
+          "[%d %8.1lf] the array of %d columns is full: %zu rows, the first of %s, wait until arcs end\n",
+          mjd, sod, ntmx, m_waiting.size(), s_config().m_cprn[m_waiting.front().isat].c_str());
+      break;
+    case StatusCondition::Change::ends:
+      Logtrace::m_logStatInfo("[%d %8.1lf] the array has room for all rows again\n", mjd, sod);
+      break;
+    default:
+      break;
+  }
 }
 
 void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
