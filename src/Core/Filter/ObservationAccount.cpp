@@ -23,15 +23,20 @@ int s_systemOf(char letter) {
   return found ? static_cast<int>(found - ObservationAccount::kLetters) : ObservationAccount::kSystems - 1;
 }
 
-/// Why a signal went before it reached the filter.
-Fate s_byFlag(int flag, Fate otherwise) {
-  if (flag == kFlagCodes) return Fate::codes;
-  return flag == kFlagNoBias ? Fate::noBias : otherwise;
-}
-
 }  // namespace
 
 const char* s_fateName(Fate fate) { return kNames[static_cast<std::size_t>(fate)]; }
+
+Fate s_fateOfFlag(int flag, Fate otherwise) {
+  switch (flag) {
+    case kFlagCodes:
+      return Fate::codes;
+    case kFlagNoBias:
+      return Fate::noBias;
+    default:
+      return otherwise;
+  }
+}
 
 Fate s_productFate(OrbitClkAdapter* products, int isat, int mjd, double sod, Fate otherwise) {
   if (products == nullptr) return otherwise;
@@ -74,21 +79,21 @@ void ObservationAccount::m_arrive(const Rnxobs& obs, bool flagged) {
     for (int place = 0; place < kObs; ++place) {
       const int flag = obs.m_flag[isat][place % kFreq];
       if (obs.m_obs[isat][place] != 0.0) m_fates[isat][place] = Fate::open;
-      else if (flagged && flag != 0) m_fates[isat][place] = s_byFlag(flag, Fate::partner);
+      else if (flagged && flag != 0) m_fates[isat][place] = s_fateOfFlag(flag, Fate::partner);
     }
 }
 
 void ObservationAccount::m_settleScreened(const Rnxobs& obs) {
   m_settle([&](int isat, int place) {
     if (obs.m_obs[isat][place] != 0.0) return Fate::open;
-    return s_byFlag(obs.m_flag[isat][place % kFreq], Fate::partner);
+    return s_fateOfFlag(obs.m_flag[isat][place % kFreq], Fate::partner);
   });
 }
 
 void ObservationAccount::m_settleBiased(const Rnxobs& obs, OrbitClkAdapter* products) {
   m_settle([&](int isat, int place) {
     if (obs.m_obs[isat][place] != 0.0) return Fate::open;
-    const Fate fate = s_byFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
+    const Fate fate = s_fateOfFlag(obs.m_flag[isat][place % kFreq], Fate::noPhaseBias);
     // A satellite that the corrections leave out altogether has no bias for that reason.
     const Fate gap = s_productFate(products, isat, obs.m_mjd, obs.m_sod, fate);
     return gap == Fate::noIssue ? fate : gap;

@@ -50,6 +50,8 @@ enum class Fate : unsigned char {
 
 /// The word for a fate in the diagnostics.
 const char* s_fateName(Fate fate);
+/// Why a signal went before it reached the filter, by its RejectReason.
+Fate s_fateOfFlag(int flag, Fate otherwise);
 /// Why a satellite row has no product at an epoch; `otherwise` when it lacks none or nobody can be asked.
 Fate s_productFate(OrbitClkAdapter* products, int isat, int mjd, double sod, Fate otherwise);
 /// Whether an option string asks for lines that need the account.

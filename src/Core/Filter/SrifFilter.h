@@ -28,6 +28,7 @@
 #include "Common/SmoothAdapter.h"
 #include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixRecord.h"
+#include "Core/Filter/NoSolution.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Filter/StatusCondition.h"
 #include "Core/Qc/QcTurboEdit.h"
@@ -276,6 +277,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
   StatusCondition m_arrayFull, m_satellitesLeftOut;
+  NoSolution m_noSolution;
 };
 
 }  // namespace tarvio

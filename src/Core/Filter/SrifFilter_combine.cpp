@@ -92,8 +92,11 @@ int SrifFilter::m_formIf(int ista, int isat, double* wgt, int row) {
   if (fq1 < 0 || fq2 < 0) return row;
 
   const double* factor = config.m_satellites[static_cast<std::size_t>(isat)].m_ifc;
-  if (sat.m_xx[fq1] != 0.0 && sat.m_xx[fq2] != 0.0) {
+  const bool phases = sat.m_xx[fq1] != 0.0 && sat.m_xx[fq2] != 0.0;
+  const bool codes = sat.m_xx[kFreq + fq1] != 0.0 && sat.m_xx[kFreq + fq2] != 0.0;
+  if (phases)
     s_writeRow(sta, wgt, row++, s_combine(sat, factor[0], fq1, -factor[1], fq2), isat, 0, kRowPhase);
+  if (phases || (codes && !s_usesPhase())) {
     s_writeRow(sta, wgt, row++, s_combine(sat, factor[0], kFreq + fq1, -factor[1], kFreq + fq2), isat, 0,
                kRowCode);
   }
@@ -136,7 +139,7 @@ int SrifFilter::m_formSf(int ista, int isat, double* wgt, int row) {
   Station& sta = m_stations[static_cast<std::size_t>(ista)];
   const Ssat_t& sat = sta.m_sat[isat];
   const double phase = sat.m_xx[0], code = sat.m_xx[kFreq];
-  if (phase == 0.0 || code == 0.0) return row;
+  if (code == 0.0 || (phase == 0.0 && s_usesPhase())) return row;
   const double phaseWgt = sat.m_wgt[0], codeWgt = sat.m_wgt[kFreq];
   if (s_has(s_config().m_obsused, "GRAPHIC")) {
     s_writeRow(sta, wgt, row++, {(phase + code) * 0.5, 2.0 / std::hypot(1.0 / codeWgt, 1.0 / phaseWgt)}, isat,
@@ -144,7 +147,7 @@ int SrifFilter::m_formSf(int ista, int isat, double* wgt, int row) {
     // The half-sum already holds the code: the row only keeps the clock and the ambiguity apart.
     s_writeRow(sta, wgt, row++, {code, codeWgt / 100.0}, isat, 0, kRowCode);
   } else {
-    s_writeRow(sta, wgt, row++, {phase, phaseWgt}, isat, 0, kRowPhase);
+    if (phase != 0.0) s_writeRow(sta, wgt, row++, {phase, phaseWgt}, isat, 0, kRowPhase);
     s_writeRow(sta, wgt, row++, {code, codeWgt}, isat, 0, kRowCode);
   }
   return row;

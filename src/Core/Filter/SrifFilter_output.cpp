@@ -86,6 +86,7 @@ void SrifFilter::v_onOutput() {
         m_solstat, m_nfix);
     std::fflush(stdout);
   }
+  m_noSolution.m_tell(*this);
   FilterDiagnostics(*this).m_write();
   m_account.m_finishEpoch();
 }

@@ -16,7 +16,6 @@ namespace tarvio {
 
 namespace {
 
-constexpr int kLeastSatellites = 5;      ///< of one system, for an epoch to be of use
 constexpr double kLeastResidual = 0.01;  ///< m, a model value that counts as present
 
 bool s_isPosition(const double* xyz) { return xyz[0] * xyz[1] * xyz[2] != 0.0; }
@@ -41,8 +40,12 @@ void s_copyObservations(Ssat_t& sat, const Rnxobs& obs, int isat) {
   std::copy_n(obs.m_flag[isat], kFreq, sat.m_flag);
 }
 
-bool s_hasPhaseModel(const Ssat_t& sat, int nused) {
-  return std::any_of(sat.m_xx, sat.m_xx + std::min(nused, kFreq), [](double v) { return v != 0.0; });
+/// Residuals of the kind on which an epoch stands: phases, without them codes.
+const double* s_leadingResiduals(const Ssat_t& sat) { return s_usesPhase() ? sat.m_xx : sat.m_xx + kFreq; }
+
+bool s_hasModel(const Ssat_t& sat, int nused) {
+  const double* xx = s_leadingResiduals(sat);
+  return std::any_of(xx, xx + std::min(nused, kFreq), [](double v) { return v != 0.0; });
 }
 
 bool s_isFinite(const Ssat_t& sat) {
@@ -98,6 +101,7 @@ void SrifFilter::v_onObsUpdate() {
   m_account.m_settleSystems();
   m_corrifpb();
   m_account.m_settleInput(Fate::ifpb);
+  m_noSolution.m_noteInput(*this);
   for (std::size_t ista = 0; ista < m_stations.size(); ++ista) {
     m_positionAndModel(static_cast<int>(ista));
     m_account.m_settleModel();
@@ -122,6 +126,7 @@ void SrifFilter::m_positionAndModel(int ista) {
     if (!s_isPosition(sta.m_xyz)) std::copy_n(sta.m_x, 3, sta.m_xyz);
     if (!s_isPosition(sta.m_x)) sta.m_nobs = 0;
   }
+  m_noSolution.m_notePosition(s_isPosition(sta.m_x));
   if (sta.m_model && s_isPosition(sta.m_x)) sta.m_model->gnssModel(true);
 }
 
@@ -165,14 +170,16 @@ void SrifFilter::m_checkUseful(Station& sta) {
   int count[kSys] = {};
   for (int isat = 0; isat < config.m_nsat; ++isat) {
     const int isys = config.m_sysOfRow(isat);
-    if (s_hasPhaseModel(sta.m_sat[isat], config.m_nfreqUsed[isys])) ++count[isys];
+    if (s_hasModel(sta.m_sat[isat], config.m_nfreqUsed[isys])) ++count[isys];
   }
-  if (*std::max_element(count, count + kSys) >= kLeastSatellites) return;
+  m_noSolution.m_noteUseful(count);
+  if (*std::max_element(count, count + kSys) >= NoSolution::kLeastSatellites) return;
 
   sta.m_nobs = 0;
   for (int isat = 0; isat < config.m_nsat; ++isat)
     for (int f = 0; f < kFreq; ++f)
-      if (std::fabs(sta.m_sat[isat].m_xx[f]) > kLeastResidual) sta.m_sat[isat].m_flag[f] = kFlagEpoch;
+      if (std::fabs(s_leadingResiduals(sta.m_sat[isat])[f]) > kLeastResidual)
+        sta.m_sat[isat].m_flag[f] = kFlagEpoch;
   s_clearResiduals(sta, config.m_nsat);
 }
 
