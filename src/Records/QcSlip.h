@@ -24,6 +24,9 @@ struct QcSlip {
   double m_dpr = 0.0;    ///< last phase minus code, cycles (single frequency)
   double m_tlast = 0.0;  ///< fractional MJD when frequency f was last seen (entry f)
   SmoothAdapter m_rate;  ///< geometry-free rate, m/s
+  /// Where the next sample of the rate starts when epochs are closer than a second; fractional day 0 =
+  /// nowhere.
+  double m_rateTime = 0.0, m_rateGf = 0.0;
 };
 
 }  // namespace tarvio

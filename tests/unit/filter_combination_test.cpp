@@ -80,6 +80,16 @@ TEST_F(FilterCombination, PeriodicResetCountsDataTime) {
   EXPECT_NEAR(filter->m_pm(0, 0, 0)->ptime0, 60000 + 75.0 / 86400.0, 1e-9);
 }
 
+TEST_F(FilterCombination, PeriodicResetAtFractionsOfASecond) {
+  tarvio::s_copyText(deploy().m_ambmode, "INST:0.5");
+  m_build();
+  for (int k = 0; k <= 8; ++k) {
+    m_epoch(0.2 * k);
+    const double begin = (filter->m_pm(0, 0, 0)->ptime0 - 60000.0) * 86400.0;
+    EXPECT_NEAR(begin, k < 3 ? 0.0 : k < 6 ? 0.6 : 1.2, 1e-5) << "epoch " << k;
+  }
+}
+
 TEST_F(FilterCombination, FewerThanFiveSatellitesInEverySystemIsNoEpoch) {
   m_build();
   for (int isat = 0; isat < 13; ++isat) world.visible[isat] = isat < 4 || isat >= 9;

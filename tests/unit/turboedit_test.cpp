@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <random>
 
 #include "Common/ComTime.h"
 #include "Config/SatelliteTable.h"
@@ -117,6 +118,34 @@ TEST_F(TurboEditTest, SingleFrequency) {
   m_hasCode = true;
   EXPECT_EQ(next(), kClean) << "an epoch without code leaves the arc";
   EXPECT_EQ(next(1201.0), kLost);
+}
+
+TEST_F(TurboEditTest, TagsBesideTheHalfMinuteStillSampleTheRate) {
+  use("G05", {"L1", "L2"});
+  m_sod = 29999.9996;
+  m_ionRate = 0.002;
+  settle(15, 5.0);
+  EXPECT_EQ(m_sm[0].m_rate.m_count, 2);
+}
+
+// Twenty epochs a second with 3 mm of noise: the difference of two neighbours says nothing about the rate,
+// and a rate made of it would turn every gap of some seconds into a slip.
+TEST_F(TurboEditTest, TheRateAtTwentyHertzHoldsAcrossAGapOfSeconds) {
+  use("G05", {"L1", "L2"});
+  m_ionRate = 0.005;
+  std::mt19937 random(7);
+  std::normal_distribution<double> noise(0.0, 0.003);
+  const auto epoch = [&](double step) {
+    for (int f = 0; f < m_n; ++f) m_metres[f] = noise(random);
+    return next(step);
+  };
+  epoch(0.05);
+  for (int k = 0; k < 2500; ++k) ASSERT_EQ(epoch(0.05), kClean) << k;
+  const double growth = std::pow(m_freq[0] / m_freq[1], 2) - 1.0;  // between the frequencies
+  EXPECT_NEAR(m_sm[0].m_rate.m_mean, m_ionRate * growth, 5e-4);
+  for (int gap = 0; gap < 5; ++gap) EXPECT_EQ(epoch(9.0), kClean) << gap;
+  m_cycles[0] += 3.0;
+  EXPECT_EQ(epoch(0.05)[0], kSlipGeometryFree);
 }
 
 }  // namespace

@@ -147,11 +147,12 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   double m_ambinf0 = 1.0e-4;  ///< diagonal of a new ambiguity
   int nstap = 0, nsatclk = 0, nrecclk = 0, nztd = 0, ntfdcb = 0, nstadcb = 0;
   int np = 0, ni = 0, npi = 0, nc = 0, imtx = 0;
-  double* amat = nullptr;  ///< 40 doubles a row: up to 20 pairs (column, coefficient)
-  int* namat = nullptr;    ///< pairs of each row
-  double dintv = 0.0;      ///< s since the last epoch
-  double tlast = -1.0;     ///< fractional MJD of the last epoch
-  std::time_t treset = -1;
+  double* amat = nullptr;        ///< 40 doubles a row: up to 20 pairs (column, coefficient)
+  int* namat = nullptr;          ///< pairs of each row
+  double dintv = 0.0;            ///< s since the last epoch
+  double tlast = -1.0;           ///< fractional MJD of the last epoch
+  std::time_t treset = -1;       ///< of the last reset, whole seconds
+  double m_resetFraction = 0.0;  ///< and the fraction of a second
   std::time_t tstart = 0;
   int m_isinit = 0;
   double* infs = nullptr;

@@ -167,6 +167,7 @@ void SrifFilter::v_srif_reset() {
   if (!infs) return;
   const Deploy& config = s_config();
   std::fill_n(infs, static_cast<std::size_t>(ldinfs) * static_cast<std::size_t>(ntmx), 0.0);
+  m_resetFraction = 0.0;
   treset = config.m_lpost ? mjd2time(mjd, sod) : static_cast<std::time_t>(s_wallClock());
 
   m_deleteArcs();

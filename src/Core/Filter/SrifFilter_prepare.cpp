@@ -198,13 +198,15 @@ void SrifFilter::v_onDataQC() {
 void SrifFilter::v_onPrepare() {
   const Deploy& config = s_config();
   if (s_has(config.m_ambmode, "INST")) {
+    constexpr double kTagTolerance_s = 1.0e-3;
     const std::time_t now = mjd2time(mjd, sod);
-    const double limit = s_numberBehindColon(config.m_ambmode);
-    if (treset == -1) {
+    const double fraction = sod - std::floor(sod), limit = s_numberBehindColon(config.m_ambmode);
+    const double since = static_cast<double>(now - treset) + fraction - m_resetFraction;
+    const bool first = treset == -1;
+    if (!first && since >= limit - kTagTolerance_s) v_srif_reset();
+    if (first || since >= limit - kTagTolerance_s) {
       treset = now;
-    } else if (static_cast<double>(now - treset) >= limit) {
-      v_srif_reset();
-      treset = now;
+      m_resetFraction = fraction;
     }
   }
 

@@ -20,6 +20,11 @@ constexpr double kPieceTolerance = 0.025;  ///< s
 constexpr double kTie = 100000.0;          ///< weight that ties old to new within a piece
 constexpr double kLeastStep = 1.0e-3;      ///< s, for repeated or backward epochs
 
+/// Differences of days carry a microsecond of rounding: what was meant is the nearest millisecond.
+double s_wholeMilliseconds(double seconds) {
+  return std::max(std::round(seconds * 1000.0) / 1000.0, kLeastStep);
+}
+
 }  // namespace
 
 void SrifFilter::v_onTimeUpdate() {
@@ -59,9 +64,8 @@ double SrifFilter::m_noiseSpan(SrifPamt& record, bool* running) const {
     *running = true;
     return 0.0;
   }
-  double span = (record.ptime1 - record.ptime0) * kDay;
-  span = std::fabs(span) >= kPieceTolerance ? std::round(span) : std::trunc(dintv);
-  return span > 0.0 ? span : dintv;
+  const double span = (record.ptime1 - record.ptime0) * kDay;
+  return s_wholeMilliseconds(span >= kPieceTolerance ? span : dintv);
 }
 
 void SrifFilter::m_fillOrdinaryNoise(double* array, int ld, int n, int rhs) {

@@ -18,12 +18,16 @@ namespace tarvio {
 
 namespace {
 
-constexpr int kPairs = 6;              ///< pair records of a satellite: all pairs of four frequencies
-constexpr double kRateWindow = 301.0;  ///< s, memory of the geometry-free rate
-constexpr double kRateMaxStep = 10.0;  ///< s, epochs closer than this have the rate removed
-constexpr double kGfFixed = 0.15;      ///< m, geometry-free limit while no rate is known
-constexpr double kMwThirdPair = 0.8;   ///< cycles, limit of the third pair (1,2): the extra-wide-lane
-constexpr double kMwWidest = 10.0;     ///< cycles, where the widening at low elevation ends
+constexpr int kPairs = 6;               ///< pair records of a satellite: all pairs of four frequencies
+constexpr double kRateWindow = 301.0;   ///< s, memory of the geometry-free rate
+constexpr double kRateMaxStep = 10.0;   ///< s, epochs closer than this have the rate removed
+constexpr double kRateGrid = 30.0;      ///< s, the rate is sampled on its multiples
+constexpr double kRateLeastStep = 1.0;  ///< s, over less the noise of the phases drowns the rate
+constexpr double kTagTolerance =
+    1.0e-3;                           ///< s, between the tag of an epoch and the multiple that it stands for
+constexpr double kGfFixed = 0.15;     ///< m, geometry-free limit while no rate is known
+constexpr double kMwThirdPair = 0.8;  ///< cycles, limit of the third pair (1,2): the extra-wide-lane
+constexpr double kMwWidest = 10.0;    ///< cycles, where the widening at low elevation ends
 constexpr double kQuietElevation = 7.0 * kDegToRad;  ///< below it a slip is not worth a line
 
 /// What both detectors know about the satellite of a call.
@@ -54,6 +58,7 @@ Combination s_combine(const Context& at, const double* obs, int i, int j) {
 void s_restart(QcSlip& record) {
   record.m_nmw = 0;
   record.m_mw = 0.0;
+  record.m_rateTime = 0.0;
   record.m_rate.m_reset();
 }
 
@@ -63,6 +68,23 @@ void s_update(const Context& at, const Combination& now, QcSlip& record) {
   record.m_gf = now.m_gf;
   record.m_mw = (record.m_nmw * record.m_mw + now.m_mw) / (record.m_nmw + 1);
   ++record.m_nmw;
+}
+
+/// Samples the geometry-free rate on the half minute: over the last step or, when the steps are short, over
+/// the time since the last half minute.
+void s_sampleRate(const Context& at, double dt, const Combination& now, QcSlip& record) {
+  if (!(dt > 0.0)) return;  // a repeated epoch has none
+  if (std::fabs(at.m_sod - std::round(at.m_sod / kRateGrid) * kRateGrid) > kTagTolerance) return;
+  double rate = (now.m_gf - record.m_gf) / dt;
+  if (dt < kRateLeastStep) {
+    const double start = record.m_rateTime, startGf = record.m_rateGf;
+    record.m_rateTime = at.m_mjd + at.m_sod / kDay;
+    record.m_rateGf = now.m_gf;
+    const double span = (at.m_mjd - start) * kDay + at.m_sod;
+    if (start == 0.0 || span < kRateLeastStep) return;
+    rate = (now.m_gf - startGf) / span;
+  }
+  record.m_rate.m_smooth(static_cast<int>(mjd2time(at.m_mjd, at.m_sod)), rate, nullptr, nullptr);
 }
 
 double s_mwLimit(const Context& at, int pair) {
@@ -86,10 +108,7 @@ SlipKind s_testPair(const Context& at, int i, int j, int pair, double dt, const 
 
   const bool mwSlip = std::fabs(dMw) > mwLimit, gfSlip = std::fabs(unexplained) > gfLimit;
   if (!mwSlip && !gfSlip) {
-    // The rate is sampled on the half minute; a repeated epoch has none.
-    if (dt > 0.0 && std::fmod(at.m_sod, 30.0) == 0.0) {
-      record.m_rate.m_smooth(static_cast<int>(mjd2time(at.m_mjd, at.m_sod)), dGf / dt, nullptr, nullptr);
-    }
+    s_sampleRate(at, dt, now, record);
     return kSlipNone;
   }
   if (at.m_elev == 0.0 || at.m_elev >= kQuietElevation) {
