@@ -86,10 +86,10 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
 }
 
 /// The files of the directory that tell how the run ended.
-void writeEnd(const fs::path& dir, const std::string& end, const ReplayResult& result) {
+void writeEnd(const fs::path& dir, int status, const std::string& end, const ReplayResult& result) {
   std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
   std::ofstream(dir / "signals.txt") << result.notes;
-  std::ofstream(dir / "exit.txt") << end << '\n';
+  std::ofstream(dir / "exit.txt") << "exit status " << status << ": " << end << '\n';
 }
 
 }  // namespace
@@ -109,7 +109,7 @@ ReplayResult runReplay(const ReplayOptions& options) {
   result.epochs = std::move(collector.epochs);
   result.notes = child.errors;
   const std::string end = endOf(child, collector.lastLines, run.dir);
-  writeEnd(run.dir, end, result);
+  writeEnd(run.dir, child.exitStatus, end, result);
   if (child.exitStatus == kBadInput) throw std::runtime_error(end);  // the worker's own message on bad input
   if (child.exitStatus != 0) throw EngineError(end);
 

@@ -2,6 +2,7 @@
 
 #include "engine/run_directory.h"
 
+#include <algorithm>
 #include <fstream>
 
 #include "deployment/deployed.h"
@@ -16,17 +17,29 @@ namespace fs = std::filesystem;
 
 constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
-/// Places the files of a deployment into the run directory: the configuration as a copy, data files
-/// as links.
+constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
+                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
+                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
+                                    "summary.txt", "deployment.txt"};
+
+/// Whether a file is what some run has left, and no part of a deployment.
+bool isResult(const fs::path& file) {
+  return file.extension() == ".1" || std::ranges::count(kResults, file.filename().string()) > 0;
+}
+
+void checkDeployment(const fs::path& directory) {
+  if (fs::exists(directory / "ppp.json")) return;
+  throw UsageError(directory.string() + " holds no ppp.json; make a deployment with 'gnx init " +
+                   directory.string() + "'");
+}
+
+/// Places the files of a deployment into the run directory: the configuration as a copy, data files as links.
+/// Runs may have been made in the deployment itself; a link to one of their results would be written through.
 void borrowDeployment(const fs::path& from, const fs::path& to) {
-  if (!fs::exists(from / "ppp.json")) {
-    throw UsageError(from.string() + " holds no ppp.json; make a deployment with 'gnx init " + from.string() +
-                     "'");
-  }
   if (fs::equivalent(from, to)) return;
   for (const auto& entry : fs::directory_iterator(from)) {
     const fs::path target = to / entry.path().filename();
-    if (!entry.is_regular_file()) continue;
+    if (!entry.is_regular_file() || isResult(entry.path())) continue;
     fs::remove(target);
     if (entry.path().extension() == ".json") {
       fs::copy_file(entry.path(), target);
@@ -42,10 +55,10 @@ void borrowDeployment(const fs::path& from, const fs::path& to) {
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
 void setResultsAside(const fs::path& dir) {
-  for (const char* name :
-       {"account.csv", "diagnostics.log", "engine.log", "events.csv", "exit.txt", "ppp_pos", "report.html",
-        "signals.txt", "solution.csv", "solution.nmea", "solution.pos", "summary.txt"}) {
-    if (fs::exists(dir / name)) fs::rename(dir / name, dir / (std::string(name) + ".1"));
+  for (const char* name : kResults) {
+    const fs::path last = dir / (std::string(name) + ".1");
+    fs::remove(last);  // what stays beside is of one run
+    if (fs::exists(dir / name)) fs::rename(dir / name, last);
   }
 }
 
@@ -83,6 +96,7 @@ void completeFromObservations(ReplayOptions& options) {
 }
 
 void fillDirectory(const fs::path& dir, const ReplayOptions& options) {
+  if (!options.deployment.empty()) checkDeployment(options.deployment);
   fs::create_directories(dir);
   setResultsAside(dir);
   if (!options.deployment.empty()) return borrowDeployment(options.deployment, dir);

@@ -127,6 +127,13 @@ TEST(ReplayProgram, SettingsOfTheDeploymentHoldUnlessTheCommandLineSaysOtherwise
   EXPECT_EQ(plan.mode, "kinematic");
   EXPECT_EQ(plan.interval, 120.0);
   EXPECT_EQ(plan.cutoffDeg, 12.0);
+  const auto solutions = [](const std::string& run) { return support::readFile(run + "/solution.csv"); };
+  ASSERT_EQ(run("replay " + inputs() + " --deployment " + deployment + " --out " + deployment).status, 0);
+  const std::string made = solutions(deployment), other = (dir.path() / "other").string();
+  ASSERT_EQ(
+      run("replay " + inputs() + " --deployment " + deployment + " --interval 180 --out " + other).status, 0);
+  EXPECT_NE(solutions(other), made);
+  EXPECT_EQ(solutions(deployment), made) << "a run in another directory leaves the deployment's own alone";
   EXPECT_FALSE(std::filesystem::exists(report));
 }
 
