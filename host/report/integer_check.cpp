@@ -1,3 +1,5 @@
+// Judges the integers of a run: groups their floats into arcs, reads the truth of a simulation and compares.
+
 #include "report/integer_check.h"
 
 #include <algorithm>
@@ -87,30 +89,71 @@ std::pair<double, std::size_t> mostFrequent(const std::map<double, std::size_t>&
   return *best;
 }
 
-/// Turns of the wind-up by which the fixes of one frequency differ from the truth, by arc: most of the fixes
-/// between two satellites tell the difference of their turns, the pairs with the most fixes first.
-std::map<SatelliteArc, double> turnsOfArcs(const std::vector<IntegerSample>& samples,
-                                           const IntegerTruth& truth) {
+/// Two arcs of one frequency: by how many turns most of the fixes between them differ from the truth.
+struct TurnLink {
+  ArcPair arcs;
+  double difference = 0.0;
+  std::size_t count = 0;  ///< fixes that say so
+};
+
+/// Links between all arcs with fixes, those with the most fixes first.
+std::vector<TurnLink> turnLinks(const std::vector<IntegerSample>& samples, const IntegerTruth& truth) {
   std::map<ArcPair, std::map<double, std::size_t>> differences;
   for (const IntegerSample& s : samples)
     if (const auto arcs = arcsOf(truth, s); arcs && s.integer)
       ++differences[*arcs][*s.integer - (arcs->own.second - arcs->reference.second)];
-  std::vector<std::tuple<std::size_t, ArcPair, double>> order;
-  for (const auto& [pair, counts] : differences) {
+  std::vector<TurnLink> links;
+  for (const auto& [arcs, counts] : differences) {
     const auto [difference, count] = mostFrequent(counts);
-    order.emplace_back(count, pair, difference);
+    links.push_back({arcs, difference, count});
   }
-  std::stable_sort(order.begin(), order.end(),
-                   [](const auto& a, const auto& b) { return std::get<0>(a) > std::get<0>(b); });
-  std::map<SatelliteArc, double> turns;
-  for (const auto& [count, pair, difference] : order) {
-    const auto own = turns.find(pair.own);
-    if (own != turns.end() && !turns.contains(pair.reference))
-      turns[pair.reference] = std::clamp(own->second - difference, -kMostTurns, kMostTurns);
-    const double reference = turns.try_emplace(pair.reference, 0.0).first->second;
-    turns.try_emplace(pair.own, std::clamp(reference + difference, -kMostTurns, kMostTurns));
+  std::stable_sort(links.begin(), links.end(),
+                   [](const TurnLink& a, const TurnLink& b) { return a.count > b.count; });
+  return links;
+}
+
+/// Turns of the wind-up by which the fixes of one frequency differ from the truth, by arc. Fixes only tell
+/// differences of turns, so arcs that are linked form a group with one free zero. A link between two groups
+/// joins them: the smaller one takes the zero of the larger.
+class TurnGroups {
+ public:
+  void take(const TurnLink& link) {
+    const std::size_t own = groupOf(link.arcs.own), reference = groupOf(link.arcs.reference);
+    if (own == reference) return;
+    const double shift = m_turns.at(link.arcs.reference) + link.difference - m_turns.at(link.arcs.own);
+    if (m_groups[own].size() <= m_groups[reference].size()) join(own, reference, shift);
+    else join(reference, own, -shift);
   }
-  return turns;
+  const std::map<SatelliteArc, double>& turns() const { return m_turns; }
+
+ private:
+  std::size_t groupOf(const SatelliteArc& arc) {
+    const auto [known, isNew] = m_group.try_emplace(arc, m_groups.size());
+    if (isNew) {
+      m_groups.push_back({arc});
+      m_turns[arc] = 0.0;
+    }
+    return known->second;
+  }
+  void join(std::size_t from, std::size_t into, double shift) {
+    for (const SatelliteArc& arc : m_groups[from]) {
+      m_turns[arc] = std::clamp(m_turns[arc] + shift, -kMostTurns, kMostTurns);
+      m_group[arc] = into;
+      m_groups[into].push_back(arc);
+    }
+    m_groups[from].clear();
+  }
+
+  std::map<SatelliteArc, std::size_t> m_group;
+  std::vector<std::vector<SatelliteArc>> m_groups;
+  std::map<SatelliteArc, double> m_turns;
+};
+
+std::map<SatelliteArc, double> turnsOfArcs(const std::vector<IntegerSample>& samples,
+                                           const IntegerTruth& truth) {
+  TurnGroups groups;
+  for (const TurnLink& link : turnLinks(samples, truth)) groups.take(link);
+  return groups.turns();
 }
 
 }  // namespace

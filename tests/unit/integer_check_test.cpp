@@ -58,6 +58,27 @@ TEST(IntegerCheck, TwoTurnsAreNoWindUpAndWithoutTruthNothingIsWrong) {
   EXPECT_FALSE(IntegerTruth::read("/absent.csv"));
 }
 
+TEST(IntegerCheck, GroupsOfSatellitesThatALaterPairJoinsShareOneZero) {
+  // Without cycles in the truth a fix tells the turns themselves: G01 and G02 have none, G03 and G04 one.
+  const support::TemporaryDirectory directory;
+  const auto zeros = IntegerTruth::read(
+      directory.write("truth.csv",
+                      "sow_s,sat,azimuth_deg,ambiguities\n0.000,G01,1,1C:0\n0.000,G02,1,1C:0\n"
+                      "0.000,G03,1,1C:0\n0.000,G04,1,1C:0\n"));
+  std::vector<IntegerSample> samples;
+  const auto fix = [&](int times, const char* satellite, const char* reference, int integer) {
+    for (int k = 0; k < times; ++k)
+      samples.push_back({fromWeek(2445, 30.0 * k), satellite, reference, "n1", "L1", integer + 0.1, integer});
+  };
+  fix(7, "G01", "G02", 0);
+  fix(6, "G03", "G04", 0);
+  fix(5, "G04", "G02", 1);
+  fix(4, "G01", "G03", -1);
+  EXPECT_EQ(checkIntegers(samples, zeros).levels.at("n1").wrong, 0u);
+  fix(3, "G01", "G04", 0);
+  EXPECT_EQ(checkIntegers(samples, zeros).levels.at("n1").wrong, 3u) << "against both groups";
+}
+
 TEST(IntegerCheck, ArcsEndWithGapsAndLeaps) {
   std::vector<IntegerSample> samples;
   for (int k = 0; k < 4; ++k) samples.push_back(sample(k, "wl", "L1-L2", k < 2 ? 5.1 : 8.1, std::nullopt));
