@@ -1,6 +1,6 @@
 #pragma once
-/// \file embedded.h
-/// The deployment files that are built into the program, by file name.
+/// \file embedded_files.h
+/// The files that are built into the program, by name: those of deploy/ and, as "page/NAME", of the page.
 
 #include <map>
 #include <string>
