@@ -1,6 +1,6 @@
 #pragma once
 /// \file page.h
-/// The HTML of a report.
+/// The HTML of a report, filled into the templates of host/report/page.
 
 #include <string>
 #include <vector>
@@ -13,8 +13,5 @@ namespace gnx {
 
 /// A whole page, style included; it refers to nothing outside itself.
 std::string htmlPage(const RunFiles& run, const RunAnalysis& analysis, const std::vector<Figure>& figures);
-
-/// Text with the characters that mean something in HTML replaced.
-std::string escapeHtml(const std::string& text);
 
 }  // namespace gnx

@@ -165,6 +165,38 @@ TEST_F(ReportPage, ARunWithoutResidualsAndReferenceStillHasAPage) {
   EXPECT_THAT(html, Not(HasSubstr("id=\"sky\"")));
 }
 
+TEST_F(ReportPage, TextOfAHostileRunIsNowhereMarkup) {
+  writeRun(dir, 600);
+  const std::string hostile = "<script>\"&'", harmless = "&lt;script&gt;&quot;&amp;&#39;";
+  RunPlan plan;
+  plan.obs = {"/data/" + hostile + "station"};
+  plan.nav = {"/data/" + hostile + "navigation"};
+  plan.antenna = hostile + "antenna";
+  plan.receiver = hostile + "receiver";
+  plan.mode = hostile + "mode";
+  plan.excluded = {hostile + "excluded"};
+  plan.floating = {hostile + "floating"};
+  writeRunPlan(dir / "run.json", plan);
+  support::writeFile(dir / "signals.txt", hostile + "signals\n");
+  support::writeFile(dir / "account.csv", "system,item,count\nG,in,10\nG," + hostile + "reason,1\n");
+  support::writeFile(dir / "ppp.json", R"({"common": {"refpoint": "<script>\"&'setting"}})");
+  std::ofstream(dir / "diagnostics.log", std::ios::app)
+      << "\nINT 59021 60.000 STAN G01 G02 " << hostile << "level L1-L2 1.1 1\n";
+  const std::string html = readFile(writeReport(dir, {}));
+  EXPECT_THAT(html, Not(HasSubstr("<script")));
+  EXPECT_THAT(html, Not(HasSubstr("\"&'")));
+  for (const char* place : {"station", "navigation", "antenna", "receiver", "mode", "excluded", "floating",
+                            "signals", "reason", "setting", "level"})
+    EXPECT_THAT(html, HasSubstr(harmless + place));
+  for (const char* before : {"<title>", "<h1>"}) EXPECT_THAT(html, HasSubstr(before + harmless + "station"));
+
+  const fs::path folder = dir / hostile;  // names the page of a run without observation files
+  fs::create_directory(folder);
+  writeRun(folder, 60);
+  writeRunPlan(folder / "run.json", RunPlan());
+  EXPECT_THAT(readFile(writeReport(folder, {})), HasSubstr(harmless + "</title>"));
+}
+
 TEST_F(ReportFiles, SaysWhatIsMissing) {
   ReportOptions options;
   options.gnuplot = (dir / "no-gnuplot").string();
