@@ -1,3 +1,5 @@
+// Works out the figures of merit of a run from its files.
+
 #include "report/analysis.h"
 
 #include <algorithm>
@@ -75,6 +77,7 @@ RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<doubl
     truth = IntegerTruth::read(std::filesystem::path(run.plan.obs.front()).parent_path() /
                                "truth_satellites.csv");
   a.integers = checkIntegers(run.integers, truth);
+  a.events = readRunEvents(run.directory / "events.csv");
   return a;
 }
 

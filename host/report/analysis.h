@@ -9,6 +9,7 @@
 
 #include "geometry/geodesy.h"
 #include "report/integer_check.h"
+#include "report/run_events.h"
 #include "run/run_files.h"
 #include "run/statistics.h"
 
@@ -46,6 +47,7 @@ struct RunAnalysis {
   FixCheck fixes;                     ///< of `errors`; without a true reference nothing is wrong
   IntegerCheck integers;              ///< with the truth that lies beside simulated observations
   std::map<char, ResidualStatistics> residuals;
+  RunEvents events;
 };
 
 /// `reference` goes before what the run stored.

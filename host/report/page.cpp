@@ -2,6 +2,7 @@
 
 #include "report/page.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -153,6 +154,25 @@ Markup fixTable(const RunFiles& run, const RunAnalysis& a) {
   return fillPage("table.html", {{"rows", rows.markup()}});
 }
 
+std::string eventNote(const RunEvents& run, std::size_t listed) {
+  std::string note = printed("Not listed: satellites that entered the filter (%zu) or left it (%zu).",
+                             run.satellitesIn, run.satellitesOut);
+  if (listed < run.events.size())
+    note += printed(" The first %zu of %zu other events are listed; all are in events.csv.", listed,
+                    run.events.size());
+  return note;
+}
+
+Markup eventSection(const RunEvents& run) {
+  constexpr std::size_t kMost = 40;
+  std::vector<Markup> rows;
+  for (std::size_t i = 0; i < std::min(kMost, run.events.size()); ++i) {
+    const RunEvent& e = run.events[i];
+    rows.push_back(fillPage("event.html", {{"time", e.time}, {"event", e.name}, {"details", e.details}}));
+  }
+  return fillPage("events.html", {{"note", eventNote(run, rows.size())}, {"rows", joined(rows)}});
+}
+
 Markup accountSection(const RunAccount& account) {
   if (account.empty()) return fillPage("no_account.html");
   std::vector<SystemAccount> columns;
@@ -262,6 +282,7 @@ Markup squareFigures(const std::vector<Figure>& figures) {
 Markup fixSections(const RunFiles& run, const RunAnalysis& a, const std::vector<Figure>& figures) {
   std::vector<Markup> parts = figuresOf(figures, {"fixes"});
   parts.push_back(fixTable(run, a));
+  if (!a.events.events.empty()) parts.push_back(eventSection(a.events));
   for (Markup& figure : figuresOf(figures, {"fractions", "satellites"})) parts.push_back(std::move(figure));
   return joined(parts);
 }
@@ -274,9 +295,15 @@ Markup residualSections(const RunAnalysis& a, const std::vector<Figure>& figures
   return joined(parts);
 }
 
-Markup links(const std::vector<Figure>& figures) {
+Markup links(const std::vector<Figure>& figures, bool events) {
   std::vector<Markup> list;
-  for (const Figure& f : figures) list.push_back(fillPage("link.html", {{"id", f.id}, {"title", f.title}}));
+  const auto link = [&](const std::string& id, const std::string& title) {
+    list.push_back(fillPage("link.html", {{"id", id}, {"title", title}}));
+  };
+  for (const Figure& f : figures) {
+    link(f.id, f.title);
+    if (events && f.id == "fixes") link("events", "Events");
+  }
   return joined(list, "");
 }
 
@@ -295,7 +322,7 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                 {"interval", printed("%g", s.interval)},
                                 {"mode", run.plan.mode},
                                 {"version", GNX_VERSION},
-                                {"links", links(figures)},
+                                {"links", links(figures, !a.events.events.empty())},
                                 {"cards", cards(run, a)},
                                 {"position_figure", joined(figuresOf(figures, {"enu"}))},
                                 {"square_figures", squareFigures(figures)},

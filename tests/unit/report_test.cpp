@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "report/gnuplot.h"
+#include "report/run_events.h"
 #include "report/thinning.h"
 #include "run/account.h"
 #include "run/run_files.h"
@@ -53,6 +54,29 @@ TEST_F(ReportFiles, AccountJoinsTheLastTotalsOfTheEngineWithTheHostsCounts) {
   directory.write("account.csv", "system,item,count\nG,used,many\n");
   EXPECT_THROW(readAccount(dir / "account.csv"), InputError);
   EXPECT_TRUE(readAccount(dir / "nothing.csv").empty());
+}
+
+TEST_F(ReportFiles, EventsOfTheFixingAreKeptAndSatellitesCounted) {
+  directory.write("events.csv",
+                  "time_gpst,event,details\n"
+                  "2020-06-25 00:00:00.000,configuration,file=a,b.json interval=1.000\n"
+                  "2020-06-25 00:00:00.000,satellite_in,elevation=57.36 satellite=G02\n"
+                  "2020-06-25 00:00:00.000,satellite_in,elevation=31.61 satellite=G03\n"
+                  "2020-06-25 00:05:00.000,fix_gained,fixed=8 ratio=5.0\n"
+                  "2020-06-25 00:06:00.000,satellite_out,reason=unobserved satellite=G02\n"
+                  "2020-06-25 00:06:00.000,fix_lost,reason=unresolved,\n"
+                  "2020-06-25 00:07:00.000,restart,reason=request\n"
+                  "2020-06-25 00:08");
+  const RunEvents run = readRunEvents(dir / "events.csv");
+  ASSERT_EQ(run.events.size(), 3U);
+  EXPECT_EQ(run.events[0].details, "fixed=8 ratio=5.0");
+  EXPECT_EQ(run.events[1].name, "fix lost");
+  EXPECT_EQ(run.events[2].time, "2020-06-25 00:07:00.000");
+  EXPECT_EQ(run.satellitesIn, 2U);
+  EXPECT_EQ(run.satellitesOut, 1U);
+  EXPECT_TRUE(readRunEvents(dir / "absent.csv").events.empty());
+  directory.write("events.csv", "time_gpst,event,details\nnonsense\n");
+  EXPECT_THAT(inputError([&] { readRunEvents(dir / "events.csv"); }), HasSubstr("events.csv:2: event"));
 }
 
 TEST(Thinning, SeriesKeepsEveryExtremeAndItsEnds) {
@@ -154,6 +178,19 @@ TEST_F(ReportPage, StaysSmallForADayOfSecondsAndTakesTheReferenceOfTheCommandLin
   EXPECT_THAT(html, HasSubstr("85800 of 85800</span>")) << "wrong fixes: half a metre off";
 }
 
+TEST_F(ReportPage, ListsEventsOfTheFixingUpToAShortTable) {
+  writeRun(dir, 600);
+  EXPECT_THAT(readFile(writeReport(dir, {})), Not(HasSubstr("#events")));
+  std::string events = "time_gpst,event,details\n0,satellite_in,satellite=G02\n";
+  for (int k = 0; k < 41; ++k) events += printed("12:%02d,fix_lost,reason=norows\n", k);
+  support::writeFile(dir / "events.csv", events);
+  const std::string html = readFile(writeReport(dir, {}));
+  EXPECT_THAT(html, HasSubstr("href=\"#events\""));
+  EXPECT_THAT(html, HasSubstr("entered the filter (1) or left it (0). The first 40 of 41 other"));
+  EXPECT_THAT(html, HasSubstr("<td>12:39</td><td>fix lost</td><td>reason=norows</td>"));
+  EXPECT_THAT(html, Not(HasSubstr("<td>12:40</td>")));
+}
+
 TEST_F(ReportPage, ARunWithoutResidualsAndReferenceStillHasAPage) {
   writeRun(dir, 600);
   fs::remove(dir / "diagnostics.log");
@@ -180,13 +217,14 @@ TEST_F(ReportPage, TextOfAHostileRunIsNowhereMarkup) {
   support::writeFile(dir / "signals.txt", hostile + "signals\n");
   support::writeFile(dir / "account.csv", "system,item,count\nG,in,10\nG," + hostile + "reason,1\n");
   support::writeFile(dir / "ppp.json", R"({"common": {"refpoint": "<script>\"&'setting"}})");
+  support::writeFile(dir / "events.csv", "time_gpst,event,details\n0,restart," + hostile + "event\n");
   std::ofstream(dir / "diagnostics.log", std::ios::app)
       << "\nINT 59021 60.000 STAN G01 G02 " << hostile << "level L1-L2 1.1 1\n";
   const std::string html = readFile(writeReport(dir, {}));
   EXPECT_THAT(html, Not(HasSubstr("<script")));
   EXPECT_THAT(html, Not(HasSubstr("\"&'")));
   for (const char* place : {"station", "navigation", "antenna", "receiver", "mode", "excluded", "floating",
-                            "signals", "reason", "setting", "level"})
+                            "signals", "reason", "setting", "level", "event"})
     EXPECT_THAT(html, HasSubstr(harmless + place));
   for (const char* before : {"<title>", "<h1>"}) EXPECT_THAT(html, HasSubstr(before + harmless + "station"));
 
