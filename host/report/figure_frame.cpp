@@ -1,3 +1,5 @@
+// Series over time, colours and names of systems for all figures.
+
 #include "report/figure_frame.h"
 
 #include "formats/printed.h"

@@ -1,3 +1,5 @@
+// Draws the figures of a run and puts them into the order of the page.
+
 #include "report/figures.h"
 
 #include <algorithm>
@@ -5,6 +7,7 @@
 #include <numbers>
 #include <optional>
 
+#include "formats/fields.h"
 #include "report/figure_frame.h"
 #include "run/solution_files.h"
 
@@ -125,11 +128,13 @@ std::optional<Figure> drawSky(const Frame& f) {
   std::map<char, std::vector<PlotPoint>> clouds;
   std::map<SatName, std::vector<PlotPoint>> tracks;
   for (const Residual& r : f.run.residuals) {
-    if (!r.phase) continue;
+    // Names become commands of gnuplot: what is no satellite in a damaged file must not.
+    const auto satellite = parseSat(r.satellite);
+    if (!r.phase || !satellite) continue;
     const double zenith = 90.0 - r.elevationDeg, azimuth = r.azimuthDeg * std::numbers::pi / 180.0;
     const PlotPoint p{zenith * std::sin(azimuth), zenith * std::cos(azimuth)};
-    clouds[r.satellite[0]].push_back(p);
-    tracks[r.satellite].push_back(p);
+    clouds[satellite->front()].push_back(p);
+    tracks[*satellite].push_back(p);
   }
   f.plot.figure(kSquare, kSquare);
   f.plot.add(

@@ -1,3 +1,5 @@
+// Runs gnuplot and turns what it drew into elements of a page.
+
 #include "report/gnuplot.h"
 
 #include <unistd.h>

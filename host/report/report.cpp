@@ -1,3 +1,5 @@
+// Reads a run, draws its figures and writes its page.
+
 #include "report/report.h"
 
 #include <fstream>

@@ -1,3 +1,5 @@
+// Chooses the points of a plot that stay.
+
 #include "report/thinning.h"
 
 #include <algorithm>

@@ -219,7 +219,8 @@ TEST_F(ReportPage, TextOfAHostileRunIsNowhereMarkup) {
   support::writeFile(dir / "ppp.json", R"({"common": {"refpoint": "<script>\"&'setting"}})");
   support::writeFile(dir / "events.csv", "time_gpst,event,details\n0,restart," + hostile + "event\n");
   std::ofstream(dir / "diagnostics.log", std::ios::app)
-      << "\nINT 59021 60.000 STAN G01 G02 " << hostile << "level L1-L2 1.1 1\n";
+      << "\nINT 59021 60.000 STAN G01 G02 " << hostile << "level L1-L2 1.1 1\n"
+      << "RES 59021 60.000 STAN G1'.system('exit').'" << hostile << " L1 phase 30.00 90.00 0.001 - 300.0\n";
   const std::string html = readFile(writeReport(dir, {}));
   EXPECT_THAT(html, Not(HasSubstr("<script")));
   EXPECT_THAT(html, Not(HasSubstr("\"&'")));
