@@ -1,3 +1,5 @@
+// Averages the fractions of float narrow-lanes between pairs of satellites, arc by arc.
+
 #include "calibrate/narrow_lanes.h"
 
 #include <algorithm>

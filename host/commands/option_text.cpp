@@ -1,3 +1,5 @@
+// Times and pairs of key and value from the words of the command line.
+
 #include "commands/option_text.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// Turns differences of biases into biases of signals, and the sign of files into that of the engine.
+
 #include "corrections/bias_table.h"
 
 #include <algorithm>

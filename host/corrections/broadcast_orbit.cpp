@@ -1,3 +1,5 @@
+// Evaluates messages by the engine's own steps, so that corrections meet what it evaluates.
+
 #include "corrections/broadcast_orbit.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Foretells the engine's store of messages: deliveries in order, and what is held at a time.
+
 #include "corrections/ephemeris_timeline.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Moves phase biases so that the engine's antenna offsets leave wide-lanes where they were estimated.
+
 #include "corrections/offset_free_biases.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Interpolates precise orbits by polynomials through their differences to a broadcast orbit.
+
 #include "corrections/orbit_interpolation.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Adds constant narrow-lane offsets of satellites to the phase biases of a stream.
+
 #include "corrections/phase_offsets.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Corrections made of orbit, clock and bias files against the messages that the engine holds.
+
 #include <algorithm>
 #include <cmath>
 

@@ -1,3 +1,5 @@
+// Bands, carriers and the pairs of signals of satellite clocks.
+
 #include "corrections/signals.h"
 
 #include <string_view>

@@ -1,3 +1,5 @@
+// Corrections of recorded streams: blocks joined to batches of one tag and delivered at their time.
+
 #include <algorithm>
 #include <cmath>
 

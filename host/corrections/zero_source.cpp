@@ -1,3 +1,5 @@
+// Corrections of zero for runs on broadcast orbits and clocks.
+
 #include <algorithm>
 #include <cmath>
 

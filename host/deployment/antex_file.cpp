@@ -1,3 +1,5 @@
+// Walks antenna files block by block, and writes the blocks that a deployment needs.
+
 #include "deployment/antex_file.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Checks the systems, frequencies and combination that a deployment is asked for.
+
 #include "deployment/choices.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Writes the files of a run directory: satellites, antennas, tables, configuration.
+
 #include "deployment/deployment.h"
 
 #include <zlib.h>

@@ -1,3 +1,5 @@
+// Fills places of a JSON text and replaces values by their path, layout untouched.
+
 #include "deployment/json_template.h"
 
 #include <json/json.h>

@@ -1,3 +1,5 @@
+// Rows of the satellite navigation table by their columns, their validity, and who flies reversed.
+
 #include "deployment/satellite_table.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// Spreads the built-in climatology over the cells of the grid.
+
 #include "deployment/troposphere_grid.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Takes phase-centre variations off the observations, by nadir, zenith and azimuth.
+
 #include "engine/antenna_patterns.h"
 
 #include <algorithm>

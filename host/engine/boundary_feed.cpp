@@ -1,3 +1,5 @@
+// Records of files as records of the boundary, signal by signal.
+
 #include "engine/boundary_feed.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Hands options to the engine that are for its development.
+
 #include "engine/engine_options.h"
 
 #include "GNX_SDK_ext.h"

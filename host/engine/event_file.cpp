@@ -1,3 +1,5 @@
+// Writes the engine's events line by line, and counts them for the summary.
+
 #include "engine/event_file.h"
 
 #include "GNX_SDK_ext.h"

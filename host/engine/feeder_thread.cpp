@@ -1,3 +1,5 @@
+// Delivers products from a thread that waits for the epochs and makes them wait.
+
 #include "engine/feeder_thread.h"
 
 namespace gnx {

@@ -1,3 +1,5 @@
+// Stands in for the C library's clock while a replay is on.
+
 #include "engine/replay_clock.h"
 
 #include <sys/time.h>

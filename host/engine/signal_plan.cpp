@@ -1,3 +1,5 @@
+// Chooses a signal for each band from what was received and what was corrected.
+
 #include "engine/signal_plan.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Reads tables of named columns row by row; complaints name line and column.
+
 #include "formats/csv_reader.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Cuts columns and words out of lines and turns them into numbers, or says what is wrong.
+
 #include "formats/fields.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Reads and writes whole JSON documents, and takes remarks off their values.
+
 #include "formats/json_file.h"
 
 #include <fstream>

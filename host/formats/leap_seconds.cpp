@@ -1,3 +1,5 @@
+// Steps of UTC since 1981, and the fixed distances of the systems' time scales.
+
 #include "formats/leap_seconds.h"
 
 #include <array>

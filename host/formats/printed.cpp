@@ -1,3 +1,5 @@
+// Text of any length by a printf format.
+
 #include "formats/printed.h"
 
 #include <cstdarg>

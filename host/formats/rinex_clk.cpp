@@ -1,3 +1,5 @@
+// Reads satellite rows of clock files in the columns of either version.
+
 #include "formats/rinex_clk.h"
 
 #include <algorithm>

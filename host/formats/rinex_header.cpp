@@ -1,3 +1,5 @@
+// Reads header lines up to their end mark: version, kind, labels.
+
 #include "formats/rinex_header.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// Reads navigation messages field by field; times of the systems become GPS time.
+
 #include "formats/rinex_nav.h"
 
 #include <algorithm>

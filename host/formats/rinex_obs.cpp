@@ -1,3 +1,5 @@
+// Reads observation epochs, events and scale factors included.
+
 #include "formats/rinex_obs.h"
 
 #include <algorithm>

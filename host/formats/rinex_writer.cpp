@@ -1,3 +1,5 @@
+// Writes observations and messages in the columns of version 3.04.
+
 #include "formats/rinex_writer.h"
 
 #include <array>

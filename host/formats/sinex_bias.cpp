@@ -1,3 +1,5 @@
+// Reads the rows of a bias solution, absolute and differential.
+
 #include "formats/sinex_bias.h"
 
 #include <cmath>

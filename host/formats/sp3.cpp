@@ -1,3 +1,5 @@
+// Reads positions and clocks of precise orbit files, and joins files of several days.
+
 #include "formats/sp3.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Reads blocks of corrections: orbits, clocks, code and phase biases.
+
 #include "formats/ssr_text.h"
 
 #include <array>

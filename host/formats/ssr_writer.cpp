@@ -1,3 +1,5 @@
+// Writes blocks of corrections as a caster client records them.
+
 #include "formats/ssr_writer.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// Unpacks and splits text into lines, and tells a whole archive from a damaged one.
+
 #include "formats/text_reader.h"
 
 #include <zlib.h>

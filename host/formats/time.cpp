@@ -1,3 +1,5 @@
+// GPS time as seconds with a fraction: calendar, weeks, days of year and text.
+
 #include <chrono>
 #include <cmath>
 #include <cstdio>

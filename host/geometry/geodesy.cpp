@@ -1,3 +1,5 @@
+// Ellipsoidal and local coordinates of an earth-fixed place, and back.
+
 #include "geometry/geodesy.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Starts a worker behind a pipe, reads its output, waits for its end.
+
 #include "platform/child_process.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Antenna offsets of satellites in earth-fixed axes, from nominal attitude.
+
 #include "products/mass_centre.h"
 
 #include <string>

@@ -1,3 +1,5 @@
+// Writes orbits, clocks and biases in the columns of their formats.
+
 #include "products/product_files.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Gathers batches of corrections into epochs of orbits and clocks and spans of biases.
+
 #include "products/stream_products.h"
 
 #include <algorithm>

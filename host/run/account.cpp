@@ -1,3 +1,5 @@
+// Gathers what host and engine say became of each value, and adds it up.
+
 #include "run/account.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Opens, continues and closes solution files as their names change with the epoch.
+
 #include "run/named_solutions.h"
 
 #include <algorithm>

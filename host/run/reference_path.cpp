@@ -1,3 +1,5 @@
+// Reads a true path and interpolates it between its epochs.
+
 #include "run/reference_path.h"
 
 #include <algorithm>

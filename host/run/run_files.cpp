@@ -1,3 +1,5 @@
+// Reads back residuals, clocks, integers, settings and solutions of a run.
+
 #include "run/run_files.h"
 
 #include <json/json.h>

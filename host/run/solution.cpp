@@ -1,3 +1,5 @@
+// Reads the engine's solution lines by their columns.
+
 #include "run/solution.h"
 
 #include <charconv>

@@ -1,3 +1,5 @@
+// Writes epochs as positions, tables or NMEA sentences.
+
 #include "run/solution_files.h"
 
 #include <algorithm>

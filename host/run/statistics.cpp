@@ -1,3 +1,5 @@
+// Reckons a run: errors in local axes, time of convergence, shares of fixes.
+
 #include "run/statistics.h"
 
 #include <algorithm>

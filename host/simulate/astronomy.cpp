@@ -1,3 +1,5 @@
+// Series of Sun, Moon and sidereal angle, truncated to what a simulation needs.
+
 #include "simulate/astronomy.h"
 
 #include <cmath>

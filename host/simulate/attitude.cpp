@@ -1,3 +1,5 @@
+// Flies noon and midnight turns second by second, each block by its own law.
+
 #include "simulate/attitude.h"
 
 #include <algorithm>

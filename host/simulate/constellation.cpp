@@ -1,3 +1,5 @@
+// Flies the simulated satellites, broadcasts their messages and corrects what these miss.
+
 #include "simulate/constellation.h"
 
 #include <algorithm>

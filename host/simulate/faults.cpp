@@ -1,3 +1,5 @@
+// Reads a list of faults and says which of them strike a signal at a time.
+
 #include "simulate/faults.h"
 
 #include <map>

@@ -1,3 +1,5 @@
+// Evaluates broadcast messages by the interface documents, apart from the engine's own code.
+
 #include "simulate/kepler.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Delays of neutral and ionised air along a line of sight, and the mapping functions behind them.
+
 #include "simulate/media.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Ranges, phases, Doppler and signal strength as the simulated receiver reports them.
+
 #include "simulate/observer.h"
 
 #include <algorithm>

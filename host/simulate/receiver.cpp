@@ -1,3 +1,5 @@
+// Paths and clocks of the simulated receiver.
+
 #include "simulate/receiver.h"
 
 #include <cmath>

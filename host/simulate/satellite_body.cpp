@@ -1,3 +1,5 @@
+// Blocks and offsets of the simulated antennas, as a deployment has them.
+
 #include "simulate/satellite_body.h"
 
 #include <cstdio>

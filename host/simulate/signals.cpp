@@ -1,3 +1,5 @@
+// Carriers of simulated signals, and the table of signals from text.
+
 #include "simulate/signals.h"
 
 #include <sstream>

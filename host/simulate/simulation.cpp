@@ -1,3 +1,5 @@
+// Writes observations, messages, corrections and truths of a simulated sky.
+
 #include "simulate/simulation.h"
 
 #include <algorithm>

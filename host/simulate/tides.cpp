@@ -1,3 +1,5 @@
+// Solid Earth and pole tides of the simulated site, apart from the engine's own code.
+
 #include "simulate/tides.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Takes, keeps and evaluates broadcast messages; writes what it holds.
+
 #include "Adapter/BrdOrbitClkAdapter.h"
 
 #include <algorithm>

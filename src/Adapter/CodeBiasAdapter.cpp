@@ -1,3 +1,5 @@
+// Adds code biases to the pseudoranges; a signal without one takes its satellite out.
+
 #include "Adapter/CodeBiasAdapter.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Empty messages and corrections: what is absent until it is given.
+
 #include "Adapter/EphRecords.h"
 
 #include <algorithm>

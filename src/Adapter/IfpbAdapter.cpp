@@ -1,3 +1,5 @@
+// Keeps the newest inter-frequency clock term of each satellite.
+
 #include "Adapter/IfpbAdapter.h"
 
 namespace tarvio {

@@ -1,3 +1,5 @@
+// What a source of orbits and clocks answers to calls that it does not implement.
+
 #include "Adapter/OrbitClkAdapter.h"
 
 #include <cstdio>

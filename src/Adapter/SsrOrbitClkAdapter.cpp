@@ -1,3 +1,5 @@
+// Joins halves of batches, chooses the one of an epoch and corrects broadcast orbits by it.
+
 #include "Adapter/SsrOrbitClkAdapter.h"
 
 #include <algorithm>

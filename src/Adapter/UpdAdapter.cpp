@@ -1,3 +1,5 @@
+// Keeps satellite biases by time and gives those nearest to an epoch.
+
 #include "Adapter/UpdAdapter.h"
 
 #include <algorithm>

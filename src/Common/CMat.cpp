@@ -1,3 +1,5 @@
+// Householder sweep, triangular and general inverses, products of matrices.
+
 #include "Common/CMat.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Registers, calls and forgets listeners, also while they are being called.
+
 #include "Common/CallBackCenter.h"
 
 #include <algorithm>

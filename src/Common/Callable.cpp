@@ -1,3 +1,5 @@
+// Removes what an object has registered when it goes.
+
 #include "Common/Callable.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Carriers by system and name, slots of pairs, and which observations a combination needs.
+
 #include "Common/ComFreq.h"
 
 #include <algorithm>

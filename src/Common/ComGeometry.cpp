@@ -1,3 +1,5 @@
+// Geodetic and local coordinates, rotations, products of small vectors.
+
 #include "Common/ComGeometry.h"
 
 #include <algorithm>

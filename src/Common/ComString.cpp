@@ -1,3 +1,5 @@
+// Splits, trims and copies text within its bounds.
+
 #include "Common/ComString.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Calendar, weeks, days and seconds of epochs, and the wall clock.
+
 #include "Common/ComTime.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Puts messages on console and status log, and ends the process.
+
 #include "Common/Fatal.h"
 
 #include <cstdarg>

@@ -1,3 +1,5 @@
+// Locks files against other processes, waiting or not.
+
 #include "Common/FileLock.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Opens, rolls over and writes log files under a lock.
+
 #include "Common/Log.h"
 
 #include <cctype>

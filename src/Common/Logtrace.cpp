@@ -1,3 +1,5 @@
+// Formats messages, heads them with the local time and sends them to their file.
+
 #include "Common/Logtrace.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Expands words of file names and reads the table of names.
+
 #include "Common/Patterns.h"
 
 #include <algorithm>

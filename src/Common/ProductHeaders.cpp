@@ -1,3 +1,5 @@
+// Writes header lines of orbit and clock files in their columns.
+
 #include "Common/ProductHeaders.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Slides a window over values and keeps their mean and scatter.
+
 #include "Common/SmoothAdapter.h"
 
 #include <algorithm>

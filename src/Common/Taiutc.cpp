@@ -1,3 +1,5 @@
+// Reads the table of leap seconds and looks days up.
+
 #include "Common/Taiutc.h"
 
 #include <algorithm>

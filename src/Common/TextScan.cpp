@@ -1,3 +1,5 @@
+// Scans fields and numbers in the C locale, whatever the host has set.
+
 #include "Common/TextScan.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Walks an antenna file once and remembers where each block begins.
+
 #include "Config/AntexIndex.h"
 
 #include <sys/stat.h>

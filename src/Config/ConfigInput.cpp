@@ -1,3 +1,5 @@
+// Reads JSON documents and required texts; refusals name key and file.
+
 #include "Config/ConfigInput.h"
 
 #include <json/json.h>

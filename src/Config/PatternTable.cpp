@@ -1,3 +1,5 @@
+// Looks up which file holds the patterns of names.
+
 #include "Config/PatternTable.h"
 
 #include "Config/Deploy.h"

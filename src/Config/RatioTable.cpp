@@ -1,3 +1,5 @@
+// Reads critical values and looks them up by dimension and failure rate.
+
 #include "Config/RatioTable.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Converts ephemerides, corrections and biases of the host, and drops what is impossible.
+
 #include "Interface/BoundaryInput.h"
 
 #include <algorithm>

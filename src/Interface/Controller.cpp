@@ -1,3 +1,5 @@
+// Starts, restarts and ends the system, and runs an epoch through it.
+
 #include "Interface/Controller.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Tells whether an epoch is the one of its tick.
+
 #include "Interface/EpochTick.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Compares an epoch with the one before and evokes what has changed.
+
 #include "Interface/EventWatch.h"
 
 #include <cstdio>

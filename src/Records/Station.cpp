@@ -1,3 +1,5 @@
+// Copies and frees the receiver's lists, and looks stations up by name.
+
 #include "Records/Station.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Appends fixes as rows below the triangle and triangularises again.
+
 #include "Core/Ambfix/ConstraintRows.h"
 
 #include <algorithm>

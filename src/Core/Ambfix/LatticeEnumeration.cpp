@@ -1,3 +1,5 @@
+// Enumerates integer vectors depth first, nearest first, within a bound.
+
 #include "Core/Ambfix/LatticeEnumeration.h"
 
 #include "Core/Ambfix/Pflambda.h"

@@ -1,3 +1,5 @@
+// Tests of elevation, arc and former level that an ambiguity must pass.
+
 #include "Core/Ambfix/LevelEntry.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Candidates, covariances and constraints of a level in either form of the observations.
+
 #include "Core/Ambfix/LevelForm.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Resolves a level: references, candidates, search, partial fixes, constraints.
+
 #include "Core/Ambfix/LevelResolution.h"
 
 #include <algorithm>

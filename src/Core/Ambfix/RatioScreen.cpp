@@ -1,3 +1,5 @@
+// Bounds the two smallest norms until the ratio is decided.
+
 #include "Core/Ambfix/RatioScreen.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Turns nominal body axes by the yaw of the block's law near noon and midnight.
+
 #include "Core/Model/Eclipse.h"
 
 #include <algorithm>

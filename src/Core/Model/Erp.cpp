@@ -1,3 +1,5 @@
+// Reads pole and UT1 from tables and predictions, and interpolates them.
+
 #include "Core/Model/Erp.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// Observed minus computed of code and phase, with every effect the precise position needs.
+
 #include "Core/Model/GnssModelItrs.h"
 
 #include <algorithm>

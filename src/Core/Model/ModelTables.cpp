@@ -1,3 +1,5 @@
+// Reads grid, zonal tides and ocean loading before the first epoch asks for them.
+
 #include "Core/Model/ModelTables.h"
 
 #include "Common/Constants.h"

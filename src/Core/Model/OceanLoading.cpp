@@ -1,3 +1,5 @@
+// Interpolates admittances of the loading tide and sums its constituents.
+
 #include "Core/Model/OceanLoading.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Displacement of a site by Sun and Moon: in-phase, out-of-phase and frequency-dependent parts.
+
 #include "Core/Model/SolidTides.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Adjusts position and clocks to pseudoranges, dropping what does not fit.
+
 #include "Core/Model/SppLsq.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Observed minus computed of pseudoranges for a first position.
+
 #include "Core/Model/SppModelItrs.h"
 
 #include <algorithm>

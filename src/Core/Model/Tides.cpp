@@ -1,3 +1,5 @@
+// Adds up solid, pole and ocean tides in terrestrial axes.
+
 #include "Core/Model/Tides.h"
 
 #include <cmath>

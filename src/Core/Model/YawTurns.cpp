@@ -1,3 +1,5 @@
+// Start, end and angle of yaw turns by block, and the turns that are still flown.
+
 #include "Core/Model/YawTurns.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Keeps numbers out that no receiver can have measured, and counts them.
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>

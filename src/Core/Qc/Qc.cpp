@@ -1,3 +1,5 @@
+// Trimmed means, robust rejection by signs, fractions on the cycle, confidence of roundings.
+
 #include "Core/Qc/Qc.h"
 
 #include <algorithm>
