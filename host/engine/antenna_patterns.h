@@ -42,7 +42,6 @@ class AntennaPatterns {
   /// have takes the pattern of the nearest one that it has.
   double receiver(char system, char band, double zenithDeg, double azimuthDeg) const;
   double satellite(const SatName& sat, char band, double nadirDeg) const;
-  bool hasReceiver() const { return !m_receiver.empty(); }
 
  private:
   using Patterns = std::map<std::string, AntennaPattern>;  ///< by ANTEX frequency code, "G01"

@@ -15,7 +15,6 @@ std::atomic<std::int64_t> replaySeconds{kRealClock};
 namespace gnx {
 
 void setReplayClock(std::int64_t utcSeconds) { replaySeconds = utcSeconds; }
-void clearReplayClock() { replaySeconds = kRealClock; }
 
 }  // namespace gnx
 

@@ -10,7 +10,5 @@ namespace gnx {
 
 /// From now on time() answers these Unix seconds (UTC); deterministic for every thread.
 void setReplayClock(std::int64_t utcSeconds);
-/// Back to the real clock.
-void clearReplayClock();
 
 }  // namespace gnx

@@ -38,8 +38,7 @@ std::string antennaText() {
          frequency("G02", "   NOAZI    0.00    1.00    2.00\n") + antexLine("", "END OF ANTENNA");
 }
 
-class Patterns : public ::testing::Test {
- protected:
+struct Patterns : ::testing::Test {
   const support::TemporaryDirectory directory;
   const GpsTime start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
   std::vector<AntexBlock> blocks = readAntex(directory.write("antenna.atx", antennaText()));
@@ -61,7 +60,7 @@ TEST_F(Patterns, FallBackToTheNearestFrequencyAndToTheAntennaWithoutRadome) {
   EXPECT_EQ(patterns.satellite("G05", '1', 10.0), 0.0);
   const AntennaPatterns radome(blocks, "TESTANTENNA     DOME", start);
   EXPECT_NEAR(radome.receiver('G', '1', 90.0, 90.0), 0.030, 1e-12);
-  EXPECT_FALSE(AntennaPatterns(blocks, "OTHER           NONE", start).hasReceiver());
+  EXPECT_EQ(AntennaPatterns(blocks, "OTHER           NONE", start).receiver('G', '1', 90.0, 90.0), 0.0);
 }
 
 TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
