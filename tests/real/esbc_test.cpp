@@ -8,8 +8,7 @@
 namespace gnx::test {
 namespace {
 
-class EsbcDay : public ::testing::Test {
- protected:
+struct EsbcDay : ::testing::Test {
   void SetUp() override { GNX_REQUIRE_DATA("esbc_2020177"); }
   /// Every value of the day is accounted for, and most are used.
   static void expectUsed(const RunAccount& account) {
@@ -76,11 +75,10 @@ TEST_F(EsbcDay, BroadcastOrbitsAloneGiveAMetre) {
 // files.
 TEST_F(EsbcDay, ProductsOfTheStreamGiveItsPositions) {
   const std::string made = directory.path() / "made";
-  const auto status = support::runInChild([&] {
-    execl(GNX_PROGRAM, "gnx", "products", "--ssr", realFile("esbc_2020177/corrections_grg.ssr.gz").c_str(),
-          "--nav", realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_MN.rnx.gz").c_str(), "--out",
-          made.c_str(), "--from", "2020-06-25T09:50:00", "--to", "2020-06-25T12:10:00", nullptr);
-  });
+  const auto status =
+      support::runProgram("products --ssr " + realFile("esbc_2020177/corrections_grg.ssr.gz") + " --nav " +
+                          realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_MN.rnx.gz") + " --out " + made +
+                          " --from 2020-06-25T09:50:00 --to 2020-06-25T12:10:00");
   ASSERT_EQ(status.status, 0) << status.output;
   ReplayOptions stream = esbc(directory.path() / "stream", "static");
   useStream(stream);

@@ -10,8 +10,7 @@
 namespace gnx::test {
 namespace {
 
-class EsbcIntegers : public ::testing::Test {
- protected:
+struct EsbcIntegers : ::testing::Test {
   void SetUp() override { GNX_REQUIRE_DATA("esbc_2020177"); }
 
   ReplayOptions run(const char* name, const char* mode, bool fix) const {

@@ -1,5 +1,4 @@
 #pragma once
-/// \file broadcast_messages.h
 /// Broadcast messages with plausible numbers.
 
 #include "Adapter/EphRecords.h"

@@ -1,5 +1,4 @@
 #pragma once
-/// \file child.h
 /// Runs code in a forked child and keeps what it wrote on standard output: the engine reports bad
 /// configuration by text and exit status, and ends the process.
 
@@ -48,6 +47,14 @@ ChildResult runInChild(Body&& body) {
   waitpid(child, &status, 0);
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
+}
+
+/// Runs the program; standard error goes to the output.
+inline ChildResult runProgram(const std::string& arguments) {
+  return runInChild([&] {
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    execl("/bin/sh", "sh", "-c", (std::string(GNX_PROGRAM) + " " + arguments).c_str(), nullptr);
+  });
 }
 
 }  // namespace support

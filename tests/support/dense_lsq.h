@@ -1,5 +1,4 @@
 #pragma once
-/// \file dense_lsq.h
 /// Least squares in the plainest form: a full matrix in extended precision, triangularised by
 /// Householder reflectors. The oracle of the filter's tests.
 

@@ -1,5 +1,4 @@
 #pragma once
-/// \file deployment.h
 /// A small complete deployment of the engine in a temporary directory. A test changes what it is
 /// about, then writes and loads it:
 ///

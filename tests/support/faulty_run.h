@@ -1,5 +1,4 @@
 #pragma once
-/// \file faulty_run.h
 /// Simulated faults through the exported boundary: one sky, kept in memory, and runs of the engine over
 /// it that differ by what went wrong.
 ///
@@ -289,24 +288,23 @@ class FaultyRun {
   /// The largest distance to the positions of another run between two times, m; epochs that only one of
   /// them has do not count, infinity without any common one.
   double change(const FaultyRun& other, double from, double to = 1e9) const {
-    double largest = -1.0;
-    for (const SolutionEpoch& o : other.epochs)
-      if (const SolutionEpoch* e = at(secondsOf(o));
-          e != nullptr && secondsOf(o) >= from && secondsOf(o) <= to)
-        largest = std::max(largest, length(minus(e->xyz, o.xyz)));
-    return largest < 0.0 ? HUGE_VAL : largest;
+    return largest(from, to, [&](double t) { return other.at(t) == nullptr ? nullptr : &other.at(t)->xyz; });
   }
   /// The largest distance to a place between two times, m.
   double error(const Vector3& place, double from, double to = 1e9) const {
-    double largest = 0.0;
-    for (const SolutionEpoch& e : epochs)
-      if (secondsOf(e) >= from && secondsOf(e) <= to)
-        largest = std::max(largest, length(minus(e.xyz, place)));
-    return largest;
+    return largest(from, to, [&](double) { return &place; });
   }
   int satellitesAt(double seconds) const { return at(seconds) == nullptr ? -1 : at(seconds)->rows / 2; }
 
  private:
+  template <class Place>
+  double largest(double from, double to, const Place& placeAt) const {
+    double most = -1.0;
+    for (const SolutionEpoch& e : epochs)
+      if (const double t = secondsOf(e); t >= from && t <= to)
+        if (const Vector3* place = placeAt(t)) most = std::max(most, length(minus(e.xyz, *place)));
+    return most < 0.0 ? HUGE_VAL : most;
+  }
   int count(const std::vector<std::string>& lines, const Texts& texts, double from, double to) const {
     return static_cast<int>(std::ranges::count_if(lines, [&](const std::string& line) {
       const auto holds = [&](const std::string& text) { return line.find(text) != std::string::npos; };

@@ -1,5 +1,4 @@
 #pragma once
-/// \file files.h
 /// Files of tests: a directory that goes away, reading and writing.
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 #pragma once
-/// \file host_files.h
 /// Small input files for the readers of the program.
 
 #include <gmock/gmock.h>
@@ -15,10 +14,7 @@ namespace gnx::test {
 using support::readFile;
 using support::realFile;
 using TempDir = support::TemporaryDirectory;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace testing;
 
 /// A RINEX header line: content padded to the label in column 61.
 inline std::string headerLine(std::string text, const std::string& label) {

@@ -1,5 +1,4 @@
 #pragma once
-/// \file model_world.h
 /// A station under satellites on Kepler ellipses, and observations computed another way than the model
 /// does: light time is iterated in a frame that does not rotate, relativity comes from the eccentric
 /// anomaly. Every effect can be left out of the observations.

@@ -1,5 +1,4 @@
 #pragma once
-/// \file reference_cases.h
 /// Published and independently computed cases, in files.
 
 #include <json/json.h>

@@ -1,5 +1,4 @@
 #pragma once
-/// \file subset_problems.h
 /// Ambiguity problems like those of an epoch, and partial resolution in its plain form: every subset of
 /// every round is searched. What the fast form must reproduce to the bit.
 

@@ -1,5 +1,4 @@
 #pragma once
-/// \file table_fixture.h
 /// A small configuration made by hand, for tests of parts that read the configuration but not its
 /// files: satellite table, frequencies, leap seconds.
 

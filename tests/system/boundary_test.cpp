@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
-#include <limits>
 #include <random>
 
 #include "Common/ComFreq.h"
@@ -58,8 +57,7 @@ obs_entry_t observation(const char* sat, const std::vector<const char*>& codes) 
   return entry;
 }
 
-class Boundary : public ::testing::Test {
- protected:
+struct Boundary : ::testing::Test {
   /// Runs a host in the deployment's directory to its orderly end. \return its output
   template <class Body>
   std::string run(const Body& body) {

@@ -4,7 +4,6 @@
 // its ambiguities wait for it for 15 minutes.
 
 #include <cmath>
-#include <string>
 
 #include "support/faulty_run.h"
 
@@ -13,8 +12,7 @@ namespace {
 
 constexpr double kAt = 3600.0;
 
-class Corrections : public ::testing::Test {
- protected:
+struct Corrections : ::testing::Test {
   FaultyRun with(std::function<bool(CorrectionBatch&, double)> change) const {
     return FaultyRun(twoHourSky(), {.corrections = std::move(change)});
   }

@@ -8,10 +8,9 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <map>
 #include <numbers>
-#include <sstream>
 
+#include "run/run_files.h"
 #include "simulate/astronomy.h"
 #include "support/simulated_files.h"
 
@@ -65,33 +64,31 @@ class EclipsePass : public ::testing::TestWithParam<Event> {
     o.plan.excluded = {"G04", "C25", "C26"};
     o.plan.details = 30.0;
     runReplay(o);
-    return residuals(folder / "run/diagnostics.log");
+    return residuals(folder / "run");
   }
 
  private:
   /// Of the turns as they should be, behind the first hour.
-  ByBlock residuals(const std::filesystem::path& diagnostics) {
+  ByBlock residuals(const std::filesystem::path& folder) {
     truth.sky.turns = true;
     const Constellation sky(truth.sky);
     std::map<SatName, std::size_t> rows;
     for (std::size_t i = 0; i < sky.satellites().size(); ++i) rows[sky.satellites()[i].name] = i;
     ByBlock found;
-    std::map<std::string, double> first;  // by time and satellite
-    for (const std::string& line : support::linesOf(support::readFile(diagnostics))) {
-      std::istringstream words(line);
-      std::string tag, mjd, sod, station, sat, slot, kind, elevation, azimuth;
-      double value = 0.0;
-      words >> tag >> mjd >> sod >> station >> sat >> slot >> kind >> elevation >> azimuth >> value;
-      if (tag != "RES" || kind != "phase" || first.emplace(sod + sat, value).second) continue;
-      const GpsTime t = truth.sky.start + (std::stod(sod) - secondsOfDay(truth.sky.start));
-      if (t - truth.sky.start < 3600.0) continue;
-      const std::size_t i = rows.at(sat);
-      const double turn = std::fabs(sky.turned(i, t, sunGeometry(sky.state(i, t), sunEarthFixed(t))));
+    std::map<std::pair<double, SatName>, double> first;
+    for (const Residual& r : readRunFiles(folder).residuals) {
+      const double seconds = r.time - truth.sky.start;
+      if (!r.phase || seconds < 3600.0) continue;
+      const auto [before, fresh] = first.try_emplace({seconds, r.satellite}, r.value);
+      if (fresh) continue;
+      const std::size_t i = rows.at(r.satellite);
+      const double turn =
+          std::fabs(sky.turned(i, r.time, sunGeometry(sky.state(i, r.time), sunEarthFixed(r.time))));
       if (turn != 0.0 && turn < 10.0) continue;
-      const auto& signals = truth.sky.signals.at(sat[0]);
-      const double g =
-          std::pow(carrierFrequency(sat[0], signals[0]) / carrierFrequency(sat[0], signals[1]), 2);
-      found[turn == 0.0 ? "" : sky.satellites()[i].block].add((g * first.at(sod + sat) - value) / (g - 1.0));
+      const auto& signals = truth.sky.signals.at(r.satellite[0]);
+      const double g = std::pow(
+          carrierFrequency(r.satellite[0], signals[0]) / carrierFrequency(r.satellite[0], signals[1]), 2);
+      found[turn == 0.0 ? "" : sky.satellites()[i].block].add((g * before->second - r.value) / (g - 1.0));
     }
     return found;
   }

@@ -9,12 +9,7 @@
 namespace gnx::test {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace testing;
 
 /// Prints every event on standard output, in the process of the run.
 class PrintedEvents {

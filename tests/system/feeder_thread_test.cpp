@@ -2,7 +2,6 @@
 // ThreadSanitizer, and of what the host sees without it.
 
 #include <atomic>
-#include <functional>
 #include <optional>
 #include <thread>
 

@@ -3,9 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <limits>
-
 #include "engine/replay_clock.h"
 #include "support/faulty_run.h"
 

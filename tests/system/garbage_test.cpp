@@ -1,8 +1,6 @@
 // Nonsense between sound records: a run with it gives the positions of the run without, digit for digit.
 
-#include <limits>
 #include <random>
-#include <vector>
 
 #include "support/faulty_run.h"
 

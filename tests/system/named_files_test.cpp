@@ -11,12 +11,10 @@
 namespace gnx::test {
 namespace {
 
-using ::testing::Contains;
-using ::testing::StartsWith;
+using namespace testing;
 
 /// An hour and a half from 06:00 with one gap of everything, run once.
-class NamedFiles : public testing::Test {
- protected:
+struct NamedFiles : testing::Test {
   static void SetUpTestSuite() {
     s_home = std::make_unique<TempDir>();
     SimulationOptions sky = shortSky("GE", 1.5);

@@ -10,34 +10,37 @@
 namespace gnx::test {
 namespace {
 
-support::ChildResult program(const std::string& arguments) {
-  return support::runInChild([&] {
-    dup2(STDOUT_FILENO, STDERR_FILENO);
-    execl("/bin/sh", "sh", "-c", (std::string(GNX_PROGRAM) + " " + arguments).c_str(), nullptr);
-  });
-}
+constexpr auto program = support::runProgram;
 
-class ProductsOfAStream : public testing::Test {
- protected:
+struct ProductsOfAStream : testing::Test {
   ProductsOfAStream() : files(simulate(shortSky("GEC", 1.0), dir.path() / "sky")) {}
   std::string products(const std::string& options = "") const {
     return "products --ssr " + files.corrections.string() + " --nav " + files.navigation.string() +
            " --out " + (dir.path() / "products").string() + " " + options;
+  }
+  using Epochs = std::vector<SolutionEpoch>;
+  /// The solutions of the stream and of the products that the program makes of it.
+  std::pair<Epochs, Epochs> solutions(const std::string& options, const std::string& systems,
+                                      const char* refpoint, bool resolution) const {
+    const support::ChildResult made = program(products(options));
+    EXPECT_EQ(made.status, 0) << made.output;
+    ReplayOptions stream = replayOf(files, systems, dir.path() / "stream");
+    stream.deploy.resolution = resolution;
+    ReplayOptions product = stream;
+    product.outDir = dir.path() / "run";
+    product.deploy.refpoint = refpoint;
+    product.plan.ssr.clear();
+    product.plan.sp3 = {dir.path() / "products/orbits.sp3"};
+    product.plan.clk = {dir.path() / "products/clocks.clk"};
+    product.plan.bia = {dir.path() / "products/biases.bia"};
+    return {runReplay(stream).epochs, runReplay(product).epochs};
   }
   const TempDir dir;
   const SimulationFiles files;
 };
 
 TEST_F(ProductsOfAStream, GiveThePositionsOfTheStream) {
-  const support::ChildResult made = program(products());
-  ASSERT_EQ(made.status, 0) << made.output;
-  ReplayOptions stream = replayOf(files, "GEC", dir.path() / "stream");
-  ReplayOptions product = replayOf(files, "GEC", dir.path() / "run");
-  product.plan.ssr.clear();
-  product.plan.sp3 = {dir.path() / "products/orbits.sp3"};
-  product.plan.clk = {dir.path() / "products/clocks.clk"};
-  product.plan.bia = {dir.path() / "products/biases.bia"};
-  const auto a = runReplay(stream).epochs, b = runReplay(product).epochs;
+  const auto [a, b] = solutions("", "GEC", "APC_ITRF", true);
   ASSERT_EQ(a.size(), b.size());
   int fixed = 0;
   for (std::size_t k = 0; k < a.size(); ++k) {
@@ -53,17 +56,7 @@ TEST_F(ProductsOfAStream, GiveThePositionsOfTheStream) {
 TEST_F(ProductsOfAStream, MayReferToTheCentreOfMass) {
   const std::string deployment = dir.path() / "deployment";
   ASSERT_EQ(program("init " + deployment).status, 0);
-  const support::ChildResult made = program(products("--antex " + deployment + "/antenna.atx"));
-  ASSERT_EQ(made.status, 0) << made.output;
-  ReplayOptions stream = replayOf(files, "E", dir.path() / "stream");
-  ReplayOptions product = replayOf(files, "E", dir.path() / "run");
-  product.deploy.refpoint = "CoM_ITRF";
-  product.plan.ssr.clear();
-  product.plan.sp3 = {dir.path() / "products/orbits.sp3"};
-  product.plan.clk = {dir.path() / "products/clocks.clk"};
-  product.plan.bia = {dir.path() / "products/biases.bia"};
-  stream.deploy.resolution = product.deploy.resolution = false;
-  const auto a = runReplay(stream).epochs, b = runReplay(product).epochs;
+  const auto [a, b] = solutions("--antex " + deployment + "/antenna.atx", "E", "CoM_ITRF", false);
   ASSERT_EQ(a.size(), b.size());
   for (std::size_t k = 30; k < a.size(); ++k)
     EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), 0.012) << formatTime(a[k].time);

@@ -1,7 +1,6 @@
 // Receiver clocks of every kind. The position must not know which one it was.
 
 #include <cmath>
-#include <string>
 
 #include "support/faulty_run.h"
 

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <string>
-
 #include "geometry/geodesy.h"
 #include "run/run_files.h"
 #include "run/run_plan.h"
@@ -17,14 +14,8 @@ namespace {
 
 using support::ChildResult;
 using support::TemporaryDirectory;
-using ::testing::HasSubstr;
-
-ChildResult run(const std::string& arguments) {
-  return support::runInChild([&] {
-    dup2(STDOUT_FILENO, STDERR_FILENO);
-    execl("/bin/sh", "sh", "-c", (std::string(GNX_PROGRAM) + " " + arguments).c_str(), nullptr);
-  });
-}
+using testing::HasSubstr;
+constexpr auto run = support::runProgram;
 
 /// A quarter of an hour of a simulated sky, made once for all tests of this file.
 std::string simulated(const std::string& name) {
@@ -60,20 +51,6 @@ TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
         run(arguments + (arguments.starts_with("replay") ? " --out " + dir.path().string() : ""));
     EXPECT_EQ(r.status, 2) << arguments;
     EXPECT_THAT(r.output, HasSubstr(text)) << arguments;
-  }
-}
-
-TEST(ReplayProgram, DamagedFilesGiveAMessageWithTheFileAndStatusTwo) {
-  const TemporaryDirectory dir;
-  for (const char* name : {"observations.rnx", "navigation.rnx", "corrections.ssr"}) {
-    const std::string sound = simulated(name), bytes = support::readFile(sound);
-    const std::string damaged =
-        dir.write(name, bytes.substr(0, bytes.size() / 2 + 7) + "\x01\x02 this is no record \xff\xfe\n");
-    std::string arguments = "replay " + inputs() + " --out " + (dir.path() / "run").string();
-    arguments.replace(arguments.find(sound), sound.size(), damaged);
-    const ChildResult r = run(arguments);
-    EXPECT_EQ(r.status, 2) << name;
-    EXPECT_THAT(r.output, HasSubstr(damaged + ":"));
   }
 }
 

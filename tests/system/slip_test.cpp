@@ -4,8 +4,6 @@
 // (limit 3 cycles) and geometry-free (limit 0.5 m at 30 s once a rate is known). What stays below both
 // meets the residuals of the filter, where one phase of the satellite gets a new ambiguity.
 
-#include <string>
-
 #include "support/faulty_run.h"
 
 namespace gnx::test {
@@ -47,8 +45,7 @@ void expectRecovery(const SlipCase& c, bool resolution, const FaultyRun& clean) 
   EXPECT_LT(run.change(clean, kLasting), resolution ? c.fixedLimit : 0.01);
 }
 
-class Slips : public ::testing::TestWithParam<bool> {
- protected:
+struct Slips : ::testing::TestWithParam<bool> {
   const RunSetup setup{.resolution = GetParam()};
   const FaultyRun clean{twoHourSky(), {}, setup};
   const SatName sat = twoHourSky().highest('G', 0.0, 7200.0);
