@@ -20,8 +20,7 @@ double inertialRange(const Constellation& sky, std::size_t i, const GpsTime& rec
   return travel * kC;
 }
 
-class NoiseFree : public testing::Test {
- protected:
+struct NoiseFree : testing::Test {
   NoiseFree() : options(quietOptions()), sky(options.sky), observer(options.observer, sky, options.faults) {
     observer.observe(options.sky.start, epoch, truth);
   }
@@ -48,21 +47,6 @@ class NoiseFree : public testing::Test {
   ObsEpoch epoch;
   EpochTruth truth;
 };
-
-// A wrong sign of a bias, of the ionosphere or of the wind-up leaves no whole numbers.
-TEST_F(NoiseFree, MelbourneWuebbenaGivesTheWideLaneIntegers) {
-  ASSERT_GT(epoch.sats.size(), 20u);
-  for (std::size_t k = 0; k < epoch.sats.size(); ++k) {
-    const SatObs& sat = epoch.sats[k];
-    const SignalObs &a = sat.signals[0], &b = sat.signals[1];
-    const double fa = frequency(sat, a), fb = frequency(sat, b);
-    const double combination = (fa * cleanPhase(sat, a) - fb * cleanPhase(sat, b)) / (fa - fb) -
-                               (fa * cleanRange(sat, a) + fb * cleanRange(sat, b)) / (fa + fb);
-    const double cycles = combination * (fa - fb) / kC;
-    const auto& n = truth.satellites[k].ambiguity;
-    EXPECT_NEAR(cycles, n.at(a.code.data()) - n.at(b.code.data()), 1e-5) << sat.sat;
-  }
-}
 
 // Ionosphere-free phases and ranges against a model from the truth's own quantities but other geometry.
 TEST_F(NoiseFree, DoubleDifferencesAreGeometryAndIntegers) {
