@@ -1,4 +1,5 @@
-// Solid tide and ocean loading against the published test cases of the IERS Conventions software.
+// Solid tide and ocean loading against the published test cases of the IERS Conventions software; Sun and
+// Moon against their formulae and a full theory (ERFA epv00 and moon98, turned to the mean equator of date).
 
 #include "Core/Model/Tides.h"
 
@@ -10,6 +11,7 @@
 #include "Common/Taiutc.h"
 #include "Core/Model/OceanLoading.h"
 #include "Core/Model/SolidTides.h"
+#include "Core/Model/SunMoon.h"
 #include "support/reference_cases.h"
 
 namespace tarvio {
@@ -112,6 +114,35 @@ TEST_F(TidesTest, PoleTideIsConstantWithoutPolarMotionAndOceanNeedsATable) {
                          -9.0 * std::cos(2 * theta) * along, -33.0 * std::sin(2 * theta) * along};
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(disp[i], solid[i] + dot(3, rot[i], enu) * 1e-3, 1e-8);
   EXPECT_NEAR(xm, 0.0559740 + 0.0018243 * 9.28 + 0.00018413 * 86.1 + 0.000007024 * 799, 2e-4);
+}
+
+double angle_deg(const double* a, const Json::Value& b) {
+  double ab = 0.0, aa = 0.0, bb = 0.0;
+  for (Json::ArrayIndex k = 0; k < 3; ++k) {
+    const double v = b[k].asDouble();
+    ab += a[k] * v;
+    aa += a[k] * a[k];
+    bb += v * v;
+  }
+  return std::acos(std::fmin(1.0, ab / std::sqrt(aa * bb))) * 57.29577951308232;
+}
+
+TEST(SunMoon, AgreesWithFormulaeAndFullTheory) {
+  const Json::Value root = gnx_test::referenceCases("sun_moon_cases.json");
+  ASSERT_GT(root["cases"].size(), 0u);
+  for (const Json::Value& c : root["cases"]) {
+    SCOPED_TRACE(c["label"].asString());
+    const double seconds = (c["mjd"].asDouble() - 40587.0) * 86400.0;
+    const double whole = std::floor(seconds);
+    double sun[3], moon[3];
+    sunmoonpos_eci({static_cast<std::int64_t>(whole), seconds - whole}, sun, moon);
+    for (Json::ArrayIndex k = 0; k < 3; ++k) {
+      EXPECT_NEAR(sun[k], c["sun_low_precision_m"][k].asDouble(), 100.0);
+      EXPECT_NEAR(moon[k], c["moon_low_precision_delaunay_m"][k].asDouble(), 1.0);
+    }
+    EXPECT_LT(angle_deg(sun, c["sun_reference_mean_equator_of_date_m"]), 0.02);
+    EXPECT_LT(angle_deg(moon, c["moon_reference_mean_equator_of_date_m"]), 0.4);
+  }
 }
 
 }  // namespace

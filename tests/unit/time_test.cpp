@@ -1,11 +1,16 @@
+// Calendar, leap seconds, and which epochs are processed: tags of real receivers lie beside the multiples of
+// the interval, by steering of their clock, by rounding of decimal fractions, or by a millisecond.
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <ctime>
-#include <tuple>
 
 #include "Common/ComTime.h"
+#include "Common/Taiutc.h"
+#include "Interface/EpochTick.h"
 #include "support/exit_message.h"
+#include "support/files.h"
 #include "support/table_fixture.h"
 
 namespace {
@@ -87,6 +92,72 @@ TEST_F(LeapSecondTest, TheClockRunsOnGpsTime) {
   time2mjd(before, &day, &second);
   const double ahead = timdif(mjd, sod, day, second);
   EXPECT_TRUE(ahead >= 18.0 && ahead <= 20.0) << ahead;
+}
+
+/// The days of a file; an empty name stands for a table of files without the entry.
+int taiUtc(const std::string& file, int mjd) {
+  Taiutc table;
+  table.m_setFile(file);
+  return table.m_getTaiutc(mjd);
+}
+
+struct LeapSeconds : testing::Test {
+  std::string write(const std::string& text) const { return directory.write("leapsc", text); }
+  const support::TemporaryDirectory directory;
+};
+
+TEST_F(LeapSeconds, ShippedTableFollowsBulletinC) {
+  Taiutc table;
+  table.m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
+  // 1972-01-01, around the GPS epoch and the end of 2016, 2040
+  for (const auto& [mjd, seconds] :
+       {std::pair{41317, 10}, {44238, 18}, {44239, 19}, {57753, 36}, {57754, 37}, {66154, 37}})
+    EXPECT_EQ(table.m_getTaiutc(mjd), seconds) << mjd;
+}
+
+TEST_F(LeapSeconds, DayOutsideTheTableEndsTheProcess) {
+  const std::string file = write("title\n+leap sec\n 57204 36\n 57754 37\n-leap sec\n 60000 99\n");
+  EXPECT_EQ(taiUtc(file, 57754), 37);
+  EXPECT_EXIT_MESSAGE(taiUtc(file, 57203), "mjd = 57203,mjde = 57204,epoch before table start");
+  EXPECT_EXIT_MESSAGE(taiUtc(file, 57755), "mjd = 57755,mjde = 57754,epoch after table start");
+}
+
+TEST_F(LeapSeconds, UnusableFileEndsTheProcess) {
+  EXPECT_EXIT_MESSAGE(taiUtc("/nonexistent/leapsc", 57754), "rdUtcFile.*no such file");
+  EXPECT_EXIT_MESSAGE(taiUtc(write("no leap seconds here\n"), 57754), "no leap second between");
+  EXPECT_EXIT_MESSAGE(taiUtc("", 57754), "file_table not exist leapsc item");
+}
+
+TEST(EpochTick, CountsTagsWithinAMillisecondOfAMultiple) {
+  const struct {
+    double interval_s, sod;
+    bool tick;
+  } cases[] = {{30.0, 60.0, true},        {30.0, 45.0, false},      {30.0, 60.0 - 1e-7, true},
+               {30.0, 60.0 + 4e-4, true}, {30.0, 59.9996, true},    {30.0, 60.001, true},
+               {30.0, 60.005, false},     {30.0, 59.995, false},    {0.2, 0.1 + 0.1 + 0.2, true},
+               {0.2, 86399.8, true},      {0.2, 86399.7, false},    {0.1, 0.3, true},
+               {0.05, 43200.05, true},    {0.05, 43200.025, false}, {1.0, 17.3456, true},
+               {30.0, 86399.9996, true},  {80000.0, 80000.0, true}};
+  for (const auto& c : cases) EXPECT_EQ(EpochTick(c.interval_s).m_accept(60000, c.sod), c.tick) << c.sod;
+}
+
+TEST(EpochTick, TakesEveryTickOfADayAtTwentyHertz) {
+  EpochTick tick(0.05);
+  int ticks = 0;
+  for (int k = 0; k < 20 * 86400; ++k) ticks += tick.m_accept(60000, k * 0.05) ? 1 : 0;
+  EXPECT_EQ(ticks, 20 * 86400);
+}
+
+TEST(EpochTick, TakesOneEpochATick) {
+  EpochTick tick(30.0);
+  EXPECT_TRUE(tick.m_accept(60000, 86369.9995));
+  EXPECT_FALSE(tick.m_accept(60000, 86370.0)) << "the tick has had its epoch";
+  EXPECT_TRUE(tick.m_accept(60000, 86399.9995));
+  EXPECT_FALSE(tick.m_accept(60001, 0.0)) << "the same tick, in the words of the next day";
+  EXPECT_TRUE(tick.m_accept(60000, 43200.0)) << "data that begin again";
+  EpochTick odd(80000.0);  // does not divide the day: the multiples begin anew at midnight
+  EXPECT_TRUE(odd.m_accept(60000, 80000.0));
+  EXPECT_TRUE(odd.m_accept(60001, 0.0));
 }
 
 }  // namespace
