@@ -171,21 +171,4 @@ TEST_F(AmbfixRaw, BiasesBySignalOnlyChooseTheSatellites) {
   EXPECT_EQ(m_value("wl", 3) - m_value("wl", 1), m_wide(3, 1)) << "the floats stay as they are";
 }
 
-TEST_F(AmbfixRaw, ConstraintsWithoutRoomLeaveTheirLevelOpen) {
-  m_switch(false, true, false);
-  m_run(10);
-  int ifix[tarvio::kMaxSat] = {}, flags[tarvio::kMaxSat] = {};
-  s0[kGps] = 0;
-  for (int i = 0; i < 7; ++i) {
-    flags[i] = i > 0;
-    m_inject("wl", i, 0.0, 3.0);
-  }
-  const int status = filter->m_solstat;
-  filter->ldinfs = filter->imtx + 6 + 1;  // six constraints, one row too few
-  EXPECT_FALSE(SrifAmbfix_raw::s_raw_coninfs_NL(filter.get(), nullptr, ifix, flags, s0));
-  EXPECT_FALSE(SrifAmbfix_raw::s_raw_coninfs_nl(filter.get(), nullptr, ifix, flags, s0));
-  EXPECT_FALSE(SrifAmbfix_raw::s_raw_coninfs_wl("wl", m_cfg(kWl), filter.get(), nullptr, ifix, flags, s0));
-  EXPECT_EQ(filter->m_solstat, status);
-}
-
 }  // namespace

@@ -10,15 +10,12 @@ namespace {
 
 using namespace support;
 using tarvio::Antatx;
-using testing::DoubleNear;
-using testing::HasSubstr;
-using testing::Pointwise;
+using namespace testing;
 
 const double kJune2020 = tarvio::md_julday(2020, 6, 25);
 
 /// Fresh configuration whose file table names files of a temporary directory.
-class Antenna : public gnx_test::TableFixture {
- protected:
+struct Antenna : gnx_test::TableFixture {
   Antenna() {
     deploy().m_parseFrequency(deploy().m_freqUsed, deploy().m_nfreqUsed,
                               "GPS:L1_L2 GAL:E1_E5a BD3:B1_B3 BD2:B1_B2b");

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include "corrections/bias_table.h"
@@ -39,8 +38,7 @@ double valueOf(const std::vector<SsrBias>& biases, const std::string& signal) {
   return found == biases.end() ? std::nan("") : found->value;
 }
 
-class SinexBias : public testing::Test {
- protected:
+struct SinexBias : testing::Test {
   std::vector<SatBiases> at(const std::string& rows, const GpsTime& t) {
     return BiasTable(readSinexBias({m_dir.write("a.bia", sinex(rows))})).at(t);
   }

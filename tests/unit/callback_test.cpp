@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <memory>
 #include <optional>
 
 #include "Common/Callable.h"
@@ -14,8 +13,7 @@ using tarvio::Callable;
 using tarvio::CallBack;
 using tarvio::CallBackCenter;
 using tarvio::KvContainer;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace testing;
 
 std::vector<std::string>& calls() {
   static std::vector<std::string> list;

@@ -2,11 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <random>
-#include <vector>
 
 #include "support/dense_lsq.h"
 #include "support/exit_message.h"

@@ -2,11 +2,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <limits>
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "GNX_IO.h"
 
@@ -49,12 +44,12 @@ TEST(CompanionTime, CalendarClosesOverAllDays) {
 
 // IERS Bulletin C: GPS-UTC is 18 s since 2017, 17 s before, 0 before July 1981.
 TEST(CompanionTime, LeapSecondsChangeAtTheUtcMidnight) {
-  const auto offset = [](gtime_t gps) { return GNX_IO::timediff(gps, GNX_IO::gpst2utc(gps)); };
-  EXPECT_EQ(offset(at(2026, 2, 6)), 18.0);
-  EXPECT_EQ(offset(at(2017, 1, 1, 0, 0, 18)), 18.0);
-  EXPECT_EQ(offset(at(2017, 1, 1, 0, 0, 16)), 17.0);
-  EXPECT_EQ(offset(at(1999, 1, 1, 0, 0, 13)), 13.0);
-  EXPECT_EQ(offset(at(1981, 6, 30)), 0.0);
+  for (const auto& [gps, seconds] : {std::pair{at(2026, 2, 6), 18.0},
+                                     {at(2017, 1, 1, 0, 0, 18), 18.0},
+                                     {at(2017, 1, 1, 0, 0, 16), 17.0},
+                                     {at(1999, 1, 1, 0, 0, 13), 13.0},
+                                     {at(1981, 6, 30), 0.0}})
+    EXPECT_EQ(GNX_IO::timediff(gps, GNX_IO::gpst2utc(gps)), seconds) << gps.time;
   EXPECT_EQ(GNX_IO::gpst2utc(at(2020, 1, 1, 0, 0, 30.5)).sec, 0.5);
 }
 

@@ -7,8 +7,7 @@
 namespace {
 
 using namespace support;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 TEST(Config, ValuesGoToTheirPlacesWithoutAnnotations) {
   Deployment deployment;

@@ -2,7 +2,6 @@
 // what stands in front of the damage and must then stop with an InputError or at a plausible end;
 // any other exception, a crash or a hang fails the test (run under sanitizers too).
 
-#include <functional>
 #include <random>
 
 #include "deployment/antex_file.h"

@@ -8,8 +8,6 @@
 #include <cmath>
 #include <cstring>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "Interface/Controller.h"
 #include "support/files.h"

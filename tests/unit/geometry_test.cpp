@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <tuple>
 
 #include "Common/ComGeometry.h"
 #include "Common/Constants.h"

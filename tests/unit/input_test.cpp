@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <limits>
 #include <optional>
-#include <vector>
 
 #include "Adapter/OrbitClkAdapter.h"
 #include "Config/SatelliteTable.h"

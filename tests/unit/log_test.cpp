@@ -16,8 +16,7 @@ namespace fs = std::filesystem;
 using tarvio::Log;
 using tarvio::Logtrace;
 
-class LogTest : public testing::Test {
- protected:
+struct LogTest : testing::Test {
   ~LogTest() override {
     Logtrace::s_setFiles("", "", false, 0);
     Logtrace::s_defaultlogger.m_closeLog(m_a);
@@ -84,18 +83,6 @@ TEST_F(LogTest, TheFileOfAFormerProcessIsKeptBeside) {
   log.m_closeLog(m_a);
   log.m_openLog(m_a);
   EXPECT_EQ(support::readFile(m_a + ".1"), "new\n") << "the last one counts";
-}
-
-TEST_F(LogTest, NamesAreResolvedWhereTheProcessBegan) {
-  const fs::path before = fs::current_path(), elsewhere = m_dir / "elsewhere";
-  fs::create_directory(elsewhere);
-  Log log;
-  log.m_setDirectory(m_dir.string());
-  fs::current_path(elsewhere);
-  log.m_openLog("ppp_pos");
-  log.m_wtMsg("@ppp_pos line\n");
-  fs::current_path(before);
-  EXPECT_EQ(support::readFile(m_dir / "ppp_pos"), "line\n");
 }
 
 TEST_F(LogTest, ThreadsDoNotMixTheirLines) {

@@ -26,8 +26,7 @@ const SignalObs& signalOf(const SatObs& sat, const std::string& code) {
   throw std::runtime_error("no signal " + code);
 }
 
-class RinexObs : public testing::Test {
- protected:
+struct RinexObs : testing::Test {
   /// Reads a file to its end. \return what is wrong with it
   std::string read(const std::string& content) {
     return inputError([&] {
@@ -131,15 +130,6 @@ TEST_F(RinexObs, TruncatedGzipIsRefusedAfterItsWholeEpochs) {
   const std::string bytes = packed(content);
   EXPECT_THAT(read(bytes.substr(0, bytes.size() / 2)), HasSubstr("compressed data end early"));
   EXPECT_TRUE(m_epochs.size() > 100 && m_epochs.size() < 2000) << m_epochs.size();
-}
-
-TEST_F(RinexObs, RealDayOfAReferenceStation) {
-  GNX_REQUIRE_DATA("esbc_2020177");
-  RinexObsReader r(realFile("esbc_2020177/ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz"));
-  std::size_t epochs = 0, sats = 0;
-  for (ObsEpoch epoch; r.next(epoch); ++epochs) sats += epoch.sats.size();
-  EXPECT_EQ(epochs, 2880u);
-  EXPECT_EQ(sats, 118364u);  // lines of the file that do not begin with '>', header left out
 }
 
 }  // namespace

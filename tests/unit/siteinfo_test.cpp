@@ -27,8 +27,7 @@ std::string record(double lon, double lat, double amplitude, const char* between
   return text + "$$\n";
 }
 
-class SiteFile : public gnx_test::TableFixture {
- protected:
+struct SiteFile : gnx_test::TableFixture {
   void provide(const char* key, const std::string& content) {
     deploy().m_fileTable[key] = directory.write(key, content);
   }

@@ -5,8 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <numbers>
-#include <sstream>
-#include <tuple>
 
 #include "geometry/geodesy.h"
 #include "run/reference_path.h"

@@ -19,8 +19,7 @@ std::string sp3Header(char version, int epochs, const std::string& scale) {
       version, epochs, scale.c_str());
 }
 
-class OrbitClockFiles : public testing::Test {
- protected:
+struct OrbitClockFiles : testing::Test {
   TempDir m_dir;
 };
 

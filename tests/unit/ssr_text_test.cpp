@@ -30,8 +30,7 @@ std::string phaseBias(int second, const std::string& value) {
   return block("PHASE_BIAS", second, 1, "   0   1\nG03 0.0 0.0 1 1C " + value + " 1 2 0\n");
 }
 
-class SsrText : public testing::Test {
- protected:
+struct SsrText : testing::Test {
   std::vector<CorrectionBatch> batches(const std::string& content, SsrTextOptions options = {},
                                        const EphemerisTimeline* timeline = nullptr) {
     options.files = {m_dir.write("a.ssr", content)};

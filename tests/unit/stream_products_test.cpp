@@ -30,8 +30,7 @@ BroadcastEph message(const std::string& sat) {
           .i0 = 0.965};
 }
 
-class StreamProduct : public testing::Test {
- protected:
+struct StreamProduct : testing::Test {
   static NavData messages() {
     NavData nav;
     nav.keplerian = {message("G05"), message("E11")};
@@ -58,8 +57,19 @@ class StreamProduct : public testing::Test {
     for (const CorrectionBatch& b : batches) collector.take(b);
     return collector.finish();
   }
-  static double radius(const Vector3& v) { return length(v); }
+  /// Writes the three files. \return their names, as a source of corrections takes them
+  ProductOptions written(const StreamProducts& p, const ProductFileOptions& options) const {
+    ProductOptions files;
+    files.sp3 = {dir.path() / "o.sp3"};
+    files.clk = {dir.path() / "c.clk"};
+    files.bia = {dir.path() / "b.bia"};
+    writeOrbitFile(files.sp3[0], p, options);
+    writeClockFile(files.clk[0], p, options);
+    writeBiasFile(files.bia[0], p, options);
+    return files;
+  }
 
+  const TempDir dir;
   const EphemerisTimeline m_timeline{messages(), kStart};
 };
 
@@ -124,13 +134,8 @@ TEST_F(StreamProduct, FilesAreReadBackAsTheyWere) {
   partly.orbitClock.pop_back();
   const StreamProducts p = collected({biases(0.0, 0.1), biases(30.5, 0.1), partly}, {.biasInterval_s = 10.0});
   const ProductFileOptions options{.frame = "IGS14", .comments = {"a test"}, .made = kStart};
-  const TempDir dir;
-  const std::string sp3 = dir.path() / "o.sp3", clk = dir.path() / "c.clk", bia = dir.path() / "b.bia";
-  writeOrbitFile(sp3, p, options);
-  writeClockFile(clk, p, options);
-  writeBiasFile(bia, p, options);
-
-  const Sp3Product orbits = readSp3({sp3});
+  const ProductOptions files = written(p, options);
+  const Sp3Product orbits = readSp3(files.sp3);
   EXPECT_EQ(orbits.frame, "IGS14");
   EXPECT_EQ(orbits.interval, 30.0);
   ASSERT_THAT(orbits.orbits.at("G05"), SizeIs(3));
@@ -140,12 +145,12 @@ TEST_F(StreamProduct, FilesAreReadBackAsTheyWere) {
               0.9e-3);
   EXPECT_NEAR(orbits.clocks.at("G05")[0].bias, 1.0e-4 + 3.0 / kLightSpeed, 0.51e-12);
 
-  const ClockProduct clocks = readRinexClocks({clk});
+  const ClockProduct clocks = readRinexClocks(files.clk);
   ASSERT_THAT(clocks.clocks.at("G05"), SizeIs(3));
   EXPECT_EQ(clocks.clocks.at("G05")[1].time - kStart, 30.5);
   EXPECT_NEAR(clocks.clocks.at("G05")[0].bias, 1.0e-4 + 3.0 / kLightSpeed, 1e-16);
 
-  const auto rows = readSinexBias({bia});
+  const auto rows = readSinexBias(files.bia);
   ASSERT_THAT(rows, SizeIs(3));
   EXPECT_EQ(rows[0].signal, "C1C");
   EXPECT_NEAR(rows[0].value, -0.6 / kLightSpeed, 1e-15);
@@ -158,16 +163,7 @@ TEST_F(StreamProduct, FilesAreReadBackAsTheyWere) {
 TEST_F(StreamProduct, ChangedBiasesReachTheEngineWithoutWaitingForTheirPace) {
   std::vector<CorrectionBatch> stream;
   for (double t = 0.0; t <= 690.0; t += 30.0) stream.push_back(biases(t, t < 330.0 ? 0.1 : 0.2));
-  const StreamProducts p = collected(stream);
-  const TempDir dir;
-  ProductOptions files;
-  files.sp3 = {dir.path() / "o.sp3"};
-  files.clk = {dir.path() / "c.clk"};
-  files.bia = {dir.path() / "b.bia"};
-  writeOrbitFile(files.sp3[0], p, {.made = kStart});
-  writeClockFile(files.clk[0], p, {.made = kStart});
-  writeBiasFile(files.bia[0], p, {.made = kStart});
-  const auto source = makeProductSource(files, m_timeline);
+  const auto source = makeProductSource(written(collected(stream), {.made = kStart}), m_timeline);
   std::vector<double> given;
   for (CorrectionBatch b; source->next(b);)
     if (b.newBiases) given.push_back(b.tag - kStart);
@@ -176,8 +172,7 @@ TEST_F(StreamProduct, ChangedBiasesReachTheEngineWithoutWaitingForTheirPace) {
 
 // ---- from the antenna to the centre of mass ----
 
-class Antennas : public testing::Test {
- protected:
+struct Antennas : testing::Test {
   static std::string satellite(const std::string& sat, const std::string& frequencies) {
     return support::antexBlock("BLOCK IIF", sat, frequencies);
   }

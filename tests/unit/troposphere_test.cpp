@@ -5,8 +5,6 @@
 
 #include <cmath>
 #include <iomanip>
-#include <sstream>
-#include <string>
 
 #include "Core/Model/Tropo_vmf1.h"
 #include "deployment/troposphere_grid.h"
@@ -40,8 +38,7 @@ TEST(Troposphere, ZenithDelaysMeetPublishedCases) {
 }
 
 // A grid that varies linearly with row and column, so that bilinear interpolation is exact.
-class LinearGrid : public testing::Test {
- protected:
+struct LinearGrid : testing::Test {
   LinearGrid() {
     std::ostringstream text;
     text << "% lat lon p T Q dT undu Hs ah aw lambda Tm\n" << std::setprecision(8);
