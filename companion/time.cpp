@@ -90,8 +90,9 @@ void time2epoch(gtime_t t, double* ep) {
   ep[0] = static_cast<double>(date.year);
   ep[1] = date.month;
   ep[2] = date.day;
-  ep[3] = static_cast<double>(sod / 3600);
-  ep[4] = static_cast<double>(sod % 3600 / 60);
+  const std::int64_t hour = sod / 3600, minute = sod % 3600 / 60;
+  ep[3] = static_cast<double>(hour);
+  ep[4] = static_cast<double>(minute);
   ep[5] = static_cast<double>(sod % 60) + t.sec;
 }
 

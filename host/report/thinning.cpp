@@ -48,7 +48,8 @@ std::vector<PlotPoint> onePerCell(const std::vector<PlotPoint>& points, const Pl
 std::vector<PlotPoint> thinSeries(const std::vector<PlotPoint>& points, std::size_t most) {
   if (points.size() <= most || most < 4) return points;
   const double from = points.front().x, span = points.back().x - from;
-  const auto steps = static_cast<double>(most / 4);
+  const std::size_t buckets = most / 4;
+  const auto steps = static_cast<double>(buckets);
   if (!(span > 0.0)) return points;
   std::vector<PlotPoint> kept;
   for (std::size_t begin = 0; begin < points.size();) {

@@ -17,7 +17,6 @@ namespace {
 
 constexpr double kMonitorMask_rad = 0.12217304763960307;  // 7 degrees
 constexpr double kQueueMask_rad = 0.17453292519943295;    // 10 degrees
-constexpr double kFullWeight_rad = 0.5235987755982988;    // 30 degrees
 constexpr int kArcMinimum = 30;
 constexpr std::size_t kQueueLimit = 7200;
 

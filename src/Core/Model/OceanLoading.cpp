@@ -130,7 +130,7 @@ struct SiteLoading {
   Admittance component[3];  ///< up, west, south
 
   void prepare(const double tamp[6][11], const DoodsonArguments& arguments) {
-    if (valid && std::memcmp(table, tamp, sizeof table) == 0) return;
+    if (valid && std::equal(&table[0][0], &table[0][0] + 66, &tamp[0][0])) return;
     std::memcpy(table, tamp, sizeof table);
     for (int c = 0; c < 3; ++c) component[c] = ADMINT(tamp[c], tamp[c + 3], arguments);
     valid = true;
