@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "Records/SolutionState.h"
+
 namespace tarvio {
 
 /// In the order of the resolution: each level rests on the one before it. The number is its place in
@@ -20,13 +22,13 @@ struct LevelTraits {
   const char* tag;          ///< in the configuration, the stores of biases and the record of fixes
   const char* smoothedTag;  ///< in the record of fixes, from smoothed wide-lanes alone; null: there are none
   int fixedState;           ///< of a fixed satellite in the record of fixes
-  int solutionStatus;       ///< SrifFilter::m_solstat with the level's integers in the solution
+  SolutionState solution;   ///< with the level's integers in the solution
 };
 
 inline constexpr LevelTraits kLevels[] = {
-    {Level::extraWideLane, "ewl", "ewl_mw", 2, 3},
-    {Level::wideLane, "wl", "wl_mw", 3, 4},
-    {Level::last, "n1", nullptr, 5, 5},
+    {Level::extraWideLane, "ewl", "ewl_mw", 2, kStateExtraWideLane},
+    {Level::wideLane, "wl", "wl_mw", 3, kStateWideLane},
+    {Level::last, "n1", nullptr, 5, kStateFixed},
 };
 inline constexpr int kLevelCount = std::size(kLevels);
 

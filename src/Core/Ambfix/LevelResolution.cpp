@@ -179,7 +179,7 @@ bool LevelResolution::m_constrain(const LevelIntegers& integers, const int* s0) 
       row.target -= own.coefficient[k] * (own.ambiguity[k]->xini - ref.ambiguity[k]->xini);
     }
   }
-  return s_foldRows(m_filter, rows, s_traits(m_form.m_level).solutionStatus);
+  return s_foldRows(m_filter, rows, s_traits(m_form.m_level).solution);
 }
 
 void s_recordLevel(Level level, SrifFilter* filter, const LevelProblem& problem,

@@ -15,8 +15,6 @@ namespace {
 
 constexpr double kBiasAge = 300.0;  ///< s
 constexpr int kThird = 2;           ///< slot of the third frequency
-constexpr int kFlagBias = 3;        ///< reason: no third-frequency bias
-constexpr int kRestart = 5;         ///< m_ambstate
 
 /// Fixed extra-wide-lanes of one system: satellite rows and values.
 class FixedSet {
@@ -87,7 +85,7 @@ void SrifFilter::m_applyIfpb(int isat, const t_ifpb& record) {
       continue;
     }
     sat.m_obs[kThird] = sat.m_obs[kFreq + kThird] = 0.0;
-    if (sat.m_flag[kThird] == 0) sat.m_flag[kThird] = kFlagBias;
+    if (sat.m_flag[kThird] == kFlagGood) sat.m_flag[kThird] = kFlagNoIfpb;
     Rnxobs::s_checkObs(isat, sat.m_obs, sat.m_dop, sat.m_snr, sat.m_flag);
     Logtrace::m_logPrint("[%s,%d]:[%d %9.1lf] remove observations for %s\n", "m_corrifpb", __LINE__, mjd, sod,
                          config.m_cprn[isat].c_str());
@@ -102,7 +100,7 @@ void SrifFilter::m_ewl_amb_holder() {
     for (int isat = 0; isat < config.m_nsat; ++isat) {
       const int* pair = config.m_settingsOf(Level::extraWideLane).ambfreq[config.m_sysOfRow(isat)];
       const auto slipped = [&](int slot) {
-        return slot >= 0 && slot < kFreq && sta.m_sat[isat].m_slip[slot] != 0;
+        return slot >= 0 && slot < kFreq && sta.m_sat[isat].m_slip[slot] != kSlipNone;
       };
       if (slipped(pair[0]) || slipped(pair[1])) m_ewlflag[ista * kMaxSat + isat] = 0;
     }
@@ -148,7 +146,7 @@ void SrifFilter::m_holdSystem(int ista, int isys) {
     for (int isat = 0; isat < config.m_nsat; ++isat) {
       if (config.m_sysOfRow(isat) != isys) continue;
       held[isat] = 0;
-      sta.m_sat[isat].m_ambstate = kRestart;
+      sta.m_sat[isat].m_ambstate = kArcRestart;
     }
     return;
   }
@@ -157,7 +155,7 @@ void SrifFilter::m_holdSystem(int ista, int isys) {
     if (held[isat] && integer[isat] != fresh) {
       both("[%d %9.1lf] %s %s - %s different for EWL %d-%d\n", mjd, sod, config.m_cprn[isat].c_str(), first,
            config.m_promode > 1 ? second : "", integer[isat], fresh);
-      sta.m_sat[isat].m_ambstate = kRestart;
+      sta.m_sat[isat].m_ambstate = kArcRestart;
     }
     integer[isat] = fresh;
     held[isat] = 1;
