@@ -156,10 +156,8 @@ struct Glonass : TableFixture {
   double xv[6] = {}, clk = 0.0;
 };
 
-TEST_F(Glonass, IntegrationMeetsTheExampleOfTheInterfaceDocumentAndIsReversible) {
-  ASSERT_EQ(read(kToe + 600.0), 1);
-  // Accelerations of the example have two digits, its integration has steps of its own.
-  EXPECT_LT(distance(xv, {7523174.853, -10506962.176, 21999239.866}), 2.0);
+// The orbit is that of real/broadcast_orbit_test.cpp; here the integration must come back to its start.
+TEST_F(Glonass, IntegrationIsReversible) {
   ASSERT_EQ(read(kToe), 1);
   EXPECT_DOUBLE_EQ(xv[0], 7003008.789 + 0.008);  // origin shift of PZ-90.02 to WGS 84
   EXPECT_DOUBLE_EQ(xv[3], 783.5417);
