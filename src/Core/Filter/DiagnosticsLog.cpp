@@ -1,3 +1,5 @@
+// Lines of the diagnostics: one format a kind of line.
+
 #include "Core/Filter/DiagnosticsLog.h"
 
 #include "Common/Logtrace.h"

@@ -1,3 +1,5 @@
+// Where in an epoch values are settled in the account of observations.
+
 #include "Core/Filter/EpochAccount.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// What the diagnostics read of the filter: residuals, atmosphere, ambiguities, clocks, fixes.
+
 #include "Core/Filter/FilterDiagnostics.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// Keys of the record of fixes, and its entries by satellite.
+
 #include "Core/Filter/FixRecord.h"
 
 #include "Core/Filter/FilterConfig.h"

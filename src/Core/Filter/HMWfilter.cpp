@@ -1,3 +1,5 @@
+// Smoothed wide-lanes: arcs, weights, the ionosphere from codes, rounding.
+
 #include "Core/Filter/HMWfilter.h"
 
 #include <algorithm>

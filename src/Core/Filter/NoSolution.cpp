@@ -1,3 +1,5 @@
+// Why an epoch has no solution, said when it begins and when it ends.
+
 #include "Core/Filter/NoSolution.h"
 
 #include <algorithm>

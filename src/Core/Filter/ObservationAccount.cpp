@@ -1,3 +1,5 @@
+// Fates of the values of an epoch and their totals by system.
+
 #include "Core/Filter/ObservationAccount.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// The observation model with a term left out, to see what it is worth.
+
 #include "Core/Model/GnssModelWithout.h"
 
 #include <algorithm>
