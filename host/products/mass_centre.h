@@ -5,7 +5,7 @@
 ///
 /// The offset is that of the ionosphere-free combination of the pair to which the clocks refer,
 ///     (f1^2 o1 - f2^2 o2)/(f1^2 - f2^2),
-/// in body axes of nominal yaw steering: z to the Earth, y along the panels, x on the Sun's side;
+/// in body axes of nominal yaw: z to the Earth, y along the panels, x on the Sun's side;
 /// geostationary satellites keep y normal to the orbit. Turns at noon and midnight are not followed: they
 /// matter for offsets along x and y alone, some decimetres on some blocks.
 ///

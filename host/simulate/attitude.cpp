@@ -21,7 +21,7 @@ constexpr double kSecmBeta = 3.0;
 
 double wrapped(double degrees) { return std::remainder(degrees, 360.0); }
 double arcTangent(double y, double x) { return std::atan2(y, x) / kRadians; }
-double steeringYaw(double beta, double mu) {
+double sunwardsYaw(double beta, double mu) {
   return arcTangent(-std::tan(beta * kRadians), std::sin(mu * kRadians));
 }
 
@@ -131,7 +131,7 @@ SunGeometry sunGeometry(const SatelliteState& satellite, const Vector3& sun) {
   return g;
 }
 
-double nominalYaw(const SunGeometry& g) { return steeringYaw(g.beta, g.mu); }
+double nominalYaw(const SunGeometry& g) { return sunwardsYaw(g.beta, g.mu); }
 
 BodyAxes nominalAxes(const Vector3& satellite, const Vector3& sun) {
   const Vector3 z = scaled(unit(satellite), -1.0);
@@ -170,7 +170,7 @@ void Attitude::addPassage(const std::string& block, const GpsTime& start,
 
 double Attitude::turned(const GpsTime& t, const SunGeometry& g) const {
   if (m_frozenBeta && std::abs(g.beta) < kSecmBeta)
-    return wrapped(steeringYaw(std::copysign(kSecmBeta, g.beta), g.mu) - nominalYaw(g));
+    return wrapped(sunwardsYaw(std::copysign(kSecmBeta, g.beta), g.mu) - nominalYaw(g));
   for (const Passage& p : m_passages) {
     const double since = t - p.start;
     if (since < 0.0 || since >= static_cast<double>(p.turned.size() - 1)) continue;

@@ -3,7 +3,7 @@
 /// How a simulated satellite points while the Sun is near its orbital plane.
 ///
 /// Body axes are those of the IGS convention (Montenbruck et al. 2015, Adv. Space Res. 56): z to the Earth,
-/// x of nominal yaw steering on the side of the Sun. Angles in degrees. Yaw is the angle from the along-track
+/// x of nominal yaw on the side of the Sun. Angles in degrees. Yaw is the angle from the along-track
 /// direction to body x about body z. mu: orbit angle from the midnight point in the sense of motion; beta:
 /// the Sun above the orbital plane; depth: angle between the satellite and the nearer one of the midnight and
 /// the noon point of the sky.
@@ -56,7 +56,7 @@ SunGeometry sunGeometry(const SatelliteState& satellite, const Vector3& sun);
 /// deg
 double nominalYaw(const SunGeometry& g);
 
-/// Axes of nominal yaw steering.
+/// Axes of nominal yaw.
 BodyAxes nominalAxes(const Vector3& satellite, const Vector3& sun);
 /// Axes turned about z, deg.
 BodyAxes turnedAboutZ(const BodyAxes& axes, double angle);
@@ -66,7 +66,7 @@ class Attitude {
  public:
   using Orbit = std::function<SatelliteState(const GpsTime&)>;
 
-  /// Nominal yaw steering at all times.
+  /// Nominal yaw at all times.
   Attitude() = default;
   /// Flies the turns of the block between two times.
   Attitude(const std::string& block, const Orbit& orbit, const GpsTime& from, const GpsTime& to);

@@ -9,7 +9,7 @@
 /// the centre of mass, with the built-in antenna offsets of the satellite's block.
 ///
 /// Attitude. The Sun stands as far as can be from all orbital planes, and every satellite keeps nominal yaw
-/// steering; or it stands near the first plane of every shell, and satellites turn at noon and midnight as
+/// attitude; or it stands near the first plane of every shell, and satellites turn at noon and midnight as
 /// their blocks do (attitude.h).
 ///
 /// Messages. Each has the true elements moved to its own reference time plus errors of a metre, the true
@@ -81,7 +81,7 @@ class Constellation {
   SatelliteState state(std::size_t satellite, const GpsTime& t) const;
   /// True clock without periodic relativity, s.
   double clock(std::size_t satellite, const GpsTime& t) const;
-  /// Yaw against nominal yaw steering, deg. \param g  geometry at `t`
+  /// Yaw against nominal yaw, deg. \param g  geometry at `t`
   double turned(std::size_t satellite, const GpsTime& t, const SunGeometry& g) const {
     return m_satellites[satellite].attitude.turned(t, g);
   }

@@ -1,5 +1,5 @@
 // Calendar, leap seconds, and which epochs are processed: tags of real receivers lie beside the multiples of
-// the interval, by steering of their clock, by rounding of decimal fractions, or by a millisecond.
+// the interval, by corrections of their clock, by rounding of decimal fractions, or by a millisecond.
 
 #include <gtest/gtest.h>
 
