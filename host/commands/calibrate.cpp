@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "formats/input_error.h"
+#include "formats/text_reader.h"
 
 namespace gnx {
 
@@ -29,9 +29,7 @@ void calibrate(const CalibrateArguments& a) {
   const PhaseOffsets offsets =
       narrowLaneOffsets(readNarrowLanes(a.directory, from, to), a.settled_min * 60.0);
   if (offsets.empty()) throw UsageError("no arc is old enough: the run should last some hours");
-  std::ofstream out(a.file);
-  out << phaseOffsetsText(offsets);
-  if (!out.flush()) throw InputError(a.file, 0, "cannot be written; check the directory and free space");
+  writeTextFile(a.file, phaseOffsetsText(offsets));
   int large = 0;
   for (const auto& [sat, offset] : offsets) large += std::fabs(offset.cycles) > 0.15 ? 1 : 0;
   std::printf("%s: %zu satellites, %d of them more than 0.15 cycles off the mean of their system\n",

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -25,6 +24,7 @@
 #include "formats/input_error.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
+#include "formats/text_reader.h"
 #include "platform/child_process.h"
 
 namespace gnx {
@@ -202,9 +202,8 @@ std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const std::vec
 
 /// By the deployment's satellite table, where the engine takes its blocks from.
 std::set<SatName> reversedAxes(const GpsTime& first) {
-  std::ifstream file(deploymentFile(".", "satnav"));
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  return reversedSatellites(parseSatelliteTable(text), tableTime(first));
+  const std::string table = readTextFile(deploymentFile(".", "satnav"));
+  return reversedSatellites(parseSatelliteTable(table), tableTime(first));
 }
 
 std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }

@@ -6,6 +6,7 @@
 
 #include "formats/fields.h"
 #include "formats/input_error.h"
+#include "formats/text_reader.h"
 
 namespace gnx {
 
@@ -41,10 +42,7 @@ std::string plainValue(const Json::Value& value) {
 void writeJsonFile(const std::filesystem::path& file, const Json::Value& root) {
   Json::StreamWriterBuilder builder;
   builder["precision"] = 17;
-  std::ofstream out(file);
-  out << Json::writeString(builder, root) << '\n';
-  if (!out.flush())
-    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+  writeTextFile(file, Json::writeString(builder, root) + "\n");
 }
 
 Json::Value toJson(const std::array<double, 3>& v) {

@@ -18,7 +18,7 @@ constexpr std::size_t kFirst = 3, kField = 16, kValue = 14;  ///< columns of an 
 constexpr int kMostTypes = 300;
 constexpr double kLargest = 1e12;  ///< beyond any range, phase, Doppler or signal strength
 
-std::string quoted(std::string_view text) { return "'" + std::string(text) + "'"; }
+std::string inQuotes(std::string_view text) { return "'" + std::string(text) + "'"; }
 
 }  // namespace
 
@@ -53,7 +53,7 @@ void RinexObsReader::readHeaderLine(std::string_view text, std::string_view labe
   } else if (label == "TIME OF FIRST OBS") {
     m_timeSystem = trim(column(text, 48, 3));
     if (!gpsTimeOf({}, m_timeSystem))
-      m_reader.fail(std::string(label), "unknown time system " + quoted(m_timeSystem));
+      m_reader.fail(std::string(label), "unknown time system " + inQuotes(m_timeSystem));
   }
 }
 
@@ -64,7 +64,7 @@ std::array<double, 3> RinexObsReader::readTriple(std::string_view text, const ch
     if (trim(part).empty()) continue;
     const auto value = parseReal(part);
     if (!value || std::fabs(*value) > 1e9)
-      m_reader.fail(field, quoted(trim(part)) + " is not a number of metres");
+      m_reader.fail(field, inQuotes(trim(part)) + " is not a number of metres");
     values[i] = *value;
   }
   return values;
@@ -88,7 +88,7 @@ void RinexObsReader::readTypes(std::string_view text) {
   split(column(text, 6, 54), words);
   for (const std::string_view word : words) {
     if (word.size() != 3 || word[0] < 'A' || word[0] > 'Z')
-      m_reader.fail(field, quoted(word) + " is no observation type");
+      m_reader.fail(field, inQuotes(word) + " is no observation type");
     types.emplace_back(word);
   }
   if (types.size() > m_announced[m_system]) {
@@ -169,7 +169,7 @@ bool RinexObsReader::readEpochLine(EpochLine& head) {
     m_reader.failAtEnd("epoch: file ends inside a line; it is truncated, fetch it again");
   }
   head.flag = flag.empty() ? 0 : parseInt(flag).value_or(-1);
-  if (head.flag < 0 || head.flag > 6) m_reader.fail("epoch flag", quoted(flag) + " is not 0 to 6");
+  if (head.flag < 0 || head.flag > 6) m_reader.fail("epoch flag", inQuotes(flag) + " is not 0 to 6");
   if (!count || *count < 0) m_reader.fail("epoch", "number of satellites is missing or damaged");
   head.count = *count;
   head.time = parseDate(parseInt(column(line, 2, 4)), parseInt(column(line, 7, 2)),
@@ -208,7 +208,7 @@ void RinexObsReader::readSats(const EpochLine& head, ObsEpoch& epoch) {
     }
     const auto name = parseSat(column(line, 0, 3));
     if (!name) {
-      m_reader.fail("satellite", quoted(column(line, 0, 3)) + " where satellite " + std::to_string(i + 1) +
+      m_reader.fail("satellite", inQuotes(column(line, 0, 3)) + " where satellite " + std::to_string(i + 1) +
                                      " of " + std::to_string(head.count) +
                                      " is expected; the file is damaged here");
     }
@@ -242,7 +242,7 @@ void RinexObsReader::readSignals(std::string_view line, const Layout& layout, bo
           std::string(1, c.kind) + layout.codes[static_cast<std::size_t>(c.signal)].data();
       m_reader.fail(sat.sat + " " + type,
                     cut ? std::string("file ends inside a number; it is truncated, fetch it again")
-                        : quoted(trim(part)) + " is not a number; the file is damaged here");
+                        : inQuotes(trim(part)) + " is not a number; the file is damaged here");
     }
     value *= c.scale;
     SignalObs& signal = sat.signals[static_cast<std::size_t>(c.signal)];

@@ -6,7 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "formats/input_error.h"
@@ -131,5 +131,17 @@ void TextReader::fail(const std::string& field, const std::string& what) const {
 }
 
 void TextReader::failAtEnd(const std::string& what) const { throw InputError(m_path, m_line, what); }
+
+std::string readTextFile(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeTextFile(const std::filesystem::path& file, std::string_view text) {
+  std::ofstream out(file, std::ios::binary);
+  out << text;
+  if (!out.flush())
+    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
+}
 
 }  // namespace gnx

@@ -1,8 +1,9 @@
 #pragma once
 /// \file text_reader.h
-/// Lines of a text file, plain or gzip'ed, with their numbers.
+/// Lines of a text file, plain or gzip'ed, with their numbers; and text files read and written whole.
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -61,5 +62,10 @@ class TextReader {
   std::string_view m_last;
   long m_line = 0;
 };
+
+/// The whole of a plain file; "" when there is none.
+std::string readTextFile(const std::filesystem::path& file);
+/// Throws InputError when it cannot be written.
+void writeTextFile(const std::filesystem::path& file, std::string_view text);
 
 }  // namespace gnx

@@ -8,26 +8,8 @@
 
 #include "formats/printed.h"
 #include "run/reference_path.h"
-#include "run/solution_files.h"
 
 namespace gnx {
-
-namespace {
-constexpr int kFixedStatus = 5;
-}
-
-std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
-                                          const ReferencePath& reference) {
-  std::vector<PositionError> errors;
-  for (const SolutionEpoch& epoch : epochs) {
-    if (!isSolved(epoch)) continue;
-    const auto truth = reference(epoch.time);
-    if (!truth) continue;
-    const Vector3 d{epoch.xyz[0] - (*truth)[0], epoch.xyz[1] - (*truth)[1], epoch.xyz[2] - (*truth)[2]};
-    errors.push_back({epoch.time, toEastNorthUp(d, toGeodetic(*truth)), epoch.status == kFixedStatus});
-  }
-  return errors;
-}
 
 FixCheck checkFixes(const std::vector<PositionError>& errors) {
   FixCheck check;

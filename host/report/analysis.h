@@ -7,20 +7,12 @@
 #include <optional>
 #include <vector>
 
-#include "geometry/geodesy.h"
 #include "report/integer_check.h"
 #include "report/run_events.h"
 #include "run/run_files.h"
 #include "run/statistics.h"
 
 namespace gnx {
-
-/// Position minus reference, m.
-struct PositionError {
-  GpsTime time;
-  Vector3 enu{};
-  bool fixed = false;
-};
 
 /// Fixed epochs held against the reference.
 struct FixCheck {
@@ -53,9 +45,6 @@ struct RunAnalysis {
 /// `reference` goes before what the run stored.
 RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<double, 3>>& reference);
 
-/// Errors of the solved epochs against a reference.
-std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
-                                          const ReferencePath& reference);
 FixCheck checkFixes(const std::vector<PositionError>& errors);
 /// Fixed epochs, their errors and integers as lines of text, empty when nothing was fixed.
 std::string formatFixes(const RunAnalysis& analysis);

@@ -2,10 +2,33 @@
 
 #include "report/figure_frame.h"
 
-#include "formats/printed.h"
+#include <algorithm>
+#include <iterator>
+
 #include "run/solution_files.h"
 
 namespace gnx {
+
+namespace {
+
+struct SystemStyle {
+  char letter;
+  const char* name;
+  const char* color;
+};
+
+constexpr SystemStyle kSystems[] = {{'G', "GPS", "#3b82f6"},      {'R', "GLONASS", "#ef4444"},
+                                    {'E', "Galileo", "#10a37f"},  {'C', "BeiDou", "#f59e0b"},
+                                    {'B', "BeiDou-2", "#c2780a"}, {'J', "QZSS", "#a855f7"},
+                                    {'S', "SBAS", "#888888"}};
+constexpr SystemStyle kOther = {' ', "other", "#888888"};
+
+const SystemStyle& styleOf(char system) {
+  const auto* found = std::ranges::find(kSystems, system, &SystemStyle::letter);
+  return found == std::end(kSystems) ? kOther : *found;
+}
+
+}  // namespace
 
 std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale) {
   std::vector<PlotPoint> points;
@@ -20,44 +43,8 @@ std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const
   return thinSeries(points, kSeriesPoints);
 }
 
-const char* systemColor(char system) {
-  switch (system) {
-    case 'G':
-      return "#3b82f6";
-    case 'R':
-      return "#ef4444";
-    case 'E':
-      return "#10a37f";
-    case 'C':
-      return "#f59e0b";
-    case 'B':
-      return "#c2780a";
-    case 'J':
-      return "#a855f7";
-    default:
-      return "#888888";
-  }
-}
+const char* systemColor(char system) { return styleOf(system).color; }
 
-const char* systemName(char system) {
-  switch (system) {
-    case 'G':
-      return "GPS";
-    case 'R':
-      return "GLONASS";
-    case 'E':
-      return "Galileo";
-    case 'C':
-      return "BeiDou";
-    case 'B':
-      return "BeiDou-2";
-    case 'J':
-      return "QZSS";
-    case 'S':
-      return "SBAS";
-    default:
-      return "other";
-  }
-}
+const char* systemName(char system) { return styleOf(system).name; }
 
 }  // namespace gnx

@@ -16,7 +16,6 @@ inline constexpr int kWidth = 900;
 inline constexpr int kSquare = 440;
 inline constexpr std::size_t kSeriesPoints = 1600;  ///< of a line
 inline constexpr std::size_t kCloudPoints = 2500;   ///< of a system in a cloud
-inline constexpr int kFixedStatus = 5;
 inline constexpr const char* kEast = "#2f7ed8";
 inline constexpr const char* kNorth = "#1aa260";
 inline constexpr const char* kUp = "#d9534f";

@@ -4,12 +4,12 @@
 
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 #include "formats/input_error.h"
+#include "formats/text_reader.h"
 #include "platform/child_process.h"
 
 namespace gnx {
@@ -35,16 +35,7 @@ fs::path makeDirectory() {
   return name;
 }
 
-std::string readText(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-std::string figureName(int number) {
-  std::ostringstream name;
-  name << 'f' << number << ".svg";
-  return name.str();
-}
+std::string figureName(int number) { return "f" + std::to_string(number) + ".svg"; }
 
 void replaceAll(std::string& text, std::string_view from, std::string_view to) {
   std::string result;
@@ -216,7 +207,7 @@ std::vector<std::string> Gnuplot::draw() {
   const ChildResult child = runChild(program_, {"script"}, directory_, ignore, ignore);
   if (child.exitStatus != 0) throw InputError(program_, 0, "could not draw the figures: " + child.errors);
   std::vector<std::string> svgs;
-  for (int i = 0; i < figures_; ++i) svgs.push_back(inlineSvg(readText(directory_ / figureName(i))));
+  for (int i = 0; i < figures_; ++i) svgs.push_back(inlineSvg(readTextFile(directory_ / figureName(i))));
   return svgs;
 }
 

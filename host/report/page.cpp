@@ -8,18 +8,10 @@
 
 #include "formats/printed.h"
 #include "report/template.h"
-#include "run/solution_files.h"
 
 namespace gnx {
 
 namespace {
-
-std::string duration(const std::optional<double>& seconds) {
-  if (!seconds) return "never";
-  if (*seconds < 120.0) return printed("%.0f s", *seconds);
-  if (*seconds < 7200.0) return printed("%.1f min", *seconds / 60.0);
-  return printed("%.2f h", *seconds / 3600.0);
-}
 
 /// Millimetres below a centimetre, metres from one metre on.
 std::string length(double metres) {

@@ -2,9 +2,7 @@
 
 #include "report/report.h"
 
-#include <fstream>
-
-#include "formats/input_error.h"
+#include "formats/text_reader.h"
 #include "report/analysis.h"
 #include "report/figures.h"
 #include "report/page.h"
@@ -12,31 +10,17 @@
 
 namespace gnx {
 
-namespace {
-
-void writeText(const std::filesystem::path& file, const std::string& text) {
-  std::ofstream out(file, std::ios::binary);
-  out << text;
-  if (!out.flush())
-    throw InputError(file.string(), 0, "cannot be written; check the directory and free space");
-}
-
-void writeFigures(const std::vector<Figure>& figures, const std::filesystem::path& folder) {
-  if (folder.empty()) return;
-  std::filesystem::create_directories(folder);
-  for (const Figure& figure : figures) writeText(folder / (figure.id + ".svg"), standaloneSvg(figure.svg));
-}
-
-}  // namespace
-
 std::filesystem::path writeReport(const std::filesystem::path& directory, const ReportOptions& options) {
   Gnuplot plot(options.gnuplot);  // before the work: without it there is no page
   const RunFiles run = readRunFiles(directory);
   const RunAnalysis analysis = analyseRun(run, options.reference);
   const std::vector<Figure> figures = drawFigures(run, analysis, plot);
   const std::filesystem::path file = options.file.empty() ? directory / "report.html" : options.file;
-  writeText(file, htmlPage(run, analysis, figures));
-  writeFigures(figures, options.figures);
+  writeTextFile(file, htmlPage(run, analysis, figures));
+  if (options.figures.empty()) return file;
+  std::filesystem::create_directories(options.figures);
+  for (const Figure& figure : figures)
+    writeTextFile(options.figures / (figure.id + ".svg"), standaloneSvg(figure.svg));
   return file;
 }
 

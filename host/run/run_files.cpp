@@ -2,15 +2,12 @@
 
 #include "run/run_files.h"
 
-#include <json/json.h>
-
-#include <algorithm>
-#include <fstream>
 #include <optional>
 
 #include "formats/csv_reader.h"
 #include "formats/input_error.h"
 #include "formats/json_file.h"
+#include "formats/text_reader.h"
 #include "run/diagnostics.h"
 
 namespace gnx {
@@ -18,11 +15,6 @@ namespace gnx {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string readText(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 void takeResidual(const DiagnosticsReader& line, RunFiles& run) {
   const auto elevation = line.real(7), azimuth = line.real(8), value = line.real(9), weight = line.real(11);
@@ -122,7 +114,7 @@ RunFiles readRunFiles(const fs::path& directory) {
   if (run.epochs.empty())
     throw InputError((directory / "solution.csv").string(), 0, "holds no epoch; nothing to report");
   run.account = readAccount(directory / "account.csv");
-  run.signals = readText(directory / "signals.txt");
+  run.signals = readTextFile(directory / "signals.txt");
   readSettings(run);
   readDiagnostics(run);
   return run;

@@ -11,6 +11,9 @@
 
 namespace gnx {
 
+/// Status of an epoch whose ambiguities are fixed.
+inline constexpr int kFixedStatus = 5;
+
 /// One epoch of a run.
 struct SolutionEpoch {
   GpsTime time;

@@ -16,7 +16,6 @@ namespace gnx {
 namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
-constexpr int kFixedStatus = 5;
 
 /// GPS minus UTC in whole seconds at a GPS time.
 int gpsMinusUtc(const GpsTime& t) { return leapSecondsAtUtc(t + -leapSecondsAtUtc(t)); }

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "formats/printed.h"
-#include "geometry/geodesy.h"
 #include "run/solution_files.h"
 
 namespace gnx {
@@ -19,16 +17,10 @@ constexpr double kHorizontalLimit = 0.10;  // m
 constexpr double kVerticalLimit = 0.20;    // m
 constexpr double kHour = 3600.0;
 constexpr double kDay = 24.0 * kHour;
-constexpr int kFixedStatus = 5;
 
-struct TimedError {
-  GpsTime time;
-  Vector3 enu{};
-};
-
-ErrorStatistics describeErrors(const std::vector<TimedError>& errors, const GpsTime& from) {
+ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const GpsTime& from) {
   std::array<std::vector<double>, 3> series;
-  for (const TimedError& error : errors)
+  for (const PositionError& error : errors)
     if (error.time - from >= 0.0)
       for (std::size_t i = 0; i < 3; ++i) series[i].push_back(error.enu[i]);
   ErrorStatistics s;
@@ -41,7 +33,7 @@ ErrorStatistics describeErrors(const std::vector<TimedError>& errors, const GpsT
 }
 
 /// Seconds from the first error to the first one after which all stay within the limit.
-std::optional<double> convergence(const std::vector<TimedError>& errors, double limit,
+std::optional<double> convergence(const std::vector<PositionError>& errors, double limit,
                                   double (*magnitude)(const Vector3&)) {
   std::size_t start = errors.size();
   while (start > 0 && magnitude(errors[start - 1].enu) <= limit) --start;
@@ -106,14 +98,7 @@ Vector3 meanPosition(const std::vector<SolutionEpoch>& epochs, const GpsTime& fr
 
 void describeAccuracy(const std::vector<SolutionEpoch>& epochs, const ReferencePath& reference,
                       RunSummary& s) {
-  std::vector<TimedError> errors;
-  for (const SolutionEpoch& epoch : epochs) {
-    if (!isSolved(epoch)) continue;
-    const auto truth = reference(epoch.time);
-    if (!truth) continue;
-    const Vector3 d{epoch.xyz[0] - (*truth)[0], epoch.xyz[1] - (*truth)[1], epoch.xyz[2] - (*truth)[2]};
-    errors.push_back({epoch.time, toEastNorthUp(d, toGeodetic(*truth))});
-  }
+  const std::vector<PositionError> errors = positionErrors(epochs, reference);
   if (errors.empty()) return;
   s.whole = describeErrors(errors, errors.front().time);
   const GpsTime hour = errors.front().time + kHour;
@@ -127,15 +112,6 @@ void describeAccuracy(const std::vector<SolutionEpoch>& epochs, const ReferenceP
       convergence(errors, kHorizontalLimit, [](const Vector3& e) { return std::hypot(e[0], e[1]); });
   s.verticalConvergence =
       convergence(errors, kVerticalLimit, [](const Vector3& e) { return std::abs(e[2]); });
-}
-
-std::string duration(const std::optional<double>& seconds) {
-  if (!seconds) return "never";
-  std::array<char, 64> buffer{};
-  if (*seconds < 120.0) std::snprintf(buffer.data(), buffer.size(), "%.0f s", *seconds);
-  else if (*seconds < 2.0 * kHour) std::snprintf(buffer.data(), buffer.size(), "%.1f min", *seconds / 60.0);
-  else std::snprintf(buffer.data(), buffer.size(), "%.2f h", *seconds / kHour);
-  return buffer.data();
 }
 
 void appendErrors(std::string& text, const std::string& title, const ErrorStatistics& e) {
@@ -179,6 +155,19 @@ double quantile(std::vector<double> values, double p) {
   return values[below] + (place - static_cast<double>(below)) * (values[above] - values[below]);
 }
 
+std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
+                                          const ReferencePath& reference) {
+  std::vector<PositionError> errors;
+  for (const SolutionEpoch& epoch : epochs) {
+    if (!isSolved(epoch)) continue;
+    const auto truth = reference(epoch.time);
+    if (!truth) continue;
+    const Vector3 d{epoch.xyz[0] - (*truth)[0], epoch.xyz[1] - (*truth)[1], epoch.xyz[2] - (*truth)[2]};
+    errors.push_back({epoch.time, toEastNorthUp(d, toGeodetic(*truth)), epoch.status == kFixedStatus});
+  }
+  return errors;
+}
+
 RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs, const ReferencePath& reference) {
   RunSummary s;
   if (epochs.empty()) return s;
@@ -206,6 +195,13 @@ Vector3 meanOfTail(const std::vector<SolutionEpoch>& epochs) {
   s.begin = epochs.front().time;
   s.end = epochs.back().time;
   return meanPosition(epochs, tailStart(s));
+}
+
+std::string duration(const std::optional<double>& seconds) {
+  if (!seconds) return "never";
+  if (*seconds < 120.0) return printed("%.0f s", *seconds);
+  if (*seconds < 2.0 * kHour) return printed("%.1f min", *seconds / 60.0);
+  return printed("%.2f h", *seconds / kHour);
 }
 
 std::string formatSummary(const RunSummary& s) {

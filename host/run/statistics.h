@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "geometry/geodesy.h"
 #include "run/solution.h"
 
 namespace gnx {
@@ -57,8 +58,19 @@ struct RunSummary {
   double firstMilliseconds = 0.0, medianMilliseconds = 0.0, p99Milliseconds = 0.0, maxMilliseconds = 0.0;
 };
 
+/// Position minus reference, m.
+struct PositionError {
+  GpsTime time;
+  Vector3 enu{};
+  bool fixed = false;
+};
+
 /// Reference of a moving receiver: its position at a time, nothing outside the known stretch.
 using ReferencePath = std::function<std::optional<std::array<double, 3>>(const GpsTime&)>;
+
+/// Errors of the solved epochs against a reference.
+std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epochs,
+                                          const ReferencePath& reference);
 
 RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs,
                         const std::optional<std::array<double, 3>>& reference = std::nullopt);
@@ -66,6 +78,9 @@ RunSummary summariseRun(const std::vector<SolutionEpoch>& epochs, const Referenc
 
 /// The place that stands in for a missing reference: the mean position of the last part of the run.
 std::array<double, 3> meanOfTail(const std::vector<SolutionEpoch>& epochs);
+
+/// "90 s", "12.5 min", "3.00 h"; "never" for nothing.
+std::string duration(const std::optional<double>& seconds);
 
 /// The summary as aligned text for a terminal, lines ended.
 std::string formatSummary(const RunSummary& summary);
