@@ -73,23 +73,19 @@ EphemerisTimeline::EphemerisTimeline(NavData messages, const GpsTime& start, con
 
   for (const Delivery& d : all) {
     const GpsTime moment = std::max(d.time, start);
-    if (start - d.time > m_options.history_s) {
-      ++m_leftOut;
-    } else if (d.eph != nullptr) {
-      deliver(d.time, *d.eph, moment);
-    } else if (std::fabs(d.glonass->toe - moment) <= kClockWindow) {
-      m_deliveries.push_back(d);
-    } else {
-      ++m_leftOut;
-    }
+    if (start - d.time > m_options.history_s) continue;
+    if (d.eph != nullptr) deliver(d.time, *d.eph, moment);
+    else if (std::fabs(d.glonass->toe - moment) <= kClockWindow) m_deliveries.push_back(d);
   }
 }
 
 void EphemerisTimeline::deliver(const GpsTime& time, const BroadcastEph& eph, const GpsTime& moment) {
   std::vector<Held>& history = m_held[eph.sat];
   Held now = history.empty() ? Held{} : history.back();
-  bool taken = acceptable(eph, moment);
-  if (taken && now.newest != nullptr) {
+  if (!acceptable(eph, moment)) return;
+  if (now.newest == nullptr) {
+    now.newest = &eph;
+  } else {
     const double afterNewest = eph.toc - now.newest->toc;
     const double afterOlder = now.older != nullptr ? eph.toc - now.older->toc : kSameTime * 2.0;
     if (afterNewest > kSameTime) {
@@ -98,14 +94,8 @@ void EphemerisTimeline::deliver(const GpsTime& time, const BroadcastEph& eph, co
     } else if (afterNewest < -kSameTime && afterOlder > kSameTime) {
       now.older = &eph;
     } else {
-      taken = false;
+      return;
     }
-  } else if (taken) {
-    now.newest = &eph;
-  }
-  if (!taken) {
-    ++m_leftOut;
-    return;
   }
   now.since = time;
   history.push_back(now);

@@ -53,8 +53,6 @@ class EphemerisTimeline {
   /// First epoch of the run.
   const GpsTime& start() const { return m_start; }
   const std::vector<Delivery>& deliveries() const { return m_deliveries; }
-  /// Messages that the engine would refuse, and those from before the history.
-  std::size_t leftOut() const { return m_leftOut; }
 
   /// The message to which corrections for time t should refer; null when there is none. Where two
   /// messages share an issue of data it is the one that the engine takes, at t and for hold_s after it.
@@ -88,7 +86,6 @@ class EphemerisTimeline {
   std::vector<Delivery> m_deliveries;
   std::map<SatName, std::vector<Held>> m_held;
   std::map<SatName, std::vector<const BroadcastEph*>> m_all;  ///< in the order of the files
-  std::size_t m_leftOut = 0;
 };
 
 }  // namespace gnx

@@ -58,14 +58,9 @@ struct SsrTextOptions {
 std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& options,
                                                     const EphemerisTimeline* timeline = nullptr);
 
-/// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite.
-struct ZeroOptions {
-  std::optional<GpsTime> from,
-      until;                 ///< none: from the timeline's start to four hours after its last message
-  double interval_s = 30.0;  ///< above 0, below the engine's limit of 120
-};
-std::unique_ptr<CorrectionSource> makeZeroSource(const EphemerisTimeline& timeline,
-                                                 const ZeroOptions& options = {});
+/// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite, every 30 s from the
+/// timeline's start to four hours after its last message.
+std::unique_ptr<CorrectionSource> makeZeroSource(const EphemerisTimeline& timeline);
 
 /// Signals with a code bias anywhere in bias or SSR text files, by system letter ("1C", "2W").
 std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,

@@ -34,8 +34,6 @@ class RinexObsReader {
   const ObsHeader& header() const { return m_header; }
   /// The next epoch; storage of `epoch` is reused. False at the end of the file.
   bool next(ObsEpoch& epoch);
-  /// Line number read last, for messages.
-  long line() const { return m_reader.line(); }
 
  private:
   /// One observation column of a system.

@@ -32,7 +32,6 @@ class SsrTextReader {
   bool next(SsrBlock& block);
   /// Number in the file, from 1, of the block delivered last; unknown kinds count.
   long blockNumber() const { return m_number; }
-  const std::string& path() const { return m_reader.path(); }
 
  private:
   struct Head {

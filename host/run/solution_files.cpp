@@ -20,16 +20,11 @@ constexpr double kDegrees = 180.0 / std::numbers::pi;
 /// GPS minus UTC in whole seconds at a GPS time.
 int gpsMinusUtc(const GpsTime& t) { return leapSecondsAtUtc(t + -leapSecondsAtUtc(t)); }
 
-std::string posLine(const SolutionEpoch& epoch, bool geodetic) {
+std::string posLine(const SolutionEpoch& epoch) {
   const Calendar c = toCalendar(epoch.time + 0.0005);  // so that cutting the milliseconds rounds
   std::string line = printed("%04d/%02d/%02d %02d:%02d:%06.3f", c.year, c.month, c.day, c.hour, c.minute,
                              std::floor(c.second * 1000.0) / 1000.0);
-  if (geodetic) {
-    const Geodetic g = toGeodetic(epoch.xyz);
-    line += printed("%15.9f%15.9f%11.4f", g.latitude * kDegrees, g.longitude * kDegrees, g.height);
-  } else {
-    line += printed("%15.4f%15.4f%15.4f", epoch.xyz[0], epoch.xyz[1], epoch.xyz[2]);
-  }
+  line += printed("%15.4f%15.4f%15.4f", epoch.xyz[0], epoch.xyz[1], epoch.xyz[2]);
   const int quality = epoch.status == kFixedStatus ? 1 : epoch.status == 1 ? 5 : 2;
   return line + printed("%4d%4d%9.4f%9.4f%9.4f%9.4f%9.4f%9.4f%7.2f%7.1f\n", quality, satelliteCount(epoch),
                         0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, epoch.ratio);
@@ -93,26 +88,17 @@ std::string solutionHeader(SolutionFormat format, const std::vector<std::string>
            "sat_E,sat_C,sat_B,sat_J,pdop,sigma0,fixed,ratio,milliseconds\n";
   std::string text;
   for (const std::string& comment : comments) text += "% " + comment + "\n";
-  text += "%\n";
-  if (format == SolutionFormat::posXyz) {
-    text += "% (x/y/z-ecef=WGS84,Q=1:fix,2:float,5:single,ns=# of satellites)\n";
-    text +=
-        "%  GPST                      x-ecef(m)      y-ecef(m)      z-ecef(m)   Q  ns   sdx(m)   sdy(m)"
-        "   sdz(m)  sdxy(m)  sdyz(m)  sdzx(m) age(s)  ratio\n";
-  } else {
-    text += "% (lat/lon/height=WGS84/ellipsoidal,Q=1:fix,2:float,5:single,ns=# of satellites)\n";
-    text +=
-        "%  GPST                  latitude(deg) longitude(deg)  height(m)   Q  ns   sdn(m)   sde(m)   sdu(m)"
-        "  sdne(m)  sdeu(m)  sdun(m) age(s)  ratio\n";
-  }
-  return text;
+  return text +
+         "%\n"
+         "% (x/y/z-ecef=WGS84,Q=1:fix,2:float,5:single,ns=# of satellites)\n"
+         "%  GPST                      x-ecef(m)      y-ecef(m)      z-ecef(m)   Q  ns   sdx(m)   sdy(m)"
+         "   sdz(m)  sdxy(m)  sdyz(m)  sdzx(m) age(s)  ratio\n";
 }
 
 std::string solutionText(SolutionFormat format, const SolutionEpoch& epoch) {
   if (format == SolutionFormat::csv) return csvLine(epoch);
   if (!isSolved(epoch)) return "";
-  if (format == SolutionFormat::nmea) return ggaLine(epoch);
-  return posLine(epoch, format == SolutionFormat::posGeodetic);
+  return format == SolutionFormat::nmea ? ggaLine(epoch) : posLine(epoch);
 }
 
 SolutionFile::SolutionFile(const std::filesystem::path& path, SolutionFormat format,

@@ -3,8 +3,8 @@
 /// Solutions as text: the common .pos layout, CSV for machines, NMEA GGA sentences.
 ///
 /// Times in .pos and CSV are GPS time, in NMEA they are UTC. Coordinates are WGS 84 / ITRF,
-/// earth-fixed metres or geodetic degrees and ellipsoidal metres. The engine does not publish formal
-/// deviations: the columns sdx, sdy, sdz, sdxy, sdyz, sdzx of a .pos file are zero.
+/// earth-fixed metres, in CSV and NMEA also geodetic degrees and ellipsoidal metres. The engine does not
+/// publish formal deviations: the columns sdx, sdy, sdz, sdxy, sdyz, sdzx of a .pos file are zero.
 
 #include <filesystem>
 #include <fstream>
@@ -16,10 +16,9 @@
 namespace gnx {
 
 enum class SolutionFormat {
-  posXyz,       ///< .pos, earth-fixed coordinates
-  posGeodetic,  ///< .pos, latitude, longitude, height
-  csv,          ///< every field of SolutionEpoch, with a line of column names
-  nmea,         ///< $GPGGA, CR LF
+  posXyz,  ///< .pos, earth-fixed coordinates
+  csv,     ///< every field of SolutionEpoch, with a line of column names
+  nmea,    ///< $GPGGA, CR LF
 };
 
 /// Satellites of an epoch, all systems.

@@ -206,7 +206,7 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
 
   const double toAntenna = dot(offsetOf(source, channel.signal, g.axes), g.lineOfSight);
   const double common = truth.range + truth.shapiro + epoch.clock * kSpeedOfLight - truth.clock -
-                        truth.relativity + m_systemBias.at(system) + truth.troposphere - toAntenna;
+                        truth.relativity + interSystemBias(system) + truth.troposphere - toAntenna;
   const double ionosphere = truth.slantContent * Ionosphere::delayPerTecu(channel.frequency);
   const double ambiguity =
       channel.ambiguity + std::round(m_faults.slippedCycles(truth.sat, channel.signal, seconds));
