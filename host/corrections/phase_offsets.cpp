@@ -3,13 +3,12 @@
 #include "corrections/phase_offsets.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <vector>
 
 #include "formats/csv_reader.h"
 #include "formats/fields.h"
+#include "formats/printed.h"
 #include "formats/text_reader.h"
 
 namespace gnx {
@@ -45,10 +44,7 @@ PhaseOffsets readPhaseOffsets(const std::filesystem::path& file) {
 std::string phaseOffsetsText(const PhaseOffsets& offsets) {
   std::string text = std::string(kHeader) + ",rms_cycles,arcs\n";
   for (const auto& [sat, offset] : offsets) {
-    std::array<char, 64> row{};
-    std::snprintf(row.data(), row.size(), "%s,%.3f,%.3f,%d\n", sat.c_str(), offset.cycles, offset.rms,
-                  offset.arcs);
-    text += row.data();
+    text += printed("%s,%.3f,%.3f,%d\n", sat.c_str(), offset.cycles, offset.rms, offset.arcs);
   }
   return text;
 }

@@ -5,6 +5,7 @@
 
 #include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
+#include "formats/csv_reader.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"
 #include "formats/sinex_bias.h"
@@ -51,12 +52,9 @@ class Availability {
   static double wrapped(double seconds) { return seconds - 604800.0 * std::round(seconds / 604800.0); }
 
   void readRow(const TextReader& reader, std::string_view line) {
-    std::array<std::string_view, 4> cell;
-    for (std::size_t i = 0; i < cell.size(); ++i) {
-      const std::size_t comma = std::min(line.find(','), line.size());
-      cell[i] = line.substr(0, comma);
-      line.remove_prefix(std::min(comma + 1, line.size()));
-    }
+    std::vector<std::string_view> cell;
+    splitCells(line, cell);
+    cell.resize(std::max<std::size_t>(cell.size(), 4));
     const auto number = parseInt(cell[0]);
     const auto epoch = parseReal(cell[2]), received = parseReal(cell[3]);
     if (!number || !epoch || !received || std::fabs(*epoch) > 1e6 || std::fabs(*received) > 1e6 ||

@@ -9,26 +9,18 @@
 #include <ostream>
 #include <sstream>
 
+#include "corrections/signals.h"
 #include "formats/fields.h"
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "formats/text_reader.h"
 
 namespace gnx {
 
 namespace {
 
-std::string trimmed(std::string_view text) {
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-  return std::string(text);
-}
-
-std::string_view field(std::string_view line, std::size_t first, std::size_t width) {
-  return first < line.size() ? line.substr(first, width) : std::string_view();
-}
-
 bool labelled(std::string_view line, std::string_view label) {
-  return field(line, 60, label.size()) == label;
+  return column(line, 60, label.size()) == label;
 }
 
 /// A data line with its label in column 60.
@@ -39,27 +31,16 @@ std::string labelLine(std::string data, const std::string& label) {
 
 TableTime validity(std::string_view line) {
   TableTime t{};
-  std::istringstream in{std::string(field(line, 0, 60))};
+  std::istringstream in{std::string(column(line, 0, 60))};
   double second = 0.0;
   in >> t[0] >> t[1] >> t[2] >> t[3] >> t[4] >> second;
   t[5] = static_cast<int>(std::clamp(second, 0.0, 60.0));
   return t;
 }
 
-/// Carrier frequencies by the codes of antenna files, Hz.
+/// Carrier frequency of a code of antenna files such as "G01", Hz; 0 for an unknown one.
 double carrierOf(const std::string& code) {
-  static constexpr struct {
-    const char* code;
-    double hz;
-  } kCarriers[] = {{"G01", 1.57542e9}, {"G02", 1.2276e9},   {"G05", 1.17645e9}, {"R01", 1.602e9},
-                   {"R02", 1.246e9},   {"E01", 1.57542e9},  {"E05", 1.17645e9}, {"E06", 1.27875e9},
-                   {"E07", 1.20714e9}, {"E08", 1.191795e9}, {"C01", 1.57542e9}, {"C02", 1.561098e9},
-                   {"C05", 1.17645e9}, {"C06", 1.26852e9},  {"C07", 1.20714e9}, {"C08", 1.191795e9},
-                   {"J01", 1.57542e9}, {"J02", 1.2276e9},   {"J05", 1.17645e9}, {"J06", 1.27875e9}};
-  for (const auto& c : kCarriers) {
-    if (code == c.code) return c.hz;
-  }
-  return 0.0;
+  return code.size() == 3 && code[1] == '0' ? carrierFrequency(code[0], code[2]).value_or(0.0) : 0.0;
 }
 
 /// One block, from behind START OF ANTENNA.
@@ -80,7 +61,7 @@ AntexBlock readBlock(TextReader& in) {
       continue;
     } else if (labelled(line, "START OF FREQUENCY")) {
       frequency = &block.frequencies.emplace_back();
-      frequency->code = trimmed(field(line, 3, 3));
+      frequency->code = trim(column(line, 3, 3));
     } else if (labelled(line, "END OF FREQUENCY")) {
       frequency = nullptr;
     } else if (frequency != nullptr) {
@@ -88,11 +69,11 @@ AntexBlock readBlock(TextReader& in) {
       (kept ? frequency->lines : frequency->azimuthRows).emplace_back(line);
     } else {
       if (labelled(line, "TYPE / SERIAL NO")) {
-        block.type = field(line, 0, 20);
+        block.type = column(line, 0, 20);
         block.type.resize(20, ' ');
-        block.serial = trimmed(field(line, 20, 20));
-        block.svn = trimmed(field(line, 40, 10));
-        block.launch = trimmed(field(line, 50, 10));
+        block.serial = trim(column(line, 20, 20));
+        block.svn = trim(column(line, 40, 10));
+        block.launch = trim(column(line, 50, 10));
       } else if (labelled(line, "VALID FROM")) {
         block.from = validity(line);
       } else if (labelled(line, "VALID UNTIL")) {
@@ -181,7 +162,7 @@ std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<A
     for (const AntexFrequency& frequency : block.frequencies)
       for (const std::string& line : frequency.lines) {
         if (!labelled(line, "NORTH / EAST / UP") || frequency.code.size() != 3) continue;
-        const auto z = parseReal(field(line, 20, 10));
+        const auto z = parseReal(column(line, 20, 10));
         if (z && frequency.code[0] == block.serial[0]) heights[block.serial][frequency.code[2]] = *z * 1e-3;
       }
   }
@@ -192,7 +173,7 @@ SatelliteRecord satelliteOf(const AntexBlock& block) {
   SatelliteRecord r;
   r.name = block.serial;
   r.vehicle = block.svn.size() == 4 ? block.svn.substr(1) : "000";
-  r.block = trimmed(block.type);
+  r.block = trim(block.type);
   if (r.block.starts_with("GLONASS-K")) r.block = "GLONASS-K";  // the attitude table has one entry for both
   r.launch = block.launch.size() == 9 ? block.launch : "1900-000A";
   r.from = block.from;
@@ -216,15 +197,11 @@ AntexBlock nominalBlock(const SatelliteRecord& satellite, std::string_view offse
     double x = 0.0, y = 0.0, z = 0.0;
     if (std::sscanf(line.c_str() + satellite.block.size() + 1, "%3[^,],%lf,%lf,%lf", code, &x, &y, &z) != 4)
       continue;
-    char offsets[64];
-    std::snprintf(offsets, sizeof offsets, "%10.2f%10.2f%10.2f", x, y, z);
-    block.frequencies.push_back({code, {labelLine(offsets, "NORTH / EAST / UP")}, {}});
+    block.frequencies.push_back(
+        {code, {labelLine(printed("%10.2f%10.2f%10.2f", x, y, z), "NORTH / EAST / UP")}, {}});
   }
   const auto time = [](const TableTime& t) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%6d%6d%6d%6d%6d%13.7f", t[0], t[1], t[2], t[3], t[4],
-                  static_cast<double>(t[5]));
-    return std::string(text);
+    return printed("%6d%6d%6d%6d%6d%13.7f", t[0], t[1], t[2], t[3], t[4], static_cast<double>(t[5]));
   };
   std::string title = block.type + block.serial;
   title.resize(40, ' ');

@@ -7,13 +7,12 @@
 #include <map>
 #include <sstream>
 
+#include "corrections/signals.h"
 #include "formats/input_error.h"
 
 namespace gnx {
 
 namespace {
-
-constexpr double kL1 = 1.57542e9, kL2 = 1.2276e9, kL5 = 1.17645e9;
 
 struct SystemEntry {
   char letter;
@@ -23,46 +22,29 @@ struct SystemEntry {
   std::vector<std::string> defaults;
 };
 
+/// A system of files of observations and antennas with its words and bands.
+std::vector<Carrier> carriersOf(char system, const std::vector<std::pair<const char*, char>>& bands) {
+  std::vector<Carrier> carriers;
+  for (const auto& [word, band] : bands)
+    carriers.push_back({word, {'L', band}, {system, '0', band}, carrierFrequency(system, band).value()});
+  return carriers;
+}
+
 const std::vector<SystemEntry>& systemTable() {
+  static const std::vector<std::pair<const char*, char>> kBeiDou2 = {{"B1", '2'}, {"B3", '6'}, {"B2b", '7'}};
+  static const std::vector<std::pair<const char*, char>> kBeiDou3 = {{"B1c", '1'}, {"B1", '2'},  {"B2a", '5'},
+                                                                     {"B3", '6'},  {"B2b", '7'}, {"B2", '8'}};
+  static const std::vector<std::pair<const char*, char>> kGalileo = {
+      {"E1", '1'}, {"E5a", '5'}, {"E6", '6'}, {"E5b", '7'}, {"E5", '8'}};
+  static const std::vector<std::pair<const char*, char>> kQzss = {
+      {"L1", '1'}, {"L2", '2'}, {"L5", '5'}, {"LEX", '6'}};
   static const std::vector<SystemEntry> table{
-      {'G',
-       "GPS",
-       "GPS",
-       {{"L1", "L1", "G01", kL1}, {"L2", "L2", "G02", kL2}, {"L5", "L5", "G05", kL5}},
-       {"L1", "L2"}},
-      {'E',
-       "GAL",
-       "Galileo",
-       {{"E1", "L1", "E01", kL1},
-        {"E5a", "L5", "E05", kL5},
-        {"E6", "L6", "E06", 1.27875e9},
-        {"E5b", "L7", "E07", 1.20714e9},
-        {"E5", "L8", "E08", 1.191795e9}},
-       {"E1", "E5a"}},
-      {'C',
-       "BD3",
-       "BeiDou-3",
-       {{"B1c", "L1", "C01", kL1},
-        {"B1", "L2", "C02", 1.561098e9},
-        {"B2a", "L5", "C05", kL5},
-        {"B3", "L6", "C06", 1.26852e9},
-        {"B2b", "L7", "C07", 1.20714e9},
-        {"B2", "L8", "C08", 1.191795e9}},
-       {"B1", "B3"}},
-      {'B',
-       "BD2",
-       "BeiDou-2",
-       {{"B1", "L2", "C02", 1.561098e9}, {"B3", "L6", "C06", 1.26852e9}, {"B2b", "L7", "C07", 1.20714e9}},
-       {"B1", "B3"}},
-      {'J',
-       "QZS",
-       "QZSS",
-       {{"L1", "L1", "J01", kL1},
-        {"L2", "L2", "J02", kL2},
-        {"L5", "L5", "J05", kL5},
-        {"LEX", "L6", "J06", 1.27875e9}},
-       {"L1", "L2"}},
-      {'R', "GLS", "GLONASS", {{"G1", "L1", "R01", 1.602e9}, {"G2", "L2", "R02", 1.246e9}}, {"G1", "G2"}}};
+      {'G', "GPS", "GPS", carriersOf('G', {{"L1", '1'}, {"L2", '2'}, {"L5", '5'}}), {"L1", "L2"}},
+      {'E', "GAL", "Galileo", carriersOf('E', kGalileo), {"E1", "E5a"}},
+      {'C', "BD3", "BeiDou-3", carriersOf('C', kBeiDou3), {"B1", "B3"}},
+      {'B', "BD2", "BeiDou-2", carriersOf('C', kBeiDou2), {"B1", "B3"}},
+      {'J', "QZS", "QZSS", carriersOf('J', kQzss), {"L1", "L2"}},
+      {'R', "GLS", "GLONASS", carriersOf('R', {{"G1", '1'}, {"G2", '2'}}), {"G1", "G2"}}};
   return table;
 }
 
@@ -91,15 +73,13 @@ std::string carrierWords(const SystemEntry& s) {
 
 /// The system's own word, or the engine's name of it.
 const Carrier& carrierOf(const SystemEntry& s, const std::string& word) {
-  for (const Carrier& c : s.carriers) {
-    if (c.word == word) return c;
-  }
+  if (const auto own = std::ranges::find(s.carriers, word, &Carrier::word); own != s.carriers.end())
+    return *own;
   if (s.letter == 'B' && word == "B2") {
     throw UsageError("BeiDou-2 sends B2I on the frequency that is written B2b here: write B2b instead of B2");
   }
-  for (const Carrier& c : s.carriers) {
-    if (c.name == word) return c;
-  }
+  if (const auto same = std::ranges::find(s.carriers, word, &Carrier::name); same != s.carriers.end())
+    return *same;
   throw UsageError("frequency " + word + " does not belong to " + s.title + ", which has " + carrierWords(s));
 }
 

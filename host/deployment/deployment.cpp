@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <ostream>
@@ -18,6 +17,7 @@
 #include "deployment/satellite_table.h"
 #include "deployment/troposphere_grid.h"
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "formats/text_reader.h"
 #include "platform/embedded_files.h"
 
@@ -85,11 +85,7 @@ TableTime dateOf(const DeploymentOptions& options) {
   return tableTime({static_cast<std::int64_t>(std::time(nullptr)) + kGpsMinusUtc, 0.0});
 }
 
-std::string dateText(const TableTime& t) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d", t[0], t[1], t[2]);
-  return text;
-}
+std::string dateText(const TableTime& t) { return printed("%04d-%02d-%02d", t[0], t[1], t[2]); }
 
 // ---- satellites and antennas ----
 
@@ -299,10 +295,8 @@ void placeOceanLoading(const fs::path& dir, const DeploymentOptions& options, st
 /// The Melbourne-Wuebbena combination of a pair as the smoother reads it: phases by +1 and -1 times
 /// their frequency, codes by f/(fa + fb).
 std::string wideLaneCombination(const SystemChoice& s, const Carrier& a, const Carrier& b) {
-  char text[160];
-  std::snprintf(text, sizeof text, "%s:L%s:1_L%s:-1_P%s:%.10f_P%s:%.10f", s.listWord.c_str(), a.name.c_str(),
-                b.name.c_str(), a.name.c_str(), a.hz / (a.hz + b.hz), b.name.c_str(), b.hz / (a.hz + b.hz));
-  return text;
+  return printed("%s:L%s:1_L%s:-1_P%s:%.10f_P%s:%.10f", s.listWord.c_str(), a.name.c_str(), b.name.c_str(),
+                 a.name.c_str(), a.hz / (a.hz + b.hz), b.name.c_str(), b.hz / (a.hz + b.hz));
 }
 
 struct Pair {
@@ -354,15 +348,11 @@ std::map<std::string, std::string> ambiguityValues(const std::vector<SystemChoic
 /// Factors on the engine's code sigma.
 std::string noiseFactors(const std::vector<SystemChoice>& systems, double sigma_m) {
   constexpr double kEngineSigma_m = 0.3;
-  char factor[32];
-  std::snprintf(factor, sizeof factor, "%.3g", sigma_m / kEngineSigma_m);
+  const std::string factor = printed("%.3g", sigma_m / kEngineSigma_m);
   std::string text;
   for (const SystemChoice& s : systems) {
     text += (text.empty() ? "" : " ") + s.listWord + ":";
-    for (std::size_t i = 0; i < s.used.size(); ++i) {
-      if (i > 0) text += '_';
-      text += factor;
-    }
+    for (std::size_t i = 0; i < s.used.size(); ++i) text += (i > 0 ? "_" : "") + factor;
   }
   return text;
 }
@@ -370,15 +360,12 @@ std::string noiseFactors(const std::vector<SystemChoice>& systems, double sigma_
 std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& systems,
                                               const DeploymentOptions& o) {
   const TableTime date = dateOf(o);
-  char time[64], interval[32];
-  std::snprintf(time, sizeof time, "%04d %02d %02d 00 00 00.0 86400.0", date[0], date[1], date[2]);
-  std::snprintf(interval, sizeof interval, "%.6g", o.run.interval_s);
   const bool moving = o.run.mode != "static";
   const bool raw = o.combination == "RAW";
   const bool triple = std::ranges::any_of(systems, [](const SystemChoice& s) { return s.used.size() > 2; });
   return {
-      {"TIME", time},
-      {"INTERVAL", interval},
+      {"TIME", printed("%04d %02d %02d 00 00 00.0 86400.0", date[0], date[1], date[2])},
+      {"INTERVAL", printed("%.6g", o.run.interval_s)},
       {"OBSUSED", "CODE+PHASE"},
       {"NOISECOEF", moving ? "2000.0 1000.0" : "2000.0 0.001"},
       {"NOISECOEF_NOTE",

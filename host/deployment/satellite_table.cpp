@@ -3,8 +3,9 @@
 #include "deployment/satellite_table.h"
 
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
+
+#include "formats/printed.h"
 
 namespace gnx {
 
@@ -29,9 +30,7 @@ TableTime timeColumns(std::string_view line, std::size_t first) {
 }
 
 std::string timeText(const TableTime& t) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d %02d %02d %02d %02d %02d", t[0], t[1], t[2], t[3], t[4], t[5]);
-  return text;
+  return printed("%04d %02d %02d %02d %02d %02d", t[0], t[1], t[2], t[3], t[4], t[5]);
 }
 
 bool nextLine(std::string_view& text, std::string_view& line) {
@@ -97,11 +96,9 @@ std::string formatSatelliteTable(const std::vector<SatelliteRecord>& rows) {
   for (const SatelliteRecord& r : rows) {
     std::string block = r.block;
     if (const auto blank = block.find(' '); blank != std::string::npos) block[blank] = '~';
-    char line[160];
-    std::snprintf(line, sizeof line, "%-3.3s  %-3.3s  %-20.20s  %-9.9s  %s  %s  %6.1f  %4d\n", r.name.c_str(),
-                  r.vehicle.c_str(), block.c_str(), r.launch.c_str(), timeText(r.from).c_str(),
-                  timeText(r.until).c_str(), r.mass_kg, 0);
-    text += line;
+    text += printed("%-3.3s  %-3.3s  %-20.20s  %-9.9s  %s  %s  %6.1f  %4d\n", r.name.c_str(),
+                    r.vehicle.c_str(), block.c_str(), r.launch.c_str(), timeText(r.from).c_str(),
+                    timeText(r.until).c_str(), r.mass_kg, 0);
   }
   text += "-SATELLITES\n\n+SATELLITES PART 2\nLaser reflector offsets: none.\n\n\n\n\n-SATELLITES\n";
   return text;

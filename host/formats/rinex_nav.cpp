@@ -160,12 +160,10 @@ GpsTime nearestWeek(const GpsTime& reference, double second) {
   return fromWeek(week, second);
 }
 
-/// User range accuracy index of an accuracy in metres (IS-GPS-200, 20.3.3.3.1.3).
+/// User range accuracy index of an accuracy in metres.
 int accuracyIndex(double metres) {
-  constexpr std::array<double, 15> kLimit = {2.4,  3.4,   4.85,  6.85,  9.65,   13.65,  24.0,  48.0,
-                                             96.0, 192.0, 384.0, 768.0, 1536.0, 3072.0, 6144.0};
-  for (std::size_t i = 0; i < kLimit.size(); ++i) {
-    if (metres >= 0.0 && metres <= kLimit[i]) return static_cast<int>(i);
+  for (std::size_t i = 0; i < kAccuracyLimits_m.size(); ++i) {
+    if (metres >= 0.0 && metres <= kAccuracyLimits_m[i]) return static_cast<int>(i);
   }
   return 15;
 }

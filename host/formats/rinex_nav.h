@@ -5,12 +5,17 @@
 /// Reference: RINEX, The Receiver Independent Exchange Format, version 3.05 and 4.02 (IGS/RTCM),
 /// sections on navigation message files.
 
+#include <array>
 #include <string>
 #include <vector>
 
 #include "formats/records.h"
 
 namespace gnx {
+
+/// Upper bounds of the ranges of the user range accuracy indices, m (IS-GPS-200, 20.3.3.3.1.3).
+inline constexpr std::array<double, 15> kAccuracyLimits_m = {
+    2.4, 3.4, 4.85, 6.85, 9.65, 13.65, 24.0, 48.0, 96.0, 192.0, 384.0, 768.0, 1536.0, 3072.0, 6144.0};
 
 /// Messages in the order of the files.
 struct NavData {

@@ -2,12 +2,12 @@
 
 #include "formats/rinex_writer.h"
 
-#include <array>
 #include <cmath>
 
 #include "formats/input_error.h"
 #include "formats/leap_seconds.h"
 #include "formats/printed.h"
+#include "formats/rinex_nav.h"
 
 namespace gnx {
 
@@ -95,11 +95,8 @@ std::string fourNumbers(double a, double b, double c, double d) {
   return printed("    %19.12e%19.12e%19.12e%19.12e\n", a, b, c, d);
 }
 
-/// Upper bound of the range of a user accuracy index (IS-GPS-200, 20.3.3.3.1.3), m.
 double accuracyMetres(int index) {
-  constexpr std::array<double, 15> kLimit = {2.4,  3.4,   4.85,  6.85,  9.65,   13.65,  24.0,  48.0,
-                                             96.0, 192.0, 384.0, 768.0, 1536.0, 3072.0, 6144.0};
-  return index >= 0 && index < 15 ? kLimit[static_cast<std::size_t>(index)] : 8192.0;
+  return index >= 0 && index < 15 ? kAccuracyLimits_m[static_cast<std::size_t>(index)] : 8192.0;
 }
 
 std::string navigationRecord(const BroadcastEph& e) {

@@ -2,7 +2,6 @@
 
 #include "formats/ssr_text.h"
 
-#include <array>
 #include <cmath>
 
 #include "formats/fields.h"
@@ -13,10 +12,6 @@ namespace {
 
 constexpr int kMostSats = 400, kMostBiases = 60;
 constexpr double kLargest = 1e7;  ///< m; clock terms of a satellite stay far below
-
-/// RTCM 10403.3, DF391, s.
-constexpr std::array<int, 16> kInterval = {1,   2,   5,   10,  15,   30,   60,   120,
-                                           240, 300, 600, 900, 1800, 3600, 7200, 10800};
 
 }  // namespace
 
@@ -58,7 +53,7 @@ SsrTextReader::Head SsrTextReader::readHead(std::string_view line, SsrBlock& blo
     m_reader.fail("update interval", "indicator is not 0 to 15");
   if (!count || *count < 0 || *count > kMostSats) m_reader.fail("block", "number of lines is damaged");
   block.time = *time;
-  block.interval = kInterval[static_cast<std::size_t>(*indicator)];
+  block.interval = kUpdateIntervals[static_cast<std::size_t>(*indicator)];
   block.source = m_words.size() > 10 ? m_words[10] : std::string_view{};
   block.line = m_reader.line();
   block.orbits.clear();

@@ -2,10 +2,9 @@
 
 #include "formats/ssr_writer.h"
 
-#include <array>
-
 #include "formats/input_error.h"
 #include "formats/printed.h"
+#include "formats/ssr_text.h"
 
 namespace gnx {
 
@@ -39,11 +38,9 @@ std::string biasLine(const SsrSatBias& sat, bool phase) {
 }  // namespace
 
 int updateIntervalIndicator(int seconds) {
-  constexpr std::array<int, 16> kIntervals = {1,   2,   5,   10,  15,   30,   60,   120,
-                                              240, 300, 600, 900, 1800, 3600, 7200, 10800};
   int indicator = 0;
-  for (std::size_t i = 0; i < kIntervals.size(); ++i)
-    if (kIntervals[i] <= seconds) indicator = static_cast<int>(i);
+  for (std::size_t i = 0; i < kUpdateIntervals.size(); ++i)
+    if (kUpdateIntervals[i] <= seconds) indicator = static_cast<int>(i);
   return indicator;
 }
 

@@ -2,14 +2,8 @@
 /// \file ssr_writer.h
 /// Correction streams as text, in the block layout of common caster clients.
 ///
-/// A block is a header line "> ORBIT 2026 11 21 00 00 00.0 5 86 SIM" (kind, GPS time, update-interval
-/// indicator of RTCM SSR, number of lines, source) and one line a satellite:
-///
-///     ORBIT       sat IOD radial along cross [m]  rates of the three [m/s]
-///     CLOCK       sat IOD c0 [m] c1 [m/s] c2 [m/s^2]
-///     CODE_BIAS   sat n (signal bias [m]) * n
-///     PHASE_BIAS  second line: dispersive and Melbourne-Wuebbena consistency indicators; then
-///                 sat yaw [deg] rate [deg/s] n (signal bias [m] integer wide-lane discontinuity) * n
+/// ssr_text.h describes the blocks; the line of indicators of a phase bias block is that of biases without
+/// dispersive consistency and with that of the Melbourne-Wuebbena combination.
 
 #include <filesystem>
 #include <fstream>

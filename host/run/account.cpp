@@ -3,9 +3,7 @@
 #include "run/account.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <cstdio>
 #include <fstream>
 #include <numeric>
 #include <optional>
@@ -15,6 +13,7 @@
 #include <vector>
 
 #include "formats/input_error.h"
+#include "formats/printed.h"
 
 namespace gnx {
 
@@ -77,6 +76,13 @@ std::optional<long> parseCount(std::string_view text) {
   return value;
 }
 
+void setCount(SystemAccount& counts, const std::string& item, long value) {
+  if (item == "in") counts.in = value;
+  else if (item == "unplanned") counts.unplanned = value;
+  else if (item == "used") counts.used = value;
+  else counts.reasons[item] = value;
+}
+
 /// "name=count name=count" into the counts of a system.
 bool readCounts(std::istringstream& words, SystemAccount& counts) {
   for (std::string word; words >> word;) {
@@ -85,10 +91,7 @@ bool readCounts(std::istringstream& words, SystemAccount& counts) {
         sign == std::string::npos ? std::nullopt : parseCount(std::string_view(word).substr(sign + 1));
     if (!value) return false;
     const std::string name = word.substr(0, sign);
-    if (name == "in") counts.in = *value;
-    else if (name == "unplanned") counts.unplanned = *value;
-    else if (name == "used") counts.used = *value;
-    else counts.reasons[name] = *value;
+    setCount(counts, name, *value);
   }
   return true;
 }
@@ -197,24 +200,16 @@ std::string adviceOn(const RunAccount& account) {
 std::string formatAccount(const RunAccount& account) {
   if (account.empty()) return "";
   std::vector<SystemAccount> columns;
-  std::array<char, 128> cell{};
-  std::string text;
-  std::snprintf(cell.data(), cell.size(), "%-46s", "observations, code and phase values");
-  text += cell.data();
+  std::string text = printed("%-46s", "observations, code and phase values");
   for (const char system : systemsOf(account)) {
     columns.push_back(account.at(system));
-    std::snprintf(cell.data(), cell.size(), "%10c", system);
-    text += cell.data();
+    text += printed("%10c", system);
   }
   columns.push_back(totalOf(account));
   text += "       all\n";
   const auto row = [&](const std::string& title, auto value) {
-    std::snprintf(cell.data(), cell.size(), "  %-44s", title.c_str());
-    text += cell.data();
-    for (const SystemAccount& counts : columns) {
-      std::snprintf(cell.data(), cell.size(), "%10ld", value(counts));
-      text += cell.data();
-    }
+    text += printed("  %-44s", title.c_str());
+    for (const SystemAccount& counts : columns) text += printed("%10ld", value(counts));
     text += '\n';
   };
   row("in", [](const SystemAccount& c) { return c.in; });
@@ -252,11 +247,7 @@ RunAccount readAccount(const std::filesystem::path& file) {
     if (first != 1 || second <= first || !count)
       throw InputError(file.string(), number, "is not system,item,count");
     const std::string item = line.substr(2, second - 2);
-    SystemAccount& counts = account[line[0]];
-    if (item == "in") counts.in = *count;
-    else if (item == "unplanned") counts.unplanned = *count;
-    else if (item == "used") counts.used = *count;
-    else counts.reasons[item] = *count;
+    setCount(account[line[0]], item, *count);
   }
   return account;
 }

@@ -9,6 +9,7 @@
 #include <numbers>
 
 #include "formats/input_error.h"
+#include "formats/leap_seconds.h"
 #include "simulate/astronomy.h"
 #include "simulate/satellite_body.h"
 
@@ -21,7 +22,6 @@ constexpr double kRadians = kPi / 180.0;
 constexpr double kWalkStep = 5.0;             // s between nodes of the clock walk
 constexpr double kWalkMargin = 6.0 * 3600.0;  // messages reach beyond both ends of the span
 constexpr double kUploadDelay = 120.0;        // s from transmission to use in corrections
-constexpr double kBdtOffset = 14.0;
 
 /// Almanac of one group of satellites: planes of equal inclination, equally spaced nodes. The numbers are
 /// those of satellites in service, since an engine's tables know no others.
@@ -343,7 +343,7 @@ SsrOrbit Constellation::orbitCorrection(std::size_t satellite, const GpsTime& t,
     const Vector3 across = unit(cross(broadcast.position, broadcast.velocity));
     return Vector3{dot(d, cross(along, across)), dot(d, along), dot(d, across)};
   };
-  SsrOrbit correction{m_satellites[satellite].name, correctionIssue(m), components(t), {}};
+  SsrOrbit correction{m_satellites[satellite].name, m.iode, components(t), {}};
   constexpr double kStep = 15.0;
   correction.rate = scaled(minus(components(t + kStep), components(t + -kStep)), 0.5 / kStep);
   return correction;
@@ -353,9 +353,7 @@ SsrClock Constellation::clockCorrection(std::size_t satellite, const GpsTime& t,
                                         const GpsTime& reference) const {
   const BroadcastEph& m = message(satellite, reference);
   const double difference = clock(satellite, t) - evaluateClock(m, t);
-  return {m_satellites[satellite].name, correctionIssue(m), {difference * kSpeedOfLight, 0.0, 0.0}};
+  return {m_satellites[satellite].name, m.iode, {difference * kSpeedOfLight, 0.0, 0.0}};
 }
-
-int correctionIssue(const BroadcastEph& message) { return message.iode; }
 
 }  // namespace gnx

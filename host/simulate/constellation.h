@@ -108,7 +108,4 @@ class Constellation {
   std::vector<SimulatedSatellite> m_satellites;
 };
 
-/// Issue of data by which corrections name a message.
-int correctionIssue(const BroadcastEph& message);
-
 }  // namespace gnx

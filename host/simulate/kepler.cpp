@@ -4,12 +4,11 @@
 
 #include <cmath>
 
+#include "formats/leap_seconds.h"
+
 namespace gnx {
 
 namespace {
-
-/// BeiDou time runs 14 s behind GPS time.
-constexpr double kBdtOffset = 14.0;
 
 double eccentricAnomaly(double meanAnomaly, double e) {
   double anomaly = meanAnomaly;

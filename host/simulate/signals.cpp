@@ -4,19 +4,13 @@
 
 #include <sstream>
 
+#include "corrections/signals.h"
 #include "formats/input_error.h"
 
 namespace gnx {
 
 double carrierFrequency(char system, const std::string& signal) {
-  static const std::map<std::string, double> frequencies = {
-      {"G1", 1575.42e6}, {"G2", 1227.60e6}, {"G5", 1176.45e6},  {"E1", 1575.42e6},  {"E5", 1176.45e6},
-      {"E6", 1278.75e6}, {"E7", 1207.14e6}, {"E8", 1191.795e6}, {"C1", 1575.42e6},  {"C2", 1561.098e6},
-      {"C5", 1176.45e6}, {"C6", 1268.52e6}, {"C7", 1207.14e6},  {"C8", 1191.795e6}, {"J1", 1575.42e6},
-      {"J2", 1227.60e6}, {"J5", 1176.45e6}, {"J6", 1278.75e6}};
-  if (signal.size() != 2) return 0.0;
-  const auto found = frequencies.find({system, signal[0]});
-  return found == frequencies.end() ? 0.0 : found->second;
+  return signal.size() == 2 ? carrierFrequency(system, signal[0]).value_or(0.0) : 0.0;
 }
 
 SignalTable defaultSignals() {
