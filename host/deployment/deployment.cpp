@@ -413,8 +413,8 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   DeploymentOptions options = given;
   const std::vector<SystemChoice> systems = checkChoices(options);
   const auto ambiguityTexts = ambiguityValues(systems, options);
-  std::string main = fillTemplate(builtIn("ppp.json.in"), mainValues(systems, options));
-  std::string ambiguity = fillTemplate(builtIn("ambiguity.json.in"), ambiguityTexts);
+  std::string main = fillJson(builtIn("ppp.json.in"), mainValues(systems, options));
+  std::string ambiguity = fillJson(builtIn("ambiguity.json.in"), ambiguityTexts);
   if (choiceOf(systems, 'R') != nullptr)
     notes << "GLONASS is read and corrected, but the engine never estimates with it\n";
   if (options.resolution && options.combination != "RAW") {
@@ -424,7 +424,7 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   std::error_code error;
   fs::create_directories(dir / "log", error);
   if (error) throw InputError((dir / "log").string(), 0, "cannot be made: " + error.message());
-  std::string tables = fillTemplate(builtIn("tables.json.in"), {{"GRID", placeGrid(dir, options, notes)}});
+  std::string tables = fillJson(builtIn("tables.json.in"), {{"GRID", placeGrid(dir, options, notes)}});
   applyOverrides(options, main, ambiguity, tables);
   writeAntennas(dir, systems, options, notes);
   placeOceanLoading(dir, options, notes);
@@ -434,7 +434,7 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   writeText(dir / "no_ratio_table.txt", "nrow 0 ndim 0\n");
   writeJson(dir / "tables.json", tables);
   writeJson(dir / "ambiguity.json", ambiguity);
-  writeJson(dir / "smoothing.json", fillTemplate(builtIn("smoothing.json.in"), ambiguityTexts));
+  writeJson(dir / "smoothing.json", fillJson(builtIn("smoothing.json.in"), ambiguityTexts));
   writeRunSettings(dir, options.run);
   writeJson(dir / "ppp.json", main);  // last: its presence says that the deployment is complete
 }

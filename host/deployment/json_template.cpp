@@ -85,7 +85,7 @@ std::string quoted(const std::string& text) { return Json::valueToQuotedString(t
 
 }  // namespace
 
-std::string fillTemplate(std::string_view text, const std::map<std::string, std::string>& values) {
+std::string fillJson(std::string_view text, const std::map<std::string, std::string>& values) {
   std::string filled;
   while (true) {
     const auto begin = text.find('@');

@@ -10,7 +10,7 @@
 namespace gnx {
 
 /// \throws std::logic_error for a place without a value (a fault of the program)
-std::string fillTemplate(std::string_view text, const std::map<std::string, std::string>& values);
+std::string fillJson(std::string_view text, const std::map<std::string, std::string>& values);
 
 /// Replaces the value at a dotted path ("common.ionmodel"). A comment behind '!' or '#' in the old
 /// text stays. An array takes the words of `value` as its elements.

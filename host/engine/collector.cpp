@@ -2,13 +2,10 @@
 
 #include "engine/collector.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
+#include <cmath>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 #include "formats/fields.h"
 #include "formats/input_error.h"
@@ -30,38 +27,10 @@ std::optional<EpochRecord> parseRecord(std::string_view line) {
 
 }  // namespace
 
-/// Progress on a terminal: data time, rate, remaining. Silent in a pipe.
-class Collector::Progress {
- public:
-  explicit Progress(bool quiet) : active_(!quiet && isatty(STDERR_FILENO) != 0) {}
-  void show(const EpochRecord& r, std::size_t epochs) {
-    if (!active_) return;
-    const auto now = Clock::now();
-    if (now - shown_ < std::chrono::milliseconds(200)) return;
-    shown_ = now;
-    const double elapsed = std::chrono::duration<double>(now - start_).count();
-    const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
-    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ",
-                 formatTime(r.time).c_str(), epochs, static_cast<double>(epochs) / std::max(elapsed, 1e-3),
-                 100.0 * r.share, left);
-    drawn_ = true;
-  }
-  ~Progress() {
-    if (drawn_) std::fprintf(stderr, "\r%79s\r", "");
-  }
-
- private:
-  using Clock = std::chrono::steady_clock;
-  bool active_, drawn_ = false;
-  Clock::time_point start_ = Clock::now(), shown_{};
-};
-
-Collector::Collector(const std::filesystem::path& dir, bool quiet)
-    : log_(dir / "engine.log"), progress_(std::make_unique<Progress>(quiet)) {
+Collector::Collector(const std::filesystem::path& dir, EpochListener onEpoch)
+    : log_(dir / "engine.log"), onEpoch_(std::move(onEpoch)) {
   if (!log_) throw InputError((dir / "engine.log").string(), 0, "cannot be written");
 }
-
-Collector::~Collector() = default;
 
 void Collector::output(std::string_view line) {
   log_ << line << '\n';
@@ -79,7 +48,7 @@ void Collector::record(std::string_view line) {
   if (!r) return;
   ++read;
   records_.push_back(*r);
-  progress_->show(*r, read);
+  if (onEpoch_) onEpoch_(*r, read);
 }
 
 void Collector::complete(const std::filesystem::path& solutionFile) {

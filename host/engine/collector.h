@@ -1,11 +1,11 @@
 #pragma once
 /// \file collector.h
 /// What the worker process sends, as it comes: its standard output into "engine.log" and solutions, its
-/// records into times and the account, progress on a terminal.
+/// records into times and the account.
 
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,13 +23,13 @@ struct EpochRecord {
   double share = 0.0;  ///< of the observation files read so far, 0..1
 };
 
+using EpochListener = std::function<void(const EpochRecord&, std::size_t epochs)>;
+
 class Collector {
  public:
+  /// \param onEpoch  told of every epoch of the observation files and how many there were; may be empty
   /// \throws InputError when the log cannot be written
-  Collector(const std::filesystem::path& dir, bool quiet);
-  ~Collector();
-  Collector(const Collector&) = delete;
-  Collector& operator=(const Collector&) = delete;
+  Collector(const std::filesystem::path& dir, EpochListener onEpoch);
 
   /// A line of the worker's standard output.
   void output(std::string_view line);
@@ -45,13 +45,12 @@ class Collector {
   std::size_t read = 0;  ///< epochs of the observation files
 
  private:
-  class Progress;
   void joinTimes();
   void joinRatios(const std::filesystem::path& solutionFile);
 
   std::vector<EpochRecord> records_;
   std::ofstream log_;
-  std::unique_ptr<Progress> progress_;
+  EpochListener onEpoch_;
 };
 
 }  // namespace gnx

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <optional>
 
-#include "engine/collector.h"
 #include "engine/event_file.h"
 #include "engine/run_directory.h"
 #include "formats/input_error.h"
@@ -97,7 +96,7 @@ void writeEnd(const fs::path& dir, int status, const std::string& end, const Rep
 ReplayResult runReplay(const ReplayOptions& options) {
   const PreparedRun run = prepareRun(options);
 
-  Collector collector(run.dir, options.quiet);
+  Collector collector(run.dir, options.onEpoch);
   const ChildResult child = runWorkerIn(run.dir, options.program, collector);
   collector.complete(run.dir / "ppp_pos");
 

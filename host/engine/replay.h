@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "deployment/deployment.h"
+#include "engine/collector.h"
 #include "run/account.h"
 #include "run/run_plan.h"
 #include "run/statistics.h"
@@ -28,6 +29,7 @@ struct ReplayOptions {
   std::string solutionName;                        ///< pattern of further solution files, "" = none
   bool nmea = false;                               ///< also write NMEA sentences
   bool quiet = false;                              ///< no progress, no summary on standard output
+  EpochListener onEpoch;                           ///< follows the run; empty = nobody does
 };
 
 struct ReplayResult {
@@ -39,8 +41,8 @@ struct ReplayResult {
   std::string events;          ///< how many there were of each, "" without any
 };
 
-/// Prepares the directory, runs the worker in it, collects what it sends, writes the results. Prints nothing
-/// but progress on a terminal. \throws InputError, UsageError, EngineError. Results written so far stay;
+/// Prepares the directory, runs the worker in it, collects what it sends, writes the results. Prints nothing.
+/// \throws InputError, UsageError, EngineError. Results written so far stay;
 /// "exit.txt" tells how the engine ended.
 ReplayResult runReplay(const ReplayOptions& options);
 
