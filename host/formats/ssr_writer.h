@@ -2,8 +2,8 @@
 /// \file ssr_writer.h
 /// Correction streams as text, in the block layout of common caster clients.
 ///
-/// ssr_text.h describes the blocks; the line of indicators of a phase bias block is that of biases without
-/// dispersive consistency and with that of the Melbourne-Wuebbena combination.
+/// ssr_text.h describes the blocks. The indicators of phase biases are those of dispersive and
+/// Melbourne-Wuebbena consistency.
 
 #include <filesystem>
 #include <fstream>

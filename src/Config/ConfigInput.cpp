@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "Common/ComString.h"
+#include "Common/Fatal.h"
 #include "Common/TextScan.h"
 
 namespace tarvio {
@@ -23,17 +24,23 @@ constexpr std::size_t kWordLimit = 1024;
 
 }  // namespace
 
-JsonState s_readJson(const std::string& path, Json::Value& root) {
+Json::Value s_readJson(const char* function, const std::string& path, const char* notOpened,
+                       const char* notParsed) {
+  const auto refuse = [&](const char* reason) {
+    s_fatal(function, __LINE__, "file = %s,%s", path.c_str(), reason);
+  };
   std::ifstream file(path);
-  if (!file) return JsonState::kNotOpened;
+  if (!file) refuse(notOpened);
   Json::CharReaderBuilder builder;
   builder["collectComments"] = false;
+  Json::Value root;
   std::string errors;
   try {
-    return Json::parseFromStream(builder, file, &root, &errors) ? JsonState::kRead : JsonState::kNotParsed;
+    if (Json::parseFromStream(builder, file, &root, &errors)) return root;
   } catch (const std::exception&) {  // nesting beyond the reader's stack limit
-    return JsonState::kNotParsed;
   }
+  refuse(notParsed);
+  return root;
 }
 
 std::string s_requiredText(const Json::Value& object, const char* key) {

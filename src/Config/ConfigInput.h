@@ -12,10 +12,10 @@ class Value;
 
 namespace tarvio {
 
-enum class JsonState { kRead, kNotOpened, kNotParsed };
-
-/// Reads a JSON file, comments allowed.
-JsonState s_readJson(const std::string& path, Json::Value& root);
+/// Reads a JSON file, comments allowed; ends the process with "file = PATH,REASON" when that fails.
+/// \param function  name for the head of that message
+Json::Value s_readJson(const char* function, const std::string& path, const char* notOpened,
+                       const char* notParsed);
 
 /// The cleaned text of a member, annotation behind '!' or '#' cut off.
 /// \throws std::exception naming the key, when the member is missing or is not a string

@@ -68,15 +68,7 @@ void Deploy::m_readJsonFile(int argc, const char** argv) {
   m_scanArguments(argc, argv);
   if (m_lhelp) m_printUsage();
 
-  Json::Value root;
-  switch (s_readJson(m_cfgFile, root)) {
-    case JsonState::kNotOpened:
-      s_fatal(__func__, __LINE__, "file = %s,can't open file to read!\n\n", m_cfgFile);
-    case JsonState::kNotParsed:
-      s_fatal(__func__, __LINE__, "file = %s,can't parse file!\n\n", m_cfgFile);
-    case JsonState::kRead:
-      break;
-  }
+  Json::Value root = s_readJson(__func__, m_cfgFile, "can't open file to read!\n\n", "can't parse file!\n\n");
   m_promode = 0;
 
   const Json::Value& groups = root;

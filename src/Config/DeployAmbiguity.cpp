@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -43,18 +44,25 @@ std::vector<std::string> s_tokenFrequencies(const std::string& token) {
   return {part(1)};
 }
 
+/// Frequencies whose codes a combination uses; a later token for the same one stands.
+int s_codeCount(const std::string& tokens) {
+  std::map<std::string, double> codes;
+  for (const std::string& token : s_fields(tokens, '_')) {
+    if (!token.starts_with('P')) continue;
+    const bool pair = token.starts_with("PIF");
+    double coefficient = pair ? 1.0 : 0.0;
+    if (!pair) s_scanNumbers(s_columns(token, 4, token.size()), &coefficient, 1);
+    for (const std::string& name : s_tokenFrequencies(token)) codes[name] = coefficient;
+  }
+  return static_cast<int>(
+      std::count_if(codes.begin(), codes.end(), [](const auto& code) { return code.second != 0.0; }));
+}
+
 }  // namespace
 
 void Deploy::m_parseAmbiguityConfigures(const char* file) {
-  Json::Value root;
-  switch (s_readJson(file, root)) {
-    case JsonState::kNotOpened:
-      s_fatal(__func__, __LINE__, "file = %s,can't open file to write!\n", file);
-    case JsonState::kNotParsed:
-      s_fatal(__func__, __LINE__, "file = %s,can't parse file updating!\n", file);
-    case JsonState::kRead:
-      break;
-  }
+  Json::Value root =
+      s_readJson(__func__, file, "can't open file to write!\n", "can't parse file updating!\n");
   const Json::Value& top = root;
   const Json::Value& layers = top["amb"];
   for (const LevelTraits& level : kLevels) {
@@ -223,19 +231,20 @@ void Deploy::m_checkSmoothValue(const Upd_ambconfig& config) const {
       }
     }
   }
+  if (!config.m_ionSwitch) return;
+  for (const auto& [letter, tokens] : config.m_smoothValue) {
+    const auto ion = config.m_ionValue.find(letter);
+    const int count = ion == config.m_ionValue.end() ? 0 : s_codeCount(ion->second);
+    if (count == 2 || std::strchr(m_syslist, letter) == nullptr) continue;
+    s_fatal("m_wl_l1ionget", __LINE__, "if count = %d, not equal with 2, please check `smooth/ion/value`\n",
+            count);
+  }
 }
 
 void Deploy::m_parseMWconfigure(Upd_ambconfig& config, const std::string& tag, const std::string& file) {
   const char* path = file.c_str();
-  Json::Value root;
-  switch (s_readJson(file, root)) {
-    case JsonState::kNotOpened:
-      s_fatal(__func__, __LINE__, "file = %s,can't open upd configuration file to read!\n", path);
-    case JsonState::kNotParsed:
-      s_fatal(__func__, __LINE__, "file = %s,failed to parse upd configuration file!\n", path);
-    case JsonState::kRead:
-      break;
-  }
+  Json::Value root = s_readJson(__func__, file, "can't open upd configuration file to read!\n",
+                                "failed to parse upd configuration file!\n");
   try {
     for (const Json::Value& entry : std::as_const(root)["obs_smoother"]["smooth"]) {
       if (s_requiredScalar(entry, "tag") != tag) continue;

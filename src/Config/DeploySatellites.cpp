@@ -66,15 +66,7 @@ void Deploy::m_setRow(int isat, const std::string& cprn, const std::string& sysn
 }
 
 void Deploy::m_parseTablesConfigures(const char* file) {
-  Json::Value root;
-  switch (s_readJson(file, root)) {
-    case JsonState::kNotOpened:
-      s_fatal(__func__, __LINE__, "file = %s,can't open file to read!\n", file);
-    case JsonState::kNotParsed:
-      s_fatal(__func__, __LINE__, "file = %s,can't parse file!\n", file);
-    case JsonState::kRead:
-      break;
-  }
+  Json::Value root = s_readJson(__func__, file, "can't open file to read!\n", "can't parse file!\n");
   const char* key = "files";
   const auto path = [&](const Json::Value& files) {
     return excludeAnnoValue(std::string(files[key][0].asCString()));

@@ -142,6 +142,29 @@ TEST(AmbiguityConfig, SmoothingFileOverrulesItsLayer) {
   EXPECT_EQ(deployment.load().m_ambconfig[1].m_smooth, 1) << "... and an ionosphere needs an average";
 }
 
+TEST(AmbiguityConfig, AnIonosphereNeedsTwoCodes) {
+  Deployment deployment;
+  deployment.layer("wl")["amb_type"] = "mw";
+  Json::Value& ion = deployment.smoothing["obs_smoother"]["smooth"][1]["ion"];
+  const auto refused = [&](const char* value, const std::string& count) {
+    ion["value"] = value;
+    ion["switch"] = "on";
+    expectRefused(deployment,
+                  "if count = " + count + ", not equal with 2, please check `smooth/ion/value`\n");
+    ion["switch"] = "off";
+    EXPECT_FALSE(deployment.load().m_ambconfig[1].m_ionSwitch) << "not looked at while it is off";
+  };
+  refused("GPS:PL1:1.0", "1");
+  refused("GPS:PL1:1.0_PL2:0.0", "1");
+  refused("GPS:LL1:1.0_LL2:-1.0", "0");
+  refused("GAL:PL1:1.0_PL5:1.0", "0");
+  ion["switch"] = "on";
+  for (const char* pair : {"GPS:PIF:L1:L2", "GPS:PL1:1.0_PL2:1.0_LL1:1.0"}) {
+    ion["value"] = pair;
+    EXPECT_TRUE(deployment.load().m_ambconfig[1].m_ionSwitch) << pair;
+  }
+}
+
 TEST(AmbiguityConfig, SmoothedWideLanesAreFixedWhenALevelSaysSo) {
   Deployment deployment;
   deployment.layer("wl")["amb_type"] = "mw";

@@ -227,8 +227,7 @@ bool HMWfilter::m_wl_l1ionget(const Station* sta, const SrifSatAmbd& record, dou
   int slots[kFreq] = {}, count = 0;
   for (int f = 0; f < kFreq; ++f)
     if (record.ioncoef[kFreq + f] != 0.0) slots[count++] = f;
-  if (count != 2)
-    s_fatal(__func__, __LINE__, "if count = %d, not equal with 2, please check `smooth/ion/value`\n", count);
+  if (count != 2) return false;  // settings that did not come through the loader
   const double fa = s_carrier(config, record.isat, slots[0]), fb = s_carrier(config, record.isat, slots[1]);
   const double f1 = s_carrier(config, record.isat, 0);
   *ion = fb * fb / (fa * fa - fb * fb) * fa * fa / f1 / f1 * (obs[kFreq + slots[0]] - obs[kFreq + slots[1]]);

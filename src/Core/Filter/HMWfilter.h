@@ -73,8 +73,7 @@ class HMWfilter {
   void m_wl_azel(Station* sta);
   void m_wl_smoothObs(Station* sta);
   void m_wl_smamb(Station* sta, SrifSatAmbd& record);
-  /// Slant ionosphere of the phase on the system's first slot, m. False when a code is missing; ends
-  /// the process when the combination has not exactly two codes.
+  /// Slant ionosphere of the phase on the system's first slot, m. False when a code is missing.
   bool m_wl_l1ionget(const Station* sta, const SrifSatAmbd& record, double* ion) const;
   void m_wl_ambiguity_fix(Station* sta);
   void m_wl_delete_ambs();
