@@ -2,7 +2,6 @@
 
 #include "Common/Logtrace.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -13,7 +12,7 @@ namespace tarvio {
 namespace {
 
 constexpr int kMessage = 40000;
-constexpr const char* kLevelNames[] = {"IO", "GNSS", "FRAME", "ALGO", "ERROR"};
+constexpr const char* kLevelNames[] = {"   IO", " GNSS", "FRAME", " ALGO", "ERROR"};
 
 /// Where messages go; written once by the configuration loader, before any feeder thread exists.
 struct LogFiles {
@@ -27,18 +26,16 @@ LogFiles& s_files() {
   return files;
 }
 
-/// Appends printf output to `text` behind `used` characters; never past the end.
-int s_append(char* text, int used, const char* format, va_list args) {
-  const int n = std::vsnprintf(text + used, static_cast<std::size_t>(kMessage - used), format, args);
-  return n < 0 ? used : std::min(used + n, kMessage - 1);
+/// printf output behind a head, kMessage - 1 characters of both together.
+std::string s_message(const std::string& head, const char* format, va_list args) {
+  char text[kMessage];
+  const int n = std::vsnprintf(text, sizeof text, format, args);
+  return (head + (n < 0 ? "" : text)).substr(0, kMessage - 1);
 }
 
-__attribute__((format(printf, 3, 4))) int s_appendf(char* text, int used, const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  const int n = s_append(text, used, format, args);
-  va_end(args);
-  return n;
+/// The time as messages show it, with the word behind it.
+std::string s_timed(const std::string& word) {
+  return std::string("[").append(runlocaltime()).append(" LOCAL]").append(word);
 }
 
 }  // namespace
@@ -56,82 +53,66 @@ void Logtrace::s_setFiles(const char* statFile, const char* traceFile, bool ltra
 }
 
 void Logtrace::m_logPrint(const char* format, ...) {
-  char text[kMessage];
-  const int head = s_appendf(text, 0, "[%s LOCAL]-", runlocaltime().c_str());
   va_list args;
   va_start(args, format);
-  s_append(text, head, format, args);
+  std::fputs(s_message(s_timed("-"), format, args).c_str(), stdout);
   va_end(args);
-  std::fputs(text, stdout);
 }
 
 void Logtrace::m_logError(const char* format, ...) {
-  char text[kMessage];
   va_list args;
   va_start(args, format);
-  s_append(text, 0, format, args);
+  const std::string text = s_message("", format, args);
   va_end(args);
   const std::lock_guard<std::mutex> lock(q_m);
-  std::perror(text);
+  std::perror(text.c_str());
 }
 
 void Logtrace::m_logTrace(int level, const char* format, ...) {
   const LogFiles& files = s_files();
   if (!files.m_ltrace || level < files.m_level || level < 0 || level > 4) return;
-  char text[kMessage];
-  const int head = s_appendf(text, 0, "@%s [%s LOCAL]-[%5s]-", files.m_trace.c_str(), runlocaltime().c_str(),
-                             kLevelNames[level]);
+  const std::string head = "@" + files.m_trace + " " + s_timed(std::string("-[") + kLevelNames[level] + "]-");
   va_list args;
   va_start(args, format);
-  s_append(text, head, format, args);
+  s_defaultlogger.m_wtText(s_message(head, format, args).c_str());
   va_end(args);
-  s_defaultlogger.m_wtText(text);
 }
 
 void Logtrace::m_logtagTrace(const char* tag, const char* format, ...) {
   if (s_files().m_stat.empty()) return;
-  char text[kMessage];
-  const int head =
-      s_appendf(text, 0, "@%s [%s LOCAL]-[%s]-", s_files().m_stat.c_str(), runlocaltime().c_str(), tag);
+  const std::string head = "@" + s_files().m_stat + " " + s_timed(std::string("-[") + tag + "]-");
   va_list args;
   va_start(args, format);
-  s_append(text, head, format, args);
+  s_defaultlogger.m_wtText(s_message(head, format, args).c_str());
   va_end(args);
-  s_defaultlogger.m_wtText(text);
 }
 
 void Logtrace::m_logNoFormatTrace(const char* format, ...) {
   if (s_files().m_trace.empty()) return;
-  char text[kMessage];
-  const int head = s_appendf(text, 0, "@%s ", s_files().m_trace.c_str());
+  const std::string head = "@" + s_files().m_trace + " ";
   va_list args;
   va_start(args, format);
-  s_append(text, head, format, args);
+  s_defaultlogger.m_wtText(s_message(head, format, args).c_str());
   va_end(args);
-  s_defaultlogger.m_wtText(text);
 }
 
 void Logtrace::m_logStat(bool newline, const char* format, ...) {
   if (s_files().m_stat.empty()) return;
-  char text[kMessage];
-  int used = s_appendf(text, 0, "@%s ", s_files().m_stat.c_str());
   va_list args;
   va_start(args, format);
-  used = s_append(text, used, format, args);
+  std::string text = s_message("@" + s_files().m_stat + " ", format, args);
   va_end(args);
-  if (newline) s_appendf(text, std::min(used, kMessage - 2), "\n");
-  s_defaultlogger.m_wtText(text);
+  if (newline) text = text.substr(0, kMessage - 2) + "\n";
+  s_defaultlogger.m_wtText(text.c_str());
 }
 
 void Logtrace::m_logStatInfo(const char* format, ...) {
   if (s_files().m_stat.empty()) return;
-  char text[kMessage];
-  const int head = s_appendf(text, 0, "@%s [%s LOCAL] ", s_files().m_stat.c_str(), runlocaltime().c_str());
+  const std::string head = "@" + s_files().m_stat + " " + s_timed(" ");
   va_list args;
   va_start(args, format);
-  s_append(text, head, format, args);
+  s_defaultlogger.m_wtText(s_message(head, format, args).c_str());
   va_end(args);
-  s_defaultlogger.m_wtText(text);
 }
 
 std::string Logtrace::m_logRunTime() {
