@@ -88,37 +88,22 @@ void addReceiverOptions(CLI::App& cmd, SimulateArguments& a) {
 
 void addErrorOptions(CLI::App& cmd, SimulateArguments& a) {
   ObserverOptions& o = a.options.observer;
-  const std::string group = "Error budget";
-  cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m")
-      ->capture_default_str()
-      ->group(group);
-  cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m")
-      ->capture_default_str()
-      ->group(group);
-  cmd.add_option("--wet-delay", o.troposphere.wetZenith, "mean zenith wet delay, m")
-      ->capture_default_str()
-      ->group(group);
-  cmd.add_option("--day-tec", o.ionosphere.dayTec, "vertical electron content by day at the equator, TECU")
-      ->capture_default_str()
-      ->group(group);
-  cmd.add_option("--satellite-clock-walk", a.options.sky.clockWalk, "s per root second")
-      ->capture_default_str()
-      ->group(group);
-  cmd.add_flag("--no-noise", a.noNoise, "no white noise")->group(group);
-  cmd.add_flag("--no-multipath", a.noMultipath, "no slow errors")->group(group);
-  cmd.add_flag("--no-biases", a.noBiases, "no satellite code and phase biases")->group(group);
-  cmd.add_flag("--no-receiver-biases", a.noReceiverBiases, "no receiver biases between systems and signals")
-      ->group(group);
-  cmd.add_flag("--no-broadcast-errors", a.noBroadcastErrors, "broadcast messages equal the truth")
-      ->group(group);
-  cmd.add_flag("--no-troposphere", a.noTroposphere, "vacuum below")->group(group);
-  cmd.add_flag("--no-ionosphere", a.noIonosphere, "vacuum above")->group(group);
-  cmd.add_flag("--no-tides", a.noTides, "a rigid Earth")->group(group);
-  cmd.add_flag("--no-windup", a.noWindup, "no phase wind-up")->group(group);
-  cmd.add_option("--faults", a.faults, "JSON list of slips, gaps, outliers and correction faults")
-      ->group(group);
-  cmd.add_flag("--no-satellite-truth", a.noSatelliteTruth, "leave truth_satellites.csv out");
-  cmd.add_flag("--quiet", a.quiet, "print nothing");
+  cmd.option_defaults()->group("Error budget")->always_capture_default();
+  cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m");
+  cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m");
+  cmd.add_option("--wet-delay", o.troposphere.wetZenith, "mean zenith wet delay, m");
+  cmd.add_option("--day-tec", o.ionosphere.dayTec, "vertical electron content by day at the equator, TECU");
+  cmd.add_option("--satellite-clock-walk", a.options.sky.clockWalk, "s per root second");
+  cmd.add_flag("--no-noise", a.noNoise, "no white noise");
+  cmd.add_flag("--no-multipath", a.noMultipath, "no slow errors");
+  cmd.add_flag("--no-biases", a.noBiases, "no satellite code and phase biases");
+  cmd.add_flag("--no-receiver-biases", a.noReceiverBiases, "no receiver biases between systems and signals");
+  cmd.add_flag("--no-broadcast-errors", a.noBroadcastErrors, "broadcast messages equal the truth");
+  cmd.add_flag("--no-troposphere", a.noTroposphere, "vacuum below");
+  cmd.add_flag("--no-ionosphere", a.noIonosphere, "vacuum above");
+  cmd.add_flag("--no-tides", a.noTides, "a rigid Earth");
+  cmd.add_flag("--no-windup", a.noWindup, "no phase wind-up");
+  cmd.add_option("--faults", a.faults, "JSON list of slips, gaps, outliers and correction faults");
 }
 
 void applyErrorSwitches(const SimulateArguments& a, SimulationOptions& o) {
@@ -172,6 +157,8 @@ void addSimulate(CLI::App& app) {
   auto a = std::make_shared<SimulateArguments>();
   addSkyOptions(*cmd, *a);
   addReceiverOptions(*cmd, *a);
+  cmd->add_flag("--no-satellite-truth", a->noSatelliteTruth, "leave truth_satellites.csv out");
+  cmd->add_flag("--quiet", a->quiet, "print nothing");
   addErrorOptions(*cmd, *a);
   cmd->callback([a] { runSimulate(*a); });
 }
