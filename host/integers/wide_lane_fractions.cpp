@@ -17,6 +17,8 @@ namespace {
 constexpr double kPace_s = 29.5;      ///< epochs closer together bring little: multipath lasts for minutes
 constexpr double kLongest_s = 300.0;  ///< a step that is longer is a gap
 constexpr double kShortest_s = 600.0;
+constexpr double kGap_s = 120.0;
+constexpr double kJump_m = 0.1;  ///< of the geometry-free phase in a step; single cycles are 0.19 m and more
 const double kLowest = std::sin(20.0 * std::numbers::pi / 180.0);  ///< below, codes are too noisy
 
 /// Code and phase of a planned signal, biases applied, in metres.
@@ -87,7 +89,16 @@ void WideLaneFractions::add(const ObsEpoch& epoch, const std::vector<SatBiases>&
     const auto w = weight(sat.sat, epoch.time);
     if (!w) continue;
     Sum& sum = m_sums[sat.sat];
-    sum.direction += *w * direction(melbourneWuebbena(*a, *b));
+    const double geometryFree = a->phase - b->phase;
+    if (sum.arcWeight > 0.0 &&
+        (epoch.time - sum.last > kGap_s || std::fabs(geometryFree - sum.geometryFree) > kJump_m)) {
+      sum.direction += meanOfArc(sum);
+      sum.arcSum = sum.arcWeight = 0.0;
+    }
+    sum.last = epoch.time;
+    sum.geometryFree = geometryFree;
+    sum.arcSum += *w * melbourneWuebbena(*a, *b);
+    sum.arcWeight += *w;
     sum.seconds += step < kLongest_s ? step : 0.0;
     const auto heights = m_heights.find(sat.sat);
     if (heights != m_heights.end())
@@ -95,11 +106,17 @@ void WideLaneFractions::add(const ObsEpoch& epoch, const std::vector<SatBiases>&
   }
 }
 
+/// As long as the arc's weight.
+std::complex<double> WideLaneFractions::meanOfArc(const Sum& sum) {
+  return sum.arcWeight > 0.0 ? sum.arcWeight * direction(sum.arcSum / sum.arcWeight) : 0.0;
+}
+
 std::vector<WideLaneFraction> WideLaneFractions::result() const {
   std::vector<WideLaneFraction> all;
   for (const auto& [sat, sum] : m_sums)
     if (sum.seconds >= kShortest_s)
-      all.push_back({sat, std::arg(sum.direction) / (2.0 * std::numbers::pi), sum.offset, sum.seconds});
+      all.push_back({sat, std::arg(sum.direction + meanOfArc(sum)) / (2.0 * std::numbers::pi), sum.offset,
+                     sum.seconds});
   return all;
 }
 

@@ -39,10 +39,13 @@ class WideLaneFractions {
 
  private:
   struct Sum {
-    std::complex<double> direction;
+    std::complex<double> direction;  ///< of the arcs that have ended
+    double arcSum = 0.0, arcWeight = 0.0, geometryFree = 0.0;
+    GpsTime last;
     double offset = 0.0, seconds = 0.0;
   };
 
+  static std::complex<double> meanOfArc(const Sum& sum);
   std::optional<double> weight(const SatName& sat, const GpsTime& t) const;
 
   const SignalPlan& m_signals;
