@@ -8,6 +8,7 @@
 /// Threads: events and store files belong to the thread of GNX_initialize and GNX_inputObs, and so do the
 /// options. File names and headers may be made on any thread.
 
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
@@ -46,8 +47,32 @@ bool removeListener(int number);
 
 /// Sets the output options ("-outres", "-oution", "-outztd", "-outclk", "-outfix", "-outint",
 /// "-outambstat", "-outobsstat", "-outflag", "-outaccount", "-gensig") between GNX_initialize and
-/// GNX_finilize, also between epochs; at most 1023 characters.
+/// GNX_finilize, also between epochs; at most 1023 characters. "-float" among them leaves the integers of the
+/// epochs that follow unresolved, for hosts that know that their corrections cannot carry them just now.
 std::string setOutputOptions(const std::string& options);
+
+// ---- configuration ----
+
+/// A level of the integer resolution, by the values of the ambiguity file.
+struct IntegerLevel {
+  bool resolution = false;
+  std::string type{};  ///< amb_type: "raw", "mw", "NL"
+  bool updSwitch = false;
+  std::string updType{};  ///< "comb", "snx"
+  bool mwFix = false;
+};
+struct IntegerSettings {
+  std::string combination{}, ionosphere{};  ///< obscomb, ionmodel
+  bool osb = false;                         ///< osb_switch
+  std::array<IntegerLevel, 3> levels{};     ///< ewl, wl, n1
+};
+struct IntegerFault {
+  bool wrong = false;  ///< integers would be wrong; else they are never fixed
+  std::string sentence{};
+};
+/// Why settings would give wrong integers or none, and what works; empty for settings that fix. Needs no
+/// running engine. The engine notes the same sentences in its status log when it loads a configuration.
+std::vector<IntegerFault> integerFaults(const IntegerSettings& settings);
 
 // ---- file names ----
 

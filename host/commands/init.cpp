@@ -43,7 +43,7 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
       ->capture_default_str();
   cmd.add_option("--freqobs", o.freqobs, "observed frequencies, e.g. \"GPS:L1_L2_L5 GAL:E1_E5a\"");
   cmd.add_option("--freqs,--freqused", o.freqused, "used frequencies, in the same form");
-  cmd.add_option("--combination", o.combination, "RAW, IF or SF")->capture_default_str();
+  cmd.add_option("--combination", o.combination, "RAW, IF, AFIF or SF")->capture_default_str();
   cmd.add_option("--refpoint", o.refpoint, "what the orbits refer to: CoM_ITRF or APC_ITRF")
       ->capture_default_str();
   cmd.add_option("--antex", o.antex, "antenna file (ANTEX 1.4), plain or .gz");

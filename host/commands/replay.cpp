@@ -47,15 +47,23 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   RunPlan& plan = a.options.plan;
   cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")
       ->required();
-  cmd.add_option("--nav", plan.nav, "RINEX navigation files")->required();
+  cmd.add_option("--nav", plan.nav,
+                 "RINEX navigation files; without, broadcast messages are fitted to the orbits of --sp3");
   cmd.add_option("--sp3", plan.sp3, "precise orbits (SP3 a, c, d); give the neighbouring days too");
   cmd.add_option("--clk", plan.clk, "RINEX clock files; without them the clocks of the SP3 files");
   cmd.add_option("--bia", plan.bia, "bias SINEX files");
   cmd.add_flag("--wl-biases", plan.wideLaneBiases,
                "phase biases from the wide-lanes in the clock file's header");
-  cmd.add_flag("--offset-free-biases", plan.offsetFreeBiases,
-               "the phase biases of the stream were estimated without satellite antenna offsets, as those of "
-               "--wl-biases are: make up for offsets that differ between the first two bands");
+  cmd.add_flag(
+      "--mixed-products", plan.mixedProducts,
+      "resolve integers even when orbits, clocks and phase biases are named after different centres or "
+      "campaigns; without, such a run stays float");
+  cmd.add_option(
+         "--fix-clocks", plan.sparseClocks_s,
+         "largest spacing of clocks, s, that serves integers at every epoch; with clocks further apart "
+         "they are resolved at the clocks' own epochs alone")
+      ->check(CLI::Range(1.0, 900.0))
+      ->capture_default_str();
   cmd.add_option("--phase-offsets", plan.phaseOffsets,
                  "narrow-lane offsets of satellites, as 'gnx calibrate' writes them (CSV)");
   cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");
@@ -82,7 +90,7 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
       ->check(CLI::Range(0.01, 30.0))
       ->capture_default_str();
   cmd.add_option("--set", a.set, "any other value of the deployment: key=value, as for 'gnx init'");
-  cmd.add_option("--combination", d.combination, "RAW, IF or SF")->capture_default_str();
+  cmd.add_option("--combination", d.combination, "RAW, IF, AFIF or SF")->capture_default_str();
   cmd.add_option(
       "--refpoint", a.refpoint,
       "what the orbits refer to: CoM_ITRF (products) or APC_ITRF (most streams); default by source");

@@ -147,4 +147,19 @@ std::vector<SatBiases> phaseBiasesOf(const std::map<SatName, WideLaneBias>& wide
   return all;
 }
 
+ProductBiases::ProductBiases(const std::vector<std::string>& biasFiles,
+                             const std::vector<std::string>& clockHeader)
+    : m_table(readSinexBias(biasFiles)), m_wideLanes(phaseBiasesOf(wideLaneBiases(clockHeader))) {}
+
+std::vector<SatBiases> ProductBiases::at(const GpsTime& t) const {
+  std::vector<SatBiases> biases = m_table.at(t);
+  for (const SatBiases& w : m_wideLanes) {
+    const auto same =
+        std::find_if(biases.begin(), biases.end(), [&](const SatBiases& b) { return b.sat == w.sat; });
+    if (same == biases.end()) biases.push_back(w);
+    else if (same->phase.empty()) same->phase = w.phase;
+  }
+  return biases;
+}
+
 }  // namespace gnx

@@ -51,4 +51,22 @@ std::map<SatName, WideLaneBias> wideLaneBiases(const std::vector<std::string>& h
 /// unchanged (Laurichesse et al. 2009). Signals: GPS 1C 2W, Galileo 1C 5Q.
 std::vector<SatBiases> phaseBiasesOf(const std::map<SatName, WideLaneBias>& wideLanes);
 
+/// All biases of a set of product files.
+class ProductBiases {
+ public:
+  ProductBiases() = default;
+  /// \param clockHeader  header lines with wide-lanes that are to serve as phase biases; empty: none
+  ProductBiases(const std::vector<std::string>& biasFiles, const std::vector<std::string>& clockHeader);
+
+  bool empty() const { return m_table.empty() && m_wideLanes.empty(); }
+  bool hasWideLanes() const { return !m_wideLanes.empty(); }
+  bool changes(const GpsTime& after, const GpsTime& until) const { return m_table.changes(after, until); }
+  /// Phase biases of the files go before the wide-lanes of the header.
+  std::vector<SatBiases> at(const GpsTime& t) const;
+
+ private:
+  BiasTable m_table{{}};
+  std::vector<SatBiases> m_wideLanes;
+};
+
 }  // namespace gnx

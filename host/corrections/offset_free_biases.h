@@ -18,6 +18,10 @@ namespace gnx {
 /// Distance of the phase centre from the centre of mass towards the Earth, m, by band digit.
 using PhaseCentreHeights = std::map<SatName, std::map<char, double>>;
 
+/// What the offsets of two bands add to the wide-lane, cycles, in the middle of the nadir angles under which
+/// satellites are seen; 0 unless both are known.
+double wideLaneOfOffsets(char system, const std::map<char, double>& heights, char first, char second);
+
 /// Makes up for the offsets of the first two bands with phase biases, as a change of the wide-lane
 /// that leaves the ionosphere-free phase unchanged. A satellite without two such bands stays as it is.
 void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);

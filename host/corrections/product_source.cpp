@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
-#include "corrections/bias_table.h"
 #include "corrections/orbit_interpolation.h"
 #include "corrections/sources.h"
 #include "formats/input_error.h"
+#include "formats/printed.h"
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
 
@@ -42,10 +43,15 @@ class ClockSeries {
   double m_interval;
 };
 
+/// Biases of codes alone serve clocks of any centre.
+bool holdsPhases(const std::string& biasFile) {
+  const std::vector<BiasRow> rows = readSinexBias({biasFile});
+  return std::any_of(rows.begin(), rows.end(), [](const BiasRow& row) { return row.signal[0] == 'L'; });
+}
+
 class ProductSource : public CorrectionSource {
  public:
-  ProductSource(const ProductOptions& options, const EphemerisTimeline& timeline,
-                std::vector<std::string>* notes);
+  ProductSource(const ProductOptions& options, const EphemerisTimeline& timeline, ProductFacts* facts);
   bool next(CorrectionBatch& batch) override;
 
  private:
@@ -58,21 +64,21 @@ class ProductSource : public CorrectionSource {
   void setSatellites(Sp3Product& orbits, std::map<SatName, std::vector<ClockPoint>>& clocks,
                      double clockInterval);
   void setEpochs(const std::map<SatName, std::vector<ClockPoint>>& clocks, double clockInterval);
-  void setBiases(const std::vector<std::string>& clockHeader);
+  void tell(const Sp3Product& orbits, const ClockProduct& clocks, double clockInterval,
+            ProductFacts& facts) const;
   void fillOrbitClock(CorrectionBatch& batch);
   void fillBiases(CorrectionBatch& batch);
 
   ProductOptions m_options;
   const EphemerisTimeline& m_timeline;
   std::vector<Satellite> m_satellites;
-  BiasTable m_biases{{}};
-  std::vector<SatBiases> m_wideLanes;
+  std::shared_ptr<const ProductBiases> m_biases;
   std::int64_t m_index = 0, m_lastIndex = -1;  ///< epochs in units of the interval since 1970
   std::optional<GpsTime> m_biasTag;
 };
 
 ProductSource::ProductSource(const ProductOptions& options, const EphemerisTimeline& timeline,
-                             std::vector<std::string>* notes)
+                             ProductFacts* facts)
     : m_options(options), m_timeline(timeline) {
   if (options.sp3.empty()) throw UsageError("no orbit file; give one or more SP3 files");
   Sp3Product orbits = readSp3(options.sp3);
@@ -89,22 +95,34 @@ ProductSource::ProductSource(const ProductOptions& options, const EphemerisTimel
                      "holds no satellite clock; give a RINEX clock file with satellite clocks");
   }
   if (!(clockInterval > 0.0)) clockInterval = kLongestBatch;
-  setBiases(clocks.header);
+  m_biases = std::make_shared<const ProductBiases>(
+      options.bia, options.wideLaneBiases ? clocks.header : std::vector<std::string>());
   setEpochs(clocks.clocks, clockInterval);
+  if (facts != nullptr) tell(orbits, clocks, clockInterval, *facts);
   setSatellites(orbits, clocks.clocks, clockInterval);
-  if (notes != nullptr && clockInterval > m_options.interval_s + kSameTime) {
-    notes->push_back("clocks every " + std::to_string(std::lround(clockInterval)) +
-                     " s are interpolated linearly to " + std::to_string(std::lround(m_options.interval_s)) +
-                     " s");
-  }
-  if (notes != nullptr && options.wideLaneBiases && m_wideLanes.empty()) {
-    notes->push_back("the clock files hold no wide-lane biases; ambiguities cannot be fixed with them");
-  }
 }
 
-void ProductSource::setBiases(const std::vector<std::string>& clockHeader) {
-  m_biases = BiasTable(readSinexBias(m_options.bia));
-  if (m_options.wideLaneBiases) m_wideLanes = phaseBiasesOf(wideLaneBiases(clockHeader));
+void ProductSource::tell(const Sp3Product& orbits, const ClockProduct& clocks, double clockInterval,
+                         ProductFacts& facts) const {
+  facts.clockInterval_s = clockInterval;
+  facts.broadcastClocks = m_options.clk.empty() && orbits.broadcastClocks;
+  std::set<GpsTime> epochs;
+  for (const auto& [sat, points] : clocks.clocks)
+    for (const ClockPoint& p : points) epochs.insert(p.time);
+  facts.clockEpochs.assign(epochs.begin(), epochs.end());
+  facts.biases = m_biases;
+  for (const std::string& file : m_options.sp3)
+    facts.origins.push_back(productOrigin(file, "orbits", orbits.agency));
+  for (const std::string& file : m_options.clk)
+    facts.origins.push_back(productOrigin(file, "clocks", clocks.agency));
+  for (const std::string& file : m_options.bia)
+    if (holdsPhases(file))
+      facts.origins.push_back(productOrigin(file, "phase biases", sinexBiasAgency(file)));
+  if (clockInterval > m_options.interval_s + kSameTime)
+    facts.notes.push_back(printed("clocks every %.0f s are interpolated linearly to %.0f s", clockInterval,
+                                  m_options.interval_s));
+  if (m_options.wideLaneBiases && !m_biases->hasWideLanes())
+    facts.notes.push_back("the clock files hold no wide-lane biases; ambiguities cannot be fixed with them");
 }
 
 /// Batches stand on whole multiples of the interval, from the last one at or before the first
@@ -180,33 +198,23 @@ void ProductSource::fillOrbitClock(CorrectionBatch& batch) {
 void ProductSource::fillBiases(CorrectionBatch& batch) {
   batch.newBiases = false;
   batch.biases.clear();
-  if (m_biases.empty() && m_wideLanes.empty()) return;
+  if (m_biases->empty()) return;
   if (m_biasTag) {
     const double since = batch.tag - *m_biasTag;
-    const bool changed = since > kBiasPace - kSameTime && m_biases.changes(*m_biasTag, batch.tag);
+    const bool changed = since > kBiasPace - kSameTime && m_biases->changes(*m_biasTag, batch.tag);
     if (since < m_options.biasInterval_s - kSameTime && !changed) return;
   }
   m_biasTag = batch.tag;
   batch.newBiases = true;
   batch.biasTag = batch.tag;
-  batch.biases = m_biases.at(batch.tag);
-  for (const SatBiases& w : m_wideLanes) {
-    const auto same = std::find_if(batch.biases.begin(), batch.biases.end(),
-                                   [&](const SatBiases& b) { return b.sat == w.sat; });
-    if (same == batch.biases.end()) {
-      batch.biases.push_back(w);
-    } else if (same->phase.empty()) {
-      same->phase = w.phase;
-    }
-  }
+  batch.biases = m_biases->at(batch.tag);
 }
 
 }  // namespace
 
 std::unique_ptr<CorrectionSource> makeProductSource(const ProductOptions& options,
-                                                    const EphemerisTimeline& timeline,
-                                                    std::vector<std::string>* notes) {
-  return std::make_unique<ProductSource>(options, timeline, notes);
+                                                    const EphemerisTimeline& timeline, ProductFacts* facts) {
+  return std::make_unique<ProductSource>(options, timeline, facts);
 }
 
 }  // namespace gnx

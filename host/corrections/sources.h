@@ -9,8 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "corrections/bias_table.h"
 #include "corrections/correction_source.h"
 #include "corrections/ephemeris_timeline.h"
+#include "corrections/product_origin.h"
 
 namespace gnx {
 
@@ -27,16 +29,26 @@ struct ProductOptions {
   double extrapolation_s = 900.0;      ///< of orbits beyond the product: many end at 23:45
 };
 
+/// What the files of a product are like.
+struct ProductFacts {
+  std::vector<std::string> notes{};    ///< remarks for the user
+  std::vector<ProductOrigin> origins;  ///< orbits, clocks, phase biases
+  double clockInterval_s = 0.0;
+  bool broadcastClocks = false;                 ///< of no use for integers
+  std::vector<GpsTime> clockEpochs;             ///< in order
+  std::shared_ptr<const ProductBiases> biases;  ///< never null behind makeProductSource
+};
+
 /// Turns products into corrections relative to the messages that the timeline picks, one batch an
 /// epoch on whole multiples of the interval, tagged and delivered at that epoch (final products have
 /// no latency). Orbits: orbit_interpolation.h. Clocks are taken at their epochs; in between they are
-/// interpolated linearly (5-minute clocks lose 1 to 3 cm by that, the engine drops corrections
-/// after 120 s), never across a gap. Clock rates are 0: the engine applies a rate to the absolute age, which
-/// does harm ahead of the tag. A satellite without orbit, clock or message is left out of the batch.
-/// `notes`, when not null, receives remarks for the user. Throws InputError, UsageError.
+/// interpolated linearly (5-minute clocks of GPS lose 2 to 5 cm by that, docs/accuracy.md; the engine drops
+/// corrections after 120 s), never across a gap. Clock rates are 0: the engine applies a rate to the absolute
+/// age, which does harm ahead of the tag. A satellite without orbit, clock or message is left out of the
+/// batch. `facts` may be null. Throws InputError, UsageError.
 std::unique_ptr<CorrectionSource> makeProductSource(const ProductOptions& options,
                                                     const EphemerisTimeline& timeline,
-                                                    std::vector<std::string>* notes = nullptr);
+                                                    ProductFacts* facts = nullptr);
 
 /// A recorded stream of state-space corrections in text form (formats/ssr_text.h).
 struct SsrTextOptions {
@@ -57,6 +69,10 @@ struct SsrTextOptions {
 /// not received yet) are moved to the message that it does hold. Throws InputError.
 std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& options,
                                                     const EphemerisTimeline* timeline = nullptr);
+
+/// The biases of a stream in full sets, by the time from which each is valid.
+std::vector<std::pair<GpsTime, std::vector<SatBiases>>> streamBiases(
+    const std::vector<std::string>& ssrFiles);
 
 /// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite, every 30 s from the
 /// timeline's start to four hours after its last message.

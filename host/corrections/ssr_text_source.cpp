@@ -279,6 +279,17 @@ std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& option
   return std::make_unique<SsrTextSource>(options, timeline);
 }
 
+std::vector<std::pair<GpsTime, std::vector<SatBiases>>> streamBiases(
+    const std::vector<std::string>& ssrFiles) {
+  SsrTextOptions options;
+  options.files = ssrFiles;
+  SsrTextSource source(options, nullptr);
+  std::vector<std::pair<GpsTime, std::vector<SatBiases>>> sets;
+  for (CorrectionBatch batch; source.next(batch);)
+    if (batch.newBiases) sets.emplace_back(batch.biasTag, std::move(batch.biases));
+  return sets;
+}
+
 std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,
                                                        const std::vector<std::string>& ssrFiles) {
   std::map<char, std::set<std::string>> signals;

@@ -131,8 +131,8 @@ void checkSystems(const std::string& systems) {
 }
 
 void checkRun(const DeploymentOptions& o) {
-  if (o.combination != "RAW" && o.combination != "IF" && o.combination != "SF") {
-    throw UsageError("combination '" + o.combination + "' is unknown: RAW, IF or SF");
+  if (o.combination != "RAW" && o.combination != "IF" && o.combination != "AFIF" && o.combination != "SF") {
+    throw UsageError("combination '" + o.combination + "' is unknown: RAW, IF, AFIF or SF");
   }
   if (o.refpoint != "CoM_ITRF" && o.refpoint != "APC_ITRF") {
     throw UsageError("reference point '" + o.refpoint + "' is unknown: CoM_ITRF or APC_ITRF");
@@ -150,6 +150,9 @@ void checkCombination(const SystemChoice& s, const std::string& combination) {
   } else if (s.used.size() < 2) {
     throw UsageError(combination + " needs two used frequencies of each system, but " + s.title +
                      " has only " + s.used.front().word + ": add one, leave the system out, or choose SF");
+  } else if (combination == "AFIF" && s.used.size() < 3) {
+    throw UsageError("AFIF needs three used frequencies of each system, but " + s.title +
+                     " has two: add one, leave the system out, or choose IF");
   }
 }
 

@@ -54,6 +54,17 @@ bool deployedToMassCentre(const std::filesystem::path& deployment) {
   return deployedText(deployment, "refpoint").find("CoM") != std::string::npos;
 }
 
+bool deployedResolution(const std::filesystem::path& deployment) {
+  const std::string name = plainValue(readJsonFile(deployment / "ppp.json")["amb"]);
+  if (name.empty() || !std::filesystem::exists(deployment / name)) return false;  // the engine says so itself
+  const Json::Value levels = readJsonFile(deployment / name)["amb"];
+  if (!levels.isObject()) return false;
+  for (const char* level : {"ewl", "wl", "n1"})
+    if (levels[level].isObject() && plainValue(levels[level]["resolution"]).find("on") != std::string::npos)
+      return true;
+  return false;
+}
+
 std::map<char, std::string> deployedBands(const std::filesystem::path& deployment) {
   std::map<char, std::string> bands;
   std::istringstream words(deployedText(deployment, "freqobs"));

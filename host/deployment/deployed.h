@@ -16,6 +16,9 @@ std::map<char, std::string> deployedBands(const std::filesystem::path& deploymen
 /// offsets. Throws InputError.
 bool deployedToMassCentre(const std::filesystem::path& deployment);
 
+/// Whether any level of a deployment resolves integers. Throws InputError.
+bool deployedResolution(const std::filesystem::path& deployment);
+
 /// The data file behind a key of the deployment's file table, such as "antpcv"; "" when the table names none.
 /// \throws InputError for damaged configuration files
 std::filesystem::path deploymentFile(const std::filesystem::path& deployment, const std::string& key);

@@ -13,6 +13,7 @@
 
 #include "deployment/antex_file.h"
 #include "deployment/choices.h"
+#include "deployment/deployed_integers.h"
 #include "deployment/json_template.h"
 #include "deployment/satellite_table.h"
 #include "deployment/troposphere_grid.h"
@@ -334,13 +335,19 @@ std::map<std::string, std::string> ambiguityValues(const std::vector<SystemChoic
     v["WL_SMOOTH"] += gap + wideLaneCombination(s, wide.high, wide.low);
     v["EWL_SMOOTH"] += gap + wideLaneCombination(s, extra.high, extra.low);
   }
-  // Ionosphere-free and single-frequency rows carry no wide-lanes to fix.
-  const bool levels = o.resolution && o.combination == "RAW";
+  const bool levels = o.resolution && o.combination != "SF";  // one frequency has no wide-lane
   const bool triple = std::ranges::any_of(systems, [](const SystemChoice& s) { return s.used.size() > 2; });
-  v["EWL_RESOLUTION"] = levels && triple ? "on" : "off";
+  // The filter of ionosphere-free observations has no wide-lanes of its own; AFIF has, behind
+  // extra-wide-lanes.
+  const bool smoothedExtra = o.combination == "AFIF", smoothedWide = o.combination.ends_with("IF");
+  v["EWL_RESOLUTION"] = levels && triple && o.combination != "IF" ? "on" : "off";
   v["WL_RESOLUTION"] = v["N1_RESOLUTION"] = levels ? "on" : "off";
+  v["EWL_TYPE"] = smoothedExtra ? "mw" : "raw";
+  v["EWL_MW"] = smoothedExtra ? "on" : "off";
+  v["WL_TYPE"] = smoothedWide ? "mw" : "raw";
+  v["WL_MW"] = smoothedWide ? "on" : "off";
   // Wide-lanes are right long before the floats are worth fixing: an arc has to last by itself.
-  v["N1_MINSECONDS"] = triple ? "300" : "600";
+  v["N1_MINSECONDS"] = triple && o.combination == "RAW" ? "300" : "600";
   v["UPD_SWITCH"] = o.biasProducts ? "on" : "off";
   return v;
 }
@@ -378,7 +385,7 @@ std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& s
       {"OBSCOMB", o.combination},
       {"P1P2DCB", raw ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"ICBDCB", raw && triple ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
-      {"IONMODEL", o.combination == "IF" ? "ION_NONE" : "ION_EST"},
+      {"IONMODEL", o.combination.ends_with("IF") ? "ION_NONE" : "ION_EST"},
       {"TRACELEVEL", std::to_string(o.traceLevel)},
       {"CLOCKDATUM", frequencyList(systems, CarrierSet::used, 2)}};
 }
@@ -403,7 +410,7 @@ void applyOverrides(const DeploymentOptions& o, std::string& main, std::string& 
 }
 
 void writeJson(const fs::path& file, const std::string& text) {
-  checkJson(file.string(), text);
+  parseJson(file.string(), text);
   writeText(file, text);
 }
 
@@ -417,15 +424,17 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   std::string ambiguity = fillJson(builtIn("ambiguity.json.in"), ambiguityTexts);
   if (choiceOf(systems, 'R') != nullptr)
     notes << "GLONASS is read and corrected, but the engine never estimates with it\n";
-  if (options.resolution && options.combination != "RAW") {
-    notes << "ambiguity resolution is off: it needs the uncombined observations (RAW)\n";
-  }
+  if (options.resolution && options.combination == "SF")
+    notes << "ambiguity resolution is off: one frequency has no wide-lane\n";
 
   std::error_code error;
   fs::create_directories(dir / "log", error);
   if (error) throw InputError((dir / "log").string(), 0, "cannot be made: " + error.message());
   std::string tables = fillJson(builtIn("tables.json.in"), {{"GRID", placeGrid(dir, options, notes)}});
   applyOverrides(options, main, ambiguity, tables);
+  for (const std::string& sentence :
+       checkIntegers(parseJson("ppp.json", main), parseJson("ambiguity.json", ambiguity)))
+    notes << sentence << '\n';
   writeAntennas(dir, systems, options, notes);
   placeOceanLoading(dir, options, notes);
   for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "polut1.txt", "ratio.txt"}) {

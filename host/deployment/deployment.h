@@ -35,7 +35,7 @@ struct DeploymentOptions {
   /// Frequency lists such as "GPS:L1_L2 GAL:E1_E5a"; systems not named keep their default pair.
   /// Used frequencies are among the observed ones; "" = the observed ones (SF: the first of them).
   std::string freqobs, freqused;
-  std::string combination = "RAW";    ///< RAW, IF or SF
+  std::string combination = "RAW";    ///< RAW, IF, AFIF or SF
   double codeNoise_m = 0.18;          ///< sigma of codes above 30 degrees of elevation
   std::string refpoint = "CoM_ITRF";  ///< CoM_ITRF or APC_ITRF: what the orbits refer to
   std::filesystem::path antex;        ///< antenna file, plain or .gz; "" = nominal satellite offsets

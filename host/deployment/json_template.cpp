@@ -125,13 +125,14 @@ bool setJsonValue(std::string& text, const std::string& path, const std::string&
   return true;
 }
 
-void checkJson(const std::string& file, const std::string& text) {
+Json::Value parseJson(const std::string& file, const std::string& text) {
   const Json::CharReaderBuilder builder;
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value root;
   std::string errors;
   if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors))
     throw InputError(file, 0, errors);
+  return root;
 }
 
 }  // namespace gnx

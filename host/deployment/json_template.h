@@ -3,6 +3,8 @@
 /// Configuration files as templates: JSON text whose places "@NAME@" are filled, and whose values can
 /// be replaced by their path without touching layout and comments.
 
+#include <json/json.h>
+
 #include <map>
 #include <string>
 #include <string_view>
@@ -19,6 +21,6 @@ bool setJsonValue(std::string& text, const std::string& path, const std::string&
 
 /// Parses the text as the engine does.
 /// \throws InputError with the reader's message
-void checkJson(const std::string& file, const std::string& text);
+Json::Value parseJson(const std::string& file, const std::string& text);
 
 }  // namespace gnx

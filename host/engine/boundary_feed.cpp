@@ -9,6 +9,7 @@
 
 #include "corrections/broadcast_orbit.h"
 #include "corrections/signals.h"
+#include "engine/signal_biases.h"
 
 namespace gnx {
 
@@ -27,12 +28,6 @@ GNX_IO::ssr_t emptyCorrection() {
   GNX_IO::ssr_t ssr{};
   ssr.mark_orb = ssr.mark_clk = ssr.mark_cbias = ssr.mark_pbias = ssr.mark_ifpb = GNX_IO::kConsumed;
   return ssr;
-}
-
-const SsrBias* findBias(const std::vector<SsrBias>& biases, const std::string& signal) {
-  const auto found =
-      std::find_if(biases.begin(), biases.end(), [&](const SsrBias& b) { return b.signal == signal; });
-  return found == biases.end() ? nullptr : &*found;
 }
 
 }  // namespace
@@ -165,7 +160,7 @@ bool ProductFeed::setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases
     if (code == 0) continue;
     double value = kReferenceBias_m;
     if (sourceHasCodeBiases_) {
-      const SsrBias* bias = biases == nullptr ? nullptr : findBias(biases->code, signal.bias);
+      const SsrBias* bias = biases == nullptr ? nullptr : codeBiasOf(signal, *biases);
       if (bias == nullptr) continue;
       if (bias->value != 0.0) value = bias->value;
     }
@@ -187,15 +182,8 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
   const double cycles =
       (reversed_.contains(sat) ? 0.5 : 0.0) - (offset == offsets_.end() ? 0.0 : offset->second.cycles);
   for (const PlannedSignal& signal : plan_.of(system)) {
-    const SsrBias* bias = findBias(biases->phase, signal.phase);
-    if (bias == nullptr) bias = findBias(biases->phase, signal.bias);
-    if (bias == nullptr) {
-      const auto family = std::find_if(biases->phase.begin(), biases->phase.end(), [&](const SsrBias& b) {
-        return sameSignalFamily(system, b.signal, signal.phase);
-      });
-      if (family == biases->phase.end()) continue;
-      bias = &*family;
-    }
+    const SsrBias* bias = phaseBiasOf(system, signal, *biases);
+    if (bias == nullptr) continue;
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
     if (arcs_ != nullptr) arcs_->note(sat, signal.phase, bias->discontinuity);

@@ -8,8 +8,8 @@ namespace gnx {
 
 /// Sets the engine's output options ("-outres", "-oution", "-outztd", "-outclk", "-outfix", "-outint",
 /// "-outambstat",
-/// "-outobsstat", "-outflag", "-outaccount", "-gensig") after GNX_initialize, also between epochs. The fixed
-/// argument vector of the engine holds none.
+/// "-outobsstat", "-outflag", "-outaccount", "-gensig", and "-float": no integers) after GNX_initialize, also
+/// between epochs. The fixed argument vector of the engine holds none.
 void setEngineOptions(const std::string& options);
 
 }  // namespace gnx

@@ -11,6 +11,7 @@
 #include "platform/child_process.h"
 #include "run/named_solutions.h"
 #include "run/solution_files.h"
+#include "run/summary_file.h"
 
 namespace gnx {
 
@@ -87,6 +88,7 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
 /// The files of the directory that tell how the run ended.
 void writeEnd(const fs::path& dir, int status, const std::string& end, const ReplayResult& result) {
   std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
+  writeSummaryFile(dir / "summary.json", result.summary, dir / "integers.json");
   std::ofstream(dir / "signals.txt") << result.notes;
   std::ofstream(dir / "exit.txt") << "exit status " << status << ": " << end << '\n';
 }

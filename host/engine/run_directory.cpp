@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "deployment/deployed.h"
+#include "deployment/deployed_integers.h"
 #include "formats/input_error.h"
 #include "formats/rinex_obs.h"
 
@@ -20,7 +21,7 @@ constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a repor
 constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
                                     "exit.txt",    "ppp_pos",         "report.html",   "run.json",
                                     "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
-                                    "summary.txt", "deployment.txt"};
+                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
 
 /// Whether a file is what some run has left, and no part of a deployment.
 bool isResult(const fs::path& file) {
@@ -75,7 +76,7 @@ void makeAbsolute(std::string& file) {
 
 void checkSources(const RunPlan& plan) {
   if (plan.obs.empty()) throw UsageError("no observation file; give one with --obs");
-  if (plan.nav.empty())
+  if (plan.nav.empty() && plan.sp3.empty())
     throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
   if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {
     throw UsageError(
@@ -117,8 +118,10 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   PreparedRun run;
   run.dir = fs::absolute(options.outDir);
   fillDirectory(run.dir, options);
+  checkDeployedIntegers(run.dir);
   plan.bands = deployedBands(run.dir);
-  plan.offsetFreeBiases = (plan.offsetFreeBiases || plan.wideLaneBiases) && deployedToMassCentre(run.dir);
+  plan.massCentre = deployedToMassCentre(run.dir);
+  plan.resolution = deployedResolution(run.dir);
   if (options.reference) plan.reference = options.reference;
   if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
   if (options.report) plan.details = kReportDetails_s;

@@ -9,10 +9,12 @@
 #include <memory>
 
 #include "GNX_SDK_ext.h"
+#include "corrections/fitted_messages.h"
 #include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
 #include "deployment/deployed.h"
+#include "deployment/deployed_integers.h"
 #include "deployment/satellite_table.h"
 #include "engine/antenna_patterns.h"
 #include "engine/boundary_feed.h"
@@ -22,9 +24,11 @@
 #include "engine/replay.h"
 #include "engine/replay_clock.h"
 #include "formats/input_error.h"
+#include "formats/rinex_clk.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
 #include "formats/text_reader.h"
+#include "integers/integer_policy.h"
 #include "platform/child_process.h"
 
 namespace gnx {
@@ -67,8 +71,7 @@ class ObservationStream {
 };
 
 std::unique_ptr<CorrectionSource> makeSource(const RunPlan& plan, const GpsTime& first,
-                                             const EphemerisTimeline& timeline,
-                                             std::vector<std::string>& notes) {
+                                             const EphemerisTimeline& timeline, ProductFacts& facts) {
   if (plan.broadcastOnly) return makeZeroSource(timeline);
   if (!plan.ssr.empty()) {
     SsrTextOptions options;
@@ -83,7 +86,17 @@ std::unique_ptr<CorrectionSource> makeSource(const RunPlan& plan, const GpsTime&
   options.wideLaneBiases = plan.wideLaneBiases;
   options.from = first;
   options.until = plan.to;
-  return makeProductSource(options, timeline, &notes);
+  return makeProductSource(options, timeline, &facts);
+}
+
+/// Messages for a run that has orbits and no navigation files.
+NavData fittedMessages(const RunPlan& plan) {
+  const Sp3Product orbits = readSp3(plan.sp3);
+  NavData messages = fitMessages(orbits, plan.clk.empty() ? orbits.clocks : readRinexClocks(plan.clk).clocks);
+  if (messages.keplerian.empty())
+    throw InputError(plan.sp3.front(), 0, "has too few orbits and clocks for broadcast messages; give --nav");
+  messages.notes.push_back("without navigation files broadcast messages are fitted to the orbits");
+  return messages;
 }
 
 /// The first few notes, and how many more there are.
@@ -146,20 +159,20 @@ void initialize(const RunPlan& plan, const ObsHeader& header) {
   GNX_initialize(plan.mode.c_str(), &sta, plan.cutoffDeg, plan.interval);
 }
 
-/// The output options of an epoch. The account is kept throughout; residuals and the like are large and
-/// come at a pace that suffices for a report.
+/// The options of the engine for an epoch. The account is kept throughout; residuals and the like are large
+/// and come at a pace that suffices for a report.
 class Diagnostics {
  public:
   explicit Diagnostics(const RunPlan& plan)
       : plan_(plan), always_(plan.diagnostics + " -outaccount"), detailed_(always_ + kDetails) {}
 
-  void apply(const GpsTime& time) {
+  void apply(const GpsTime& time, bool resolves) {
     constexpr double kTick_s = 1.0e-3;
     const double beside = std::remainder(secondsOfDay(time), plan_.interval);
     const bool tick = plan_.interval == 1.0 || std::fabs(beside) <= kTick_s;
     const bool due = plan_.details > 0.0 && tick && (!last_ || time - *last_ > plan_.details - 0.5);
     if (due) last_ = time;
-    setEngineOptions(due ? detailed_ : always_);
+    setEngineOptions((due ? detailed_ : always_) + (resolves ? "" : " -float"));
   }
 
  private:
@@ -178,7 +191,7 @@ void reportAccount(std::FILE* records, const RunAccount& account) {
 /// The deployment's antenna file, where this run asks for it. Without one the engine refuses to start.
 std::vector<AntexBlock> readAntennas(const RunPlan& plan) {
   const std::filesystem::path file = deploymentFile(".", "antpcv");
-  const bool wanted = plan.patterns || plan.offsetFreeBiases;
+  const bool wanted = plan.patterns || plan.resolution;
   return wanted && std::filesystem::exists(file) ? readAntex(file) : std::vector<AntexBlock>();
 }
 
@@ -223,6 +236,24 @@ void writeStoreFiles(const GpsTime& time) {
   for (const std::string& file : files) std::cerr << "note: the engine's store is in " << file << '\n';
 }
 
+/// Reads the first day of a run's observations ahead, for the fractions of its wide-lanes.
+void collectWideLanes(const RunPlan& plan, const ProductFacts& facts, WideLaneFractions& lanes) {
+  constexpr double kAhead_s = 86400.0;
+  const auto sets = plan.ssr.empty() ? decltype(streamBiases({})){} : streamBiases(plan.ssr);
+  std::vector<SatBiases> now;
+  std::size_t next = 0;
+  ObservationStream observations(plan);
+  std::optional<GpsTime> first, last;
+  for (ObsEpoch epoch; observations.next(epoch); last = epoch.time) {
+    if (!first) first = epoch.time;
+    if (epoch.time - *first > kAhead_s) break;
+    if (facts.biases != nullptr && (!last || facts.biases->changes(*last, epoch.time)))
+      now = facts.biases->at(epoch.time);
+    for (; next < sets.size() && sets[next].first <= epoch.time; ++next) now = sets[next].second;
+    lanes.add(epoch, now);
+  }
+}
+
 /// Share of the run that is done, by data time; the end is known when the header or the user names it.
 double shareDone(const RunPlan& plan, const GpsTime& first, const GpsTime& now) {
   if (!plan.to) return 0.0;
@@ -234,13 +265,14 @@ double shareDone(const RunPlan& plan, const GpsTime& first, const GpsTime& now) 
 struct RunInputs {
   explicit RunInputs(const RunPlan& plan)
       : observations(plan), header(observations.header()), first(firstEpoch(plan)), signals(request(plan)) {
-    NavData messages = readRinexNav(plan.nav);
+    NavData messages = plan.nav.empty() ? fittedMessages(plan) : readRinexNav(plan.nav);
     std::vector<std::string> notes = someOf(messages.notes);
     timeline.emplace(std::move(messages), first);
-    source = makeSource(plan, first, *timeline, notes);
+    ProductFacts facts;
+    source = makeSource(plan, first, *timeline, facts);
+    notes.insert(notes.end(), facts.notes.begin(), facts.notes.end());
     antennas = readAntennas(plan);
-    if (plan.offsetFreeBiases)
-      source = makeOffsetFreeSource(std::move(source), phaseCentreHeights(antennas, tableTime(first)));
+    if (plan.resolution && !plan.broadcastOnly) judgeIntegers(plan, std::move(facts), notes);
     tell(notes);
   }
 
@@ -253,8 +285,33 @@ struct RunInputs {
   std::optional<EphemerisTimeline> timeline;
   std::unique_ptr<CorrectionSource> source;
   std::vector<AntexBlock> antennas;
+  IntegerPolicy integers;
 
  private:
+  void judgeIntegers(const RunPlan& plan, ProductFacts facts, std::vector<std::string>& notes) {
+    const PhaseCentreHeights heights =
+        plan.massCentre ? phaseCentreHeights(antennas, tableTime(first)) : PhaseCentreHeights();
+    WideLaneFractions lanes(signals, *timeline, heights,
+                            plan.headerPosition ? header.position : anyPosition(plan));
+    collectWideLanes(plan, facts, lanes);
+    PolicyQuestion question;
+    question.products = std::move(facts);
+    question.densestSparse_s = plan.sparseClocks_s;
+    question.mixedProducts = plan.mixedProducts;
+    question.massCentre = plan.massCentre;
+    question.headerWideLanes = plan.wideLaneBiases;
+    question.fractions = lanes.result();
+    for (const AntexBlock& block : antennas)
+      if (block.isSatellite() && satelliteOf(block).validAt(tableTime(first)))
+        question.blocks[block.serial] = satelliteOf(block).block;
+    integers = decideIntegers(question);
+    if (integers.makeUpForOffsets) source = makeOffsetFreeSource(std::move(source), heights);
+    writeIntegerPolicy("integers.json", integers);
+    notes.insert(notes.end(), integers.remarks.begin(), integers.remarks.end());
+  }
+  std::array<double, 3> anyPosition(const RunPlan& plan) const {
+    return plan.position == std::array<double, 3>{} ? header.position : plan.position;
+  }
   GpsTime firstEpoch(const RunPlan& plan) {
     if (!observations.next(epoch)) throw InputError(plan.obs.front(), 0, "holds no epoch in the chosen time");
     setReplayClock(utcOf(epoch.time));
@@ -268,6 +325,7 @@ struct RunInputs {
   void tell(const std::vector<std::string>& notes) const {
     std::cerr << signals.describe();
     for (const std::string& warning : signals.warnings()) std::cerr << "warning: " << warning << '\n';
+    for (const std::string& warning : checkDeployedIntegers(".")) std::cerr << "warning: " << warning << '\n';
     for (const std::string& note : notes) std::cerr << "note: " << note << '\n';
   }
 };
@@ -287,7 +345,9 @@ class EngineSession {
         diagnostics_(plan),
         patterns_(makePatterns(plan, in.antennas, in.header, *in.timeline, in.first)),
         records_(fdopen(dup(kRecordDescriptor), "w"), &std::fclose) {
-    products_.keepFloat({plan.floating.begin(), plan.floating.end()});
+    std::set<std::string> floating(plan.floating.begin(), plan.floating.end());
+    for (const auto& [sat, residual] : in.integers.misfits) floating.insert(sat);
+    products_.keepFloat(std::move(floating));
     if (!plan.phaseOffsets.empty()) products_.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
     products_.noteDiscontinuities(arcs_);
     feed_.shiftArcs(arcs_);
@@ -296,7 +356,7 @@ class EngineSession {
   void epoch(ObsEpoch& epoch) {
     setReplayClock(utcOf(epoch.time));
     feeder_.deliverUntil(epoch.time);
-    diagnostics_.apply(epoch.time);
+    diagnostics_.apply(epoch.time, in_.integers.resolvesAt(epoch.time));
     if (patterns_) patterns_->apply(epoch);
     const double seconds = feed_.feed(epoch);
     report(records_.get(), epoch, seconds, feed_.satellites(), shareDone(plan_, in_.first, epoch.time));

@@ -53,6 +53,8 @@ void ClockReader::readHeader() {
     if (line.substr(0, 3) == "AS ")
       m_reader.fail("header", "data begin before END OF HEADER; the header is damaged");
     m_product.header.emplace_back(line);
+    if (m_product.agency.empty() && line.find("ANALYSIS CENTER") != std::string_view::npos)
+      m_product.agency = trim(column(line, 0, 3));
     if (line.find("TIME SYSTEM ID") != std::string_view::npos) {
       m_timeSystem = trim(column(line, 0, 9));
       if (!gpsTimeOf({}, m_timeSystem)) m_reader.fail("TIME SYSTEM ID", "'" + m_timeSystem + "' is unknown");

@@ -14,6 +14,7 @@ namespace gnx {
 struct ClockProduct {
   double interval = 0.0;  ///< s; the difference found most often between neighbours
   std::map<SatName, std::vector<ClockPoint>> clocks;
+  std::string agency;               ///< of the first file that names its centre
   std::vector<std::string> header;  ///< header lines, comments included: some centres keep biases there
 };
 

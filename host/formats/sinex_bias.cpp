@@ -131,4 +131,13 @@ std::vector<BiasRow> readSinexBias(const std::vector<std::string>& paths) {
   return rows;
 }
 
+/// "%=BIA 1.00 COD 2020:248:10302 IGS ...": the agency that made the file stands before the date.
+std::string sinexBiasAgency(const std::string& path) {
+  TextReader reader(path);
+  std::string_view line;
+  std::vector<std::string_view> words;
+  if (reader.next(line)) split(line, words);
+  return words.size() > 2 ? std::string(words[2]) : "";
+}
+
 }  // namespace gnx

@@ -27,4 +27,7 @@ struct BiasRow {
 /// Throws InputError for damage, a missing end line (%=ENDBIA) included.
 std::vector<BiasRow> readSinexBias(const std::vector<std::string>& paths);
 
+/// The agency whose data the file holds, from its first line; "" when that names none.
+std::string sinexBiasAgency(const std::string& path);
+
 }  // namespace gnx

@@ -93,6 +93,9 @@ void Sp3Reader::readHeader() {
 }
 
 void Sp3Reader::readHeaderLine(std::string_view line) {
+  // IGS centres tell the origin of orbits and clocks in a comment: "/* PCV:IGS14 ... ORB:CoN CLK:BRD".
+  if (line.substr(0, 2) == "/*" && line.find("CLK:BRD") != std::string_view::npos)
+    m_product.broadcastClocks = true;
   // The first %c line names the time system in columns 10-12; older files leave "ccc".
   if (line.substr(0, 2) != "%c" || ++m_controlLines != 1) return;
   const std::string_view scale = trim(column(line, 9, 3));

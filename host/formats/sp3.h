@@ -12,7 +12,9 @@
 namespace gnx {
 
 struct Sp3Product {
-  double interval = 0.0;  ///< s; the longest of the files
+  double interval = 0.0;         ///< s; the longest of the files
+  std::string agency;            ///< of the first file
+  bool broadcastClocks = false;  ///< a header says that the clocks are those of broadcast messages
   std::map<SatName, std::vector<OrbitPoint>> orbits;
   std::map<SatName, std::vector<ClockPoint>> clocks;
 };

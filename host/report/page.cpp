@@ -128,6 +128,7 @@ Markup fixTable(const RunFiles& run, const RunAnalysis& a) {
   Rows rows;
   rows.add("epochs fixed, of the solved", printed("%.1f %%", 100.0 * s.fixedShare));
   rows.add("first fix after", duration(s.firstFix));
+  for (const std::string& remark : run.integerRemarks) rows.add("products", remark);
   if (a.fixes.fixed > 0 && s.againstReference) {
     rows.addJudged(printed("fixed epochs off by more than %.0f cm", 100.0 * kWrongFix_m), a.fixes.wrong == 0,
                    printed("%zu of %zu", a.fixes.wrong, a.fixes.fixed));

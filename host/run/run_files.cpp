@@ -115,6 +115,10 @@ RunFiles readRunFiles(const fs::path& directory) {
     throw InputError((directory / "solution.csv").string(), 0, "holds no epoch; nothing to report");
   run.account = readAccount(directory / "account.csv");
   run.signals = readTextFile(directory / "signals.txt");
+  if (fs::exists(directory / "integers.json")) {
+    const Json::Value integers = readJsonFile(directory / "integers.json");
+    for (const Json::Value& remark : integers["remarks"]) run.integerRemarks.push_back(remark.asString());
+  }
   readSettings(run);
   readDiagnostics(run);
   return run;

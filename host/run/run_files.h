@@ -54,6 +54,7 @@ struct RunFiles {
   std::vector<SolutionEpoch> epochs;
   RunAccount account;                                         ///< empty: none kept
   std::string signals;                                        ///< plan of signals and notes, as text
+  std::vector<std::string> integerRemarks;                    ///< what was decided about integers, sentences
   std::vector<std::pair<std::string, std::string>> settings;  ///< of the engine, name and value
   std::vector<Residual> residuals;                            ///< empty: none kept
   std::vector<Sample> zenithDelay;                            ///< total, m

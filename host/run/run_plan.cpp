@@ -44,7 +44,10 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["availability"] = plan.availability;
   root["broadcastOnly"] = plan.broadcastOnly;
   root["wideLaneBiases"] = plan.wideLaneBiases;
-  root["offsetFreeBiases"] = plan.offsetFreeBiases;
+  root["resolution"] = plan.resolution;
+  root["massCentre"] = plan.massCentre;
+  root["mixedProducts"] = plan.mixedProducts;
+  root["sparseClocks"] = plan.sparseClocks_s;
   root["phaseOffsets"] = plan.phaseOffsets;
   root["mode"] = plan.mode;
   root["interval"] = plan.interval;
@@ -85,7 +88,10 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.availability = root["availability"].asString();
     plan.broadcastOnly = root["broadcastOnly"].asBool();
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();
-    plan.offsetFreeBiases = root["offsetFreeBiases"].asBool();
+    plan.resolution = root["resolution"].asBool();
+    plan.massCentre = root.get("massCentre", true).asBool();
+    plan.mixedProducts = root["mixedProducts"].asBool();
+    plan.sparseClocks_s = root.get("sparseClocks", plan.sparseClocks_s).asDouble();
     plan.phaseOffsets = root["phaseOffsets"].asString();
     plan.mode = root["mode"].asString();
     plan.interval = root["interval"].asDouble();

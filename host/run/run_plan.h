@@ -19,8 +19,11 @@ struct RunPlan {
   std::string availability;                     ///< delivery times of SSR blocks, "" = at once
   bool broadcastOnly = false;                   ///< zero corrections on broadcast orbits
   bool wideLaneBiases = false;                  ///< phase biases from the clock file's wide-lanes
-  bool offsetFreeBiases = false;                ///< phase biases know no satellite antenna offsets
-  std::string phaseOffsets;                     ///< file of narrow-lane offsets of satellites, "" = none
+  bool resolution = false;                      ///< the deployment resolves integers
+  bool massCentre = true;                       ///< and refers each frequency to the centre of mass
+  bool mixedProducts = false;                   ///< integers even from products of different solutions
+  double sparseClocks_s = 60.0;  ///< clocks further apart fix integers at their own epochs alone
+  std::string phaseOffsets;      ///< file of narrow-lane offsets of satellites, "" = none
   std::string mode = "static";
   double interval = 30.0;  ///< s
   bool patterns = true;    ///< antenna patterns are taken off the observations

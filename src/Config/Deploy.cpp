@@ -21,6 +21,7 @@
 #include "Common/Taiutc.h"
 #include "Common/TextScan.h"
 #include "Config/ConfigInput.h"
+#include "Config/IntegerFaults.h"
 
 namespace tarvio {
 
@@ -88,6 +89,8 @@ void Deploy::m_readJsonFile(int argc, const char** argv) {
   });
   s_guarded("amb", [&] { m_readJsonItem(root, "amb"); });
   m_checkConfigure();
+  for (const GNX_EXT::IntegerFault& fault : s_integerFaults(s_integerSettings(*this)))
+    Logtrace::m_logStatInfo("%s\n", fault.sentence.c_str());
   // Feeder threads ask for leap seconds with every time stamp: the table is complete before the
   // first of them can start.
   Taiutc::s_getInstance().m_rdUtcFile();

@@ -13,6 +13,7 @@
 #include "Common/Logtrace.h"
 #include "Common/Patterns.h"
 #include "Common/ProductHeaders.h"
+#include "Config/IntegerFaults.h"
 #include "Config/PatternTable.h"
 #include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
@@ -225,6 +226,14 @@ std::string setOutputOptions(const std::string& options) {
     std::memcpy(room, options.c_str(), options.size() + 1);
     return "";
   });
+}
+
+std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {
+  try {
+    return s_integerFaults(settings);
+  } catch (...) {  // no memory
+    return {};
+  }
 }
 
 std::string expandPattern(const std::string& pattern, const std::string& station, GNX_IO::gtime_t time,

@@ -1,8 +1,9 @@
-// Integer ambiguities of a real day, with the antenna offsets behind its products.
+// Integer ambiguities of real data, with the antenna offsets behind their products.
 
 #include <cmath>
 
 #include "calibrate/narrow_lanes.h"
+#include "formats/json_file.h"
 #include "report/integer_check.h"
 #include "run/run_files.h"
 #include "support/real_data.h"
@@ -50,6 +51,58 @@ TEST_F(EsbcIntegers, LanesOfTheDayAreNearIntegers) {
   const PhaseOffsets offsets = narrowLaneOffsets(readNarrowLanes(day.outDir, {}, {}));
   EXPECT_GT(offsets.size(), 35U);
   for (const auto& [sat, offset] : offsets) EXPECT_LT(std::fabs(offset.cycles), 0.1) << sat;
+}
+
+/// What a run decided about its integers.
+Json::Value decisionOf(const ReplayOptions& o) { return readJsonFile(o.outDir / "integers.json"); }
+
+TEST_F(EsbcIntegers, BiasesOfHeaderAndStreamAreFoundToKnowNoOffsets) {
+  ReplayOptions header = run("header", "static", true), stream = run("stream", "static", true);
+  stream.plan.sp3.clear();
+  stream.plan.clk.clear();
+  stream.plan.wideLaneBiases = false;
+  useStream(stream);
+  for (ReplayOptions* o : {&header, &stream}) {
+    o->plan.to = toGpsTime({2020, 6, 25, 3, 0, 0.0});
+    runReplay(*o);
+    const Json::Value biases = decisionOf(*o)["biases"];
+    EXPECT_EQ(biases["estimated"], "without satellite antenna offsets");
+    EXPECT_LT(biases["scatter_without_offsets_cycles"].asDouble(), 0.1);
+    EXPECT_EQ(decisionOf(*o)["resolved"], "yes");
+  }
+}
+
+struct JfngIntegers : ::testing::Test {
+  void SetUp() override { GNX_REQUIRE_DATA("jfng_2019045"); }
+  ReplayOptions run(const std::string& orbits) const {
+    ReplayOptions o = realRun(directory.path() / "run", "static");
+    o.deploy.resolution = true;
+    o.plan.obs = {realFile("jfng_2019045/JFNG00CHN_R_20190450700_01H_30S_MO.rnx.gz")};
+    o.plan.sp3 = {realFile("jfng_2019045/" + orbits)};
+    o.plan.bia = {realFile("jfng_2019045/COD0R03FIN_20190450000_01D_01D_OSB.BIA.gz")};
+    o.reference = {-2279829.0570, 5004706.4670, 3219777.3957};
+    return o;
+  }
+  const RunDirectory directory;
+};
+
+// The orbit file of the biases' own solution holds broadcast clocks, without Galileo.
+TEST_F(JfngIntegers, OfBroadcastClocksAreNotResolved) {
+  const ReplayOptions o = run("COD0R03FIN_20190450000_01D_05M_ORB.SP3.gz");
+  const ReplayResult result = runReplay(o);
+  const Json::Value decision = decisionOf(o);
+  EXPECT_EQ(decision["resolved"], "no");
+  EXPECT_EQ(result.summary.fixedShare, 0.0);
+  EXPECT_EQ(decision["biases"]["estimated"], "without satellite antenna offsets");
+}
+
+TEST_F(JfngIntegers, OfTwoCampaignsAreNot) {
+  const ReplayOptions o = run("COD0MGXFIN_20190450000_01D_05M_ORB.sp3.gz");
+  const ReplayResult result = runReplay(o);
+  EXPECT_EQ(decisionOf(o)["resolved"], "no");
+  EXPECT_EQ(result.summary.fixedShare, 0.0);
+  EXPECT_LT(result.summary.tail->horizontalRms, 0.1) << "float, on messages that are fitted to the orbits";
+  EXPECT_NE(result.notes.find("COD0R03FIN"), std::string::npos) << result.notes;
 }
 
 }  // namespace

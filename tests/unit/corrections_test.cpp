@@ -89,10 +89,10 @@ struct RealProducts : testing::Test {
   /// Message plus correction against the files' own numbers; every batch of the source.
   static void expectBack(const ProductOptions& options,
                          const std::map<SatName, std::vector<ClockPoint>>& clocks, const std::string& systems,
-                         std::vector<std::string>* notes) {
+                         ProductFacts* facts = nullptr) {
     const EphemerisTimeline messages = timeline();
     const auto orbits = readSp3(options.sp3).orbits;
-    const auto source = makeProductSource(options, messages, notes);
+    const auto source = makeProductSource(options, messages, facts);
     std::map<char, int> compared;
     for (CorrectionBatch b; source->next(b);)
       for (const OrbitClockCorrection& c : b.orbitClock) {
@@ -122,9 +122,9 @@ TEST_F(RealProducts, SumGivesOrbitsAndClocksBack) {
   expectBack(both, readRinexClocks(both.clk).clocks, "GE", nullptr);
   ProductOptions alone;  // its own clocks
   alone.sp3 = {file("COD0MGXFIN_20201770000_01D_05M_ORB.SP3.gz")};
-  std::vector<std::string> notes;
-  expectBack(alone, readSp3(alone.sp3).clocks, "GEC", &notes);
-  EXPECT_THAT(notes, testing::ElementsAre("clocks every 300 s are interpolated linearly to 30 s"));
+  ProductFacts facts;
+  expectBack(alone, readSp3(alone.sp3).clocks, "GEC", &facts);
+  EXPECT_THAT(facts.notes, testing::ElementsAre("clocks every 300 s are interpolated linearly to 30 s"));
 }
 
 }  // namespace

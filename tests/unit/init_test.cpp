@@ -115,6 +115,8 @@ TEST_F(Deployment, InconsistentChoicesAreRefusedInASentence) {
        "L2 does not belong to Galileo, which has E1, E5a, E6, E5b, E5"},
       {"GE", "", "GPS:L1", "RAW", "GPS has only L1"},
       {"GE", "", "GAL:E1", "IF", "Galileo has only E1"},
+      {"GE", "GPS:L1_L2_L5", "", "AFIF",
+       "AFIF needs three used frequencies of each system, but Galileo has two"},
       {"GE", "", "GPS:L1_L2", "SF", "SF uses one frequency, but GPS has 2"},
       {"E", "GAL:E1_E5a_E5b_E6", "", "RAW", "at most three"},
       {"GE", "GPS:L1_L2", "GPS:L1_L5", "RAW", "L5 of GPS is used but not observed"},
@@ -154,6 +156,7 @@ TEST_F(Deployment, RunSettingsAreChecked) {
 }
 
 TEST_F(Deployment, OverridesKeepTheCommentAndUnknownKeysAreRefused) {
+  options.resolution = false;  // integers and ION_NONE do not go together
   options.overrides = {{"common.ionmodel", "ION_NONE"},       {"threshold.rangelimit", "30.0"},
                        {"amb.n1.lambda.success_rate", "2.5"}, {"amb.osb_switch", "on"},
                        {"common.orbtype", "SSR BRD"},         {"files.ocload", "my.blq"}};

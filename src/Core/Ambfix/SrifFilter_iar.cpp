@@ -6,6 +6,7 @@
 
 #include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
+#include "Core/Filter/FixRecord.h"
 
 namespace tarvio {
 
@@ -14,6 +15,10 @@ void SrifFilter_iar::v_onFilterEstimate() {
   const Deploy& config = s_config();
   for (auto& level : m_candidates) level.clear();
   if (nobs < 1 || !config.m_liar) return;
+  if (s_has(config.m_pams, "-float")) {
+    m_stayFloat();
+    return;
+  }
 
   const auto rows = static_cast<std::size_t>(imtx);
   m_snapshot.resize(rows * (rows + 1));
@@ -25,6 +30,16 @@ void SrifFilter_iar::v_onFilterEstimate() {
 
   saved = m_snapshot.data();
   for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
+}
+
+/// The host resolves no integers in this epoch: nothing of an earlier one is told as its own.
+void SrifFilter_iar::m_stayFloat() {
+  for (const LevelTraits& level : kLevels) {
+    this->*s_ratioOf(level.level) = 0.0;
+    for (const Station& sta : m_stations) FixRecord(m_fixmap, sta.m_name, level.level).m_clear();
+  }
+  m_nfix = 0;
+  m_get_resi(resi_fix);
 }
 
 std::unique_ptr<Updc> SrifFilter_iar::m_product(Level level) const {
