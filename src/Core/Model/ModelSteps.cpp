@@ -18,6 +18,7 @@
 #include "Config/SatelliteTable.h"
 #include "Core/Model/Eclipse.h"
 #include "Core/Model/Itrs2gcrs.h"
+#include "Core/Model/PoleTable.h"
 #include "Core/Model/SunMoon.h"
 #include "Core/Model/Tropo_vmf1.h"
 
@@ -160,7 +161,11 @@ void s_clockSeconds(const Deploy& deploy, const Station& sta, double (&rclk)[kSy
 
 void s_systemTime(const Station& sta, double rclk, SystemFrame& frame) {
   timinc(sta.m_mjd, sta.m_sod, -rclk, &frame.mjd, &frame.sod);
-  const double eop[3] = {0.0, 0.0, 0.0};
+  const double mjd = frame.mjd + frame.sod / kDay;  // UTC would be 18 s away, nothing for a pole
+  double eop[3];
+  PoleTable& pole = PoleTable::s_getInstance();
+  pole.v_polut1(mjd, eop);
+  frame.poleKnown = pole.m_covers(mjd);
   Itrs2gcrs::s_getInstance().itrs2gcrs("IERS2010", 0, frame.mjd, frame.sod, eop, frame.R, frame.Rdot, 0.0,
                                        0.0, nullptr, nullptr, nullptr, &frame.xp, &frame.yp);
 }
