@@ -15,6 +15,7 @@
 #include "deployment/antex_file.h"
 #include "deployment/choices.h"
 #include "deployment/json_template.h"
+#include "deployment/pole_table.h"
 #include "deployment/satellite_table.h"
 #include "deployment/troposphere_grid.h"
 #include "formats/input_error.h"
@@ -294,6 +295,27 @@ void placeOceanLoading(const fs::path& dir, const DeploymentOptions& options, st
   writeText(dir / "ocean.blq", "$$ Ocean loading: no site\n");
 }
 
+/// The table of the pole, and in a line what it is made from.
+void placePole(const fs::path& dir, const DeploymentOptions& options, std::ostream& notes) {
+  const TableTime date = dateOf(options);
+  const double mjd = modifiedJulianDay(toGpsTime({date[0], date[1], date[2], 12, 0, 0.0}));
+  std::vector<EarthRotation> records, taken;
+  if (!options.erp.empty()) records = readEarthRotation(options.erp.string());
+  writeFile(dir / "polut1.txt",
+            [&](std::ostream& out) { taken = writePoleTable(out, records, mjd, builtIn("ut1t10.txt")); });
+  constexpr const char* kError = "1 to 4 mm of the pole tide are missing";
+  const auto day = [](const EarthRotation& r) { return std::to_string(static_cast<int>(r.mjd)); };
+  if (options.erp.empty()) {
+    notes << "no Earth rotation (--erp): the pole is the secular one, " << kError << '\n';
+  } else if (taken.empty()) {
+    notes << options.erp.string() << " ends at MJD " << day(records.back())
+          << ", before the date: the pole is the secular one, " << kError << '\n';
+  } else if (taken.front().mjd > mjd + 1.0 || taken.back().mjd < mjd) {
+    notes << options.erp.string() << " holds MJD " << day(taken.front()) << " to " << day(taken.back())
+          << ", not the date: away from there the pole is the secular one, " << kError << '\n';
+  }
+}
+
 // ---- configuration files ----
 
 /// The Melbourne-Wuebbena combination of a pair as the smoother reads it: phases by +1 and -1 times
@@ -441,7 +463,8 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
   applyOverrides(options, main, ambiguity, tables);
   writeAntennas(dir, systems, options, notes);
   placeOceanLoading(dir, options, notes);
-  for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "polut1.txt", "ratio.txt"}) {
+  placePole(dir, options, notes);
+  for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "ratio.txt"}) {
     writeText(dir / name, builtIn(name));
   }
   writeText(dir / "no_ratio_table.txt", "nrow 0 ndim 0\n");
