@@ -30,6 +30,7 @@ constexpr double kPathDelay_m = 0.008870056071559442;   // 2 GM/c^2
 constexpr double kTravelTime_s = 0.075;
 constexpr double kTravelTolerance_s = 1.0e-9;
 constexpr int kEmissionRounds = 30;
+constexpr double kGpsToTt_s = 51.184;
 
 double s_norm(const double* v) { return std::sqrt(dot(3, v, v)); }
 
@@ -173,6 +174,10 @@ void s_systemTime(const Station& sta, double rclk, SystemFrame& frame) {
 void s_sunMoon(SystemFrame& frame) {
   const GNX_IO::gtime_t gps{mjd2time(frame.mjd, frame.sod), std::fmod(frame.sod, 1.0)};
   sunmoonpos_eci(GNX_IO::gpst2utc(gps), frame.sun, frame.moon);
+  // Precession since 2000 has grown to a third of a degree, more than noon and midnight turns can bear.
+  const double mjdTt = frame.mjd + (frame.sod + kGpsToTt_s) / kDay;
+  s_dateToInertial(mjdTt, frame.sun);
+  s_dateToInertial(mjdTt, frame.moon);
 }
 
 double s_range(const double* d, const double* satellite) {
