@@ -211,6 +211,21 @@ std::string antennaNames(const Antennas& a) {
   return text;
 }
 
+/// Antenna files and products share the axes of the IGS. The engine flies blocks with reversed axes that are
+/// their own, so their offsets are turned with them; and it knows orbit-normal attitude, which the
+/// geostationary QZSS flies at all times, by BeiDou's name.
+void matchAttitudes(Antennas& a) {
+  constexpr const char *kOrbitNormal = "QZSS-2G", *kKnownAs = "BEIDOU-3G-CAST";
+  for (AntexBlock& block : a.blocks) {
+    if (!block.isSatellite()) continue;
+    const std::string name = satelliteOf(block).block;
+    if (hasReversedAxes(name)) block.reverseAxes();
+    if (name == kOrbitNormal) block.setType(kKnownAs);
+  }
+  for (SatelliteRecord& satellite : a.satellites)
+    if (satellite.block == kOrbitNormal) satellite.block = kKnownAs;
+}
+
 /// Finds the station's antenna, with any radome when its own is not calibrated.
 void resolveAntenna(std::string& antenna, const Antennas& a, std::ostream& notes) {
   if (antenna.empty()) return;
@@ -241,6 +256,7 @@ void writeAntennas(const fs::path& dir, const std::vector<SystemChoice>& systems
         << "no receiver antennas\n";
   }
   completeBlocks(a, systems, notes);
+  matchAttitudes(a);
   writeText(dir / "satellites.txt", satelliteList(a, systems, date, options, notes));
   writeText(dir / "satnav.txt", formatSatelliteTable(a.satellites));
   writeText(dir / "antnam.txt", antennaNames(a));
