@@ -115,7 +115,7 @@ void applyErrorSwitches(const SimulateArguments& a, SimulationOptions& o) {
   if (a.noBroadcastErrors) o.sky.broadcastErrorScale = 0.0;
   r.troposphere.on = !a.noTroposphere;
   r.ionosphere.on = !a.noIonosphere;
-  r.solidTide = r.poleTide = !a.noTides;
+  r.solidTide = !a.noTides;
   r.windup = !a.noWindup;
   o.satelliteTruth = !a.noSatelliteTruth;
 }

@@ -113,6 +113,25 @@ void AntexBlock::dropAzimuthRows() {
     if (labelled(line, "DAZI")) line = labelLine("     0.0", "DAZI");
 }
 
+void AntexBlock::reverseAxes() {
+  for (AntexFrequency& frequency : frequencies)
+    for (std::string& line : frequency.lines) {
+      if (!labelled(line, "NORTH / EAST / UP")) continue;
+      const auto x = parseReal(field(line, 0, 10)), y = parseReal(field(line, 10, 10));
+      if (!x || !y) continue;
+      char turned[24];
+      std::snprintf(turned, sizeof turned, "%10.2f%10.2f", 0.0 - *x, 0.0 - *y);  // no "-0.00"
+      line.replace(0, 20, turned);
+    }
+}
+
+void AntexBlock::setType(const std::string& name) {
+  type = name;
+  type.resize(20, ' ');
+  for (std::string& line : head)
+    if (labelled(line, "TYPE / SERIAL NO")) line.replace(0, 20, type);
+}
+
 const AntexFrequency* AntexBlock::find(const std::string& code) const {
   const auto at = std::ranges::find(frequencies, code, &AntexFrequency::code);
   return at == frequencies.end() ? nullptr : &*at;

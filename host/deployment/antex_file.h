@@ -31,6 +31,10 @@ struct AntexBlock {
 
   bool isSatellite() const;
   void dropAzimuthRows();
+  /// Turns the offsets half a turn about body z.
+  void reverseAxes();
+  /// Gives the block another type, 20 characters at most.
+  void setType(const std::string& name);
   const AntexFrequency* find(const std::string& code) const;
 };
 

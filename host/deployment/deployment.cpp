@@ -15,6 +15,7 @@
 #include "deployment/choices.h"
 #include "deployment/deployed_integers.h"
 #include "deployment/json_template.h"
+#include "deployment/pole_table.h"
 #include "deployment/satellite_table.h"
 #include "deployment/troposphere_grid.h"
 #include "formats/input_error.h"
@@ -207,6 +208,21 @@ std::string antennaNames(const Antennas& a) {
   return text;
 }
 
+/// Antenna files and products share the axes of the IGS. The engine flies blocks with reversed axes that are
+/// their own, so their offsets are turned with them; and it knows orbit-normal attitude, which the
+/// geostationary QZSS flies at all times, by BeiDou's name.
+void matchAttitudes(Antennas& a) {
+  constexpr const char *kOrbitNormal = "QZSS-2G", *kKnownAs = "BEIDOU-3G-CAST";
+  for (AntexBlock& block : a.blocks) {
+    if (!block.isSatellite()) continue;
+    const std::string name = satelliteOf(block).block;
+    if (hasReversedAxes(name)) block.reverseAxes();
+    if (name == kOrbitNormal) block.setType(kKnownAs);
+  }
+  for (SatelliteRecord& satellite : a.satellites)
+    if (satellite.block == kOrbitNormal) satellite.block = kKnownAs;
+}
+
 /// Finds the station's antenna, with any radome when its own is not calibrated.
 void resolveAntenna(std::string& antenna, const Antennas& a, std::ostream& notes) {
   if (antenna.empty()) return;
@@ -237,6 +253,7 @@ void writeAntennas(const fs::path& dir, const std::vector<SystemChoice>& systems
         << "no receiver antennas\n";
   }
   completeBlocks(a, systems, notes);
+  matchAttitudes(a);
   writeText(dir / "satellites.txt", satelliteList(a, systems, date, options, notes));
   writeText(dir / "satnav.txt", formatSatelliteTable(a.satellites));
   writeText(dir / "antnam.txt", antennaNames(a));
@@ -289,6 +306,27 @@ void placeOceanLoading(const fs::path& dir, const DeploymentOptions& options, st
   }
   notes << "no ocean loading (--blq): none is applied, up to 0.05 m of height at oceanic coasts\n";
   writeText(dir / "ocean.blq", "$$ Ocean loading: no site\n");
+}
+
+/// The table of the pole, and in a line what it is made from.
+void placePole(const fs::path& dir, const DeploymentOptions& options, std::ostream& notes) {
+  const TableTime date = dateOf(options);
+  const double mjd = modifiedJulianDay(toGpsTime({date[0], date[1], date[2], 12, 0, 0.0}));
+  std::vector<EarthRotation> records, taken;
+  if (!options.erp.empty()) records = readEarthRotation(options.erp.string());
+  writeFile(dir / "polut1.txt",
+            [&](std::ostream& out) { taken = writePoleTable(out, records, mjd, builtIn("ut1t10.txt")); });
+  constexpr const char* kError = "1 to 4 mm of the pole tide are missing";
+  const auto day = [](const EarthRotation& r) { return std::to_string(static_cast<int>(r.mjd)); };
+  if (options.erp.empty()) {
+    notes << "no Earth rotation (--erp): the pole is the secular one, " << kError << '\n';
+  } else if (taken.empty()) {
+    notes << options.erp.string() << " ends at MJD " << day(records.back())
+          << ", before the date: the pole is the secular one, " << kError << '\n';
+  } else if (taken.front().mjd > mjd + 1.0 || taken.back().mjd < mjd) {
+    notes << options.erp.string() << " holds MJD " << day(taken.front()) << " to " << day(taken.back())
+          << ", not the date: away from there the pole is the secular one, " << kError << '\n';
+  }
 }
 
 // ---- configuration files ----
@@ -437,7 +475,8 @@ void writeDeployment(const fs::path& dir, const DeploymentOptions& given, std::o
     notes << sentence << '\n';
   writeAntennas(dir, systems, options, notes);
   placeOceanLoading(dir, options, notes);
-  for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "polut1.txt", "ratio.txt"}) {
+  placePole(dir, options, notes);
+  for (const char* name : {"leapseconds.txt", "ut1t10.txt", "predefine.txt", "ratio.txt"}) {
     writeText(dir / name, builtIn(name));
   }
   writeText(dir / "no_ratio_table.txt", "nrow 0 ndim 0\n");

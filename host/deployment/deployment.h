@@ -41,6 +41,7 @@ struct DeploymentOptions {
   std::filesystem::path antex;        ///< antenna file, plain or .gz; "" = nominal satellite offsets
   std::filesystem::path grid;         ///< GPT2w grid of 1 degree; "" = built-in coarser climatology
   std::filesystem::path blq;          ///< ocean loading; "" = none
+  std::filesystem::path erp;          ///< Earth rotation; "" = the secular pole
   bool resolution = true;             ///< ambiguity levels "wl" and "n1" (and "ewl" with three frequencies)
   bool biasProducts = true;           ///< phase biases come with the corrections ("upd_switch")
   GpsTime date;                       ///< date of the data: validity of satellites and antennas; zero = now

@@ -53,11 +53,14 @@ char systemLetter(const SatelliteRecord& satellite) {
   return letter == 'C' && satellite.block.starts_with("BEIDOU-2") ? 'B' : letter;
 }
 
+bool hasReversedAxes(const std::string& block) {
+  return block.starts_with("BLOCK IIR") || block == "BLOCK IIIA";
+}
+
 std::set<SatName> reversedSatellites(const std::vector<SatelliteRecord>& rows, const TableTime& now) {
   std::set<SatName> names;
   for (const SatelliteRecord& satellite : rows) {
-    const bool reversed = satellite.block.starts_with("BLOCK IIR") || satellite.block == "BLOCK IIIA";
-    if (reversed && satellite.validAt(now)) names.insert(satellite.name);
+    if (hasReversedAxes(satellite.block) && satellite.validAt(now)) names.insert(satellite.name);
   }
   return names;
 }

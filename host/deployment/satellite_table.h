@@ -32,9 +32,11 @@ struct SatelliteRecord {
 /// Letter of the engine's system: G R E J, C for BeiDou-3, B for BeiDou-2.
 char systemLetter(const SatelliteRecord& satellite);
 
-/// Satellites valid at a time whose body axes x and y the engine takes opposite to the convention of the
-/// IGS (Montenbruck et al. 2015, Adv. Space Res. 56): GPS blocks IIR and III. Their wind-up is half a
-/// cycle off for everybody else.
+/// Whether the engine takes the body axes x and y of a block opposite to the convention of the IGS
+/// (Montenbruck et al. 2015, Adv. Space Res. 56): GPS blocks IIR and III.
+bool hasReversedAxes(const std::string& block);
+
+/// Satellites of such blocks at a time. Their wind-up is half a cycle off for everybody else.
 std::set<SatName> reversedSatellites(const std::vector<SatelliteRecord>& rows, const TableTime& now);
 
 /// Reads part 1 of a table.

@@ -96,7 +96,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
   truth.tide = {};
   if (m_options.solidTide)
     truth.tide = solidTide(truth.marker, sun, moonEarthFixed(reception), siderealAngle(reception));
-  if (m_options.poleTide) truth.tide = plus(truth.tide, poleTide(place, reception));
+  truth.tide = plus(truth.tide, poleTide(place, m_options.poleOffset[0], m_options.poleOffset[1]));
   const auto& delta = m_options.antennaDelta;
   const Vector3 antenna =
       plus(plus(truth.marker, truth.tide), fromEastNorthUp({delta[1], delta[2], delta[0]}, place));

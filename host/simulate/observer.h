@@ -42,7 +42,8 @@ struct ObserverOptions {
   double phaseMultipath = 0.001;   ///< of a phase, m
   double interSystemSigma = 5.0;   ///< receiver bias of a system against the first, m
   double receiverBiasSigma = 0.5;  ///< receiver bias of a signal against the first, m
-  bool windup = true, solidTide = true, poleTide = true;
+  bool windup = true, solidTide = true;
+  std::array<double, 2> poleOffset{};  ///< x and y of the pole minus the secular pole, arcsec: a pole tide
 };
 
 /// Truth of one satellite in one epoch, metres and radians.

@@ -49,14 +49,8 @@ Vector3 solidTide(const Vector3& site, const Vector3& sun, const Vector3& moon, 
   return plus(displacement, scaled(r, kK1Radial * sin2Latitude * std::sin(siderealAngle + longitude)));
 }
 
-Vector3 poleTide(const Geodetic& site, const GpsTime& t) {
-  const double years = (modifiedJulianDay(t) - 51544.0) / 365.25;
-  double x = 23.513 + 7.6141 * years, y = 358.891 - 0.6287 * years;  // mas
-  if (years < 10.0) {
-    x = 55.974 + years * (1.8243 + years * (0.18413 + years * 0.007024));
-    y = 346.346 + years * (1.7896 + years * (-0.10729 - years * 0.000908));
-  }
-  const double m1 = -x * 1e-3, m2 = y * 1e-3;  // arcseconds: pole at the origin minus mean pole
+Vector3 poleTide(const Geodetic& site, double x, double y) {
+  const double m1 = x, m2 = -y;
   const double colatitude = std::numbers::pi / 2.0 - site.latitude;
   const double c = std::cos(site.longitude), s = std::sin(site.longitude);
   const double up = -0.033 * std::sin(2.0 * colatitude) * (m1 * c + m2 * s);

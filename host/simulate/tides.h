@@ -5,8 +5,7 @@
 /// Solid tide: degree 2 and 3 with nominal Love numbers and the K1 correction, permanent part included
 /// (IERS Conventions 2010, 7.1.1, steps 1a, 1b and the largest term of step 2), within 3 mm of the whole
 /// of that section. Ocean loading is absent: the simulated Earth has no oceans.
-/// Pole tide: that of a pole of rotation lying in the third axis of the earth-fixed frame, with the mean
-/// pole of the Conventions 2010 as its reference (7.1.4).
+/// Pole tide: that of a pole of rotation away from the secular one (7.1.4, update of 2018).
 
 #include "formats/records.h"
 #include "simulate/vector3.h"
@@ -15,6 +14,7 @@ namespace gnx {
 
 /// Earth-fixed metres. `siderealAngle` in radians, bodies earth-fixed.
 Vector3 solidTide(const Vector3& site, const Vector3& sun, const Vector3& moon, double siderealAngle);
-Vector3 poleTide(const Geodetic& site, const GpsTime& t);
+/// \param x, y  of the pole minus the secular pole, arcsec
+Vector3 poleTide(const Geodetic& site, double x, double y);
 
 }  // namespace gnx

@@ -213,6 +213,58 @@ TEST(YawTurns, FollowTheCosineLawsOfGalileoAndBeiDou) {
     }
 }
 
+// The turn of CAST satellites opens at an orbit angle of 6 degrees, where the nominal yaw may be far from the
+// end of that which the distance to the Sun's line would open.
+TEST(YawTurns, OpenAtAnOrbitAngleWhereTheBlockSaysSo) {
+  const CosineBlock cast{3.0, 6.0, 0.0020333933032943645, true};
+  constexpr double kRate = 360.0 / 46394.0;
+  for (const double beta : {-2.5, 0.02, 1.3})
+    for (const double event : {0.0, 180.0}) {
+      const double start = nominalYaw(beta, event - 6.0, false), middle = std::copysign(90.0, start);
+      for (const double off : {-6.5, -5.9, -2.0, 0.0, 4.0, 5.9, 6.5}) {
+        const double phase = cast.frequency * (off + 6.0) / kRate;
+        const double law = std::abs(off) < 6.0 ? middle + (start - middle) * std::cos(phase)
+                                               : nominalYaw(beta, event + off, false);
+        const double yaw = yawAfter(cast, beta, kRate, event - 8.0, event + off, kRate);
+        EXPECT_LT(difference(yaw, law), 0.2) << "beta " << beta << " mu " << event + off;
+      }
+    }
+}
+
+TEST(YawTurns, KeepTheSunOffThePlaneOfSecmSatellites) {
+  const Json::Value rows = laws()["secm_csno"];
+  ASSERT_GT(rows.size(), 10U);
+  constexpr double kRate = 360.0 / 46394.0;
+  for (const Json::Value& row : rows) {
+    YawTurns turns;
+    const double beta = row[0].asDouble(), mu = row[1].asDouble();
+    const YawEpoch epoch = epochAt(0.0, mu, beta, kRate);
+    const double turned = turns.frozenBeta(FrozenBetaBlock{}, epoch).value_or(0.0);
+    EXPECT_LT(difference(row[2].asDouble() + turned, row[3].asDouble()), 1e-5) << beta << ' ' << mu;
+  }
+}
+
+// Beta changes its sign behind noon, where the yaw is large: the side waits for the other half of the orbit,
+// and changes there at 0.055 deg/s.
+TEST(YawTurns, ChangeTheSideOfSecmSatellitesAtSmallYaw) {
+  constexpr double kRate = 360.0 / 46394.0, kStep = 10.0;
+  YawTurns turns;
+  double before = 0.0, largest = 0.0, first = 0.0, last = 0.0;
+  for (double t = 0.0; t < 60000.0; t += kStep) {
+    const double mu = std::fmod(t * kRate, 360.0), beta = 1e-6 * (200.0 / kRate - t);
+    const double yaw = nominalYaw(beta, mu, false) +
+                       turns.frozenBeta(FrozenBetaBlock{}, epochAt(t, mu, beta, kRate)).value();
+    if (t > 0.0) largest = std::fmax(largest, difference(yaw, before));
+    const bool old = difference(yaw, nominalYaw(3.0, mu, false)) < 1e-9;
+    if (!old && first == 0.0) first = t;
+    if (difference(yaw, nominalYaw(-3.0, mu, false)) > 1e-9) last = t;
+    before = yaw;
+  }
+  EXPECT_LT(largest, 2.0) << "the law itself turns by 1.5 degrees in 10 s at noon";
+  EXPECT_NEAR(first * kRate, 360.0 + 36.8, 0.2) << "the yaw of a Sun at 3 degrees is 5 degrees";
+  EXPECT_NEAR(last - first, 10.0 / 0.055, 3.0 * kStep);
+}
+
 TEST(YawTurns, FollowTheSmoothedSunOfGalileoIov) {
   constexpr double kRate = 360.0 / 50685.0;
   const Json::Value rows = laws()["iov"];

@@ -8,9 +8,13 @@
 #include <fstream>
 #include <span>
 
+#include "Common/Com.h"
 #include "Common/Taiutc.h"
 #include "Core/Model/Erp.h"
 #include "Core/Model/Itrs2gcrs.h"
+#include "Core/Model/ModelSteps.h"
+#include "Core/Model/PoleTable.h"
+#include "Core/Model/Tides.h"
 #include "Interface/Controller.h"
 #include "support/exit_message.h"
 #include "support/files.h"
@@ -161,6 +165,82 @@ TEST_F(Erp, TableIsInterpolatedForwardWithinItsLimits) {
   erp.v_onRecall("polut1");  // from the start again
   erp.v_polut1(59000.5, eop);
   EXPECT_NEAR(eop[0], 0.21, 1e-12);
+}
+
+/// The table of a deployment; it is empty again behind the test.
+struct DeployedPole : Erp {
+  DeployedPole() {
+    Taiutc::s_getInstance().m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
+  }
+  ~DeployedPole() override { pole.v_acqData(""); }
+  void read(const std::string& table) { pole.v_acqData(directory.write("polut1", table).c_str()); }
+  std::vector<double> at(double mjd) {
+    std::vector<double> eop(3, 9.0);
+    pole.v_polut1(mjd, eop.data());
+    return eop;
+  }
+  PoleTable& pole = PoleTable::s_getInstance();
+};
+
+TEST_F(DeployedPole, IsLinearBetweenRecordsAtAnyDistanceAndZeroElsewhere) {
+  read("59000 59011  remark\n59000 0.1 0.4 -0.20\n59001 0.2 0.4 -0.21\n(remark)\n59011 0.1 0.3 -0.31\n");
+  for (const double mjd : {59000.0, 59011.0, 59006.0, 59000.5}) EXPECT_TRUE(pole.m_covers(mjd)) << mjd;
+  expectNear(at(59006.0), {0.15, 0.35, -0.26}, 1e-12);
+  expectNear(at(59000.5), {0.15, 0.4, -0.205}, 1e-12);  // time may go back
+  expectNear(at(59011.0), {0.1, 0.3, -0.31}, 1e-12);
+  for (const double mjd : {58999.9, 59011.1}) {
+    EXPECT_FALSE(pole.m_covers(mjd));
+    expectNear(at(mjd), {0.0, 0.0, 0.0}, 0.0);
+  }
+  read("59000 59001\n59000 0.1 0.4 0\n59002 0.2 0.4 0\n");
+  EXPECT_FALSE(pole.m_covers(59001.1)) << "the first line limits the table";
+}
+
+TEST_F(DeployedPole, ATableThatMakesNoSenseHoldsNoRecords) {
+  const std::string good = "59000 59002\n59000 0.1 0.4 -0.2\n59002 0.1 0.4 -0.2\n";
+  for (const char* table : {"", "\n \n", "59000 59002\n59000 0.1 0.4 -0.2\n", "title\n59000 0.1 0.4 -0.2\n",
+                            "59000 59002\n59000 0.1 0.4 0\n59000 0.1 0.4 0\n59002 0.1 0.4 0\n",
+                            "59000 59002\n59000 100 400 -0.2\n59002 100 400 -0.2\n"}) {
+    read(good);
+    ASSERT_TRUE(pole.m_covers(59001.0));
+    read(table);
+    EXPECT_FALSE(pole.m_covers(59001.0)) << table;
+    expectNear(at(59001.0), {0.0, 0.0, 0.0}, 0.0);
+  }
+  read(good);
+  pole.v_acqData("/nonexistent/polut1");
+  EXPECT_FALSE(pole.m_covers(59001.0));
+}
+
+TEST_F(DeployedPole, FramesAndThePoleTideFollowIt) {
+  Station station("TEST");
+  station.m_mjd = 59025;
+  station.m_sod = 43200.0;
+  SystemFrame frame, without;
+  s_systemTime(station, 0.0, without);
+  read("59025 59026\n59025 0.141 0.433 -0.23\n59026 0.141 0.433 -0.23\n");
+  s_systemTime(station, 0.0, frame);
+  EXPECT_TRUE(frame.poleKnown);
+  EXPECT_FALSE(without.poleKnown);
+  EXPECT_NEAR(frame.xp - without.xp, 0.141, 1e-9);
+  EXPECT_NEAR(frame.yp - without.yp, 0.433, 1e-9);
+  EXPECT_LT(std::abs(without.xp), 1e-3) << "tides and libration alone";
+
+  // IERS Conventions 2010, eq. 7.26: east, north, up of a pole 0.1 and -0.2 arcsec from the secular one
+  const double lat = 0.97, lon = 2.4, theta = kPi / 2.0 - lat, m1 = 0.1, m2 = 0.2;
+  const double along = m1 * std::cos(lon) + m2 * std::sin(lon);
+  const double enu_mm[3] = {9.0 * std::cos(theta) * (m1 * std::sin(lon) - m2 * std::cos(lon)),
+                            9.0 * std::cos(2.0 * theta) * along, -33.0 * std::sin(2.0 * theta) * along};
+  double rot[3][3], x, y, tide[2][3];
+  rot_enu2xyz(lat, lon, rot);
+  mean_pole("IERS2018", 59025.5, &x, &y);
+  EXPECT_NEAR(x, 0.0550 + 0.001677 * 20.482, 1e-6);
+  EXPECT_NEAR(y, 0.3205 + 0.003460 * 20.482, 1e-6);
+  const double site[3] = {-2.66e6, 2.43e6, 5.24e6}, none[6][11] = {}, far[3] = {1e15, 0.0, 0.0};
+  for (const int k : {0, 1})
+    tide_displace_itrs(59025, 43200.0, site, far, far, frame.R, rot, lat, lon, x + k * m1, y - k * m2, none,
+                       tide[k], PoleTide::known);
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(tide[1][i] - tide[0][i], dot(3, rot[i], enu_mm) * 1e-3, 1e-9);
 }
 
 }  // namespace

@@ -78,6 +78,28 @@ TEST_F(Deployment, EverySatelliteHasItsRowAndAntennaAndEachNameOneVehicle) {
   }
 }
 
+// Offsets are in axes with the Sun on the side of x; the engine reverses those of some GPS blocks, and flies
+// orbit-normal what it knows by a name of BeiDou.
+TEST_F(Deployment, OffsetsFitTheAttitudeThatTheEngineFlies) {
+  options.systems = "GJ";
+  write();
+  std::map<std::string, std::string> offsets, types, rows;
+  for (const AntexBlock& b : readAntex(dir / "antenna.atx")) {
+    if (!satelliteOf(b).validAt(tableTime(options.date))) continue;
+    types[b.serial] = satelliteOf(b).block;
+    offsets[b.serial] = b.frequencies.front().lines.front().substr(0, 20);
+  }
+  for (const auto& r : parseSatelliteTable(readFile(dir / "satnav.txt")))
+    if (r.validAt(tableTime(options.date))) rows[r.name] = r.block;
+  EXPECT_EQ(types["G18"], "BLOCK IIIA");
+  EXPECT_EQ(offsets["G18"], "     60.00    -20.00");
+  EXPECT_EQ(offsets["G01"], "    390.00      0.00") << "block IIF";
+  EXPECT_EQ(types["J07"], "BEIDOU-3G-CAST");
+  EXPECT_EQ(rows["J07"], "BEIDOU-3G-CAST");
+  EXPECT_EQ(types["J02"], "QZSS-2I");
+  EXPECT_TRUE(listedSatellites().contains("J07"));
+}
+
 TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   options.systems = "GEC";
   options.freqobs = "GPS:L1_L2_L5 BDS:B1c_B2a";

@@ -3,12 +3,14 @@
 
 #include "Core/Model/Tides.h"
 
+#include <erfa.h>
 #include <gmock/gmock.h>
 
 #include <cmath>
 
 #include "Common/Com.h"
 #include "Common/Taiutc.h"
+#include "Core/Model/ModelSteps.h"
 #include "Core/Model/OceanLoading.h"
 #include "Core/Model/SolidTides.h"
 #include "Core/Model/SunMoon.h"
@@ -116,15 +118,13 @@ TEST_F(TidesTest, PoleTideIsConstantWithoutPolarMotionAndOceanNeedsATable) {
   EXPECT_NEAR(xm, 0.0559740 + 0.0018243 * 9.28 + 0.00018413 * 86.1 + 0.000007024 * 799, 2e-4);
 }
 
+double angle_deg(const double* a, const double* b) {
+  return eraSepp(const_cast<double*>(a), const_cast<double*>(b)) * kRadToDeg;
+}
+
 double angle_deg(const double* a, const Json::Value& b) {
-  double ab = 0.0, aa = 0.0, bb = 0.0;
-  for (Json::ArrayIndex k = 0; k < 3; ++k) {
-    const double v = b[k].asDouble();
-    ab += a[k] * v;
-    aa += a[k] * a[k];
-    bb += v * v;
-  }
-  return std::acos(std::fmin(1.0, ab / std::sqrt(aa * bb))) * 57.29577951308232;
+  const double v[3] = {b[0].asDouble(), b[1].asDouble(), b[2].asDouble()};
+  return angle_deg(a, v);
 }
 
 TEST(SunMoon, AgreesWithFormulaeAndFullTheory) {
@@ -142,6 +142,22 @@ TEST(SunMoon, AgreesWithFormulaeAndFullTheory) {
     }
     EXPECT_LT(angle_deg(sun, c["sun_reference_mean_equator_of_date_m"]), 0.02);
     EXPECT_LT(angle_deg(moon, c["moon_reference_mean_equator_of_date_m"]), 0.4);
+  }
+}
+
+// Against the full theory in inertial axes: precession would be 0.37 degrees of the Sun in 2026.
+TEST(SunMoon, FramesHoldThemInInertialAxes) {
+  for (const int mjd : {51544, 58443, 61366}) {
+    SystemFrame frame;
+    frame.mjd = mjd;
+    frame.sod = 43200.0;
+    s_sunMoon(frame);
+    double earth[2][3], barycentric[2][3], moon[2][3];
+    eraEpv00(2400000.5, mjd + 0.5, earth, barycentric);
+    eraMoon98(2400000.5, mjd + 0.5, moon);
+    const double sun[3] = {-earth[0][0], -earth[0][1], -earth[0][2]};
+    EXPECT_LT(angle_deg(frame.sun, sun), 0.02) << mjd;
+    EXPECT_LT(angle_deg(frame.moon, moon[0]), 0.3) << mjd;
   }
 }
 

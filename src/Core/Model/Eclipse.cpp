@@ -6,12 +6,15 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <variant>
 
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
+#include "Config/Configuration.h"
 #include "Config/SatelliteTable.h"
 
 namespace tarvio {
@@ -22,7 +25,7 @@ namespace {
 struct BlockLaw {
   std::string_view name;
   double sign;  ///< of the body x axis against the Sun direction
-  std::variant<KoubaBlock, IovBlock, CosineBlock> law;
+  std::variant<KoubaBlock, IovBlock, CosineBlock, FrozenBetaBlock> law;
   bool staysNominal = false;  ///< in rot_scfix2j2000: the law serves callers of yawatt alone
 };
 
@@ -65,10 +68,24 @@ constexpr BlockLaw kLaws[] = {
     {"BEIDOU-3MS-CAST", 1.0, kMedium},
 };
 
+/// BDS-3 as its makers and observers describe it, with the word "BDS3" in the yaw model.
+constexpr CosineBlock kCastInclined{3.0, 6.0, 0.0010946315866166526, true};
+constexpr CosineBlock kCastMedium{3.0, 6.0, 0.0020333933032943645, true};
+constexpr BlockLaw kBds3Laws[] = {
+    {"BEIDOU-3I", 1.0, kCastInclined},           {"BEIDOU-3I-CAST", 1.0, kCastInclined},
+    {"BEIDOU-3IS-CAST", 1.0, kCastInclined},     {"BEIDOU-3M-CAST", 1.0, kCastMedium},
+    {"BEIDOU-3MS-CAST", 1.0, kCastMedium},       {"BEIDOU-3M-SECM", 1.0, FrozenBetaBlock{}},
+    {"BEIDOU-3MS-SECM", 1.0, FrozenBetaBlock{}},
+};
+
 const BlockLaw* lawOf(std::string_view block) {
-  const auto* found =
-      std::find_if(std::begin(kLaws), std::end(kLaws), [&](const BlockLaw& l) { return l.name == block; });
-  return found == std::end(kLaws) ? nullptr : found;
+  const auto among = [&](std::span<const BlockLaw> laws) {
+    const auto found = std::ranges::find(laws, block, &BlockLaw::name);
+    return found == laws.end() ? nullptr : &*found;
+  };
+  if (std::strstr(s_config().m_yawmodel, "BDS3") != nullptr)
+    if (const BlockLaw* law = among(kBds3Laws)) return law;
+  return among(kLaws);
 }
 
 bool isGeostationary(std::string_view block) {
@@ -89,6 +106,7 @@ std::optional<double> turnOf(YawTurns& turns, const BlockLaw& block, const char*
   if (const auto* kouba = std::get_if<KoubaBlock>(&block.law))
     return turns.eclips(koubaOf(*kouba, cprn), epoch);
   if (const auto* cosine = std::get_if<CosineBlock>(&block.law)) return turns.eclips2(*cosine, epoch);
+  if (const auto* frozen = std::get_if<FrozenBetaBlock>(&block.law)) return turns.frozenBeta(*frozen, epoch);
   return turns.eclips2(std::get<IovBlock>(block.law), epoch);
 }
 

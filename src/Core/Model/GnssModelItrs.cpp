@@ -150,7 +150,8 @@ void GnssModelItrs::v_receiverPoints(PointTable& point) const {
 
 void GnssModelItrs::v_tides(const SystemFrame& frame, const double* point, double* disp) const {
   tide_displace_itrs(frame.mjd, frame.sod, point, frame.sun, frame.moon, frame.R, m_sta->m_rot,
-                     m_sta->m_blh[0], m_sta->m_blh[1], frame.xp, frame.yp, m_sta->m_olc, disp);
+                     m_sta->m_blh[0], m_sta->m_blh[1], frame.xp, frame.yp, m_sta->m_olc, disp,
+                     frame.poleKnown ? PoleTide::known : PoleTide::zeroPole);
 }
 
 void GnssModelItrs::v_troposphere(Tropo_vmf1& tropo, double ah, double aw, Ssat_t& sat) const {

@@ -18,6 +18,7 @@
 #include "Config/SatelliteTable.h"
 #include "Core/Model/Eclipse.h"
 #include "Core/Model/Itrs2gcrs.h"
+#include "Core/Model/PoleTable.h"
 #include "Core/Model/SunMoon.h"
 #include "Core/Model/Tropo_vmf1.h"
 
@@ -29,6 +30,7 @@ constexpr double kPathDelay_m = 0.008870056071559442;   // 2 GM/c^2
 constexpr double kTravelTime_s = 0.075;
 constexpr double kTravelTolerance_s = 1.0e-9;
 constexpr int kEmissionRounds = 30;
+constexpr double kGpsToTt_s = 51.184;
 
 double s_norm(const double* v) { return std::sqrt(dot(3, v, v)); }
 
@@ -160,7 +162,11 @@ void s_clockSeconds(const Deploy& deploy, const Station& sta, double (&rclk)[kSy
 
 void s_systemTime(const Station& sta, double rclk, SystemFrame& frame) {
   timinc(sta.m_mjd, sta.m_sod, -rclk, &frame.mjd, &frame.sod);
-  const double eop[3] = {0.0, 0.0, 0.0};
+  const double mjd = frame.mjd + frame.sod / kDay;  // UTC would be 18 s away, nothing for a pole
+  double eop[3];
+  PoleTable& pole = PoleTable::s_getInstance();
+  pole.v_polut1(mjd, eop);
+  frame.poleKnown = pole.m_covers(mjd);
   Itrs2gcrs::s_getInstance().itrs2gcrs("IERS2010", 0, frame.mjd, frame.sod, eop, frame.R, frame.Rdot, 0.0,
                                        0.0, nullptr, nullptr, nullptr, &frame.xp, &frame.yp);
 }
@@ -168,6 +174,10 @@ void s_systemTime(const Station& sta, double rclk, SystemFrame& frame) {
 void s_sunMoon(SystemFrame& frame) {
   const GNX_IO::gtime_t gps{mjd2time(frame.mjd, frame.sod), std::fmod(frame.sod, 1.0)};
   sunmoonpos_eci(GNX_IO::gpst2utc(gps), frame.sun, frame.moon);
+  // Precession since 2000 has grown to a third of a degree, more than noon and midnight turns can bear.
+  const double mjdTt = frame.mjd + (frame.sod + kGpsToTt_s) / kDay;
+  s_dateToInertial(mjdTt, frame.sun);
+  s_dateToInertial(mjdTt, frame.moon);
 }
 
 double s_range(const double* d, const double* satellite) {

@@ -31,6 +31,7 @@ struct SystemFrame {
   double R[3][3] = {};               ///< terrestrial to inertial
   double Rdot[3][3] = {};            ///< 1/s
   double xp = 0.0, yp = 0.0;         ///< arcsec
+  bool poleKnown = false;            ///< the deployment has records of the pole, else it is zero
   double sun[3] = {}, moon[3] = {};  ///< inertial, m
 };
 

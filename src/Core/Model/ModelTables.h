@@ -4,9 +4,9 @@
 
 namespace tarvio {
 
-/// Reads the troposphere grid and the zonal tides, sees that the ocean loading file can be read and that the
-/// observed frequencies of every satellite find room in the tables of code corrections. A fault ends the
-/// process here, with the text of its reader, and not in the first epoch.
+/// Reads the troposphere grid, the zonal tides and the pole, sees that the ocean loading file can be read and
+/// that the observed frequencies of every satellite find room in the tables of code corrections. A fault ends
+/// the process here, with the text of its reader, and not in the first epoch.
 void s_loadModelTables();
 
 }  // namespace tarvio

@@ -3,10 +3,12 @@
 /// - The Astronomical Almanac, low-precision formulae for the Sun (p. C5) and the Moon (p. D22).
 /// - Vallado, Fundamentals of Astrodynamics and Applications, algorithms 29 and 31.
 ///
-/// The axes are the mean equator and equinox of date. Against a full theory, 2000 to 2040: Sun within
-/// 0.012 degree, Moon within 0.37 degree and 1230 km.
+/// The axes of the formulae are the mean equator and equinox of date. Against a full theory, 2000 to 2040:
+/// Sun within 0.012 degree, Moon within 0.37 degree and 1230 km.
 
 #include "Core/Model/SunMoon.h"
+
+#include <erfa.h>
 
 #include <cmath>
 
@@ -55,6 +57,13 @@ void s_moon(double T, double obliquity, double* rmoon) {
 }
 
 }  // namespace
+
+void s_dateToInertial(double mjdTt, double* v) {
+  constexpr double kMjdZero = 2400000.5;
+  double fromInertial[3][3], ofDate[3] = {v[0], v[1], v[2]};
+  eraPmat06(kMjdZero, mjdTt, fromInertial);
+  eraTrxp(fromInertial, ofDate, v);
+}
 
 void sunmoonpos_eci(GNX_IO::gtime_t tut, double* rsun, double* rmoon) {
   const double days = static_cast<double>(tut.time) / kDay + kUnixEpochMjd - kMjdJ2000 + tut.sec / kDay;

@@ -6,7 +6,11 @@
 
 namespace tarvio {
 
-/// Inertial positions, metres, at UTC (taken as UT1). Either output may be null.
+/// Positions in metres at UTC (taken as UT1), mean equator and equinox of date. Either output may be null.
 void sunmoonpos_eci(GNX_IO::gtime_t tut, double* rsun, double* rmoon);
+
+/// Turns a vector from the mean equator and equinox of date to inertial axes (IAU 2006 precession and frame
+/// bias).
+void s_dateToInertial(double mjdTt, double* v);
 
 }  // namespace tarvio

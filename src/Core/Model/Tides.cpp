@@ -34,14 +34,15 @@ void addSolidTide(int mjd, double sod, const double* xsta, const double* sun, co
 
 /// Rotational deformation by polar motion against the mean pole (IERS Conventions 2010, eq. 7.26).
 void addPoleTide(int mjd, double sod, const double rot[3][3], double lat, double lon, double xp, double yp,
-                 double* disp) {
+                 PoleTide tide, double* disp) {
+  const bool known = tide == PoleTide::known;
   double xMean = 0.0, yMean = 0.0;
-  mean_pole("IERS2010", (sod + 51.184) / kDay + mjd, &xMean, &yMean);
+  mean_pole(known ? "IERS2018" : "IERS2010", (sod + 51.184) / kDay + mjd, &xMean, &yMean);
   const double m1 = xp - xMean, m2 = -(yp - yMean);
   const double colatitude = kPi / 2.0 - lat;
   const double along = m1 * std::cos(lon) + m2 * std::sin(lon);
   const double enu[3] = {9.0 * std::cos(colatitude) * (m1 * std::sin(lon) - m2 * std::cos(lon)),
-                         -9.0 * std::cos(2.0 * colatitude) * along,
+                         (known ? 9.0 : -9.0) * std::cos(2.0 * colatitude) * along,
                          -33.0 * std::sin(2.0 * colatitude) * along};
   addLocal(enu, rot, disp);
 }
@@ -53,6 +54,12 @@ void mean_pole(const char* conv, double mjd, double* xpm, double* ypm) {
     const double years = (mjd - 51545.0) / 365.25;
     *xpm = 0.054 + 0.00083 * years;
     *ypm = 0.357 + 0.00395 * years;
+    return;
+  }
+  if (std::strcmp(conv, "IERS2018") == 0) {
+    const double years = (mjd - 51544.5) / 365.25;
+    *xpm = (55.0 + 1.677 * years) * 1e-3;
+    *ypm = (320.5 + 3.460 * years) * 1e-3;
     return;
   }
   if (std::strcmp(conv, "IERS2010") != 0) {
@@ -70,13 +77,13 @@ void mean_pole(const char* conv, double mjd, double* xpm, double* ypm) {
 
 void tide_displace_itrs(int mjd, double sod, const double* xsta, const double* sun, const double* moon,
                         const double R[3][3], const double rot[3][3], double lat, double lon, double xp,
-                        double yp, const double olc[6][11], double* disp) {
+                        double yp, const double olc[6][11], double* disp, PoleTide tide) {
   disp[0] = disp[1] = disp[2] = 0.0;
   double sunFixed[3], moonFixed[3];  // a row vector times R takes inertial to terrestrial
   matmpy(sun, &R[0][0], sunFixed, 1, 3, 3);
   matmpy(moon, &R[0][0], moonFixed, 1, 3, 3);
   addSolidTide(mjd, sod, xsta, sunFixed, moonFixed, disp);
-  addPoleTide(mjd, sod, rot, lat, lon, xp, yp, disp);
+  addPoleTide(mjd, sod, rot, lat, lon, xp, yp, tide, disp);
   double ocean[3];
   hardisp(mjd, sod, olc, 1, 0.0, ocean);
   addLocal(ocean, rot, disp);

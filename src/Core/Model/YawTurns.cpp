@@ -35,6 +35,9 @@ double toCentre(const YawEpoch& e) {
   return passed ? -distance : distance;
 }
 
+/// Orbit angle from noon or midnight, whichever is nearer, deg; negative before it.
+double fromCentre(const YawEpoch& e) { return std::remainder(e.mu, 180.0); }
+
 /// Orbit angle from the centre at which a noon turn starts.
 double noonLimit(const KoubaBlock& block, const YawEpoch& e) {
   const double limit = std::atan(e.rate / block.maxRate) * kRadToDeg;
@@ -196,9 +199,11 @@ std::optional<double> YawTurns::eclips(const KoubaBlock& block, const YawEpoch& 
 }
 
 std::optional<double> YawTurns::eclips2(const CosineBlock& block, const YawEpoch& epoch) {
-  if (std::abs(epoch.beta) <= block.betaLimit && std::abs(epoch.cosine) > cosd(block.range) &&
-      mayOpen(epoch.t)) {
-    open(epoch, toCentre(epoch), root(block.range * block.range - epoch.beta * epoch.beta) / epoch.rate);
+  const bool near = block.byOrbitAngle ? std::abs(fromCentre(epoch)) < block.range
+                                       : std::abs(epoch.cosine) > cosd(block.range);
+  if (std::abs(epoch.beta) <= block.betaLimit && near && mayOpen(epoch.t)) {
+    if (block.byOrbitAngle) open(epoch, -fromCentre(epoch), block.range / epoch.rate);
+    else open(epoch, toCentre(epoch), root(block.range * block.range - epoch.beta * epoch.beta) / epoch.rate);
   }
   const Turn* turn = inForce(epoch.t, 0.0);
   if (turn == nullptr) return std::nullopt;
@@ -223,6 +228,24 @@ std::optional<double> YawTurns::eclips2(const IovBlock& block, const YawEpoch& e
   const double border = -signOf(turn->beta) * kSin2;
   const double profile = (border + sy) / 2.0 + (border - sy) / 2.0 * std::cos(kPi * std::abs(sx) / kSin15);
   return atan2d(profile, sx) - nominalYaw(epoch.beta, epoch.mu, false);
+}
+
+std::optional<double> YawTurns::frozenBeta(const FrozenBetaBlock& block, const YawEpoch& epoch) {
+  if (std::abs(epoch.beta) >= block.betaLimit) {
+    m_side = 0.0;
+    return std::nullopt;
+  }
+  const auto yawOn = [&](double side) { return nominalYaw(side * block.betaLimit, epoch.mu, false); };
+  const double sun = signOf(epoch.beta);
+  if (m_side == 0.0) m_side = sun;
+  if (m_side != sun && std::abs(yawOn(m_side)) < block.changeYaw) {
+    m_side = sun;
+    m_changed = epoch.t;
+  }
+  double yaw = yawOn(m_side);
+  const double swing = wrap180(yaw - yawOn(-m_side)), done = block.changeRate * (epoch.t - m_changed);
+  if (done >= 0.0 && done < std::abs(swing)) yaw += std::copysign(done, swing) - swing;
+  return yaw - nominalYaw(epoch.beta, epoch.mu, false);
 }
 
 }  // namespace tarvio

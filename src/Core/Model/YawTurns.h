@@ -14,6 +14,7 @@
 ///   Dilssner et al.: The GLONASS-M satellite yaw-attitude model, Adv. Space Res. 47, 2011.
 ///   European GNSS Service Centre: Galileo satellite metadata, attitude law.
 ///   Wang, Guo, Zhao, Liu: GPS Solutions 22, 2018 (BDS-3 CAST).
+///   China Satellite Navigation Office, 2019: BDS-3 attitude (SECM); Yang et al. 2023: its change of sides.
 
 #include <array>
 #include <optional>
@@ -44,6 +45,17 @@ struct CosineBlock {
   double betaLimit = 0.0;  ///< deg
   double range = 0.0;      ///< of the angle Sun - Earth-satellite line, deg
   double frequency = 0.0;  ///< rad/s
+  /// A turn begins when the satellite is `range` from noon or midnight in orbit angle; else when it is that
+  /// far from the line to the Sun, which is later.
+  bool byOrbitAngle = false;
+};
+
+/// BDS-3 MEO of SECM: nominal yaw of a Sun that comes no nearer to the orbit plane. It changes sides after
+/// beta has, as soon as the yaw is small.
+struct FrozenBetaBlock {
+  double betaLimit = 3.0;     ///< deg
+  double changeYaw = 5.0;     ///< sides are changed below this, deg
+  double changeRate = 0.055;  ///< deg/s
 };
 
 /// Galileo IOV: the Sun's component across the orbit plane is replaced by a smooth profile.
@@ -63,8 +75,9 @@ class YawTurns {
   std::optional<double> eclips(const KoubaBlock& block, const YawEpoch& epoch);
   std::optional<double> eclips2(const CosineBlock& block, const YawEpoch& epoch);
   std::optional<double> eclips2(const IovBlock& block, const YawEpoch& epoch);
+  std::optional<double> frozenBeta(const FrozenBetaBlock& block, const YawEpoch& epoch);
 
-  void reset() { m_count = 0; }
+  void reset() { *this = YawTurns(); }
   int count() const { return m_count; }
 
   struct Turn {
@@ -82,6 +95,9 @@ class YawTurns {
 
   std::array<Turn, kMaxTurns> m_turns{};
   int m_count = 0;
+  // of frozenBeta
+  double m_side = 0.0;      ///< sign of the beta that is flown; 0: nominal
+  double m_changed = -1e9;  ///< when it changed, s
 };
 
 }  // namespace tarvio
