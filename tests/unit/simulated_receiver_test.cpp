@@ -2,6 +2,7 @@
 // and faults.
 
 #include "formats/input_error.h"
+#include "simulate/skyline.h"
 #include "simulation_setup.h"
 #include "support/host_files.h"
 
@@ -148,6 +149,44 @@ TEST_F(NoiseFree, SlipsGapsAndOutliersStrikeWhereTheyShould) {
     EXPECT_EQ(b[0].lli, k == 0 ? 1 : 0) << "a slip is silent";
     EXPECT_EQ(find(bad, absent) != bad.sats.end(), k < 10 || k > 12) << k;
   }
+}
+
+// Rays followed step by step until they meet a wall or a vehicle.
+TEST(SimulatedStreet, HidesWhatIsBehindItsWalls) {
+  const std::vector<Skyline::Lot> leftLots = {{-900.0, 9.0}, {0.0, 25.0}, {20.0, 0.0}},
+                                  rightLots = {{-900.0, 14.0}, {30.0, 3.0}};
+  const Skyline street(leftLots, rightLots, {{100.0, 110.0, Skyline::right}});
+  const auto heightOf = [](const std::vector<Skyline::Lot>& lots, double along) {
+    double height = 0.0;
+    for (const Skyline::Lot& lot : lots)
+      if (along >= lot.from) height = lot.height;
+    return height;
+  };
+  const auto meetsWall = [&](double azimuth, double elevation) {
+    for (double r = 0.0; r < 300.0; r += 0.02) {
+      const double across = r * std::sin(azimuth);
+      if (std::abs(across) < 12.0) continue;
+      return r * std::tan(elevation) < heightOf(across > 0.0 ? rightLots : leftLots, r * std::cos(azimuth));
+    }
+    return false;
+  };
+  int hidden = 0, reflected = 0;
+  for (int azimuth = 3; azimuth < 360; azimuth += 5)
+    for (int elevation = 6; elevation < 90; elevation += 4) {
+      const double a = azimuth / kDegrees, e = elevation / kDegrees;
+      const Sight sight = street.look(a, e, 0.0, 0.0);
+      EXPECT_EQ(sight.direct, !meetsWall(a, e)) << azimuth << ' ' << elevation;
+      hidden += sight.direct ? 0 : 1;
+      reflected += !sight.direct && sight.detour > 0.0 ? 1 : 0;
+      EXPECT_LE(sight.detour, 24.0);
+    }
+  EXPECT_GT(hidden, 200);
+  EXPECT_GT(reflected, 10);
+  const auto beside = [&](double azimuth, double seconds) {
+    return street.look(azimuth / kDegrees, 30.0 / kDegrees, 60.0, seconds).direct;
+  };
+  EXPECT_TRUE(beside(90.0, 99.0) && !beside(90.0, 105.0) && beside(270.0, 105.0) && beside(20.0, 105.0))
+      << "a vehicle stands on the right for ten seconds";
 }
 
 TEST(SimulatedFaults, DamagedListsAreExplained) {
