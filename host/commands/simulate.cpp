@@ -95,11 +95,38 @@ void addErrorOptions(CLI::App& cmd, SimulateArguments& a) {
   cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m")
       ->capture_default_str()
       ->group(group);
+  cmd.add_option("--code-multipath", o.codeMultipath, "slow error of a range at the zenith, m")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--phase-multipath", o.phaseMultipath, "slow error of a phase at the zenith, m")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--code-multipath-time", o.codeMultipathTime, "correlation time of the former, s")
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--phase-multipath-time", o.phaseMultipathTime, "correlation time of the latter, s")
+      ->capture_default_str()
+      ->group(group);
   cmd.add_option("--wet-delay", o.troposphere.wetZenith, "mean zenith wet delay, m")
       ->capture_default_str()
       ->group(group);
   cmd.add_option("--day-tec", o.ionosphere.dayTec, "vertical electron content by day at the equator, TECU")
       ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--wave-tec", o.ionosphere.waveTec,
+                 "storm: amplitude of a travelling wave of the vertical content, TECU")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_option("--wave-period", o.ionosphere.wavePeriod, "of it, s")->capture_default_str()->group(group);
+  cmd.add_option("--wave-speed", o.ionosphere.waveSpeed, "of it, m/s")->capture_default_str()->group(group);
+  cmd.add_option("--scintillation", o.scintillation, "noise of the phases by the ionosphere, rad at L1")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str()
+      ->group(group);
+  cmd.add_flag("--urban", o.urban, "streets: hidden satellites, reflections, lost locks, silent slips")
       ->group(group);
   cmd.add_option("--satellite-clock-walk", a.options.sky.clockWalk, "s per root second")
       ->capture_default_str()
