@@ -17,7 +17,8 @@ constexpr double kVehicleHalfLength = 6.0;  // m
 constexpr double kVehiclesPerHour = 40.0;
 constexpr double kEmptyLots = 0.15;                  // share: junctions, gardens
 constexpr double kLowestSine = 1e-6;                 // a ray along the street meets no wall
-constexpr std::array kDistricts = {2.0, 8.0, 16.0};  // mean heights, m
+constexpr double kMirrors = 0.33;                    // share of the lots
+constexpr std::array kDistricts = {2.0, 6.0, 12.0};  // mean heights, m
 
 }  // namespace
 
@@ -42,16 +43,17 @@ void Skyline::build(double length, Random& random) {
     for (const Side side : {left, right})
       for (double at = begin; at < end; at += random.uniform(12.0, 45.0)) {
         const bool empty = random.uniform() < kEmptyLots;
-        m_lots[side].push_back({at, empty ? 0.0 : mean * random.uniform(0.4, 1.6)});
+        m_lots[side].push_back(
+            {at, empty ? 0.0 : mean * random.uniform(0.4, 1.6), random.uniform() < kMirrors});
       }
     district = random.integer(0, 2);
   }
 }
 
-double Skyline::height(Side side, double along) const {
+Skyline::Lot Skyline::lotAt(Side side, double along) const {
   const auto& lots = m_lots[side];
   const auto next = std::ranges::upper_bound(lots, along, {}, &Lot::from);
-  return next == lots.begin() ? 0.0 : std::prev(next)->height;
+  return next == lots.begin() ? Lot{} : *std::prev(next);
 }
 
 bool Skyline::behindVehicle(Side side, double sine, double cosine, double tangent, double seconds) const {
@@ -70,9 +72,11 @@ Sight Skyline::look(double azimuth, double elevation, double along, double secon
   const auto rayPlace = [&](double k) { return along + k * kWall / sine * cosine; };
 
   Sight sight;
-  sight.direct =
-      height(near, rayPlace(1.0)) <= rayHeight(1.0) && !behindVehicle(near, sine, cosine, tangent, seconds);
-  if (height(near, rayPlace(3.0)) <= rayHeight(3.0) && height(far, rayPlace(1.0)) >= rayHeight(1.0))
+  sight.direct = lotAt(near, rayPlace(1.0)).height <= rayHeight(1.0) &&
+                 !behindVehicle(near, sine, cosine, tangent, seconds);
+  const Lot opposite = lotAt(far, rayPlace(1.0));
+  if (opposite.mirror && opposite.height >= rayHeight(1.0) &&
+      lotAt(near, rayPlace(3.0)).height <= rayHeight(3.0))
     sight.detour = 2.0 * kWall * sine * std::cos(elevation);
   return sight;
 }

@@ -7,9 +7,10 @@
 /// districts of 0.5 to 2.5 km are open, suburban or densely built. Vehicles pass or stand beside the receiver
 /// for 3 to 60 s. Heights are above the antenna.
 ///
-/// A facade hides a satellite whose ray passes below its top. The facade opposite reflects a ray that meets
-/// it and has passed above the near one: the signal of an image behind the wall, longer by 2 w |sin a| cos e
-/// (w: distance of the wall, a: azimuth from the street, e: elevation).
+/// A facade hides a satellite whose ray passes below its top. The facade opposite, if it mirrors as
+/// every third does, reflects a ray that meets it and has passed above the near one: the signal of an image
+/// behind the wall, longer by 2 w |sin a| cos e (w: distance of the wall, a: azimuth from the street, e:
+/// elevation).
 
 #include <array>
 #include <cstdint>
@@ -34,6 +35,7 @@ class Skyline {
   struct Lot {
     double from = 0.0;  ///< m along the street; it ends where the next one begins
     double height = 0.0;
+    bool mirror = false;  ///< of glass or metal
   };
   struct Vehicle {
     double from = 0.0, to = 0.0;  ///< s
@@ -50,7 +52,7 @@ class Skyline {
   Sight look(double azimuth, double elevation, double along, double seconds) const;
 
  private:
-  double height(Side side, double along) const;
+  Lot lotAt(Side side, double along) const;
   bool behindVehicle(Side side, double sine, double cosine, double tangent, double seconds) const;
   void build(double length, Random& random);
 
