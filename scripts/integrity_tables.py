@@ -48,7 +48,8 @@ def cross_table(rows, column, conditions, order):
         own = [row for row in rows if condition in (row["condition"], "all")]
         cells = [[row for row in own if row[column] == c] for c in columns] + [own]
         for name, text in (("fixed", lambda r: total(r, "fixed")), ("wrong", lambda r: total(r, "wrong")),
-                           ("rate", lambda r: percent(wrong_rate(r)))):
+                           ("rate", lambda r: percent(wrong_rate(r))),
+                           ("integer", lambda r: total(r, "wrong_integer_epochs"))):
             lines.append(f"{condition if name == 'fixed' else '':<12}{name:>10}"
                          + "".join(f"{text(cell):>11}" for cell in cells))
     return "\n".join(lines)
@@ -64,8 +65,8 @@ def first_fixes(rows):
         # A run that never fixed counts as later than any other and as not fixed.
         times = [float(r["first_fix_min"] or "inf") for r in own]
         shares = [float(r["share_after"] or 0.0) for r in own]
-        lines.append(f"GEC nominal, {frequencies} frequencies: first fix {statistics.median(times):.1f} min in the median "
-                     f"({min(times):.1f} to {max(times):.1f}), {percent(statistics.mean(shares))} of the epochs fixed "
+        lines.append(f"GEC nominal, {frequencies} frequencies: first fix {statistics.median(times):.1f} min in the "
+                     f"median ({min(times):.1f} to {max(times):.1f}), {percent(statistics.mean(shares))} of the epochs fixed "
                      f"after it, {len(own)} runs")
     return lines
 
@@ -84,7 +85,8 @@ def error_lines(rows):
 def rate_line(name, rows):
     known = total(rows, "known_sigma")
     sigmas = f"{total(rows, 'beyond_sigmas')} of {known} beyond 5 sigmas" if known else "no sigmas in the files"
-    return f"{name}: {total(rows, 'wrong')} of {total(rows, 'fixed')} fixed epochs wrong, {percent(wrong_rate(rows))}; {sigmas}"
+    return (f"{name}: {total(rows, 'wrong')} of {total(rows, 'fixed')} fixed epochs wrong, "
+            f"{percent(wrong_rate(rows))}; {sigmas}")
 
 
 def summary(rows):
