@@ -91,8 +91,22 @@ void addErrorOptions(CLI::App& cmd, SimulateArguments& a) {
   cmd.option_defaults()->group("Error budget")->always_capture_default();
   cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m");
   cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m");
+  cmd.add_option("--code-multipath", o.codeMultipath, "slow error of a range at the zenith, m")
+      ->check(CLI::NonNegativeNumber);
+  cmd.add_option("--phase-multipath", o.phaseMultipath, "slow error of a phase at the zenith, m")
+      ->check(CLI::NonNegativeNumber);
+  cmd.add_option("--code-multipath-time", o.codeMultipathTime, "correlation time of the former, s");
+  cmd.add_option("--phase-multipath-time", o.phaseMultipathTime, "correlation time of the latter, s");
   cmd.add_option("--wet-delay", o.troposphere.wetZenith, "mean zenith wet delay, m");
   cmd.add_option("--day-tec", o.ionosphere.dayTec, "vertical electron content by day at the equator, TECU");
+  cmd.add_option("--wave-tec", o.ionosphere.waveTec,
+                 "storm: amplitude of a travelling wave of the vertical content, TECU")
+      ->check(CLI::NonNegativeNumber);
+  cmd.add_option("--wave-period", o.ionosphere.wavePeriod, "of it, s");
+  cmd.add_option("--wave-speed", o.ionosphere.waveSpeed, "of it, m/s");
+  cmd.add_option("--scintillation", o.scintillation, "noise of the phases by the ionosphere, rad at L1")
+      ->check(CLI::NonNegativeNumber);
+  cmd.add_flag("--urban", o.urban, "streets: hidden satellites, reflections, lost locks, silent slips");
   cmd.add_option("--satellite-clock-walk", a.options.sky.clockWalk, "s per root second");
   cmd.add_flag("--no-noise", a.noNoise, "no white noise");
   cmd.add_flag("--no-multipath", a.noMultipath, "no slow errors");

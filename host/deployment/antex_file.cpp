@@ -117,7 +117,7 @@ void AntexBlock::reverseAxes() {
   for (AntexFrequency& frequency : frequencies)
     for (std::string& line : frequency.lines) {
       if (!labelled(line, "NORTH / EAST / UP")) continue;
-      const auto x = parseReal(field(line, 0, 10)), y = parseReal(field(line, 10, 10));
+      const auto x = parseReal(column(line, 0, 10)), y = parseReal(column(line, 10, 10));
       if (!x || !y) continue;
       char turned[24];
       std::snprintf(turned, sizeof turned, "%10.2f%10.2f", 0.0 - *x, 0.0 - *y);  // no "-0.00"

@@ -82,6 +82,7 @@ void Sp3Reader::readHeader() {
   const auto count = parseInt(column(line, 32, 7));
   if (!count || *count < 0 || *count > 10000000) m_reader.fail("number of epochs", "is missing or damaged");
   m_announced = *count;
+  if (m_product.agency.empty()) m_product.agency = trim(column(line, 56, 4));
   if (!m_reader.next(line) || line.substr(0, 2) != "##")
     m_reader.fail("header", "second line does not begin with ##");
   const auto interval = parseReal(column(line, 24, 14));

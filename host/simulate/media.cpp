@@ -17,6 +17,7 @@ constexpr double kPi = std::numbers::pi;
 constexpr double kDegrees = 180.0 / kPi;
 constexpr double kWalkStep = 60.0;  // s
 constexpr double kSecondsPerDay = 86400.0;
+constexpr double kEarthRadius = 6371e3, kLayerHeight = 450e3;  // m, of the ionosphere
 
 /// Zonal means over places below 500 m, at latitudes -90, -75 ... 90 degrees, in 1e-3.
 constexpr std::array<double, 13> kHydrostaticByLatitude = {1.160, 1.173, 1.200,  1.235,  1.264,  1.280, 1.282,
@@ -80,19 +81,36 @@ double Troposphere::delay(double elevation, const GpsTime& t) const {
   return z.hydrostatic * hydrostaticMapping(elevation) + z.wet * wetMapping(elevation);
 }
 
+Ionosphere::Ionosphere(const IonosphereOptions& options, const Geodetic& site, const GpsTime& start,
+                       std::uint64_t seed)
+    : m_options(options), m_site(site), m_start(start) {
+  Random random(seed, "ionospheric wave");
+  m_waveAzimuth = random.uniform(0.0, 2.0 * kPi);
+  m_wavePhase = random.uniform(0.0, 2.0 * kPi);
+}
+
+double Ionosphere::wave(double latitude, double longitude, const GpsTime& t) const {
+  const double radius = kEarthRadius + kLayerHeight;
+  const double north = radius * (latitude - m_site.latitude);
+  const double east = radius * std::cos(m_site.latitude) * (longitude - m_site.longitude);
+  const double along = north * std::cos(m_waveAzimuth) + east * std::sin(m_waveAzimuth);
+  const double cycles = (t - m_start - along / m_options.waveSpeed) / m_options.wavePeriod;
+  return m_options.waveTec * std::cos(2.0 * kPi * cycles + m_wavePhase);
+}
+
 double Ionosphere::verticalContent(double latitude, double longitude, const GpsTime& t) const {
   if (!m_options.on) return 0.0;
   const double localHours = secondsOfDay(t) / 3600.0 + longitude * kDegrees / 15.0;
   const double day = 0.5 * (1.0 + std::cos(2.0 * kPi * (localHours - 14.0) / 24.0));
   const double atEquator = m_options.nightTec + (m_options.dayTec - m_options.nightTec) * day * day;
   const double c = std::cos(latitude);
-  return atEquator * (m_options.poleShare + (1.0 - m_options.poleShare) * c * c);
+  const double content = atEquator * (m_options.poleShare + (1.0 - m_options.poleShare) * c * c);
+  return std::max(0.0, content + wave(latitude, longitude, t));
 }
 
 double Ionosphere::slantContent(const Geodetic& receiver, double azimuth, double elevation,
                                 const GpsTime& t) const {
-  constexpr double kRadius = 6371e3, kHeight = 450e3;
-  const double sinZenith = kRadius / (kRadius + kHeight) * std::cos(elevation);
+  const double sinZenith = kEarthRadius / (kEarthRadius + kLayerHeight) * std::cos(elevation);
   const double arc = kPi / 2.0 - elevation - std::asin(sinZenith);
   const double latitude = std::asin(std::sin(receiver.latitude) * std::cos(arc) +
                                     std::cos(receiver.latitude) * std::sin(arc) * std::cos(azimuth));

@@ -55,13 +55,21 @@ struct IonosphereOptions {
   bool on = true;
   double nightTec = 5.0, dayTec = 25.0;  ///< vertical content at the equator, TECU
   double poleShare = 0.4;                ///< content at the poles as a share of that
+  double waveTec = 0.0;                  ///< amplitude of a travelling wave of the vertical content, TECU
+  double wavePeriod = 900.0;             ///< s, at a fixed place
+  double waveSpeed = 150.0;              ///< m/s over the ground at 450 km
 };
 
 /// Single layer at 450 km: vertical content with a daily wave (largest at 14 h local time) that falls from
 /// the equator to the poles, mapped by the cosine at the pierce point. First order only.
+///
+/// A storm is a plane wave that travels over the site in a direction of the seed: every pierce point has its
+/// own phase. Medium-scale travelling disturbances have periods of 10 to 30 min, 50 to 400 m/s, 0.5 to 3 TECU
+/// (Hernandez-Pajares et al. 2006, J. Geophys. Res. 111, A07S11); those of storms reach 10 TECU and more.
 class Ionosphere {
  public:
-  explicit Ionosphere(const IonosphereOptions& options) : m_options(options) {}
+  Ionosphere(const IonosphereOptions& options, const Geodetic& site, const GpsTime& start,
+             std::uint64_t seed);
 
   /// Vertical content at a place, TECU.
   double verticalContent(double latitude, double longitude, const GpsTime& t) const;
@@ -71,7 +79,12 @@ class Ionosphere {
   static double delayPerTecu(double frequency) { return 40.308193e16 / (frequency * frequency); }
 
  private:
+  double wave(double latitude, double longitude, const GpsTime& t) const;
+
   IonosphereOptions m_options;
+  Geodetic m_site;
+  GpsTime m_start;
+  double m_waveAzimuth = 0.0, m_wavePhase = 0.0;  // rad
 };
 
 }  // namespace gnx

@@ -15,7 +15,6 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 constexpr double kGm = 3.986004418e14;
-constexpr double kMultipathTime = 120.0;  // s
 
 double shapiroDelay(const Vector3& satellite, const Vector3& receiver, double range) {
   const double sum = length(satellite) + length(receiver);
@@ -36,6 +35,28 @@ Vector3 offsetOf(const SimulatedSatellite& satellite, const std::string& signal,
   return plus(plus(scaled(axes.x, o[0]), scaled(axes.y, o[1])), scaled(axes.z, o[2]));
 }
 
+/// A step of a first-order Gauss-Markov process, s after the last; a negative step begins it in its steady
+/// state.
+void wander(double& error, double sigma, double time, double step, double normal) {
+  const double memory = step < 0.0 ? 0.0 : std::exp(-step / time);
+  error = memory * error + std::sqrt(1.0 - memory * memory) * sigma * normal;
+}
+
+/// What a reflected signal does to range and phase: alone it takes the place of the direct one, beside it
+/// both are those of the sum (amplitude 0.2, detour within a chip).
+struct Reflection {
+  double code = 0.0, phase = 0.0;  // m
+};
+Reflection reflectionOf(const Sight& sight, double wavelength) {
+  constexpr double kAmplitude = 0.2;
+  if (sight.detour == 0.0) return {};
+  if (!sight.direct) return {sight.detour, sight.detour};
+  const double turn = 2.0 * kPi * sight.detour / wavelength;
+  const double real = 1.0 + kAmplitude * std::cos(turn), imaginary = kAmplitude * std::sin(turn);
+  return {sight.detour * kAmplitude * std::cos(turn) / real,
+          wavelength / (2.0 * kPi) * std::atan2(imaginary, real)};
+}
+
 double signalStrength(double elevation) {
   return std::round(4.0 * (34.0 + 16.0 * std::sin(elevation))) / 4.0;
 }
@@ -50,8 +71,12 @@ Observer::Observer(const ObserverOptions& options, const Constellation& sky, con
       m_clock(options.clock, sky.options().start, sky.options().seed),
       m_troposphere(options.troposphere, toGeodetic(options.site), sky.options().start, sky.options().hours,
                     sky.options().seed),
-      m_ionosphere(options.ionosphere) {
+      m_ionosphere(options.ionosphere, toGeodetic(options.site), sky.options().start, sky.options().seed) {
   const std::uint64_t seed = sky.options().seed;
+  if (options.urban) {
+    m_skyline.emplace(sky.options().hours, m_path.moving() ? options.path.speed : 0.0, seed);
+    m_streetAzimuth = Random(seed, "street").uniform(0.0, 2.0 * kPi);
+  }
   for (const char system : sky.options().systems) {
     Random random(seed, std::string("receiver ") + system);
     m_systemBias[system] =
@@ -66,10 +91,17 @@ Observer::Observer(const ObserverOptions& options, const Constellation& sky, con
   }
   for (const SimulatedSatellite& satellite : sky.satellites()) {
     const char system = satellite.name[0];
-    Tracker tracker{{}, std::nullopt, {}, false, Random(seed, satellite.name + " arcs")};
+    Tracker tracker{{},
+                    std::nullopt,
+                    {},
+                    false,
+                    Random(seed, satellite.name + " arcs"),
+                    Random(seed, satellite.name + " locks")};
     for (const std::string& signal : sky.options().signals.at(system))
       tracker.channels.push_back({signal, carrierFrequency(system, signal), 0.0, 0.0, 0.0,
-                                  Random(seed, satellite.name + " noise " + signal)});
+                                  Random(seed, satellite.name + " noise " + signal),
+                                  Random(seed, satellite.name + " scintillation " + signal),
+                                  Random(seed, satellite.name + " bias change " + signal).normal()});
     m_trackers.push_back(std::move(tracker));
   }
 }
@@ -103,6 +135,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
   const Vector3 velocity = m_path.velocity(reception);
 
   const double seconds = tag - m_sky.options().start;
+  if (m_skyline) walkStreet(seconds);
   for (std::size_t i = 0; i < m_trackers.size(); ++i) {
     Tracker& tracker = m_trackers[i];
     const Geometry g = geometry(i, reception, antenna, velocity, sun);
@@ -112,7 +145,7 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
     satellite.elevation = std::asin(enu[2]);
     satellite.azimuth = std::atan2(enu[0], enu[1]);
     if (satellite.elevation * 180.0 / kPi < m_options.maskDegrees ||
-        m_faults.strikes(Fault::Kind::gap, satellite.sat, seconds)) {
+        m_faults.strikes(Fault::Kind::gap, satellite.sat, seconds) || !inSight(tracker, satellite)) {
       tracker.tracked = false;
       continue;
     }
@@ -123,6 +156,48 @@ void Observer::observe(const GpsTime& tag, ObsEpoch& epoch, EpochTruth& truth) {
     epoch.sats.push_back(measure(i, tag, g, truth, satellite));
     truth.satellites.push_back(std::move(satellite));
   }
+}
+
+void Observer::walkStreet(double seconds) {
+  const double last = m_streetPlaces.empty() ? seconds : m_streetPlaces.back().seconds;
+  m_streetPlaces.clear();
+  for (double s = last + 1.0; s < seconds - 0.5; s += 1.0) m_streetPlaces.push_back(streetPlace(s));
+  m_streetPlaces.push_back(streetPlace(seconds));
+}
+
+Observer::StreetPlace Observer::streetPlace(double seconds) const {
+  if (!m_path.moving()) return {seconds, m_streetAzimuth, 0.0};
+  const GpsTime t = m_sky.options().start + seconds;
+  const Vector3 velocity = toEastNorthUp(m_path.velocity(t), toGeodetic(m_path.position(t)));
+  return {seconds, std::atan2(velocity[0], velocity[1]), m_options.path.speed * seconds};
+}
+
+/// Whether the street lets a satellite through, and what it has done to the lock since the last epoch.
+bool Observer::inSight(Tracker& tracker, SatelliteTruth& truth) const {
+  if (!m_skyline) return true;
+  bool interrupted = false;
+  for (const StreetPlace& place : m_streetPlaces) {
+    const Sight sight =
+        m_skyline->look(truth.azimuth - place.heading, truth.elevation, place.along, place.seconds);
+    interrupted = interrupted || !sight.seen() || sight.direct != tracker.sight.direct;
+    tracker.sight = truth.sight = sight;
+  }
+  if (!truth.sight.seen()) return false;
+  constexpr double kSilentLosses = 0.1;  // share of the interruptions between epochs
+  constexpr double kSlipsPerHour = 0.5;  // silent ones of a satellite without any interruption
+  const double step = static_cast<double>(m_streetPlaces.size());  // s
+  const double chance = interrupted ? kSilentLosses : kSlipsPerHour * step / 3600.0;
+  const bool silent = tracker.locks.uniform() < chance;
+  if (tracker.tracked && (interrupted || silent)) loseLock(tracker, silent);
+  return true;
+}
+
+/// The ambiguities change; a silent loss goes unnoticed by the receiver and is one of few cycles.
+void Observer::loseLock(Tracker& tracker, bool silently) {
+  tracker.tracked = silently;
+  if (!silently) return;
+  for (Channel& channel : tracker.channels)
+    channel.ambiguity += static_cast<double>(tracker.locks.integer(-3, 3));
 }
 
 Observer::Geometry Observer::geometry(std::size_t satellite, const GpsTime& reception, const Vector3& antenna,
@@ -194,15 +269,19 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
   const double seconds = tag - m_sky.options().start;
   const double wavelength = kSpeedOfLight / channel.frequency;
 
-  // Slow errors follow a first-order Gauss-Markov process, started in its steady state.
-  const double memory = step < 0.0 ? 0.0 : std::exp(-step / kMultipathTime);
-  const double fresh = std::sqrt(1.0 - memory * memory);
-  channel.codeError = memory * channel.codeError + fresh * m_options.codeMultipath * channel.random.normal();
-  channel.phaseError =
-      memory * channel.phaseError + fresh * m_options.phaseMultipath * channel.random.normal();
+  wander(channel.codeError, m_options.codeMultipath, m_options.codeMultipathTime, step,
+         channel.random.normal());
+  wander(channel.phaseError, m_options.phaseMultipath, m_options.phaseMultipathTime, step,
+         channel.random.normal());
   const double factor = noiseFactor(truth.elevation);
   const double codeNoise = factor * (channel.codeError + m_options.codeSigma * channel.random.normal());
-  const double phaseNoise = factor * (channel.phaseError + m_options.phaseSigma * channel.random.normal());
+  double phaseNoise = factor * (channel.phaseError + m_options.phaseSigma * channel.random.normal());
+  if (m_options.scintillation > 0.0) {
+    constexpr double kReference = 1575.42e6;  // Hz
+    phaseNoise += m_options.scintillation * kReference / channel.frequency * wavelength / (2.0 * kPi) *
+                  channel.scintillation.normal();
+  }
+  const Reflection reflected = reflectionOf(truth.sight, wavelength);
 
   const double toAntenna = dot(offsetOf(source, channel.signal, g.axes), g.lineOfSight);
   const double common = truth.range + truth.shapiro + epoch.clock * kSpeedOfLight - truth.clock -
@@ -215,16 +294,17 @@ SignalObs Observer::measureSignal(std::size_t satellite, Channel& channel, const
   SignalObs o;
   o.code = {channel.signal[0], channel.signal[1], '\0'};
   o.range = common + ionosphere - source.codeBias.at(channel.signal) +
-            receiverCodeBias(system, channel.signal) + codeNoise +
+            receiverCodeBias(system, channel.signal) + codeNoise + reflected.code +
             m_faults.size(Fault::Kind::code, truth.sat, channel.signal, seconds);
   const double phase = common - ionosphere - source.phaseBias.at(channel.signal) +
-                       receiverPhaseBias(system, channel.signal) + phaseNoise;
+                       receiverPhaseBias(system, channel.signal) + phaseNoise + reflected.phase;
   o.phase = phase / wavelength + truth.windupCycles + ambiguity +
-            m_faults.size(Fault::Kind::phase, truth.sat, channel.signal, seconds);
+            m_faults.size(Fault::Kind::phase, truth.sat, channel.signal, seconds) +
+            m_faults.biasChange(truth.sat, channel.signal, seconds) * channel.biasChange;
   const double rangeRate = dot(g.lineOfSight, minus(g.antennaVelocity, g.state.velocity)) +
                            kSpeedOfLight * (m_clock.driftRate() - source.clockDrift);
   o.doppler = -rangeRate / wavelength;
-  o.snr = signalStrength(truth.elevation);
+  o.snr = signalStrength(truth.elevation) - (truth.sight.direct ? 0.0 : 10.0);
   return o;
 }
 

@@ -14,7 +14,8 @@
 /// eccentricity. dts: clock of the satellite plus -2 r.v/c^2. shapiro: 2 GM/c^2 logarithm of Ashby (2003),
 /// eq. 61. b_f, B_f: biases of the satellite's signal (constellation.h). isb, beta_f, delta_f: biases of the
 /// receiver, constant; those of a system's first signal are zero but for the phase. N: whole number, constant
-/// over an arc. Windup: Wu et al. (1993), with the yaw of attitude.h.
+/// over an arc. Windup: Wu et al. (1993), with the yaw of attitude.h. In a street (skyline.h) satellites
+/// hide, reflections add to both, and locks are lost.
 
 #include <map>
 #include <optional>
@@ -25,6 +26,7 @@
 #include "simulate/faults.h"
 #include "simulate/media.h"
 #include "simulate/receiver.h"
+#include "simulate/skyline.h"
 
 namespace gnx {
 
@@ -36,10 +38,15 @@ struct ObserverOptions {
   double maskDegrees = 5.0;
   TroposphereOptions troposphere;
   IonosphereOptions ionosphere;
-  double codeSigma = 0.3;          ///< white noise of a range at the zenith, m
-  double phaseSigma = 0.002;       ///< of a phase, m
-  double codeMultipath = 0.2;      ///< slow error of a range at the zenith, m, 2 minutes
-  double phaseMultipath = 0.001;   ///< of a phase, m
+  double codeSigma = 0.3;                                        ///< white noise of a range at the zenith, m
+  double phaseSigma = 0.002;                                     ///< of a phase, m
+  double codeMultipath = 0.2;                                    ///< slow error of a range at the zenith, m
+  double phaseMultipath = 0.001;                                 ///< of a phase, m
+  double codeMultipathTime = 120.0, phaseMultipathTime = 120.0;  ///< their correlation times, s
+  /// Diffractive scintillation: noise of the phases, rad on 1575.42 MHz, in inverse proportion to the
+  /// frequency, independent from signal to signal and epoch to epoch (Rino 1979, Radio Sci. 14).
+  double scintillation = 0.0;
+  bool urban = false;              ///< the receiver is in the streets of a town
   double interSystemSigma = 5.0;   ///< receiver bias of a system against the first, m
   double receiverBiasSigma = 0.5;  ///< receiver bias of a signal against the first, m
   bool windup = true, solidTide = true;
@@ -54,7 +61,8 @@ struct SatelliteTruth {
   double relativity = 0.0;  ///< c dts of the periodic term
   double clock = 0.0;       ///< c dts without it
   double shapiro = 0.0, troposphere = 0.0, windupCycles = 0.0;
-  double slantContent = 0.0;                ///< TECU
+  double slantContent = 0.0;  ///< TECU
+  Sight sight;
   std::map<std::string, double> ambiguity;  ///< cycles by signal, slips included
 };
 
@@ -85,14 +93,20 @@ class Observer {
     double frequency = 0.0;
     double ambiguity = 0.0;
     double codeError = 0.0, phaseError = 0.0;  ///< multipath
-    Random random;
+    Random random, scintillation;
+    double biasChange = 0.0;  ///< of the faults that change true phase biases, in units of their sigma
   };
   struct Tracker {
     std::vector<Channel> channels;
     std::optional<double> windup;
     GpsTime last;
     bool tracked = false;
-    Random random;
+    Random random, locks;  ///< of the arcs; of what obstructions do to them
+    Sight sight{};
+  };
+  /// Where the receiver is in its street.
+  struct StreetPlace {
+    double seconds = 0.0, heading = 0.0, along = 0.0;
   };
   struct Geometry {
     SatelliteState state;  ///< in the axes of reception
@@ -105,6 +119,10 @@ class Observer {
 
   Geometry geometry(std::size_t satellite, const GpsTime& reception, const Vector3& antenna,
                     const Vector3& velocity, const Vector3& sun) const;
+  void walkStreet(double seconds);
+  StreetPlace streetPlace(double seconds) const;
+  bool inSight(Tracker& tracker, SatelliteTruth& truth) const;
+  static void loseLock(Tracker& tracker, bool silently);
   double windup(std::size_t satellite, const Geometry& g, const Geodetic& place);
   SatObs measure(std::size_t satellite, const GpsTime& tag, const Geometry& g, const EpochTruth& epoch,
                  SatelliteTruth& truth);
@@ -118,6 +136,9 @@ class Observer {
   ReceiverClock m_clock;
   Troposphere m_troposphere;
   Ionosphere m_ionosphere;
+  std::optional<Skyline> m_skyline;
+  double m_streetAzimuth = 0.0;             ///< of a receiver at rest
+  std::vector<StreetPlace> m_streetPlaces;  ///< every second since the last epoch
   std::map<char, double> m_systemBias;
   std::map<std::pair<char, std::string>, std::pair<double, double>> m_signalBias;  ///< code, phase
   std::vector<Tracker> m_trackers;

@@ -11,6 +11,7 @@
 #include "formats/printed.h"
 #include "formats/rinex_writer.h"
 #include "formats/ssr_writer.h"
+#include "simulate/random.h"
 
 namespace gnx {
 
@@ -27,6 +28,10 @@ void checkIntervals(const SimulationOptions& o) {
       throw UsageError("the intervals of the corrections are whole seconds from 1 to 3600");
   if (o.orbitInterval % o.clockInterval != 0)
     throw UsageError("the interval of the orbit corrections is a multiple of that of the clocks");
+  if (!(o.observer.codeMultipathTime > 0.0) || !(o.observer.phaseMultipathTime > 0.0))
+    throw UsageError("the correlation times of slow errors are above zero");
+  if (!(o.observer.ionosphere.wavePeriod > 0.0) || !(o.observer.ionosphere.waveSpeed > 0.0))
+    throw UsageError("period and speed of the ionospheric wave are above zero");
   if (length(o.observer.site) < 6.3e6 || length(o.observer.site) > 6.5e6)
     throw UsageError(
         "the site is not near the Earth's surface; give X Y Z in metres or latitude, longitude, height");
@@ -56,6 +61,24 @@ SsrSatBias biasesOf(const SimulatedSatellite& satellite, bool phase) {
   for (const auto& [signal, value] : phase ? satellite.phaseBias : satellite.codeBias)
     result.biases.push_back({signal, value, phase ? 1 : 0, phase ? 2 : 0, 0});
   return result;
+}
+
+/// Phase biases as the faults let them be sent.
+SsrSatBias phaseBiasesSent(const SimulationOptions& options, const SimulatedSatellite& satellite,
+                           double seconds) {
+  SsrSatBias sent = biasesOf(satellite, true);
+  for (SsrBias& bias : sent.biases) {
+    const auto size = [&](Fault::Kind kind) {
+      return options.faults.size(kind, satellite.name, bias.signal, seconds);
+    };
+    if (size(Fault::Kind::ssrPhaseSign) != 0.0) bias.value = -bias.value;
+    const double wrong = size(Fault::Kind::ssrPhaseRandom);
+    if (wrong == 0.0) continue;
+    Random random(options.sky.seed, satellite.name + " wrong bias " + bias.signal);
+    bias.value +=
+        wrong * random.uniform(-0.5, 0.5) * kSpeedOfLight / carrierFrequency(satellite.name[0], bias.signal);
+  }
+  return sent;
 }
 
 class TruthWriter {
@@ -138,26 +161,26 @@ void makeBlocks(const SimulationOptions& options, const Constellation& sky, cons
   for (std::size_t i = 0; i < sky.satellites().size(); ++i) {
     const SimulatedSatellite& satellite = sky.satellites()[i];
     if (options.faults.strikes(Fault::Kind::ssrGap, satellite.name, seconds)) continue;
-    if (due.orbit) {
+    const bool orbitGap = options.faults.strikes(Fault::Kind::ssrOrbitGap, satellite.name, seconds);
+    if (due.orbit && !orbitGap) {
       orbits.orbits.push_back(sky.orbitCorrection(i, t, reference));
       if (orbits.interval > 1) toMiddle(orbits.orbits.back(), orbits.interval);
     }
-    if (due.clock) {
+    if (due.clock && !orbitGap) {
       clocks.clocks.push_back(sky.clockCorrection(i, t, reference));
       if (clocks.interval > 1) toMiddle(clocks.clocks.back(), clocks.interval);
       clocks.clocks.back().c[0] += options.faults.size(Fault::Kind::ssrClock, satellite.name, "", seconds);
     }
     if (due.bias) {
       codes.biases.push_back(biasesOf(satellite, false));
-      phases.biases.push_back(biasesOf(satellite, true));
+      if (!options.faults.strikes(Fault::Kind::ssrPhaseGap, satellite.name, seconds))
+        phases.biases.push_back(phaseBiasesSent(options, satellite, seconds));
     }
   }
   if (!orbits.orbits.empty()) take(orbits);
   if (!clocks.clocks.empty()) take(clocks);
-  if (!codes.biases.empty()) {
-    take(codes);
-    take(phases);
-  }
+  if (!codes.biases.empty()) take(codes);
+  if (!phases.biases.empty()) take(phases);
 }
 
 void writeObservations(const SimulationOptions& options, const Constellation& sky,

@@ -2,6 +2,7 @@
 // and faults.
 
 #include "formats/input_error.h"
+#include "simulate/skyline.h"
 #include "simulation_setup.h"
 #include "support/host_files.h"
 
@@ -148,6 +149,224 @@ TEST_F(NoiseFree, SlipsGapsAndOutliersStrikeWhereTheyShould) {
     EXPECT_EQ(b[0].lli, k == 0 ? 1 : 0) << "a slip is silent";
     EXPECT_EQ(find(bad, absent) != bad.sats.end(), k < 10 || k > 12) << k;
   }
+}
+
+/// What a change of the options does to the observations of a quarter of an hour: by satellite and signal the
+/// differences of range (m) and phase (m) at each epoch.
+struct Effect {
+  std::vector<double> range, phase;
+  double frequency = 0.0;
+};
+std::map<std::pair<SatName, std::string>, Effect> effectOf(const SimulationOptions& before,
+                                                           const SimulationOptions& after) {
+  const Constellation sky(before.sky);
+  Observer a(before.observer, sky, before.faults), b(after.observer, sky, after.faults);
+  std::map<std::pair<SatName, std::string>, Effect> effects;
+  ObsEpoch x, y;
+  EpochTruth truth;
+  for (int k = 0; k < 30; ++k) {
+    a.observe(before.sky.start + 30.0 * k, x, truth);
+    b.observe(before.sky.start + 30.0 * k, y, truth);
+    for (std::size_t i = 0; i < x.sats.size(); ++i)
+      for (std::size_t s = 0; s < x.sats[i].signals.size(); ++s) {
+        const SignalObs &p = x.sats[i].signals[s], &q = y.sats[i].signals[s];
+        Effect& e = effects[{x.sats[i].sat, p.code.data()}];
+        e.frequency = carrierFrequency(x.sats[i].sat[0], p.code.data());
+        e.range.push_back(q.range - p.range);
+        e.phase.push_back((q.phase - p.phase) * kC / e.frequency);
+      }
+  }
+  return effects;
+}
+
+TEST(SimulatedErrors, SlowErrorsHaveTheirAmplitudeAndTime) {
+  SimulationOptions slow = quietOptions();
+  slow.observer.codeMultipath = 2.0;
+  slow.observer.phaseMultipath = 0.01;
+  slow.observer.codeMultipathTime = 300.0;
+  slow.observer.phaseMultipathTime = 30.0;
+  slow.observer.maskDegrees = 60.0;  // near the zenith the factor of elevation is 1.0 to 1.1
+  double code = 0.0, codeLag = 0.0, phase = 0.0, phaseLag = 0.0, n = 0.0;
+  for (slow.sky.seed = 1; slow.sky.seed <= 12; ++slow.sky.seed) {
+    SimulationOptions none = quietOptions();
+    none.sky.seed = slow.sky.seed;
+    none.observer.maskDegrees = slow.observer.maskDegrees;
+    for (const auto& [signal, e] : effectOf(none, slow))
+      for (std::size_t k = 1; k < e.range.size(); ++k, ++n) {
+        code += e.range[k] * e.range[k], codeLag += e.range[k] * e.range[k - 1];
+        phase += e.phase[k] * e.phase[k], phaseLag += e.phase[k] * e.phase[k - 1];
+      }
+  }
+  ASSERT_GT(n, 3000.0);
+  EXPECT_NEAR(std::sqrt(code / n), 2.1, 0.25);
+  EXPECT_NEAR(std::sqrt(phase / n), 0.0105, 0.001);
+  EXPECT_NEAR(codeLag / code, std::exp(-30.0 / 300.0), 0.05);
+  EXPECT_NEAR(phaseLag / phase, std::exp(-1.0), 0.05);
+}
+
+// A plane wave obeys dC/dt = -v grad C and returns after its period.
+TEST(SimulatedAtmosphere, StormTravelsAndIsDispersive) {
+  const Geodetic site{0.83, 2.4, 0.0};
+  const Ionosphere storm({.nightTec = 20.0,
+                          .dayTec = 20.0,
+                          .poleShare = 1.0,
+                          .waveTec = 4.0,
+                          .wavePeriod = 1200.0,
+                          .waveSpeed = 120.0},
+                         site, kStart, 3);
+  const auto content = [&](double north, double east, double seconds) {
+    return storm.verticalContent(site.latitude + north / 6821e3,
+                                 site.longitude + east / 6821e3 / std::cos(site.latitude), kStart + seconds);
+  };
+  double highest = 0.0, lowest = 99.0;
+  for (double t = 0.0; t < 1200.0; t += 20.0) {
+    const double rate = content(0, 0, t + 1.0) - content(0, 0, t - 1.0);
+    const double north = content(100, 0, t) - content(-100, 0, t);
+    const double east = content(0, 100, t) - content(0, -100, t);
+    EXPECT_NEAR(std::abs(rate) / 120.0, std::hypot(north, east) / 100.0, 1e-6);
+    EXPECT_NEAR(content(0, 0, t), content(0, 0, t + 1200.0), 1e-9);
+    highest = std::max(highest, content(0, 0, t)), lowest = std::min(lowest, content(0, 0, t));
+  }
+  EXPECT_NEAR(highest, 24.0, 0.05);
+  EXPECT_NEAR(lowest, 16.0, 0.05);
+
+  SimulationOptions calm = quietOptions(), stormy = calm;
+  stormy.observer.ionosphere.waveTec = 4.0;
+  const auto effects = effectOf(calm, stormy);
+  double largest = 0.0;
+  for (const auto& [signal, e] : effects)
+    for (std::size_t k = 0; k < e.range.size(); ++k) {
+      EXPECT_NEAR(e.range[k], -e.phase[k], 2e-6) << "ranges are late where phases are early";
+      const Effect& first = effects.lower_bound({signal.first, ""})->second;
+      EXPECT_NEAR(e.range[k] * e.frequency * e.frequency, first.range[k] * first.frequency * first.frequency,
+                  1e14);
+      largest = std::max(largest, std::abs(e.range[k]));
+    }
+  EXPECT_GT(largest, 0.6);  // 4 TECU are 0.65 m on 1575 MHz
+}
+
+// Rays followed step by step until they meet a wall or a vehicle.
+TEST(SimulatedStreet, HidesWhatIsBehindItsWalls) {
+  const std::vector<Skyline::Lot> leftLots = {{-900.0, 9.0, true}, {0.0, 25.0, true}, {20.0, 0.0}},
+                                  rightLots = {{-900.0, 14.0}, {30.0, 3.0}};
+  const Skyline street(leftLots, rightLots, {{100.0, 110.0, Skyline::right}});
+  const auto heightOf = [](const std::vector<Skyline::Lot>& lots, double along) {
+    double height = 0.0;
+    for (const Skyline::Lot& lot : lots)
+      if (along >= lot.from) height = lot.height;
+    return height;
+  };
+  const auto meetsWall = [&](double azimuth, double elevation) {
+    for (double r = 0.0; r < 300.0; r += 0.02) {
+      const double across = r * std::sin(azimuth);
+      if (std::abs(across) < 12.0) continue;
+      return r * std::tan(elevation) < heightOf(across > 0.0 ? rightLots : leftLots, r * std::cos(azimuth));
+    }
+    return false;
+  };
+  int hidden = 0, reflected = 0;
+  for (int azimuth = 3; azimuth < 360; azimuth += 5)
+    for (int elevation = 6; elevation < 90; elevation += 4) {
+      const double a = azimuth / kDegrees, e = elevation / kDegrees;
+      const Sight sight = street.look(a, e, 0.0, 0.0);
+      EXPECT_EQ(sight.direct, !meetsWall(a, e)) << azimuth << ' ' << elevation;
+      hidden += sight.direct ? 0 : 1;
+      reflected += !sight.direct && sight.detour > 0.0 ? 1 : 0;
+      EXPECT_LE(sight.detour, azimuth < 180 ? 24.0 : 0.0) << "the left side alone reflects";
+    }
+  EXPECT_GT(hidden, 200);
+  EXPECT_GT(reflected, 10);
+  const auto beside = [&](double azimuth, double seconds) {
+    return street.look(azimuth / kDegrees, 30.0 / kDegrees, 60.0, seconds).direct;
+  };
+  EXPECT_TRUE(beside(90.0, 99.0) && !beside(90.0, 105.0) && beside(270.0, 105.0) && beside(20.0, 105.0))
+      << "a vehicle stands on the right for ten seconds";
+}
+
+TEST(SimulatedStreet, LocksAreLostInTheOpenAndSometimesInSilence) {
+  SimulationOptions o = quietOptions();
+  o.observer.urban = true;
+  o.observer.path.kind = "circle";
+  const Constellation sky(o.sky);
+  Observer observer(o.observer, sky, o.faults);
+  std::map<SatName, double> last;
+  ObsEpoch epoch;
+  EpochTruth truth;
+  int told = 0, silent = 0, unfounded = 0;
+  std::size_t fewest = 99, most = 0;
+  for (int k = 0; k < 180; ++k) {
+    observer.observe(o.sky.start + 5.0 * k, epoch, truth);
+    fewest = std::min(fewest, epoch.sats.size()), most = std::max(most, epoch.sats.size());
+    for (std::size_t i = 0; i < epoch.sats.size(); ++i) {
+      const SignalObs& signal = epoch.sats[i].signals[0];
+      const double whole = truth.satellites[i].ambiguity.at(signal.code.data());
+      const auto [known, isNew] = last.try_emplace(epoch.sats[i].sat, whole);
+      const bool changed = isNew || known->second != whole;
+      told += changed && signal.lli == 1 ? 1 : 0;
+      silent += changed && signal.lli == 0 ? 1 : 0;
+      unfounded += !changed && signal.lli == 1 ? 1 : 0;
+      known->second = whole;
+    }
+  }
+  EXPECT_LT(fewest, most / 2);
+  EXPECT_GT(told, 100);
+  EXPECT_EQ(unfounded, 0);
+  EXPECT_GT(silent, 2);
+  EXPECT_LT(silent, told / 5);
+}
+
+TEST(SimulatedFaults, PhaseBiasesAreSentWrongOrNotAtAll) {
+  SimulationOptions o = quickOptions();
+  o.faults = FaultList({{Fault::Kind::ssrPhaseSign, "", "", 0.0, 100.0, 1.0},
+                        {Fault::Kind::ssrPhaseRandom, "", "", 200.0, 400.0, 1.0},
+                        {Fault::Kind::ssrPhaseGap, "", "", 500.0, 600.0},
+                        {Fault::Kind::ssrOrbitGap, "G07", "", 700.0, 800.0}});
+  const Constellation sky(o.sky);
+  std::map<SsrKind, int> blocks;
+  std::map<std::pair<SatName, std::string>, double> wrong;
+  double largest = 0.0;
+  forEachCorrection(o, sky, [&](const SsrBlock& block) {
+    const double t = block.time - o.sky.start;
+    ++blocks[block.kind];
+    if (block.kind == SsrKind::orbit || block.kind == SsrKind::clock) {
+      EXPECT_EQ(std::max(block.orbits.size(), block.clocks.size()),
+                sky.satellites().size() - (t >= 700.0 && t <= 800.0 ? 1 : 0));
+    }
+    if (block.kind != SsrKind::phaseBias) return;
+    EXPECT_FALSE(t >= 500.0 && t <= 600.0);
+    for (const SsrSatBias& sent : block.biases)
+      for (const SsrBias& bias : sent.biases) {
+        const auto& satellite = *std::ranges::find(sky.satellites(), sent.sat, &SimulatedSatellite::name);
+        const double truth = satellite.phaseBias.at(bias.signal);
+        if (t < 200.0 || t > 400.0) {
+          EXPECT_EQ(bias.value, t <= 100.0 ? -truth : truth);
+          continue;
+        }
+        const double cycles = (bias.value - truth) * carrierFrequency(sent.sat[0], bias.signal) / kC;
+        EXPECT_NEAR(wrong.try_emplace({sent.sat, bias.signal}, cycles).first->second, cycles, 1e-9);
+        EXPECT_LE(std::abs(cycles), 0.5);
+        largest = std::max(largest, std::abs(cycles));
+      }
+  });
+  EXPECT_GT(largest, 0.45);
+  EXPECT_EQ(blocks[SsrKind::codeBias] - blocks[SsrKind::phaseBias], 4);
+}
+
+TEST(SimulatedFaults, TrueBiasesLeaveTheCorrectionsBehind) {
+  SimulationOptions o = quietOptions(), faulty = o;
+  faulty.faults = FaultList({{Fault::Kind::biasDrift, "", "1C", 300.0, 600.0, 0.6},
+                             {Fault::Kind::biasJump, "", "5Q", 450.0, 450.0, 0.5}});
+  double squares = 0.0;
+  const auto effects = effectOf(o, faulty);
+  for (const auto& [signal, e] : effects) {
+    if (e.phase.size() < 30 || (signal.second != "1C" && signal.second != "5Q")) continue;
+    const double end = e.phase[25] * e.frequency / kC;  // cycles
+    squares += end * end / (signal.second == "1C" ? 0.05 * 0.05 : 0.5 * 0.5);
+    EXPECT_NEAR(e.phase[14], signal.second == "1C" ? 0.4 * e.phase[25] : 0.0, 1e-5);
+    EXPECT_NEAR(e.phase[16], signal.second == "1C" ? 0.6 * e.phase[25] : e.phase[25], 1e-5);
+    EXPECT_EQ(e.range[25], 0.0);
+  }
+  EXPECT_GT(squares, 10.0);
 }
 
 TEST(SimulatedFaults, DamagedListsAreExplained) {
