@@ -10,6 +10,8 @@
 #include <string>
 #include <utility>
 
+#include "support/places.h"
+
 namespace support {
 
 struct ChildResult {
@@ -53,7 +55,7 @@ ChildResult runInChild(Body&& body) {
 inline ChildResult runProgram(const std::string& arguments) {
   return runInChild([&] {
     dup2(STDOUT_FILENO, STDERR_FILENO);
-    execl("/bin/sh", "sh", "-c", (std::string(GNX_PROGRAM) + " " + arguments).c_str(), nullptr);
+    execl("/bin/sh", "sh", "-c", (support::kProgram + " " + arguments).c_str(), nullptr);
   });
 }
 

@@ -22,6 +22,7 @@
 #include "formats/printed.h"
 #include "support/child.h"
 #include "support/files.h"
+#include "support/places.h"
 
 namespace support {
 
@@ -244,7 +245,7 @@ class Deployment {
         {"predefine", "none"},      {"polut1", "none"},       {"gptgrd_w", "gpt2_1w.grd"},
         {"rinput", "ratio.txt"}};
     for (const auto& [key, file] : files) tables["files"][key].append(path(file).string());
-    tables["files"]["ut1t10"].append(GNX_SOURCE_DIR "/deploy/ut1t10.txt");
+    tables["files"]["ut1t10"].append(support::kSourceDirectory + "/deploy/ut1t10.txt");
   }
 
   void makeAmbiguity() {

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "support/places.h"
+
 namespace support {
 
 namespace fs = std::filesystem;
@@ -70,7 +72,7 @@ class TemporaryDirectory {
 /// Where real data sets lie: the directory of the build, or that of the environment variable.
 inline std::string realFile(const std::string& name) {
   const char* given = std::getenv("GNX_DATA_DIR");
-  return std::string(given != nullptr ? given : GNX_DATA_DIR) + "/" + name;
+  return (given != nullptr ? std::string(given) : support::kDataDirectory) + "/" + name;
 }
 
 }  // namespace support

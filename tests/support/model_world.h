@@ -17,6 +17,7 @@
 #include "Core/Model/Tides.h"
 #include "Core/Model/Tropo_vmf1.h"
 #include "support/deployment.h"
+#include "support/places.h"
 #include "support/table_fixture.h"
 
 namespace tarvio::test {
@@ -95,7 +96,7 @@ struct ModelWorld : gnx_test::Tables {
     gpsAndGalileo(gps, galileo);
     ifPair('G', "L1", "L2");
     ifPair('E', "L1", "L5");
-    d.m_fileTable["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+    d.m_fileTable["ut1t10"] = support::kSourceDirectory + "/deploy/ut1t10.txt";
     d.m_fileTable["ocload"] = m_directory.write("blq", "$$ no site\n");
     d.m_fileTable["gptgrd_w"] = support::flatTroposphereGrid().string();
     Tropo_vmf1::s_getInstance();  // read once in a process

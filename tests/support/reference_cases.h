@@ -6,10 +6,12 @@
 #include <fstream>
 #include <string>
 
+#include "support/places.h"
+
 namespace gnx_test {
 
 inline Json::Value referenceCases(const std::string& name) {
-  std::ifstream in(GNX_TEST_DATA "/" + name);
+  std::ifstream in(support::kTestData + "/" + name);
   Json::Value root;
   in >> root;
   return root;

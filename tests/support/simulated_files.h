@@ -9,6 +9,7 @@
 #include "engine/replay.h"
 #include "simulate/simulation.h"
 #include "support/files.h"
+#include "support/places.h"
 
 namespace gnx::test {
 
@@ -17,7 +18,7 @@ using RunDirectory = support::TemporaryDirectory;
 inline ReplayOptions replayInto(const std::filesystem::path& out, const std::string& mode = "static") {
   ReplayOptions o;
   o.outDir = out;
-  o.program = GNX_PROGRAM;
+  o.program = support::kProgram;
   o.quiet = true;
   o.plan.mode = o.deploy.run.mode = mode;
   return o;

@@ -18,6 +18,7 @@
 #include "Interface/Controller.h"
 #include "support/exit_message.h"
 #include "support/files.h"
+#include "support/places.h"
 #include "support/reference_cases.h"
 
 namespace tarvio {
@@ -30,8 +31,8 @@ void expectNear(std::span<const double> got, const std::vector<double>& publishe
 struct EarthRotation : testing::Test {
   void SetUp() override {
     auto& files = Controller::s_getInstance()->m_deploy.m_fileTable;
-    files["ut1t10"] = std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
-    Taiutc::s_getInstance().m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
+    files["ut1t10"] = support::kSourceDirectory + "/deploy/ut1t10.txt";
+    Taiutc::s_getInstance().m_setFile(support::kSourceDirectory + "/deploy/leapseconds.txt");
   }
 };
 
@@ -110,7 +111,7 @@ TEST_F(EarthRotation, BadZonalTableEndsTheProcess) {
 struct Erp : testing::Test {
   Erp() {
     Controller::s_getInstance()->m_deploy.m_fileTable["ut1t10"] =
-        std::string(GNX_SOURCE_DIR) + "/deploy/ut1t10.txt";
+        support::kSourceDirectory + "/deploy/ut1t10.txt";
   }
   const support::TemporaryDirectory directory;
 };
@@ -169,9 +170,7 @@ TEST_F(Erp, TableIsInterpolatedForwardWithinItsLimits) {
 
 /// The table of a deployment; it is empty again behind the test.
 struct DeployedPole : Erp {
-  DeployedPole() {
-    Taiutc::s_getInstance().m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
-  }
+  DeployedPole() { Taiutc::s_getInstance().m_setFile(support::kSourceDirectory + "/deploy/leapseconds.txt"); }
   ~DeployedPole() override { pole.v_acqData(""); }
   void read(const std::string& table) { pole.v_acqData(directory.write("polut1", table).c_str()); }
   std::vector<double> at(double mjd) {

@@ -12,6 +12,7 @@
 #include "deployment/pole_table.h"
 #include "formats/earth_rotation.h"
 #include "support/host_files.h"
+#include "support/places.h"
 
 namespace gnx::test {
 namespace {
@@ -34,7 +35,7 @@ std::string finalsRow(const char* date, const char* x, const char* y, const char
 struct Pole : testing::Test {
   Pole() {
     tarvio::Controller::s_getInstance()->m_deploy.m_fileTable["ut1t10"] = zonalFile;
-    tarvio::Taiutc::s_getInstance().m_setFile(GNX_SOURCE_DIR "/deploy/leapseconds.txt");
+    tarvio::Taiutc::s_getInstance().m_setFile(support::kSourceDirectory + "/deploy/leapseconds.txt");
   }
   ~Pole() override { engine.v_acqData(""); }
 
@@ -56,7 +57,7 @@ struct Pole : testing::Test {
     return eop;
   }
 
-  const std::string zonalFile = GNX_SOURCE_DIR "/deploy/ut1t10.txt";
+  const std::string zonalFile = support::kSourceDirectory + "/deploy/ut1t10.txt";
   const TempDir directory;
   tarvio::PoleTable& engine = tarvio::PoleTable::s_getInstance();
 };

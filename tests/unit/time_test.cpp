@@ -11,6 +11,7 @@
 #include "Interface/EpochTick.h"
 #include "support/exit_message.h"
 #include "support/files.h"
+#include "support/places.h"
 #include "support/table_fixture.h"
 
 namespace {
@@ -108,7 +109,7 @@ struct LeapSeconds : testing::Test {
 
 TEST_F(LeapSeconds, ShippedTableFollowsBulletinC) {
   Taiutc table;
-  table.m_setFile(std::string(GNX_SOURCE_DIR) + "/deploy/leapseconds.txt");
+  table.m_setFile(support::kSourceDirectory + "/deploy/leapseconds.txt");
   // 1972-01-01, around the GPS epoch and the end of 2016, 2040
   for (const auto& [mjd, seconds] :
        {std::pair{41317, 10}, {44238, 18}, {44239, 19}, {57753, 36}, {57754, 37}, {66154, 37}})

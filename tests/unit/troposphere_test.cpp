@@ -10,6 +10,7 @@
 #include "deployment/troposphere_grid.h"
 #include "support/exit_message.h"
 #include "support/files.h"
+#include "support/places.h"
 
 namespace tarvio {
 namespace {
@@ -93,8 +94,8 @@ TEST_F(LinearGrid, BadGridEndsTheProcessWithItsName) {
 // routine these figures are published; vapour pressures are those of the 1-degree routine.
 TEST(TroposphereGrid, MeetsThePublishedCase) {
   std::ostringstream grid;
-  gnx::writeFineGrid(grid,
-                     gnx::parseBuiltInGrid(support::readFile(GNX_SOURCE_DIR "/deploy/gpt2_5deg.csv.gz")));
+  gnx::writeFineGrid(
+      grid, gnx::parseBuiltInGrid(support::readFile(support::kSourceDirectory + "/deploy/gpt2_5deg.csv.gz")));
   const support::TemporaryDirectory directory;
   const Tropo_vmf1 tropo(directory.write("grid", grid.str()));
   const double lat = 48.20 * kRad, lon = 16.37 * kRad, hgt = 156.0;
