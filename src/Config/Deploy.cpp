@@ -83,6 +83,7 @@ void Deploy::m_readJsonFile(int argc, const char** argv) {
   Logtrace::s_setFiles(m_statFile, m_traceFile, m_ltrace, m_tracelevel);
   s_guarded("dcbdatum", [&] { m_readJsonItem(root, "dcbdatum"); });
   s_guarded("threshold", [&] { m_readThresholds(groups["threshold"]); });
+  s_guarded("noise", [&] { m_readNoise(groups["noise"]); });
   s_guarded("SAT", [&] {
     m_sortOrderofFreq();
     m_parseSatelliteConfigures();
@@ -234,6 +235,7 @@ void Deploy::m_readCommon(const Json::Value& common) {
   s_wordAndPair(s_requiredText(dcbmodel, "isb_dcb"), m_isbDcb, m_isbSig);
   s_copyText(m_ionmodel, text("ionmodel"));
   s_copyText(m_ionpri, text("ionpri"));
+  m_readIonosphereWalk();
   s_copyText(m_ambmode, text("ambmode"));
   s_readList(common, "orbtype", m_orbtype);
   s_readList(common, "clktype", m_clktype);

@@ -10,6 +10,8 @@
 
 #include "Common/ComFreq.h"
 #include "Common/Constants.h"
+#include "Config/IntegritySettings.h"
+#include "Config/NoiseSettings.h"
 #include "Config/RatioTable.h"
 #include "Config/UpdAmbconfig.h"
 #include "Records/Antatx.h"
@@ -80,6 +82,14 @@ class Deploy {
   std::map<std::string, std::string> m_fileTable;
   std::map<std::string, Antatx> m_antennas;
   char m_pams[1024] = "";
+  NoiseSettings m_noise;
+  IntegritySettings m_integrity;
+  /// "ION_WALK s0 q" in m_ionpri: slant delays as random walks.
+  struct IonosphereWalk {
+    bool on = false;
+    double sigma_m = 0.0;  ///< of a new delay
+    double noise_mPerRootS = 0.0;
+  } m_ionWalk;
 
   /// Loads and validates everything; ends the process on bad configuration.
   void m_readJsonFile(int argc, const char** argv);
@@ -126,6 +136,9 @@ class Deploy {
   void m_readTime(const std::string& text);
   void m_readDcbDatum(const Json::Value& datum);
   void m_readThresholds(const Json::Value& threshold);
+  void m_readNoise(const Json::Value& group);
+  void m_readIntegrity(const Json::Value& group);
+  void m_readIonosphereWalk();
   void m_traceSummary(const std::string& program) const;
   bool m_addSatellite(const std::string& cprn, const std::string& type, double jd);
   void m_readLayer(const Json::Value& layer, Upd_ambconfig& config);

@@ -78,6 +78,7 @@ void Deploy::m_parseAmbiguityConfigures(const char* file) {
     m_parseAMBWavelength(config);
     m_checkLayer(config);
   }
+  m_readIntegrity(layers["integrity"]);
   m_checkNarrowLanePairs();
   m_losb = false;
   for (const Json::Value* place : {&top, &layers}) {

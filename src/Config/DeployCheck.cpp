@@ -89,7 +89,7 @@ bool Deploy::m_checkConfigure() {
     s_fatal(__func__, __LINE__, "ionmod = %s,key = ionmodel,only support ION_EST and ION_NONE\n", m_ionmodel);
   }
   if (!s_holds(m_ionpri, {"ION_POSTBRD", "ION_POSTPRE", "ION_RTBRD", "ION_RTPRE", "ION_NONE", "ION_DDPRE",
-                          "ION_INTERP"})) {
+                          "ION_INTERP", "ION_WALK"})) {
     s_fatal(__func__, __LINE__,
             "ionpri = %s,key = ionpri,only support ION_POSTBRD,ION_POSTPRE,ION_RTBRD,ION_RTPRE,ION_DDPRE "
             "and ION_NONE\n",
