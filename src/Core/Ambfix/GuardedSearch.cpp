@@ -1,0 +1,113 @@
+// The largest set of integers that passes every test.
+
+#include "Core/Ambfix/GuardedSearch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+#include "Common/CMat.h"
+#include "Common/ComStat.h"
+#include "Core/Ambfix/Pflambda.h"
+
+namespace tarvio {
+
+double s_bootstrapFailureRate(int n, const double* Q) {
+  const auto size = static_cast<std::size_t>(n);
+  std::vector<double> L(size * size), D(size);
+  if (!s_factorise(n, Q, L.data(), D.data()) || !s_decorrelate(n, L.data(), D.data(), nullptr)) return 1.0;
+  // The sum of the logarithms keeps rates far below the rounding of 1 - rate.
+  double logSuccess = 0.0;
+  for (const double d : D) logSuccess += std::log1p(-std::erfc(0.5 / std::sqrt(2.0 * d)));
+  return -std::expm1(logSuccess);
+}
+
+/// Of the rows that take part.
+std::vector<double> GuardedSearch::m_block(const double* matrix) const {
+  std::vector<double> block;
+  block.reserve(m_rows.size() * m_rows.size());
+  for (const int j : m_rows)
+    for (const int i : m_rows) block.push_back(matrix[static_cast<std::ptrdiff_t>(j) * m_problem.n + i]);
+  return block;
+}
+
+/// Of the first rows.
+double GuardedSearch::m_failureRate(std::size_t size) const {
+  std::vector<double> block;
+  block.reserve(size * size);
+  for (std::size_t j = 0; j < size; ++j)
+    for (std::size_t i = 0; i < size; ++i)
+      block.push_back(m_problem.Q[static_cast<std::ptrdiff_t>(m_rows[j]) * m_problem.n + m_rows[i]]);
+  return s_bootstrapFailureRate(static_cast<int>(size), block.data());
+}
+
+/// Leaves out the least precise until the rate is met. It need not fall with each of them: satellites that
+/// share position and clocks hold each other's integers. When no size meets it, the best one stays.
+void GuardedSearch::m_leaveOutImprecise(std::size_t least) {
+  std::size_t best = m_rows.size();
+  double lowest = 2.0;
+  for (std::size_t size = m_rows.size(); size >= least && lowest > m_problem.failureRate; --size)
+    if (const double rate = m_failureRate(size); rate < lowest) lowest = rate, best = size;
+  m_rows.resize(best);
+}
+
+/// Best vector, its ratio, its norm and the satellite that spoils it most: with W the inverse covariance and
+/// d what floats and integers differ by, leaving k out takes (W d)_k^2 / W_kk off the norm.
+bool GuardedSearch::m_solve(GuardedResult& result) {
+  const auto n = m_rows.size();
+  result.rows = m_rows;
+  result.integers.clear();
+  for (const int row : m_rows) result.integers.push_back(m_problem.x[row]);
+  double s[2] = {};
+  if (ambslv_(static_cast<int>(n), m_block(m_problem.Q).data(), result.integers.data(), nullptr, s) != 0)
+    return false;
+  result.ratio = s[0] > 0.0 ? s[1] / s[0] : std::numeric_limits<double>::max();
+  result.failureRate = m_failureRate(n);
+
+  std::vector<double> W = m_block(m_problem.judged);
+  if (CMat::CMat_Inverse(W.data(), static_cast<int>(n), static_cast<int>(n)) != 0) return false;
+  double norm = 0.0, largest = -1.0;
+  for (std::size_t k = 0; k < n; ++k) {
+    double e = 0.0;
+    for (std::size_t j = 0; j < n; ++j) e += W[j * n + k] * (m_problem.x[m_rows[j]] - result.integers[j]);
+    norm += e * (m_problem.x[m_rows[k]] - result.integers[k]);
+    if (const double gain = e * e / W[k * n + k]; gain > largest) largest = gain, m_worst = k;
+  }
+  result.misfit = norm / static_cast<double>(n);
+  return true;
+}
+
+bool GuardedSearch::m_fits(const GuardedResult& result) const {
+  if (m_problem.misfit <= 0.0) return true;
+  double limit = 0.0;
+  pchi2(static_cast<int>(m_rows.size()), m_problem.misfit, 1, &limit);
+  return result.misfit * static_cast<double>(m_rows.size()) <= limit;
+}
+
+GuardedResult GuardedSearch::m_run() {
+  GuardedResult result;
+  const int n = m_problem.n;
+  if (n < 1) return result;
+  m_rows.resize(static_cast<std::size_t>(n));
+  std::iota(m_rows.begin(), m_rows.end(), 0);
+  const auto variance = [&](int row) { return m_problem.Q[static_cast<std::ptrdiff_t>(row) * (n + 1)]; };
+  std::ranges::stable_sort(m_rows, {}, variance);
+  const auto least = static_cast<std::size_t>(std::max(1.0, std::ceil(m_problem.share * n - 1e-9)));
+  m_leaveOutImprecise(least);
+  while (m_solve(result)) {
+    const bool fits = m_fits(result);
+    if (fits && result.failureRate <= m_problem.failureRate && result.ratio >= m_problem.ratio) {
+      result.accepted = true;
+      break;
+    }
+    if (m_rows.size() <= least) break;
+    const std::size_t out = fits ? m_rows.size() - 1 : m_worst;
+    if (!fits) result.misfits.push_back(m_rows[out]);
+    if (static_cast<double>(result.misfits.size()) > m_problem.misfits * n + 1e-9) break;
+    m_rows.erase(m_rows.begin() + static_cast<std::ptrdiff_t>(out));
+  }
+  return result;
+}
+
+}  // namespace tarvio

@@ -1,0 +1,62 @@
+#pragma once
+/// \file GuardedSearch.h
+/// Integers of a level that may be believed: as many satellites as pass, the least precise left out first,
+/// until
+///
+///   - bootstrapping would go wrong less often than a given rate (Teunissen 1998, J. Geodesy 72, 606-612),
+///   - the second best vector is clearly worse than the best,
+///   - the best vector is no worse than floats of this covariance make it (chi-square of its squared norm);
+///   the
+///     satellite that spoils it most is left out and named,
+///   - and no more than a given share of the candidates was left out. Any set of floats, right or wrong, has
+///     subsets that look good: a search that may leave out most of them proves nothing.
+
+#include <vector>
+
+namespace tarvio {
+
+struct GuardedResult {
+  bool accepted = false;
+  std::vector<int> rows;         ///< of the problem, accepted
+  std::vector<double> integers;  ///< by entry of rows
+  std::vector<int> misfits;      ///< rows that do not fit the others
+  double ratio = 0.0;
+  double failureRate = 1.0;
+  double misfit = 0.0;  ///< squared norm of the best vector over its degrees of freedom
+};
+
+/// Matrices n x n, column-major, cycles^2.
+struct GuardedProblem {
+  int n = 0;
+  const double* Q = nullptr;  ///< covariance as the search takes it
+  const double* judged =
+      nullptr;                ///< with errors that floats may have besides: the best vector is judged by it
+  const double* x = nullptr;  ///< floats, cycles
+  double failureRate = 1e-3;
+  double ratio = 2.0;
+  double misfit = 0.01;  ///< share of right sets that may be refused, 0: the best vector is not judged
+  double share = 0.6;    ///< of the candidates that must stay
+  double misfits = 0.2;  ///< of the candidates that may go because they do not fit
+};
+
+class GuardedSearch {
+ public:
+  explicit GuardedSearch(const GuardedProblem& problem) : m_problem(problem) {}
+  GuardedResult m_run();
+
+ private:
+  std::vector<double> m_block(const double* matrix) const;
+  double m_failureRate(std::size_t size) const;
+  void m_leaveOutImprecise(std::size_t least);
+  bool m_solve(GuardedResult& result);
+  bool m_fits(const GuardedResult& result) const;
+
+  const GuardedProblem m_problem;
+  std::vector<int> m_rows;  ///< taking part, by rising variance
+  std::size_t m_worst = 0;  ///< entry of m_rows without which the best vector fits best
+};
+
+/// Rate at which integer bootstrapping of decorrelated ambiguities goes wrong; 1 for what is no covariance.
+double s_bootstrapFailureRate(int n, const double* Q);
+
+}  // namespace tarvio
