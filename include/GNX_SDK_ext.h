@@ -40,8 +40,26 @@ std::vector<std::string> eventNames();
 /// of a listener is noted in the status log and goes no further.
 /// \return a number above 0; 0 for an unknown event or an empty listener
 int addListener(const std::string& event, EventListener listener);
-/// \return whether there was such a listener
+/// \return whether there was such a listener, of events or of results
 bool removeListener(int number);
+
+// ---- results ----
+
+/// The solution of an epoch as numbers.
+struct Result {
+  GNX_IO::gtime_t time{};  ///< GPS time
+  int state = 0;           ///< 0 none, 1 codes, 2 float, 3 and 4 with wide-lanes, 5 fixed
+  int fixed = 0;           ///< satellites with integers of the last level, references included
+  double ratio = 0.0;      ///< of the last level's search
+  double sigma0 = 0.0;     ///< of unit weight
+  double position[3]{};    ///< as in the solution line, m, earth-fixed; zeros without a solution
+  double covariance[9]{};  ///< of the position, m^2, by rows
+};
+using ResultListener = std::function<void(const Result&)>;
+
+/// Registers a listener of results; it is called inside GNX_inputObs once for every epoch that is a tick,
+/// under the rules of event listeners. \return a number above 0, for removeListener; 0 for an empty listener
+int addResultListener(ResultListener listener);
 
 // ---- options ----
 

@@ -16,6 +16,7 @@
 #include "Config/SatelliteTable.h"
 #include "Core/Ambfix/SrifFilter_iar.h"
 #include "Core/Model/ModelTables.h"
+#include "Interface/Results.h"
 
 namespace tarvio {
 
@@ -61,12 +62,12 @@ constexpr double kCode_m = 0.3;                  ///< at 30 degrees and above
 constexpr double kPhase_m = 0.003;               ///< at 30 degrees and above, some 0.015 cycle
 }  // namespace noise
 
-void s_setNoise(Station& sta) {
+void s_setNoise(Station& sta, const NoiseSettings& settings) {
   std::fill(std::begin(sta.m_sigXyz), std::end(sta.m_sigXyz), noise::kCoordinate_m);
   sta.m_sigIon = noise::kIonosphere_m;
   sta.m_qIon = noise::kIonosphere_mPerRootS;
-  sta.m_sigZtd = noise::kZenithDelay_m;
-  sta.m_qZtd = noise::kZenithDelay_mPerRootS;
+  sta.m_sigZtd = settings.m_on ? settings.m_zenithDelay_m : noise::kZenithDelay_m;
+  sta.m_qZtd = settings.m_on ? settings.m_zenithDelay_mPerRootS : noise::kZenithDelay_mPerRootS;
   std::fill(std::begin(sta.m_sigCode), std::end(sta.m_sigCode), noise::kCode_m);
   std::fill(std::begin(sta.m_sigPhase), std::end(sta.m_sigPhase), noise::kPhase_m);
 }
@@ -161,7 +162,7 @@ Station Controller::m_initStation(const GNX_IO::sta_t* sta, double cutoff, char 
   station.m_antType = s_text(source.antdes);
   station.m_recType = s_text(source.rectype);
   if (std::isfinite(cutoff)) station.m_cutoff = cutoff * kDegToRad;
-  s_setNoise(station);
+  s_setNoise(station, m_deploy.m_noise);
   s_setPosition(station, source);
   s_setAntenna(station, m_deploy);
   m_deploy.m_antennas[station.m_antType] = station.m_ant;
@@ -259,8 +260,10 @@ int Controller::v_inputObs(Rnxobs* obs) {
   filter.v_onPrepare();
   filter.v_onAddAmbt();
   filter.v_onAddObsMatrix();
+  filter.m_wantsCovariance = Results::s_getInstance().m_wanted();
   filter.v_onFilterEstimate();
   filter.v_onOutput();
+  Results::s_getInstance().m_epoch(filter);
   m_events.m_epoch(filter);  // while the rows stand
   filter.v_onFinish();
   filter.v_onDelAmbt();

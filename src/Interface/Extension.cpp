@@ -19,6 +19,7 @@
 #include "GNX_SDK_ext.h"
 #include "Interface/Controller.h"
 #include "Interface/NumericLocale.h"
+#include "Interface/Results.h"
 
 namespace tarvio {
 
@@ -69,7 +70,13 @@ class Listeners : public Callable {
     return m_byNumber.contains(number) ? number : 0;
   }
 
+  int m_addResults(const GNX_EXT::ResultListener& listener) {
+    Results::s_getInstance().m_add(++m_last, listener);
+    return m_last;
+  }
+
   bool m_drop(int number) {
+    if (Results::s_getInstance().m_drop(number)) return true;
     const auto own = m_byNumber.find(number);
     if (own == m_byNumber.end()) return false;
     for (const auto& [event, callback] : own->second) m_remove(event, callback);
@@ -203,6 +210,15 @@ int addListener(const std::string& event, EventListener listener) {
   int number = 0;
   s_answer([&] {
     if (listener) number = Listeners::s_getInstance().m_add(event, listener);
+    return "";
+  });
+  return number;
+}
+
+int addResultListener(ResultListener listener) {
+  int number = 0;
+  s_answer([&] {
+    if (listener) number = Listeners::s_getInstance().m_addResults(listener);
     return "";
   });
   return number;

@@ -7,6 +7,7 @@
 
 #include "Common/Logtrace.h"
 #include "Core/Ambfix/ConstraintRows.h"
+#include "Core/Ambfix/GuardedLevel.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/FilterConfig.h"
 
@@ -60,6 +61,22 @@ int LevelProblem::m_handOver(std::vector<double>& toQ, std::vector<double>& toX,
   return *nlist = static_cast<int>(toIdx.size());
 }
 
+bool LevelResolution::m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers) const {
+  const int n = problem.m_size();
+  double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
+  if (s_config().m_integrity.m_on)
+    return GuardedLevel(m_form, m_filter).m_search(problem, s0, integers, ratio);
+  return n > 0 && SrifAmbfix_raw::s_raw_ddsrch_lambda(m_form.m_settings.m_successRate, problem.Q.data(), n,
+                                                      m_filter->m_sig0, problem.x.data(), problem.idx.data(),
+                                                      s0, n, integers.ifix, integers.flags, &ratio);
+}
+
+/// Lets the integers into the solution.
+bool LevelResolution::m_apply(const LevelIntegers& integers, const int* s0) const {
+  if (!s_config().m_integrity.m_on || m_form.m_level != Level::last) return m_constrain(integers, s0);
+  return DeterminedPosition(m_filter).m_try(integers, [&] { return m_constrain(integers, s0); });
+}
+
 void LevelResolution::m_resolve(const std::string& systems, int* s0, const char* announced) const {
   LevelProblem problem;
   LevelIntegers integers;
@@ -67,15 +84,12 @@ void LevelResolution::m_resolve(const std::string& systems, int* s0, const char*
   const int nc = SrifAmbfix_raw::s_ambCovariance(m_filter, Qamb);
   m_pickReferences(systems, s0);
   if (nc > 0) problem = m_formProblem(Qamb.data(), nc, s0);
-  const int n = problem.m_size();
-  double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
-  if (n > 0 && SrifAmbfix_raw::s_raw_ddsrch_lambda(m_form.m_settings.m_successRate, problem.Q.data(), n,
-                                                   m_filter->m_sig0, problem.x.data(), problem.idx.data(), s0,
-                                                   n, integers.ifix, integers.flags, &ratio)) {
+  const double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
+  if (m_search(problem, s0, integers)) {
     if (announced)
       Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] adding %s constraint %9.3lf\n", announced, __LINE__,
                            m_filter->mjd, m_filter->sod, s_traits(m_form.m_level).tag, ratio);
-    if (!m_constrain(integers, s0)) integers = {};
+    if (!m_apply(integers, s0)) integers = {};
   }
   s_recordLevel(m_form.m_level, m_filter, problem, integers, s0);
 }
@@ -86,6 +100,7 @@ bool LevelResolution::m_serves(int isat) const {
 
 void LevelResolution::m_pickReferences(const std::string& systems, int* s0) const {
   const Deploy& config = s_config();
+  const bool guarded = config.m_integrity.m_on;
   const LevelTraits* before = m_form.v_prefersFixedReference() ? s_levelBefore(m_form.m_level) : nullptr;
   s_forEachSystem([&](int isys) {
     int& reference = s0[isys];
@@ -95,14 +110,19 @@ void LevelResolution::m_pickReferences(const std::string& systems, int* s0) cons
     if (reference != -1 || !takesPart) return;
     double highest = 0.0;
     int preferred = -1;
+    bool agreed = false;  // whether the choice is down to satellites whose integers searches agree on
     for (int isat = 0; isat < config.m_nsat; ++isat) {
       if (config.m_sysOfRow(isat) != isys || s_barredReference(isat) || !m_serves(isat)) continue;
       const double elevation = m_filter->m_stations[0].m_sat[isat].m_elev;
+      const bool agrees = guarded && GuardedLevel(m_form, m_filter).m_agrees(isat);
+      if (agreed && !agrees) continue;
+      if (agrees && !agreed) highest = 0.0, agreed = true;
       if (elevation > highest) {
         highest = elevation;
         reference = isat;
       }
-      if (before && elevation > kPreferredElevation_rad && s_fixesOf(m_filter, before->level).m_isFixed(isat))
+      if (!guarded && before && elevation > kPreferredElevation_rad &&
+          s_fixesOf(m_filter, before->level).m_isFixed(isat))
         preferred = isat;
     }
     if (preferred != -1) reference = preferred;

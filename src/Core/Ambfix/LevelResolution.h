@@ -57,6 +57,8 @@ class LevelResolution {
 
  private:
   bool m_serves(int isat) const;
+  bool m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers) const;
+  bool m_apply(const LevelIntegers& integers, const int* s0) const;
   bool m_combine(int isat, Combination& out) const;
   std::vector<Combination> m_candidates(const int* s0) const;
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Common/Logtrace.h"
 #include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/FixRecord.h"
@@ -14,9 +15,9 @@ void SrifFilter_iar::v_onFilterEstimate() {
   SrifFilter::v_onFilterEstimate();
   const Deploy& config = s_config();
   for (auto& level : m_candidates) level.clear();
-  if (nobs < 1 || !config.m_liar) return;
-  if (s_has(config.m_pams, "-float")) {
-    m_stayFloat();
+  if (nobs < 1 || !config.m_liar || s_has(config.m_pams, "-float")) {
+    m_keepCovariance();
+    if (nobs > 0 && config.m_liar) m_stayFloat();
     return;
   }
 
@@ -28,6 +29,8 @@ void SrifFilter_iar::v_onFilterEstimate() {
   if (s_has(config.m_obscomb, "RAW")) v_resolve_raw();
   else v_resolve_if();
 
+  m_keepCovariance();
+  if (config.m_integrity.m_on && m_solstat != kStateFixed) m_nfix = 0, m_ratio = 0.0;
   saved = m_snapshot.data();
   for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
 }
@@ -47,6 +50,21 @@ std::unique_ptr<Updc> SrifFilter_iar::m_product(Level level) const {
   return m_upd->m_inquireLevel(mjd, sod, s_config().m_settingsOf(level), s_traits(level).tag);
 }
 
+/// Biases that stopped arriving drift away from the clocks; said when it begins and when it ends.
+bool SrifFilter_iar::m_tooOld(const Updc* updc) {
+  const IntegritySettings& settings = s_config().m_integrity;
+  if (!settings.m_on || updc == nullptr || updc->m_mjd == 0) return false;
+  const double age = (mjd - updc->m_mjd) * kDay + sod - updc->m_sod;
+  const bool old = age > settings.m_biasAge_s;
+  const auto change = m_oldBiases.m_update(old);
+  if (change == StatusCondition::Change::begins)
+    Logtrace::m_logStatInfo("[%d %8.1lf] phase biases are %.0lf s old: no integers until newer ones come\n",
+                            mjd, sod, age);
+  else if (change == StatusCondition::Change::ends)
+    Logtrace::m_logStatInfo("[%d %8.1lf] phase biases are up to date again\n", mjd, sod);
+  return old;
+}
+
 void SrifFilter_iar::v_resolve_raw() {
   const Deploy& config = s_config();
   int s0[kSys];
@@ -59,6 +77,7 @@ void SrifFilter_iar::v_resolve_raw() {
       continue;
     }
     const std::unique_ptr<Updc> updc = m_product(level.level);
+    if (m_tooOld(updc.get())) break;
     if (level.level != Level::last) s_raw_resolve_wl(level.tag, this, updc.get(), s0);
     else if (s_has(cfg.m_ambType, "raw")) s_raw_resolve_n1(this, updc.get(), s0);
     else s_raw_resolve_NL(this, updc.get(), s0);
@@ -78,7 +97,7 @@ void SrifFilter_iar::v_resolve_if() {
   const Upd_ambconfig& n1 = config.m_settingsOf(Level::last);
   if (n1.m_resolution) {
     const std::unique_ptr<Updc> updc = m_product(Level::last);
-    s_if_resolve_n1(m_prosys, this, updc.get(), s0);
+    if (!m_tooOld(updc.get())) s_if_resolve_n1(m_prosys, this, updc.get(), s0);
   }
   m_get_resi(resi_fix);
 }

@@ -25,6 +25,7 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
  private:
   std::unique_ptr<Updc> m_product(Level level) const;
   void m_stayFloat();
+  bool m_tooOld(const Updc* updc);
 
   std::vector<double> m_snapshot;  ///< the triangle of the float solution, kept between epochs
 };

@@ -65,7 +65,13 @@ void SrifFilter::v_resolve_raw() {}
 void SrifFilter::v_resolve_if() {}
 void SrifFilter::m_set_prosys(const char* systems) { m_prosys = systems; }
 
-double SrifFilter::v_get_ion_wgt(const SrifPamt& record, double dt) { return std::sqrt(dt) / record.qinv; }
+/// Noise of a slant delay over a time, m: a walk goes at least as fast as the phases show the ionosphere to
+/// go.
+double SrifFilter::v_get_ion_wgt(const SrifPamt& record, double dt) {
+  const double noise = std::sqrt(dt) / record.qinv;
+  if (!s_config().m_ionWalk.on || !m_noise.m_isOn()) return noise;
+  return std::max(noise, std::sqrt(dt) * m_noise.m_ionosphereChange(record.isat));
+}
 
 namespace {
 

@@ -27,8 +27,10 @@
 #include "Adapter/ProductStores.h"
 #include "Common/SmoothAdapter.h"
 #include "Core/Filter/EpochAccount.h"
+#include "Core/Filter/FixAgreement.h"
 #include "Core/Filter/FixRecord.h"
 #include "Core/Filter/NoSolution.h"
+#include "Core/Filter/NoiseMonitor.h"
 #include "Core/Filter/SrifPamt.h"
 #include "Core/Filter/StatusCondition.h"
 #include "Core/Qc/QcTurboEdit.h"
@@ -97,6 +99,13 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \param flags  by column, 1 = goes; used as work space  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
+  /// Covariance of a station's position from the triangle as it stands, m^2, by rows; false without one.
+  bool m_positionCovariance(int ista, double (&out)[9]) const;
+  /// The same of the first station with the integers of the last level in the triangle.
+  bool m_fixedCovariance(double (&out)[9]) const;
+  /// Keeps it for the epoch's results, when anybody wants them.
+  void m_keepCovariance();
+  void m_addProductErrors(double (&covariance)[9]) const;
   /// Solves R x = z.
   void m_solve(std::vector<double>& x) const;
   /// Solves R dx = z and refreshes dx and xest of all records.
@@ -199,12 +208,17 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
     int integer = 0;
   };
   std::vector<LevelCandidate> m_candidates[kLevelCount];  ///< by place of the level, of this epoch
-  std::vector<std::vector<int>> m_ambreset;               ///< station, satellite, slot
+  StatusCondition m_misfitTold[kLevelCount], m_oldBiases, m_undetermined;  ///< of the integer resolution
+  FixAgreement m_agreement[kLevelCount];                                   ///< by place of the level
+  std::vector<std::vector<int>> m_ambreset;                                ///< station, satellite, slot
   std::map<char, std::vector<double>> m_afifccf;
   std::string m_prosys;
   int* m_ewlint = nullptr;                  ///< [station][160] held extra-wide-lane integer
   int* m_ewlflag = nullptr;                 ///< [station][160] 1 = held
   std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
+  bool m_wantsCovariance = false;           ///< of the epoch's solution
+  double m_solutionCovariance[9] = {};      ///< of the first station's position, m^2, by rows
+  NoiseMonitor m_noise;
   EpochAccount m_account{*this};
   std::vector<RowOrigin> m_waiting;  ///< rows of the epoch for whose columns the array has no room
   int m_maxSatEpoch = 0;             ///< satellites that the row storage holds in one epoch and station

@@ -93,11 +93,15 @@ void SrifFilter::m_addIonosphere() {
       record->isys = config.m_sysOfRow(isat);
       record->ipar = npi + static_cast<int>(diagonal.size());
       record->ptime0 = record->ptime1 = mjd + sod / kDay;
-      record->qinv = 1.0 / (sta.m_qIon > 0.0 ? sta.m_qIon : 1.0e-9);
+      const auto& walk = config.m_ionWalk;
+      const double noise = walk.on ? walk.noise_mPerRootS : sta.m_qIon;
+      const double sigma = walk.on ? walk.sigma_m : sta.m_sigIon;
+      record->phi = walk.on ? 1.0 : 0.0;
+      record->qinv = 1.0 / (noise > 0.0 ? noise : 1.0e-9);
       std::snprintf(record->pname, sizeof record->pname, "ION_%03d_%s", ista, config.m_cprn[isat].c_str());
       m_pm(ista, isat, kSlotIon) = record;
       m_ionlist.push_back(record);
-      diagonal.push_back(1.0 / (sta.m_sigIon > 0.0 ? sta.m_sigIon : 1.0e-9));
+      diagonal.push_back(1.0 / (sigma > 0.0 ? sigma : 1.0e-9));
     }
   }
   const int count = static_cast<int>(diagonal.size());

@@ -57,6 +57,7 @@ void OutlierLoop::m_collectCandidates(bool first) {
   m_rows.clear();
   m_value.clear();
   m_largest = 0.0;
+  const Deploy& config = s_config();
   const double sigma = m_filter.m_sig0_smooth != 0.0 ? m_filter.m_sig0_smooth : kNone;
   for (int row = 0; row < m_filter.nobs; ++row) {
     const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
@@ -66,7 +67,12 @@ void OutlierLoop::m_collectCandidates(bool first) {
     // A code row is treated on the ambiguity of its slot; without one there is nothing to restart.
     if (!wanted || !m_filter.m_pm(ista, isat, slot)) continue;
     const double residual = std::fabs(m_filter.resi[row]);
-    const double value = m_mode.scaled ? residual / sigma * m_filter.obswgt[row] : residual;
+    double value = residual;
+    if (m_mode.scaled && m_filter.m_noise.m_isOn())
+      value *= m_filter.obswgt[row] /
+               m_filter.m_noise.m_expectedShare(config.m_sysOfRow(isat), slot, kind,
+                                                m_filter.m_stations[s_at(ista)].m_sat[isat].m_elev);
+    else if (m_mode.scaled) value = residual / sigma * m_filter.obswgt[row];
     m_rows.push_back(row);
     m_value.push_back(value);
     m_largest = std::max(m_largest, value);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <numeric>
 
 #include "Common/CMat.h"
 #include "Common/Com.h"
@@ -49,6 +50,21 @@ GNX_IO::gtime_t s_hostTime(int mjd, double sod) {
   return {static_cast<std::int64_t>(mjd2time(mjd, sod)), sod - std::floor(sod)};
 }
 
+/// Normal matrix of position and clock, by columns, of the satellites in use. \return their number
+int s_directions(const Station& sta, double (&q)[16]) {
+  const Deploy& config = s_config();
+  int count = 0;
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    const Ssat_t& sat = sta.m_sat[isat];
+    if (!validSatObs(config.m_obsused, "SF", sat.m_xx, isat, 0)) continue;
+    const double row[4] = {sat.m_los[0], sat.m_los[1], sat.m_los[2], 1.0};
+    for (int i = 0; i < 4; ++i)
+      for (int j = 0; j < 4; ++j) q[4 * j + i] += row[i] * row[j];
+    ++count;
+  }
+  return count;
+}
+
 }  // namespace
 
 void SrifFilter::v_onOutput() {
@@ -92,22 +108,12 @@ void SrifFilter::v_onOutput() {
 }
 
 void SrifFilter::m_get_dop() {
-  const Deploy& config = s_config();
   for (const SrifPamt& record : m_pamt) {
     if (!std::strstr(record.pname, "STAP_X")) continue;
     Station& sta = m_stations[static_cast<std::size_t>(record.ista)];
     sta.m_gdop = sta.m_pdop = sta.m_hdop = sta.m_vdop = 0.0;
     double q[16] = {};
-    int count = 0;
-    for (int isat = 0; isat < config.m_nsat; ++isat) {
-      const Ssat_t& sat = sta.m_sat[isat];
-      if (!validSatObs(config.m_obsused, "SF", sat.m_xx, isat, 0)) continue;
-      const double row[4] = {sat.m_los[0], sat.m_los[1], sat.m_los[2], 1.0};
-      for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) q[4 * j + i] += row[i] * row[j];
-      ++count;
-    }
-    if (count == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) continue;
+    if (s_directions(sta, q) == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) continue;
 
     // A geometry that is nearly singular may leave negative numbers on the diagonal.
     const auto root = [](double v) { return std::sqrt(std::max(v, 0.0)); };
@@ -134,6 +140,60 @@ void SrifFilter::m_genxsig() {
   for (SrifPamt& record : m_pamt) fill(record);
   for (SrifPamt* record : m_ionlist) fill(*record);
   for (SrifPamt* record : m_amblist) fill(*record);
+}
+
+/// P = R^-1 R^-T: with R^T y = e for the column of each coordinate, P_ij = y_i y_j.
+bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+  const int first = infs ? i_ip(ista) : -1;
+  if (first < 0) return false;
+  const auto n = static_cast<std::size_t>(imtx);
+  std::vector<double> y(3 * n, 0.0);
+  for (int i = 0; i < 3; ++i) {
+    double* yi = y.data() + static_cast<std::size_t>(i) * n;
+    for (int column = first + i; column < imtx; ++column) {
+      const double* r = infs + iptx[column];
+      double sum = column == first + i ? 1.0 : 0.0;
+      for (int row = first + i; row < column; ++row) sum -= r[row] * yi[row];
+      if (r[column] == 0.0) return false;
+      yi[column] = sum / r[column];
+    }
+  }
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      out[3 * i + j] = std::inner_product(y.data() + static_cast<std::size_t>(i) * n,
+                                          y.data() + static_cast<std::size_t>(i + 1) * n,
+                                          y.data() + static_cast<std::size_t>(j) * n, 0.0);
+  return true;
+}
+
+/// A position that is free at every epoch and whose integers are known rests on the phases of this epoch:
+/// their sigma is that of a single epoch, not the larger one that stands for correlated epochs.
+bool SrifFilter::m_fixedCovariance(double (&out)[9]) const {
+  if (!m_positionCovariance(0, out)) return false;
+  if (!m_noise.m_isOn() || m_stations[0].m_skd == 'S') return true;
+  const double zenith = kPi / 2.0;
+  const double share =
+      m_noise.m_instant(0, 0, kRowPhase, zenith) / m_noise.m_effective(0, 0, kRowPhase, zenith);
+  for (double& element : out) element *= share * share;
+  return true;
+}
+
+/// Adds what errors of single satellites do that no averaging takes away: s^2 times the cofactors of position
+/// and clock of this epoch's directions.
+void SrifFilter::m_addProductErrors(double (&covariance)[9]) const {
+  const double sigma = m_noise.m_isOn() ? s_config().m_noise.m_products : 0.0;
+  double q[16] = {};
+  if (sigma <= 0.0 || s_directions(m_stations[0], q) == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) return;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) covariance[3 * i + j] += sigma * sigma * q[4 * j + i];
+}
+
+void SrifFilter::m_keepCovariance() {
+  if (!m_wantsCovariance) return;
+  const bool known = m_solstat == kStateFixed ? m_fixedCovariance(m_solutionCovariance)
+                                              : m_positionCovariance(0, m_solutionCovariance);
+  if (!known) std::fill_n(m_solutionCovariance, 9, 0.0);
+  else m_addProductErrors(m_solutionCovariance);
 }
 
 std::string SrifFilter::m_getRTKLIBSeq() {

@@ -210,6 +210,9 @@ void SrifFilter::v_onPrepare() {
     }
   }
 
+  if (m_noise.m_isOn())
+    for (Station& sta : m_stations)
+      if (sta.m_nobs > 0) m_noise.m_weigh(sta, mjd, sod, m_intv);
   m_smoothWidelanes();
   tlast = mjd + sod / kDay;
 }
