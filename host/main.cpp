@@ -15,7 +15,6 @@ int main(int argc, char** argv) {
   gnx::addSimulate(app);
   gnx::addReport(app);
   gnx::addProducts(app);
-  gnx::addCalibrate(app);
   gnx::addDemo(app);
   gnx::addWorker(app);
   try {

@@ -63,9 +63,8 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--position", a.position, "a-priori position X Y Z, m")->expected(3);
   cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")
       ->expected(3);
-  cmd.add_option("--code-noise", o.codeNoise_m, "sigma of codes at high elevation, m")
-      ->check(CLI::Range(0.01, 30.0))
-      ->capture_default_str();
+  cmd.add_option("--code-noise", o.codeNoise_m, "sigma of codes at high elevation to begin with, m")
+      ->check(CLI::Range(0.01, 30.0));
   cmd.add_option("--trace-level", o.traceLevel, "0 everything .. 4 errors alone")->capture_default_str();
   cmd.add_option("--set", a.set, "any other value: key=value, e.g. common.ionmodel=ION_NONE");
 }

@@ -64,8 +64,6 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
          "they are resolved at the clocks' own epochs alone")
       ->check(CLI::Range(1.0, 900.0))
       ->capture_default_str();
-  cmd.add_option("--phase-offsets", plan.phaseOffsets,
-                 "narrow-lane offsets of satellites, as 'gnx calibrate' writes them (CSV)");
   cmd.add_option("--ssr", plan.ssr, "SSR text files, instead of products");
   cmd.add_option("--availability", plan.availability,
                  "delivery times of the SSR blocks (CSV); without: at once");
@@ -87,9 +85,9 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   d.resolution = false;
   cmd.add_flag("--fix", d.resolution,
                "resolve ambiguities to integers; needs phase biases in the corrections");
-  cmd.add_option("--code-noise", d.codeNoise_m, "sigma of codes at high elevation, m")
-      ->check(CLI::Range(0.01, 30.0))
-      ->capture_default_str();
+  cmd.add_option("--code-noise", d.codeNoise_m,
+                 "sigma of codes at high elevation to begin with, m; the data overrule it")
+      ->check(CLI::Range(0.01, 30.0));
   cmd.add_option("--set", a.set, "any other value of the deployment: key=value, as for 'gnx init'");
   cmd.add_option("--combination", d.combination, "RAW, IF, AFIF or SF")->capture_default_str();
   cmd.add_option(
@@ -122,9 +120,6 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_flag("!--no-patterns", plan.patterns, "do not take antenna patterns off the observations");
   cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
   cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
-  cmd.add_option("--float", plan.floating,
-                 "satellites or systems that stay float under --fix, e.g. E G18: those whose antenna offsets "
-                 "are not the ones behind the corrections");
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
   cmd.add_option("--diagnostics", plan.diagnostics,

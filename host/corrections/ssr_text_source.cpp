@@ -15,6 +15,9 @@ namespace gnx {
 
 namespace {
 
+// Phase biases that are not repeated: given up after so many of their intervals, not before so many seconds.
+constexpr double kMissedUpdates = 3.0, kPhaseBiasAge_s = 60.0;
+
 /// Delivery times of blocks from a table "block_no,type,epoch_tow_s,receive_tow_s".
 class Availability {
  public:
@@ -113,6 +116,7 @@ class SsrTextSource : public CorrectionSource {
   std::map<char, GpsTime> m_systemClock;  ///< epoch of the latest clocks of a system
   BiasSet m_code, m_phase;
   GpsTime m_codeEpoch, m_phaseEpoch, m_biasTag;
+  double m_phaseInterval_s = 0.0;
   bool m_newBiases = false;
 };
 
@@ -155,6 +159,7 @@ void SsrTextSource::apply() {
       break;
     case SsrKind::phaseBias:
       applyBiases(m_block, m_phase, m_phaseEpoch);
+      m_phaseInterval_s = m_block.interval;
       break;
   }
 }
@@ -265,7 +270,9 @@ void SsrTextSource::fillBiases(CorrectionBatch& batch) {
   m_biasTag = batch.biasTag;
   std::map<SatName, SatBiases> joined;
   for (const auto& [sat, biases] : m_code) joined[sat].code = biases;
-  for (const auto& [sat, biases] : m_phase) joined[sat].phase = biases;
+  // Phase biases that ceased are not passed on under the tags of code biases that go on.
+  if (batch.tag - m_phaseEpoch <= std::max(kPhaseBiasAge_s, kMissedUpdates * m_phaseInterval_s))
+    for (const auto& [sat, biases] : m_phase) joined[sat].phase = biases;
   for (auto& [sat, biases] : joined) {
     biases.sat = sat;
     batch.biases.push_back(std::move(biases));

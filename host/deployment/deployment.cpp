@@ -385,10 +385,12 @@ std::map<std::string, std::string> ambiguityValues(const std::vector<SystemChoic
   v["WL_TYPE"] = smoothedWide ? "mw" : "raw";
   v["WL_MW"] = smoothedWide ? "on" : "off";
   // Wide-lanes are right long before the floats are worth fixing: an arc has to last by itself.
-  v["N1_MINSECONDS"] = triple && o.combination == "RAW" ? "300" : "600";
+  v["N1_MINSECONDS"] = o.combination == "RAW" ? "60" : "600";
   v["UPD_SWITCH"] = o.biasProducts ? "on" : "off";
   return v;
 }
+
+constexpr double kGeodeticCode_m = 0.18;  ///< where sigmas are fixed
 
 /// Factors on the engine's code sigma.
 std::string noiseFactors(const std::vector<SystemChoice>& systems, double sigma_m) {
@@ -419,11 +421,13 @@ std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& s
       {"REFPOINT", o.refpoint},
       {"FREQOBS", frequencyList(systems, CarrierSet::observed)},
       {"FREQUSED", frequencyList(systems, CarrierSet::used)},
-      {"NOISEBYFREQ", noiseFactors(systems, o.codeNoise_m)},
+      {"NOISEBYFREQ", noiseFactors(systems, o.codeNoise_m.value_or(kGeodeticCode_m))},
+      {"CODENOISE", o.codeNoise_m ? printed("%.4g %.4g", *o.codeNoise_m, *o.codeNoise_m) : "0.3 0.25"},
       {"OBSCOMB", o.combination},
       {"P1P2DCB", raw ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"ICBDCB", raw && triple ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"IONMODEL", o.combination.ends_with("IF") ? "ION_NONE" : "ION_EST"},
+      {"IONPRI", raw ? "ION_WALK 30 0.03" : "ION_NONE"},
       {"TRACELEVEL", std::to_string(o.traceLevel)},
       {"CLOCKDATUM", frequencyList(systems, CarrierSet::used, 2)}};
 }

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <iosfwd>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "formats/records.h"
@@ -35,8 +36,9 @@ struct DeploymentOptions {
   /// Frequency lists such as "GPS:L1_L2 GAL:E1_E5a"; systems not named keep their default pair.
   /// Used frequencies are among the observed ones; "" = the observed ones (SF: the first of them).
   std::string freqobs, freqused;
-  std::string combination = "RAW";    ///< RAW, IF, AFIF or SF
-  double codeNoise_m = 0.18;          ///< sigma of codes above 30 degrees of elevation
+  std::string combination = "RAW";  ///< RAW, IF, AFIF or SF
+  /// Sigma of codes above 30 degrees of elevation to begin with; none: usual ones.
+  std::optional<double> codeNoise_m;
   std::string refpoint = "CoM_ITRF";  ///< CoM_ITRF or APC_ITRF: what the orbits refer to
   std::filesystem::path antex;        ///< antenna file, plain or .gz; "" = nominal satellite offsets
   std::filesystem::path grid;         ///< GPT2w grid of 1 degree; "" = built-in coarser climatology

@@ -174,13 +174,10 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
   const char system = sat[0];
   std::fill(std::begin(ssr.pbias), std::end(ssr.pbias), 0.0);
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
-  if (biases == nullptr || floating_.contains(sat) || floating_.contains(sat.substr(0, 1))) return false;
-  const auto offset = offsets_.find(sat);
-  if (!offsets_.empty() && offset == offsets_.end()) return false;  // of unknown offset: not to be trusted
+  if (biases == nullptr || floating_.contains(sat)) return false;
   bool any = false;
   // the same number of cycles on every frequency: no change of wide-lanes, as many cycles of narrow-lane
-  const double cycles =
-      (reversed_.contains(sat) ? 0.5 : 0.0) - (offset == offsets_.end() ? 0.0 : offset->second.cycles);
+  const double cycles = reversed_.contains(sat) ? 0.5 : 0.0;
   for (const PlannedSignal& signal : plan_.of(system)) {
     const SsrBias* bias = phaseBiasOf(system, signal, *biases);
     if (bias == nullptr) continue;

@@ -10,7 +10,6 @@
 
 #include "GNX_SDK.h"
 #include "corrections/correction_source.h"
-#include "corrections/phase_offsets.h"
 #include "engine/phase_arcs.h"
 #include "engine/signal_plan.h"
 #include "formats/records.h"
@@ -40,12 +39,8 @@ class ProductFeed {
   ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
               std::set<SatName> reversed, bool sourceHasCodeBiases);
 
-  /// Holds back the phase biases of satellites, or of systems by their letter: without them the engine
-  /// leaves the ambiguities float.
+  /// Holds back the phase biases of satellites: without them the engine leaves the ambiguities float.
   void keepFloat(std::set<std::string> names) { floating_ = std::move(names); }
-  /// Takes constant offsets out of the narrow-lanes of satellites, by biases that leave the wide-lanes.
-  /// With any offsets, satellites without one stay float.
-  void setPhaseOffsets(PhaseOffsets offsets) { offsets_ = std::move(offsets); }
   /// Where discontinuities of phase biases are noted; it must outlive the feed.
   void noteDiscontinuities(PhaseArcs& arcs) { arcs_ = &arcs; }
 
@@ -63,7 +58,6 @@ class ProductFeed {
   const SignalPlan& plan_;
   std::set<SatName> excluded_, reversed_;
   std::set<std::string> floating_;
-  PhaseOffsets offsets_;
   PhaseArcs* arcs_ = nullptr;
   bool sourceHasCodeBiases_;
   std::vector<GNX_IO::eph_entry_t> eph_;

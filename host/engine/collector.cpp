@@ -16,12 +16,14 @@ namespace {
 
 constexpr std::size_t kKeptLines = 8;
 
-/// "seconds fraction milliseconds satellites share"
+/// "seconds fraction milliseconds satellites share ratio" and the covariance
 std::optional<EpochRecord> parseRecord(std::string_view line) {
   EpochRecord r;
   std::istringstream in{std::string(line)};
-  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share))
+  if (!(in >> r.time.seconds >> r.time.fraction >> r.milliseconds >> r.satellites >> r.share >> r.ratio))
     return std::nullopt;
+  for (double& element : r.covariance)
+    if (!(in >> element)) return std::nullopt;
   return r;
 }
 
@@ -51,34 +53,16 @@ void Collector::record(std::string_view line) {
   if (onEpoch_) onEpoch_(*r, read);
 }
 
-void Collector::complete(const std::filesystem::path& solutionFile) {
-  joinTimes();
-  joinRatios(solutionFile);
-}
-
-void Collector::joinTimes() {
+void Collector::complete() {
   auto r = records_.begin();
   for (SolutionEpoch& e : epochs) {
     while (r != records_.end() && e.time - r->time > 0.05) ++r;
-    if (r != records_.end() && std::abs(e.time - r->time) <= 0.05)
-      e.milliseconds = r->milliseconds, e.time = r->time;
+    if (r == records_.end() || std::abs(e.time - r->time) > 0.05) continue;
+    e.milliseconds = r->milliseconds;
+    e.time = r->time;
+    e.ratio = r->ratio;
+    e.covariance = r->covariance;
   }
-}
-
-/// The ratio of the integer search is in the engine's solution file alone: its last number but the
-/// partner's name. Both lists have one entry a solution.
-void Collector::joinRatios(const std::filesystem::path& solutionFile) {
-  std::ifstream in(solutionFile);
-  std::vector<double> ratios;
-  std::vector<std::string_view> words;
-  for (std::string line; std::getline(in, line);) {
-    words.clear();
-    split(line, words);
-    const auto ratio = words.size() < 2 ? std::nullopt : parseReal(words[words.size() - 2]);
-    ratios.push_back(ratio.value_or(0.0));
-  }
-  if (ratios.size() != epochs.size()) return;
-  for (std::size_t i = 0; i < epochs.size(); ++i) epochs[i].ratio = ratios[i];
 }
 
 }  // namespace gnx

@@ -20,7 +20,9 @@ struct EpochRecord {
   GpsTime time;
   double milliseconds = 0.0;
   int satellites = 0;
-  double share = 0.0;  ///< of the observation files read so far, 0..1
+  double ratio = 0.0;                  ///< of the integer search
+  std::array<double, 6> covariance{};  ///< as in SolutionEpoch
+  double share = 0.0;                  ///< of the observation files read so far, 0..1
 };
 
 using EpochListener = std::function<void(const EpochRecord&, std::size_t epochs)>;
@@ -35,9 +37,8 @@ class Collector {
   void output(std::string_view line);
   /// A line of its records: an epoch, or a part of the account.
   void record(std::string_view line);
-  /// Behind the last line: gives every solution its measured time and the ratio of its integer search, which
-  /// stands in the engine's solution file alone.
-  void complete(const std::filesystem::path& solutionFile);
+  /// Behind the last line: gives every solution what its record tells.
+  void complete();
 
   std::vector<SolutionEpoch> epochs;
   std::vector<std::string> lastLines;  ///< the last ones that are no solutions
@@ -45,9 +46,6 @@ class Collector {
   std::size_t read = 0;  ///< epochs of the observation files
 
  private:
-  void joinTimes();
-  void joinRatios(const std::filesystem::path& solutionFile);
-
   std::vector<EpochRecord> records_;
   std::ofstream log_;
   EpochListener onEpoch_;

@@ -100,7 +100,7 @@ ReplayResult runReplay(const ReplayOptions& options) {
 
   Collector collector(run.dir, options.onEpoch);
   const ChildResult child = runWorkerIn(run.dir, options.program, collector);
-  collector.complete(run.dir / "ppp_pos");
+  collector.complete();
 
   writeResults(run.dir, options, collector.epochs);
   ReplayResult result;

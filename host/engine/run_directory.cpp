@@ -111,7 +111,7 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   ReplayOptions options = given;
   RunPlan& plan = options.plan;
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
-  for (auto* file : {&plan.availability, &plan.phaseOffsets, &plan.referenceFile}) makeAbsolute(*file);
+  for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);
   completeFromObservations(options);
 

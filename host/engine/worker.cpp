@@ -221,10 +221,13 @@ std::set<SatName> reversedAxes(const GpsTime& first) {
 
 std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }
 
-void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satellites, double share) {
+void report(std::FILE* records, const ObsEpoch& epoch, double seconds, int satellites, double share,
+            const GNX_EXT::Result& result) {
   if (records == nullptr) return;
-  std::fprintf(records, "%lld %.9f %.4f %d %.4f\n", static_cast<long long>(epoch.time.seconds),
-               epoch.time.fraction, seconds * 1e3, satellites, share);
+  std::fprintf(records, "%lld %.9f %.4f %d %.4f %.3f", static_cast<long long>(epoch.time.seconds),
+               epoch.time.fraction, seconds * 1e3, satellites, share, result.ratio);
+  for (const int element : {0, 4, 8, 1, 5, 2}) std::fprintf(records, " %.6e", result.covariance[element]);
+  std::fputc('\n', records);
   std::fflush(records);
 }
 
@@ -345,10 +348,10 @@ class EngineSession {
         diagnostics_(plan),
         patterns_(makePatterns(plan, in.antennas, in.header, *in.timeline, in.first)),
         records_(fdopen(dup(kRecordDescriptor), "w"), &std::fclose) {
-    std::set<std::string> floating(plan.floating.begin(), plan.floating.end());
+    GNX_EXT::addResultListener([this](const GNX_EXT::Result& result) { result_ = result; });
+    std::set<std::string> floating;
     for (const auto& [sat, residual] : in.integers.misfits) floating.insert(sat);
     products_.keepFloat(std::move(floating));
-    if (!plan.phaseOffsets.empty()) products_.setPhaseOffsets(readPhaseOffsets(plan.phaseOffsets));
     products_.noteDiscontinuities(arcs_);
     feed_.shiftArcs(arcs_);
   }
@@ -358,8 +361,10 @@ class EngineSession {
     feeder_.deliverUntil(epoch.time);
     diagnostics_.apply(epoch.time, in_.integers.resolvesAt(epoch.time));
     if (patterns_) patterns_->apply(epoch);
+    result_ = {};
     const double seconds = feed_.feed(epoch);
-    report(records_.get(), epoch, seconds, feed_.satellites(), shareDone(plan_, in_.first, epoch.time));
+    report(records_.get(), epoch, seconds, feed_.satellites(), shareDone(plan_, in_.first, epoch.time),
+           result_);
   }
 
   void finish(const GpsTime& last) {
@@ -383,6 +388,7 @@ class EngineSession {
   Diagnostics diagnostics_;
   std::optional<PatternCorrector> patterns_;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> records_;
+  GNX_EXT::Result result_;  ///< of the epoch, empty when it was no tick
 };
 
 }  // namespace

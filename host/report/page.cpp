@@ -245,7 +245,6 @@ Markup settingsSection(const RunFiles& run, const RunAnalysis& a) {
     row(a.summary.againstReference ? "reference, m" : "reference, m (own mean)",
         printed("%.4f  %.4f  %.4f", (*a.reference)[0], (*a.reference)[1], (*a.reference)[2]));
   row("excluded satellites", listOf(p.excluded, " "));
-  row("never fixed", listOf(p.floating, " "));
   for (const auto& [name, value] : run.settings) row("ppp.json: " + name, value);
   const Markup notes = run.signals.empty() ? Markup() : fillPage("notes.html", {{"text", run.signals}});
   return fillPage("settings.html", {{"rows", rows.markup()}, {"notes", notes}});

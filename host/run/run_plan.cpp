@@ -48,7 +48,6 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["massCentre"] = plan.massCentre;
   root["mixedProducts"] = plan.mixedProducts;
   root["sparseClocks"] = plan.sparseClocks_s;
-  root["phaseOffsets"] = plan.phaseOffsets;
   root["mode"] = plan.mode;
   root["interval"] = plan.interval;
   root["patterns"] = plan.patterns;
@@ -64,7 +63,6 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   for (const auto& [system, signals] : plan.signals)
     root["signals"][std::string(1, system)] = toJson(signals);
   root["excluded"] = toJson(plan.excluded);
-  root["floating"] = toJson(plan.floating);
   if (plan.from) root["from"] = toJson(*plan.from);
   if (plan.to) root["to"] = toJson(*plan.to);
   root["diagnostics"] = plan.diagnostics;
@@ -92,7 +90,6 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.massCentre = root.get("massCentre", true).asBool();
     plan.mixedProducts = root["mixedProducts"].asBool();
     plan.sparseClocks_s = root.get("sparseClocks", plan.sparseClocks_s).asDouble();
-    plan.phaseOffsets = root["phaseOffsets"].asString();
     plan.mode = root["mode"].asString();
     plan.interval = root["interval"].asDouble();
     plan.patterns = root.get("patterns", true).asBool();
@@ -109,7 +106,6 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
       plan.signals[key.at(0)] = toStrings(root["signals"][key]);
     }
     plan.excluded = toStrings(root["excluded"]);
-    plan.floating = toStrings(root["floating"]);
     if (root.isMember("from")) plan.from = toTime(root["from"]);
     if (root.isMember("to")) plan.to = toTime(root["to"]);
     plan.diagnostics = root["diagnostics"].asString();

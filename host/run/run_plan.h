@@ -23,7 +23,6 @@ struct RunPlan {
   bool massCentre = true;                       ///< and refers each frequency to the centre of mass
   bool mixedProducts = false;                   ///< integers even from products of different solutions
   double sparseClocks_s = 60.0;  ///< clocks further apart fix integers at their own epochs alone
-  std::string phaseOffsets;      ///< file of narrow-lane offsets of satellites, "" = none
   std::string mode = "static";
   double interval = 30.0;  ///< s
   bool patterns = true;    ///< antenna patterns are taken off the observations
@@ -35,7 +34,6 @@ struct RunPlan {
   std::map<char, std::string> bands;                  ///< band digits by system letter
   std::map<char, std::vector<std::string>> signals;   ///< forced signals
   std::vector<std::string> excluded;                  ///< satellites never handed over
-  std::vector<std::string> floating;                  ///< satellites or systems never fixed to integers
   std::optional<GpsTime> from, to;
   std::string diagnostics;  ///< output options of the engine, "" = none
   bool storeFiles = false;  ///< what the engine's stores hold at the end is written

@@ -25,6 +25,8 @@ struct SolutionEpoch {
   int status = 0;  ///< 0 nothing, 1 code, 2 phase float, 5 fixed (03, 04 levels)
   int fixed = 0;
   double ratio = 0.0;
+  /// Covariance of the position, m^2: xx, yy, zz, xy, yz, zx; zeros when not known.
+  std::array<double, 6> covariance{};
   double milliseconds = 0.0;  ///< time of the engine's call; 0 when not measured
 };
 

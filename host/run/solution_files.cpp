@@ -26,8 +26,10 @@ std::string posLine(const SolutionEpoch& epoch) {
                              std::floor(c.second * 1000.0) / 1000.0);
   line += printed("%15.4f%15.4f%15.4f", epoch.xyz[0], epoch.xyz[1], epoch.xyz[2]);
   const int quality = epoch.status == kFixedStatus ? 1 : epoch.status == 1 ? 5 : 2;
-  return line + printed("%4d%4d%9.4f%9.4f%9.4f%9.4f%9.4f%9.4f%7.2f%7.1f\n", quality, satelliteCount(epoch),
-                        0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, epoch.ratio);
+  line += printed("%4d%4d", quality, satelliteCount(epoch));
+  for (const double element : epoch.covariance)
+    line += printed("%9.4f", std::copysign(std::sqrt(std::abs(element)), element));
+  return line + printed("%7.2f%7.1f\n", 0.0, epoch.ratio);
 }
 
 std::string csvLine(const SolutionEpoch& epoch) {

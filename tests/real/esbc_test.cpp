@@ -95,7 +95,7 @@ TEST_F(EsbcDay, ProductsOfTheStreamGiveItsPositions) {
   ASSERT_EQ(b.size(), 241U);
   for (std::size_t k = 0; k < a.size(); ++k) {
     EXPECT_EQ(a[k].rows, b[k].rows);
-    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), k < 30 ? 0.02 : 0.0025) << formatTime(a[k].time);
+    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), k < 30 ? 0.02 : 0.003) << formatTime(a[k].time);
   }
 }
 

@@ -56,16 +56,14 @@ TEST_F(Outliers, SmallCodeErrorsDoNotMoveTheSite) {
     }
 }
 
-// 30 m on the second frequency are 46 m in the combination and pass. A hundred sigma of one code raise the
-// unit-weight sigma of the epoch above its limit; the search then begins with the phases, and innocent
-// ones restart before the code is found. In five minutes of it the site moves by 1 to 2 cm.
-TEST_F(Outliers, CodeErrorsJustBelowTheScreeningRestartOthersToo) {
-  const FaultyRun once = struck({Fault::Kind::code, sat, "2W", kAt, kAt, 30.0});
-  EXPECT_GE(once.treated("", kAt, kAt), 1);
-  EXPECT_LT(once.change(clean, kAt + 600.0), 0.02);
-  const FaultyRun series = struck({Fault::Kind::code, sat, "2W", kAt, kAt + 300.0, 30.0});
-  EXPECT_GE(series.treated(sat, kAt, kAt + 300.0), 10);
-  EXPECT_LT(series.change(clean, kAt + 900.0), 0.03);
+// 30 m on the second frequency are 46 m in the combination and pass. They stand alone against what codes of
+// this receiver are like: no phase is blamed for them.
+TEST_F(Outliers, CodeErrorsJustBelowTheScreeningRestartNobody) {
+  for (const double length : {0.0, 300.0}) {
+    const FaultyRun run = struck({Fault::Kind::code, sat, "2W", kAt, kAt + length, 30.0});
+    EXPECT_EQ(run.treated("", kAt, kAt + length), 0);
+    EXPECT_LT(run.change(clean, kAt + length + 600.0), 0.03);
+  }
 }
 
 // A phase that is wrong for one epoch is a slip there and, for the detector, another one back.

@@ -46,7 +46,7 @@ TEST_F(ProductsOfAStream, GiveThePositionsOfTheStream) {
   for (std::size_t k = 0; k < a.size(); ++k) {
     EXPECT_EQ(a[k].rows, b[k].rows) << formatTime(a[k].time);
     // orbit files are rounded to 1 mm, which the first minutes of a run make larger
-    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), k < 30 ? 0.010 : 0.002) << formatTime(a[k].time);
+    EXPECT_LT(length(minus(a[k].xyz, b[k].xyz)), k < 30 ? 0.020 : 0.002) << formatTime(a[k].time);
     fixed += b[k].status == 5 ? 1 : 0;
   }
   EXPECT_GT(fixed, 60) << "the phase biases are there";

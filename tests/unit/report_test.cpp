@@ -212,7 +212,6 @@ TEST_F(ReportPage, TextOfAHostileRunIsNowhereMarkup) {
   plan.receiver = hostile + "receiver";
   plan.mode = hostile + "mode";
   plan.excluded = {hostile + "excluded"};
-  plan.floating = {hostile + "floating"};
   writeRunPlan(dir / "run.json", plan);
   support::writeFile(dir / "signals.txt", hostile + "signals\n");
   support::writeFile(dir / "account.csv", "system,item,count\nG,in,10\nG," + hostile + "reason,1\n");
@@ -224,8 +223,8 @@ TEST_F(ReportPage, TextOfAHostileRunIsNowhereMarkup) {
   const std::string html = readFile(writeReport(dir, {}));
   EXPECT_THAT(html, Not(HasSubstr("<script")));
   EXPECT_THAT(html, Not(HasSubstr("\"&'")));
-  for (const char* place : {"station", "navigation", "antenna", "receiver", "mode", "excluded", "floating",
-                            "signals", "reason", "setting", "level", "event"})
+  for (const char* place : {"station", "navigation", "antenna", "receiver", "mode", "excluded", "signals",
+                            "reason", "setting", "level", "event"})
     EXPECT_THAT(html, HasSubstr(harmless + place));
   for (const char* before : {"<title>", "<h1>"}) EXPECT_THAT(html, HasSubstr(before + harmless + "station"));
 
