@@ -81,11 +81,16 @@ TEST_F(Corrections, ThatSkipOrLackSatellitesAndBiases) {
   }
   EXPECT_EQ(wrongIssue.change(lacking, 0.0), 0.0) << "one is as good as the other";
 
-  const FaultyRun unbiased = with([&](CorrectionBatch& b, double t) {
-    if (struck(t)) b.newBiases = false;
-    return true;
-  });
-  EXPECT_EQ(unbiased.change(clean, 0.0), 0.0) << "biases stay valid";
+  const auto unbiased = [&](double until) {
+    return with([=](CorrectionBatch& b, double t) {
+      if (t >= kAt && t < until) b.newBiases = false;
+      return true;
+    });
+  };
+  EXPECT_EQ(unbiased(kAt + 300.0).change(clean, 0.0), 0.0) << "biases stay valid";
+  const FaultyRun ceased = unbiased(kAt + 900.0);
+  EXPECT_LT(ceased.at(kAt + 600.0)->status, 5) << "but not for ever";
+  EXPECT_EQ(ceased.count({"phase biases are", "s old"}), 1);
 }
 
 TEST_F(Corrections, WithAWrongClockHurtThatSatelliteAlone) {
