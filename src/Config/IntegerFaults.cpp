@@ -103,8 +103,9 @@ IntegerSettings s_integerSettings(const Deploy& deploy) {
   IntegerSettings settings{deploy.m_obscomb, deploy.m_ionmodel, deploy.m_losb, {}};
   for (const LevelTraits& level : kLevels) {
     const Upd_ambconfig& own = deploy.m_settingsOf(level.level);
-    settings.levels[s_place(level.level)] = {own.m_resolution, own.m_ambType, own.m_updSwitch, own.m_updType,
-                                             own.m_mwFix || s_holds(deploy.m_pams, "-mwfix")};
+    settings.levels[static_cast<std::size_t>(s_place(level.level))] = {
+        own.m_resolution, own.m_ambType, own.m_updSwitch, own.m_updType,
+        own.m_mwFix || s_holds(deploy.m_pams, "-mwfix")};
   }
   return settings;
 }
