@@ -95,6 +95,10 @@ void Deploy::m_readIntegrity(const Json::Value& group) {
   integrity.m_read("least", 0.0, 160.0, least);
   s.m_least = static_cast<int>(std::lround(least));
   integrity.m_read("bias_age", 1.0, 86400.0, s.m_biasAge_s);
+  double missed[2] = {s.m_missedBiases, s.m_leastBiasAge_s};
+  integrity.m_readNumbers("bias_missed", 0.0, 86400.0, missed, 2);
+  s.m_missedBiases = missed[0];
+  s.m_leastBiasAge_s = missed[1];
 }
 
 void Deploy::m_readIonosphereWalk() {

@@ -60,6 +60,16 @@ TEST(LagStatistics, BeginsWithThePriorAndIsNotCarriedAwayByASlip) {
   EXPECT_LT(s_instantSigma(statistics.m_fit(prior)), 0.45);
 }
 
+/// The short lags come first. A receiver whose white error is larger than expected has told nothing yet of
+/// slow ones: they must not be taken for absent.
+TEST(LagStatistics, AWhiteErrorBeyondThePriorLeavesTheSlowOne) {
+  LagStatistics statistics;
+  for (int i = 0; i < 40; ++i) statistics.m_add(0, 0.6 * 0.6, 1.0);
+  const NoiseLevel found = statistics.m_fit({0.3, 0.25});
+  EXPECT_GT(found.white, 0.45);
+  EXPECT_GT(found.slow, 0.24);
+}
+
 /// The mean over an hour scatters as the effective sigma says, however short the interval is.
 TEST(LagStatistics, EffectiveSigmaIsWhatAveragesShow) {
   std::mt19937 random(11);

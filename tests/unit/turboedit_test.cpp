@@ -39,8 +39,11 @@ struct TurboEditTest : gnx_test::TableFixture {
       obs[f + kFreq] = m_hasCode ? range + delay : 0.0;
     }
     Slips slip = {};
-    const auto detect = m_n == 1 ? &QcTurboEdit::m_qcDetectSlip_Sf_sat : &QcTurboEdit::m_qcDetectSlip_Df_sat;
-    (m_detector.*detect)(m_mjd, m_sod, m_isat, "STAN", obs, m_elev, m_sm, slip.data());
+    if (m_n == 1)
+      m_detector.m_qcDetectSlip_Sf_sat(m_mjd, m_sod, m_isat, "STAN", obs, m_elev, m_sm, slip.data());
+    else
+      m_detector.m_qcDetectSlip_Df_sat(m_mjd, m_sod, m_isat, "STAN", obs, m_elev, m_sm, slip.data(),
+                                       m_expected);
     return slip;
   }
   void settle(int epochs = 5, double step = 30.0) {
@@ -54,6 +57,7 @@ struct TurboEditTest : gnx_test::TableFixture {
   double m_freq[kFreq] = {}, m_cycles[kFreq] = {}, m_metres[kFreq] = {};
   double m_ionRate = 0.0;  ///< m/s on the first frequency
   bool m_hasCode = true;
+  SlipExpectation m_expected;
 };
 
 TEST_F(TurboEditTest, NoGapAcrossMidnightNorAtARepeatedEpochAndRatesAgeOut) {
@@ -103,6 +107,34 @@ TEST_F(TurboEditTest, FastSamplingPredictsTheIonosphere) {
   m_metres[0] += 0.4;
   EXPECT_EQ(next(1.0), (Slips{4, 4, 0, 0}));
   EXPECT_EQ(m_sm[0].m_rate.m_count, 0) << "a slip forgets the rate";
+}
+
+TEST_F(TurboEditTest, AKnownIonosphereAndKnownNoiseAreNoSlips) {
+  use("E05", {"L1", "L5"});
+  deploy().m_turboedit[3] = 0.15;
+  m_ionRate = 0.012;  // a travelling disturbance low in the sky: 0.36 m a half minute
+  settle(2);
+  EXPECT_NE(next(), kClean) << "what nothing is known of looks like a slip";
+  m_expected.rateKnown = true;
+  m_expected.ionosphereRate = 0.012;
+  m_expected.frequency = m_freq[0];
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(next(), kClean) << i;
+  m_cycles[0] += 1.0;
+  EXPECT_NE(next(), kClean) << "a cycle of 19 cm still is one";
+
+  m_expected.phaseSigma = 0.02;  // five sigmas of a difference of two epochs of two phases: 20 cm
+  m_metres[0] += 0.17;
+  settle();
+  m_metres[0] -= 0.17;
+  EXPECT_EQ(next(), kClean);
+  m_metres[0] += 0.30;
+  EXPECT_NE(next(), kClean);
+
+  settle();
+  m_expected.codeSigma = 2.0;     // five sigmas: 9.3 wide-lanes of 0.75 m
+  m_cycles[0] += 154.0 / 39 * 5;  // five wide-lanes without a change of the geometry-free phase
+  m_cycles[1] += 115.0 / 39 * 5;
+  EXPECT_EQ(next(), kClean);
 }
 
 TEST_F(TurboEditTest, SingleFrequency) {

@@ -50,12 +50,24 @@ std::unique_ptr<Updc> SrifFilter_iar::m_product(Level level) const {
   return m_upd->m_inquireLevel(mjd, sod, s_config().m_settingsOf(level), s_traits(level).tag);
 }
 
+/// Age at which a set of biases is too old, s: a stream that repeats them every half minute and misses some
+/// has ceased long before one of five minutes has. \param time  of the set in use, s
+double SrifFilter_iar::m_oldestBiases(double time) {
+  const IntegritySettings& settings = s_config().m_integrity;
+  const double interval = time - m_biasTime;
+  if (m_biasTime > 0.0 && interval > 0.0) m_biasInterval = interval;
+  m_biasTime = time;
+  if (m_biasInterval == 0.0 || settings.m_missedBiases == 0.0) return settings.m_biasAge_s;
+  return std::min(settings.m_biasAge_s,
+                  std::max(settings.m_leastBiasAge_s, settings.m_missedBiases * m_biasInterval));
+}
+
 /// Biases that stopped arriving drift away from the clocks; said when it begins and when it ends.
 bool SrifFilter_iar::m_tooOld(const Updc* updc) {
   const IntegritySettings& settings = s_config().m_integrity;
   if (!settings.m_on || updc == nullptr || updc->m_mjd == 0) return false;
   const double age = (mjd - updc->m_mjd) * kDay + sod - updc->m_sod;
-  const bool old = age > settings.m_biasAge_s;
+  const bool old = age > m_oldestBiases(updc->m_mjd * kDay + updc->m_sod);
   const auto change = m_oldBiases.m_update(old);
   if (change == StatusCondition::Change::begins)
     Logtrace::m_logStatInfo("[%d %8.1lf] phase biases are %.0lf s old: no integers until newer ones come\n",

@@ -26,8 +26,10 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
   std::unique_ptr<Updc> m_product(Level level) const;
   void m_stayFloat();
   bool m_tooOld(const Updc* updc);
+  double m_oldestBiases(double time);
 
-  std::vector<double> m_snapshot;  ///< the triangle of the float solution, kept between epochs
+  double m_biasTime = 0.0, m_biasInterval = 0.0;  ///< of the newest set and since the one before, s
+  std::vector<double> m_snapshot;                 ///< the triangle of the float solution, kept between epochs
 };
 
 }  // namespace tarvio

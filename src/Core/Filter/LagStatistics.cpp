@@ -9,7 +9,7 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kPriorWeight = 12.0;   ///< differences that the prior is worth at every lag
+constexpr double kPriorWeight = 12.0;   ///< differences that the prior is worth
 constexpr double kLongestMemory = 2e3;  ///< differences; older ones fade
 constexpr double kWildest = 25.0;       ///< times the expectation: a slip or an outlier counts as that much
 
@@ -32,14 +32,19 @@ void LagStatistics::m_add(int lag, double halfSquare, double weight) {
 
 NoiseLevel LagStatistics::m_fit(const NoiseLevel& prior) const {
   // Least squares for a = white^2, b = slow^2, neither below zero; a mean of n squares has the relative
-  // variance 2/n.
-  double n11 = 0.0, n12 = 0.0, n22 = 0.0, r1 = 0.0, r2 = 0.0;
+  // variance 2/n. The prior speaks of each part by itself: were it given for the lags instead, a white error
+  // larger than expected, seen at the short lags first, would take the place of the slow one at the long lags
+  // that nothing is known of yet.
+  const double a0 = prior.white * prior.white, b0 = prior.slow * prior.slow, size = a0 + b0;
+  if (!(size > 0.0)) return prior;
+  const double trust = kPriorWeight / (size * size);
+  double n11 = trust, n12 = 0.0, n22 = trust, r1 = trust * a0, r2 = trust * b0;
   for (int lag = 0; lag < kLags; ++lag) {
     const auto l = static_cast<std::size_t>(lag);
-    const double count = kPriorWeight + m_count[l];
-    const double value = (kPriorWeight * s_expected(prior, lag) + m_sum[l]) / count;
-    if (!(value > 0.0)) continue;
-    const double g = 1.0 - std::exp(-kShare[l]), w = count / (value * value);
+    if (!(m_count[l] > 0.0)) continue;
+    const double g = 1.0 - std::exp(-kShare[l]), value = m_sum[l] / m_count[l];
+    const double usual = (kPriorWeight * s_expected(prior, lag) + m_sum[l]) / (kPriorWeight + m_count[l]);
+    const double w = m_count[l] / (usual * usual);
     n11 += w;
     n12 += w * g;
     n22 += w * g * g;
@@ -47,7 +52,6 @@ NoiseLevel LagStatistics::m_fit(const NoiseLevel& prior) const {
     r2 += w * g * value;
   }
   const double det = n11 * n22 - n12 * n12;
-  if (!(det > 0.0)) return prior;
   double a = (r1 * n22 - r2 * n12) / det, b = (r2 * n11 - r1 * n12) / det;
   if (a < 0.0) a = 0.0, b = r2 / n22;
   if (b < 0.0) a = r1 / n11, b = 0.0;

@@ -144,28 +144,60 @@ void NoiseMonitor::m_weigh(Station& sta, double mjd, double sod, double tick_s) 
     for (int slot = 0; slot < slots; ++slot) m_learnCode(sta, isat, slot, t);
   }
   m_refit();
+  m_strength.m_learn(sta, t);
   for (int row = 0; row < sta.m_nobs; ++row) {
     const auto [isat, slot, kind, number] = sta.m_index(row);
     Ssat_t& sat = sta.m_sat[isat];
-    const double doubt = kind == kRowCode ? m_doubt[isat][slot] : 1.0;
+    double doubt = m_strength.m_doubt(sat, config.m_sysOfRow(isat));
+    if (kind == kRowCode)
+      doubt *= m_residuals.m_scale() *
+               std::max(m_doubt[isat][slot], m_residuals.m_doubt(isat, slot, m_arcs[isat], t));
     const double weight = 1.0 / doubt / m_effective(config.m_sysOfRow(isat), slot, kind, sat.m_elev);
     sta.m_wgtList[row] = sat.m_wgt[(kind == kRowCode ? kFreq : 0) + slot] = weight;
   }
 }
 
+/// A walk as wide as what the phases show: by successive epochs on average, and over the last minutes, where
+/// a gradient or a wave goes on in one direction and soon leaves a walk that knows its single steps alone.
 void NoiseMonitor::m_followIonosphere(const Ssat_t& sat, int isat, double t) {
-  constexpr double kMemory_s = 300.0;
+  constexpr double kMemory_s = 300.0, kTrend_s = 120.0, kRateSpan_s = 60.0, kShortest_s = 10.0;
   Ionosphere& ion = m_ionosphere[isat];
   if (sat.m_xx[0] == 0.0 || sat.m_xx[1] == 0.0) return;
   const double* freq = s_config().m_satellites[static_cast<std::size_t>(isat)].m_freq;
   const double value = s_phaseIonosphere(sat.m_xx, freq, 0, 1), span = t - ion.t;
-  if (ion.arc == m_arcs[isat] && span > kLeastInterval_s && span < kMemory_s) {
+  if (ion.arc != m_arcs[isat] || span < 0.0 || span >= kMemory_s) {
+    ion.past.clear();
+  } else if (span > kLeastInterval_s) {
     const double share = std::min(1.0, 2.0 * span / kMemory_s);
-    ion.change += share * (s_square(value - ion.value) / span - ion.change);
+    ion.steps += share * (s_square(value - ion.value) / span - ion.steps);
   }
+  ion.trend = 0.0;
+  for (const Sample& old : ion.past)
+    if (t - old.t >= kShortest_s) ion.trend = std::max(ion.trend, s_square(value - old.value) / (t - old.t));
+  const auto recent = std::ranges::find_if(ion.past, [&](const Sample& s) { return t - s.t <= kRateSpan_s; });
+  if (recent != ion.past.end() && t - recent->t >= kShortest_s) {
+    ion.rate = (value - recent->value) / (t - recent->t);
+    ion.rateTime = t;
+  }
+  if (ion.past.empty() || t - ion.past.back().t >= kShortest_s) ion.past.push_back({t, value});
+  while (t - ion.past.front().t > kTrend_s) ion.past.pop_front();
   ion.t = t;
   ion.value = value;
   ion.arc = m_arcs[isat];
+}
+
+SlipExpectation NoiseMonitor::m_slipExpectation(int isat, double t, double elev) const {
+  constexpr double kRateServes_s = 120.0;  // behind a slip too: the ionosphere knows nothing of it
+  SlipExpectation expected;
+  if (!m_isOn() || elev <= 0.0) return expected;
+  const int isys = s_config().m_sysOfRow(isat);
+  expected.phaseSigma = m_instant(isys, 0, kRowPhase, elev);
+  expected.codeSigma = m_instant(isys, 0, kRowCode, elev);
+  const Ionosphere& ion = m_ionosphere[isat];
+  expected.rateKnown = ion.rateTime >= 0.0 && t > ion.rateTime && t - ion.rateTime <= kRateServes_s;
+  expected.ionosphereRate = ion.rate;
+  expected.frequency = s_config().m_satellites[static_cast<std::size_t>(isat)].m_freq[0];
+  return expected;
 }
 
 void NoiseMonitor::m_learnCode(const Station& sta, int isat, int slot, double t) {
@@ -203,6 +235,20 @@ void NoiseMonitor::m_refit() {
       m_codeBands[isys][slot].m_fit(m_allCodes.level);
   });
   m_allPhases.m_fit(m_allPhases.m_scaled(settings.m_phase));
+}
+
+void NoiseMonitor::m_learnResiduals(const SrifFilter& filter) {
+  const Deploy& config = s_config();
+  if (!m_isOn() || !s_has(config.m_obscomb, "RAW") || filter.m_stations.empty()) return;
+  const double t = filter.mjd * kDay + filter.sod;
+  for (int row = 0; row < filter.nobs; ++row) {
+    const auto [isat, kind, slot, ista, place] = filter.m_origin(row);
+    if (kind != kRowCode || ista != 0) continue;
+    const double elev = filter.m_stations[0].m_sat[isat].m_elev;
+    const NoiseLevel level = m_level(config.m_sysOfRow(isat), slot, kRowCode, elev);
+    m_residuals.m_add(isat, slot, m_arcs[isat], t, filter.resi[row], level);
+  }
+  m_residuals.m_endEpoch(t);
 }
 
 void NoiseMonitor::m_learnPhases(const SrifFilter& filter) {

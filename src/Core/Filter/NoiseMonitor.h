@@ -12,6 +12,7 @@
 /// Observations are then weighted by the information that they hold in the long run: a receiver is neither
 /// taken for better than it is, nor do a hundred correlated epochs count as a hundred.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <deque>
@@ -19,7 +20,10 @@
 #include <vector>
 
 #include "Config/NoiseSettings.h"
+#include "Core/Filter/CodeResiduals.h"
 #include "Core/Filter/LagStatistics.h"
+#include "Core/Filter/SignalStrength.h"
+#include "Core/Qc/QcTurboEdit.h"
 #include "Records/Station.h"
 
 namespace tarvio {
@@ -34,9 +38,14 @@ class NoiseMonitor {
   void m_weigh(Station& sta, double mjd, double sod, double tick_s);
   /// Takes the phases of the epoch from the float solution.
   void m_learnPhases(const SrifFilter& filter);
+  /// Takes the residuals of the codes from the float solution.
+  void m_learnResiduals(const SrifFilter& filter);
 
   /// Sigma of a single observation, m; of an IF row by its first slot.
   double m_instant(int isys, int slot, int kind, double elev) const;
+  /// What the test for slips may take for granted; nothing when the weights are those of the configuration or
+  /// the elevation is unknown.
+  SlipExpectation m_slipExpectation(int isat, double t, double elev) const;
   /// Size of a residual in sigmas of its row that is to be expected: a row is weighted by less than its
   /// epoch's sigma says, and a quiet quarter of an hour does not make every millimetre an outlier.
   double m_expectedShare(int isys, int slot, int kind, double elev) const;
@@ -44,7 +53,9 @@ class NoiseMonitor {
   double m_effective(int isys, int slot, int kind, double elev) const;
   /// Change of a satellite's slant ionosphere as its phases show it, m/sqrt(s) on slot 0, of the last
   /// minutes.
-  double m_ionosphereChange(int isat) const { return std::sqrt(m_ionosphere[isat].change); }
+  double m_ionosphereChange(int isat) const {
+    return std::sqrt(std::max(m_ionosphere[isat].steps, m_ionosphere[isat].trend));
+  }
   NoiseLevel m_level(int isys, int slot, int kind, double elev) const;
 
  private:
@@ -81,8 +92,10 @@ class NoiseMonitor {
 
   /// Phases of two frequencies follow the ionosphere but for a constant.
   struct Ionosphere {
-    double t = 0.0, value = 0.0;  ///< s; m
-    double change = 0.0;          ///< m^2/s
+    double t = 0.0, value = 0.0;      ///< s; m
+    double steps = 0.0, trend = 0.0;  ///< m^2/s, of successive epochs and of the last minutes
+    std::deque<Sample> past;
+    double rate = 0.0, rateTime = -1.0;  ///< m/s, of the last minute; s, when it was known last
     long arc = -1;
   };
   void m_followIonosphere(const Ssat_t& sat, int isat, double t);
@@ -97,6 +110,8 @@ class NoiseMonitor {
   Ionosphere m_ionosphere[kMaxSat];
   double m_doubt[kMaxSat][kFreq] = {};  ///< factor on the sigma of a code in this epoch
   std::map<int, std::deque<Sample>> m_codes;
+  CodeResiduals m_residuals;
+  SignalStrength m_strength;
   std::deque<PhaseEpoch> m_phases;
   Bands m_codeBands[kSys][kFreq], m_allCodes, m_allPhases;
 };

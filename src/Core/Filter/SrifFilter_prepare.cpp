@@ -191,7 +191,9 @@ void SrifFilter::v_onDataQC() {
       Ssat_t& sat = sta.m_sat[isat];
       const char* name = sta.m_name.c_str();
       if (single) m_qcDetectSlip_Sf_sat(mjd, sod, isat, name, sat.m_obs, sat.m_elev, sat.m_sm, sat.m_slip);
-      else m_qcDetectSlip_Df_sat(mjd, sod, isat, name, sat.m_obs, sat.m_elev, sat.m_sm, sat.m_slip);
+      else
+        m_qcDetectSlip_Df_sat(mjd, sod, isat, name, sat.m_obs, sat.m_elev, sat.m_sm, sat.m_slip,
+                              m_noise.m_slipExpectation(isat, mjd * kDay + sod, sat.m_elev));
     }
 }
 

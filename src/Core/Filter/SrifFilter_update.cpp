@@ -236,6 +236,7 @@ void SrifFilter::v_onFilterEstimate() {
 
   m_solstat = s_has(config.m_obsused, "PHASE") ? kStateFloat : kStateCode;
   m_solve_update();
+  m_noise.m_learnResiduals(*this);
   m_noise.m_learnPhases(*this);
   m_get_dop();
   double spread = 0.0;

@@ -28,6 +28,7 @@ constexpr double kTagTolerance =
 constexpr double kGfFixed = 0.15;     ///< m, geometry-free limit while no rate is known
 constexpr double kMwThirdPair = 0.8;  ///< cycles, limit of the third pair (1,2): the extra-wide-lane
 constexpr double kMwWidest = 10.0;    ///< cycles, where the widening at low elevation ends
+constexpr double kUsualSigmas = 5.0;  ///< of a change, when its noise is known
 constexpr double kQuietElevation = 7.0 * kDegToRad;  ///< below it a slip is not worth a line
 
 /// What both detectors know about the satellite of a call.
@@ -38,6 +39,7 @@ struct Context {
   const char* m_station;
   double m_elev;
   const Deploy& m_deploy;
+  SlipExpectation m_expected{};
 
   const char* m_cprn() const { return m_deploy.m_cprn[m_isat].c_str(); }
   const char* m_name(int f) const { return m_deploy.m_freqObs[m_isys][f]; }
@@ -87,12 +89,33 @@ void s_sampleRate(const Context& at, double dt, const Combination& now, QcSlip& 
   record.m_rate.m_smooth(static_cast<int>(mjd2time(at.m_mjd, at.m_sod)), rate, nullptr, nullptr);
 }
 
-double s_mwLimit(const Context& at, int pair) {
+double s_mwLimit(const Context& at, int i, int j, int pair) {
   double limit = pair == 2 ? kMwThirdPair : at.m_deploy.m_turboedit[1];
   if (at.m_elev != 0.0 && at.m_elev < kFullWeightElevation_rad) {
     limit = std::min(limit / s_elevationFactor(at.m_elev), kMwWidest);
   }
-  return limit;
+  // Codes of two frequencies, in equal parts nearly, in cycles of the wide-lane.
+  const double fi = freqbytp(at.m_isat, at.m_name(i)), fj = freqbytp(at.m_isat, at.m_name(j));
+  const double noise = std::sqrt(0.5) * at.m_expected.codeSigma * std::fabs(fi - fj) / kLight;
+  return std::min(std::max(limit, kUsualSigmas * noise), kMwWidest);
+}
+
+/// The configured limit, or what the noise of four phases explains where it is more: near the horizon.
+double s_gfLimit(const Context& at, double rate, double dt) {
+  const double limit =
+      rate != 0.0 ? (1.0 - std::exp(-dt / 60.0) * 0.5) * at.m_deploy.m_turboedit[3] : kGfFixed;
+  return std::max(limit, kUsualSigmas * 2.0 * at.m_expected.phaseSigma);
+}
+
+/// Change of a pair's geometry-free phase that the ionosphere makes, m.
+double s_explained(const Context& at, int i, int j, double rate, double dt) {
+  const SlipExpectation& known = at.m_expected;
+  if (!known.rateKnown) return dt < kRateMaxStep ? dt * rate : 0.0;
+  const auto ratio = [&](int f) {
+    const double r = known.frequency / freqbytp(at.m_isat, at.m_name(f));
+    return r * r;
+  };
+  return dt * known.ionosphereRate * (ratio(j) - ratio(i));
 }
 
 /// Tests one pair against its record. \return kSlipNone when it is clean
@@ -101,10 +124,9 @@ SlipKind s_testPair(const Context& at, int i, int j, int pair, double dt, const 
   const double dMw = now.m_mw - record.m_mw;
   const double dGf = now.m_gf - record.m_gf;
   const double rate = record.m_rate.m_count > 0 ? record.m_rate.m_mean : 0.0;
-  const double unexplained = dt < kRateMaxStep ? dGf - dt * rate : dGf;
-  const double mwLimit = s_mwLimit(at, pair);
-  const double gfLimit =
-      rate != 0.0 ? (1.0 - std::exp(-dt / 60.0) * 0.5) * at.m_deploy.m_turboedit[3] : kGfFixed;
+  const double unexplained = dGf - s_explained(at, i, j, rate, dt);
+  const double mwLimit = s_mwLimit(at, i, j, pair);
+  const double gfLimit = s_gfLimit(at, rate, dt);
 
   const bool mwSlip = std::fabs(dMw) > mwLimit, gfSlip = std::fabs(unexplained) > gfLimit;
   if (!mwSlip && !gfSlip) {
@@ -180,11 +202,11 @@ void s_attribute(const Context& at, int n, const int* votes, int* slip) {
 }  // namespace
 
 void QcTurboEdit::m_qcDetectSlip_Df_sat(int mjd, double sod, int isat, const char* station, const double* obs,
-                                        double elev, QcSlip* sm, int* slip) {
+                                        double elev, QcSlip* sm, int* slip, const SlipExpectation& expected) {
   const int isys = index_sys(false, isat);
   if (isys < 0) return;
   const Deploy& deploy = s_config();
-  const Context at{mjd, sod, isat, isys, station, elev, deploy};
+  const Context at{mjd, sod, isat, isys, station, elev, deploy, expected};
   const int n = std::clamp(deploy.m_nfreqObs[isys], 0, kFreq);
   int votes[kFreq] = {};
   s_flagGaps(at, n, obs, sm, slip, votes);
