@@ -38,11 +38,11 @@
 #include "Core/Ambfix/RatioScreen.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
+#include "adapt/boundary_feed.h"
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "deployment/satellite_table.h"
-#include "engine/boundary_feed.h"
 #include "engine/replay_clock.h"
 #include "run/run_plan.h"
 

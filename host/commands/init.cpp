@@ -9,7 +9,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "deployment/deployment.h"
-#include "formats/input_error.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

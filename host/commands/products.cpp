@@ -12,9 +12,9 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "corrections/sources.h"
-#include "formats/input_error.h"
 #include "formats/ssr_text.h"
 #include "products/product_files.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

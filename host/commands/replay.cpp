@@ -9,8 +9,8 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "commands/run_console.h"
-#include "formats/input_error.h"
 #include "run/named_solutions.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "commands/commands.h"
-#include "formats/input_error.h"
 #include "simulate/simulation.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

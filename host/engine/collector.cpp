@@ -7,8 +7,8 @@
 #include <sstream>
 #include <utility>
 
-#include "formats/fields.h"
-#include "formats/input_error.h"
+#include "text/fields.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

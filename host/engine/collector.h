@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "run/account.h"
+#include "results/account.h"
 #include "run/solution.h"
 
 namespace gnx {

@@ -9,6 +9,8 @@
 #include <memory>
 
 #include "GNX_SDK_ext.h"
+#include "adapt/antenna_patterns.h"
+#include "adapt/boundary_feed.h"
 #include "corrections/fitted_messages.h"
 #include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
@@ -16,20 +18,18 @@
 #include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
 #include "deployment/satellite_table.h"
-#include "engine/antenna_patterns.h"
-#include "engine/boundary_feed.h"
 #include "engine/engine_options.h"
 #include "engine/event_file.h"
 #include "engine/feeder_thread.h"
 #include "engine/replay.h"
 #include "engine/replay_clock.h"
-#include "formats/input_error.h"
 #include "formats/rinex_clk.h"
 #include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
-#include "formats/text_reader.h"
 #include "integers/integer_policy.h"
 #include "platform/child_process.h"
+#include "text/input_error.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "formats/input_error.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

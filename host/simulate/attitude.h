@@ -35,8 +35,8 @@
 #include <vector>
 
 #include "formats/records.h"
+#include "geometry/vector3.h"
 #include "simulate/kepler.h"
-#include "simulate/vector3.h"
 
 namespace gnx {
 

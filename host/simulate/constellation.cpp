@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <numbers>
 
-#include "formats/input_error.h"
 #include "formats/leap_seconds.h"
-#include "simulate/astronomy.h"
+#include "geometry/astronomy.h"
 #include "simulate/satellite_body.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

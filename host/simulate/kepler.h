@@ -9,7 +9,7 @@
 /// elements refer to a tilted plane, are not evaluated: the simulated sky holds none.
 
 #include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 
 namespace gnx {
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "formats/input_error.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "formats/records.h"
+#include "geometry/vector3.h"
 #include "simulate/random.h"
-#include "simulate/vector3.h"
 
 namespace gnx {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 
 namespace gnx {
 

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "corrections/signals.h"
-#include "formats/input_error.h"
+#include "text/input_error.h"
 
 namespace gnx {
 

@@ -7,11 +7,11 @@
 #include <fstream>
 #include <numbers>
 
-#include "formats/input_error.h"
-#include "formats/printed.h"
 #include "formats/rinex_writer.h"
 #include "formats/ssr_writer.h"
 #include "simulate/random.h"
+#include "text/input_error.h"
+#include "text/printed.h"
 
 namespace gnx {
 

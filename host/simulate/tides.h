@@ -8,7 +8,7 @@
 /// Pole tide: that of a pole of rotation away from the secular one (7.1.4, update of 2018).
 
 #include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 
 namespace gnx {
 

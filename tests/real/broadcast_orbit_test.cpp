@@ -11,10 +11,10 @@
 
 #include "Adapter/BrdOrbitClkAdapter.h"
 #include "GNX_SDK.h"
-#include "engine/boundary_feed.h"
+#include "adapt/boundary_feed.h"
 #include "formats/rinex_nav.h"
 #include "formats/sp3.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 #include "support/files.h"
 #include "support/table_fixture.h"
 

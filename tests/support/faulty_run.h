@@ -17,16 +17,16 @@
 #include <functional>
 #include <set>
 
+#include "adapt/boundary_feed.h"
 #include "corrections/correction_source.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "deployment/satellite_table.h"
-#include "engine/boundary_feed.h"
 #include "engine/replay_clock.h"
+#include "geometry/vector3.h"
 #include "run/run_plan.h"
 #include "run/solution.h"
 #include "simulate/simulation.h"
-#include "simulate/vector3.h"
 #include "support/deployment.h"
 
 namespace gnx::test {

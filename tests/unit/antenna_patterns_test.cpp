@@ -1,6 +1,6 @@
 // Antenna patterns that the host takes off the observations: interpolation, fall-backs, direction.
 
-#include "engine/antenna_patterns.h"
+#include "adapt/antenna_patterns.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "corrections/sources.h"
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

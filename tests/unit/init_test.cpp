@@ -5,8 +5,8 @@
 #include "deployment/deployment.h"
 #include "deployment/json_template.h"
 #include "deployment/satellite_table.h"
-#include "formats/json_file.h"
 #include "support/host_files.h"
+#include "text/json_file.h"
 
 namespace gnx::test {
 namespace {

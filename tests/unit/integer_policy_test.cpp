@@ -7,7 +7,7 @@
 #include <cmath>
 #include <random>
 
-#include "formats/printed.h"
+#include "text/printed.h"
 
 namespace gnx {
 namespace {

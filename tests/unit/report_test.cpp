@@ -7,7 +7,7 @@
 #include "report/gnuplot.h"
 #include "report/run_events.h"
 #include "report/thinning.h"
-#include "run/account.h"
+#include "results/account.h"
 #include "run/run_files.h"
 #include "run/run_plan.h"
 #include "run/solution_files.h"

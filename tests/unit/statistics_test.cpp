@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "geometry/geodesy.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 
 namespace gnx {
 namespace {

@@ -7,8 +7,8 @@
 #include "corrections/sources.h"
 #include "formats/rinex_clk.h"
 #include "formats/sp3.h"
+#include "geometry/vector3.h"
 #include "products/product_files.h"
-#include "simulate/vector3.h"
 #include "support/deployment.h"
 #include "support/host_files.h"
 
