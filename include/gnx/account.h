@@ -9,8 +9,10 @@
 ///
 /// is a statement about the whole way of an observation, not a definition.
 
+#include <filesystem>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace gnx {
 
@@ -28,9 +30,29 @@ struct SystemAccount {
 /// By system letter.
 using RunAccount = std::map<char, SystemAccount>;
 
+/// Adds the engine's running totals, the last "ACC" lines of its "diagnostics.log" (output option
+/// "-outaccount"), to the host's counts.
+void addEngineAccount(const std::filesystem::path& diagnostics, RunAccount& account);
+
 /// All systems together.
 SystemAccount totalOf(const RunAccount& account);
+/// Letters of the systems with planned signals, in the usual order.
+std::vector<char> systemsOf(const RunAccount& account);
+/// Keywords with a count, in the order in which an observation meets them.
+std::vector<std::string> reasonsOf(const RunAccount& account);
 /// What a keyword means, for people; the keyword itself when it is unknown.
 std::string describeReason(const std::string& keyword);
+
+/// What to do about the reason that took the most values, or the lack of any: a sentence for a run in which
+/// few epochs have a solution.
+std::string adviceOn(const RunAccount& account);
+
+/// A table for a terminal, lines ended; columns are the systems and the total.
+std::string formatAccount(const RunAccount& account);
+
+/// "system,item,count" with the items in, unplanned, used and the reasons.
+void writeAccount(const std::filesystem::path& file, const RunAccount& account);
+/// Empty when there is no such file. Throws InputError when it is damaged.
+RunAccount readAccount(const std::filesystem::path& file);
 
 }  // namespace gnx

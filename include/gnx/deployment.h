@@ -103,6 +103,10 @@ class Deployment {
   /// The deployment in words: systems and frequencies, combination, orbits, antennas, integers, noise.
   void explain(std::ostream& out) const;
 
+  /// Places the files into another directory, which is made when it does not exist: the configuration as
+  /// copies, data files as links. What runs have left in the deployment stays behind.
+  void lend(const std::filesystem::path& directory) const;
+
   // ---- what it says ----
 
   /// Band digits by system letter, "12".
