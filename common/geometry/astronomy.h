@@ -6,8 +6,8 @@
 /// 0.01 degrees, Moon within 0.1 degrees and 1000 km, which is under 1 mm in the solid tide. UT1 is taken
 /// as UTC, the pole of rotation as the third axis of the earth-fixed frame.
 
-#include "formats/records.h"
 #include "geometry/vector3.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

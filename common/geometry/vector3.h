@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "geometry/geodesy.h"
+#include "gnx/geodesy.h"
 
 namespace gnx {
 

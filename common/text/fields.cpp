@@ -70,30 +70,4 @@ std::optional<int> parseInt(std::string_view text) {
   return value;
 }
 
-std::optional<SatName> parseSat(std::string_view text) {
-  if (text.size() != 3) return std::nullopt;
-  const char letter = text[0] == ' ' ? 'G' : text[0];
-  const char tens = text[1] == ' ' ? '0' : text[1];
-  const char ones = text[2];
-  if (letter < 'A' || letter > 'Z' || tens < '0' || tens > '9' || ones < '0' || ones > '9')
-    return std::nullopt;
-  if (tens == '0' && ones == '0') return std::nullopt;
-  return SatName{letter, tens, ones};
-}
-
-std::optional<GpsTime> parseDate(std::optional<int> year, std::optional<int> month, std::optional<int> day,
-                                 std::optional<int> hour, std::optional<int> minute,
-                                 std::optional<double> second) {
-  if (!year || !month || !day || !hour || !minute || !second) return std::nullopt;
-  if (*year < 1980 || *year > 2200 || *month < 1 || *month > 12 || *day < 1) return std::nullopt;
-  using namespace std::chrono;
-  const year_month_day date{std::chrono::year{*year}, std::chrono::month{static_cast<unsigned>(*month)},
-                            std::chrono::day{static_cast<unsigned>(*day)}};
-  if (!date.ok() || *hour < 0 || *hour > 24 || *minute < 0 || *minute > 59 || *second < 0.0 ||
-      *second > 60.0) {
-    return std::nullopt;
-  }
-  return toGpsTime({*year, *month, *day, *hour, *minute, *second});
-}
-
 }  // namespace gnx

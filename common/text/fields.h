@@ -6,8 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "formats/records.h"
-
 namespace gnx {
 
 /// The part of a line from column `start` (0-based), at most `width` characters; shorter or empty
@@ -24,13 +22,5 @@ void split(std::string_view line, std::vector<std::string_view>& words);
 /// accepted. Nothing for blank or damaged text.
 std::optional<double> parseReal(std::string_view text);
 std::optional<int> parseInt(std::string_view text);
-
-/// A satellite name; " 5" and "G 5" are read as GPS 5 and "G05". Nothing for number 0 or bad text.
-std::optional<SatName> parseSat(std::string_view text);
-
-/// A calendar reading whose parts are in range; second up to 60 inclusive (leap second).
-std::optional<GpsTime> parseDate(std::optional<int> year, std::optional<int> month, std::optional<int> day,
-                                 std::optional<int> hour, std::optional<int> minute,
-                                 std::optional<double> second);
 
 }  // namespace gnx

@@ -4,8 +4,8 @@
 
 #include <fstream>
 
+#include "gnx/error.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 #include "text/text_reader.h"
 
 namespace gnx {

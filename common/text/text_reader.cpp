@@ -9,7 +9,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

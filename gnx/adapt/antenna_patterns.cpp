@@ -1,14 +1,13 @@
 // Takes phase-centre variations off the observations, by nadir, zenith and azimuth.
 
-#include "adapt/antenna_patterns.h"
-
 #include <algorithm>
 #include <cmath>
 #include <sstream>
 
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
 #include "deployment/antex_file.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -91,6 +90,10 @@ double AntennaPattern::at(double degrees, double azimuthDeg) const {
   return low + (interpolate(rows[i + 1], node) - low) * (place - static_cast<double>(i));
 }
 
+AntennaPatterns::AntennaPatterns(const std::filesystem::path& antex, const std::string& receiver,
+                                 const GpsTime& date)
+    : AntennaPatterns(readAntex(antex), receiver, date) {}
+
 AntennaPatterns::AntennaPatterns(const std::vector<AntexBlock>& blocks, const std::string& receiver,
                                  const GpsTime& date) {
   const TableTime day = tableTime(date);
@@ -140,9 +143,9 @@ double AntennaPatterns::satellite(const SatName& sat, char band, double nadirDeg
   return pattern == nullptr ? 0.0 : pattern->at(nadirDeg);
 }
 
-PatternCorrector::PatternCorrector(AntennaPatterns patterns, const EphemerisTimeline& timeline,
-                                   const std::array<double, 3>& position)
-    : m_patterns(std::move(patterns)), m_timeline(timeline), m_position(position), m_active(false) {
+PatternCorrector::PatternCorrector(AntennaPatterns patterns, const MessageStore& messages,
+                                   const Vector3& position)
+    : m_patterns(std::move(patterns)), m_messages(messages), m_position(position), m_active(false) {
   const double r = std::hypot(position[0], position[1], position[2]);
   if (r < 1e6) return;  // unknown
   m_active = true;
@@ -160,7 +163,7 @@ PatternCorrector::PatternCorrector(AntennaPatterns patterns, const EphemerisTime
 void PatternCorrector::apply(ObsEpoch& epoch) const {
   if (!m_active) return;
   for (SatObs& sat : epoch.sats) {
-    const BroadcastEph* eph = m_timeline.pick(sat.sat, epoch.time);
+    const BroadcastEph* eph = m_messages.pick(sat.sat, epoch.time);
     if (eph == nullptr) continue;
     const SatState state = evaluateBroadcast(*eph, epoch.time);
     double d[3], distance = 0.0, east = 0.0, north = 0.0, up = 0.0, nadir = 0.0, radius = 0.0;

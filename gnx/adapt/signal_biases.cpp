@@ -1,8 +1,8 @@
 // Finds the bias of a signal under the names that corrections may give it.
 
-#include "adapt/signal_biases.h"
-
 #include <algorithm>
+
+#include "gnx/adapt.h"
 
 namespace gnx {
 

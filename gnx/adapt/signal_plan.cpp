@@ -1,10 +1,9 @@
 // Chooses a signal for each band from what was received and what was corrected.
 
-#include "adapt/signal_plan.h"
-
 #include <algorithm>
 
-#include "text/input_error.h"
+#include "gnx/adapt.h"
+#include "gnx/error.h"
 
 namespace gnx {
 
@@ -61,15 +60,6 @@ std::string phaseFor(const std::vector<std::string>& received, const Preference&
 }
 
 }  // namespace
-
-bool sameSignalFamily(char system, const std::string& a, const std::string& b) {
-  if (a.size() != 2 || b.size() != 2 || a[0] != b[0]) return false;
-  if (a[1] == b[1]) return true;
-  const std::string families[] = {"IQX", "SLX", "DPX", system == 'E' ? "BCX" : ""};
-  return std::any_of(std::begin(families), std::end(families), [&](const std::string& family) {
-    return family.find(a[1]) != std::string::npos && family.find(b[1]) != std::string::npos;
-  });
-}
 
 SignalPlan::SignalPlan(const Request& request) {
   for (const auto& [system, bands] : request.bands) planSystem(system, request);

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 #include "text/fields.h"
 
 namespace gnx {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "corrections/correction_source.h"
-#include "formats/sinex_bias.h"
+#include "gnx/corrections.h"
+#include "gnx/read.h"
 
 namespace gnx {
 

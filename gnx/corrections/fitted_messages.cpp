@@ -9,8 +9,9 @@
 #include <optional>
 #include <span>
 
-#include "corrections/broadcast_orbit.h"
-#include "formats/leap_seconds.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
+#include "gnx/time.h"
 
 namespace gnx {
 

@@ -9,8 +9,7 @@
 #include <map>
 #include <vector>
 
-#include "formats/rinex_nav.h"
-#include "formats/sp3.h"
+#include "gnx/read.h"
 
 namespace gnx {
 

@@ -14,8 +14,9 @@
 #include <optional>
 #include <vector>
 
-#include "corrections/broadcast_orbit.h"
 #include "formats/product_records.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 

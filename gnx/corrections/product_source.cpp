@@ -6,9 +6,8 @@
 
 #include "corrections/orbit_interpolation.h"
 #include "corrections/sources.h"
-#include "formats/rinex_clk.h"
-#include "formats/sp3.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -179,7 +178,7 @@ bool ProductSource::next(CorrectionBatch& batch) {
 void ProductSource::fillOrbitClock(CorrectionBatch& batch) {
   batch.orbitClock.clear();
   for (Satellite& s : m_satellites) {
-    const BroadcastEph* eph = m_timeline.pick(s.name, batch.tag);
+    const BroadcastEph* eph = m_timeline.store().pick(s.name, batch.tag);
     if (eph == nullptr) continue;
     const auto clock = s.clock.at(batch.tag);
     if (!clock) continue;
@@ -190,7 +189,7 @@ void ProductSource::fillOrbitClock(CorrectionBatch& batch) {
     c.iod = issueOfData(*eph);
     c.deph = orbit->value;
     c.ddeph = orbit->rate;
-    c.dclk[0] = kLightSpeed * (*clock - broadcastClock(*eph, batch.tag));
+    c.dclk[0] = clockCorrection(*clock, *eph, batch.tag);
     batch.orbitClock.push_back(std::move(c));
   }
 }

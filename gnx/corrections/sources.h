@@ -10,9 +10,10 @@
 #include <vector>
 
 #include "corrections/bias_table.h"
-#include "corrections/correction_source.h"
-#include "corrections/ephemeris_timeline.h"
 #include "corrections/product_origin.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/ephemeris.h"
 
 namespace gnx {
 
@@ -77,6 +78,10 @@ std::vector<std::pair<GpsTime, std::vector<SatBiases>>> streamBiases(
 /// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite, every 30 s from the
 /// timeline's start to four hours after its last message.
 std::unique_ptr<CorrectionSource> makeZeroSource(const EphemerisTimeline& timeline);
+
+/// The batches of another source with their phase biases made up for (makeUpForOffsets).
+std::unique_ptr<CorrectionSource> makeOffsetFreeSource(std::unique_ptr<CorrectionSource> source,
+                                                       PhaseCentreHeights heights);
 
 /// Signals with a code bias anywhere in bias or SSR text files, by system letter ("1C", "2W").
 std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,

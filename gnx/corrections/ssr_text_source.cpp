@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
-#include "formats/sinex_bias.h"
 #include "formats/ssr_text.h"
+#include "gnx/corrections.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
+#include "gnx/signal.h"
 #include "text/csv_reader.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 
 namespace gnx {
 
@@ -222,42 +223,19 @@ void SsrTextSource::fillOrbitClock(CorrectionBatch& batch) const {
                      [issue = clock.correction.iod](const Orbit& o) { return o.correction.iod == issue; });
     if (orbit == orbits->second.end() || batch.tag - orbit->epoch > m_options.longestOrbit_s) continue;
 
-    OrbitClockCorrection c;
-    c.sat = sat;
-    c.iod = clock.correction.iod;
-    const double orbitAge = batch.tag - orbit->reference;
-    for (std::size_t k = 0; k < 3; ++k) {
-      c.deph[k] = orbit->correction.delta[k] + orbitAge * orbit->correction.rate[k];
-    }
-    c.ddeph = orbit->correction.rate;
-    // The polynomial about the tag. Its rates stay: a batch is never used before its delivery, so
-    // that the absolute age of the engine is the age.
-    const auto& [c0, c1, c2] = clock.correction.c;
-    const double x = batch.tag - clock.reference;
-    c.dclk = {c0 + (c1 + c2 * x) * x, c1 + 2.0 * c2 * x, c2};
+    OrbitClockCorrection c =
+        carriedTo(batch.tag, orbit->correction, orbit->reference, clock.correction, clock.reference);
     if (m_timeline) moveToHeldMessage(batch, c);
     batch.orbitClock.push_back(std::move(c));
   }
 }
 
 void SsrTextSource::moveToHeldMessage(const CorrectionBatch& batch, OrbitClockCorrection& c) const {
-  if (m_timeline->serves(c.sat, c.iod, batch.delivery)) return;
+  if (m_timeline->store().serves(c.sat, c.iod, batch.delivery)) return;
   const BroadcastEph* from = m_timeline->find(c.sat, c.iod, batch.tag);
-  const BroadcastEph* to = m_timeline->pick(c.sat, batch.delivery);
+  const BroadcastEph* to = m_timeline->store().pick(c.sat, batch.delivery);
   if (from == nullptr || to == nullptr) return;
-  const SatState corrected = applyCorrection(evaluateBroadcast(*from, batch.tag), c, 0.0);
-  const SatState base = evaluateBroadcast(*to, batch.tag);
-  Vector3 position{}, velocity{};
-  for (std::size_t k = 0; k < 3; ++k) {
-    position[k] = base.position[k] - corrected.position[k];
-    velocity[k] = base.velocity[k] - corrected.velocity[k];
-  }
-  const auto axes = orbitAxes(base);
-  c.iod = issueOfData(*to);
-  c.deph = toAxes(axes, position);
-  c.ddeph = toAxes(axes, velocity);
-  c.dclk[0] = kLightSpeed * (corrected.clock - base.clock);
-  c.dclk[1] += kLightSpeed * (from->af[1] - to->af[1]);
+  moveToMessage(c, *from, *to, batch.tag);
 }
 
 void SsrTextSource::fillBiases(CorrectionBatch& batch) {

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -19,7 +20,7 @@ bool isHealthy(const BroadcastEph& eph) { return (eph.sat[0] == 'J' ? eph.health
 class ZeroSource : public CorrectionSource {
  public:
   explicit ZeroSource(const EphemerisTimeline& timeline)
-      : m_timeline(timeline), m_satellites(timeline.satellites()) {
+      : m_timeline(timeline), m_satellites(timeline.store().satellites()) {
     const GpsTime from = timeline.start();
     const GpsTime last =
         timeline.deliveries().empty() ? from : std::max(from, timeline.deliveries().back().time);
@@ -36,7 +37,7 @@ class ZeroSource : public CorrectionSource {
     if (m_until < batch.tag) return false;
     ++m_index;
     for (const SatName& sat : m_satellites) {
-      const BroadcastEph* eph = m_timeline.pick(sat, batch.tag);
+      const BroadcastEph* eph = m_timeline.store().pick(sat, batch.tag);
       if (eph == nullptr || !isHealthy(*eph)) continue;
       OrbitClockCorrection c;
       c.sat = sat;

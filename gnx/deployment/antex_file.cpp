@@ -9,9 +9,9 @@
 #include <ostream>
 #include <sstream>
 
-#include "corrections/signals.h"
+#include "gnx/error.h"
+#include "gnx/signal.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 #include "text/printed.h"
 #include "text/text_reader.h"
 
@@ -173,9 +173,8 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
   }
 }
 
-std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<AntexBlock>& blocks,
-                                                             const TableTime& time) {
-  std::map<SatName, std::map<char, double>> heights;
+PhaseCentreHeights phaseCentreHeights(const std::vector<AntexBlock>& blocks, const TableTime& time) {
+  PhaseCentreHeights heights;
   for (const AntexBlock& block : blocks) {
     if (!block.isSatellite() || !satelliteOf(block).validAt(time)) continue;
     for (const AntexFrequency& frequency : block.frequencies)
@@ -186,6 +185,10 @@ std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<A
       }
   }
   return heights;
+}
+
+PhaseCentreHeights phaseCentreHeights(const std::filesystem::path& antex, const GpsTime& date) {
+  return phaseCentreHeights(readAntex(antex), tableTime(date));
 }
 
 SatelliteRecord satelliteOf(const AntexBlock& block) {

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "deployment/satellite_table.h"
+#include "gnx/adapt.h"
+#include "gnx/satellite.h"
 
 namespace gnx {
 
@@ -44,8 +45,7 @@ void writeAntex(std::ostream& out, const std::vector<AntexBlock>& blocks, const 
 
 /// Distances of satellites' phase centres from their centres of mass towards the Earth, m, by satellite and
 /// band digit, from the blocks that are valid at a time.
-std::map<SatName, std::map<char, double>> phaseCentreHeights(const std::vector<AntexBlock>& blocks,
-                                                             const TableTime& time);
+PhaseCentreHeights phaseCentreHeights(const std::vector<AntexBlock>& blocks, const TableTime& time);
 
 /// The table row that a satellite's block describes.
 SatelliteRecord satelliteOf(const AntexBlock& block);

@@ -7,8 +7,8 @@
 #include <map>
 #include <sstream>
 
-#include "corrections/signals.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -159,9 +159,6 @@ void checkCombination(const SystemChoice& s, const std::string& combination) {
 }  // namespace
 
 void checkRunSettings(const RunSettings& run) {
-  if (run.mode != "static" && run.mode != "kinematic" && run.mode != "dynamic") {
-    throw UsageError("mode '" + run.mode + "' is unknown: static, kinematic or dynamic");
-  }
   if (!(run.interval_s > 0.0 && run.interval_s <= 86400.0)) {
     throw UsageError("the interval must lie between 0 and 86400 s");
   }

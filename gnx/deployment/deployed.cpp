@@ -5,7 +5,7 @@
 
 #include <sstream>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/json_file.h"
 
 namespace gnx {

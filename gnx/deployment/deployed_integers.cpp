@@ -3,7 +3,7 @@
 #include "deployment/deployed_integers.h"
 
 #include "GNX_SDK_ext.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/json_file.h"
 
 namespace gnx {

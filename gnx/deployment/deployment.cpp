@@ -17,9 +17,10 @@
 #include "deployment/deployed_integers.h"
 #include "deployment/json_template.h"
 #include "deployment/pole_table.h"
-#include "deployment/satellite_table.h"
 #include "deployment/troposphere_grid.h"
-#include "text/input_error.h"
+#include "gnx/adapt.h"
+#include "gnx/error.h"
+#include "gnx/satellite.h"
 #include "text/printed.h"
 #include "text/text_reader.h"
 
@@ -407,7 +408,7 @@ std::string noiseFactors(const std::vector<SystemChoice>& systems, double sigma_
 std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& systems,
                                               const DeploymentOptions& o) {
   const TableTime date = dateOf(o);
-  const bool moving = o.run.mode != "static";
+  const bool moving = o.run.mode != Mode::static_;
   const bool raw = o.combination == "RAW";
   const bool triple = std::ranges::any_of(systems, [](const SystemChoice& s) { return s.used.size() > 2; });
   return {

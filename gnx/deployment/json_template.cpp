@@ -10,7 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "formats/earth_rotation.h"
+#include "gnx/read.h"
 
 namespace gnx {
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <ostream>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/text_reader.h"
 
 namespace gnx {

@@ -1,10 +1,9 @@
 // Reads Earth rotation parameters by column titles (IGS) or by fixed columns (IERS).
 
-#include "formats/earth_rotation.h"
-
 #include <cmath>
 #include <string_view>
 
+#include "gnx/read.h"
 #include "text/fields.h"
 #include "text/text_reader.h"
 

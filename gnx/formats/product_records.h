@@ -1,27 +1,14 @@
 #pragma once
 /// \file product_records.h
-/// Precise orbits and clocks as read from product files.
+/// Points of several product files in one series.
 
 #include <algorithm>
-#include <array>
-#include <map>
+#include <cstddef>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/read.h"
 
 namespace gnx {
-
-/// Position in the Earth-fixed frame of the product, m.
-struct OrbitPoint {
-  GpsTime time;
-  std::array<double, 3> position{};
-};
-
-/// Satellite clock minus system time, s, without the periodic relativistic term.
-struct ClockPoint {
-  GpsTime time;
-  double bias = 0.0;
-};
 
 /// Sorts by time; of points at the same time the one that came last stays.
 template <class Point>

@@ -1,12 +1,12 @@
 // Reads satellite rows of clock files in the columns of either version.
 
-#include "formats/rinex_clk.h"
-
 #include <algorithm>
 #include <cmath>
 
-#include "formats/leap_seconds.h"
+#include "formats/product_records.h"
 #include "formats/rinex_header.h"
+#include "gnx/read.h"
+#include "gnx/time.h"
 #include "text/fields.h"
 
 namespace gnx {

@@ -1,13 +1,12 @@
 // Reads navigation messages field by field; times of the systems become GPS time.
 
-#include "formats/rinex_nav.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-#include "formats/leap_seconds.h"
 #include "formats/rinex_header.h"
+#include "gnx/read.h"
+#include "gnx/time.h"
 #include "text/fields.h"
 
 namespace gnx {
@@ -239,11 +238,9 @@ void NavReader::takeGlonass(const Record& record) {
 
 }  // namespace
 
-void readRinexNav(const std::string& path, NavData& data) { NavReader(path, data).read(); }
-
 NavData readRinexNav(const std::vector<std::string>& paths) {
   NavData data;
-  for (const std::string& path : paths) readRinexNav(path, data);
+  for (const std::string& path : paths) NavReader(path, data).read();
   return data;
 }
 

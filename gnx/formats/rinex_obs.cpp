@@ -6,8 +6,8 @@
 #include <charconv>
 #include <cmath>
 
-#include "formats/leap_seconds.h"
 #include "formats/rinex_header.h"
+#include "gnx/time.h"
 #include "text/fields.h"
 
 namespace gnx {

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 #include "text/text_reader.h"
 
 namespace gnx {

@@ -1,12 +1,11 @@
 // Writes observations and messages in the columns of version 3.04.
 
-#include "formats/rinex_writer.h"
-
 #include <cmath>
 
-#include "formats/leap_seconds.h"
-#include "formats/rinex_nav.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
+#include "gnx/time.h"
+#include "gnx/write.h"
 #include "text/printed.h"
 
 namespace gnx {

@@ -1,12 +1,11 @@
 // Reads the rows of a bias solution, absolute and differential.
 
-#include "formats/sinex_bias.h"
-
 #include <cmath>
 #include <limits>
 #include <optional>
 
-#include "formats/leap_seconds.h"
+#include "gnx/read.h"
+#include "gnx/time.h"
 #include "text/fields.h"
 #include "text/text_reader.h"
 

@@ -1,12 +1,12 @@
 // Reads positions and clocks of precise orbit files, and joins files of several days.
 
-#include "formats/sp3.h"
-
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include "formats/leap_seconds.h"
+#include "formats/product_records.h"
+#include "gnx/read.h"
+#include "gnx/time.h"
 #include "text/fields.h"
 #include "text/text_reader.h"
 

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "gnx/write.h"
 #include "text/fields.h"
 
 namespace gnx {

@@ -13,19 +13,14 @@
 ///
 /// Signs and units are those of RTCM SSR (records.h). Interval indicator: RTCM 10403.3, DF391.
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 #include "text/text_reader.h"
 
 namespace gnx {
-
-/// Update intervals by their indicator, s (RTCM 10403.3, DF391).
-inline constexpr std::array<int, 16> kUpdateIntervals = {1,   2,   5,   10,  15,   30,   60,   120,
-                                                         240, 300, 600, 900, 1800, 3600, 7200, 10800};
 
 /// Reads a file block by block. Blocks of other kinds (VTEC, ...) are skipped but counted.
 /// Throws InputError for damage.

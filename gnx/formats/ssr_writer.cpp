@@ -1,9 +1,8 @@
 // Writes blocks of corrections as a caster client records them.
 
-#include "formats/ssr_writer.h"
-
 #include "formats/ssr_text.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/write.h"
 #include "text/printed.h"
 
 namespace gnx {

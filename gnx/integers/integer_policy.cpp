@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "integers/bias_datum.h"
 #include "text/json_file.h"
 #include "text/printed.h"
 

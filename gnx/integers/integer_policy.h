@@ -1,32 +1,15 @@
 #pragma once
 /// \file integer_policy.h
-/// When and for which satellites a run may resolve integers, judged by its products before it begins.
-///
-/// A wrong integer is worse than none: the position is then called fixed and is decimetres off. So integers
-/// stay unresolved where products cannot carry them, and every reason is told in a sentence.
+/// What is known before a run begins, and the judgement on its integers.
 
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "corrections/sources.h"
-#include "integers/bias_datum.h"
+#include "gnx/integers.h"
 
 namespace gnx {
-
-struct IntegerPolicy {
-  bool resolved = true;
-  double clockInterval_s = 0.0;      ///< above 0: integers at the epochs of these clocks alone
-  std::vector<GpsTime> clockEpochs;  ///< in order
-  DatumEvidence evidence;
-  std::map<std::string, double> blocksWith, blocksWithout;  ///< scatter by antenna block, cycles
-  bool makeUpForOffsets = false;      ///< biases know no offsets, the engine's model does
-  std::map<SatName, double> misfits;  ///< left float: wide-lane fraction beside the others', cycles
-  std::vector<std::string> remarks;   ///< sentences
-
-  bool resolvesAt(const GpsTime& t) const;
-};
 
 struct PolicyQuestion {
   ProductFacts products{};        ///< empty for a stream
@@ -39,8 +22,5 @@ struct PolicyQuestion {
 };
 
 IntegerPolicy decideIntegers(const PolicyQuestion& question);
-
-/// "integers.json" of the run directory.
-void writeIntegerPolicy(const std::filesystem::path& file, const IntegerPolicy& policy);
 
 }  // namespace gnx

@@ -6,9 +6,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "adapt/signal_biases.h"
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -61,7 +61,7 @@ WideLaneFractions::WideLaneFractions(const SignalPlan& signals, const EphemerisT
 /// By the sine of the elevation, geocentric; nothing for satellites that are too low.
 std::optional<double> WideLaneFractions::weight(const SatName& sat, const GpsTime& t) const {
   const double radius = std::hypot(m_position[0], m_position[1], m_position[2]);
-  const BroadcastEph* eph = m_timeline.pick(sat, t);
+  const BroadcastEph* eph = m_timeline.store().pick(sat, t);
   if (radius == 0.0 || eph == nullptr) return 1.0;
   const Vector3 there = evaluateBroadcast(*eph, t).position;
   double distance = 0.0, up = 0.0;

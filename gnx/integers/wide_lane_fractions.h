@@ -12,18 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "adapt/signal_plan.h"
-#include "corrections/ephemeris_timeline.h"
-#include "corrections/offset_free_biases.h"
+#include "gnx/adapt.h"
+#include "gnx/ephemeris.h"
+#include "gnx/integers.h"
 
 namespace gnx {
-
-struct WideLaneFraction {
-  SatName sat;
-  double cycles = 0.0;        ///< mean fraction, within half a cycle, observations as they are
-  double offsetCycles = 0.0;  ///< what satellite antenna offsets add to it
-  double seconds = 0.0;       ///< of observations behind it
-};
 
 class WideLaneFractions {
  public:

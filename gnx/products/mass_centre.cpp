@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "corrections/signals.h"
 #include "geometry/astronomy.h"
 #include "geometry/vector3.h"
+#include "gnx/signal.h"
 #include "text/fields.h"
 
 namespace gnx {

@@ -15,8 +15,9 @@
 #include <optional>
 #include <vector>
 
-#include "corrections/broadcast_orbit.h"
 #include "deployment/antex_file.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 

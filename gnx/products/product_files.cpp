@@ -1,15 +1,15 @@
 // Writes orbits, clocks and biases in the columns of their formats.
 
-#include "products/product_files.h"
-
 #include <algorithm>
 #include <cmath>
 #include <fstream>
 
 #include "GNX_SDK_ext.h"
-#include "corrections/signals.h"
-#include "formats/leap_seconds.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/signal.h"
+#include "gnx/time.h"
+#include "gnx/write.h"
+#include "products/stream_products.h"
 #include "text/printed.h"
 
 namespace gnx {

@@ -6,7 +6,13 @@
 #include <cmath>
 #include <utility>
 
-#include "corrections/broadcast_orbit.h"
+#include "corrections/sources.h"
+#include "deployment/antex_file.h"
+#include "formats/ssr_text.h"
+#include "gnx/corrections.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -156,6 +162,34 @@ StreamProducts collectProducts(CorrectionSource& source, const EphemerisTimeline
   ProductCollector collector(timeline, plan, antennas);
   for (CorrectionBatch batch; source.next(batch);) collector.take(batch);
   return collector.finish();
+}
+
+namespace {
+
+/// Epoch and update interval of the first clocks of a stream.
+std::pair<GpsTime, double> firstClocks(const std::string& file) {
+  SsrTextReader reader(file);
+  for (SsrBlock block; reader.next(block);)
+    if (block.kind == SsrKind::clock) return {block.time, std::max(1, block.interval)};
+  throw InputError(file, 0, "holds no CLOCK block of corrections");
+}
+
+}  // namespace
+
+StreamProducts streamProducts(const std::vector<std::string>& ssr, const std::vector<std::string>& nav,
+                              const std::filesystem::path& antex, const ProductPlan& given) {
+  if (ssr.empty()) throw UsageError("no file of corrections; give one or more SSR text files");
+  const auto [firstClock, clockInterval] = firstClocks(ssr.front());
+  ProductPlan plan = given;
+  if (plan.orbitInterval_s == 0.0) plan.orbitInterval_s = clockInterval;
+  const GpsTime first = plan.from.value_or(firstClock);
+  const EphemerisTimeline timeline(readRinexNav(nav), first);
+  SsrTextOptions stream;
+  stream.files = ssr;
+  const auto source = makeSsrTextSource(stream);
+  std::optional<MassCentre> antennas;
+  if (!antex.empty()) antennas.emplace(readAntex(antex), first);
+  return collectProducts(*source, timeline, plan, antennas ? &*antennas : nullptr);
 }
 
 }  // namespace gnx

@@ -1,11 +1,6 @@
 #pragma once
 /// \file stream_products.h
 /// A stream of corrections turned into orbits, clocks and biases.
-///
-/// Orbit: the broadcast message that a correction names, moved by the correction; the reference point is that
-/// of the stream. Clock: the engine's evaluation of the message (broadcast_orbit.h: without periodic
-/// relativity, BeiDou moved to the pair B1I/B3I) plus the correction, so that the same corrections come back
-/// when the product is turned into a stream again. Biases change their sign: streams add, files subtract.
 
 #include <cstdint>
 #include <map>
@@ -14,36 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "corrections/correction_source.h"
-#include "corrections/ephemeris_timeline.h"
-#include "formats/sinex_bias.h"
+#include "gnx/corrections.h"
+#include "gnx/ephemeris.h"
+#include "gnx/read.h"
+#include "gnx/write.h"
 #include "products/mass_centre.h"
 
 namespace gnx {
-
-struct ProductPlan {
-  double orbitInterval_s = 30.0;  ///< epochs on whole multiples
-  double clockInterval_s = 0.0;   ///< epochs on whole multiples; 0 = those of the stream
-  double biasInterval_s = 30.0;   ///< biases change no faster
-  std::optional<GpsTime> from{}, to{};
-};
-
-/// Position and clock of a satellite at an epoch.
-struct ProductPoint {
-  Vector3 position{};  ///< Earth-fixed, m
-  double clock = 0.0;  ///< s
-};
-
-struct StreamProducts {
-  double orbitInterval_s = 0.0;
-  std::map<std::int64_t, std::map<SatName, ProductPoint>> orbits;  ///< by epoch, ms since 1970, GPS time
-  std::map<std::int64_t, std::map<SatName, double>> clocks;        ///< s; likewise
-  std::vector<BiasRow> biases;                                     ///< s, to be subtracted
-  std::set<SatName> satellites;                                    ///< of orbits and clocks
-  long withoutMessage = 0;   ///< corrections whose broadcast message is not in the files
-  long withoutAntenna = 0;   ///< orbits of satellites without antenna offsets, left out
-  long discontinuities = 0;  ///< of phase biases: a file tells of them by a new value alone
-};
 
 /// Collects batch by batch, in order of their tags.
 class ProductCollector {

@@ -1,6 +1,6 @@
 // Gathers what host and engine say became of each value, and adds it up.
 
-#include "results/account.h"
+#include "gnx/account.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -106,23 +106,6 @@ long countOf(const SystemAccount& counts, const std::string& reason) {
 long SystemAccount::unexplained() const {
   return std::accumulate(reasons.begin(), reasons.end(), in - used,
                          [](long rest, const auto& reason) { return rest - reason.second; });
-}
-
-std::string hostAccountLine(char system, const SystemAccount& counts) {
-  std::string line = std::string("account ") + system + " in=" + std::to_string(counts.in) +
-                     " unplanned=" + std::to_string(counts.unplanned);
-  for (const auto& [reason, count] : counts.reasons) line += " " + reason + "=" + std::to_string(count);
-  return line;
-}
-
-bool readHostAccountLine(std::string_view line, RunAccount& account) {
-  std::istringstream words{std::string(line)};
-  std::string tag, system;
-  if (!(words >> tag >> system) || tag != "account" || system.size() != 1) return false;
-  SystemAccount counts;
-  if (!readCounts(words, counts)) return false;
-  account[system[0]] = counts;
-  return true;
 }
 
 void addEngineAccount(const std::filesystem::path& diagnostics, RunAccount& account) {

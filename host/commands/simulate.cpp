@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "commands/commands.h"
+#include "gnx/error.h"
 #include "simulate/simulation.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

@@ -7,8 +7,9 @@
 #include <sstream>
 #include <utility>
 
+#include "engine/account_lines.h"
+#include "gnx/error.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

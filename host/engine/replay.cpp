@@ -7,11 +7,11 @@
 
 #include "engine/event_file.h"
 #include "engine/run_directory.h"
+#include "gnx/error.h"
 #include "platform/child_process.h"
 #include "run/named_solutions.h"
 #include "run/solution_files.h"
 #include "run/summary_file.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

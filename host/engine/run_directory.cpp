@@ -8,7 +8,7 @@
 #include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
 #include "formats/rinex_obs.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

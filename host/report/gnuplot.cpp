@@ -8,8 +8,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "gnx/error.h"
 #include "platform/child_process.h"
-#include "text/input_error.h"
 #include "text/text_reader.h"
 
 namespace gnx {

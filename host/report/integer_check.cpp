@@ -9,9 +9,9 @@
 #include <sstream>
 #include <tuple>
 
+#include "gnx/error.h"
 #include "run/statistics.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

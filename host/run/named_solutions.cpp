@@ -10,8 +10,8 @@
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "formats/rinex_obs.h"
+#include "gnx/error.h"
 #include "text/fields.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

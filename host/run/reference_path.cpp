@@ -6,8 +6,8 @@
 #include <cmath>
 #include <vector>
 
+#include "gnx/error.h"
 #include "text/csv_reader.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

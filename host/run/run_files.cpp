@@ -4,9 +4,9 @@
 
 #include <optional>
 
+#include "gnx/error.h"
 #include "run/diagnostics.h"
 #include "text/csv_reader.h"
-#include "text/input_error.h"
 #include "text/json_file.h"
 #include "text/text_reader.h"
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "results/account.h"
+#include "gnx/account.h"
 #include "run/run_plan.h"
 #include "run/solution.h"
 

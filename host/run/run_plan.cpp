@@ -3,7 +3,7 @@
 
 #include "run/run_plan.h"
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/json_file.h"
 
 namespace gnx {

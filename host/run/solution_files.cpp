@@ -6,9 +6,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "formats/leap_seconds.h"
-#include "geometry/geodesy.h"
-#include "text/input_error.h"
+#include "gnx/error.h"
+#include "gnx/geodesy.h"
+#include "gnx/time.h"
 #include "text/printed.h"
 
 namespace gnx {

@@ -34,8 +34,8 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
 #include "geometry/vector3.h"
+#include "gnx/records.h"
 #include "simulate/kepler.h"
 
 namespace gnx {

@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <numbers>
 
-#include "formats/leap_seconds.h"
 #include "geometry/astronomy.h"
+#include "gnx/error.h"
+#include "gnx/time.h"
 #include "simulate/satellite_body.h"
-#include "text/input_error.h"
 
 namespace gnx {
 

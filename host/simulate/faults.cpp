@@ -6,7 +6,7 @@
 #include <limits>
 #include <map>
 
-#include "text/input_error.h"
+#include "gnx/error.h"
 #include "text/json_file.h"
 
 namespace gnx {

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "formats/records.h"
 #include "geometry/vector3.h"
+#include "gnx/records.h"
 #include "simulate/random.h"
 
 namespace gnx {

@@ -6,7 +6,7 @@
 
 #include "deployment/antex_file.h"
 #include "deployment/built_in_files.h"
-#include "deployment/satellite_table.h"
+#include "gnx/satellite.h"
 #include "simulate/signals.h"
 
 namespace gnx {

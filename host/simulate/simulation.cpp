@@ -7,10 +7,9 @@
 #include <fstream>
 #include <numbers>
 
-#include "formats/rinex_writer.h"
-#include "formats/ssr_writer.h"
+#include "gnx/error.h"
+#include "gnx/write.h"
 #include "simulate/random.h"
-#include "text/input_error.h"
 #include "text/printed.h"
 
 namespace gnx {

@@ -5,8 +5,8 @@
 
 #include <string>
 
+#include "gnx/error.h"
 #include "support/files.h"
-#include "text/input_error.h"
 #include "text/printed.h"
 
 namespace gnx::test {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <random>
 
+#include "integers/bias_datum.h"
 #include "text/printed.h"
 
 namespace gnx {

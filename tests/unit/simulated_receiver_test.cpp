@@ -1,10 +1,10 @@
 // What the simulated receiver measures: geometry in inertial axes, observation combinations, clocks, media
 // and faults.
 
+#include "gnx/error.h"
 #include "simulate/skyline.h"
 #include "simulation_setup.h"
 #include "support/host_files.h"
-#include "text/input_error.h"
 
 namespace gnx::test {
 namespace {

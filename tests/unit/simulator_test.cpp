@@ -5,16 +5,16 @@
 
 #include <cmath>
 
-#include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
 #include "formats/ssr_text.h"
 #include "geometry/astronomy.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
 #include "run/reference_path.h"
 #include "simulate/attitude.h"
 #include "simulate/tides.h"
 #include "simulation_setup.h"
 #include "support/reference_cases.h"
-#include "text/input_error.h"
 #include "text/json_file.h"
 
 namespace gnx {

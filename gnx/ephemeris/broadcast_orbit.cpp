@@ -1,11 +1,11 @@
 // Evaluates messages by the engine's own steps, so that corrections meet what it evaluates.
 
-#include "corrections/broadcast_orbit.h"
-
 #include <algorithm>
 #include <cmath>
 
-#include "formats/leap_seconds.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
+#include "gnx/time.h"
 
 namespace gnx {
 

@@ -1,7 +1,8 @@
-// Bands, carriers and the pairs of signals of satellite clocks.
+// Bands, carriers, signals of a kind and the pairs of signals of satellite clocks.
 
-#include "corrections/signals.h"
+#include "gnx/signal.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace gnx {
@@ -44,6 +45,15 @@ std::vector<std::pair<std::string, std::string>> clockReferences(char system) {
     default:
       return {};
   }
+}
+
+bool sameSignalFamily(char system, const std::string& a, const std::string& b) {
+  if (a.size() != 2 || b.size() != 2 || a[0] != b[0]) return false;
+  if (a[1] == b[1]) return true;
+  const std::string families[] = {"IQX", "SLX", "DPX", system == 'E' ? "BCX" : ""};
+  return std::any_of(std::begin(families), std::end(families), [&](const std::string& family) {
+    return family.find(a[1]) != std::string::npos && family.find(b[1]) != std::string::npos;
+  });
 }
 
 }  // namespace gnx

@@ -1,6 +1,6 @@
 // Ellipsoidal and local coordinates of an earth-fixed place, and back.
 
-#include "geometry/geodesy.h"
+#include "gnx/geodesy.h"
 
 #include <cmath>
 

@@ -1,12 +1,11 @@
 // Moves phase biases so that the engine's antenna offsets leave wide-lanes where they were estimated.
 
-#include "corrections/offset_free_biases.h"
-
 #include <algorithm>
 #include <utility>
 
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
@@ -14,26 +13,6 @@ namespace {
 
 /// Of the nadir angles under which satellites of these orbits are seen, 0 to 14 degrees.
 constexpr double kMeanCosNadir = 0.985;
-
-class OffsetFreeSource : public CorrectionSource {
- public:
-  OffsetFreeSource(std::unique_ptr<CorrectionSource> source, PhaseCentreHeights heights)
-      : m_source(std::move(source)), m_heights(std::move(heights)) {}
-
-  bool next(CorrectionBatch& batch) override {
-    if (!m_source->next(batch)) return false;
-    if (!batch.newBiases) return true;
-    for (SatBiases& biases : batch.biases) {
-      const auto heights = m_heights.find(biases.sat);
-      if (heights != m_heights.end()) makeUpForOffsets(biases, heights->second);
-    }
-    return true;
-  }
-
- private:
-  std::unique_ptr<CorrectionSource> m_source;
-  PhaseCentreHeights m_heights;
-};
 
 }  // namespace
 
@@ -62,11 +41,6 @@ void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights) 
     if (band(bias) == first) bias.value += f2 / f1 * shift;
     if (band(bias) == second) bias.value += f1 / f2 * shift;
   }
-}
-
-std::unique_ptr<CorrectionSource> makeOffsetFreeSource(std::unique_ptr<CorrectionSource> source,
-                                                       PhaseCentreHeights heights) {
-  return std::make_unique<OffsetFreeSource>(std::move(source), std::move(heights));
 }
 
 }  // namespace gnx

@@ -1,28 +1,16 @@
-// Records of files as records of the boundary, signal by signal.
-
-#include "adapt/boundary_feed.h"
+// Hands records to the engine: products satellite by satellite, epochs signal by signal.
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 
-#include "adapt/signal_biases.h"
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 
 namespace {
-
-/// The engine turns QZSS orbits with 7.292115e-5 rad/s, IS-QZSS-PNT with 7.2921151467e-5: 17 to 37 m along
-/// the orbit late in a week. With this difference in the rate of the node and in the node itself the
-/// engine's evaluation of a message is that of the document.
-constexpr double kQzssRateExcess = 7.292115e-5 - 7.2921151467e-5;
-
-/// The engine takes exactly 0 as "no code bias" and drops the satellite; a reference signal, whose
-/// bias is 0 by definition, gets this instead. It survives the boundary's 32-bit float.
-constexpr double kReferenceBias_m = 1e-9;
 
 GNX_IO::ssr_t emptyCorrection() {
   GNX_IO::ssr_t ssr{};
@@ -32,102 +20,27 @@ GNX_IO::ssr_t emptyCorrection() {
 
 }  // namespace
 
-GNX_IO::gtime_t toBoundaryTime(const GpsTime& t) { return {t.seconds, t.fraction}; }
-
-BoundaryNumbers::BoundaryNumbers() {
-  for (int sat = 1; sat <= GNX_IO::kMaxSatellite; ++sat) {
-    char id[32] = "";
-    GNX_IO::satno2id(sat, id);
-    if (id[0] != '\0') satellites_[id] = sat;
-  }
-  for (int code = 1; code <= GNX_IO::kMaxCode; ++code) {
-    const char* text = GNX_IO::code2obs(static_cast<unsigned char>(code));
-    if (text != nullptr && text[0] != '\0') codes_[text] = code;
-  }
-}
-
-int BoundaryNumbers::satellite(const SatName& name) const {
-  const auto found = satellites_.find(name);
-  return found == satellites_.end() ? 0 : found->second;
-}
-
-int BoundaryNumbers::code(const std::string& signal) const {
-  const auto found = codes_.find(signal);
-  return found == codes_.end() ? 0 : found->second;
-}
-
-ProductFeed::ProductFeed(const BoundaryNumbers& numbers, const SignalPlan& plan, std::set<SatName> excluded,
-                         std::set<SatName> reversed, bool sourceHasCodeBiases)
-    : numbers_(numbers),
+ProductFeed::ProductFeed(Boundary& boundary, const BoundaryNumbers& numbers, const SignalPlan& plan,
+                         std::set<SatName> excluded, std::set<SatName> reversed, bool sourceHasCodeBiases)
+    : boundary_(boundary),
+      numbers_(numbers),
       plan_(plan),
       excluded_(std::move(excluded)),
       reversed_(std::move(reversed)),
       sourceHasCodeBiases_(sourceHasCodeBiases),
-      eph_(GNX_IO::kMaxSatellite),
-      geph_(GNX_IO::kMaxSatellite),
       ssr_(GNX_IO::kMaxSatellite, emptyCorrection()) {}
 
 void ProductFeed::feed(const BroadcastEph& eph) {
   const int sat = numbers_.satellite(eph.sat);
   if (sat == 0 || excluded_.contains(eph.sat)) return;
-  GNX_IO::eph_entry_t& e = eph_[static_cast<std::size_t>(sat - 1)];
-  e = {};
-  e.sat = sat;
-  e.iode = eph.iode;
-  e.iodc = eph.iodc;
-  e.sva = eph.accuracy;
-  e.svh = eph.health;
-  e.code = eph.code;
-  e.flag = eph.l2flag;
-  e.toe = toBoundaryTime(eph.toe);
-  e.toc = toBoundaryTime(eph.toc);
-  e.A = eph.sqrtA * eph.sqrtA;
-  e.e = eph.e;
-  e.i0 = eph.i0;
-  e.OMG0 = eph.omega0;
-  e.omg = eph.omega;
-  e.M0 = eph.m0;
-  e.deln = eph.deltaN;
-  e.OMGd = eph.omegaDot;
-  e.idot = eph.idot;
-  e.crc = eph.crc;
-  e.crs = eph.crs;
-  e.cuc = eph.cuc;
-  e.cus = eph.cus;
-  e.cic = eph.cic;
-  e.cis = eph.cis;
-  if (eph.sat[0] == 'J') {
-    e.OMGd += kQzssRateExcess;
-    e.OMG0 += kQzssRateExcess * secondsOfWeek(eph.toe, nullptr);
-  }
-  std::copy(eph.af.begin(), eph.af.end(), e.af);
-  std::copy(std::begin(eph.tgd), std::end(eph.tgd), e.tgd);
-  GNX_IO::nav_t nav{};
-  nav.eph = eph_.data();
-  nav.geph = geph_.data();
-  GNX_inputEph(&nav, sat, 0);
+  boundary_.inputMessage(sat, toBoundary(eph, numbers_));
 }
 
 void ProductFeed::feed(const GlonassEph& eph) {
   const int sat = numbers_.satellite(eph.sat);
   const int prn = std::atoi(eph.sat.c_str() + 1);
   if (sat == 0 || prn < 1 || prn > GNX_IO::kMaxSatellite || excluded_.contains(eph.sat)) return;
-  GNX_IO::geph_entry_t& g = geph_[static_cast<std::size_t>(prn - 1)];
-  g = {};
-  g.frq = eph.channel;
-  g.svh = eph.health;
-  g.age = eph.age;
-  g.toe = toBoundaryTime(eph.toe);
-  g.tof = toBoundaryTime(eph.frame);
-  std::copy(eph.position.begin(), eph.position.end(), g.pos);
-  std::copy(eph.velocity.begin(), eph.velocity.end(), g.vel);
-  std::copy(eph.acceleration.begin(), eph.acceleration.end(), g.acc);
-  g.taun = -eph.tau;  // the boundary carries the transmitted TauN, the clock value is its negative
-  g.gamn = eph.gamma;
-  GNX_IO::nav_t nav{};
-  nav.eph = eph_.data();
-  nav.geph = geph_.data();
-  GNX_inputEph(&nav, sat, 0);
+  boundary_.inputMessage(sat, prn, toBoundary(eph));
 }
 
 void ProductFeed::feed(const CorrectionBatch& batch) {
@@ -149,7 +62,7 @@ void ProductFeed::feedOrbitClock(const CorrectionBatch& batch) {
     std::copy(c.dclk.begin(), c.dclk.end(), s.dclk);
     s.update = 1;
   }
-  GNX_inputSsr(ssr_.data());
+  boundary_.inputCorrections(ssr_.data());
 }
 
 bool ProductFeed::setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const {
@@ -158,13 +71,13 @@ bool ProductFeed::setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases
   for (const PlannedSignal& signal : plan_.of(system)) {
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
-    double value = kReferenceBias_m;
+    double value = 0.0;
     if (sourceHasCodeBiases_) {
       const SsrBias* bias = biases == nullptr ? nullptr : codeBiasOf(signal, *biases);
       if (bias == nullptr) continue;
-      if (bias->value != 0.0) value = bias->value;
+      value = bias->value;
     }
-    ssr.cbias[code - 1] = static_cast<float>(value);
+    ssr.cbias[code - 1] = boundaryCodeBias(value);
     any = true;
   }
   return any;
@@ -176,8 +89,7 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
   if (biases == nullptr || floating_.contains(sat)) return false;
   bool any = false;
-  // the same number of cycles on every frequency: no change of wide-lanes, as many cycles of narrow-lane
-  const double cycles = reversed_.contains(sat) ? 0.5 : 0.0;
+  const double cycles = windUpCycles(reversed_.contains(sat));
   for (const PlannedSignal& signal : plan_.of(system)) {
     const SsrBias* bias = phaseBiasOf(system, signal, *biases);
     if (bias == nullptr) continue;
@@ -220,12 +132,12 @@ void ProductFeed::feedBiases(const CorrectionBatch& batch) {
     }
     referenceGiven_.insert(name);
   }
-  if (any) GNX_inputSsrBias(ssr_.data());
+  if (any) boundary_.inputBiases(ssr_.data());
 }
 
-ObservationFeed::ObservationFeed(const BoundaryNumbers& numbers, const SignalPlan& plan,
+ObservationFeed::ObservationFeed(Boundary& boundary, const BoundaryNumbers& numbers, const SignalPlan& plan,
                                  std::set<SatName> excluded)
-    : numbers_(numbers), plan_(plan), excluded_(std::move(excluded)) {}
+    : boundary_(boundary), numbers_(numbers), plan_(plan), excluded_(std::move(excluded)) {}
 
 bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const {
   entry = {};
@@ -265,7 +177,7 @@ void ObservationFeed::count(const SatObs& sat, bool handedOver, const GNX_IO::ob
   if (!handedOver && planned > 0) counts.reasons[entry.sat == 0 ? "unknown" : "excluded"] += planned;
 }
 
-double ObservationFeed::feed(const ObsEpoch& epoch) {
+void ObservationFeed::feed(const ObsEpoch& epoch) {
   entries_.clear();
   for (const SatObs& sat : epoch.sats) {
     GNX_IO::obs_entry_t entry;
@@ -274,10 +186,7 @@ double ObservationFeed::feed(const ObsEpoch& epoch) {
     if (handedOver) entries_.push_back(entry);
     count(sat, handedOver, entry);
   }
-  GNX_IO::obs_t obs{static_cast<std::int32_t>(entries_.size()), entries_.data()};
-  const auto start = std::chrono::steady_clock::now();
-  GNX_inputObs(toBoundaryTime(epoch.time), &obs);
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  boundary_.inputEpoch(toBoundaryTime(epoch.time), entries_);
 }
 
 }  // namespace gnx

@@ -1,11 +1,12 @@
 // GPS time as seconds with a fraction: calendar, weeks, days of year and text.
 
+#include "gnx/time.h"
+
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-
-#include "formats/records.h"
+#include <ostream>
 
 namespace gnx {
 
@@ -86,5 +87,22 @@ std::string formatTime(const GpsTime& t, int decimals) {
                 c.minute, decimals > 0 ? decimals + 3 : 2, decimals, c.second);
   return text;
 }
+
+std::optional<GpsTime> parseDate(std::optional<int> year, std::optional<int> month, std::optional<int> day,
+                                 std::optional<int> hour, std::optional<int> minute,
+                                 std::optional<double> second) {
+  if (!year || !month || !day || !hour || !minute || !second) return std::nullopt;
+  if (*year < 1980 || *year > 2200 || *month < 1 || *month > 12 || *day < 1) return std::nullopt;
+  using namespace std::chrono;
+  const year_month_day date{std::chrono::year{*year}, std::chrono::month{static_cast<unsigned>(*month)},
+                            std::chrono::day{static_cast<unsigned>(*day)}};
+  if (!date.ok() || *hour < 0 || *hour > 24 || *minute < 0 || *minute > 59 || *second < 0.0 ||
+      *second > 60.0) {
+    return std::nullopt;
+  }
+  return toGpsTime({*year, *month, *day, *hour, *minute, *second});
+}
+
+std::ostream& operator<<(std::ostream& out, const GpsTime& t) { return out << formatTime(t, 3); }
 
 }  // namespace gnx

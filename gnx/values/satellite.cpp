@@ -1,10 +1,11 @@
-// Rows of the satellite navigation table by their columns, their validity, and who flies reversed.
+// Names of satellites; rows of the satellite navigation table by their columns.
 
-#include "deployment/satellite_table.h"
+#include "gnx/satellite.h"
 
 #include <charconv>
 #include <cstdlib>
 
+#include "deployment/built_in_files.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -53,16 +54,15 @@ char systemLetter(const SatelliteRecord& satellite) {
   return letter == 'C' && satellite.block.starts_with("BEIDOU-2") ? 'B' : letter;
 }
 
-bool hasReversedAxes(const std::string& block) {
-  return block.starts_with("BLOCK IIR") || block == "BLOCK IIIA";
-}
-
-std::set<SatName> reversedSatellites(const std::vector<SatelliteRecord>& rows, const TableTime& now) {
-  std::set<SatName> names;
-  for (const SatelliteRecord& satellite : rows) {
-    if (hasReversedAxes(satellite.block) && satellite.validAt(now)) names.insert(satellite.name);
-  }
-  return names;
+std::optional<SatName> parseSat(std::string_view text) {
+  if (text.size() != 3) return std::nullopt;
+  const char letter = text[0] == ' ' ? 'G' : text[0];
+  const char tens = text[1] == ' ' ? '0' : text[1];
+  const char ones = text[2];
+  if (letter < 'A' || letter > 'Z' || tens < '0' || tens > '9' || ones < '0' || ones > '9')
+    return std::nullopt;
+  if (tens == '0' && ones == '0') return std::nullopt;
+  return SatName{letter, tens, ones};
 }
 
 std::vector<SatelliteRecord> parseSatelliteTable(std::string_view text) {
@@ -105,6 +105,11 @@ std::string formatSatelliteTable(const std::vector<SatelliteRecord>& rows) {
   }
   text += "-SATELLITES\n\n+SATELLITES PART 2\nLaser reflector offsets: none.\n\n\n\n\n-SATELLITES\n";
   return text;
+}
+
+const std::vector<SatelliteRecord>& builtInSatellites() {
+  static const std::vector<SatelliteRecord> rows = parseSatelliteTable(builtInFiles().at("satnav.txt"));
+  return rows;
 }
 
 }  // namespace gnx

@@ -1,8 +1,8 @@
 // Steps of UTC since 1981, and the fixed distances of the systems' time scales.
 
-#include "formats/leap_seconds.h"
-
 #include <array>
+
+#include "gnx/time.h"
 
 namespace gnx {
 
