@@ -15,6 +15,7 @@
 #include "Common/ProductHeaders.h"
 #include "Config/IntegerFaults.h"
 #include "Config/PatternTable.h"
+#include "Core/Filter/ObservationAccount.h"
 #include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "Interface/Controller.h"
@@ -214,6 +215,8 @@ int addListener(const std::string& event, EventListener listener) {
   });
   return number;
 }
+
+const char* fateName(Fate fate) { return fate < Fate::count ? s_fateName(fate) : ""; }
 
 int addResultListener(ResultListener listener) {
   int number = 0;
