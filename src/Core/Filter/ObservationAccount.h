@@ -20,6 +20,7 @@ namespace tarvio {
 class OrbitClkAdapter;
 
 using GNX_EXT::Fate;
+using GNX_EXT::Reason;
 
 /// The word for a fate in the diagnostics.
 const char* s_fateName(Fate fate);
@@ -64,6 +65,10 @@ class ObservationAccount {
   /// Fate of a value of the open epoch; places are those of Rnxobs::m_obs.
   Fate m_fate(int isat, int place) const { return m_fates[isat][place]; }
   long m_total(int system, Fate fate) const { return m_totals[system][static_cast<int>(fate)]; }
+  /// Values of the epoch that was opened last, with those that never reached its record; behind m_close.
+  long m_inEpoch(int system, Fate fate) const {
+    return m_total(system, fate) - m_before[system][static_cast<int>(fate)];
+  }
   /// Values of a system that came in since the start.
   long m_in(int system) const;
 
@@ -72,6 +77,7 @@ class ObservationAccount {
   const Rnxobs* m_source = nullptr;
   Fate m_fates[kMaxSat][kObs] = {};
   long m_totals[kSystems][kFates] = {};
+  long m_before[kSystems][kFates] = {};  ///< totals when the epoch was opened
 };
 
 }  // namespace tarvio
