@@ -10,6 +10,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -170,10 +171,11 @@ struct Dop {
   double g = 0.0, p = 0.0, h = 0.0, v = 0.0;
 };
 
-/// Epoch minus time of the corrections in use, s; negative where there are none.
+/// Epoch minus time of the corrections in use, s; not a number where there are none.
 struct CorrectionAges {
-  double orbitClock_s = -1.0, phaseBias_s = -1.0;
-  double codeBias_s = -1.0;  ///< of the newest
+  double orbitClock_s = std::numeric_limits<double>::quiet_NaN();
+  double phaseBias_s = std::numeric_limits<double>::quiet_NaN();
+  double codeBias_s = std::numeric_limits<double>::quiet_NaN();  ///< of the newest
 };
 
 /// What became of the values of a system in this epoch: values = sum of the counts.
@@ -208,6 +210,12 @@ using ResultListener = std::function<void(const Result&)>;
 /// Registers a listener of results; it is called inside GNX_inputObs once for every epoch that is a tick,
 /// under the rules of event listeners. \return a number above 0, for removeListener; 0 for an empty listener
 int addResultListener(ResultListener listener);
+
+/// The last epoch as a line of a position file, with its line break; "" when it has no solution. On the
+/// thread of GNX_inputObs, in a listener or between epochs.
+std::string positionLine();
+/// The same as NMEA GGA sentence.
+std::string ggaSentence();
 
 // ---- options ----
 
