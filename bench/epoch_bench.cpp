@@ -11,6 +11,9 @@
 ///   share_...                of all that time: covariance of the ambiguities, factorisation,
 ///                            decorrelation, search of the full sets, subsets (with failure rates)
 ///
+///   listened                 median of the epochs with a listener of results over that of those without:
+///                            every second half minute of a run of its own has one
+///
 /// The shares come from the problems of the run: this program takes the place of two functions of the
 /// engine (the dynamic linker prefers a program's symbols), keeps what they were given, and times the steps
 /// on it afterwards. The levels of every tenth epoch are kept.
@@ -38,12 +41,13 @@
 #include "Core/Ambfix/RatioScreen.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
+#include "GNX_SDK_ext.h"
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "deployment/satellite_table.h"
-#include "engine/boundary_feed.h"
-#include "engine/replay_clock.h"
+#include "support/replay_clock.h"
+#include "gnx/adapt.h"
+#include "gnx/satellite.h"
 #include "run/run_plan.h"
 
 namespace {
@@ -122,7 +126,8 @@ namespace fs = std::filesystem;
 struct RunPlan {
   gnx_bench::DenseSkyPlan sky;
   bool threeFrequencies = false;
-  bool table = false;  ///< of critical values; without it a ratio of 3
+  bool table = false;     ///< of critical values; without it a ratio of 3
+  bool listened = false;  ///< every second half minute has a listener of results
 };
 
 void s_writeDeployment(const fs::path& directory, const gnx_bench::DenseSky& sky, const RunPlan& plan) {
@@ -132,7 +137,7 @@ void s_writeDeployment(const fs::path& directory, const gnx_bench::DenseSky& sky
   options.date = sky.start;
   options.codeNoise_m = 0.3 * plan.sky.noise;
   options.run.interval_s = plan.sky.interval;
-  options.run.mode = "kinematic";
+  options.run.mode = gnx::Mode::kinematic;
   if (plan.threeFrequencies) options.freqobs = "GPS:L1_L2_L5 GAL:E1_E5a_E5b BD3:B1_B3_B2a";
   options.overrides["files.rinput"] = plan.table ? "ratio.txt" : "no_ratio_table.txt";
   std::ostringstream notes;
@@ -156,6 +161,9 @@ std::string s_text(const char* file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+/// Every second half minute: corrections come in each of them alike.
+bool s_isListened(std::size_t epoch) { return epoch / 6 % 2 == 1; }
+
 /// Milliseconds of every epoch.
 std::vector<double> s_drive(const gnx_bench::DenseSky& sky, const RunPlan& plan, double* satellites) {
   const auto setClock = [&](const gnx::GpsTime& t) {
@@ -164,11 +172,12 @@ std::vector<double> s_drive(const gnx_bench::DenseSky& sky, const RunPlan& plan,
   setClock(sky.start);
   const gnx::SignalPlan signals = s_signalPlan(sky);
   const gnx::BoundaryNumbers numbers;
+  gnx::LinkedBoundary boundary;
   gnx::ProductFeed products(
-      numbers, signals, {},
+      boundary, numbers, signals, {},
       gnx::reversedSatellites(gnx::parseSatelliteTable(s_text("satnav.txt")), gnx::tableTime(sky.start)),
       true);
-  gnx::ObservationFeed feed(numbers, signals, {});
+  gnx::ObservationFeed feed(boundary, numbers, signals, {});
   GNX_IO::sta_t station{};
   GNX_initialize("kinematic", &station, 7.0, plan.sky.interval);
   std::size_t message = 0, batch = 0;
@@ -180,9 +189,16 @@ std::vector<double> s_drive(const gnx_bench::DenseSky& sky, const RunPlan& plan,
     while (batch < sky.corrections.size() && sky.corrections[batch].delivery <= epoch.time)
       products.feed(sky.corrections[batch++]);
     s_recorder.keep = times.size() % 10 == 9;
+    int listener = 0;
+    if (plan.listened && s_isListened(times.size()))
+      listener = GNX_EXT::addResultListener([](const GNX_EXT::Result& result) {
+        double state = result.state;
+        benchmark::DoNotOptimize(state);
+      });
     const double begin = s_cpuSeconds();
     feed.feed(epoch);
     times.push_back(1e3 * (s_cpuSeconds() - begin));
+    GNX_EXT::removeListener(listener);
     *satellites += feed.satellites() / static_cast<double>(sky.epochs.size());
   }
   GNX_finilize();
@@ -233,6 +249,17 @@ Steps s_timeSteps(const tarvio::RatioTable* table) {
   return steps;
 }
 
+double s_median(std::vector<double> values) {
+  std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
+  return values[values.size() / 2];
+}
+
+double s_listenedShare(const std::vector<double>& times) {
+  std::vector<double> by[2];
+  for (std::size_t i = 1; i < times.size(); ++i) by[s_isListened(i)].push_back(times[i]);
+  return s_median(by[1]) / s_median(by[0]);
+}
+
 /// Counters of a run, name and value, from a process of its own.
 std::map<std::string, double> s_run(const RunPlan& plan) {
   const gnx_bench::DenseSky sky(plan.sky);
@@ -248,6 +275,7 @@ std::map<std::string, double> s_run(const RunPlan& plan) {
     std::vector<double> times = s_drive(sky, plan, &c["satellites"]);
     const double all = 1e-3 * std::accumulate(times.begin() + 1, times.end(), 0.0);
     c["first"] = times.front();
+    if (plan.listened) c["listened"] = s_listenedShare(times);
     times.erase(times.begin());
     if (const char* file = std::getenv("GNX_BENCH_TIMES"))
       for (std::ofstream out(file, std::ios::app); const double t : times) out << t << '\n';
@@ -318,6 +346,9 @@ const bool s_registered = [] {
       s_register(name + "/last_level_failing", s_plan(three, table, Biases::narrow));
       s_register(name + "/noisy", s_plan(three, table, Biases::wrong, 4.0));
     }
+  RunPlan listened = s_plan(false, true, Biases::right);
+  listened.listened = true;
+  s_register("Epoch/two/table/listened", listened);
   return true;
 }();
 

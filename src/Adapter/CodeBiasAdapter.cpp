@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <limits>
 
 #include "Common/ComFreq.h"
+#include "Common/ComTime.h"
 #include "Common/Logtrace.h"
 #include "Config/Configuration.h"
 #include "Config/SatelliteTable.h"
@@ -54,6 +56,18 @@ struct Refusal {
 void CodeBiasAdapter::v_inputCodeBias(const char* cprn, const char* code, double value) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_bias[cprn][code] = value;
+}
+
+void CodeBiasAdapter::m_noteTime(int mjd, double sod) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  if (m_mjd != 0 && timdif(mjd, sod, m_mjd, m_sod) < 0.0) return;
+  m_mjd = mjd;
+  m_sod = sod;
+}
+
+double CodeBiasAdapter::m_age(int mjd, double sod) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  return m_mjd == 0 ? std::numeric_limits<double>::quiet_NaN() : timdif(mjd, sod, m_mjd, m_sod);
 }
 
 bool CodeBiasAdapter::m_inquireCodeBias(bool substitute, const char* cprn, const char* code, double* value) {

@@ -3,6 +3,7 @@
 #include "Adapter/OrbitClkAdapter.h"
 
 #include <cstdio>
+#include <limits>
 
 namespace tarvio {
 
@@ -39,6 +40,9 @@ void OrbitClkAdapter::v_inputSsr(SSRORB*, SSRCLK*) {}
 void OrbitClkAdapter::v_inputSp3(SatPos_T*) {}
 void OrbitClkAdapter::v_inputClk() {}
 void OrbitClkAdapter::v_inputSsr_reply() {}
+double OrbitClkAdapter::v_correctionAge(int, double) const {
+  return std::numeric_limits<double>::quiet_NaN();
+}
 ProductGap OrbitClkAdapter::v_gap(const char*, int, double) { return ProductGap::none; }
 
 }  // namespace tarvio

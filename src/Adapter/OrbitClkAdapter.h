@@ -56,6 +56,8 @@ class OrbitClkAdapter : public ClkAdapter, public OrbitAdapter {
   virtual void v_inputSsr_reply();
   /// Why a satellite cannot be served, for diagnostics; changes nothing.
   virtual ProductGap v_gap(const char* cprn, int mjd, double sod);
+  /// Epoch minus time of the corrections that serve it, s; not a number when none do.
+  virtual double v_correctionAge(int mjd, double sod) const;
 
   int m_orbtype = 0, m_clktype = 0;  ///< 1 broadcast, 3 SSR
   int m_outOpen = 0;

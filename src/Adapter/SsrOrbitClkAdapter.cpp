@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "Common/ComFreq.h"
 #include "Common/ComGeometry.h"
@@ -122,10 +123,14 @@ void SsrOrbitClkAdapter::v_inputSsr(SSRORB* orb, SSRCLK* clk) {
   while (m_list.size() > kMaxRecords) m_list.pop_front();
 }
 
+/// Requests of one epoch, at emission times too, share the record of its first request.
+bool SsrOrbitClkAdapter::m_isCurrent(int mjd, double second) const {
+  return std::fabs(second + s_roundCut((mjd - m_lastEpoch) * kDay)) <= 0.01;
+}
+
 bool SsrOrbitClkAdapter::m_acquire(int mjd, double sod) {
   const double second = s_roundCut(sod);
-  // Requests of one epoch, at emission times too, share the record of its first request.
-  if (std::fabs(second + s_roundCut((mjd - m_lastEpoch) * kDay)) <= 0.01) return true;
+  if (m_isCurrent(mjd, second)) return true;
 
   int week = 0;
   double sow = 0.0;
@@ -140,6 +145,14 @@ bool SsrOrbitClkAdapter::m_acquire(int mjd, double sod) {
   Logtrace::m_logtagTrace("DEBUG SSR", "[%d %9.1lf] acquire ssr for clock [%d %9.1lf]\n", week, sow,
                           m_cur.m_wk, m_cur.m_sow);
   return true;
+}
+
+double SsrOrbitClkAdapter::v_correctionAge(int mjd, double sod) const {
+  if (!m_isCurrent(mjd, s_roundCut(sod))) return std::numeric_limits<double>::quiet_NaN();
+  int week = 0;
+  double sow = 0.0;
+  mjd2wksow(mjd, sod, &week, &sow);
+  return (week - m_cur.m_wk) * kWeek_s + sow - m_cur.m_sow;
 }
 
 ProductGap SsrOrbitClkAdapter::v_gap(const char* cprn, int mjd, double sod) {

@@ -20,6 +20,7 @@ class SsrOrbitClkAdapter : public BrdOrbitClkAdapter {
   int v_readClkDrift(const char* cprn, int mjd, double sod, double* drift) override;
   void v_inputSsr(SSRORB* orb, SSRCLK* clk) override;
   ProductGap v_gap(const char* cprn, int mjd, double sod) override;
+  double v_correctionAge(int mjd, double sod) const override;
   void v_openOutFile(std::string epoch, double version) override;
   void v_outFileEph() override;
   void v_closeOutFile() override;
@@ -32,6 +33,8 @@ class SsrOrbitClkAdapter : public BrdOrbitClkAdapter {
   std::list<SsrRecord> m_list;
 
  private:
+  /// Whether m_cur was chosen for this epoch.
+  bool m_isCurrent(int mjd, double second) const;
   /// Chooses the record nearest to the epoch, within 120 s. \return whether m_cur serves the epoch
   bool m_acquire(int mjd, double sod);
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
 #include <utility>
 
 #include "Common/ComFreq.h"
@@ -196,13 +197,18 @@ void UpdAdapter::m_inquireBias(int mjd, double sod, Upd_bias& out) {
   }
 }
 
+/// Callers hold m_mutex.
+const UpdAdapter::Record* UpdAdapter::m_nearestComb(int mjd, double sod, const char* kind,
+                                                    const char* tag) const {
+  const auto tags = m_combs.find(kind);
+  if (tags == m_combs.end()) return nullptr;
+  const auto history = tags->second.find(tag);
+  return history == tags->second.end() ? nullptr : history->second.nearest(mjd, sod);
+}
+
 void UpdAdapter::m_inquireComb(int mjd, double sod, const char* kind, const char* tag, Upd_comb& out) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  const auto tags = m_combs.find(kind);
-  if (tags == m_combs.end()) return;
-  const auto history = tags->second.find(tag);
-  if (history == tags->second.end()) return;
-  const Record* record = history->second.nearest(mjd, sod);
+  const Record* record = m_nearestComb(mjd, sod, kind, tag);
   if (record == nullptr) return;
   out.m_reset();
   s_unpackHead(*record, out);
@@ -212,6 +218,16 @@ void UpdAdapter::m_inquireComb(int mjd, double sod, const char* kind, const char
     out.m_sig[isat] = record->sig.at(k);
     out.m_time[isat] = record->time.at(k);
   }
+}
+
+double UpdAdapter::m_age(int mjd, double sod, const Upd_ambconfig& level, const char* tag) {
+  const bool bySignal = s_config().m_losb;
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  const Record* record = bySignal            ? m_biases.nearest(mjd, sod)
+                         : level.m_updSwitch ? m_nearestComb(mjd, sod, level.m_updType, tag)
+                                             : nullptr;
+  return record == nullptr ? std::numeric_limits<double>::quiet_NaN()
+                           : timdif(mjd, sod, record->mjd, record->sod);
 }
 
 std::unique_ptr<Updc> UpdAdapter::m_inquireLevel(int mjd, double sod, const Upd_ambconfig& level,

@@ -60,6 +60,8 @@ class UpdAdapter {
   /// Nearest record in time; `out` stays as it was when there is none.
   void m_inquireBias(int mjd, double sod, Upd_bias& out);
   void m_inquireComb(int mjd, double sod, const char* kind, const char* tag, Upd_comb& out);
+  /// Epoch minus time of the biases that m_inquireLevel takes, s; not a number without any.
+  double m_age(int mjd, double sod, const Upd_ambconfig& level, const char* tag);
   /// What the switches of a level ask for, null when all are off. Observable-specific biases, switched on
   /// for all levels, take the place of combined ones.
   std::unique_ptr<Updc> m_inquireLevel(int mjd, double sod, const Upd_ambconfig& level, const char* tag);
@@ -99,6 +101,7 @@ class UpdAdapter {
     bool m_ordered = true;
   };
 
+  const Record* m_nearestComb(int mjd, double sod, const char* kind, const char* tag) const;
   static Record s_pack(const Updc& set, const double* value, const double* sig, const double* time,
                        const double* time2, int slots);
   static void s_unpackHead(const Record& record, Updc& set);

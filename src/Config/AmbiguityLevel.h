@@ -5,17 +5,13 @@
 #include <iterator>
 #include <string_view>
 
+#include "GNX_SDK_ext.h"
 #include "Records/SolutionState.h"
 
 namespace tarvio {
 
-/// In the order of the resolution: each level rests on the one before it. The number is its place in
-/// Deploy::m_ambconfig.
-enum class Level : int {
-  extraWideLane,  ///< two close frequencies, wavelengths of metres
-  wideLane,       ///< wavelengths of about 0.8 m
-  last,           ///< narrow-lane or first frequency, 0.1 to 0.2 m: what makes the position precise
-};
+/// In the order of the resolution. The number is a level's place in Deploy::m_ambconfig.
+using GNX_EXT::Level;
 
 struct LevelTraits {
   Level level;

@@ -244,6 +244,7 @@ int Controller::m_runEpoch(Rnxobs* obs) {
 
 int Controller::v_inputObs(Rnxobs* obs) {
   SrifFilter& filter = *m_filter;
+  filter.m_wantsResults = Results::s_getInstance().m_wanted();
   filter.v_setobs({{"STAN", obs}});
 
   if (!m_tick.m_accept(m_deploy.m_curMjd, m_deploy.m_curSod)) {
@@ -260,10 +261,9 @@ int Controller::v_inputObs(Rnxobs* obs) {
   filter.v_onPrepare();
   filter.v_onAddAmbt();
   filter.v_onAddObsMatrix();
-  filter.m_wantsCovariance = Results::s_getInstance().m_wanted();
   filter.v_onFilterEstimate();
   filter.v_onOutput();
-  Results::s_getInstance().m_epoch(filter);
+  Results::s_getInstance().m_epoch(*this);
   m_events.m_epoch(filter);  // while the rows stand
   filter.v_onFinish();
   filter.v_onDelAmbt();

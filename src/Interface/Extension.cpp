@@ -10,11 +10,14 @@
 
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "Common/Callable.h"
+#include "Common/ComTime.h"
 #include "Common/Logtrace.h"
 #include "Common/Patterns.h"
 #include "Common/ProductHeaders.h"
 #include "Config/IntegerFaults.h"
 #include "Config/PatternTable.h"
+#include "Core/Filter/ObservationAccount.h"
+#include "Core/Filter/SrifFilter.h"
 #include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "Interface/Controller.h"
@@ -98,6 +101,15 @@ class Listeners : public Callable {
   int m_last = 0;
   std::map<int, std::vector<std::pair<std::string, CallBack>>> m_byNumber;
 };
+
+/// A text of the filter's last epoch, "" when that has no solution.
+template <class Text>
+std::string s_ofLastEpoch(Text text) {
+  return s_answer([&]() -> std::string {
+    SrifFilter* filter = s_running() ? Controller::s_getInstance()->m_filter : nullptr;
+    return filter == nullptr || filter->m_solstat == kStateNone ? "" : text(*filter);
+  });
+}
 
 std::string s_listOf(const std::vector<std::string>& words) {
   std::string text;
@@ -215,6 +227,8 @@ int addListener(const std::string& event, EventListener listener) {
   return number;
 }
 
+const char* fateName(Fate fate) { return fate < Fate::count ? s_fateName(fate) : ""; }
+
 int addResultListener(ResultListener listener) {
   int number = 0;
   s_answer([&] {
@@ -222,6 +236,14 @@ int addResultListener(ResultListener listener) {
     return "";
   });
   return number;
+}
+
+std::string positionLine() {
+  return s_ofLastEpoch([](SrifFilter& filter) { return filter.m_getRTKLIBSeq(); });
+}
+
+std::string ggaSentence() {
+  return s_ofLastEpoch([](SrifFilter& filter) { return filter.m_getGGASeq(); });
 }
 
 bool removeListener(int number) {
@@ -243,6 +265,8 @@ std::string setOutputOptions(const std::string& options) {
     return "";
   });
 }
+
+void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {
   try {

@@ -100,6 +100,12 @@ void s_setPhase(const GNX_IO::ssr_t& source, int isat, int isys, const Controlle
 }
 
 void s_setCode(const GNX_IO::ssr_t& source, const char* cprn, Controller& controller, int& refused) {
+  if (s_usableTime(source.t0_cbias)) {
+    int mjd = 0;
+    double sod = 0.0;
+    s_epochOf(source.t0_cbias, &mjd, &sod);
+    controller.m_codebias.m_noteTime(mjd, sod);
+  }
   for (int number = 1; number <= GNX_IO::kMaxCode; ++number) {
     const char* code = controller.m_signals.m_code[number];
     const double bias = source.cbias[number - 1];

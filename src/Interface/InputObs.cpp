@@ -7,6 +7,7 @@
 #include "Core/Filter/SrifFilter.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/Controller.h"
+#include "Interface/Results.h"
 
 namespace tarvio {
 
@@ -99,8 +100,9 @@ void s_setObsData(GNX_IO::gtime_t t, const GNX_IO::obs_t* obs) {
   Controller& controller = *Controller::s_getInstance();
   Rnxobs rnx;
   s_epochOf(t, &rnx.m_mjd, &rnx.m_sod);
-  ObservationAccount& account = controller.m_filter->m_account;
-  account.m_begin(s_wantsAccount(controller.m_deploy.m_pams));
+  EpochAccount& account = controller.m_filter->m_account;
+  controller.m_filter->m_wantsResults = Results::s_getInstance().m_wanted();
+  account.m_begin(account.m_wanted());
   s_setObservations(*obs, controller, rnx, account);
   account.m_arrive(rnx);
   controller.m_runEpoch(&rnx);

@@ -8,7 +8,7 @@
 
 namespace tarvio {
 
-class SrifFilter;
+class Controller;
 
 class Results {
  public:
@@ -20,10 +20,11 @@ class Results {
   bool m_drop(int number) { return m_listeners.erase(number) > 0; }
   bool m_wanted() const { return !m_listeners.empty(); }
   /// Behind the estimate, while the rows of the epoch stand.
-  void m_epoch(const SrifFilter& filter) const;
+  void m_epoch(Controller& controller);
 
  private:
   std::map<int, GNX_EXT::ResultListener> m_listeners;
+  GNX_EXT::Result m_record;  ///< of the last epoch, kept for its storage
 };
 
 }  // namespace tarvio

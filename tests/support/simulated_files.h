@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "engine/replay.h"
+#include "run/replay.h"
 #include "simulate/simulation.h"
 #include "support/files.h"
 #include "support/places.h"
@@ -18,9 +18,9 @@ using RunDirectory = support::TemporaryDirectory;
 inline ReplayOptions replayInto(const std::filesystem::path& out, const std::string& mode = "static") {
   ReplayOptions o;
   o.outDir = out;
-  o.program = support::kProgram;
   o.quiet = true;
-  o.plan.mode = o.deploy.run.mode = mode;
+  o.plan.mode = mode;
+  o.deploy.run.mode = parseMode(mode);
   return o;
 }
 

@@ -138,6 +138,7 @@ namespace {
 
 /// Says when integers begin and cease to be too few or too weak for a fixed position.
 void s_tellUndetermined(SrifFilter& filter, bool undetermined, long integers, double sigma) {
+  if (undetermined) filter.m_reason = Reason::undetermined;
   switch (filter.m_undetermined.m_update(undetermined)) {
     case StatusCondition::Change::begins:
       Logtrace::m_logStatInfo(

@@ -15,6 +15,7 @@ void SrifFilter_iar::v_onFilterEstimate() {
   SrifFilter::v_onFilterEstimate();
   const Deploy& config = s_config();
   for (auto& level : m_candidates) level.clear();
+  m_reason = Reason::none;
   if (nobs < 1 || !config.m_liar || s_has(config.m_pams, "-float")) {
     m_keepCovariance();
     if (nobs > 0 && config.m_liar) m_stayFloat();
@@ -68,6 +69,7 @@ bool SrifFilter_iar::m_tooOld(const Updc* updc) {
   if (!settings.m_on || updc == nullptr || updc->m_mjd == 0) return false;
   const double age = (mjd - updc->m_mjd) * kDay + sod - updc->m_sod;
   const bool old = age > m_oldestBiases(updc->m_mjd * kDay + updc->m_sod);
+  if (old) m_reason = Reason::oldBiases;
   const auto change = m_oldBiases.m_update(old);
   if (change == StatusCondition::Change::begins)
     Logtrace::m_logStatInfo("[%d %8.1lf] phase biases are %.0lf s old: no integers until newer ones come\n",

@@ -13,8 +13,10 @@
 
 namespace tarvio {
 
+bool EpochAccount::m_wanted() const { return m_filter.m_wantsResults || s_wantsAccount(s_config().m_pams); }
+
 void EpochAccount::m_noteArrivals(const Rnxobs* obs) {
-  if (m_isOf(obs) || !s_wantsAccount(s_config().m_pams)) return;
+  if (m_isOf(obs) || !m_wanted()) return;
   m_begin(true);
   if (obs) m_arrive(*obs, true);
 }
@@ -101,6 +103,7 @@ void EpochAccount::m_closeEpoch(Fate fate) {
   if (!m_isOpen()) return;
   m_settle([&](int, int) { return fate; });
   m_close();
+  if (!s_wantsAccount(s_config().m_pams)) return;
   const double now = m_filter.mjd * kDay + m_filter.sod;
   m_pending = std::fabs(now - m_written) < kEvery_s;
   if (m_pending) return;

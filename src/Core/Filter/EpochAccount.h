@@ -31,6 +31,8 @@ class EpochAccount : public ObservationAccount {
   /// \param filter  whose steps these are; it is only read
   explicit EpochAccount(const SrifFilter& filter) : m_filter(filter) {}
 
+  /// Whether options or listeners of results ask for it.
+  bool m_wanted() const;
   /// A host may hand its record to the filter alone; then the account begins here.
   void m_noteArrivals(const Rnxobs* obs);
   /// Values of systems that are not processed.

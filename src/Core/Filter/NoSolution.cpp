@@ -59,7 +59,7 @@ void NoSolution::m_tell(const SrifFilter& filter) {
   switch (m_condition.m_update(filter.m_solstat == kStateNone)) {
     case StatusCondition::Change::begins:
       Logtrace::m_logStatInfo("[%d %8.1lf] no solution (state 00) from here on: %s\n", filter.mjd, filter.sod,
-                              m_reason(filter).c_str());
+                              m_sentence(filter).c_str());
       break;
     case StatusCondition::Change::ends:
       Logtrace::m_logStatInfo("[%d %8.1lf] solutions again (state %02d)\n", filter.mjd, filter.sod,
@@ -70,21 +70,34 @@ void NoSolution::m_tell(const SrifFilter& filter) {
   }
 }
 
-/// The first thing that the epoch lacked, in the order of its steps.
-std::string NoSolution::m_reason(const SrifFilter& filter) const {
-  if (m_observed == 0 && m_refused == 0) return "no observation that can be used";
-  if (m_observed == 0)
-    return "no observation that can be used, " + std::to_string(m_refused) + " satellites refused (" +
-           s_fateName(m_refusal) + ")";
+Reason NoSolution::m_reason(const SrifFilter& filter) const {
+  if (m_observed == 0) return Reason::noObservation;
+  if (m_served == 0) return Reason::noProduct;
+  if (!m_positioned) return Reason::noPosition;
+  if (*std::max_element(m_useful, m_useful + kSys) < kLeastSatellites) return Reason::fewSatellites;
+  return filter.m_waiting.empty() ? Reason::noRow : Reason::arrayFull;
+}
+
+std::string NoSolution::m_sentence(const SrifFilter& filter) const {
   const std::string observed = std::to_string(m_observed) + " satellites observed";
-  if (m_served == 0) return observed + ", none of them with orbit and clock (" + s_fateName(m_lacking) + ")";
   const std::string served = observed + ", " + std::to_string(m_served) + " with orbit and clock";
-  if (!m_positioned) return served + ", no receiver position from their codes";
-  if (*std::max_element(m_useful, m_useful + kSys) < kLeastSatellites)
-    return served + ", too few with residuals: " + m_satellites() + "; one system needs " +
-           std::to_string(kLeastSatellites);
-  if (!filter.m_waiting.empty()) return "the array is full";
-  return served + ", the combination makes no row of them";
+  switch (m_reason(filter)) {
+    case Reason::noObservation:
+      if (m_refused == 0) return "no observation that can be used";
+      return "no observation that can be used, " + std::to_string(m_refused) + " satellites refused (" +
+             s_fateName(m_refusal) + ")";
+    case Reason::noProduct:
+      return observed + ", none of them with orbit and clock (" + s_fateName(m_lacking) + ")";
+    case Reason::noPosition:
+      return served + ", no receiver position from their codes";
+    case Reason::fewSatellites:
+      return served + ", too few with residuals: " + m_satellites() + "; one system needs " +
+             std::to_string(kLeastSatellites);
+    case Reason::arrayFull:
+      return "the array is full";
+    default:
+      return served + ", the combination makes no row of them";
+  }
 }
 
 std::string NoSolution::m_satellites() const {

@@ -26,9 +26,11 @@ class NoSolution {
   void m_noteUseful(const int (&count)[kSys]);
   /// Behind the estimate.
   void m_tell(const SrifFilter& filter);
+  /// What an epoch without a solution lacked first, in the order of its steps, and the sentence for it.
+  Reason m_reason(const SrifFilter& filter) const;
+  std::string m_sentence(const SrifFilter& filter) const;
 
  private:
-  std::string m_reason(const SrifFilter& filter) const;
   std::string m_satellites() const;
 
   int m_observed = 0, m_refused = 0, m_served = 0;  ///< satellites

@@ -67,7 +67,9 @@ bool s_wantsAccount(const char* options) {
 void ObservationAccount::m_begin(bool wanted) {
   m_on = wanted;
   m_source = nullptr;
-  if (m_on) std::memset(m_fates, 0, sizeof m_fates);
+  if (!m_on) return;
+  std::memset(m_fates, 0, sizeof m_fates);
+  std::memcpy(m_before, m_totals, sizeof m_before);
 }
 
 void ObservationAccount::m_refuse(char letter, Fate fate, int n) {

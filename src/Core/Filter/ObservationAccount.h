@@ -12,41 +12,15 @@
 /// table is touched, in an epoch that was not opened.
 
 #include "Common/Constants.h"
+#include "GNX_SDK_ext.h"
 #include "Records/Rnxobs.h"
 
 namespace tarvio {
 
 class OrbitClkAdapter;
 
-enum class Fate : unsigned char {
-  absent,         ///< no value came in
-  open,           ///< still in
-  used,           ///< in a row of the filter
-  notConfigured,  ///< satellite is not in the satellite table
-  noSlot,         ///< band is not among the observed frequencies
-  impossible,     ///< not finite, or out of range
-  replaced,       ///< a later signal of the same band took the slot
-  partner,        ///< too few signals of the satellite
-  codes,          ///< pseudoranges of the satellite disagree
-  noBias,         ///< no code bias
-  noPhaseBias,    ///< no phase bias
-  noTick,         ///< epoch is none of the interval
-  system,         ///< system is not processed
-  ifpb,           ///< no third-frequency bias
-  unused,         ///< frequency is observed, not used
-  noCorrection,   ///< no correction within reach of the epoch
-  noOrbit,        ///< satellite without orbit correction or attitude
-  noClock,        ///< satellite without clock correction
-  noMessage,      ///< no current broadcast message of the satellite
-  noIssue,        ///< no broadcast message of the issue that the correction names
-  noPosition,     ///< receiver position unknown
-  lowElevation,   ///< below the mask
-  range,          ///< code residual stands out
-  noRoom,         ///< more satellites than the arrays hold
-  epoch,          ///< too few satellites in the epoch
-  noRow,          ///< left out by the combination
-  count
-};
+using GNX_EXT::Fate;
+using GNX_EXT::Reason;
 
 /// The word for a fate in the diagnostics.
 const char* s_fateName(Fate fate);
@@ -91,6 +65,10 @@ class ObservationAccount {
   /// Fate of a value of the open epoch; places are those of Rnxobs::m_obs.
   Fate m_fate(int isat, int place) const { return m_fates[isat][place]; }
   long m_total(int system, Fate fate) const { return m_totals[system][static_cast<int>(fate)]; }
+  /// Values of the epoch that was opened last, with those that never reached its record; behind m_close.
+  long m_inEpoch(int system, Fate fate) const {
+    return m_total(system, fate) - m_before[system][static_cast<int>(fate)];
+  }
   /// Values of a system that came in since the start.
   long m_in(int system) const;
 
@@ -99,6 +77,7 @@ class ObservationAccount {
   const Rnxobs* m_source = nullptr;
   Fate m_fates[kMaxSat][kObs] = {};
   long m_totals[kSystems][kFates] = {};
+  long m_before[kSystems][kFates] = {};  ///< totals when the epoch was opened
 };
 
 }  // namespace tarvio

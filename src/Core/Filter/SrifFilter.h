@@ -103,7 +103,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   bool m_positionCovariance(int ista, double (&out)[9]) const;
   /// The same of the first station with the integers of the last level in the triangle.
   bool m_fixedCovariance(double (&out)[9]) const;
-  /// Keeps it for the epoch's results, when anybody wants them.
+  /// Keeps covariance and formal sigmas for the epoch's results, when anybody wants them.
   void m_keepCovariance();
   void m_addProductErrors(double (&covariance)[9]) const;
   /// Solves R x = z.
@@ -216,12 +216,15 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   int* m_ewlint = nullptr;                  ///< [station][160] held extra-wide-lane integer
   int* m_ewlflag = nullptr;                 ///< [station][160] 1 = held
   std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
-  bool m_wantsCovariance = false;           ///< of the epoch's solution
+  bool m_wantsResults = false;              ///< somebody listens to the results of the epoch
+  Reason m_reason = Reason::none;           ///< what the resolution of integers met in this epoch
+  std::vector<double> m_solutionSigma;      ///< by column of ordinary parameters and slant delays
   double m_solutionCovariance[9] = {};      ///< of the first station's position, m^2, by rows
   NoiseMonitor m_noise;
   EpochAccount m_account{*this};
   std::vector<RowOrigin> m_waiting;  ///< rows of the epoch for whose columns the array has no room
   int m_maxSatEpoch = 0;             ///< satellites that the row storage holds in one epoch and station
+  NoSolution m_noSolution;
 
  protected:
   // sizing and ordinary parameters
@@ -292,7 +295,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
   StatusCondition m_arrayFull, m_satellitesLeftOut;
-  NoSolution m_noSolution;
 };
 
 }  // namespace tarvio

@@ -8,10 +8,12 @@
 
 #include "Common/CMat.h"
 #include "Common/Com.h"
+#include "Common/FormalSigmas.h"
 #include "Common/Logtrace.h"
 #include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/FilterDiagnostics.h"
+#include "Core/Filter/SatelliteCount.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_IO.h"
 
@@ -20,23 +22,6 @@ namespace tarvio {
 namespace {
 
 constexpr char kSolutionLog[] = "ppp_pos";
-
-struct SatelliteCount {
-  int perSystem[kSys] = {};
-  int total = 0;
-};
-
-/// Satellites with a code residual on the first slot.
-SatelliteCount s_countSatellites(const Station& sta) {
-  const Deploy& config = s_config();
-  SatelliteCount count;
-  for (int isat = 0; isat < config.m_nsat; ++isat) {
-    if (sta.m_sat[isat].m_xx[kFreq] == 0.0) continue;
-    ++count.perSystem[config.m_sysOfRow(isat)];
-    ++count.total;
-  }
-  return count;
-}
 
 int s_countObserved(const Station& sta) {
   const Deploy& config = s_config();
@@ -66,6 +51,17 @@ int s_directions(const Station& sta, double (&q)[16]) {
 }
 
 }  // namespace
+
+SatelliteCount s_countSatellites(const Station& sta) {
+  const Deploy& config = s_config();
+  SatelliteCount count;
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    if (sta.m_sat[isat].m_xx[kFreq] == 0.0) continue;
+    ++count.perSystem[config.m_sysOfRow(isat)];
+    ++count.total;
+  }
+  return count;
+}
 
 void SrifFilter::v_onOutput() {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0;
@@ -147,22 +143,24 @@ bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
   const int first = infs ? i_ip(ista) : -1;
   if (first < 0) return false;
   const auto n = static_cast<std::size_t>(imtx);
-  std::vector<double> y(3 * n, 0.0);
-  for (int i = 0; i < 3; ++i) {
-    double* yi = y.data() + static_cast<std::size_t>(i) * n;
-    for (int column = first + i; column < imtx; ++column) {
-      const double* r = infs + iptx[column];
-      double sum = column == first + i ? 1.0 : 0.0;
-      for (int row = first + i; row < column; ++row) sum -= r[row] * yi[row];
-      if (r[column] == 0.0) return false;
-      yi[column] = sum / r[column];
-    }
+  struct Three {
+    double of[3];
+  };
+  // The three go side by side: each is a chain of sums that waits for itself.
+  std::vector<Three> y(n, Three{});
+  for (int column = first; column < imtx; ++column) {
+    const double* r = infs + iptx[column];
+    if (r[column] == 0.0) return false;
+    Three sum = {};
+    if (column < first + 3) sum.of[column - first] = 1.0;
+    for (int row = first; row < column; ++row)
+      for (int i = 0; i < 3; ++i) sum.of[i] -= r[row] * y[static_cast<std::size_t>(row)].of[i];
+    for (int i = 0; i < 3; ++i) y[static_cast<std::size_t>(column)].of[i] = sum.of[i] / r[column];
   }
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j)
-      out[3 * i + j] = std::inner_product(y.data() + static_cast<std::size_t>(i) * n,
-                                          y.data() + static_cast<std::size_t>(i + 1) * n,
-                                          y.data() + static_cast<std::size_t>(j) * n, 0.0);
+      out[3 * i + j] = std::accumulate(
+          y.begin(), y.end(), 0.0, [=](double sum, const Three& of) { return sum + of.of[i] * of.of[j]; });
   return true;
 }
 
@@ -189,11 +187,13 @@ void SrifFilter::m_addProductErrors(double (&covariance)[9]) const {
 }
 
 void SrifFilter::m_keepCovariance() {
-  if (!m_wantsCovariance) return;
+  if (!m_wantsResults) return;
   const bool known = m_solstat == kStateFixed ? m_fixedCovariance(m_solutionCovariance)
                                               : m_positionCovariance(0, m_solutionCovariance);
   if (!known) std::fill_n(m_solutionCovariance, 9, 0.0);
   else m_addProductErrors(m_solutionCovariance);
+  m_solutionSigma.resize(static_cast<std::size_t>(npi));
+  s_formalSigmas(infs, iptx, imtx, npi, m_solutionSigma.data());
 }
 
 std::string SrifFilter::m_getRTKLIBSeq() {

@@ -1,0 +1,108 @@
+// Preparation of a run: deployment, plan, results of the last run.
+
+#include "run/run_directory.h"
+
+#include <fstream>
+
+#include "gnx/error.h"
+#include "gnx/read.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
+
+constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
+                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
+                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
+                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
+
+/// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
+/// as "NAME.1".
+void setResultsAside(const fs::path& dir) {
+  for (const char* name : kResults) {
+    const fs::path last = dir / (std::string(name) + ".1");
+    fs::remove(last);  // what stays beside is of one run
+    if (fs::exists(dir / name)) fs::rename(dir / name, last);
+  }
+}
+
+void makeAbsolute(std::vector<std::string>& files) {
+  for (std::string& file : files) {
+    if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
+    file = fs::absolute(file).string();
+  }
+}
+
+void makeAbsolute(std::string& file) {
+  if (!file.empty()) file = fs::absolute(file).string();
+}
+
+void checkSources(const RunPlan& plan) {
+  if (plan.obs.empty()) throw UsageError("no observation file; give one with --obs");
+  if (plan.nav.empty() && plan.sp3.empty())
+    throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
+  if (plan.ssr.empty() && plan.sp3.empty() && !plan.broadcastOnly) {
+    throw UsageError(
+        "no corrections; give --sp3 (and --clk), or --ssr, or --broadcast to run on broadcast orbits");
+  }
+}
+
+/// Whatever the choices leave open comes from the observation file: date, antenna.
+void completeFromObservations(ReplayOptions& options) {
+  ObservationReader reader(options.plan.obs.front());
+  const ObsHeader& header = reader.header();
+  ObsEpoch first;
+  if (!reader.next(first)) throw InputError(options.plan.obs.front(), 0, "holds no epoch");
+  options.deploy.date = first.time;
+  if (options.plan.antenna.empty()) options.plan.antenna = header.antenna;
+  options.deploy.run.antenna = options.plan.antenna;
+  if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
+}
+
+/// \return the deployment in the directory
+Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
+  if (options.deployment.empty()) {
+    fs::create_directories(dir);
+    setResultsAside(dir);
+    const Deployment made = Deployment::make(dir, options.deploy);
+    std::ofstream notes(dir / "deployment.txt");
+    for (const std::string& note : made.notes()) notes << note << '\n';
+    return made;
+  }
+  const Deployment given = Deployment::open(options.deployment);
+  fs::create_directories(dir);
+  setResultsAside(dir);
+  given.lend(dir);
+  return Deployment::open(dir);
+}
+
+}  // namespace
+
+PreparedRun prepareRun(const ReplayOptions& given) {
+  ReplayOptions options = given;
+  RunPlan& plan = options.plan;
+  for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
+  for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
+  checkSources(plan);
+  completeFromObservations(options);
+
+  PreparedRun run;
+  run.dir = fs::absolute(options.outDir);
+  const Deployment deployment = fillDirectory(run.dir, options);
+  deployment.check();  // integers that would be wrong are refused
+  plan.bands = deployment.bands();
+  plan.massCentre = deployment.toMassCentre();
+  plan.resolution = deployment.resolvesIntegers();
+  if (options.reference) plan.reference = options.reference;
+  if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
+  if (options.report) plan.details = kReportDetails_s;
+  writeRunPlan(run.dir / "run.json", plan);
+  run.plan = plan;
+  return run;
+}
+
+}  // namespace gnx

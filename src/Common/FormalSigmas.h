@@ -1,0 +1,14 @@
+#pragma once
+/// \file FormalSigmas.h
+/// Formal sigmas of parameters from the triangle of a square-root information filter.
+
+namespace tarvio {
+
+/// With P = R^-1 R^-T, sigma_i = sqrt(P_ii): the length of row i of R^-1.
+/// \param R      upper triangle, element (row, column) at R[start[column] + row]; what lies below is not read
+/// \param n      columns
+/// \param count  the sigmas of columns 0 to count-1 are wanted
+/// \param sigma  [count]; 0 where the triangle does not determine the parameter
+void s_formalSigmas(const double* R, const int* start, int n, int count, double* sigma);
+
+}  // namespace tarvio
