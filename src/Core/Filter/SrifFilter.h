@@ -25,10 +25,12 @@
 #include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
 #include "Adapter/ProductStores.h"
+#include "Common/GivensSweeps.h"
 #include "Common/SmoothAdapter.h"
 #include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixAgreement.h"
 #include "Core/Filter/FixRecord.h"
+#include "Core/Filter/MeasurementSweep.h"
 #include "Core/Filter/NoSolution.h"
 #include "Core/Filter/NoiseMonitor.h"
 #include "Core/Filter/SrifPamt.h"
@@ -125,6 +127,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \return false, and nothing is done, when the array has no room for it
   bool m_onDiaGenSen(int row, int k, double value);
   bool m_onDiaGenSen(int row, int k, double value, double weight);
+  /// Takes the epoch's rows in once more, so that their reflectors stand below the triangle.
+  void m_makeReflectors();
   /// Takes the k prepared columns into the array as new ambiguities of `rows`.
   void m_onDiaUpInfs(int k, const std::vector<int>& rows);
   /// Sigma of unit weight when the rows' misfit is also explained by n sensitivity columns (nobs
@@ -269,13 +273,24 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
 
   // time update, rows, estimate
   double m_noiseSpan(SrifPamt& record, bool* running) const;
-  void m_fillOrdinaryNoise(double* array, int ld, int n, int rhs);
-  void m_fillIonosphereNoise(double* array, int ld, int n, int rhs);
+  /// How a value passes to the next epoch.
+  struct Transition {
+    double information = 0.0;  ///< 1/sigma of its noise
+    double phi = 0.0;
+    double moved = 0.0;  ///< correction that the a-priori value has taken over
+  };
+  Transition m_pass(SrifPamt& record, double information) const;
+  void m_passOrdinary();
+  void m_passIonosphere();
+  void m_moveOn();
   void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
   void m_addRow(const Station& sta, int ista, int row);
   void m_reportWaiting();
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
+  void m_takeRowsIn();
+  void m_keepPrior();
+  void m_clearRows();
   double m_unitWeightSigma(bool codeAndPhaseOnly) const;
   void m_logSolution() const;
 
@@ -285,7 +300,13 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
 
  private:
   // Work space that is kept between epochs.
-  std::vector<double> m_timeArray;
+  std::vector<Transition> m_transitions;
+  std::vector<double> m_leaving, m_leavingCarry;
+  GivensSweeps m_sweeps;
+  std::vector<GivensSweeps::Column> m_sweepColumns;
+  MeasurementSweep m_measurement;
+  bool m_hasReflectors = false;  ///< below the triangle
+  std::vector<double> m_prior;   ///< the triangle and the right-hand sides before the epoch's rows
   std::vector<double> m_solution;
   std::vector<double> m_xiniOf;
   std::vector<double> m_formedWgt;

@@ -220,19 +220,56 @@ void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
   ++nobs;
 }
 
+/// The rows themselves stay below the triangle, in case that reflectors are wanted.
+void SrifFilter::m_takeRowsIn() {
+  m_keepPrior();
+  if (m_measurement.m_run(infs, ldinfs, np, imtx, nobs, tres)) return;
+  m_makeReflectors();
+}
+
+void SrifFilter::m_keepPrior() {
+  const auto height = static_cast<std::size_t>(imtx);
+  m_prior.resize(height * (height + 1) / 2 + height + static_cast<std::size_t>(nobs));
+  double* to = m_prior.data();
+  for (int column = 0; column <= imtx; ++column)
+    to = std::copy_n(infs + iptx[column], std::min(column + 1, imtx), to);
+  std::copy_n(infs + iptx[imtx] + imtx, nobs, to);
+}
+
+void SrifFilter::m_makeReflectors() {
+  const double* from = m_prior.data();
+  for (int column = 0; column <= imtx; ++column) {
+    const int height = std::min(column + 1, imtx);
+    std::copy_n(from, height, infs + iptx[column]);
+    from += height;
+  }
+  double* misfit = infs + iptx[imtx] + imtx;
+  std::copy_n(from, nobs, misfit);
+  CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, true);
+  m_hasReflectors = true;
+  std::copy_n(misfit, nobs, tres);
+  std::fill_n(misfit, nobs, 0.0);
+}
+
+/// Rows below the triangle are zero at rest, and so is what reflectors have left there.
+void SrifFilter::m_clearRows() {
+  const int end = std::min(imtx + nobs + 1, ldinfs);
+  for (int column = 0; column <= imtx; ++column)
+    std::fill(infs + iptx[column] + (m_hasReflectors ? std::min(column + 1, imtx) : imtx),
+              infs + iptx[column] + end, 0.0);
+  m_hasReflectors = false;
+}
+
 void SrifFilter::v_onFilterEstimate() {
   m_solstat = kStateNone;
   if (nobs < 1) return;
   const Deploy& config = s_config();
-  CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, config.m_ldia);
+  m_takeRowsIn();
   std::printf("imtx: %d nobs: %d %d - %d np: %d\n", imtx, nobs, imtx + nobs, nobs, np);
-
-  double* misfit = infs + iptx[imtx] + imtx;
-  std::copy_n(misfit, nobs, tres);
-  std::fill_n(misfit, nobs, 0.0);
   m_get_resi(resi);
   m_sig0 = m_unitWeightSigma(false);
   if (config.m_ldia) m_onDia();
+  m_clearRows();
 
   m_solstat = s_has(config.m_obsused, "PHASE") ? kStateFloat : kStateCode;
   m_solve_update();
