@@ -50,6 +50,7 @@ void GuardedSearch::m_leaveOutImprecise(std::size_t least) {
   for (std::size_t size = m_rows.size(); size >= least && lowest > m_problem.failureRate; --size)
     if (const double rate = m_failureRate(size); rate < lowest) lowest = rate, best = size;
   m_rows.resize(best);
+  if (lowest <= 1.0) m_rate = lowest;
 }
 
 /// Best vector, its ratio, its norm and the satellite that spoils it most: with W the inverse covariance and
@@ -63,7 +64,8 @@ bool GuardedSearch::m_solve(GuardedResult& result) {
   if (ambslv_(static_cast<int>(n), m_block(m_problem.Q).data(), result.integers.data(), nullptr, s) != 0)
     return false;
   result.ratio = s[0] > 0.0 ? s[1] / s[0] : std::numeric_limits<double>::max();
-  result.failureRate = m_failureRate(n);
+  result.failureRate = m_rate ? *m_rate : m_failureRate(n);
+  m_rate.reset();
 
   std::vector<double> W = m_block(m_problem.judged);
   if (CMat::CMat_Inverse(W.data(), static_cast<int>(n), static_cast<int>(n)) != 0) return false;
