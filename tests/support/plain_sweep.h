@@ -86,17 +86,23 @@ inline Array plainDeletion(const Array& before, const std::vector<int>& gone) {
   return after;
 }
 
-/// Triangles with right-hand side, the sign of a row free, by the norms of their columns.
-inline void expectSameTriangle(const Array& got, const Array& want, double relative) {
+/// Norm of a column.
+inline double norm(const Array& a, int c) {
+  double sum = 0.0;
+  for (int r = 0; r < a.rows; ++r) sum = std::hypot(sum, a.at(r, c));
+  return sum;
+}
+
+/// Triangles with right-hand side, the sign of a row free, by the norms of their columns. \param before  of
+/// the right-hand side from which this one came, whose rounding it has
+inline void expectSameTriangle(const Array& got, const Array& want, double relative, double before) {
   ASSERT_EQ(got.columns, want.columns);
   const int n = want.columns - 1;
   for (int c = 0; c <= n; ++c) {
-    double norm = 0.0;
-    for (int r = 0; r < std::min(n, c + 1); ++r) norm = std::hypot(norm, want.at(r, c));
+    const double limit = relative * norm(want, c) + (c == n ? 1.0e-3 * relative * before : 0.0);
     for (int r = 0; r < n; ++r) {
       const double sign = (got.at(r, r) < 0.0) == (want.at(r, r) < 0.0) ? 1.0 : -1.0;
-      ASSERT_NEAR(sign * got.at(r, c), r <= c ? want.at(r, c) : 0.0, relative * norm + 1.0e-20)
-          << r << ' ' << c << " of " << n;
+      ASSERT_NEAR(sign * got.at(r, c), r <= c ? want.at(r, c) : 0.0, limit) << r << ' ' << c << " of " << n;
     }
   }
 }

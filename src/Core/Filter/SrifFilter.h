@@ -95,10 +95,9 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
                int ifreq);
   /// Coefficients of the three-frequency combination by system letter.
   std::map<char, std::vector<double>> m_get_AFIF_ccf();
-  /// Removes columns from the square root; what the others know stays (marginalisation). The array
-  /// is not triangular afterwards.
+  /// Removes columns from the square root; what the others know stays (marginalisation).
   /// \param records  the records of `columns`, deleted here  \param columns  ascending
-  /// \param flags  by column, 1 = goes; used as work space  \param count  how many
+  /// \param flags  by column, 1 = goes  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
   /// Covariance of a station's position from the triangle as it stands, m^2, by rows; false without one.
@@ -265,7 +264,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_insertColumns(int first, const std::vector<double>& diagonal);
   int m_room() const;
   bool m_waits(int ista, const RowIndex& row) const;
-  void m_swapColumns(int a, int b, int rows);
   void m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::vector<int>& columns,
                                 std::vector<int>& flags);
   void m_collectUnusedIonosphere(std::vector<SrifPamt*>& records, std::vector<int>& columns,
@@ -283,8 +281,11 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_passOrdinary();
   void m_passIonosphere();
   void m_moveOn();
+  void m_beginLeaving(int count, int rows);
+  GivensSweeps::Column& m_leave(int column);
   void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
   void m_addRow(const Station& sta, int ista, int row);
+  void m_emptyRows();
   void m_reportWaiting();
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
@@ -301,9 +302,10 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
  private:
   // Work space that is kept between epochs.
   std::vector<Transition> m_transitions;
-  std::vector<double> m_leaving, m_leavingCarry;
   GivensSweeps m_sweeps;
-  std::vector<GivensSweeps::Column> m_sweepColumns;
+  std::vector<double> m_leavingRows, m_leavingCarry;
+  std::vector<GivensSweeps::Column> m_leavingColumns, m_stayingColumns;
+  int m_leavingHeight = 0, m_leavingCount = 0;
   MeasurementSweep m_measurement;
   bool m_hasReflectors = false;  ///< below the triangle
   std::vector<double> m_prior;   ///< the triangle and the right-hand sides before the epoch's rows

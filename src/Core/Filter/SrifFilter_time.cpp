@@ -96,41 +96,55 @@ void SrifFilter::m_passIonosphere() {
   }
 }
 
+/// Room for columns that are going to leave a triangle of so many rows.
+void SrifFilter::m_beginLeaving(int count, int rows) {
+  m_leavingHeight = rows + 3;
+  m_leavingCount = count;
+  const auto size = static_cast<std::size_t>(count);
+  m_leavingRows.assign(size * static_cast<std::size_t>(m_leavingHeight), 0.0);
+  m_leavingCarry.assign(size * size, 0.0);
+  m_leavingColumns.clear();
+  m_stayingColumns.clear();
+  m_sweeps.m_begin(rows);
+}
+
+/// The next one, as it stands; the last columns come first.
+GivensSweeps::Column& SrifFilter::m_leave(int column) {
+  const auto place = static_cast<std::ptrdiff_t>(m_leavingColumns.size());
+  double* rows = m_leavingRows.data() + place * m_leavingHeight;
+  std::copy_n(infs + iptx[column], column + 1, rows);
+  // A parameter of which nothing is known must give its row free all the same.
+  if (rows[column] == 0.0) rows[column] = kNothing;
+  return m_leavingColumns.emplace_back(
+      GivensSweeps::Column{rows, column, m_leavingCarry.data() + place * m_leavingCount});
+}
+
 /// Old values of the first npi columns give way to the new ones.
 void SrifFilter::m_moveOn() {
   const int n = npi;
-  const auto lead = static_cast<std::size_t>(n) + 3;
-  m_leaving.assign(lead * static_cast<std::size_t>(n), 0.0);
-  m_leavingCarry.assign(static_cast<std::size_t>(n) * static_cast<std::size_t>(n), 0.0);
-  std::vector<GivensSweeps::Column>& columns = m_sweepColumns;
-  columns.clear();
-  for (int k = n - 1, i = 0; k >= 0; --k, ++i) {
+  m_beginLeaving(n, n);
+  for (int k = n - 1, sweep = 0; k >= 0; --k, ++sweep) {
     const auto [information, phi, moved] = m_transitions[static_cast<std::size_t>(k)];
     double* column = infs + iptx[k];
-    double* leaving = m_leaving.data() + static_cast<std::size_t>(i) * lead;
-    double* carry = m_leavingCarry.data() + static_cast<std::size_t>(i) * static_cast<std::size_t>(n);
-    columns.push_back({leaving, k, carry});
     if (phi == 0.0) {
-      std::copy_n(column, k + 1, leaving);
+      m_leave(k);
       std::fill_n(column, k + 1, 0.0);
-      // A value of which nothing is known must give its row free all the same.
-      if (leaving[k] == 0.0) leaving[k] = kNothing;
       continue;
     }
+    double* rhs = infs + iptx[imtx];
     for (int row = 0; row <= k; ++row) {
-      infs[iptx[imtx] + row] -= column[row] * moved;
+      rhs[row] -= column[row] * moved;
       column[row] /= phi;
-      leaving[row] = -column[row];
     }
-    carry[i] = information;
+    const GivensSweeps::Column& noise = m_leave(k);
+    for (int row = 0; row <= k; ++row) noise.m_rows[row] *= -1.0;
+    noise.m_carry[sweep] = information;
   }
-  m_sweeps.m_begin(n);
-  m_sweeps.m_clear(columns);
-  columns.clear();
+  m_sweeps.m_clear(m_leavingColumns);
   for (int column = 0; column <= imtx; ++column)
     if (column >= n || m_transitions[static_cast<std::size_t>(column)].phi != 0.0)
-      columns.push_back({infs + iptx[column], std::min(column, n - 1), nullptr});
-  m_sweeps.m_apply(columns.data(), columns.size());
+      m_stayingColumns.push_back({infs + iptx[column], std::min(column, n - 1), nullptr});
+  m_sweeps.m_apply(m_stayingColumns.data(), m_stayingColumns.size());
   for (int k = 0; k < n; ++k)
     if (const Transition& transition = m_transitions[static_cast<std::size_t>(k)]; transition.phi == 0.0)
       infs[iptx[k] + k] = transition.information;

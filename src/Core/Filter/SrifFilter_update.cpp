@@ -162,6 +162,7 @@ void SrifFilter::v_onAddObsMatrix() {
   nobs = 0;
   m_waiting.clear();
   const bool phase = s_usesPhase();
+  m_emptyRows();
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
@@ -179,6 +180,17 @@ void SrifFilter::v_onAddObsMatrix() {
     CMat::CMat_PrintMatrix_file(infs, ldinfs, imtx + nobs, imtx + 1, "", "infs");
   }
   v_xini_update(1);
+}
+
+/// Zeros where the epoch's rows will come.
+void SrifFilter::m_emptyRows() {
+  int rows = 0;
+  for (const Station& sta : m_stations) rows += sta.m_nobs;
+  rows = std::max(std::min({rows, nhk, ldinfs - imtx - 1}), 0);
+  for (int column = 0; column <= imtx; ++column) {
+    std::fill_n(infs + iptx[column] + imtx, rows, 0.0);
+    std::fill_n(Hk + iphk[column], rows, 0.0);
+  }
 }
 
 void SrifFilter::m_reportWaiting() {
@@ -202,10 +214,6 @@ void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
   const int record[5] = {isat, kind, slot, ista, row};
   std::copy_n(record, 5, obsrec + 5 * nobs);
   obswgt[nobs] = wgt;
-  for (int column = 0; column <= imtx; ++column) {
-    infs[iptx[column] + imtx + nobs] = 0.0;
-    Hk[iphk[column] + nobs] = 0.0;
-  }
   const double* pairs = amat + kPairDoubles * number;
   for (int i = 0; i < namat[number]; ++i) {
     const int column = static_cast<int>(pairs[2 * i]);
