@@ -164,20 +164,15 @@ bool DeterminedPosition::m_try(const LevelIntegers& integers, const std::functio
     s_tellUndetermined(f, true, count, 0.0);
     return false;
   }
-  const auto rows = static_cast<std::size_t>(f.imtx);
-  std::vector<double> saved;
-  saved.reserve(rows * (rows + 1));
-  for (int column = 0; column <= f.imtx; ++column)
-    saved.insert(saved.end(), f.infs + f.iptx[column], f.infs + f.iptx[column] + f.imtx);
   const int state = f.m_solstat;
+  f.m_fixed.m_remember();
   if (!constrain()) return false;
   double P[9];
   const double sigma = f.m_fixedCovariance(P) ? std::sqrt(P[0] + P[4] + P[8]) : HUGE_VAL;
   const bool determined = sigma <= settings.m_position_m;
   s_tellUndetermined(f, !determined, count, sigma);
   if (determined) return true;
-  for (int column = 0; column <= f.imtx; ++column)
-    std::copy_n(saved.data() + static_cast<std::size_t>(column) * rows, f.imtx, f.infs + f.iptx[column]);
+  f.m_fixed.m_takeBack();
   f.m_solstat = state;
   f.m_solve_update();
   return false;

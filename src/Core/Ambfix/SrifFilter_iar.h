@@ -2,8 +2,8 @@
 /// \file SrifFilter_iar.h
 /// The filter that the controller builds: the float filter and, behind it, integer fixing.
 ///
-/// Fixes last for one epoch. The triangle is put back after the levels, so that a wrong integer
-/// never reaches the float filter; the estimates of the last level stay and are what is reported.
+/// Fixes last for one epoch and stay beside the triangle, so that a wrong integer never reaches the float
+/// filter; the estimates of the last level stay and are what is reported.
 
 #include <memory>
 
@@ -26,8 +26,6 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
   std::unique_ptr<Updc> m_product(Level level) const;
   void m_stayFloat();
   bool m_tooOld(const Updc* updc);
-
-  std::vector<double> m_snapshot;  ///< the triangle of the float solution, kept between epochs
 };
 
 }  // namespace tarvio

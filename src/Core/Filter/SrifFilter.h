@@ -30,6 +30,7 @@
 #include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixAgreement.h"
 #include "Core/Filter/FixRecord.h"
+#include "Core/Filter/FixedSolution.h"
 #include "Core/Filter/MeasurementSweep.h"
 #include "Core/Filter/NoSolution.h"
 #include "Core/Filter/NoiseMonitor.h"
@@ -100,14 +101,16 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \param flags  by column, 1 = goes  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
-  /// Covariance of a station's position from the triangle as it stands, m^2, by rows; false without one.
+  /// Columns of R^-T that belong to a station's position, three of imtx each; false without one.
+  bool m_positionFactor(int ista, std::vector<double>& Y) const;
+  /// Covariance of a station's position in the present solution, m^2, by rows; false without one.
   bool m_positionCovariance(int ista, double (&out)[9]) const;
-  /// The same of the first station with the integers of the last level in the triangle.
+  /// The same of the first station with the integers of the last level in the solution.
   bool m_fixedCovariance(double (&out)[9]) const;
   /// Keeps it for the epoch's results, when anybody wants them.
   void m_keepCovariance();
   void m_addProductErrors(double (&covariance)[9]) const;
-  /// Solves R x = z.
+  /// Solves R x = z; while integers are resolved, with the fixes so far.
   void m_solve(std::vector<double>& x) const;
   /// Solves R dx = z and refreshes dx and xest of all records.
   void m_solve_update();
@@ -221,6 +224,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::map<std::string, t_ifpb> m_ifpbrec;  ///< third-frequency biases taken over so far
   bool m_wantsCovariance = false;           ///< of the epoch's solution
   double m_solutionCovariance[9] = {};      ///< of the first station's position, m^2, by rows
+  FixedSolution m_fixed;                    ///< while integers are resolved
   NoiseMonitor m_noise;
   EpochAccount m_account{*this};
   std::vector<RowOrigin> m_waiting;  ///< rows of the epoch for whose columns the array has no room

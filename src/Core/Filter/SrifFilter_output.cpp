@@ -142,27 +142,33 @@ void SrifFilter::m_genxsig() {
   for (SrifPamt* record : m_amblist) fill(*record);
 }
 
-/// P = R^-1 R^-T: with R^T y = e for the column of each coordinate, P_ij = y_i y_j.
-bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+bool SrifFilter::m_positionFactor(int ista, std::vector<double>& Y) const {
   const int first = infs ? i_ip(ista) : -1;
   if (first < 0) return false;
   const auto n = static_cast<std::size_t>(imtx);
-  std::vector<double> y(3 * n, 0.0);
+  Y.assign(3 * n, 0.0);
   for (int i = 0; i < 3; ++i) {
-    double* yi = y.data() + static_cast<std::size_t>(i) * n;
+    double* y = Y.data() + static_cast<std::size_t>(i) * n;
     for (int column = first + i; column < imtx; ++column) {
       const double* r = infs + iptx[column];
       double sum = column == first + i ? 1.0 : 0.0;
-      for (int row = first + i; row < column; ++row) sum -= r[row] * yi[row];
+      for (int row = first + i; row < column; ++row) sum -= r[row] * y[row];
       if (r[column] == 0.0) return false;
-      yi[column] = sum / r[column];
+      y[column] = sum / r[column];
     }
   }
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      out[3 * i + j] = std::inner_product(y.data() + static_cast<std::size_t>(i) * n,
-                                          y.data() + static_cast<std::size_t>(i + 1) * n,
-                                          y.data() + static_cast<std::size_t>(j) * n, 0.0);
+  return true;
+}
+
+/// P = R^-1 R^-T = Y^T Y.
+bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+  if (ista == 0 && m_fixed.m_isActive()) return m_fixed.m_positionCovariance(out);
+  std::vector<double> Y;
+  if (!m_positionFactor(ista, Y)) return false;
+  const auto n = static_cast<std::size_t>(imtx);
+  for (std::size_t i = 0; i < 3; ++i)
+    for (std::size_t j = 0; j < 3; ++j)
+      out[3 * i + j] = std::inner_product(Y.data() + i * n, Y.data() + (i + 1) * n, Y.data() + j * n, 0.0);
   return true;
 }
 

@@ -151,6 +151,10 @@ void SrifFilter::m_moveOn() {
 }
 
 void SrifFilter::m_solve(std::vector<double>& x) const {
+  if (m_fixed.m_isActive()) {
+    x = m_fixed.m_values();
+    return;
+  }
   x.assign(infs + iptx[imtx], infs + iptx[imtx] + imtx);
   CMat::CMat_SolveLinear(imtx, infs, ldinfs, x.data(), 0);
 }
