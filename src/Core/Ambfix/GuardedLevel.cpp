@@ -40,11 +40,11 @@ std::vector<double> GuardedLevel::m_withFloor(const LevelProblem& problem, int w
       (m_form.m_level == Level::last ? settings.m_narrowLaneFloor : settings.m_wideLaneFloor)[which];
   std::vector<double> Q = problem.Q;
   const auto n = problem.idx.size();
+  std::vector<int> system;
+  for (const int isat : problem.idx) system.push_back(s_config().m_sysOfRow(isat));
   for (std::size_t j = 0; j < n; ++j)
-    for (std::size_t i = 0; i < n; ++i) {
-      if (s_config().m_sysOfRow(problem.idx[i]) != s_config().m_sysOfRow(problem.idx[j])) continue;
-      Q[j * n + i] += floor * floor * (i == j ? 2.0 : 1.0);
-    }
+    for (std::size_t i = 0; i < n; ++i)
+      if (system[i] == system[j]) Q[j * n + i] += floor * floor * (i == j ? 2.0 : 1.0);
   return Q;
 }
 

@@ -290,6 +290,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
   void m_addRow(const Station& sta, int ista, int row);
   void m_emptyRows();
+  /// Rows come in rising order.
+  void m_setDesign(int row, int column, double coefficient);
   void m_reportWaiting();
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
@@ -316,6 +318,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   std::vector<double> m_solution;
   std::vector<double> m_xiniOf;
   std::vector<double> m_formedWgt;
+  std::vector<ColumnRows> m_designRows;  ///< by column: where Hk may have something
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
   StatusCondition m_arrayFull, m_satellitesLeftOut;

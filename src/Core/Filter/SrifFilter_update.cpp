@@ -187,6 +187,7 @@ void SrifFilter::m_emptyRows() {
   int rows = 0;
   for (const Station& sta : m_stations) rows += sta.m_nobs;
   rows = std::max(std::min({rows, nhk, ldinfs - imtx - 1}), 0);
+  m_designRows.assign(static_cast<std::size_t>(imtx), {});
   for (int column = 0; column <= imtx; ++column) {
     std::fill_n(infs + iptx[column] + imtx, rows, 0.0);
     std::fill_n(Hk + iphk[column], rows, 0.0);
@@ -208,6 +209,13 @@ void SrifFilter::m_reportWaiting() {
   }
 }
 
+void SrifFilter::m_setDesign(int row, int column, double coefficient) {
+  Hk[iphk[column] + row] = coefficient;
+  auto& [first, end] = m_designRows[static_cast<std::size_t>(column)];
+  if (first == end) first = row;
+  end = row + 1;
+}
+
 void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
   const auto [isat, slot, kind, number] = sta.m_index(row);
   const double wgt = sta.m_wgtList[row];
@@ -221,7 +229,7 @@ void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
     ++parameter->nuse;
     parameter->elevsum += sta.m_sat[isat].m_elev;
     infs[iptx[column] + imtx + nobs] = wgt * pairs[2 * i + 1];
-    Hk[iphk[column] + nobs] = pairs[2 * i + 1];
+    m_setDesign(nobs, column, pairs[2 * i + 1]);
   }
   infs[iptx[imtx] + imtx + nobs] = wgt * sta.m_omcList[row];
   Hk[iphk[imtx] + nobs] = sta.m_omcList[row];
@@ -293,10 +301,12 @@ void SrifFilter::m_get_resi(double* out) {
   if (!infs || !out || nobs < 1) return;
   m_solve(m_solution);
   std::copy_n(Hk + iphk[imtx], nobs, out);
-  for (int column = 0; column < imtx; ++column) {
+  const int columns = std::min(imtx, static_cast<int>(m_designRows.size()));
+  for (int column = 0; column < columns; ++column) {
     const double x = m_solution[static_cast<std::size_t>(column)];
     const double* design = Hk + iphk[column];
-    for (int row = 0; row < nobs; ++row) out[row] -= design[row] * x;
+    const auto [first, end] = m_designRows[static_cast<std::size_t>(column)];
+    for (int row = first; row < end; ++row) out[row] -= design[row] * x;
   }
 }
 
