@@ -92,6 +92,7 @@ void s_one(int sweeps, const double* table, int last, double* column, double* ca
 void GivensSweeps::m_begin(int rows) {
   m_rows = rows;
   m_count = 0;
+  m_begins.clear();
 }
 
 /// \return the carried element behind the sweep
@@ -99,6 +100,8 @@ double GivensSweeps::m_add(const double* x, int last, double head) {
   const int place = m_count % kFused;
   const auto group = static_cast<std::size_t>(m_count / kFused);
   const auto size = static_cast<std::size_t>(m_rows) * 2 * kFused;
+  if (place == 0) m_begins.push_back(last);
+  m_begins.back() = std::max(m_begins.back(), last);
   if (m_table.size() < (group + 1) * size) m_table.resize((group + 1) * size);
   double* pairs = m_table.data() + group * size + 2 * place;
   for (int row = last + 1; row < m_rows; ++row) {
@@ -146,6 +149,7 @@ void GivensSweeps::m_applyGroup(std::size_t group, int count, const Column* colu
   static_assert(kFused == kSweeps);
   static const FourFunction four = s_chooseFour();
   if (count == 0) return;
+  const int begin = m_begins[group];
   const double* table = m_table.data() + group * static_cast<std::size_t>(m_rows) * 2 * kFused;
   const auto carryOf = [&](const Column& column, double* nothing) {
     return column.m_carry ? column.m_carry + group * kFused : nothing;
@@ -160,11 +164,11 @@ void GivensSweeps::m_applyGroup(std::size_t group, int count, const Column* colu
       carry[k] = carryOf(columns[i + k], nothing[k]);
       last = std::max(last, columns[i + k].m_last);
     }
-    four(count, table, last, rows, carry);
+    four(count, table, std::min(last, begin), rows, carry);
   }
   for (; i < number; ++i) {
     double nothing[kSweeps] = {};
-    s_one(count, table, columns[i].m_last, columns[i].m_rows, carryOf(columns[i], nothing));
+    s_one(count, table, std::min(columns[i].m_last, begin), columns[i].m_rows, carryOf(columns[i], nothing));
   }
 }
 

@@ -42,6 +42,7 @@ class GivensSweeps {
   void m_applyGroup(std::size_t group, int count, const Column* columns, std::size_t number) const;
 
   int m_rows = 0, m_count = 0;
+  std::vector<int> m_begins;    ///< by group: the lowest row that its sweeps change
   std::vector<double> m_table;  ///< by group of sweeps, row and sweep: cosine and sine
 };
 
