@@ -4,8 +4,8 @@
 // What is fast about it, none of which changes a result:
 //  - A row whose element is exactly zero gets u = 0. In the filter the rows between the diagonal and
 //    the new observation rows are such rows, so a reflector is its pivot and one range of rows.
-//  - Reflectors are applied a panel at a time, column by column: the arithmetic of a column is that
-//    of one reflector after the other, but the column stays in the first cache.
+//  - Reflectors are applied a panel at a time, four columns by four: the arithmetic of a column is that
+//    of one reflector after the other, but the columns stay in the first cache.
 //  - Four columns share each load of u. Every column keeps four partial sums whatever the width of
 //    the vector unit, without fused operations, so all processors give the same digits.
 
@@ -72,9 +72,12 @@ template <int N>
                                        a + static_cast<long>(c + 2) * ld, a + static_cast<long>(c + 3) * ld};
     for (int k = 0; k < count; ++k) s_applyTo<kColumns>(panel[k], columns);
   }
-  for (; c < last; ++c) {
-    double* const column = a + static_cast<long>(c) * ld;
-    for (int k = 0; k < count; ++k) s_applyTo<1>(panel[k], &column);
+  double* const rest[kColumns] = {a + static_cast<long>(c) * ld, a + static_cast<long>(c + 1) * ld,
+                                  a + static_cast<long>(c + 2) * ld};
+  for (int k = 0; k < count; ++k) {
+    if (last - c == 1) s_applyTo<1>(panel[k], rest);
+    if (last - c == 2) s_applyTo<2>(panel[k], rest);
+    if (last - c == 3) s_applyTo<3>(panel[k], rest);
   }
 }
 
@@ -243,11 +246,11 @@ void CMat::CMat_Householder(double* a, int ld, int ncol, int nrow, int ntot, boo
     for (int j = start; j < end; ++j) {
       const int k = j - start;
       double* column = a + static_cast<long>(j) * ld;
-      applyPanel(panel, k, a, ld, j, j + 1);
       // u is indexed by row, like the columns it meets
       panel[k] = s_reflect(column, j, {j + 1, nrow}, work.data() + static_cast<long>(k) * nrow);
       for (int i = panel[k].m_lo; i < panel[k].m_hi; ++i) column[i] = save ? panel[k].m_u[i] : 0.0;
       if (save && room) column[nrow] = panel[k].m_beta;
+      applyPanel(panel + k, 1, a, ld, j + 1, end);
     }
     applyPanel(panel, end - start, a, ld, end, ntot);
   }
@@ -263,9 +266,9 @@ void s_triangulariseStaircase(double* a, int ld, int ncol, int ntot, const Colum
     Reflector panel[kPanel];
     for (int j = start; j < end; ++j) {
       const int k = j - start;
-      applyPanel(panel, k, a, ld, j, j + 1);
       panel[k] =
           s_reflect(a + static_cast<long>(j) * ld, j, rows[j], work.data() + static_cast<long>(k) * nrow);
+      applyPanel(panel + k, 1, a, ld, j + 1, end);
     }
     applyPanel(panel, end - start, a, ld, end, ntot);
   }

@@ -147,15 +147,20 @@ bool SrifFilter::m_positionFactor(int ista, std::vector<double>& Y) const {
   if (first < 0) return false;
   const auto n = static_cast<std::size_t>(imtx);
   Y.assign(3 * n, 0.0);
-  for (int i = 0; i < 3; ++i) {
-    double* y = Y.data() + static_cast<std::size_t>(i) * n;
-    for (int column = first + i; column < imtx; ++column) {
-      const double* r = infs + iptx[column];
-      double sum = column == first + i ? 1.0 : 0.0;
-      for (int row = first + i; row < column; ++row) sum -= r[row] * y[row];
-      if (r[column] == 0.0) return false;
-      y[column] = sum / r[column];
+  double *x = Y.data(), *y = x + n, *z = y + n;
+  for (int column = first; column < imtx; ++column) {
+    const double* r = infs + iptx[column];
+    if (r[column] == 0.0) return false;
+    double sum[3] = {};
+    for (int i = 0; i < 3; ++i) sum[i] = column == first + i ? 1.0 : 0.0;
+    for (int row = first; row < column; ++row) {
+      sum[0] -= r[row] * x[row];
+      sum[1] -= r[row] * y[row];
+      sum[2] -= r[row] * z[row];
     }
+    x[column] = sum[0] / r[column];
+    y[column] = sum[1] / r[column];
+    z[column] = sum[2] / r[column];
   }
   return true;
 }
