@@ -1,6 +1,7 @@
 /// \file epoch_bench.cpp
 /// Whole epochs through the boundary as a host drives it: 45 satellites, all levels of integer
-/// resolution on, two and three frequencies, and the worst case in which no level ever accepts anything.
+/// resolution on, two and three frequencies, and the worst case in which no level ever accepts anything;
+/// and smaller skies.
 ///
 /// Each run has a process of its own. Times are CPU times of the thread that calls `GNX_inputObs`, ms: they
 /// do not depend on what else the machine does. Counters of a run:
@@ -45,10 +46,10 @@
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "support/replay_clock.h"
 #include "gnx/adapt.h"
 #include "gnx/satellite.h"
 #include "run/run_plan.h"
+#include "support/replay_clock.h"
 
 namespace {
 
@@ -349,6 +350,13 @@ const bool s_registered = [] {
   RunPlan listened = s_plan(false, true, Biases::right);
   listened.listened = true;
   s_register("Epoch/two/table/listened", listened);
+  // Growth with the sky, everything fixing.
+  for (const bool three : {false, true})
+    for (const int perSystem : {5, 10, 13}) {
+      RunPlan plan = s_plan(three, false, Biases::right);
+      plan.sky.perSystem = perSystem;
+      s_register(std::string("Size/") + (three ? "three/" : "two/") + std::to_string(3 * perSystem), plan);
+    }
   return true;
 }();
 

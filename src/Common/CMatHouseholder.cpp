@@ -4,8 +4,8 @@
 // What is fast about it, none of which changes a result:
 //  - A row whose element is exactly zero gets u = 0. In the filter the rows between the diagonal and
 //    the new observation rows are such rows, so a reflector is its pivot and one range of rows.
-//  - Reflectors are applied a panel at a time, column by column: the arithmetic of a column is that
-//    of one reflector after the other, but the column stays in the first cache.
+//  - Reflectors are applied a panel at a time, four columns by four: the arithmetic of a column is that
+//    of one reflector after the other, but the columns stay in the first cache.
 //  - Four columns share each load of u. Every column keeps four partial sums whatever the width of
 //    the vector unit, without fused operations, so all processors give the same digits.
 
@@ -16,6 +16,7 @@
 
 #include "Common/CMat.h"
 #include "Common/Fatal.h"
+#include "Common/Staircase.h"
 
 namespace tarvio {
 
@@ -71,9 +72,12 @@ template <int N>
                                        a + static_cast<long>(c + 2) * ld, a + static_cast<long>(c + 3) * ld};
     for (int k = 0; k < count; ++k) s_applyTo<kColumns>(panel[k], columns);
   }
-  for (; c < last; ++c) {
-    double* const column = a + static_cast<long>(c) * ld;
-    for (int k = 0; k < count; ++k) s_applyTo<1>(panel[k], &column);
+  double* const rest[kColumns] = {a + static_cast<long>(c) * ld, a + static_cast<long>(c + 1) * ld,
+                                  a + static_cast<long>(c + 2) * ld};
+  for (int k = 0; k < count; ++k) {
+    if (last - c == 1) s_applyTo<1>(panel[k], rest);
+    if (last - c == 2) s_applyTo<2>(panel[k], rest);
+    if (last - c == 3) s_applyTo<3>(panel[k], rest);
   }
 }
 
@@ -90,6 +94,51 @@ __attribute__((target("avx2"))) void s_panelWide(const Reflector* panel, int cou
 }
 #endif
 
+/// A small array by rows: every reflector passes over whole rows, so that all columns share its vector.
+[[gnu::always_inline]] inline void s_rowsBody(double* a, int nrow, int ncol, int width) {
+  double dot[kWidestRows], w[kWidestRows];
+  for (int j = 0; j < std::min(ncol, nrow); ++j) {
+    double* pivot = a + static_cast<long>(j) * width;
+    std::fill_n(dot, width, 0.0);
+    for (int r = j + 1; r < nrow; ++r) {
+      const double* row = a + static_cast<long>(r) * width;
+      const double element = row[j];
+      for (int c = 0; c < width; ++c) dot[c] += element * row[c];
+    }
+    const double squares = pivot[j] * pivot[j] + dot[j];
+    const double s = pivot[j] > 0.0 ? std::sqrt(squares) : -std::sqrt(squares);
+    const double t = pivot[j] + s;
+    if (s == 0.0) continue;
+    const double beta = -t / s;
+    for (int c = 0; c < width; ++c) w[c] = beta * (pivot[c] + dot[c] / t);
+    std::fill_n(w, j + 1, 0.0);
+    for (int c = 0; c < width; ++c) pivot[c] += w[c];
+    pivot[j] = -s;
+    for (int r = j + 1; r < nrow; ++r) {
+      double* row = a + static_cast<long>(r) * width;
+      const double u = row[j] / t;
+      for (int c = 0; c < width; ++c) row[c] += u * w[c];
+    }
+  }
+}
+
+using RowsFunction = void (*)(double*, int, int, int);
+
+void s_rowsBase(double* a, int nrow, int ncol, int width) { s_rowsBody(a, nrow, ncol, width); }
+
+#if defined(__x86_64__)
+__attribute__((target("avx2"))) void s_rowsWide(double* a, int nrow, int ncol, int width) {
+  s_rowsBody(a, nrow, ncol, width);
+}
+#endif
+
+RowsFunction s_chooseRows() {
+#if defined(__x86_64__)
+  if (__builtin_cpu_supports("avx2")) return s_rowsWide;
+#endif
+  return s_rowsBase;
+}
+
 PanelFunction s_choosePanel() {
 #if defined(__x86_64__)
   if (__builtin_cpu_supports("avx2")) return s_panelWide;
@@ -97,13 +146,13 @@ PanelFunction s_choosePanel() {
   return s_panelBase;
 }
 
-/// Makes the reflector that clears rows pivot+1..nrow-1 of a column, and puts -s on the pivot.
-Reflector s_reflect(double* column, int pivot, int nrow, double* u) {
+/// Makes the reflector that clears rows lo..hi-1 of a column, and puts -s on the pivot.
+Reflector s_reflect(double* column, int pivot, ColumnRows rows, double* u) {
   Reflector h;
   h.m_pivot = pivot;
   h.m_u = u;
-  h.m_lo = pivot + 1;
-  h.m_hi = nrow;
+  h.m_lo = rows.lo;
+  h.m_hi = rows.hi;
   while (h.m_hi > h.m_lo && column[h.m_hi - 1] == 0.0) --h.m_hi;
   while (h.m_lo < h.m_hi && column[h.m_lo] == 0.0) ++h.m_lo;
 
@@ -123,6 +172,14 @@ Reflector s_reflect(double* column, int pivot, int nrow, double* u) {
   for (int i = h.m_lo; i < h.m_hi; ++i) u[i] = column[i] / t;
   h.m_beta = -t / s;
   return h;
+}
+
+/// Room for the vectors of a panel, by rows, kept between calls.
+std::vector<double>& s_work(int nrow) {
+  thread_local std::vector<double> work;
+  const auto needed = static_cast<std::size_t>(kPanel) * static_cast<std::size_t>(nrow);
+  if (work.size() < needed) work.resize(needed);
+  return work;
 }
 
 [[noreturn]] void s_wrongArguments(const char* function) {
@@ -177,11 +234,9 @@ int CMat::CMat_Hougenu_old(double* a, int ld, int r0, int r1, int c, double* u, 
 void CMat::CMat_Householder(double* a, int ld, int ncol, int nrow, int ntot, bool save) {
   if (ncol > ntot || nrow > ld) s_wrongArguments(__func__);
   static const PanelFunction applyPanel = s_choosePanel();
-  thread_local std::vector<double> work;
   const int last = std::min(ncol, nrow);
   if (last <= 0) return;
-  const auto needed = static_cast<std::size_t>(kPanel) * static_cast<std::size_t>(nrow);
-  if (work.size() < needed) work.resize(needed);
+  std::vector<double>& work = s_work(nrow);
   const bool room = nrow < ld;
   if (save && !room) s_warnNoSpace(__func__);
 
@@ -191,14 +246,37 @@ void CMat::CMat_Householder(double* a, int ld, int ncol, int nrow, int ntot, boo
     for (int j = start; j < end; ++j) {
       const int k = j - start;
       double* column = a + static_cast<long>(j) * ld;
-      applyPanel(panel, k, a, ld, j, j + 1);
       // u is indexed by row, like the columns it meets
-      panel[k] = s_reflect(column, j, nrow, work.data() + static_cast<long>(k) * nrow);
+      panel[k] = s_reflect(column, j, {j + 1, nrow}, work.data() + static_cast<long>(k) * nrow);
       for (int i = panel[k].m_lo; i < panel[k].m_hi; ++i) column[i] = save ? panel[k].m_u[i] : 0.0;
       if (save && room) column[nrow] = panel[k].m_beta;
+      applyPanel(panel + k, 1, a, ld, j + 1, end);
     }
     applyPanel(panel, end - start, a, ld, end, ntot);
   }
+}
+
+void s_triangulariseStaircase(double* a, int ld, int ncol, int ntot, const ColumnRows* rows) {
+  static const PanelFunction applyPanel = s_choosePanel();
+  if (ncol <= 0) return;
+  const int nrow = rows[ncol - 1].hi;
+  std::vector<double>& work = s_work(nrow);
+  for (int start = 0; start < ncol; start += kPanel) {
+    const int end = std::min(start + kPanel, ncol);
+    Reflector panel[kPanel];
+    for (int j = start; j < end; ++j) {
+      const int k = j - start;
+      panel[k] =
+          s_reflect(a + static_cast<long>(j) * ld, j, rows[j], work.data() + static_cast<long>(k) * nrow);
+      applyPanel(panel + k, 1, a, ld, j + 1, end);
+    }
+    applyPanel(panel, end - start, a, ld, end, ntot);
+  }
+}
+
+void s_triangulariseRows(double* a, int nrow, int ncol, int width) {
+  static const RowsFunction triangularise = s_chooseRows();
+  triangularise(a, nrow, ncol, width);
 }
 
 void CMat::CMat_Householder_old(double* a, int ld, int ncol, int nrow, int ntot, bool save) {

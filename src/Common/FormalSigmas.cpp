@@ -49,15 +49,15 @@ void s_squaresBase(const double* R, const int* start, int n, int first, Rows* y,
 }
 
 #if defined(__x86_64__)
-__attribute__((target("avx2,fma"))) void s_squaresWide(const double* R, const int* start, int n, int first,
-                                                       Rows* y, Sums& squares) {
+__attribute__((target("avx2"))) void s_squaresWide(const double* R, const int* start, int n, int first,
+                                                   Rows* y, Sums& squares) {
   s_squaresBody(R, start, n, first, y, squares);
 }
 #endif
 
 SquaresFunction s_chooseSquares() {
 #if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return s_squaresWide;
+  if (__builtin_cpu_supports("avx2")) return s_squaresWide;
 #endif
   return s_squaresBase;
 }
@@ -73,6 +73,36 @@ void s_formalSigmas(const double* R, const int* start, int n, int count, double*
     squaresOf(R, start, n, first, work.data(), squares);
     for (int k = 0; k < kRows && first + k < count; ++k)
       sigma[first + k] = std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
+  }
+}
+
+void s_formalSigmas(const double* R, const int* start, int n, int last, const double* Q, int lead,
+                    double* sigma) {
+  thread_local std::vector<Four> y;
+  y.resize(static_cast<std::size_t>(n + last));
+  for (int first = 0; first < n; first += 4) {
+    Four squares = {};
+    for (int c = first; c < n + last; ++c) {
+      const double* column = R + start[c];
+      Four sum = {};
+      for (int r = first; r < std::min(c, n); ++r) sum += column[r] * y[static_cast<std::size_t>(r)];
+      Four& here = y[static_cast<std::size_t>(c)];
+      here = -sum;
+      if (c >= n) continue;
+      const double inverse = column[c] == 0.0 ? 0.0 : 1.0 / column[c];
+      here *= inverse;
+      if (const int own = c - first; own < 4) here[own] = inverse;
+      squares += here * here;
+    }
+    const Four* z = y.data() + n;
+    for (int i = 0; i < last; ++i) {
+      const double* row = Q + static_cast<std::ptrdiff_t>(i) * lead;
+      Four sum = {};
+      for (int j = 0; j < last; ++j) sum += row[j] * z[j];
+      squares += z[i] * sum;
+    }
+    for (int k = 0; k < 4 && first + k < n; ++k)
+      sigma[first + k] = squares[k] > 0.0 && std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
   }
 }
 

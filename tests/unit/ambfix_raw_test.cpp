@@ -115,6 +115,50 @@ TEST_F(AmbfixRaw, EachLevelFindsTheTrueIntegersAndTheStatusFollows) {
   EXPECT_LT(tarvio::distance(estimate, world.position), 0.01);
 }
 
+TEST_F(AmbfixRaw, FixesBesideTheTriangleAreThoseFoldedIntoIt) {
+  m_switch(false, false, false);
+  m_run(40);
+  const auto size = static_cast<std::size_t>(filter->imtx + 1) * static_cast<std::size_t>(filter->ldinfs);
+  const std::vector<double> floats(filter->infs, filter->infs + size);
+  struct Outcome {
+    std::vector<double> Q, x;
+    double position[9];
+  };
+  std::vector<Outcome> outcomes[2];
+  for (const bool beside : {false, true}) {
+    std::copy(floats.begin(), floats.end(), filter->infs);
+    filter->m_solve_update();
+    std::vector<double> Q;
+    const int nc = SrifAmbfix_raw::s_ambCovariance(filter.get(), Q);
+    if (beside) filter->m_fixed.m_begin(*filter, Q, nc, true);
+    std::fill_n(s0, tarvio::kSys, -1);
+    for (int level = 0; level < 3; ++level) {
+      if (level < 2) SrifAmbfix_raw::s_raw_resolve_wl(level == 0 ? "ewl" : "wl", filter.get(), nullptr, s0);
+      else SrifAmbfix_raw::s_raw_resolve_NL(filter.get(), nullptr, s0);
+      ASSERT_EQ(filter->m_solstat, 3 + level);
+      Outcome& outcome = outcomes[beside].emplace_back();
+      if (!beside) SrifAmbfix_raw::s_ambCovariance(filter.get(), outcome.Q);
+      for (int j = 0; beside && j < nc; ++j) {
+        const double* row = filter->m_fixed.m_covariance() + j * filter->m_fixed.m_lead();
+        outcome.Q.insert(outcome.Q.end(), row, row + nc);
+      }
+      for (const tarvio::SrifPamt* record : m_records()) outcome.x.push_back(record->dx);
+      ASSERT_TRUE(filter->m_positionCovariance(0, outcome.position));
+    }
+    filter->m_fixed.m_end();
+    if (beside) {
+      EXPECT_TRUE(std::equal(floats.begin(), floats.end(), filter->infs));
+    }
+  }
+  for (std::size_t level = 0; level < 3; ++level) {
+    const Outcome &folded = outcomes[0][level], &kept = outcomes[1][level];
+    for (std::size_t i = 0; i < folded.x.size(); ++i) EXPECT_NEAR(kept.x[i], folded.x[i], 1.0e-8) << i;
+    for (std::size_t i = 0; i < folded.Q.size(); ++i) EXPECT_NEAR(kept.Q[i], folded.Q[i], 1.0e-8) << i;
+    for (std::size_t i = 0; i < 9; ++i)
+      EXPECT_NEAR(kept.position[i], folded.position[i], 1.0e-6 * folded.position[0]) << i;
+  }
+}
+
 TEST_F(AmbfixRaw, ConstraintsHoldTheTriangleComesBackAndAFailedSearchEmptiesTheRecord) {
   for (int k = 0; k < 39; ++k) m_epoch(30.0 * k);
   m_begin(1170.0);

@@ -52,6 +52,26 @@ TEST(FormalSigmas, AreThoseOfTheInverseNormalMatrix) {
   }
 }
 
+TEST(FormalSigmas, FollowWhatBecomesKnownOfTheLastColumns) {
+  for (const int leading : {1, 6, 30}) {
+    constexpr int kLast = 9;
+    const int n = leading + kLast;
+    Triangle triangle(n);
+    std::vector<double> normal(static_cast<std::size_t>(n * n));
+    tarvio::CMat::CMat_Matmul("TN", n, n, n, 1.0, triangle.R.data(), Triangle::ld, triangle.R.data(),
+                              Triangle::ld, 0.0, normal.data(), n);
+    for (int i = leading; i < n; i += 2) normal[static_cast<std::size_t>(i * (n + 1))] += 1e6;
+    ASSERT_GE(tarvio::CMat::CMat_Inverse(normal.data(), n, n), 0);
+    std::vector<double> sigma(static_cast<std::size_t>(leading));
+    tarvio::s_formalSigmas(triangle.R.data(), triangle.start.data(), leading, kLast,
+                           normal.data() + leading * (n + 1), n, sigma.data());
+    for (int i = 0; i < leading; ++i) {
+      const double expected = std::sqrt(normal[static_cast<std::size_t>(i * (n + 1))]);
+      EXPECT_NEAR(sigma[static_cast<std::size_t>(i)], expected, 1e-6 * expected) << leading << ' ' << i;
+    }
+  }
+}
+
 TEST(FormalSigmas, AColumnThatNothingDeterminesHasNone) {
   Triangle triangle(6);
   triangle.at(2, 2) = 0.0;

@@ -11,8 +11,6 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kConstraintWeight = 10000.0;  ///< 1e-4 cycles, or metres in a narrow-lane row
-
 void s_tellNoRoom(SrifFilter* filter, int count) {
   if (filter->m_noRoomTold) return;
   filter->m_noRoomTold = true;
@@ -32,6 +30,12 @@ bool s_foldRows(SrifFilter* filter, const std::vector<ConstraintRow>& rows, int 
     return false;
   }
   if (rows.empty()) return true;
+  if (filter->m_fixed.m_isActive()) {
+    filter->m_fixed.m_constrain(rows);
+    filter->m_solstat = solstat;
+    filter->m_solve_update();
+    return true;
+  }
   double* infs = filter->infs;
   for (int column = 0; column <= imtx; ++column) std::fill_n(infs + filter->iptx[column] + imtx, count, 0.0);
   for (int k = 0; k < count; ++k) {

@@ -40,11 +40,11 @@ std::vector<double> GuardedLevel::m_withFloor(const LevelProblem& problem, int w
       (m_form.m_level == Level::last ? settings.m_narrowLaneFloor : settings.m_wideLaneFloor)[which];
   std::vector<double> Q = problem.Q;
   const auto n = problem.idx.size();
+  std::vector<int> system;
+  for (const int isat : problem.idx) system.push_back(s_config().m_sysOfRow(isat));
   for (std::size_t j = 0; j < n; ++j)
-    for (std::size_t i = 0; i < n; ++i) {
-      if (s_config().m_sysOfRow(problem.idx[i]) != s_config().m_sysOfRow(problem.idx[j])) continue;
-      Q[j * n + i] += floor * floor * (i == j ? 2.0 : 1.0);
-    }
+    for (std::size_t i = 0; i < n; ++i)
+      if (system[i] == system[j]) Q[j * n + i] += floor * floor * (i == j ? 2.0 : 1.0);
   return Q;
 }
 
@@ -165,20 +165,15 @@ bool DeterminedPosition::m_try(const LevelIntegers& integers, const std::functio
     s_tellUndetermined(f, true, count, 0.0);
     return false;
   }
-  const auto rows = static_cast<std::size_t>(f.imtx);
-  std::vector<double> saved;
-  saved.reserve(rows * (rows + 1));
-  for (int column = 0; column <= f.imtx; ++column)
-    saved.insert(saved.end(), f.infs + f.iptx[column], f.infs + f.iptx[column] + f.imtx);
   const int state = f.m_solstat;
+  f.m_fixed.m_remember();
   if (!constrain()) return false;
   double P[9];
   const double sigma = f.m_fixedCovariance(P) ? std::sqrt(P[0] + P[4] + P[8]) : HUGE_VAL;
   const bool determined = sigma <= settings.m_position_m;
   s_tellUndetermined(f, !determined, count, sigma);
   if (determined) return true;
-  for (int column = 0; column <= f.imtx; ++column)
-    std::copy_n(saved.data() + static_cast<std::size_t>(column) * rows, f.imtx, f.infs + f.iptx[column]);
+  f.m_fixed.m_takeBack();
   f.m_solstat = state;
   f.m_solve_update();
   return false;

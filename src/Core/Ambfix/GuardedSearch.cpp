@@ -7,8 +7,8 @@
 #include <limits>
 #include <numeric>
 
-#include "Common/CMat.h"
 #include "Common/ComStat.h"
+#include "Common/TriangleInverse.h"
 #include "Core/Ambfix/Pflambda.h"
 
 namespace tarvio {
@@ -22,6 +22,24 @@ double s_bootstrapFailureRate(int n, const double* Q) {
   for (const double d : D) logSuccess += std::log1p(-std::erfc(0.5 / std::sqrt(2.0 * d)));
   return -std::expm1(logSuccess);
 }
+
+namespace {
+
+/// In place, by its Cholesky factor R^T R. \return false for what is no covariance
+bool s_invertCovariance(std::size_t n, double* Q) {
+  std::vector<double> R(n * n);  // by columns
+  for (std::size_t k = 0; k < n; ++k) {
+    double* row = Q + k * n;
+    if (!(row[k] > 0.0)) return false;
+    const double root = std::sqrt(row[k]);
+    for (std::size_t j = k; j < n; ++j) R[j * n + k] = row[j] /= root;
+    for (std::size_t i = k + 1; i < n; ++i)
+      for (std::size_t j = i; j < n; ++j) Q[i * n + j] -= row[i] * row[j];
+  }
+  return s_covarianceOfTriangle(static_cast<int>(n), R.data(), static_cast<int>(n), Q);
+}
+
+}  // namespace
 
 /// Of the rows that take part.
 std::vector<double> GuardedSearch::m_block(const double* matrix) const {
@@ -50,6 +68,7 @@ void GuardedSearch::m_leaveOutImprecise(std::size_t least) {
   for (std::size_t size = m_rows.size(); size >= least && lowest > m_problem.failureRate; --size)
     if (const double rate = m_failureRate(size); rate < lowest) lowest = rate, best = size;
   m_rows.resize(best);
+  if (lowest <= 1.0) m_rate = lowest;
 }
 
 /// Best vector, its ratio, its norm and the satellite that spoils it most: with W the inverse covariance and
@@ -63,10 +82,11 @@ bool GuardedSearch::m_solve(GuardedResult& result) {
   if (ambslv_(static_cast<int>(n), m_block(m_problem.Q).data(), result.integers.data(), nullptr, s) != 0)
     return false;
   result.ratio = s[0] > 0.0 ? s[1] / s[0] : std::numeric_limits<double>::max();
-  result.failureRate = m_failureRate(n);
+  result.failureRate = m_rate ? *m_rate : m_failureRate(n);
+  m_rate.reset();
 
   std::vector<double> W = m_block(m_problem.judged);
-  if (CMat::CMat_Inverse(W.data(), static_cast<int>(n), static_cast<int>(n)) != 0) return false;
+  if (!s_invertCovariance(n, W.data())) return false;
   double norm = 0.0, largest = -1.0;
   for (std::size_t k = 0; k < n; ++k) {
     double e = 0.0;

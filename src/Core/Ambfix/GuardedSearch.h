@@ -11,6 +11,7 @@
 ///   - and no more than a given share of the candidates was left out. Any set of floats, right or wrong, has
 ///     subsets that look good: a search that may leave out most of them proves nothing.
 
+#include <optional>
 #include <vector>
 
 namespace tarvio {
@@ -52,8 +53,9 @@ class GuardedSearch {
   bool m_fits(const GuardedResult& result) const;
 
   const GuardedProblem m_problem;
-  std::vector<int> m_rows;  ///< taking part, by rising variance
-  std::size_t m_worst = 0;  ///< entry of m_rows without which the best vector fits best
+  std::vector<int> m_rows;       ///< taking part, by rising variance
+  std::optional<double> m_rate;  ///< failure rate of m_rows, where it is known already
+  std::size_t m_worst = 0;       ///< entry of m_rows without which the best vector fits best
 };
 
 /// Rate at which integer bootstrapping of decorrelated ambiguities goes wrong; 1 for what is no covariance.

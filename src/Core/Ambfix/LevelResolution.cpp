@@ -80,10 +80,14 @@ bool LevelResolution::m_apply(const LevelIntegers& integers, const int* s0) cons
 void LevelResolution::m_resolve(const std::string& systems, int* s0, const char* announced) const {
   LevelProblem problem;
   LevelIntegers integers;
-  std::vector<double> Qamb;
-  const int nc = SrifAmbfix_raw::s_ambCovariance(m_filter, Qamb);
   m_pickReferences(systems, s0);
-  if (nc > 0) problem = m_formProblem(Qamb.data(), nc, s0);
+  if (FixedSolution& fixed = m_filter->m_fixed; fixed.m_isActive()) {
+    if (fixed.m_lead() > 0) problem = m_formProblem(fixed.m_covariance(), fixed.m_lead(), s0);
+  } else {
+    std::vector<double> Qamb;
+    const int nc = SrifAmbfix_raw::s_ambCovariance(m_filter, Qamb);
+    if (nc > 0) problem = m_formProblem(Qamb.data(), nc, s0);
+  }
   const double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
   if (m_search(problem, s0, integers)) {
     if (announced)

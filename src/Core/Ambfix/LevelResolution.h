@@ -50,7 +50,7 @@ class LevelResolution {
   /// Keeps references that still serve, else takes the highest satellite that does, or the last high one
   /// that the level before has fixed.
   void m_pickReferences(const std::string& systems, int* s0) const;
-  /// \param Qamb  covariance of the ambiguity columns, nc x nc
+  /// \param Qamb  covariance of the ambiguity columns, nc doubles from one column to the next
   LevelProblem m_formProblem(const double* Qamb, int nc, const int* s0) const;
   /// \return whether the constraints found room; without it the array stays as the level before left it
   bool m_constrain(const LevelIntegers& integers, const int* s0) const;

@@ -2,9 +2,7 @@
 
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 
-#include <cmath>
-
-#include "Common/CMat.h"
+#include "Common/TriangleInverse.h"
 #include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
 
@@ -48,21 +46,8 @@ int SrifAmbfix_raw::s_ambCovariance(const SrifFilter* filter, std::vector<double
   // triangle, and the rest of R has no part in their covariance.
   const auto n = static_cast<std::size_t>(nc);
   const double* triangle = filter->infs + filter->iptx[npi] + npi;
-  std::vector<double> inverse(n * (n + 1) / 2);
-  CMat::CMat_InverUU(triangle, inverse.data(), filter->ldinfs, nc, 'W');
-  Qamb.assign(n * n, 0.0);
-  const double* column = inverse.data();
-  for (std::size_t k = 0; k < n; column += ++k) {
-    for (std::size_t j = 0; j <= k; ++j) {
-      const double w = column[j];
-      double* out = Qamb.data() + j * n;
-      for (std::size_t i = 0; i <= j; ++i) out[i] += w * column[i];
-    }
-  }
-  for (std::size_t j = 0; j < n; ++j) {
-    if (!std::isfinite(Qamb[j * n + j])) return 0;
-    for (std::size_t i = 0; i < j; ++i) Qamb[i * n + j] = Qamb[j * n + i];
-  }
+  Qamb.resize(n * n);
+  if (!s_covarianceOfTriangle(nc, triangle, filter->ldinfs, Qamb.data())) return 0;
   return nc;
 }
 

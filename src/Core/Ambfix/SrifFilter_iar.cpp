@@ -1,4 +1,4 @@
-/// The levels of an epoch, in their strict order, on a triangle that is put back afterwards.
+/// The levels of an epoch, in their strict order, beside a triangle that they do not touch.
 
 #include "Core/Ambfix/SrifFilter_iar.h"
 
@@ -22,18 +22,15 @@ void SrifFilter_iar::v_onFilterEstimate() {
     return;
   }
 
-  const auto rows = static_cast<std::size_t>(imtx);
-  m_snapshot.resize(rows * (rows + 1));
-  double* saved = m_snapshot.data();
-  for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(infs + iptx[column], imtx, saved);
-
+  std::vector<double> Qamb;
+  const int ambiguities = SrifAmbfix_raw::s_ambCovariance(this, Qamb);
+  m_fixed.m_begin(*this, Qamb, ambiguities, config.m_integrity.m_on || m_wantsResults);
   if (s_has(config.m_obscomb, "RAW")) v_resolve_raw();
   else v_resolve_if();
 
   m_keepCovariance();
   if (config.m_integrity.m_on && m_solstat != kStateFixed) m_nfix = 0, m_ratio = 0.0;
-  saved = m_snapshot.data();
-  for (int column = 0; column <= imtx; ++column, saved += imtx) std::copy_n(saved, imtx, infs + iptx[column]);
+  m_fixed.m_end();
 }
 
 /// The host resolves no integers in this epoch: nothing of an earlier one is told as its own.

@@ -2,8 +2,8 @@
 /// \file SrifFilter_iar.h
 /// The filter that the controller builds: the float filter and, behind it, integer fixing.
 ///
-/// Fixes last for one epoch. The triangle is put back after the levels, so that a wrong integer
-/// never reaches the float filter; the estimates of the last level stay and are what is reported.
+/// Fixes last for one epoch and stay beside the triangle, so that a wrong integer never reaches the float
+/// filter; the estimates of the last level stay and are what is reported.
 
 #include <memory>
 
@@ -29,7 +29,6 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
   double m_oldestBiases(double time);
 
   double m_biasTime = 0.0, m_biasInterval = 0.0;  ///< of the newest set and since the one before, s
-  std::vector<double> m_snapshot;                 ///< the triangle of the float solution, kept between epochs
 };
 
 }  // namespace tarvio

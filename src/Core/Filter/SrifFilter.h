@@ -25,10 +25,13 @@
 #include "Adapter/IfpbAdapter.h"
 #include "Adapter/OrbitClkAdapter.h"
 #include "Adapter/ProductStores.h"
+#include "Common/GivensSweeps.h"
 #include "Common/SmoothAdapter.h"
 #include "Core/Filter/EpochAccount.h"
 #include "Core/Filter/FixAgreement.h"
 #include "Core/Filter/FixRecord.h"
+#include "Core/Filter/FixedSolution.h"
+#include "Core/Filter/MeasurementSweep.h"
 #include "Core/Filter/NoSolution.h"
 #include "Core/Filter/NoiseMonitor.h"
 #include "Core/Filter/SrifPamt.h"
@@ -93,20 +96,21 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
                int ifreq);
   /// Coefficients of the three-frequency combination by system letter.
   std::map<char, std::vector<double>> m_get_AFIF_ccf();
-  /// Removes columns from the square root; what the others know stays (marginalisation). The array
-  /// is not triangular afterwards.
+  /// Removes columns from the square root; what the others know stays (marginalisation).
   /// \param records  the records of `columns`, deleted here  \param columns  ascending
-  /// \param flags  by column, 1 = goes; used as work space  \param count  how many
+  /// \param flags  by column, 1 = goes  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
-  /// Covariance of a station's position from the triangle as it stands, m^2, by rows; false without one.
+  /// Columns of R^-T that belong to a station's position, three of imtx each; false without one.
+  bool m_positionFactor(int ista, std::vector<double>& Y) const;
+  /// Covariance of a station's position in the present solution, m^2, by rows; false without one.
   bool m_positionCovariance(int ista, double (&out)[9]) const;
-  /// The same of the first station with the integers of the last level in the triangle.
+  /// The same of the first station with the integers of the last level in the solution.
   bool m_fixedCovariance(double (&out)[9]) const;
   /// Keeps covariance and formal sigmas for the epoch's results, when anybody wants them.
   void m_keepCovariance();
   void m_addProductErrors(double (&covariance)[9]) const;
-  /// Solves R x = z.
+  /// Solves R x = z; while integers are resolved, with the fixes so far.
   void m_solve(std::vector<double>& x) const;
   /// Solves R dx = z and refreshes dx and xest of all records.
   void m_solve_update();
@@ -125,6 +129,8 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \return false, and nothing is done, when the array has no room for it
   bool m_onDiaGenSen(int row, int k, double value);
   bool m_onDiaGenSen(int row, int k, double value, double weight);
+  /// Takes the epoch's rows in once more, so that their reflectors stand below the triangle.
+  void m_makeReflectors();
   /// Takes the k prepared columns into the array as new ambiguities of `rows`.
   void m_onDiaUpInfs(int k, const std::vector<int>& rows);
   /// Sigma of unit weight when the rows' misfit is also explained by n sensitivity columns (nobs
@@ -220,6 +226,7 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   Reason m_reason = Reason::none;           ///< what the resolution of integers met in this epoch
   std::vector<double> m_solutionSigma;      ///< by column of ordinary parameters and slant delays
   double m_solutionCovariance[9] = {};      ///< of the first station's position, m^2, by rows
+  FixedSolution m_fixed;                    ///< while integers are resolved
   NoiseMonitor m_noise;
   EpochAccount m_account{*this};
   std::vector<RowOrigin> m_waiting;  ///< rows of the epoch for whose columns the array has no room
@@ -264,7 +271,6 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_insertColumns(int first, const std::vector<double>& diagonal);
   int m_room() const;
   bool m_waits(int ista, const RowIndex& row) const;
-  void m_swapColumns(int a, int b, int rows);
   void m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::vector<int>& columns,
                                 std::vector<int>& flags);
   void m_collectUnusedIonosphere(std::vector<SrifPamt*>& records, std::vector<int>& columns,
@@ -272,13 +278,29 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
 
   // time update, rows, estimate
   double m_noiseSpan(SrifPamt& record, bool* running) const;
-  void m_fillOrdinaryNoise(double* array, int ld, int n, int rhs);
-  void m_fillIonosphereNoise(double* array, int ld, int n, int rhs);
+  /// How a value passes to the next epoch.
+  struct Transition {
+    double information = 0.0;  ///< 1/sigma of its noise
+    double phi = 0.0;
+    double moved = 0.0;  ///< correction that the a-priori value has taken over
+  };
+  Transition m_pass(SrifPamt& record, double information) const;
+  void m_passOrdinary();
+  void m_passIonosphere();
+  void m_moveOn();
+  void m_beginLeaving(int count, int rows);
+  GivensSweeps::Column& m_leave(int column);
   void m_setRow(Station& sta, int ista, int row, int number, const std::vector<double>& xini);
   void m_addRow(const Station& sta, int ista, int row);
+  void m_emptyRows();
+  /// Rows come in rising order.
+  void m_setDesign(int row, int column, double coefficient);
   void m_reportWaiting();
   SrifPamt* m_recordOf(int column, int ista, int isat, int slot);
   void m_allocateRows(int rows);
+  void m_takeRowsIn();
+  void m_keepPrior();
+  void m_clearRows();
   double m_unitWeightSigma(bool codeAndPhaseOnly) const;
   void m_logSolution() const;
 
@@ -288,10 +310,18 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
 
  private:
   // Work space that is kept between epochs.
-  std::vector<double> m_timeArray;
+  std::vector<Transition> m_transitions;
+  GivensSweeps m_sweeps;
+  std::vector<double> m_leavingRows, m_leavingCarry;
+  std::vector<GivensSweeps::Column> m_leavingColumns, m_stayingColumns;
+  int m_leavingHeight = 0, m_leavingCount = 0;
+  MeasurementSweep m_measurement;
+  bool m_hasReflectors = false;  ///< below the triangle
+  std::vector<double> m_prior;   ///< the triangle and the right-hand sides before the epoch's rows
   std::vector<double> m_solution;
   std::vector<double> m_xiniOf;
   std::vector<double> m_formedWgt;
+  std::vector<ColumnRows> m_designRows;  ///< by column: where Hk may have something
   std::vector<double> m_rowDoubles;
   std::vector<int> m_rowInts;
   StatusCondition m_arrayFull, m_satellitesLeftOut;

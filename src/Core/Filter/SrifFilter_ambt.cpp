@@ -9,7 +9,6 @@
 #include <tuple>
 #include <utility>
 
-#include "Common/CMat.h"
 #include "Common/Com.h"
 #include "Common/Logtrace.h"
 #include "Core/Filter/FilterConfig.h"
@@ -206,7 +205,6 @@ void SrifFilter::v_onDelAmbt() {
   for (std::size_t i = 0; i < order.size(); ++i) std::tie(columns[i], records[i]) = order[i];
 
   m_delpm(records, columns, flags, static_cast<int>(columns.size()));
-  CMat::CMat_Householder(infs, ldinfs, imtx, imtx, imtx + 1, false);
 }
 
 void SrifFilter::m_collectAgedAmbiguities(std::vector<SrifPamt*>& records, std::vector<int>& columns,
@@ -257,49 +255,30 @@ void SrifFilter::m_collectUnusedIonosphere(std::vector<SrifPamt*>& records, std:
   }
 }
 
-void SrifFilter::m_swapColumns(int a, int b, int rows) {
-  std::swap_ranges(infs + iptx[a], infs + iptx[a] + rows, infs + iptx[b]);
-}
-
 void SrifFilter::m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                          int count) {
   const int n = imtx, k = count;
   const auto at = [](int i) { return static_cast<std::size_t>(i); };
-  std::vector<int> place(at(n));
-  for (int i = 0; i < n; ++i) place[at(i)] = i;
 
-  // Deleted columns to the front: after triangularisation they are alone in the first k rows, and
-  // what remains below is the marginal information of the others (Bierman 1977).
-  for (int i = 0, j = 0; i < k; ++i) {
-    if (flags[at(i)] == 1) continue;
-    for (j = std::max(j, i + 1); j < n && flags[at(j)] != 1;) ++j;
-    if (j >= n) break;
-    m_swapColumns(i, j, n);
-    std::swap(place[at(i)], place[at(j)]);
-    flags[at(i)] = 1;
-    flags[at(j)] = 0;
-  }
-  CMat::CMat_Householder(infs, ldinfs, n, n, n + 1, false);
-
-  for (int i = 0; i < n; ++i) {
-    if (place[at(i)] == i) continue;
-    int j = i + 1;
-    while (place[at(j)] != i) ++j;
-    m_swapColumns(i, j, n);
-    std::swap(place[at(i)], place[at(j)]);
-  }
+  // A row is carried up for each of them and takes away what is known through it; its own row is empty then.
+  m_beginLeaving(k, n);
+  for (int i = k - 1; i >= 0; --i) m_leave(columns[at(i)]);
+  m_sweeps.m_clear(m_leavingColumns);
+  for (int column = 0; column <= n; ++column)
+    if (column == n || flags[at(column)] != 1)
+      m_stayingColumns.push_back({infs + iptx[column], std::min(column, n - 1), nullptr});
+  m_sweeps.m_apply(m_stayingColumns.data(), m_stayingColumns.size());
 
   // Compress; the right-hand side is column n.
   int target = 0;
-  for (int column = 0, next = 0; column <= n; ++column) {
-    if (next < k && columns[at(next)] == column) {
-      ++next;
-      continue;
-    }
-    std::copy_n(infs + iptx[column] + k, n - k, infs + iptx[target]);
-    ++target;
+  for (int column = 0; column <= n; ++column) {
+    if (column < n && flags[at(column)] == 1) continue;
+    const double* from = infs + iptx[column];
+    double* to = infs + iptx[target++];
+    for (int row = 0, place = 0; row < n; ++row)
+      if (flags[at(row)] != 1) to[place++] = from[row];
+    std::fill_n(to + (n - k), k, 0.0);
   }
-  for (int column = 0; column <= n; ++column) std::fill_n(infs + iptx[column] + (n - k), k, 0.0);
   for (int column = n - k + 1; column <= n; ++column) std::fill_n(infs + iptx[column], n, 0.0);
 
   for (int i = 0; i < k; ++i) {

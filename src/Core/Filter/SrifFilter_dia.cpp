@@ -42,6 +42,7 @@ void OutlierLoop::m_run() {
   if (m_filter.nobs < 1) return;
   m_done.assign(s_at(m_filter.nobs), 0);
   m_collectCandidates(true);
+  if (std::isfinite(m_filter.m_sig0) && !m_passes(m_largest)) m_filter.m_makeReflectors();
   while (std::isfinite(m_filter.m_sig0) && !m_passes(m_largest)) {
     const bool room = m_treatWorst();
     if (m_fresh.empty()) break;
@@ -50,7 +51,6 @@ void OutlierLoop::m_run() {
     m_collectCandidates(false);
   }
   m_judgeAll();
-  m_clearReflectors();
 }
 
 void OutlierLoop::m_collectCandidates(bool first) {
@@ -181,14 +181,6 @@ void OutlierLoop::m_hold(SrifPamt* record, double jump) {
   auto& reset = m_filter.m_ambreset;
   const auto entry = std::find(reset.rbegin(), reset.rend(), slot);
   if (entry != reset.rend()) reset.erase(std::next(entry).base());
-}
-
-/// Ends the life of the reflectors: the rows below the triangle are zero again.
-void OutlierLoop::m_clearReflectors() {
-  for (int column = 0; column < m_filter.imtx; ++column) {
-    double* top = m_filter.infs + m_filter.iptx[column];
-    std::fill(top + column + 1, top + m_filter.imtx + m_filter.nobs + 1, 0.0);
-  }
 }
 
 }  // namespace tarvio

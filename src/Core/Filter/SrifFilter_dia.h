@@ -23,7 +23,7 @@ struct OutlierMode {
 class OutlierLoop {
  public:
   OutlierLoop(SrifFilter& filter, const OutlierMode& mode) : m_filter(filter), m_mode(mode) {}
-  /// Rebuilds the filter's m_ambreset; the reflectors of the update are gone afterwards.
+  /// Rebuilds the filter's m_ambreset.
   void m_run();
 
  private:
@@ -36,7 +36,6 @@ class OutlierLoop {
   void m_judgeAll();
   void m_judge(SrifPamt* record, const std::vector<double>& x);
   void m_hold(SrifPamt* record, double jump);
-  void m_clearReflectors();
 
   SrifFilter& m_filter;
   const OutlierMode m_mode;

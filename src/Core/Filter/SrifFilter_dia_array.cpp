@@ -89,7 +89,8 @@ void SrifFilter::m_onDiaUpInfs(int k, const std::vector<int>& rows) {
     record->iold = live->ipar;
     std::memcpy(record->pname, live->pname, sizeof record->pname);
     std::fill_n(Hk + iphk[n + i], nobs, 0.0);
-    Hk[iphk[n + i] + row] = record->lam;
+    m_designRows.resize(static_cast<std::size_t>(n + i + 1));
+    m_setDesign(row, n + i, record->lam);
     live = record;
     m_amblist.push_back(record);
   }

@@ -138,29 +138,38 @@ void SrifFilter::m_genxsig() {
   for (SrifPamt* record : m_amblist) fill(*record);
 }
 
-/// P = R^-1 R^-T: with R^T y = e for the column of each coordinate, P_ij = y_i y_j.
-bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+bool SrifFilter::m_positionFactor(int ista, std::vector<double>& Y) const {
   const int first = infs ? i_ip(ista) : -1;
   if (first < 0) return false;
   const auto n = static_cast<std::size_t>(imtx);
-  struct Three {
-    double of[3];
-  };
-  // The three go side by side: each is a chain of sums that waits for itself.
-  std::vector<Three> y(n, Three{});
+  Y.assign(3 * n, 0.0);
+  double *x = Y.data(), *y = x + n, *z = y + n;
   for (int column = first; column < imtx; ++column) {
     const double* r = infs + iptx[column];
     if (r[column] == 0.0) return false;
-    Three sum = {};
-    if (column < first + 3) sum.of[column - first] = 1.0;
-    for (int row = first; row < column; ++row)
-      for (int i = 0; i < 3; ++i) sum.of[i] -= r[row] * y[static_cast<std::size_t>(row)].of[i];
-    for (int i = 0; i < 3; ++i) y[static_cast<std::size_t>(column)].of[i] = sum.of[i] / r[column];
+    double sum[3] = {};
+    for (int i = 0; i < 3; ++i) sum[i] = column == first + i ? 1.0 : 0.0;
+    for (int row = first; row < column; ++row) {
+      sum[0] -= r[row] * x[row];
+      sum[1] -= r[row] * y[row];
+      sum[2] -= r[row] * z[row];
+    }
+    x[column] = sum[0] / r[column];
+    y[column] = sum[1] / r[column];
+    z[column] = sum[2] / r[column];
   }
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      out[3 * i + j] = std::accumulate(
-          y.begin(), y.end(), 0.0, [=](double sum, const Three& of) { return sum + of.of[i] * of.of[j]; });
+  return true;
+}
+
+/// P = R^-1 R^-T = Y^T Y.
+bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+  if (ista == 0 && m_fixed.m_isActive()) return m_fixed.m_positionCovariance(out);
+  std::vector<double> Y;
+  if (!m_positionFactor(ista, Y)) return false;
+  const auto n = static_cast<std::size_t>(imtx);
+  for (std::size_t i = 0; i < 3; ++i)
+    for (std::size_t j = 0; j < 3; ++j)
+      out[3 * i + j] = std::inner_product(Y.data() + i * n, Y.data() + (i + 1) * n, Y.data() + j * n, 0.0);
   return true;
 }
 
@@ -193,7 +202,9 @@ void SrifFilter::m_keepCovariance() {
   if (!known) std::fill_n(m_solutionCovariance, 9, 0.0);
   else m_addProductErrors(m_solutionCovariance);
   m_solutionSigma.resize(static_cast<std::size_t>(npi));
-  s_formalSigmas(infs, iptx, imtx, npi, m_solutionSigma.data());
+  const double* Q = m_fixed.m_isActive() ? m_fixed.m_covariance() : nullptr;
+  if (Q) s_formalSigmas(infs, iptx, npi, imtx - npi, Q, m_fixed.m_lead(), m_solutionSigma.data());
+  else s_formalSigmas(infs, iptx, imtx, npi, m_solutionSigma.data());
 }
 
 std::string SrifFilter::m_getRTKLIBSeq() {

@@ -1,8 +1,9 @@
 /// Time update and solution of the array.
 ///
-/// New values x' = phi x + w are appended as rows to the old information of the first npi columns and
-/// the old values eliminated by orthogonal transformations (Bierman 1977, ch. VI). Ambiguity columns have
-/// no noise: their triangle is never touched.
+/// A value x of the last epoch and its successor x' obey a (x' - phi x) = v with v of unit variance. Where
+/// phi is 0 the old value leaves the state, a sweep that begins with nothing, and the new one is known as far
+/// as a. Elsewhere x = (x' - w) / phi is put into the triangle and w, which is known as far as a, leaves it
+/// (Bierman 1977, ch. VI). Ambiguity columns have no noise: their triangle is never touched.
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr double kPieceTolerance = 0.025;  ///< s
 constexpr double kTie = 100000.0;          ///< weight that ties old to new within a piece
+constexpr double kNothing = 1.0e-150;      ///< information that is none
 constexpr double kLeastStep = 1.0e-3;      ///< s, for repeated or backward epochs
 
 /// Differences of days carry a microsecond of rounding: what was meant is the nearest millisecond.
@@ -33,18 +35,10 @@ void SrifFilter::v_onTimeUpdate() {
   dintv = (mjd - tlast) * kDay + sod;
   if (!(dintv > 0.0)) dintv = kLeastStep;
 
-  // Columns: 0..n-1 old values, n..2n-1 new values, then the ambiguities and the right-hand side.
-  const int n = npi, m = imtx, ld = 2 * n + 2, rhs = n + m;
-  m_timeArray.assign(static_cast<std::size_t>(ld) * static_cast<std::size_t>(rhs + 1), 0.0);
-  double* array = m_timeArray.data();
-  for (int column = 0; column <= m; ++column)
-    std::copy_n(infs + iptx[column], std::min(n, column + 1),
-                array + ld * (column < n ? column : n + column));
-  m_fillOrdinaryNoise(array, ld, n, rhs);
-  m_fillIonosphereNoise(array, ld, n, rhs);
-  CMat::CMat_Householder(array, ld, rhs + 1, 2 * n, rhs + 1, false);
-  for (int column = 0; column <= m; ++column)
-    std::copy_n(array + ld * (n + column) + n, n, infs + iptx[column]);
+  m_transitions.clear();
+  m_passOrdinary();
+  m_passIonosphere();
+  m_moveOn();
 
   if (nstap > 0)
     for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
@@ -68,49 +62,99 @@ double SrifFilter::m_noiseSpan(SrifPamt& record, bool* running) const {
   return s_wholeMilliseconds(span >= kPieceTolerance ? span : dintv);
 }
 
-void SrifFilter::m_fillOrdinaryNoise(double* array, int ld, int n, int rhs) {
+/// Transition of a record by the configured noise; its a-priori value moves, the correction counts from
+/// there.
+SrifFilter::Transition SrifFilter::m_pass(SrifPamt& record, double information) const {
+  Transition transition{information, record.phi, 0.0};
+  if (record.iupd) {
+    transition.moved = record.dx;
+    record.xini += record.dx * record.phi;
+  }
+  record.nuse = 0;
+  return transition;
+}
+
+void SrifFilter::m_passOrdinary() {
   const double now = mjd + sod / kDay;
-  for (int k = 0; k < np; ++k) {
-    SrifPamt& record = m_pamt[static_cast<std::size_t>(k)];
-    const auto element = [&](int column) -> double& { return array[ld * column + n + k]; };
+  for (SrifPamt& record : m_pamt) {
     bool running = false;
     const double span = m_noiseSpan(record, &running);
     if (running) {
-      element(k) = -kTie;
-      element(n + k) = kTie;
+      m_transitions.push_back({kTie, 1.0, 0.0});
       continue;
     }
-    const double a = record.qinv / std::sqrt(span), b = -a * record.phi;
-    element(k) = b;
-    element(n + k) = a;
-    if (record.iupd) {
-      // The new correction counts from the moved a-priori value.
-      element(rhs) = record.dx * b;
-      record.xini += record.dx * record.phi;
-    }
-    record.nuse = 0;
+    m_transitions.push_back(m_pass(record, record.qinv / std::sqrt(span)));
     record.ptime0 = now;
     record.ptime1 = record.tpiece == 0.0 ? now : mjd + (record.tpiece + sod) / kDay;
   }
 }
 
-void SrifFilter::m_fillIonosphereNoise(double* array, int ld, int n, int rhs) {
-  int k = np;
+void SrifFilter::m_passIonosphere() {
   for (SrifPamt* record : m_ionlist) {
-    const double a = 1.0 / v_get_ion_wgt(*record, dintv), b = -a * record->phi;
-    array[ld * k + n + k] = b;
-    array[ld * (n + k) + n + k] = a;
-    if (record->iupd) {
-      array[ld * rhs + n + k] = record->dx * b;
-      record->xini += record->dx * record->phi;
-    }
-    record->nuse = 0;
+    m_transitions.push_back(m_pass(*record, 1.0 / v_get_ion_wgt(*record, dintv)));
     record->ptime0 = record->ptime1 = mjd + sod / kDay;
-    ++k;
   }
 }
 
+/// Room for columns that are going to leave a triangle of so many rows.
+void SrifFilter::m_beginLeaving(int count, int rows) {
+  m_leavingHeight = rows + 3;
+  m_leavingCount = count;
+  const auto size = static_cast<std::size_t>(count);
+  m_leavingRows.assign(size * static_cast<std::size_t>(m_leavingHeight), 0.0);
+  m_leavingCarry.assign(size * size, 0.0);
+  m_leavingColumns.clear();
+  m_stayingColumns.clear();
+  m_sweeps.m_begin(rows);
+}
+
+/// The next one, as it stands; the last columns come first.
+GivensSweeps::Column& SrifFilter::m_leave(int column) {
+  const auto place = static_cast<std::ptrdiff_t>(m_leavingColumns.size());
+  double* rows = m_leavingRows.data() + place * m_leavingHeight;
+  std::copy_n(infs + iptx[column], column + 1, rows);
+  // A parameter of which nothing is known must give its row free all the same.
+  if (rows[column] == 0.0) rows[column] = kNothing;
+  return m_leavingColumns.emplace_back(
+      GivensSweeps::Column{rows, column, m_leavingCarry.data() + place * m_leavingCount});
+}
+
+/// Old values of the first npi columns give way to the new ones.
+void SrifFilter::m_moveOn() {
+  const int n = npi;
+  m_beginLeaving(n, n);
+  for (int k = n - 1, sweep = 0; k >= 0; --k, ++sweep) {
+    const auto [information, phi, moved] = m_transitions[static_cast<std::size_t>(k)];
+    double* column = infs + iptx[k];
+    if (phi == 0.0) {
+      m_leave(k);
+      std::fill_n(column, k + 1, 0.0);
+      continue;
+    }
+    double* rhs = infs + iptx[imtx];
+    for (int row = 0; row <= k; ++row) {
+      rhs[row] -= column[row] * moved;
+      column[row] /= phi;
+    }
+    const GivensSweeps::Column& noise = m_leave(k);
+    for (int row = 0; row <= k; ++row) noise.m_rows[row] *= -1.0;
+    noise.m_carry[sweep] = information;
+  }
+  m_sweeps.m_clear(m_leavingColumns);
+  for (int column = 0; column <= imtx; ++column)
+    if (column >= n || m_transitions[static_cast<std::size_t>(column)].phi != 0.0)
+      m_stayingColumns.push_back({infs + iptx[column], std::min(column, n - 1), nullptr});
+  m_sweeps.m_apply(m_stayingColumns.data(), m_stayingColumns.size());
+  for (int k = 0; k < n; ++k)
+    if (const Transition& transition = m_transitions[static_cast<std::size_t>(k)]; transition.phi == 0.0)
+      infs[iptx[k] + k] = transition.information;
+}
+
 void SrifFilter::m_solve(std::vector<double>& x) const {
+  if (m_fixed.m_isActive()) {
+    x = m_fixed.m_values();
+    return;
+  }
   x.assign(infs + iptx[imtx], infs + iptx[imtx] + imtx);
   CMat::CMat_SolveLinear(imtx, infs, ldinfs, x.data(), 0);
 }

@@ -162,6 +162,7 @@ void SrifFilter::v_onAddObsMatrix() {
   nobs = 0;
   m_waiting.clear();
   const bool phase = s_usesPhase();
+  m_emptyRows();
   for (int ista = 0; ista < static_cast<int>(m_stations.size()); ++ista) {
     const Station& sta = m_stations[static_cast<std::size_t>(ista)];
     for (int row = 0; row < sta.m_nobs; ++row) {
@@ -181,6 +182,18 @@ void SrifFilter::v_onAddObsMatrix() {
   v_xini_update(1);
 }
 
+/// Zeros where the epoch's rows will come.
+void SrifFilter::m_emptyRows() {
+  int rows = 0;
+  for (const Station& sta : m_stations) rows += sta.m_nobs;
+  rows = std::max(std::min({rows, nhk, ldinfs - imtx - 1}), 0);
+  m_designRows.assign(static_cast<std::size_t>(imtx), {});
+  for (int column = 0; column <= imtx; ++column) {
+    std::fill_n(infs + iptx[column] + imtx, rows, 0.0);
+    std::fill_n(Hk + iphk[column], rows, 0.0);
+  }
+}
+
 void SrifFilter::m_reportWaiting() {
   switch (m_arrayFull.m_update(!m_waiting.empty())) {
     case StatusCondition::Change::begins:
@@ -196,16 +209,19 @@ void SrifFilter::m_reportWaiting() {
   }
 }
 
+void SrifFilter::m_setDesign(int row, int column, double coefficient) {
+  Hk[iphk[column] + row] = coefficient;
+  auto& [first, end] = m_designRows[static_cast<std::size_t>(column)];
+  if (first == end) first = row;
+  end = row + 1;
+}
+
 void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
   const auto [isat, slot, kind, number] = sta.m_index(row);
   const double wgt = sta.m_wgtList[row];
   const int record[5] = {isat, kind, slot, ista, row};
   std::copy_n(record, 5, obsrec + 5 * nobs);
   obswgt[nobs] = wgt;
-  for (int column = 0; column <= imtx; ++column) {
-    infs[iptx[column] + imtx + nobs] = 0.0;
-    Hk[iphk[column] + nobs] = 0.0;
-  }
   const double* pairs = amat + kPairDoubles * number;
   for (int i = 0; i < namat[number]; ++i) {
     const int column = static_cast<int>(pairs[2 * i]);
@@ -213,26 +229,63 @@ void SrifFilter::m_addRow(const Station& sta, int ista, int row) {
     ++parameter->nuse;
     parameter->elevsum += sta.m_sat[isat].m_elev;
     infs[iptx[column] + imtx + nobs] = wgt * pairs[2 * i + 1];
-    Hk[iphk[column] + nobs] = pairs[2 * i + 1];
+    m_setDesign(nobs, column, pairs[2 * i + 1]);
   }
   infs[iptx[imtx] + imtx + nobs] = wgt * sta.m_omcList[row];
   Hk[iphk[imtx] + nobs] = sta.m_omcList[row];
   ++nobs;
 }
 
+/// The rows themselves stay below the triangle, in case that reflectors are wanted.
+void SrifFilter::m_takeRowsIn() {
+  m_keepPrior();
+  if (m_measurement.m_run(infs, ldinfs, np, imtx, nobs, tres)) return;
+  m_makeReflectors();
+}
+
+void SrifFilter::m_keepPrior() {
+  const auto height = static_cast<std::size_t>(imtx);
+  m_prior.resize(height * (height + 1) / 2 + height + static_cast<std::size_t>(nobs));
+  double* to = m_prior.data();
+  for (int column = 0; column <= imtx; ++column)
+    to = std::copy_n(infs + iptx[column], std::min(column + 1, imtx), to);
+  std::copy_n(infs + iptx[imtx] + imtx, nobs, to);
+}
+
+void SrifFilter::m_makeReflectors() {
+  const double* from = m_prior.data();
+  for (int column = 0; column <= imtx; ++column) {
+    const int height = std::min(column + 1, imtx);
+    std::copy_n(from, height, infs + iptx[column]);
+    from += height;
+  }
+  double* misfit = infs + iptx[imtx] + imtx;
+  std::copy_n(from, nobs, misfit);
+  CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, true);
+  m_hasReflectors = true;
+  std::copy_n(misfit, nobs, tres);
+  std::fill_n(misfit, nobs, 0.0);
+}
+
+/// Rows below the triangle are zero at rest, and so is what reflectors have left there.
+void SrifFilter::m_clearRows() {
+  const int end = std::min(imtx + nobs + 1, ldinfs);
+  for (int column = 0; column <= imtx; ++column)
+    std::fill(infs + iptx[column] + (m_hasReflectors ? std::min(column + 1, imtx) : imtx),
+              infs + iptx[column] + end, 0.0);
+  m_hasReflectors = false;
+}
+
 void SrifFilter::v_onFilterEstimate() {
   m_solstat = kStateNone;
   if (nobs < 1) return;
   const Deploy& config = s_config();
-  CMat::CMat_Householder(infs, ldinfs, imtx, imtx + nobs, imtx + 1, config.m_ldia);
+  m_takeRowsIn();
   std::printf("imtx: %d nobs: %d %d - %d np: %d\n", imtx, nobs, imtx + nobs, nobs, np);
-
-  double* misfit = infs + iptx[imtx] + imtx;
-  std::copy_n(misfit, nobs, tres);
-  std::fill_n(misfit, nobs, 0.0);
   m_get_resi(resi);
   m_sig0 = m_unitWeightSigma(false);
   if (config.m_ldia) m_onDia();
+  m_clearRows();
 
   m_solstat = s_has(config.m_obsused, "PHASE") ? kStateFloat : kStateCode;
   m_solve_update();
@@ -249,10 +302,12 @@ void SrifFilter::m_get_resi(double* out) {
   if (!infs || !out || nobs < 1) return;
   m_solve(m_solution);
   std::copy_n(Hk + iphk[imtx], nobs, out);
-  for (int column = 0; column < imtx; ++column) {
+  const int columns = std::min(imtx, static_cast<int>(m_designRows.size()));
+  for (int column = 0; column < columns; ++column) {
     const double x = m_solution[static_cast<std::size_t>(column)];
     const double* design = Hk + iphk[column];
-    for (int row = 0; row < nobs; ++row) out[row] -= design[row] * x;
+    const auto [first, end] = m_designRows[static_cast<std::size_t>(column)];
+    for (int row = first; row < end; ++row) out[row] -= design[row] * x;
   }
 }
 
