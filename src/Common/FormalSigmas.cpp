@@ -78,15 +78,19 @@ void s_formalSigmas(const double* R, const int* start, int n, int count, double*
 
 void s_formalSigmas(const double* R, const int* start, int n, int last, const double* Q, int lead,
                     double* sigma) {
-  thread_local std::vector<Four> y;
-  y.resize(static_cast<std::size_t>(n + last));
+  struct Column {
+    Four of;
+  };
+  thread_local std::vector<Column> work;
+  work.resize(static_cast<std::size_t>(n + last));
+  Column* const y = work.data();
   for (int first = 0; first < n; first += 4) {
     Four squares = {};
     for (int c = first; c < n + last; ++c) {
       const double* column = R + start[c];
       Four sum = {};
-      for (int r = first; r < std::min(c, n); ++r) sum += column[r] * y[static_cast<std::size_t>(r)];
-      Four& here = y[static_cast<std::size_t>(c)];
+      for (int r = first; r < std::min(c, n); ++r) sum += column[r] * y[r].of;
+      Four& here = y[c].of;
       here = -sum;
       if (c >= n) continue;
       const double inverse = column[c] == 0.0 ? 0.0 : 1.0 / column[c];
@@ -94,12 +98,12 @@ void s_formalSigmas(const double* R, const int* start, int n, int last, const do
       if (const int own = c - first; own < 4) here[own] = inverse;
       squares += here * here;
     }
-    const Four* z = y.data() + n;
+    const Column* z = y + n;
     for (int i = 0; i < last; ++i) {
       const double* row = Q + static_cast<std::ptrdiff_t>(i) * lead;
       Four sum = {};
-      for (int j = 0; j < last; ++j) sum += row[j] * z[j];
-      squares += z[i] * sum;
+      for (int j = 0; j < last; ++j) sum += row[j] * z[j].of;
+      squares += z[i].of * sum;
     }
     for (int k = 0; k < 4 && first + k < n; ++k)
       sigma[first + k] = squares[k] > 0.0 && std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
