@@ -41,14 +41,15 @@
 #include "Core/Ambfix/RatioScreen.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
+#include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "support/replay_clock.h"
 #include "gnx/adapt.h"
 #include "gnx/satellite.h"
 #include "run/run_plan.h"
+#include "support/replay_clock.h"
 
 namespace {
 

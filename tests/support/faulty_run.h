@@ -17,6 +17,7 @@
 #include <functional>
 #include <set>
 
+#include "GNX_SDK.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "geometry/vector3.h"
