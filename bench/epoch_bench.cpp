@@ -42,6 +42,7 @@
 #include "Core/Ambfix/RatioScreen.h"
 #include "Core/Ambfix/SrifAmbfix_raw.h"
 #include "Core/Filter/SrifFilter.h"
+#include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "dense_sky.h"
 #include "deployment/deployed.h"

@@ -17,6 +17,7 @@
 #include <functional>
 #include <set>
 
+#include "GNX_SDK.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
 #include "geometry/vector3.h"
@@ -28,6 +29,7 @@
 #include "simulate/simulation.h"
 #include "support/deployment.h"
 #include "support/replay_clock.h"
+#include "support/solution_line.h"
 
 namespace gnx::test {
 
