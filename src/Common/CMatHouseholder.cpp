@@ -35,31 +35,49 @@ struct Reflector {
   const double* m_u = nullptr;  ///< indexed by row
 };
 
+// The loops over columns are unrolled: their sums and factors must stay in registers, or short ranges of rows
+// cost more around the arithmetic than in it.
 template <int N>
 [[gnu::always_inline]] inline void s_applyTo(const Reflector& h, double* const* columns) {
   const double* u = h.m_u;
-  const int full = h.m_lo + (h.m_hi - h.m_lo) / 4 * 4;
-  Lanes sum[N] = {};
-  for (int i = h.m_lo; i < full; i += 4) {
+  const int lo = h.m_lo, hi = h.m_hi, full = lo + (hi - lo) / 4 * 4;
+  double* column[N];
+  Lanes sum[N];
+#pragma GCC unroll 4
+  for (int c = 0; c < N; ++c) {
+    column[c] = columns[c];
+    sum[c] = Lanes{0.0, 0.0, 0.0, 0.0};
+  }
+  for (int i = lo; i < full; i += 4) {
     const Lanes ui = *reinterpret_cast<const Lanes*>(u + i);
-    for (int c = 0; c < N; ++c) sum[c] += ui * *reinterpret_cast<const Lanes*>(columns[c] + i);
+#pragma GCC unroll 4
+    for (int c = 0; c < N; ++c) sum[c] += ui * *reinterpret_cast<const Lanes*>(column[c] + i);
+  }
+  double dot[N];
+#pragma GCC unroll 4
+  for (int c = 0; c < N; ++c)
+    dot[c] = column[c][h.m_pivot] + ((sum[c][0] + sum[c][2]) + (sum[c][1] + sum[c][3]));
+  for (int i = full; i < hi; ++i) {
+#pragma GCC unroll 4
+    for (int c = 0; c < N; ++c) dot[c] += u[i] * column[c][i];
   }
   double w[N];
   bool any = false;
+#pragma GCC unroll 4
   for (int c = 0; c < N; ++c) {
-    double dot = columns[c][h.m_pivot] + ((sum[c][0] + sum[c][2]) + (sum[c][1] + sum[c][3]));
-    for (int i = full; i < h.m_hi; ++i) dot += u[i] * columns[c][i];
-    w[c] = h.m_beta * dot;
-    columns[c][h.m_pivot] += w[c];
+    w[c] = h.m_beta * dot[c];
+    column[c][h.m_pivot] += w[c];
     any = any || w[c] != 0.0;
   }
   if (!any) return;
-  for (int i = h.m_lo; i < full; i += 4) {
+  for (int i = lo; i < full; i += 4) {
     const Lanes ui = *reinterpret_cast<const Lanes*>(u + i);
-    for (int c = 0; c < N; ++c) *reinterpret_cast<Lanes*>(columns[c] + i) += w[c] * ui;
+#pragma GCC unroll 4
+    for (int c = 0; c < N; ++c) *reinterpret_cast<Lanes*>(column[c] + i) += w[c] * ui;
   }
-  for (int c = 0; c < N; ++c) {
-    for (int i = full; i < h.m_hi; ++i) columns[c][i] += w[c] * u[i];
+  for (int i = full; i < hi; ++i) {
+#pragma GCC unroll 4
+    for (int c = 0; c < N; ++c) column[c][i] += w[c] * u[i];
   }
 }
 

@@ -19,11 +19,13 @@ template <int N>
 [[gnu::always_inline]] inline void s_fourBody(const double* table, int last, double* const* columns,
                                               double* const* carry) {
   Lanes carried[N];
+#pragma GCC unroll 4
   for (int p = 0; p < N; ++p) carried[p] = Lanes{carry[0][p], carry[1][p], carry[2][p], carry[3][p]};
   double *a = columns[0], *b = columns[1], *c = columns[2], *d = columns[3];
   for (int row = last; row >= 0; --row) {
     const double* pair = table + static_cast<long>(row) * 2 * kSweeps;
     Lanes x{a[row], b[row], c[row], d[row]};
+#pragma GCC unroll 4
     for (int p = 0; p < N; ++p) {
       const double cosine = pair[2 * p], sine = pair[2 * p + 1];
       const Lanes kept = sine * x - cosine * carried[p];
@@ -73,17 +75,34 @@ FourFunction s_chooseFour() {
   return s_fourBase;
 }
 
-void s_one(int sweeps, const double* table, int last, double* column, double* carry) {
+template <int N>
+void s_oneOf(const double* table, int last, double* column, double* carry) {
+  double carried[N];
+  std::copy_n(carry, N, carried);
   for (int row = last; row >= 0; --row) {
     const double* pair = table + static_cast<long>(row) * 2 * kSweeps;
     double x = column[row];
-    for (int p = 0; p < sweeps; ++p) {
-      const double cosine = pair[2 * p], sine = pair[2 * p + 1];
-      const double kept = sine * x - cosine * carry[p];
-      carry[p] = cosine * x + sine * carry[p];
+#pragma GCC unroll 4
+    for (int p = 0; p < N; ++p) {
+      const double kept = pair[2 * p + 1] * x - pair[2 * p] * carried[p];
+      carried[p] = pair[2 * p] * x + pair[2 * p + 1] * carried[p];
       x = kept;
     }
     column[row] = x;
+  }
+  std::copy_n(carried, N, carry);
+}
+
+void s_one(int sweeps, const double* table, int last, double* column, double* carry) {
+  switch (sweeps) {
+    case 1:
+      return s_oneOf<1>(table, last, column, carry);
+    case 2:
+      return s_oneOf<2>(table, last, column, carry);
+    case 3:
+      return s_oneOf<3>(table, last, column, carry);
+    default:
+      return s_oneOf<4>(table, last, column, carry);
   }
 }
 

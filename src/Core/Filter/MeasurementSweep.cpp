@@ -7,12 +7,25 @@
 #include "Core/Filter/MeasurementSweep.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tarvio {
 
 namespace {
 
 constexpr std::size_t kMostColumns = 16;  ///< of a satellite; a triangle of more is as good as the whole
+
+/// Place of the next element that is not zero, `end` without one.
+int s_nextNonZero(const double* values, int begin, int end) {
+  constexpr int kStride = 8;
+  for (; begin + kStride <= end; begin += kStride) {
+    double sum = 0.0;
+    for (int i = 0; i < kStride; ++i) sum += std::fabs(values[begin + i]);
+    if (sum != 0.0) break;
+  }
+  while (begin < end && values[begin] == 0.0) ++begin;
+  return begin;
+}
 
 std::size_t s_at(int i) { return static_cast<std::size_t>(i); }
 
@@ -49,8 +62,7 @@ bool MeasurementSweep::m_findSatellites() {
   for (int column = 0; column < m_own; ++column) {
     m_parent[s_at(column)] = column;
     const double* rows = m_infsColumn(m_np + column) + m_n;
-    for (int row = 0; row < m_nobs; ++row) {
-      if (rows[row] == 0.0) continue;
+    for (int row = s_nextNonZero(rows, 0, m_nobs); row < m_nobs; row = s_nextNonZero(rows, row + 1, m_nobs)) {
       m_entry[s_at(column)] = 0;
       int& first = m_firstColumn[s_at(row)];
       if (first < 0) first = column;

@@ -31,7 +31,7 @@ constexpr double kMjdZero = 2400000.5;      // Julian date of MJD 0
 constexpr double kGpsToTai_s = 19.0;
 constexpr double kTaiToTt_s = 32.184;
 constexpr double kMicro = 1.0e-6;
-constexpr double kTenth_s = 0.1;
+constexpr double kNode_s = 120.0;
 
 int s_model(const char* conv) {
   if (std::strcmp(conv, "IERS2010") == 0) return kIers2010;
@@ -63,7 +63,7 @@ void Itrs2gcrs::itrs2gcrs(const char* conv, int /*flag*/, int mjd, double sod, c
                           double R[3][3], double Rdot[3][3], double /*dpsi*/, double /*deps*/, int* mjd_ut1,
                           double* sod_ut1, double* gast, double* xp, double* yp) {
   const int model = s_model(conv);
-  const SlowTerms& slow = m_slowTerms(model, mjd, sod);
+  const SlowTerms slow = m_slowTerms(model, mjd, sod);
   const double poleX = eop[0] + slow.xp, poleY = eop[1] + slow.yp;
 
   int mjdTt, mjdUt1;
@@ -102,23 +102,43 @@ void Itrs2gcrs::itrs2gcrs(const char* conv, int /*flag*/, int mjd, double sod, c
   if (yp) *yp = poleY;
 }
 
-const Itrs2gcrs::SlowTerms& Itrs2gcrs::m_slowTerms(int model, int mjd, double sod) {
-  const long tenths = std::lround(sod / kTenth_s);
-  for (const SlowTerms& kept : m_slow)
-    if (kept.model == model && kept.mjd == mjd && kept.tenths == tenths) return kept;
+/// A parabola through three nodes: the fastest terms, tides of half a day, are 3e-4 arcsec and followed to
+/// 1e-10.
+Itrs2gcrs::SlowTerms Itrs2gcrs::m_slowTerms(int model, int mjd, double sod) {
+  const long nearest = std::lround(sod / kNode_s);
+  const double t = sod / kNode_s - static_cast<double>(nearest);
+  if (t == 0.0) return m_nodeTerms(model, mjd, nearest);
+  const double weights[3] = {t * (t - 1.0) / 2.0, 1.0 - t * t, t * (t + 1.0) / 2.0};
+  SlowTerms sum;
+  for (int k = 0; k < 3; ++k) {
+    const SlowTerms& node = m_nodeTerms(model, mjd, nearest - 1 + k);
+    const double w = weights[k];
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) sum.C[i][j] += w * node.C[i][j];
+    sum.sp += w * node.sp;
+    sum.xp += w * node.xp;
+    sum.yp += w * node.yp;
+    sum.dut1 += w * node.dut1;
+  }
+  return sum;
+}
 
-  SlowTerms& slow = m_slow[m_slowNext];
-  m_slowNext = (m_slowNext + 1) % kSlowKept;
-  slow.model = model;
-  slow.mjd = mjd;
-  slow.tenths = tenths;
+const Itrs2gcrs::SlowTerms& Itrs2gcrs::m_nodeTerms(int model, int mjd, long number) {
+  for (const Node& kept : m_nodes)
+    if (kept.model == model && kept.mjd == mjd && kept.number == number) return kept.terms;
+  Node& node = m_nodes[m_nextNode];
+  m_nextNode = (m_nextNode + 1) % kNodesKept;
+  node = {model, mjd, number, m_sumSlowTerms(model, mjd, static_cast<double>(number) * kNode_s)};
+  return node.terms;
+}
 
-  const double sodRounded = static_cast<double>(tenths) * kTenth_s;
+Itrs2gcrs::SlowTerms Itrs2gcrs::m_sumSlowTerms(int model, int mjd, double sod) {
+  SlowTerms slow;
   const int leap = Taiutc::s_getInstance().m_getTaiutc(mjd);
   int mjdTt, mjdUtc;
   double sodTt, sodUtc;
-  timinc(mjd, sodRounded, kGpsToTai_s + kTaiToTt_s, &mjdTt, &sodTt);
-  timinc(mjd, sodRounded, kGpsToTai_s - leap, &mjdUtc, &sodUtc);
+  timinc(mjd, sod, kGpsToTai_s + kTaiToTt_s, &mjdTt, &sodTt);
+  timinc(mjd, sod, kGpsToTai_s - leap, &mjdUtc, &sodUtc);
 
   // The libration in UT1, 3.5 microseconds at most, is left out: a turn about the axis of rotation
   // cancels in a model whose receiver, satellites and result are all Earth-fixed.

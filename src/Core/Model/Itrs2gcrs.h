@@ -6,9 +6,8 @@
 ///
 /// with C celestial-to-intermediate (IAU 2006/2000A) for "IERS2010". The polar motion and UT1-UTC
 /// that are handed in get the ocean-tide and libration terms, and UT1 the zonal tides as well.
-/// Precession-nutation and the tidal series are evaluated at the nearest tenth of a second and kept:
-/// they move by less than 1e-11 rad/s, so that the rounding stays below 4e-13 rad, while the times of
-/// the systems of an epoch, which differ by their receiver clocks only, share one evaluation.
+/// Precession-nutation and the tidal series are summed every two minutes and interpolated in between by a
+/// parabola: to 1e-15 rad, and to 1e-10 arcsec in polar motion.
 
 #include <vector>
 
@@ -43,26 +42,31 @@ class Itrs2gcrs {
     int n[5];
     double a[6];
   };
-  /// What changes slowly, at one tenth of a second.
+  /// What changes slowly.
   struct SlowTerms {
-    int model = -1;
-    int mjd = 0;
-    long tenths = 0;
     double C[3][3] = {};        ///< celestial to intermediate, or to true of date in 1996
     double sp = 0.0;            ///< s', rad
     double xp = 0.0, yp = 0.0;  ///< ocean and libration terms, arcsec
     double dut1 = 0.0;          ///< ocean and zonal terms, s
   };
-  static constexpr int kSlowKept = 4;
+  /// The series summed at one of equidistant times.
+  struct Node {
+    int model = -1, mjd = 0;
+    long number = 0;
+    SlowTerms terms;
+  };
+  static constexpr int kNodesKept = 8;
 
   const std::vector<ZonalTerm>& m_zonalTable(int model);
   void m_readZonal(const char* key, std::vector<ZonalTerm>& table);
   void m_sumZonal(int model, double T, double* dut, double* dlod, double* domega);
-  const SlowTerms& m_slowTerms(int model, int mjd, double sod);
+  SlowTerms m_slowTerms(int model, int mjd, double sod);
+  const SlowTerms& m_nodeTerms(int model, int mjd, long number);
+  SlowTerms m_sumSlowTerms(int model, int mjd, double sod);
 
   std::vector<ZonalTerm> m_zonal[2];  ///< of "ut1t10" and "ut1t03"
-  SlowTerms m_slow[kSlowKept];
-  int m_slowNext = 0;
+  Node m_nodes[kNodesKept];
+  int m_nextNode = 0;
 };
 
 /// Fundamental arguments, radians (Simon et al. 1994). T: centuries of TT from J2000.
