@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "corrections/correction_source.h"
-#include "formats/leap_seconds.h"
+#include "gnx/corrections.h"
+#include "gnx/time.h"
 #include "simulate/simulation.h"
 
 namespace gnx_bench {

@@ -45,9 +45,9 @@
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "deployment/satellite_table.h"
-#include "engine/boundary_feed.h"
 #include "engine/replay_clock.h"
+#include "gnx/adapt.h"
+#include "gnx/satellite.h"
 #include "run/run_plan.h"
 
 namespace {
@@ -137,7 +137,7 @@ void s_writeDeployment(const fs::path& directory, const gnx_bench::DenseSky& sky
   options.date = sky.start;
   options.codeNoise_m = 0.3 * plan.sky.noise;
   options.run.interval_s = plan.sky.interval;
-  options.run.mode = "kinematic";
+  options.run.mode = gnx::Mode::kinematic;
   if (plan.threeFrequencies) options.freqobs = "GPS:L1_L2_L5 GAL:E1_E5a_E5b BD3:B1_B3_B2a";
   options.overrides["files.rinput"] = plan.table ? "ratio.txt" : "no_ratio_table.txt";
   std::ostringstream notes;
@@ -172,11 +172,12 @@ std::vector<double> s_drive(const gnx_bench::DenseSky& sky, const RunPlan& plan,
   setClock(sky.start);
   const gnx::SignalPlan signals = s_signalPlan(sky);
   const gnx::BoundaryNumbers numbers;
+  gnx::LinkedBoundary boundary;
   gnx::ProductFeed products(
-      numbers, signals, {},
+      boundary, numbers, signals, {},
       gnx::reversedSatellites(gnx::parseSatelliteTable(s_text("satnav.txt")), gnx::tableTime(sky.start)),
       true);
-  gnx::ObservationFeed feed(numbers, signals, {});
+  gnx::ObservationFeed feed(boundary, numbers, signals, {});
   GNX_IO::sta_t station{};
   GNX_initialize("kinematic", &station, 7.0, plan.sky.interval);
   std::size_t message = 0, batch = 0;

@@ -1,8 +1,8 @@
-# gnx_embed_files(target dir=prefix ...): puts every file of the folders into the target, so that the program
-# finds them wherever it is installed. The name of a file there is the prefix of its folder and its own name.
-# Generates one C++ source that takes the files in through .incbin; host/platform/embedded_files.h declares
-# the look-up.
-function(gnx_embed_files target)
+# gnx_embed_files(target function dir=prefix ...): puts every file of the folders into the target, so that it has
+# them wherever it is installed. The name of a file there is the prefix of its folder and its own name.
+# Generates one C++ source that takes the files in through .incbin, with the look-up
+#   const std::map<std::string, std::string_view>& gnx::FUNCTION();
+function(gnx_embed_files target function)
   set(asm "")
   set(decls "")
   set(rows "")
@@ -17,18 +17,19 @@ function(gnx_embed_files target)
     foreach(file ${files})
       get_filename_component(name ${file} NAME)
       string(APPEND asm
-        "asm(\".section .rodata\\n.global gnx_file_${n}\\n.global gnx_file_${n}_end\\n\"\n"
-        "    \"gnx_file_${n}:\\n.incbin \\\"${file}\\\"\\ngnx_file_${n}_end:\\n.byte 0\\n.previous\\n\");\n")
-      string(APPEND decls "extern \"C\" const char gnx_file_${n}[], gnx_file_${n}_end[];\n")
+        "asm(\".section .rodata\\n.global ${function}_${n}\\n.global ${function}_${n}_end\\n\"\n"
+        "    \"${function}_${n}:\\n.incbin \\\"${file}\\\"\\n${function}_${n}_end:\\n.byte 0\\n.previous\\n\");\n")
+      string(APPEND decls "extern \"C\" const char ${function}_${n}[], ${function}_${n}_end[];\n")
       string(APPEND rows
-        "      {\"${prefix}${name}\", {gnx_file_${n}, static_cast<std::size_t>(gnx_file_${n}_end - gnx_file_${n})}},\n")
+        "      {\"${prefix}${name}\", {${function}_${n}, static_cast<std::size_t>(${function}_${n}_end - ${function}_${n})}},\n")
       math(EXPR n "${n}+1")
     endforeach()
   endforeach()
-  set(out ${CMAKE_BINARY_DIR}/embedded_files.cpp)
+  set(out ${CMAKE_BINARY_DIR}/${function}.cpp)
   file(WRITE ${out}.new
-    "#include \"platform/embedded_files.h\"\n${asm}${decls}\nnamespace gnx {\n"
-    "const std::map<std::string, std::string_view>& embeddedFiles() {\n"
+    "#include <cstddef>\n#include <map>\n#include <string>\n#include <string_view>\n${asm}${decls}\nnamespace gnx {\n"
+    "const std::map<std::string, std::string_view>& ${function}();\n"
+    "const std::map<std::string, std::string_view>& ${function}() {\n"
     "  static const std::map<std::string, std::string_view> files = {\n${rows}  };\n  return files;\n}\n"
     "}  // namespace gnx\n")
   file(COPY_FILE ${out}.new ${out} ONLY_IF_DIFFERENT)

@@ -1,5 +1,5 @@
 include(CMakePackageConfigHelpers)
-install(TARGETS GNX_SDK GNX_IO EXPORT gnxTargets
+install(TARGETS GNX_SDK GNX_IO gnx_lib EXPORT gnxTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS gnx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES include/GNX_SDK.h include/GNX_SDK_ext.h include/GNX_IO.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

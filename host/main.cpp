@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "commands/commands.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"gnx - precise point positioning with multi-GNSS receivers", "gnx"};

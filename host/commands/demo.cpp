@@ -49,7 +49,7 @@ ReplayOptions demoRun(const DemoArguments& a, const SimulationOptions& sky, cons
   o.deploy.systems = a.systems;
   o.deploy.refpoint = "APC_ITRF";
   o.deploy.codeNoise_m = sky.observer.codeSigma;
-  o.deploy.run.mode = a.mode;
+  o.deploy.run.mode = parseMode(a.mode);
   o.deploy.run.interval_s = a.interval;
   o.deploy.run.cutoff_deg = o.plan.cutoffDeg;
   o.report = Gnuplot::installed();

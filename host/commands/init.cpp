@@ -9,7 +9,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "deployment/deployment.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 
@@ -18,7 +18,7 @@ namespace {
 struct InitArguments {
   std::filesystem::path dir;
   DeploymentOptions options;
-  std::string date;
+  std::string date, mode = "static";
   std::vector<double> position, antennaDelta;
   std::vector<std::string> set;
   bool noResolution = false, noBiases = false;
@@ -54,7 +54,7 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
                  "date of the data, which decides on satellites and antennas; without: now");
   cmd.add_flag("--no-resolution", a.noResolution, "leave the ambiguities float");
   cmd.add_flag("--no-bias-products", a.noBiases, "corrections come without phase biases");
-  cmd.add_option("--mode", o.run.mode, "static, kinematic or dynamic")->capture_default_str();
+  cmd.add_option("--mode", a.mode, "static, kinematic or dynamic")->capture_default_str();
   cmd.add_option("--interval", o.run.interval_s, "processing interval, s; 1 takes every epoch")
       ->capture_default_str();
   cmd.add_option("--cutoff", o.run.cutoff_deg, "elevation mask, degrees")->capture_default_str();
@@ -75,8 +75,8 @@ void init(InitArguments& a) {
   if (!a.position.empty()) o.run.position_m = {a.position[0], a.position[1], a.position[2]};
   if (!a.antennaDelta.empty()) {
     o.run.antennaDelta_m = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
-    o.run.hasAntennaDelta = true;
   }
+  o.run.mode = parseMode(a.mode);
   o.resolution = !a.noResolution;
   o.biasProducts = !a.noBiases;
   o.overrides = parseOverrides(a.set);

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

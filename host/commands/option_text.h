@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

@@ -1,20 +1,15 @@
 /// `gnx products`: a recorded stream of corrections as orbit, clock and bias files.
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <memory>
-#include <optional>
 #include <string>
-#include <utility>
 
 #include "commands/commands.h"
 #include "commands/option_text.h"
-#include "corrections/sources.h"
-#include "formats/input_error.h"
-#include "formats/ssr_text.h"
-#include "products/product_files.h"
+#include "gnx/error.h"
+#include "gnx/write.h"
 
 namespace gnx {
 
@@ -25,14 +20,6 @@ struct ProductsArguments {
   std::string directory, antex, from, to, frame = "ITRF";
   ProductPlan plan;
 };
-
-/// Epoch and update interval of the first clocks of a stream.
-std::pair<GpsTime, double> firstClocks(const std::string& file) {
-  SsrTextReader reader(file);
-  for (SsrBlock block; reader.next(block);)
-    if (block.kind == SsrKind::clock) return {block.time, std::max(1, block.interval)};
-  throw InputError(file, 0, "holds no CLOCK block of corrections");
-}
 
 void tell(const StreamProducts& p, const std::vector<std::filesystem::path>& files) {
   std::printf("%zu satellites, %zu epochs of orbits every %g s, %zu of clocks, %zu biases\n",
@@ -56,17 +43,7 @@ void tell(const StreamProducts& p, const std::vector<std::filesystem::path>& fil
 void makeProducts(ProductsArguments& a) {
   if (!a.from.empty()) a.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) a.plan.to = parseTime(a.to, "--to");
-  const auto [firstClock, clockInterval] = firstClocks(a.ssr.front());
-  const GpsTime first = a.plan.from.value_or(firstClock);
-  if (a.plan.orbitInterval_s == 0.0) a.plan.orbitInterval_s = clockInterval;
-  const NavData messages = readRinexNav(a.nav);
-  const EphemerisTimeline timeline(messages, first);
-  SsrTextOptions stream;
-  stream.files = a.ssr;
-  const auto source = makeSsrTextSource(stream);
-  std::optional<MassCentre> antennas;
-  if (!a.antex.empty()) antennas.emplace(readAntex(a.antex), first);
-  const StreamProducts products = collectProducts(*source, timeline, a.plan, antennas ? &*antennas : nullptr);
+  const StreamProducts products = streamProducts(a.ssr, a.nav, a.antex, a.plan);
   if (products.orbits.empty() || products.clocks.empty())
     throw InputError(
         a.ssr.front(), 0,
@@ -77,7 +54,7 @@ void makeProducts(ProductsArguments& a) {
   options.made = {std::time(nullptr), 0.0};
   options.comments = {
       "broadcast orbits and clocks corrected by a stream",
-      antennas ? "positions of the centre of mass" : "positions of the stream's reference point",
+      !a.antex.empty() ? "positions of the centre of mass" : "positions of the stream's reference point",
       "clocks without periodic relativity; BDS: pair B1I/B3I"};
   const std::filesystem::path dir(a.directory);
   std::filesystem::create_directories(dir);

@@ -9,7 +9,7 @@
 #include "commands/commands.h"
 #include "commands/option_text.h"
 #include "commands/run_console.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 #include "run/named_solutions.h"
 
 namespace gnx {
@@ -150,12 +150,12 @@ void takeRunSettings(const CLI::App& cmd, ReplayArguments& a) {
   const RunSettings settings = readRunSettings(deployment);
   const auto given = [&](const char* option) { return cmd.count(option) > 0; };
   RunPlan& plan = a.options.plan;
-  if (!given("--mode")) plan.mode = settings.mode;
+  if (!given("--mode")) plan.mode = nameOf(settings.mode);
   if (!given("--interval")) plan.interval = settings.interval_s;
   if (!given("--cutoff")) plan.cutoffDeg = settings.cutoff_deg;
   if (!given("--antenna")) plan.antenna = settings.antenna;
   if (!given("--position") && !given("--header-position")) plan.position = settings.position_m;
-  if (!given("--antenna-delta") && settings.hasAntennaDelta) plan.antennaDelta = settings.antennaDelta_m;
+  if (!given("--antenna-delta") && settings.antennaDelta_m) plan.antennaDelta = settings.antennaDelta_m;
 }
 
 void replay(const CLI::App& cmd, ReplayArguments& a) {
@@ -171,7 +171,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
   if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);
   o.deploy.overrides = parseOverrides(a.set);
   o.deploy.refpoint = !a.refpoint.empty() ? a.refpoint : o.plan.sp3.empty() ? "APC_ITRF" : "CoM_ITRF";
-  o.deploy.run.mode = o.plan.mode;
+  o.deploy.run.mode = parseMode(o.plan.mode);
   o.deploy.run.interval_s = o.plan.interval;
   o.deploy.run.cutoff_deg = o.plan.cutoffDeg;
   if (static_cast<int>(!o.plan.sp3.empty()) + static_cast<int>(!o.plan.ssr.empty()) +

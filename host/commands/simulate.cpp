@@ -8,7 +8,7 @@
 #include <optional>
 
 #include "commands/commands.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 #include "simulate/simulation.h"
 
 namespace gnx {

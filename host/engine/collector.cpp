@@ -7,8 +7,9 @@
 #include <sstream>
 #include <utility>
 
-#include "formats/fields.h"
-#include "formats/input_error.h"
+#include "engine/account_lines.h"
+#include "gnx/error.h"
+#include "text/fields.h"
 
 namespace gnx {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "run/account.h"
+#include "gnx/account.h"
 #include "run/solution.h"
 
 namespace gnx {

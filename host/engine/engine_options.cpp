@@ -3,7 +3,7 @@
 #include "engine/engine_options.h"
 
 #include "GNX_SDK_ext.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

@@ -3,10 +3,10 @@
 #include "engine/event_file.h"
 
 #include "GNX_SDK_ext.h"
-#include "formats/csv_reader.h"
-#include "formats/fields.h"
-#include "formats/input_error.h"
-#include "formats/records.h"
+#include "gnx/error.h"
+#include "gnx/records.h"
+#include "text/csv_reader.h"
+#include "text/fields.h"
 
 namespace gnx {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

@@ -7,7 +7,7 @@
 
 #include "engine/event_file.h"
 #include "engine/run_directory.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 #include "platform/child_process.h"
 #include "run/named_solutions.h"
 #include "run/solution_files.h"

@@ -12,7 +12,7 @@
 
 #include "deployment/deployment.h"
 #include "engine/collector.h"
-#include "run/account.h"
+#include "gnx/account.h"
 #include "run/run_plan.h"
 #include "run/statistics.h"
 

@@ -7,8 +7,8 @@
 
 #include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
-#include "formats/input_error.h"
 #include "formats/rinex_obs.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

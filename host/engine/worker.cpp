@@ -2,34 +2,35 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <memory>
 
+#include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "corrections/fitted_messages.h"
-#include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
 #include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
-#include "deployment/satellite_table.h"
-#include "engine/antenna_patterns.h"
-#include "engine/boundary_feed.h"
+#include "engine/account_lines.h"
 #include "engine/engine_options.h"
 #include "engine/event_file.h"
 #include "engine/feeder_thread.h"
 #include "engine/replay.h"
 #include "engine/replay_clock.h"
-#include "formats/input_error.h"
-#include "formats/rinex_clk.h"
-#include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
-#include "formats/text_reader.h"
+#include "gnx/adapt.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
+#include "gnx/satellite.h"
 #include "integers/integer_policy.h"
+#include "integers/wide_lane_fractions.h"
 #include "platform/child_process.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -203,8 +204,8 @@ std::optional<PatternCorrector> makePatterns(const RunPlan& plan, const std::vec
   const bool known = plan.position[0] * plan.position[1] * plan.position[2] != 0.0;
   const auto& position = known && !plan.headerPosition ? plan.position : header.position;
   PatternCorrector corrector(
-      AntennaPatterns(antennas, plan.antenna.empty() ? header.antenna : plan.antenna, first), timeline,
-      position);
+      AntennaPatterns(antennas, plan.antenna.empty() ? header.antenna : plan.antenna, first),
+      timeline.store(), position);
   if (!corrector.active()) {
     std::cerr
         << "note: no approximate position, antenna patterns are not taken off; give one with --position\n";
@@ -341,8 +342,8 @@ class EngineSession {
         in_(in),
         started_((initialize(plan, in.header), true)),
         excluded_(plan.excluded.begin(), plan.excluded.end()),
-        products_(numbers_, in.signals, excluded_, reversedAxes(in.first), in.biased),
-        feed_(numbers_, in.signals, excluded_),
+        products_(boundary_, numbers_, in.signals, excluded_, reversedAxes(in.first), in.biased),
+        feed_(boundary_, numbers_, in.signals, excluded_),
         delivery_(*in.timeline, std::move(in.source), products_),
         feeder_([this](const GpsTime& t) { delivery_.until(t); }),
         diagnostics_(plan),
@@ -362,7 +363,9 @@ class EngineSession {
     diagnostics_.apply(epoch.time, in_.integers.resolvesAt(epoch.time));
     if (patterns_) patterns_->apply(epoch);
     result_ = {};
-    const double seconds = feed_.feed(epoch);
+    const auto start = std::chrono::steady_clock::now();
+    feed_.feed(epoch);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     report(records_.get(), epoch, seconds, feed_.satellites(), shareDone(plan_, in_.first, epoch.time),
            result_);
   }
@@ -379,6 +382,7 @@ class EngineSession {
   RunInputs& in_;
   const bool started_;  ///< the engine runs before anything is handed to it
   const BoundaryNumbers numbers_;
+  LinkedBoundary boundary_;
   const std::set<SatName> excluded_;
   PhaseArcs arcs_;
   ProductFeed products_;

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <filesystem>
 
-#include "formats/printed.h"
 #include "run/reference_path.h"
+#include "text/printed.h"
 
 namespace gnx {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "formats/printed.h"
 #include "report/figures.h"
+#include "text/printed.h"
 
 namespace gnx {
 

@@ -7,9 +7,9 @@
 #include <numbers>
 #include <optional>
 
-#include "formats/fields.h"
 #include "report/figure_frame.h"
 #include "run/solution_files.h"
+#include "text/fields.h"
 
 namespace gnx {
 

@@ -8,9 +8,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "formats/input_error.h"
-#include "formats/text_reader.h"
+#include "gnx/error.h"
 #include "platform/child_process.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 

@@ -9,9 +9,9 @@
 #include <sstream>
 #include <tuple>
 
-#include "formats/fields.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
 #include "run/statistics.h"
+#include "text/fields.h"
 
 namespace gnx {
 

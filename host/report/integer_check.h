@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 #include "run/run_files.h"
 
 namespace gnx {

@@ -2,11 +2,11 @@
 
 #include "report/report.h"
 
-#include "formats/text_reader.h"
 #include "report/analysis.h"
 #include "report/figures.h"
 #include "report/page.h"
 #include "run/run_files.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string_view>
 
-#include "formats/text_reader.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 

@@ -2,12 +2,15 @@
 
 #include "report/template.h"
 
+#include <map>
 #include <stdexcept>
 
-#include "formats/fields.h"
-#include "platform/embedded_files.h"
+#include "text/fields.h"
 
 namespace gnx {
+
+/// The files of host/report/page, which are built into the program.
+const std::map<std::string, std::string_view>& pageFiles();
 
 namespace {
 
@@ -39,8 +42,8 @@ std::string valueOf(const std::string& file, std::string_view name, bool raw, co
 }
 
 std::string_view builtIn(const std::string& file) {
-  const auto found = embeddedFiles().find("page/" + file);
-  if (found == embeddedFiles().end()) throw std::logic_error("template " + file + " is not built in");
+  const auto found = pageFiles().find(file);
+  if (found == pageFiles().end()) throw std::logic_error("template " + file + " is not built in");
   std::string_view text = found->second;
   if (text.ends_with('\n')) text.remove_suffix(1);
   return text;

@@ -3,7 +3,7 @@
 
 #include "run/diagnostics.h"
 
-#include "formats/fields.h"
+#include "text/fields.h"
 
 namespace gnx {
 

@@ -9,9 +9,9 @@
 #include "GNX_SDK_ext.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "formats/fields.h"
-#include "formats/input_error.h"
 #include "formats/rinex_obs.h"
+#include "gnx/error.h"
+#include "text/fields.h"
 
 namespace gnx {
 

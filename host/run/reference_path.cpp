@@ -6,8 +6,8 @@
 #include <cmath>
 #include <vector>
 
-#include "formats/csv_reader.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
+#include "text/csv_reader.h"
 
 namespace gnx {
 

@@ -4,11 +4,11 @@
 
 #include <optional>
 
-#include "formats/csv_reader.h"
-#include "formats/input_error.h"
-#include "formats/json_file.h"
-#include "formats/text_reader.h"
+#include "gnx/error.h"
 #include "run/diagnostics.h"
+#include "text/csv_reader.h"
+#include "text/json_file.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "run/account.h"
+#include "gnx/account.h"
 #include "run/run_plan.h"
 #include "run/solution.h"
 

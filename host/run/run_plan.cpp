@@ -3,8 +3,8 @@
 
 #include "run/run_plan.h"
 
-#include "formats/input_error.h"
-#include "formats/json_file.h"
+#include "gnx/error.h"
+#include "text/json_file.h"
 
 namespace gnx {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

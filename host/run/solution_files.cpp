@@ -6,10 +6,10 @@
 #include <cmath>
 #include <numbers>
 
-#include "formats/input_error.h"
-#include "formats/leap_seconds.h"
-#include "formats/printed.h"
-#include "geometry/geodesy.h"
+#include "gnx/error.h"
+#include "gnx/geodesy.h"
+#include "gnx/time.h"
+#include "text/printed.h"
 
 namespace gnx {
 

@@ -6,8 +6,8 @@
 #include <array>
 #include <cmath>
 
-#include "formats/printed.h"
 #include "run/solution_files.h"
+#include "text/printed.h"
 
 namespace gnx {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "geometry/geodesy.h"
+#include "gnx/geodesy.h"
 #include "run/solution.h"
 
 namespace gnx {

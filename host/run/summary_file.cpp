@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "formats/json_file.h"
+#include "text/json_file.h"
 
 namespace gnx {
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "simulate/astronomy.h"
+#include "geometry/astronomy.h"
 
 namespace gnx {
 

@@ -34,9 +34,9 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 #include "simulate/kepler.h"
-#include "simulate/vector3.h"
 
 namespace gnx {
 

@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <numbers>
 
-#include "formats/input_error.h"
-#include "formats/leap_seconds.h"
-#include "simulate/astronomy.h"
+#include "geometry/astronomy.h"
+#include "gnx/error.h"
+#include "gnx/time.h"
 #include "simulate/satellite_body.h"
 
 namespace gnx {

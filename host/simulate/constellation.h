@@ -32,7 +32,7 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 #include "simulate/attitude.h"
 #include "simulate/kepler.h"
 #include "simulate/random.h"

@@ -6,8 +6,8 @@
 #include <limits>
 #include <map>
 
-#include "formats/input_error.h"
-#include "formats/json_file.h"
+#include "gnx/error.h"
+#include "text/json_file.h"
 
 namespace gnx {
 

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

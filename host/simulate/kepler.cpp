@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "formats/leap_seconds.h"
+#include "gnx/time.h"
 
 namespace gnx {
 

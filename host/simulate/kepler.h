@@ -8,8 +8,8 @@
 /// plain polynomial: no periodic relativity, no group delay. BeiDou geostationary messages, whose
 /// elements refer to a tilted plane, are not evaluated: the simulated sky holds none.
 
-#include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

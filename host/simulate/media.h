@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

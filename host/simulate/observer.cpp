@@ -6,7 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "simulate/astronomy.h"
+#include "geometry/astronomy.h"
 #include "simulate/tides.h"
 
 namespace gnx {

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "formats/input_error.h"
+#include "gnx/error.h"
 
 namespace gnx {
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-#include "formats/records.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 #include "simulate/random.h"
-#include "simulate/vector3.h"
 
 namespace gnx {
 

@@ -5,8 +5,8 @@
 #include <cstdio>
 
 #include "deployment/antex_file.h"
-#include "deployment/satellite_table.h"
-#include "platform/embedded_files.h"
+#include "deployment/built_in_files.h"
+#include "gnx/satellite.h"
 #include "simulate/signals.h"
 
 namespace gnx {
@@ -14,7 +14,7 @@ namespace gnx {
 namespace {
 
 const std::vector<SatelliteRecord>& table() {
-  static const std::vector<SatelliteRecord> rows = parseSatelliteTable(embeddedFiles().at("satnav.txt"));
+  static const std::vector<SatelliteRecord> rows = parseSatelliteTable(builtInFiles().at("satnav.txt"));
   return rows;
 }
 
@@ -25,7 +25,7 @@ SatelliteBody builtInBody(const SatName& sat, const GpsTime& date, const std::ve
   for (const SatelliteRecord& row : table()) {
     if (row.name != sat || !row.validAt(time)) continue;
     SatelliteBody body{row.block, {}};
-    AntexBlock antennas = nominalBlock(row, embeddedFiles().at("block_offsets.csv"));
+    AntexBlock antennas = nominalBlock(row, builtInFiles().at("block_offsets.csv"));
     for (const std::string& signal : signals) {
       const std::string code = std::string{sat[0], '0', signal[0]};
       double x = 0.0, y = 0.0, z = 0.0;

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

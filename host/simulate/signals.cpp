@@ -4,8 +4,8 @@
 
 #include <sstream>
 
-#include "corrections/signals.h"
-#include "formats/input_error.h"
+#include "gnx/error.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 

@@ -7,11 +7,10 @@
 #include <fstream>
 #include <numbers>
 
-#include "formats/input_error.h"
-#include "formats/printed.h"
-#include "formats/rinex_writer.h"
-#include "formats/ssr_writer.h"
+#include "gnx/error.h"
+#include "gnx/write.h"
 #include "simulate/random.h"
+#include "text/printed.h"
 
 namespace gnx {
 

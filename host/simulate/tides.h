@@ -7,8 +7,8 @@
 /// of that section. Ocean loading is absent: the simulated Earth has no oceans.
 /// Pole tide: that of a pole of rotation away from the secular one (7.1.4, update of 2018).
 
-#include "formats/records.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/records.h"
 
 namespace gnx {
 

@@ -11,10 +11,9 @@
 
 #include "Adapter/BrdOrbitClkAdapter.h"
 #include "GNX_SDK.h"
-#include "engine/boundary_feed.h"
-#include "formats/rinex_nav.h"
-#include "formats/sp3.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/adapt.h"
+#include "gnx/read.h"
 #include "support/files.h"
 #include "support/table_fixture.h"
 
@@ -27,7 +26,8 @@ class BroadcastOrbit : public gnx_test::TableFixture {
 
   /// Feeds the messages of one satellite around an epoch, as a host would have by then.
   void feed(const gnx::NavData& nav, const std::string& sat, const gnx::GpsTime& now) {
-    gnx::ProductFeed host(numbers, plan, {}, {}, false);
+    gnx::LinkedBoundary boundary;
+    gnx::ProductFeed host(boundary, numbers, plan, {}, {}, false);
     for (const gnx::BroadcastEph& m : nav.keplerian) {
       const bool fnav = sat[0] != 'E' || (m.code & 2) != 0;
       if (m.sat == sat && m.health == 0 && fnav && m.toe - now <= 0.0 && now - m.toe <= 7200.0) host.feed(m);

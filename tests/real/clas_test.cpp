@@ -1,6 +1,6 @@
 // Fifteen minutes at 1 Hz with a real-time correction stream as it was received, with its delays.
 
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 #include "support/real_data.h"
 
 namespace gnx::test {

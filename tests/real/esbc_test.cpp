@@ -1,7 +1,7 @@
 // A whole day of a static station with precise products and with a recorded correction stream.
 // Margins are about twice the figures of docs/accuracy.md: a wrong sign or a lost model term breaks them.
 
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 #include "support/child.h"
 #include "support/real_data.h"
 

@@ -1,9 +1,9 @@
 // Integer ambiguities of real data, with the antenna offsets behind their products.
 
-#include "formats/json_file.h"
 #include "report/integer_check.h"
 #include "run/run_files.h"
 #include "support/real_data.h"
+#include "text/json_file.h"
 
 namespace gnx::test {
 namespace {

@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "Interface/Controller.h"
-#include "formats/printed.h"
 #include "support/child.h"
 #include "support/files.h"
 #include "support/places.h"
+#include "text/printed.h"
 
 namespace support {
 

@@ -17,16 +17,16 @@
 #include <functional>
 #include <set>
 
-#include "corrections/correction_source.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "deployment/satellite_table.h"
-#include "engine/boundary_feed.h"
 #include "engine/replay_clock.h"
+#include "geometry/vector3.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/satellite.h"
 #include "run/run_plan.h"
 #include "run/solution.h"
 #include "simulate/simulation.h"
-#include "simulate/vector3.h"
 #include "support/deployment.h"
 
 namespace gnx::test {
@@ -169,7 +169,7 @@ class HostSetup {
     options.resolution = setup.resolution;
     options.date = sky.start();
     options.codeNoise_m = ObserverOptions().codeSigma;
-    options.run.mode = setup.mode;
+    options.run.mode = parseMode(setup.mode);
     if (setup.interval > 0.0) options.run.interval_s = setup.interval;
     options.overrides = setup.overrides;
     // The noise of this sky near the horizon crosses the limits of a real receiver: faults are told from it
@@ -187,6 +187,7 @@ class HostSetup {
 
   const SignalPlan plan;
   const BoundaryNumbers numbers;
+  mutable LinkedBoundary boundary;
   const std::set<SatName> reversed;  ///< body axes turned against those of the sky
 
   /// The engine's clock, UTC.
@@ -198,8 +199,8 @@ class HostSetup {
     GNX_IO::sta_t sta{};
     GNX_initialize(setup.mode.c_str(), &sta, setup.cutoffDegrees, setup.interval);
   }
-  ProductFeed products() const { return {numbers, plan, {}, reversed, true}; }
-  ObservationFeed observations() const { return {numbers, plan, {}}; }
+  ProductFeed products() const { return {boundary, numbers, plan, {}, reversed, true}; }
+  ObservationFeed observations() const { return {boundary, numbers, plan, {}}; }
 
  private:
   static SignalPlan::Request request(const SimulatedSky& sky) {

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "formats/input_error.h"
-#include "formats/printed.h"
+#include "gnx/error.h"
 #include "support/files.h"
+#include "text/printed.h"
 
 namespace gnx::test {
 

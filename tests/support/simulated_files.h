@@ -20,7 +20,8 @@ inline ReplayOptions replayInto(const std::filesystem::path& out, const std::str
   o.outDir = out;
   o.program = support::kProgram;
   o.quiet = true;
-  o.plan.mode = o.deploy.run.mode = mode;
+  o.plan.mode = mode;
+  o.deploy.run.mode = parseMode(mode);
   return o;
 }
 

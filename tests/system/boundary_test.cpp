@@ -15,7 +15,7 @@
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_SDK.h"
 #include "Interface/Controller.h"
-#include "engine/boundary_feed.h"
+#include "gnx/adapt.h"
 #include "support/deployment.h"
 
 namespace {

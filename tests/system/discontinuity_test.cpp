@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "formats/ssr_writer.h"
+#include "gnx/write.h"
 #include "support/simulated_files.h"
 
 namespace gnx::test {

@@ -11,8 +11,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "geometry/astronomy.h"
 #include "run/run_files.h"
-#include "simulate/astronomy.h"
 #include "support/simulated_files.h"
 
 namespace gnx::test {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "engine/event_file.h"
-#include "formats/rinex_nav.h"
+#include "gnx/read.h"
 #include "run/named_solutions.h"
 #include "support/host_files.h"
 #include "support/simulated_files.h"

@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 
 #include "deployment/pole_table.h"
-#include "formats/printed.h"
 #include "simulate/tides.h"
 #include "support/simulated_files.h"
+#include "text/printed.h"
 
 namespace gnx::test {
 namespace {

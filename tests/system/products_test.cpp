@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
 #include "support/child.h"
 #include "support/host_files.h"
 #include "support/simulated_files.h"

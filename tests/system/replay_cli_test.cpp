@@ -2,10 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include "geometry/geodesy.h"
+#include "geometry/vector3.h"
+#include "gnx/geodesy.h"
 #include "run/run_files.h"
 #include "run/run_plan.h"
-#include "simulate/vector3.h"
 #include "support/child.h"
 #include "support/files.h"
 

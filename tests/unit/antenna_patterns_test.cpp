@@ -1,11 +1,11 @@
 // Antenna patterns that the host takes off the observations: interpolation, fall-backs, direction.
 
-#include "engine/antenna_patterns.h"
-
 #include <gtest/gtest.h>
 
-#include "corrections/broadcast_orbit.h"
-#include "corrections/signals.h"
+#include "deployment/antex_file.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 #include "simulation_setup.h"
 #include "support/deployment.h"
 
@@ -73,7 +73,7 @@ TEST_F(Patterns, AreTakenOffInTheDirectionOfTheSatellite) {
   EpochTruth truth;
   observer.observe(start, epoch, truth);
   const EphemerisTimeline timeline({allMessages(sky), {}, {}}, start);
-  const PatternCorrector corrector(patterns, timeline, receiver.site);
+  const PatternCorrector corrector(patterns, timeline.store(), receiver.site);
   ASSERT_TRUE(corrector.active());
   ObsEpoch corrected = epoch;
   corrector.apply(corrected);

@@ -5,9 +5,10 @@
 #include <cmath>
 
 #include "corrections/bias_table.h"
-#include "corrections/broadcast_orbit.h"
-#include "corrections/offset_free_biases.h"
 #include "corrections/sources.h"
+#include "gnx/adapt.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

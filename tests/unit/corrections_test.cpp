@@ -1,11 +1,12 @@
 // Products turned into corrections: broadcast message plus correction has to give the product back.
 
-#include "corrections/broadcast_orbit.h"
+#include "gnx/corrections.h"
+
 #include "corrections/orbit_interpolation.h"
 #include "corrections/sources.h"
-#include "formats/rinex_clk.h"
-#include "formats/sp3.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/read.h"
+#include "gnx/signal.h"
 #include "support/host_files.h"
 
 namespace gnx::test {
@@ -96,7 +97,7 @@ struct RealProducts : testing::Test {
     std::map<char, int> compared;
     for (CorrectionBatch b; source->next(b);)
       for (const OrbitClockCorrection& c : b.orbitClock) {
-        const BroadcastEph* eph = messages.chosenByEngine(c.sat, c.iod, b.tag);
+        const BroadcastEph* eph = messages.store().chosenByEngine(c.sat, c.iod, b.tag);
         ASSERT_TRUE(eph) << c.sat << " " << formatTime(b.tag) << ": the engine has no message " << c.iod;
         const SatState got = applyCorrection(evaluateBroadcast(*eph, b.tag), c, 0.0);
         if (const auto* p = pointAt(orbits.at(c.sat), b.tag)) {

@@ -5,12 +5,9 @@
 #include <random>
 
 #include "deployment/antex_file.h"
-#include "formats/rinex_clk.h"
-#include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
-#include "formats/sinex_bias.h"
-#include "formats/sp3.h"
 #include "formats/ssr_text.h"
+#include "gnx/read.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

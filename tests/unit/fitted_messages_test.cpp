@@ -7,7 +7,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "corrections/broadcast_orbit.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 
 namespace gnx {
 namespace {

@@ -7,7 +7,7 @@
 #include "Common/ComGeometry.h"
 #include "Common/Constants.h"
 #include "GNX_IO.h"
-#include "geometry/geodesy.h"
+#include "gnx/geodesy.h"
 
 namespace {
 

@@ -4,9 +4,10 @@
 #include "deployment/choices.h"
 #include "deployment/deployment.h"
 #include "deployment/json_template.h"
-#include "deployment/satellite_table.h"
-#include "formats/json_file.h"
+#include "gnx/satellite.h"
 #include "support/host_files.h"
+#include "text/json_file.h"
+#include "text/text_reader.h"
 
 namespace gnx::test {
 namespace {
@@ -104,10 +105,9 @@ TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   options.systems = "GEC";
   options.freqobs = "GPS:L1_L2_L5 BDS:B1c_B2a";
   options.freqused = "GAL:E5a_E1";
-  options.run.mode = "kinematic";
+  options.run.mode = Mode::kinematic;
   options.run.interval_s = 5.0;
   options.run.antennaDelta_m = {0.0, 0.0, 0.1206};
-  options.run.hasAntennaDelta = true;
   write();
   for (const char* key : {"freqobs", "freqused"})
     EXPECT_EQ(value("ppp.json", "common", key), "GPS:L1_L2_L5 GAL:E5a_E1 BD3:B1c_B2a");
@@ -118,7 +118,7 @@ TEST_F(Deployment, ChoicesArriveInTheConfiguration) {
   EXPECT_EQ(plainValue(ewl["resolution"]), "on");
   EXPECT_EQ(plainValue(ewl["comb"]), "GPS:L2_L5 GAL:E1_E5a BD3:B1c_B2a");
   const RunSettings run = readRunSettings(dir);
-  EXPECT_EQ(run.mode, "kinematic");
+  EXPECT_EQ(run.mode, Mode::kinematic);
   EXPECT_EQ(run.antennaDelta_m, options.run.antennaDelta_m);
   // The third GPS frequency needs offsets that blocks up to IIF do not define.
   for (const AntexBlock& b : readAntex(dir / "antenna.atx"))
@@ -160,11 +160,8 @@ TEST_F(Deployment, InconsistentChoicesAreRefusedInASentence) {
 }
 
 TEST_F(Deployment, RunSettingsAreChecked) {
-  for (const auto& [mode, interval_s, cutoff_deg, sentence] :
-       {std::tuple{"static", 0.0, 5.0, "interval"},
-        {"static", 1.0, 90.0, "mask"},
-        {"walking", 1.0, 5.0, "'walking' is unknown"}}) {
-    options.run.mode = mode;
+  for (const auto& [interval_s, cutoff_deg, sentence] :
+       {std::tuple{0.0, 5.0, "interval"}, {1.0, 90.0, "mask"}}) {
     options.run.interval_s = interval_s;
     options.run.cutoff_deg = cutoff_deg;
     EXPECT_THAT(refusal(), HasSubstr(sentence));
@@ -172,7 +169,9 @@ TEST_F(Deployment, RunSettingsAreChecked) {
   fs::create_directories(dir);
   writeRunSettings(dir, options.run);  // as somebody may have edited it
   EXPECT_THROW(readRunSettings(dir), InputError);
-  options.run.mode = "static";
+  options.run = {};
+  writeTextFile(dir / "gnx.json", R"({"mode": "walking"})");
+  EXPECT_THROW(readRunSettings(dir), InputError);
   options.date = toGpsTime({1975, 1, 1, 0, 0, 0.0});
   EXPECT_THAT(refusal(), HasSubstr("no GPS satellite has an antenna valid at 1975-01-01"));
 }

@@ -5,7 +5,7 @@
 #include "Adapter/OrbitClkAdapter.h"
 #include "Config/SatelliteTable.h"
 #include "Interface/BoundaryInput.h"
-#include "engine/boundary_feed.h"
+#include "gnx/adapt.h"
 #include "support/table_fixture.h"
 
 namespace {

@@ -7,7 +7,8 @@
 #include <cmath>
 #include <random>
 
-#include "formats/printed.h"
+#include "integers/bias_datum.h"
+#include "text/printed.h"
 
 namespace gnx {
 namespace {

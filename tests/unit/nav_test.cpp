@@ -1,8 +1,9 @@
 // Broadcast messages: their reading, and what of them the engine will hold at a time.
 
-#include "corrections/broadcast_orbit.h"
-#include "corrections/ephemeris_timeline.h"
-#include "formats/rinex_nav.h"
+#include "gnx/corrections.h"
+#include "gnx/ephemeris.h"
+#include "gnx/read.h"
+#include "gnx/signal.h"
 #include "support/host_files.h"
 
 namespace gnx::test {
@@ -116,7 +117,7 @@ EphemerisTimeline timelineOf(std::vector<BroadcastEph> list) {
 }
 
 int issueAt(const EphemerisTimeline& timeline, const std::string& sat, double t) {
-  const BroadcastEph* e = timeline.pick(sat, kStart + t);
+  const BroadcastEph* e = timeline.store().pick(sat, kStart + t);
   return e == nullptr ? -1 : e->iode;
 }
 
@@ -137,7 +138,7 @@ TEST(EphemerisTimeline, GivesOnlyWhatTheEngineTakes) {
   EXPECT_EQ(issueAt(timeline, "E01", 60), -1) << "I/NAV";
   EXPECT_EQ(issueAt(timeline, "E02", 60), 1);
   EXPECT_EQ(issueAt(timeline, "C07", 60), -1) << "the grid is that of BDT";
-  ASSERT_NE(timeline.pick("C06", kStart + 60.0), nullptr);
+  ASSERT_NE(timeline.store().pick("C06", kStart + 60.0), nullptr);
   EXPECT_EQ(issueAt(timeline, "G07", 60), 1) << "a second message of the same time of clock is a duplicate";
 }
 
@@ -145,7 +146,7 @@ TEST(EphemerisTimeline, RefersMessagesOutOfTurnToTheGridOfTheEngine) {
   BroadcastEph upload = message("G05", 1, -16, -3600);
   upload.af = {1e-4, 1e-11, 2e-15};
   const EphemerisTimeline timeline = timelineOf({upload});
-  const BroadcastEph* held = timeline.pick("G05", kStart + 60.0);
+  const BroadcastEph* held = timeline.store().pick("G05", kStart + 60.0);
   ASSERT_NE(held, nullptr);
   EXPECT_EQ(held->toc - kStart, -300.0);
   EXPECT_EQ(held->toe - kStart, -16.0);
@@ -159,8 +160,8 @@ TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
   const EphemerisTimeline timeline =
       timelineOf({message("E01", 1, 0, 700), message("E01", 2, 600, 1290), message("E01", 3, 1200, 1300)});
   EXPECT_EQ(issueAt(timeline, "E01", 1200), 1);
-  EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1299.0)->iode, 1);
-  EXPECT_EQ(timeline.chosenByEngine("E01", 1, kStart + 1300.0), nullptr);
+  EXPECT_EQ(timeline.store().chosenByEngine("E01", 1, kStart + 1299.0)->iode, 1);
+  EXPECT_EQ(timeline.store().chosenByEngine("E01", 1, kStart + 1300.0), nullptr);
   EXPECT_EQ(issueAt(timeline, "E01", 1305), -1) << "nothing both settled and held";
   EXPECT_EQ(issueAt(timeline, "E01", 1360), 3);
 }
@@ -168,11 +169,11 @@ TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
 TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
   // The same issue comes back: of the two held the engine takes the one nearer in time of ephemeris.
   const EphemerisTimeline timeline = timelineOf({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)});
-  const BroadcastEph* early = timeline.pick("G05", kStart + 1000.0);
+  const BroadcastEph* early = timeline.store().pick("G05", kStart + 1000.0);
   ASSERT_NE(early, nullptr);
   EXPECT_EQ(early->toe - kStart, 0.0);
-  EXPECT_EQ(early, timeline.chosenByEngine("G05", 4, kStart + 1000.0));
-  EXPECT_EQ(timeline.pick("G05", kStart + 5000.0)->toe - kStart, 7200.0);
+  EXPECT_EQ(early, timeline.store().chosenByEngine("G05", 4, kStart + 1000.0));
+  EXPECT_EQ(timeline.store().pick("G05", kStart + 5000.0)->toe - kStart, 7200.0);
 }
 
 }  // namespace

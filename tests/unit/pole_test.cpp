@@ -10,7 +10,7 @@
 #include "Core/Model/Tides.h"
 #include "Interface/Controller.h"
 #include "deployment/pole_table.h"
-#include "formats/earth_rotation.h"
+#include "gnx/read.h"
 #include "support/host_files.h"
 #include "support/places.h"
 

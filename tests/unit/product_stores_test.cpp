@@ -8,7 +8,7 @@
 #include "Adapter/BrdOrbitClkAdapter.h"
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "Common/ComTime.h"
-#include "formats/rinex_nav.h"
+#include "gnx/read.h"
 #include "support/broadcast_messages.h"
 #include "support/files.h"
 #include "support/table_fixture.h"

@@ -4,10 +4,11 @@
 
 #include <cmath>
 
+#include "engine/account_lines.h"
+#include "gnx/account.h"
 #include "report/gnuplot.h"
 #include "report/run_events.h"
 #include "report/thinning.h"
-#include "run/account.h"
 #include "run/run_files.h"
 #include "run/run_plan.h"
 #include "run/solution_files.h"

@@ -1,7 +1,7 @@
 // What the simulated receiver measures: geometry in inertial axes, observation combinations, clocks, media
 // and faults.
 
-#include "formats/input_error.h"
+#include "gnx/error.h"
 #include "simulate/skyline.h"
 #include "simulation_setup.h"
 #include "support/host_files.h"

@@ -5,17 +5,17 @@
 
 #include <cmath>
 
-#include "formats/input_error.h"
-#include "formats/json_file.h"
-#include "formats/rinex_nav.h"
 #include "formats/rinex_obs.h"
 #include "formats/ssr_text.h"
+#include "geometry/astronomy.h"
+#include "gnx/error.h"
+#include "gnx/read.h"
 #include "run/reference_path.h"
-#include "simulate/astronomy.h"
 #include "simulate/attitude.h"
 #include "simulate/tides.h"
 #include "simulation_setup.h"
 #include "support/reference_cases.h"
+#include "text/json_file.h"
 
 namespace gnx {
 namespace {

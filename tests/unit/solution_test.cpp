@@ -6,7 +6,7 @@
 
 #include <numbers>
 
-#include "geometry/geodesy.h"
+#include "gnx/geodesy.h"
 #include "run/reference_path.h"
 #include "run/solution_files.h"
 #include "support/host_files.h"

@@ -1,7 +1,6 @@
 // Precise orbits and clocks as the centres write them.
 
-#include "formats/rinex_clk.h"
-#include "formats/sp3.h"
+#include "gnx/read.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

@@ -2,8 +2,9 @@
 
 #include "formats/ssr_text.h"
 
-#include "corrections/broadcast_orbit.h"
 #include "corrections/sources.h"
+#include "gnx/corrections.h"
+#include "gnx/signal.h"
 #include "support/host_files.h"
 
 namespace gnx::test {

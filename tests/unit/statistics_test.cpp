@@ -6,8 +6,8 @@
 
 #include <cmath>
 
-#include "geometry/geodesy.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/geodesy.h"
 
 namespace gnx {
 namespace {

@@ -5,10 +5,9 @@
 #include <numbers>
 
 #include "corrections/sources.h"
-#include "formats/rinex_clk.h"
-#include "formats/sp3.h"
-#include "products/product_files.h"
-#include "simulate/vector3.h"
+#include "geometry/vector3.h"
+#include "gnx/read.h"
+#include "gnx/write.h"
 #include "support/deployment.h"
 #include "support/host_files.h"
 
