@@ -45,7 +45,7 @@
 #include "dense_sky.h"
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "engine/replay_clock.h"
+#include "support/replay_clock.h"
 #include "gnx/adapt.h"
 #include "gnx/satellite.h"
 #include "run/run_plan.h"

@@ -8,6 +8,9 @@ install(FILES include/GNX_SDK.h include/GNX_SDK_ext.h include/GNX_IO.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 set(GNX_PKGCONFIG gnx-sdk gnx-io)
 if(GNX_BUILD_LIBGNX)
+  # Engines run in processes of their own, which the library starts from here.
+  set_target_properties(gnx_worker PROPERTIES INSTALL_RPATH "$ORIGIN/../../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS gnx_worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/gnx COMPONENT runtime)
   install(DIRECTORY include/gnx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
   list(APPEND GNX_PKGCONFIG gnx)
 endif()

@@ -16,7 +16,6 @@ int main(int argc, char** argv) {
   gnx::addReport(app);
   gnx::addProducts(app);
   gnx::addDemo(app);
-  gnx::addWorker(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

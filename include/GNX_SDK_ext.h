@@ -187,13 +187,14 @@ struct AccountResult {
 
 /// All that an epoch gave.
 struct Result {
-  GNX_IO::gtime_t time{};  ///< GPS time
-  int state = 0;           ///< 0 none, 1 codes, 2 float, 3 and 4 with wide-lanes, 5 fixed
-  int fixed = 0;           ///< satellites with integers of the last level, references included
-  double ratio = 0.0;      ///< of the last level's search
-  double sigma0 = 0.0;     ///< of unit weight
-  double position[3]{};    ///< as in the solution line, m, earth-fixed; zeros without a solution
-  double covariance[9]{};  ///< of the position, m^2, by rows
+  GNX_IO::gtime_t time{};       ///< GPS time
+  int state = 0;                ///< 0 none, 1 codes, 2 float, 3 and 4 with wide-lanes, 5 fixed
+  int fixed = 0;                ///< satellites with integers of the last level, references included
+  double ratio = 0.0;           ///< of the last level's search
+  double sigma0 = 0.0;          ///< of unit weight
+  double position[3]{};         ///< as in the solution line, m, earth-fixed; zeros without a solution
+  double covariance[9]{};       ///< of the position, m^2, by rows
+  std::array<int, 6> counts{};  ///< satellites with a code residual: G, R, E, C (BeiDou-3), B (BeiDou-2), J
   Reason reason = Reason::none;
   std::string why{};  ///< the reason as a sentence; "" when there is none
   Dop dop{};
@@ -224,6 +225,12 @@ std::string ggaSentence();
 /// GNX_finilize, also between epochs; at most 1023 characters. "-float" among them leaves the integers of the
 /// epochs that follow unresolved, for hosts that know that their corrections cannot carry them just now.
 std::string setOutputOptions(const std::string& options);
+
+// ---- clock ----
+
+/// The wall clock as the engine reads it from now on, s since 1970, UTC; 0: time() again. For hosts that
+/// replay and that have no time() of their own; on any thread.
+void setClock(std::int64_t utcSeconds);
 
 // ---- configuration ----
 

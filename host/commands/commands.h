@@ -15,6 +15,5 @@ void addSimulate(CLI::App& app);
 void addDemo(CLI::App& app);
 void addProducts(CLI::App& app);
 void addReport(CLI::App& app);
-void addWorker(CLI::App& app);  ///< hidden: runs the engine inside a run directory
 
 }  // namespace gnx

@@ -7,8 +7,8 @@
 
 #include "commands/commands.h"
 #include "commands/run_console.h"
-#include "engine/replay.h"
 #include "report/gnuplot.h"
+#include "run/replay.h"
 #include "simulate/simulation.h"
 
 namespace gnx {

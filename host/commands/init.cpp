@@ -4,11 +4,10 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "commands/commands.h"
 #include "commands/option_text.h"
-#include "deployment/deployment.h"
+#include "gnx/deployment.h"
 #include "gnx/error.h"
 
 namespace gnx {
@@ -80,10 +79,9 @@ void init(InitArguments& a) {
   o.resolution = !a.noResolution;
   o.biasProducts = !a.noBiases;
   o.overrides = parseOverrides(a.set);
-  std::ostringstream notes;
-  writeDeployment(a.dir, o, notes);
-  std::cout << "deployment written to " << a.dir.string() << "; the files explain their values\n"
-            << notes.str();
+  const Deployment made = Deployment::make(a.dir, o);
+  std::cout << "deployment written to " << a.dir.string() << "; the files explain their values\n";
+  for (const std::string& note : made.notes()) std::cout << note << '\n';
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 /// `gnx replay`: files in, solutions out.
 
-#include "engine/replay.h"
+#include "run/replay.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -191,12 +191,6 @@ void addReplay(CLI::App& app) {
   addDeploymentOptions(*cmd, *a);
   addRunOptions(*cmd, *a);
   cmd->callback([cmd, a] { replay(*cmd, *a); });
-}
-
-void addWorker(CLI::App& app) {
-  app.add_subcommand("engine-worker", "runs the engine in the present directory")
-      ->group("")
-      ->callback(runWorker);
 }
 
 }  // namespace gnx

@@ -24,7 +24,7 @@ class Progress {
   ~Progress() {
     if (drawn_) std::fprintf(stderr, "\r%79s\r", "");
   }
-  void show(const EpochRecord& r, std::size_t epochs) {
+  void show(const RunProgress& r) {
     if (!active_) return;
     const auto now = Clock::now();
     if (now - shown_ < std::chrono::milliseconds(200)) return;
@@ -32,8 +32,8 @@ class Progress {
     const double elapsed = std::chrono::duration<double>(now - start_).count();
     const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
     std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ",
-                 formatTime(r.time).c_str(), epochs, static_cast<double>(epochs) / std::max(elapsed, 1e-3),
-                 100.0 * r.share, left);
+                 formatTime(r.time).c_str(), r.epochs,
+                 static_cast<double>(r.epochs) / std::max(elapsed, 1e-3), 100.0 * r.share, left);
     drawn_ = true;
   }
 
@@ -45,7 +45,7 @@ class Progress {
 
 ReplayResult runWithProgress(ReplayOptions options) {
   Progress progress(options.quiet);
-  options.onEpoch = [&progress](const EpochRecord& r, std::size_t epochs) { progress.show(r, epochs); };
+  options.onEpoch = [&progress](const RunProgress& r) { progress.show(r); };
   return runReplay(options);
 }
 

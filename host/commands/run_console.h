@@ -2,7 +2,7 @@
 /// \file run_console.h
 /// A run with its summary on the console, as the commands `replay` and `demo` want it.
 
-#include "engine/replay.h"
+#include "run/replay.h"
 
 namespace gnx {
 

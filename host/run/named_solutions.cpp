@@ -7,10 +7,9 @@
 #include <utility>
 
 #include "GNX_SDK_ext.h"
-#include "deployment/deployed.h"
-#include "deployment/deployment.h"
-#include "formats/rinex_obs.h"
+#include "gnx/deployment.h"
 #include "gnx/error.h"
+#include "gnx/read.h"
 #include "text/fields.h"
 
 namespace gnx {
@@ -51,7 +50,8 @@ std::string solutionPattern(const std::string& text, const fs::path& deployment)
   if (text.starts_with('@')) {
     if (deployment.empty())
       throw UsageError("--solution-name " + text + " looks into a deployment; name one with --deployment");
-    wrong = GNX_EXT::readPattern(deploymentFile(deployment, "predefine").string(), text.substr(1), pattern);
+    wrong = GNX_EXT::readPattern(Deployment::open(deployment).file("predefine").string(), text.substr(1),
+                                 pattern);
   }
   std::string name;
   if (wrong.empty()) name = expand(pattern, "SITE", toGpsTime({2026, 1, 1, 0, 0, 0.0}), wrong);
@@ -64,7 +64,7 @@ std::string solutionPattern(const std::string& text, const fs::path& deployment)
 
 std::string stationWord(const std::string& observationFile) {
   std::vector<std::string_view> words;
-  const RinexObsReader reader(observationFile);
+  const ObservationReader reader(observationFile);
   split(reader.header().marker, words);
   if (!words.empty()) return plain(words[0]);
   return plain(fs::path(observationFile).filename().string().substr(0, kFileNameStation));

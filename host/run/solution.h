@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "gnx/records.h"
+#include "gnx/solution.h"
 
 namespace gnx {
 
@@ -29,6 +30,11 @@ struct SolutionEpoch {
   std::array<double, 6> covariance{};
   double milliseconds = 0.0;  ///< time of the engine's call; 0 when not measured
 };
+
+/// The solution of an epoch as a record of a run. Of an epoch without one the position is that of the epoch
+/// before. Coordinates have the four decimals of the engine's solution lines.
+/// \param before  null for the first
+SolutionEpoch epochOf(const Solution& solution, const SolutionEpoch* before);
 
 /// Reads a solution line as the engine prints it on standard output; nothing for any other line.
 /// Format: "%4d%3d%3d%3d%3d%5.1lf%2s%4s%13.4lf%13.4lf%13.4lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf

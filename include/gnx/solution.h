@@ -110,7 +110,7 @@ struct ClockSolution {
 };
 
 /// The total is the sum of the first three.
-struct ZenithDelay {
+struct ZenithDelaySolution {
   double aprioriHydrostatic_m = 0.0, aprioriWet_m = 0.0;
   double correction_m = 0.0;  ///< to the wet delay
   double sigma_m = 0.0;       ///< of the correction, 0 when the delay is not estimated
@@ -152,7 +152,7 @@ struct Solution {
   double sigma0 = 0.0;                   ///< of unit weight
   Dop dop;
   std::vector<ClockSolution> clocks;  ///< the reference system's first
-  ZenithDelay zenith;
+  ZenithDelaySolution zenith;
   CorrectionAges ages;
   std::array<LevelSolution, 3> levels{};  ///< by IntegerLevel
   std::vector<SatelliteSolution> satellites;

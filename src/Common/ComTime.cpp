@@ -2,6 +2,7 @@
 
 #include "Common/ComTime.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 
@@ -47,9 +48,16 @@ std::string s_stamp(char separator, const std::tm& t) {
   return s_stamp(separator, t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec);
 }
 
+std::atomic<long> s_clockOfHost = 0;
+
 }  // namespace
 
-long s_wallClock() { return ::time(nullptr); }
+long s_wallClock() {
+  const long set = s_clockOfHost.load(std::memory_order_relaxed);
+  return set != 0 ? set : ::time(nullptr);
+}
+
+void s_setWallClock(long seconds) { s_clockOfHost = seconds; }
 
 int md_julday(int year, int month, int day) {
   if (year < 0 || day > 366 || month > 12 || month < 0 || (month != 0 && day >= 32)) {

@@ -8,8 +8,10 @@
 namespace tarvio {
 
 /// The wall clock, Unix seconds. The only reader of the clock in the library: it goes through
-/// time(), which a replaying host interposes.
+/// time(), which a replaying host interposes, unless the host has set the clock.
 long s_wallClock();
+/// What the clock shows from now on, Unix seconds; 0: time() again.
+void s_setWallClock(long seconds);
 
 /// Modified Julian day of a calendar date; month 0 makes `day` a day of year. Ends the process on
 /// nonsense arguments.

@@ -8,6 +8,7 @@
 #include "Common/ComTime.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/FixRecord.h"
+#include "Core/Filter/SatelliteCount.h"
 #include "Core/Filter/SrifFilter.h"
 #include "Interface/Controller.h"
 
@@ -84,6 +85,7 @@ void EpochRecord::m_setSolution() {
   m_result.dop = {};
   std::fill_n(m_result.position, 3, 0.0);
   std::fill_n(m_result.covariance, 9, 0.0);
+  m_result.counts.fill(0);
   const int first = m_filter.i_ip(0);
   if (first < 0 || m_filter.m_solstat == kStateNone) return;
   for (int i = 0; i < 3; ++i)
@@ -91,6 +93,7 @@ void EpochRecord::m_setSolution() {
   std::copy_n(m_filter.m_solutionCovariance, 9, m_result.covariance);
   const Station& sta = m_filter.m_stations[0];
   m_result.dop = {sta.m_gdop, sta.m_pdop, sta.m_hdop, sta.m_vdop};
+  std::copy_n(s_countSatellites(sta).perSystem, kSys, m_result.counts.begin());
 }
 
 void EpochRecord::m_setReason() {

@@ -10,6 +10,7 @@
 
 #include "Adapter/SsrOrbitClkAdapter.h"
 #include "Common/Callable.h"
+#include "Common/ComTime.h"
 #include "Common/Logtrace.h"
 #include "Common/Patterns.h"
 #include "Common/ProductHeaders.h"
@@ -265,6 +266,8 @@ std::string setOutputOptions(const std::string& options) {
     return "";
   });
 }
+
+void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {
   try {

@@ -19,7 +19,7 @@
 
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "engine/replay_clock.h"
+#include "support/replay_clock.h"
 #include "geometry/vector3.h"
 #include "gnx/adapt.h"
 #include "gnx/corrections.h"

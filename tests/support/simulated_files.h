@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string>
 
-#include "engine/replay.h"
+#include "run/replay.h"
 #include "simulate/simulation.h"
 #include "support/files.h"
 #include "support/places.h"

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "engine/replay_clock.h"
+#include "support/replay_clock.h"
 #include "support/faulty_run.h"
 
 namespace gnx::test {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "engine/event_file.h"
+#include "run/event_file.h"
 #include "gnx/read.h"
 #include "run/named_solutions.h"
 #include "support/host_files.h"

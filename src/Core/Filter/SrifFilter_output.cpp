@@ -13,6 +13,7 @@
 #include "Config/SatelliteTable.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/FilterDiagnostics.h"
+#include "Core/Filter/SatelliteCount.h"
 #include "Core/Filter/SrifFilter.h"
 #include "GNX_IO.h"
 
@@ -21,23 +22,6 @@ namespace tarvio {
 namespace {
 
 constexpr char kSolutionLog[] = "ppp_pos";
-
-struct SatelliteCount {
-  int perSystem[kSys] = {};
-  int total = 0;
-};
-
-/// Satellites with a code residual on the first slot.
-SatelliteCount s_countSatellites(const Station& sta) {
-  const Deploy& config = s_config();
-  SatelliteCount count;
-  for (int isat = 0; isat < config.m_nsat; ++isat) {
-    if (sta.m_sat[isat].m_xx[kFreq] == 0.0) continue;
-    ++count.perSystem[config.m_sysOfRow(isat)];
-    ++count.total;
-  }
-  return count;
-}
 
 int s_countObserved(const Station& sta) {
   const Deploy& config = s_config();
@@ -67,6 +51,17 @@ int s_directions(const Station& sta, double (&q)[16]) {
 }
 
 }  // namespace
+
+SatelliteCount s_countSatellites(const Station& sta) {
+  const Deploy& config = s_config();
+  SatelliteCount count;
+  for (int isat = 0; isat < config.m_nsat; ++isat) {
+    if (sta.m_sat[isat].m_xx[kFreq] == 0.0) continue;
+    ++count.perSystem[config.m_sysOfRow(isat)];
+    ++count.total;
+  }
+  return count;
+}
 
 void SrifFilter::v_onOutput() {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0;

@@ -5,8 +5,8 @@
 
 #include <filesystem>
 
-#include "engine/replay.h"
 #include "run/reference_path.h"
+#include "run/replay.h"
 
 namespace gnx {
 

@@ -1,14 +1,11 @@
 // Preparation of a run: deployment, plan, results of the last run.
 
-#include "engine/run_directory.h"
+#include "run/run_directory.h"
 
-#include <algorithm>
 #include <fstream>
 
-#include "deployment/deployed.h"
-#include "deployment/deployed_integers.h"
-#include "formats/rinex_obs.h"
 #include "gnx/error.h"
+#include "gnx/read.h"
 
 namespace gnx {
 
@@ -22,36 +19,6 @@ constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.lo
                                     "exit.txt",    "ppp_pos",         "report.html",   "run.json",
                                     "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
                                     "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
-
-/// Whether a file is what some run has left, and no part of a deployment.
-bool isResult(const fs::path& file) {
-  return file.extension() == ".1" || std::ranges::count(kResults, file.filename().string()) > 0;
-}
-
-void checkDeployment(const fs::path& directory) {
-  if (fs::exists(directory / "ppp.json")) return;
-  throw UsageError(directory.string() + " holds no ppp.json; make a deployment with 'gnx init " +
-                   directory.string() + "'");
-}
-
-/// Places the files of a deployment into the run directory: the configuration as a copy, data files as links.
-/// Runs may have been made in the deployment itself; a link to one of their results would be written through.
-void borrowDeployment(const fs::path& from, const fs::path& to) {
-  if (fs::equivalent(from, to)) return;
-  for (const auto& entry : fs::directory_iterator(from)) {
-    const fs::path target = to / entry.path().filename();
-    if (!entry.is_regular_file() || isResult(entry.path())) continue;
-    fs::remove(target);
-    if (entry.path().extension() == ".json") {
-      fs::copy_file(entry.path(), target);
-    } else {
-      fs::create_symlink(fs::absolute(entry.path()), target);
-    }
-  }
-  for (const auto& entry : fs::directory_iterator(from)) {
-    if (entry.is_directory()) fs::create_directories(to / entry.path().filename());
-  }
-}
 
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
@@ -86,7 +53,7 @@ void checkSources(const RunPlan& plan) {
 
 /// Whatever the choices leave open comes from the observation file: date, antenna.
 void completeFromObservations(ReplayOptions& options) {
-  RinexObsReader reader(options.plan.obs.front());
+  ObservationReader reader(options.plan.obs.front());
   const ObsHeader& header = reader.header();
   ObsEpoch first;
   if (!reader.next(first)) throw InputError(options.plan.obs.front(), 0, "holds no epoch");
@@ -96,13 +63,21 @@ void completeFromObservations(ReplayOptions& options) {
   if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
 }
 
-void fillDirectory(const fs::path& dir, const ReplayOptions& options) {
-  if (!options.deployment.empty()) checkDeployment(options.deployment);
+/// \return the deployment in the directory
+Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
+  if (options.deployment.empty()) {
+    fs::create_directories(dir);
+    setResultsAside(dir);
+    const Deployment made = Deployment::make(dir, options.deploy);
+    std::ofstream notes(dir / "deployment.txt");
+    for (const std::string& note : made.notes()) notes << note << '\n';
+    return made;
+  }
+  const Deployment given = Deployment::open(options.deployment);
   fs::create_directories(dir);
   setResultsAside(dir);
-  if (!options.deployment.empty()) return borrowDeployment(options.deployment, dir);
-  std::ofstream notes(dir / "deployment.txt");
-  writeDeployment(dir, options.deploy, notes);
+  given.lend(dir);
+  return Deployment::open(dir);
 }
 
 }  // namespace
@@ -117,11 +92,11 @@ PreparedRun prepareRun(const ReplayOptions& given) {
 
   PreparedRun run;
   run.dir = fs::absolute(options.outDir);
-  fillDirectory(run.dir, options);
-  checkDeployedIntegers(run.dir);
-  plan.bands = deployedBands(run.dir);
-  plan.massCentre = deployedToMassCentre(run.dir);
-  plan.resolution = deployedResolution(run.dir);
+  const Deployment deployment = fillDirectory(run.dir, options);
+  deployment.check();  // integers that would be wrong are refused
+  plan.bands = deployment.bands();
+  plan.massCentre = deployment.toMassCentre();
+  plan.resolution = deployment.resolvesIntegers();
   if (options.reference) plan.reference = options.reference;
   if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
   if (options.report) plan.details = kReportDetails_s;

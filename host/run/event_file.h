@@ -6,25 +6,20 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <string>
+
+#include "gnx/engine.h"
 
 namespace gnx {
 
-/// Writes every event of the engine as long as it lives; on the thread of GNX_initialize and GNX_inputObs.
 class EventFile {
  public:
   /// Throws InputError when the file cannot be written.
   explicit EventFile(const std::filesystem::path& file);
-  ~EventFile();
-  EventFile(const EventFile&) = delete;
-  EventFile& operator=(const EventFile&) = delete;
+  void write(const EngineEvent& event);
 
  private:
-  void write(const std::string& event, const std::map<std::string, std::string>& values);
-
   std::ofstream m_out;
-  int m_listener;
 };
 
 /// How often events of a run came, such as "fix gained 3, lost 2; restarts 1"; "" when the file tells of no

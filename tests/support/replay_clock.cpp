@@ -1,6 +1,6 @@
 // Stands in for the C library's clock while a replay is on.
 
-#include "engine/replay_clock.h"
+#include "support/replay_clock.h"
 
 #include <sys/time.h>
 #include <time.h>

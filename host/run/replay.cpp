@@ -1,0 +1,196 @@
+// A run of the engine over files: prepare, feed, publish.
+
+#include "run/replay.h"
+
+#include <cmath>
+#include <fstream>
+#include <optional>
+
+#include "gnx/engine.h"
+#include "run/event_file.h"
+#include "run/named_solutions.h"
+#include "run/run_directory.h"
+#include "run/solution_files.h"
+#include "run/summary_file.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// How a run ended, as the program's exit status tells it.
+enum class RunEnd { inOrder = 0, badInput = 2, engineFailed = 3 };
+
+RunSettings settingsOf(const RunPlan& plan) {
+  RunSettings run;
+  run.mode = parseMode(plan.mode);
+  run.interval_s = plan.interval;
+  run.cutoff_deg = plan.cutoffDeg;
+  run.antenna = plan.antenna;
+  run.receiver = plan.receiver;
+  run.position_m = plan.position;
+  run.headerPosition = plan.headerPosition;
+  run.antennaDelta_m = plan.antennaDelta;
+  run.patterns = plan.patterns;
+  run.signals = plan.signals;
+  run.excluded = {plan.excluded.begin(), plan.excluded.end()};
+  return run;
+}
+
+EventStream openStream(const RunPlan& plan, const Deployment& deployment) {
+  ReadOptions options;
+  options.deployment = deployment;
+  options.from = plan.from;
+  options.to = plan.to;
+  options.broadcastOnly = plan.broadcastOnly;
+  options.availability = plan.availability;
+  options.wideLaneBiases = plan.wideLaneBiases;
+  options.sparseClocks_s = plan.sparseClocks_s;
+  options.mixedProducts = plan.mixedProducts;
+  return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr}, options);
+}
+
+/// The output options of the engine for an epoch. The account is kept throughout; residuals and the like are
+/// large and come at a pace that suffices for a report.
+class Diagnostics {
+ public:
+  explicit Diagnostics(const RunPlan& plan)
+      : m_plan(plan), m_always(plan.diagnostics + " -outaccount"), m_detailed(m_always + kDetails) {}
+
+  const std::string& at(const GpsTime& time) {
+    constexpr double kTick_s = 1.0e-3;
+    const double beside = std::remainder(secondsOfDay(time), m_plan.interval);
+    const bool tick = m_plan.interval == 1.0 || std::fabs(beside) <= kTick_s;
+    const bool due = m_plan.details > 0.0 && tick && (!m_last || time - *m_last > m_plan.details - 0.5);
+    if (due) m_last = time;
+    return due ? m_detailed : m_always;
+  }
+
+ private:
+  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix -outint";
+  const RunPlan& m_plan;
+  std::string m_always, m_detailed;
+  std::optional<GpsTime> m_last;
+};
+
+/// A run while it goes on, and what it has given so far.
+class Run {
+ public:
+  explicit Run(const PreparedRun& prepared) : m_prepared(prepared) {}
+
+  void go(const std::function<void(const RunProgress&)>& onEpoch) {
+    const RunPlan& plan = m_prepared.plan;
+    Deployment deployment = Deployment::open(m_prepared.dir);
+    deployment.settings = settingsOf(plan);
+    EventStream stream = openStream(plan, deployment);
+    const StreamStart& start = stream.start();
+    if (deployment.resolvesIntegers() && !plan.broadcastOnly)
+      writeIntegerPolicy(m_prepared.dir / "integers.json", start.integers);
+    EventFile events(m_prepared.dir / "events.csv");
+    EngineOptions options;
+    options.directory = m_prepared.dir;
+    options.onEvent = [&events](const EngineEvent& event) { events.write(event); };
+    Engine engine(deployment, options);
+    Diagnostics diagnostics(plan);
+    GpsTime last;
+    for (Event event; stream.next(event);) {
+      const bool epoch = std::holds_alternative<ObsEpoch>(event.record);
+      if (epoch) engine.setOutputOptions(diagnostics.at(last = event.time));
+      if (const auto solution = engine.feed(event)) take(*solution);
+      if (std::holds_alternative<StreamStart>(event.record)) tell(engine, start);
+      if (!epoch) continue;
+      ++epochsRead;
+      if (onEpoch) onEpoch({event.time, epochsRead, stream.share()});
+    }
+    if (plan.storeFiles)
+      for (const std::string& file : engine.writeStoreFiles(last))
+        notes += "note: the engine's store is in " + file + "\n";
+    engine.finish();
+    account = engine.account();
+  }
+
+  std::vector<SolutionEpoch> epochs;
+  RunAccount account;  ///< the host's part
+  std::size_t epochsRead = 0;
+  std::string notes;
+
+ private:
+  void take(const Solution& solution) {
+    epochs.push_back(epochOf(solution, epochs.empty() ? nullptr : &epochs.back()));
+  }
+
+  void tell(const Engine& engine, const StreamStart& start) {
+    notes = engine.signals();
+    for (const std::string& warning : engine.warnings()) notes += "warning: " + warning + "\n";
+    for (const std::string& note : start.notes) notes += "note: " + note + "\n";
+    for (const std::string& note : engine.notes()) notes += "note: " + note + "\n";
+  }
+
+  const PreparedRun& m_prepared;
+};
+
+void writeResults(const fs::path& dir, const ReplayOptions& options,
+                  const std::vector<SolutionEpoch>& epochs) {
+  const std::vector<std::string> comments = {std::string("program   : gnx ") + GNX_VERSION,
+                                             "mode      : " + options.plan.mode};
+  SolutionFile pos(dir / "solution.pos", SolutionFormat::posXyz, comments);
+  SolutionFile csv(dir / "solution.csv", SolutionFormat::csv);
+  std::optional<SolutionFile> nmea;
+  if (options.nmea) nmea.emplace(dir / "solution.nmea", SolutionFormat::nmea);
+  std::optional<NamedSolutions> named;
+  if (!options.solutionName.empty())
+    named.emplace(dir, options.solutionName, stationWord(options.plan.obs.front()), comments);
+  for (const SolutionEpoch& e : epochs) {
+    pos.write(e);
+    csv.write(e);
+    if (nmea) nmea->write(e);
+    if (named) named->write(e);
+  }
+}
+
+/// The files of the directory that tell how the run ended.
+void writeEnd(const fs::path& dir, RunEnd status, const std::string& end, const ReplayResult& result) {
+  std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
+  writeSummaryFile(dir / "summary.json", result.summary, dir / "integers.json");
+  std::ofstream(dir / "signals.txt") << result.notes;
+  std::ofstream(dir / "exit.txt") << "exit status " << static_cast<int>(status) << ": " << end << '\n';
+}
+
+}  // namespace
+
+ReplayResult runReplay(const ReplayOptions& options) {
+  const PreparedRun prepared = prepareRun(options);
+  Run run(prepared);
+  RunEnd status = RunEnd::inOrder;
+  std::string end = "the engine ended in order";
+  std::exception_ptr error;
+  try {
+    run.go(options.onEpoch);
+  } catch (const EngineError& e) {
+    status = RunEnd::engineFailed;
+    end = e.what();
+    error = std::current_exception();
+  } catch (const std::exception& e) {
+    status = RunEnd::badInput;
+    end = e.what();
+    error = std::current_exception();
+  }
+  writeResults(prepared.dir, options, run.epochs);
+  ReplayResult result;
+  result.epochsRead = run.epochsRead;
+  result.summary = prepared.path ? summariseRun(run.epochs, prepared.path)
+                                 : summariseRun(run.epochs, prepared.plan.reference);
+  result.epochs = std::move(run.epochs);
+  result.notes = std::move(run.notes);
+  writeEnd(prepared.dir, status, end, result);
+  if (error) std::rethrow_exception(error);
+
+  addEngineAccount(prepared.dir / "diagnostics.log", run.account);
+  result.account = std::move(run.account);
+  writeAccount(prepared.dir / "account.csv", result.account);
+  result.events = eventSummary(prepared.dir / "events.csv");
+  return result;
+}
+
+}  // namespace gnx
