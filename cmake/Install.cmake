@@ -11,6 +11,7 @@ if(GNX_BUILD_LIBGNX)
   # Engines run in processes of their own, which the library starts from here.
   set_target_properties(gnx_worker PROPERTIES INSTALL_RPATH "$ORIGIN/../../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS gnx_worker RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/gnx COMPONENT runtime)
+  install(FILES include/gnx.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
   install(DIRECTORY include/gnx DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
   list(APPEND GNX_PKGCONFIG gnx)
 endif()
