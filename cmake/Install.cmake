@@ -1,5 +1,6 @@
 # What `make install` installs, by component: runtime (libraries), development (headers, CMake and pkg-config
-# files, static form, examples), program (gnx and its data).
+# files, static form, examples), program (gnx and its data),
+# python (the module gnx).
 include(CMakePackageConfigHelpers)
 get_property(GNX_INSTALLED_LIBRARIES GLOBAL PROPERTY GNX_LIBRARIES)
 install(TARGETS ${GNX_INSTALLED_LIBRARIES} EXPORT gnxTargets
