@@ -48,7 +48,7 @@ run() {
   esac || { tail -20 "$work/out.txt"; fail "$name ends with an error"; }
   case $name in
     minimal_host*) grep -q 'STAN' "$work/out.txt" ;;
-    *) tail -1 "$work/out.txt" | grep -q 'fixed' ;;
+    *) tail -1 "$work/out.txt" | tee -a "$work/positions.txt" | grep -q 'fixed' ;;
   esac || { tail -5 "$work/out.txt"; fail "$name does not print what it should"; }
 }
 
@@ -72,7 +72,7 @@ mkdir "$work/cmake"
   echo 'cmake_minimum_required(VERSION 3.22)'
   echo 'project(hosts LANGUAGES C CXX)'
   echo 'set(CMAKE_CXX_STANDARD 20)'
-  echo 'find_package(gnx 0.1 REQUIRED COMPONENTS sdk io gnx)'
+  echo 'find_package(gnx REQUIRED COMPONENTS sdk io gnx)'
   for example in examples/*.c examples/*.cpp; do
     [ -e "$example" ] || continue
     name=$(basename "${example%.*}")_${example##*.}
@@ -85,6 +85,23 @@ mkdir "$work/cmake"
 cmake -S "$work/cmake" -B "$work/cmake/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cmake/build" >/dev/null
 for program in "$work"/cmake/build/*_c "$work"/cmake/build/*_cpp; do [ ! -x "$program" ] || run "$program"; done
+
+module=$(find "$prefix" -path '*dist-packages/gnx' -type d)
+if [ -n "$module" ]; then
+  say "examples in Python"
+  export PYTHONPATH=${module%/gnx}
+  run_python() { /usr/bin/python3 "$@"; }
+  run_python examples/python_host.py "$work/site" "${files[@]}" |
+    tail -1 | tee -a "$work/positions.txt" | grep -q fixed || fail "python_host.py does not fix"
+  if run_python -c 'import matplotlib' 2>/dev/null; then
+    run_python examples/plot_day.py "$work/figure.svg" "$work/site" "${files[@]}"
+    [ -s "$work/figure.svg" ] || fail "plot_day.py makes no figure"
+  fi
+  unset PYTHONPATH
+fi
+
+say "all examples that print a position print the same"
+sort -u "$work/positions.txt" | wc -l | grep -qx 1 || { cat "$work/positions.txt"; fail "positions differ"; }
 
 say "Debian packages"
 make package OPTIONS="$*" >"$work/package.log" 2>&1 || { tail -30 "$work/package.log"; exit 1; }
