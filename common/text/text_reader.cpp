@@ -127,7 +127,7 @@ void TextReader::finish() {
 }
 
 void TextReader::fail(const std::string& field, const std::string& what) const {
-  throw InputError(m_path, m_line, field.empty() ? what : field + ": " + what);
+  throw InputError(m_path, m_line, field, what);
 }
 
 void TextReader::failAtEnd(const std::string& what) const { throw InputError(m_path, m_line, what); }

@@ -16,14 +16,14 @@ ValueFate valueOf(const GNX_EXT::ValueResult& v) {
 
 BandSolution bandOf(const GNX_EXT::BandResult& b) {
   BandSolution band{b.band, b.signal, b.snr_dBHz, valueOf(b.code), valueOf(b.phase), std::nullopt};
-  if (b.hasAmbiguity) band.ambiguity = {b.wavelength_m, b.ambiguity, b.arc_s, b.arcStart};
+  if (b.hasAmbiguity) band.ambiguity = AmbiguitySolution{b.wavelength_m, b.ambiguity, b.arc_s, b.arcStart};
   return band;
 }
 
 SatelliteSolution satelliteOf(const GNX_EXT::SatelliteResult& s) {
   SatelliteSolution satellite{s.name, s.azimuth_deg, s.elevation_deg, {}, std::nullopt};
   for (int i = 0; i < s.bands; ++i) satellite.bands.push_back(bandOf(s.band[i]));
-  if (s.hasIonosphere) satellite.ionosphere = {s.ionosphere_m, s.ionosphereSigma_m};
+  if (s.hasIonosphere) satellite.ionosphere = IonosphereSolution{s.ionosphere_m, s.ionosphereSigma_m};
   return satellite;
 }
 

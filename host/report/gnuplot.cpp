@@ -203,8 +203,7 @@ void Gnuplot::figure(int width, int height) {
 
 std::vector<std::string> Gnuplot::draw() {
   std::ofstream(directory_ / "script") << script_ << "unset output\n";
-  const auto ignore = [](std::string_view) {};
-  const ChildResult child = runChild(program_, {"script"}, directory_, ignore, ignore);
+  const ChildResult child = runChild(program_, {"script"}, directory_);
   if (child.exitStatus != 0) throw InputError(program_, 0, "could not draw the figures: " + child.errors);
   std::vector<std::string> svgs;
   for (int i = 0; i < figures_; ++i) svgs.push_back(inlineSvg(readTextFile(directory_ / figureName(i))));

@@ -1,70 +1,10 @@
-// Reads the engine's solution lines by their columns.
+// Solutions of the engine as records of a run.
 
 #include "run/solution.h"
 
-#include <charconv>
 #include <cmath>
 
 namespace gnx {
-
-namespace {
-
-/// Takes the fields of a line one after the other. Integers have fixed widths; a number with decimals
-/// ends behind its last decimal, wherever that is, since wide coordinates leave no blank in between.
-class FieldCursor {
- public:
-  explicit FieldCursor(std::string_view text) : m_text(text) {}
-
-  bool skip(std::size_t count) {
-    if (m_text.size() < count) return false;
-    m_text.remove_prefix(count);
-    return true;
-  }
-
-  bool integer(std::size_t width, int& value) {
-    if (m_text.size() < width) return false;
-    std::string_view field = m_text.substr(0, width);
-    m_text.remove_prefix(width);
-    const std::size_t start = field.find_first_not_of(' ');
-    if (start == std::string_view::npos) return false;
-    field.remove_prefix(start);
-    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
-    return error == std::errc() && end == field.data() + field.size();
-  }
-
-  bool decimal(std::size_t decimals, double& value) {
-    const std::size_t start = m_text.find_first_not_of(' ');
-    if (start == std::string_view::npos) return false;
-    m_text.remove_prefix(start);
-    const std::size_t point = m_text.find('.');
-    if (point == std::string_view::npos || m_text.size() < point + 1 + decimals) return false;
-    const std::string_view field = m_text.substr(0, point + 1 + decimals);
-    m_text.remove_prefix(field.size());
-    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
-    return error == std::errc() && end == field.data() + field.size() && std::isfinite(value);
-  }
-
-  std::string_view rest() const { return m_text; }
-
- private:
-  std::string_view m_text;
-};
-
-bool readDate(FieldCursor& cursor, GpsTime& time) {
-  Calendar c;
-  double second = 0.0;
-  if (!cursor.integer(4, c.year) || !cursor.integer(3, c.month) || !cursor.integer(3, c.day) ||
-      !cursor.integer(3, c.hour) || !cursor.integer(3, c.minute) || !cursor.decimal(1, second))
-    return false;
-  if (c.year < 1980 || c.month < 1 || c.month > 12 || c.day < 1 || c.day > 31 || c.hour < 0 || c.hour > 23 ||
-      c.minute < 0 || c.minute > 59 || second < 0.0 || second > 60.0)
-    return false;
-  // 59.96 s prints as 60.0: added to the full minute it carries over.
-  time = toGpsTime(c) + second;
-  return true;
-}
-
-}  // namespace
 
 SolutionEpoch epochOf(const Solution& solution, const SolutionEpoch* before) {
   SolutionEpoch e;
@@ -85,32 +25,6 @@ SolutionEpoch epochOf(const Solution& solution, const SolutionEpoch* before) {
   e.covariance = {c[0][0], c[1][1], c[2][2], c[0][1], c[1][2], c[0][2]};
   e.milliseconds = solution.milliseconds;
   return e;
-}
-
-std::optional<SolutionEpoch> parseSolutionLine(std::string_view line) {
-  while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
-  FieldCursor cursor(line);
-  SolutionEpoch epoch;
-  if (!readDate(cursor, epoch.time)) return std::nullopt;
-  constexpr std::size_t kFillAndStation = 2 + 4;
-  if (!cursor.skip(kFillAndStation)) return std::nullopt;
-  for (double& coordinate : epoch.xyz)
-    if (!cursor.decimal(4, coordinate)) return std::nullopt;
-  double unused = 0.0;
-  for (int i = 0; i < 6; ++i)  // sigmas, which stay zero, and the offset from the a-priori position
-    if (!cursor.decimal(3, unused)) return std::nullopt;
-  const auto readTail = [&epoch](FieldCursor c) {
-    if (!c.integer(3, epoch.rows)) return false;
-    for (int& count : epoch.satellites)
-      if (!c.integer(3, count)) return false;
-    return c.decimal(2, epoch.pdop) && c.decimal(3, epoch.sigma0) && c.integer(3, epoch.status) &&
-           c.integer(3, epoch.fixed);
-  };
-  // A blank may stand before the counts; read at the wrong place, their columns hold no whole numbers.
-  FieldCursor behindBlank = cursor;
-  if (cursor.rest().starts_with(' ') && behindBlank.skip(1) && readTail(behindBlank)) return epoch;
-  if (!readTail(cursor)) return std::nullopt;
-  return epoch;
 }
 
 }  // namespace gnx

@@ -3,8 +3,6 @@
 /// Solutions of a run as records.
 
 #include <array>
-#include <optional>
-#include <string_view>
 #include <vector>
 
 #include "gnx/records.h"
@@ -35,11 +33,5 @@ struct SolutionEpoch {
 /// before. Coordinates have the four decimals of the engine's solution lines.
 /// \param before  null for the first
 SolutionEpoch epochOf(const Solution& solution, const SolutionEpoch* before);
-
-/// Reads a solution line as the engine prints it on standard output; nothing for any other line.
-/// Format: "%4d%3d%3d%3d%3d%5.1lf%2s%4s%13.4lf%13.4lf%13.4lf%9.3lf%9.3lf%9.3lf%13.3lf%13.3lf%13.3lf
-/// %3d%3d%3d%3d%3d%3d%3d %5.2lf%6.3lf %02d %02d": date, " ", station, X Y Z, three zeros, east north
-/// up (cm), rows, satellites G R E C B J, PDOP, sigma0, status, fixed.
-std::optional<SolutionEpoch> parseSolutionLine(std::string_view line);
 
 }  // namespace gnx

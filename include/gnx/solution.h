@@ -61,19 +61,26 @@ struct ValueFate {
   double sigma_m = 0.0;          ///< with which the filter took it; 0: no row of its own
 };
 
+/// An ambiguity of a frequency.
+struct AmbiguitySolution {
+  double wavelength_m = 0.0;  ///< unit of the value
+  double value = 0.0;         ///< of the solution
+  double arc_s = 0.0;         ///< since its arc began
+  int arcStart = 0;           ///< 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 or 7 outlier treatment
+};
+
 /// A frequency of a satellite.
 struct BandSolution {
   std::string band;    ///< the engine's name of the frequency: "L1"
   std::string signal;  ///< observed: "1C"
   double snr_dBHz = 0.0;
   ValueFate code, phase;
-  struct Ambiguity {
-    double wavelength_m = 0.0;  ///< unit of the value
-    double value = 0.0;         ///< of the solution
-    double arc_s = 0.0;         ///< since its arc began
-    int arcStart = 0;           ///< 1 new, 2 gap, 3 or 4 slip, 5 restart, 6 or 7 outlier treatment
-  };
-  std::optional<Ambiguity> ambiguity;
+  std::optional<AmbiguitySolution> ambiguity;
+};
+
+/// Slant delay of the first band.
+struct IonosphereSolution {
+  double delay_m = 0.0, sigma_m = 0.0;
 };
 
 /// A satellite of which at least one value came in.
@@ -81,10 +88,7 @@ struct SatelliteSolution {
   SatName sat;
   double azimuth_deg = 0.0, elevation_deg = 0.0;
   std::vector<BandSolution> bands;  ///< in the order of the configuration
-  struct Ionosphere {
-    double delay_m = 0.0, sigma_m = 0.0;  ///< slant, of the first band
-  };
-  std::optional<Ionosphere> ionosphere;
+  std::optional<IonosphereSolution> ionosphere;
 };
 
 /// An ambiguity between two satellites that took part in a level.

@@ -19,7 +19,6 @@
 
 #include "deployment/deployed.h"
 #include "deployment/deployment.h"
-#include "support/replay_clock.h"
 #include "geometry/vector3.h"
 #include "gnx/adapt.h"
 #include "gnx/corrections.h"
@@ -28,6 +27,8 @@
 #include "run/solution.h"
 #include "simulate/simulation.h"
 #include "support/deployment.h"
+#include "support/replay_clock.h"
+#include "support/solution_line.h"
 
 namespace gnx::test {
 

@@ -10,6 +10,7 @@ namespace support {
 extern const std::string kSourceDirectory;  ///< of the tree
 extern const std::string kTestData;         ///< small files of the tests
 extern const std::string kProgram;          ///< gnx
+extern const std::string kExamples;         ///< directory of the example programs
 extern const std::string kDataDirectory;    ///< real data, may be absent
 
 }  // namespace support

@@ -18,7 +18,6 @@ using RunDirectory = support::TemporaryDirectory;
 inline ReplayOptions replayInto(const std::filesystem::path& out, const std::string& mode = "static") {
   ReplayOptions o;
   o.outDir = out;
-  o.program = support::kProgram;
   o.quiet = true;
   o.plan.mode = mode;
   o.deploy.run.mode = parseMode(mode);

@@ -4,7 +4,6 @@
 
 #include <cmath>
 
-#include "engine/account_lines.h"
 #include "gnx/account.h"
 #include "report/gnuplot.h"
 #include "report/run_events.h"
@@ -28,12 +27,10 @@ class ReportFiles : public ::testing::Test {
 
 TEST_F(ReportFiles, AccountJoinsTheLastTotalsOfTheEngineWithTheHostsCounts) {
   RunAccount account;
-  SystemAccount host;
+  SystemAccount& host = account['G'];
   host.in = 100;
   host.unplanned = 40;
   host.reasons["excluded"] = 8;
-  ASSERT_TRUE(readHostAccountLine(hostAccountLine('G', host), account));
-  EXPECT_FALSE(readHostAccountLine("1234 0.5 0.7 12 0.3", account)) << "a record of an epoch";
   directory.write("diagnostics.log",
                   "ACC 59025 0.000 STAN G in=10 used=9 partner=1\n"
                   "RES 59025 0.000 STAN G05 L1 phase 30.00 90.00 0.0012 - 333.0\n"

@@ -1,6 +1,7 @@
 // Solution lines of the engine as records, and records as files.
 
 #include "run/solution.h"
+#include "support/solution_line.h"
 
 #include <gmock/gmock.h>
 

@@ -1,0 +1,214 @@
+// Engines as a host of the library meets them: in a worker, in its own process, several at a time, killed.
+
+#include "gnx/engine.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "support/child.h"
+#include "support/simulated_files.h"
+
+namespace gnx::test {
+namespace {
+
+using testing::HasSubstr;
+
+/// Half an hour of a sky with QZSS, whose BeiDou clocks refer to B3I, and a deployment for it, made once.
+struct Site {
+  static const Site& get() {
+    static const Site site;
+    return site;
+  }
+  Site()
+      : files(simulate(shortSky("GECJ", 0.5), directory.path() / "sky")),
+        deployment(Deployment::make(directory.path() / "site", options())) {}
+  EventStream stream() const {
+    return read({files.observations.string(), files.navigation.string(), files.corrections.string()},
+                {.deployment = deployment});
+  }
+
+  const support::TemporaryDirectory directory;
+  const SimulationFiles files;
+  const Deployment deployment;
+
+ private:
+  static DeploymentOptions options() {
+    DeploymentOptions o;
+    o.systems = "GECJ";
+    o.refpoint = "APC_ITRF";
+    o.date = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+    return o;
+  }
+};
+
+/// Every bit of what a host may compare.
+std::string bitsOf(const Solution& s) {
+  std::string text;
+  const auto add = [&text](double value) {
+    char number[40];
+    std::snprintf(number, sizeof number, "%a ", value);
+    text += number;
+  };
+  add(s.time - GpsTime{});
+  for (const double x : s.position) add(x);
+  for (const Vector3& row : s.covariance)
+    for (const double x : row) add(x);
+  add(s.ratio), add(s.sigma0), add(s.zenith.correction_m), add(s.dop.position);
+  for (const SatelliteSolution& satellite : s.satellites) {
+    text += satellite.sat + " ";
+    for (const BandSolution& band : satellite.bands) {
+      text += band.signal + " " + band.phase.fate + " ";
+      add(band.phase.residual_m), add(band.code.residual_m);
+    }
+  }
+  return text + nameOf(s.state) + "\n";
+}
+
+std::string solutionsOf(Engine& engine, EventStream stream) {
+  std::string text;
+  for (const Event& event : stream)
+    if (const auto solution = engine.feed(event)) text += bitsOf(*solution);
+  engine.finish();
+  return text;
+}
+
+const std::string& ofAWorker() {
+  static const std::string text = [] {
+    Engine engine(Site::get().deployment);
+    return solutionsOf(engine, Site::get().stream());
+  }();
+  return text;
+}
+
+TEST(Engines, GiveTheSameBitsInAWorkerAndInThisProcess) {
+  EXPECT_EQ(std::ranges::count(ofAWorker(), '\n'), 60);
+  EXPECT_THAT(ofAWorker(), HasSubstr("fixed"));
+  const support::TemporaryDirectory out;
+  const auto child = support::runInChild([&] {
+    Engine engine(Site::get().deployment, {.place = Place::inProcess});
+    support::writeFile(out.path() / "bits", solutionsOf(engine, Site::get().stream()));
+    Engine again(Site::get().deployment, {.place = Place::inProcess});  // the last one has been finished
+    for (const Event& event : Site::get().stream()) again.feed(event);
+    Engine second(Site::get().deployment, {.place = Place::inProcess});
+    EXPECT_THROW(second.start(Site::get().stream().start()), UsageError) << "room for one";
+  });
+  EXPECT_EQ(child.status, 0) << child.output;
+  EXPECT_EQ(support::readFile(out.path() / "bits"), ofAWorker());
+}
+
+TEST(Engines, RunSeveralAtATime) {
+  const Site& site = Site::get();
+  Deployment moving = site.deployment;
+  moving.settings.mode = Mode::kinematic;
+  Engine a(site.deployment), b(moving), c(site.deployment);
+  std::string ofA, ofB, ofC;
+  EventStream stream = site.stream();
+  for (Event event; stream.next(event);) {
+    if (const auto s = a.feed(event)) ofA += bitsOf(*s);
+    if (const auto s = b.feed(event)) ofB += bitsOf(*s);
+    if (const auto s = c.feed(event)) ofC += bitsOf(*s);
+  }
+  EXPECT_EQ(ofA, ofAWorker());
+  EXPECT_EQ(ofC, ofAWorker());
+  EXPECT_NE(ofB, ofA);
+}
+
+TEST(Engines, KilledOneIsAnErrorAndTheHostGoesOn) {
+  Engine engine(Site::get().deployment);
+  EventStream stream = Site::get().stream();
+  int epochs = 0;
+  std::string told, again;
+  for (Event event; stream.next(event) && told.empty();) {
+    if (epochs == 20) kill(static_cast<pid_t>(engine.processId()), SIGKILL);
+    try {
+      if (engine.feed(event)) ++epochs;
+    } catch (const EngineError& e) {
+      told = e.what();
+    }
+  }
+  EXPECT_EQ(epochs, 20);
+  EXPECT_THAT(told, HasSubstr("signal 9"));
+  EXPECT_THROW(engine.feed(ObsEpoch{toGpsTime({2026, 11, 21, 6, 20, 0.0}), {}}), EngineError);
+  EXPECT_THROW(engine.finish(), EngineError);
+  Engine next(Site::get().deployment);
+  EXPECT_EQ(solutionsOf(next, Site::get().stream()), ofAWorker());
+}
+
+TEST(Engines, TellWhyTheyDoNotStart) {
+  const Site& site = Site::get();
+  const support::TemporaryDirectory copy;
+  site.deployment.lend(copy.path());
+  std::string main = support::readFile(copy.path() / "ppp.json");
+  const std::string word = "\"ION_EST";
+  copy.write("ppp.json", main.replace(main.find(word), word.size(), "\"ION_FOO"));
+  Engine refused(Deployment::open(copy.path()));
+  try {
+    refused.feed({GpsTime{}, site.stream().start()});
+    ADD_FAILURE() << "a configuration that cannot be";
+  } catch (const EngineError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("only support ION_EST and ION_NONE"));
+  }
+  EXPECT_THROW(refused.feed(ObsEpoch{}), Error);
+
+  Engine unfed(site.deployment);
+  EXPECT_THROW(unfed.feed(ObsEpoch{}), UsageError) << "before the start";
+  EXPECT_THROW(unfed.start({}), UsageError) << "without signals";
+  Engine nowhere(site.deployment, {.worker = "/nonexistent/gnx-worker"});
+  EXPECT_THROW(nowhere.start(site.stream().start()), EngineError);
+}
+
+TEST(Engines, LeaveTheirDirectoryAndTellEvents) {
+  const support::TemporaryDirectory kept;
+  std::filesystem::path temporary;
+  std::vector<std::string> names;
+  {
+    EngineOptions options;
+    options.onEvent = [&](const EngineEvent& event) { names.push_back(event.name); };
+    Engine engine(Site::get().deployment, options);
+    temporary = engine.directory();
+    EXPECT_TRUE(std::filesystem::exists(temporary / "ppp.json"));
+    Engine named(Site::get().deployment, {.directory = kept.path()});
+    EventStream stream = Site::get().stream();
+    for (Event event; stream.next(event);) {
+      engine.feed(event);
+      named.feed(event);
+    }
+    engine.restart();
+    EXPECT_EQ(named.writeStoreFiles(stream.start().first.value()).size(), 2u);
+  }
+  EXPECT_FALSE(std::filesystem::exists(temporary));
+  EXPECT_FALSE(support::readFile(kept.path() / "engine.log").empty());
+  EXPECT_EQ(names.front(), "configuration");
+  EXPECT_THAT(names, testing::IsSupersetOf({"satellite_in", "fix_gained", "restart"}));
+}
+
+// The program and a host of thirty lines see the same position.
+TEST(Engines, ExampleHostPrintsTheFixedPositionOfTheProgram) {
+  const Site& site = Site::get();
+  const std::string call = support::kExamples + "/positions ";
+  const std::string arguments = site.deployment.directory().string() + " " + site.files.corrections.string() +
+                                " " + site.files.observations.string() + " " + site.files.navigation.string();
+  const auto lastLine = [](const std::string& command) {
+    const auto child = support::runInChild([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+    EXPECT_EQ(child.status, 0) << child.output;
+    return support::linesOf(child.output).back();
+  };
+  const std::string line = lastLine(call + arguments);
+  EXPECT_THAT(line, HasSubstr("2026-11-21 06:29:30.000"));
+  EXPECT_THAT(line, HasSubstr("fixed"));
+  EXPECT_EQ(line, lastLine(call + "--in-process " + arguments));
+
+  ReplayOptions o = replayOf(site.files, "GECJ", site.directory.path() / "run");
+  o.deployment = site.deployment.directory();
+  const SolutionEpoch last = runReplay(o).epochs.back();
+  for (const double coordinate : last.xyz) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.4f", coordinate);
+    EXPECT_THAT(line, HasSubstr(text));
+  }
+}
+
+}  // namespace
+}  // namespace gnx::test
