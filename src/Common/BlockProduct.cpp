@@ -2,6 +2,8 @@
 
 #include "Common/BlockProduct.h"
 
+#include "Common/WideVectors.h"
+
 namespace tarvio {
 
 namespace {
@@ -37,34 +39,21 @@ Lanes& s_place(double* p) { return *reinterpret_cast<Lanes*>(p); }
     }
 }
 
-using ProductFunction = void (*)(const RowMatrix&, const RowMatrix&, std::size_t, std::size_t, double,
-                                 const RowMatrix&, const BlockRange&);
-
 void s_base(const RowMatrix& a, const RowMatrix& b, std::size_t first, std::size_t last, double sign,
             const RowMatrix& c, const BlockRange& range) {
   s_body(a, b, first, last, sign, c, range);
 }
 
-#if defined(__x86_64__)
-__attribute__((target("avx2"))) void s_wide(const RowMatrix& a, const RowMatrix& b, std::size_t first,
-                                            std::size_t last, double sign, const RowMatrix& c,
-                                            const BlockRange& range) {
+GNX_WIDE void s_wide(const RowMatrix& a, const RowMatrix& b, std::size_t first, std::size_t last, double sign,
+                     const RowMatrix& c, const BlockRange& range) {
   s_body(a, b, first, last, sign, c, range);
-}
-#endif
-
-ProductFunction s_choose() {
-#if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx2")) return s_wide;
-#endif
-  return s_base;
 }
 
 }  // namespace
 
 void s_addProduct(const RowMatrix& a, const RowMatrix& b, std::size_t first, std::size_t last, double sign,
                   const RowMatrix& c, const BlockRange& range) {
-  static const ProductFunction product = s_choose();
+  static const auto product = s_forThisProcessor(s_wide, s_base);
   product(a, b, first, last, sign, c, range);
 }
 

@@ -17,6 +17,7 @@
 #include "Common/CMat.h"
 #include "Common/Fatal.h"
 #include "Common/Staircase.h"
+#include "Common/WideVectors.h"
 
 namespace tarvio {
 
@@ -99,18 +100,13 @@ template <int N>
   }
 }
 
-using PanelFunction = void (*)(const Reflector*, int, double*, int, int, int);
-
 void s_panelBase(const Reflector* panel, int count, double* a, int ld, int first, int last) {
   s_panelBody(panel, count, a, ld, first, last);
 }
 
-#if defined(__x86_64__)
-__attribute__((target("avx2"))) void s_panelWide(const Reflector* panel, int count, double* a, int ld,
-                                                 int first, int last) {
+GNX_WIDE void s_panelWide(const Reflector* panel, int count, double* a, int ld, int first, int last) {
   s_panelBody(panel, count, a, ld, first, last);
 }
-#endif
 
 /// A small array by rows: every reflector passes over whole rows, so that all columns share its vector.
 [[gnu::always_inline]] inline void s_rowsBody(double* a, int nrow, int ncol, int width) {
@@ -140,29 +136,9 @@ __attribute__((target("avx2"))) void s_panelWide(const Reflector* panel, int cou
   }
 }
 
-using RowsFunction = void (*)(double*, int, int, int);
-
 void s_rowsBase(double* a, int nrow, int ncol, int width) { s_rowsBody(a, nrow, ncol, width); }
 
-#if defined(__x86_64__)
-__attribute__((target("avx2"))) void s_rowsWide(double* a, int nrow, int ncol, int width) {
-  s_rowsBody(a, nrow, ncol, width);
-}
-#endif
-
-RowsFunction s_chooseRows() {
-#if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx2")) return s_rowsWide;
-#endif
-  return s_rowsBase;
-}
-
-PanelFunction s_choosePanel() {
-#if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx2")) return s_panelWide;
-#endif
-  return s_panelBase;
-}
+GNX_WIDE void s_rowsWide(double* a, int nrow, int ncol, int width) { s_rowsBody(a, nrow, ncol, width); }
 
 /// Makes the reflector that clears rows lo..hi-1 of a column, and puts -s on the pivot.
 Reflector s_reflect(double* column, int pivot, ColumnRows rows, double* u) {
@@ -251,7 +227,7 @@ int CMat::CMat_Hougenu_old(double* a, int ld, int r0, int r1, int c, double* u, 
 
 void CMat::CMat_Householder(double* a, int ld, int ncol, int nrow, int ntot, bool save) {
   if (ncol > ntot || nrow > ld) s_wrongArguments(__func__);
-  static const PanelFunction applyPanel = s_choosePanel();
+  static const auto applyPanel = s_forThisProcessor(s_panelWide, s_panelBase);
   const int last = std::min(ncol, nrow);
   if (last <= 0) return;
   std::vector<double>& work = s_work(nrow);
@@ -275,7 +251,7 @@ void CMat::CMat_Householder(double* a, int ld, int ncol, int nrow, int ntot, boo
 }
 
 void s_triangulariseStaircase(double* a, int ld, int ncol, int ntot, const ColumnRows* rows) {
-  static const PanelFunction applyPanel = s_choosePanel();
+  static const auto applyPanel = s_forThisProcessor(s_panelWide, s_panelBase);
   if (ncol <= 0) return;
   const int nrow = rows[ncol - 1].hi;
   std::vector<double>& work = s_work(nrow);
@@ -293,7 +269,7 @@ void s_triangulariseStaircase(double* a, int ld, int ncol, int ntot, const Colum
 }
 
 void s_triangulariseRows(double* a, int nrow, int ncol, int width) {
-  static const RowsFunction triangularise = s_chooseRows();
+  static const auto triangularise = s_forThisProcessor(s_rowsWide, s_rowsBase);
   triangularise(a, nrow, ncol, width);
 }
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Common/WideVectors.h"
+
 namespace tarvio {
 
 namespace {
@@ -55,24 +57,13 @@ template <int N>
   }
 }
 
-using FourFunction = void (*)(int, const double*, int, double* const*, double* const*);
-
 void s_fourBase(int sweeps, const double* table, int last, double* const* columns, double* const* carry) {
   s_fourOf(sweeps, table, last, columns, carry);
 }
 
-#if defined(__x86_64__)
-__attribute__((target("avx2"))) void s_fourWide(int sweeps, const double* table, int last,
-                                                double* const* columns, double* const* carry) {
+GNX_WIDE void s_fourWide(int sweeps, const double* table, int last, double* const* columns,
+                         double* const* carry) {
   s_fourOf(sweeps, table, last, columns, carry);
-}
-#endif
-
-FourFunction s_chooseFour() {
-#if defined(__x86_64__)
-  if (__builtin_cpu_supports("avx2")) return s_fourWide;
-#endif
-  return s_fourBase;
 }
 
 template <int N>
@@ -166,7 +157,7 @@ void GivensSweeps::m_apply(const Column* columns, std::size_t count) const {
 void GivensSweeps::m_applyGroup(std::size_t group, int count, const Column* columns,
                                 std::size_t number) const {
   static_assert(kFused == kSweeps);
-  static const FourFunction four = s_chooseFour();
+  static const auto four = s_forThisProcessor(s_fourWide, s_fourBase);
   if (count == 0) return;
   const int begin = m_begins[group];
   const double* table = m_table.data() + group * static_cast<std::size_t>(m_rows) * 2 * kFused;
