@@ -141,6 +141,9 @@ struct Engine::Impl {
           "no approximate position, antenna patterns are not taken off; give one with --position");
   }
 
+  /// Time of the last epoch; before the first one the time of a record tells the day.
+  GpsTime present(const GpsTime& ofRecord) const { return now == GpsTime{} ? ofRecord : now; }
+
   void setClock(const Session& s, const GpsTime& t) {
     if (options.clock == EngineClock::records) core->setClock(utcOf(std::max(t, s.first)));
   }
@@ -218,9 +221,11 @@ std::optional<Solution> Engine::feed(const Event& event) {
 }
 
 std::optional<Solution> Engine::feed(const ObsEpoch& epoch) { return m_impl->take(epoch); }
-void Engine::feed(const BroadcastEph& eph) { m_impl->take(m_impl->now, eph); }
-void Engine::feed(const GlonassEph& eph) { m_impl->take(m_impl->now, eph); }
-void Engine::feed(const CorrectionBatch& batch) { m_impl->take(batch.delivery, batch); }
+void Engine::feed(const BroadcastEph& eph) { m_impl->take(m_impl->present(eph.toc), eph); }
+void Engine::feed(const GlonassEph& eph) { m_impl->take(m_impl->present(eph.toe), eph); }
+void Engine::feed(const CorrectionBatch& batch) {
+  m_impl->take(batch.delivery == GpsTime{} ? m_impl->present(batch.tag) : batch.delivery, batch);
+}
 
 void Engine::setOutputOptions(const std::string& options) { m_impl->outputOptions = options; }
 void Engine::restart() {
