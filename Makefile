@@ -4,7 +4,7 @@ JOBS ?= $(shell nproc)
 BUILD = build/$(PRESET)
 PREFIX ?= /usr/local
 
-.PHONY: all dependencies configure demo test bench install format check-format check clean
+.PHONY: all dependencies configure demo test bench install package format check-format check clean
 
 all: configure
 	cmake --build $(BUILD) -j $(JOBS)
@@ -27,8 +27,20 @@ test: all
 bench: all
 	$(BUILD)/gnx_bench
 
-install: all
-	cmake --install $(BUILD) --prefix $(PREFIX)
+# Builds and needs what it installs, neither tests nor benchmarks. OPTIONS="-DGNX_BUILD_PROGRAM=OFF" and the like
+# leave more out.
+install:
+	@scripts/install_dependencies.sh --install
+	@cmake --preset install -DCMAKE_INSTALL_PREFIX=$(PREFIX) $(OPTIONS) >/dev/null
+	cmake --build build/install -j $(JOBS)
+	cmake --install build/install --prefix $(PREFIX)
+
+# Debian packages into build/package/packages.
+package:
+	@scripts/install_dependencies.sh --package
+	@cmake --preset package $(OPTIONS) >/dev/null
+	cmake --build build/package -j $(JOBS)
+	cpack --config build/package/CPackConfig.cmake -B build/package/packages
 
 format:
 	scripts/check_format.sh --fix

@@ -2,7 +2,7 @@
 /// epochs. A real host decodes its receiver and its correction stream where this one makes numbers up.
 ///
 ///   gnx init .        # writes "ppp.json" and the data files into the working directory
-///   g++ -std=c++20 minimal_host.cpp $(pkg-config --cflags --libs gnx) -o minimal_host
+///   g++ -std=c++20 minimal_host.cpp $(pkg-config --cflags --libs gnx-sdk gnx-io) -o minimal_host
 ///   ./minimal_host
 
 #include <GNX_SDK.h>

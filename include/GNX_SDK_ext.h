@@ -255,6 +255,16 @@ struct IntegerFault {
 /// running engine. The engine notes the same sentences in its status log when it loads a configuration.
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings);
 
+/// What GNX_initialize would make of a deployment.
+struct DeploymentCheck {
+  bool usable = false;
+  std::string fault{};               ///< the sentence with which it would end the process
+  std::vector<std::string> notes{};  ///< what it would note in the status log up to there, which key for instance
+};
+/// Loads the "ppp.json" of a directory and all that it names in a child process, which writes nothing and
+/// leaves an engine that runs here alone. Takes as long as GNX_initialize. Call it where fork is allowed.
+DeploymentCheck checkDeployment(const std::string& directory);
+
 // ---- file names ----
 
 /// Expands a pattern such as "[SITE]_[YYYY][DDD][HH].pos" at a GPS time. The sentence for an unknown word

@@ -1,13 +1,20 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and reporting need, when they are missing.
-# Usage: scripts/install_dependencies.sh [--ci]    (--ci adds clang, sanitizers, formatter, clang-tidy, locales)
+# Usage: scripts/install_dependencies.sh [--ci | --install | --package]
+#   --ci       adds clang, sanitizers, formatter, clang-tidy, locales and what packages need
+#   --install  what is needed to build what is installed, no tests
+#   --package  the same, and the tools that make Debian packages
 set -euo pipefail
 
-packages=(g++ cmake ninja-build ccache pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libcli11-dev
-          libgtest-dev libgmock-dev libbenchmark-dev gnuplot-nox)
-if [[ "${1:-}" == "--ci" ]]; then
-  packages+=(clang libclang-rt-dev clang-format clang-tidy locales)
-fi
+build=(g++ cmake ninja-build pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libcli11-dev pybind11-dev python3-dev)
+tests=(ccache libgtest-dev libgmock-dev libbenchmark-dev gnuplot-nox python3-numpy)
+package=(dpkg-dev file)
+case "${1:-}" in
+  --install) packages=("${build[@]}") ;;
+  --package) packages=("${build[@]}" "${package[@]}") ;;
+  --ci) packages=("${build[@]}" "${tests[@]}" "${package[@]}" clang libclang-rt-dev clang-format clang-tidy locales doxygen) ;;
+  *) packages=("${build[@]}" "${tests[@]}") ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

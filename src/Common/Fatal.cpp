@@ -2,6 +2,8 @@
 
 #include "Common/Fatal.h"
 
+#include <unistd.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -38,6 +40,11 @@ void s_fatal(const char* function, int line, const char* format, ...) {
 }
 
 void s_exitByCode(const char* function, int line) {
+  // A child that tries a configuration must not run what its parent has registered for the end.
+  if (Logtrace::s_isDiverted()) {
+    Logtrace::s_tellEnd();
+    _exit(1);
+  }
   Logtrace::m_logPrint("[%s,%d]:exit by code\n", function, line);
   Logtrace::m_logStatInfo("exit by code\n");
   // Log files are flushed with every message; standard output may be a pipe and is not.

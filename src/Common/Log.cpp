@@ -41,6 +41,7 @@ void s_warn(const char* format, const char* argument) {
 std::map<std::string, unsigned> Log::timeLog;
 
 void Log::m_setDirectory(std::string directory) {
+  if (m_silent) return;
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_directory = std::move(directory);
 }
@@ -50,6 +51,7 @@ void Log::m_openLog(const std::string& name) { m_openLog(name, false, 172800); }
 void Log::m_openLog(const std::string& name, long span) { m_openLog(name, true, span); }
 
 void Log::m_openLog(const std::string& name, bool roll, long span) {
+  if (m_silent) return;
   const long now = s_wallClock();
   bool failed = false;
   {
@@ -88,7 +90,7 @@ void Log::m_wtMsg(const char* format, ...) {
 }
 
 void Log::m_wtText(const char* text) {
-  if (text[0] != '@') return;
+  if (m_silent || text[0] != '@') return;
   const char* end = text + 1;
   while (*end != '\0' && std::isspace(static_cast<unsigned char>(*end)) == 0) ++end;
   const std::string name(text + 1, end);

@@ -28,6 +28,9 @@ class Log {
   void m_openLog(const std::string& name);             ///< no rolling
   void m_openLog(const std::string& name, long span);  ///< rolling
   void m_openLog(const std::string& name, bool roll, long span);
+  /// Opens and writes nothing from now on. Takes no lock: the process may be the child of one whose other
+  /// thread held it.
+  void m_silence() { m_silent = true; }
   void m_closeLog(const std::string& name);
   bool m_lexist(const std::string& name);
   /// "@name text": writes `text` to the open file `name`; "@ALL text" writes all of it to every
@@ -45,6 +48,7 @@ class Log {
  private:
   static void m_chkUpdate(LogItem& item);
 
+  bool m_silent = false;
   std::string m_directory;
   std::map<std::string, LogItem> m_items;
   std::map<std::string, std::map<std::string, unsigned>> m_ticks;

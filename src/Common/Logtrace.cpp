@@ -26,6 +26,8 @@ LogFiles& s_files() {
   return files;
 }
 
+void (*s_sink)(const char*) = nullptr;
+
 /// printf output behind a head, kMessage - 1 characters of both together.
 std::string s_message(const std::string& head, const char* format, va_list args) {
   char text[kMessage];
@@ -51,6 +53,14 @@ void Logtrace::s_setFiles(const char* statFile, const char* traceFile, bool ltra
   files.m_ltrace = ltrace;
   files.m_level = level;
 }
+
+void Logtrace::s_divert(void (*sink)(const char*)) {
+  s_sink = sink;
+  s_defaultlogger.m_silence();
+}
+
+bool Logtrace::s_isDiverted() { return s_sink != nullptr; }
+void Logtrace::s_tellEnd() { s_sink(nullptr); }
 
 void Logtrace::m_logPrint(const char* format, ...) {
   va_list args;
@@ -107,12 +117,14 @@ void Logtrace::m_logStat(bool newline, const char* format, ...) {
 }
 
 void Logtrace::m_logStatInfo(const char* format, ...) {
-  if (s_files().m_stat.empty()) return;
-  const std::string head = "@" + s_files().m_stat + " " + s_timed(" ");
+  if (s_files().m_stat.empty() && s_sink == nullptr) return;
+  const std::string head = s_sink ? "" : "@" + s_files().m_stat + " " + s_timed(" ");
   va_list args;
   va_start(args, format);
-  s_defaultlogger.m_wtText(s_message(head, format, args).c_str());
+  const std::string text = s_message(head, format, args);
   va_end(args);
+  if (s_sink) s_sink(text.c_str());
+  else s_defaultlogger.m_wtText(text.c_str());
 }
 
 std::string Logtrace::m_logRunTime() {

@@ -27,6 +27,12 @@ class Logtrace {
   static void m_logMatrix(const double* a, int lda, int row, int col, int width, int decimals,
                           const char* title, const char* file);
 
+  /// From now on status messages go to this function and to no file, and none is opened; there is no way
+  /// back. For a process that only tries a configuration: the end of the process is told by null.
+  static void s_divert(void (*sink)(const char* text));
+  static bool s_isDiverted();
+  static void s_tellEnd();
+
   static Log s_defaultlogger;
   static long s_st;       ///< Unix seconds at load
   static std::mutex q_m;  ///< guards m_logError

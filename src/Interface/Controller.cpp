@@ -148,6 +148,12 @@ void Controller::_initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff,
   m_events.m_loaded(m_deploy);
 }
 
+void Controller::s_tryConfiguration() {
+  s_instance = new Controller;
+  s_instance->_initilize("", nullptr, 7.0, 1.0);
+  s_readModelTables();
+}
+
 void Controller::_finalize() {
   delete s_instance;
   s_instance = nullptr;

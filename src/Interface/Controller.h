@@ -25,6 +25,10 @@ class Controller {
   /// Created on first call; not thread-safe.
   static Controller* s_getInstance();
 
+  /// Loads the configuration of the working directory in a controller of its own, tables that are kept for
+  /// the life of a process included. Only for a process that ends behind it.
+  static void s_tryConfiguration();
+
   void _initilize(const char* mode, GNX_IO::sta_t* sta, double cutoff, double intv);
   void _finalize();
   Station m_initStation(const GNX_IO::sta_t* sta, double cutoff, char skd);

@@ -21,6 +21,7 @@
 #include "GNX_SDK.h"
 #include "GNX_SDK_ext.h"
 #include "Interface/Controller.h"
+#include "Interface/DeploymentTrial.h"
 #include "Interface/NumericLocale.h"
 #include "Interface/Results.h"
 
@@ -274,6 +275,13 @@ std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {
   } catch (...) {  // no memory
     return {};
   }
+}
+
+DeploymentCheck checkDeployment(const std::string& directory) {
+  DeploymentCheck check;
+  check.fault = s_answer([&] { return s_checkDeployment(directory, check); });
+  check.usable = check.fault.empty();
+  return check;
 }
 
 std::string expandPattern(const std::string& pattern, const std::string& station, GNX_IO::gtime_t time,

@@ -11,7 +11,8 @@
 
 namespace {
 
-/// A triangle with the spread of a filter's: new ambiguities hardly known, phases a thousand times better.
+/// A triangle whose columns are known a thousand times better or worse than others. Elements above the
+/// diagonal stay small against it: the reference inverts the normal matrix, which squares the condition.
 struct Triangle {
   explicit Triangle(int size)
       : n(size), R(static_cast<std::size_t>(n * ld)), start(static_cast<std::size_t>(n)) {
@@ -19,7 +20,8 @@ struct Triangle {
     std::normal_distribution<double> normal;
     for (int c = 0; c < n; ++c) {
       start[static_cast<std::size_t>(c)] = c * ld;
-      for (int r = 0; r <= c; ++r) at(r, c) = r == c ? std::pow(10.0, c % 4 - 1) : 0.3 * normal(random);
+      for (int r = 0; r <= c; ++r)
+        at(r, c) = r == c ? std::pow(10.0, c % 4 - 1) : 0.05 * std::pow(10.0, r % 4 - 1) * normal(random);
     }
   }
   double& at(int r, int c) { return R[static_cast<std::size_t>(c * ld + r)]; }

@@ -22,4 +22,10 @@ void s_loadModelTables() {
   for (int isat = 0; isat < s_config().m_nsat; ++isat) cor_BDScodebias(isat, none, 0.0);
 }
 
+void s_readModelTables() {
+  const Tropo_vmf1 grid;
+  double dut1_s = 0.0, dlod_s = 0.0, domega = 0.0;
+  Itrs2gcrs().RG_ZONT2("IERS2010", 0.0, &dut1_s, &dlod_s, &domega);
+}
+
 }  // namespace tarvio

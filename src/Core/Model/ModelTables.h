@@ -8,5 +8,7 @@ namespace tarvio {
 /// that the observed frequencies of every satellite find room in the tables of code corrections. A fault ends
 /// the process here, with the text of its reader, and not in the first epoch.
 void s_loadModelTables();
+/// The same files into tables of their own, whatever the process has loaded before.
+void s_readModelTables();
 
 }  // namespace tarvio

@@ -1,0 +1,353 @@
+// Engines in C: records in, solutions out.
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+#include "GNX_SDK_ext.h"
+#include "c/objects.h"
+
+namespace gnx::c {
+
+namespace {
+
+/// A word such as "C1C" of a system's list.
+void checkSignal(const std::string& word, std::size_t length) {
+  if (word.size() != length)
+    fail(GNX_BAD_ARGUMENT, "'" + word + "' is no signal of " + std::to_string(length) + " characters");
+}
+
+/// "G:C1C,L1C E:C1C,L1C" by system letter.
+std::map<char, std::vector<std::string>> signalLists(const std::string& text, std::size_t length) {
+  std::map<char, std::vector<std::string>> lists;
+  std::istringstream in(text);
+  for (std::string system; in >> system;) {
+    if (system.size() < 3 || system[1] != ':')
+      fail(GNX_BAD_ARGUMENT,
+           "'" + system + "' is no list of a system such as G:" + (length == 3 ? "C1C,L1C" : "1C,2W"));
+    std::istringstream words(system.substr(2));
+    for (std::string word; std::getline(words, word, ',');) {
+      checkSignal(word, length);
+      lists[system[0]].push_back(word);
+    }
+  }
+  return lists;
+}
+
+EngineOptions optionsOf(const gnx_engine_options* from) {
+  EngineOptions options;
+  if (from == nullptr) return options;
+  checkSize<gnx_engine_options>(from->size, "options");
+  if (from->mode) options.mode = parseMode(from->mode);
+  if (from->in_process) options.place = Place::inProcess;
+  if (from->machine_clock) options.clock = EngineClock::machine;
+  if (from->directory) options.directory = from->directory;
+  if (from->output_options) options.outputOptions = from->output_options;
+  if (from->worker) options.worker = from->worker;
+  return options;
+}
+
+/// In this process a configuration that the engine refuses would end the host.
+void checkHere(const Deployment& deployment) {
+  const GNX_EXT::DeploymentCheck check = GNX_EXT::checkDeployment(deployment.directory().string());
+  if (!check.usable) fail(GNX_BAD_INPUT, deployment.directory().string() + "/ppp.json: " + check.fault);
+}
+
+gnx_solution inC(const Solution& from) {
+  gnx_solution to{};
+  to.time = {from.time.seconds, from.time.fraction};
+  to.state = static_cast<int32_t>(from.state);
+  to.reason = static_cast<int32_t>(from.reason);
+  std::copy_n(from.position.begin(), 3, to.position_m);
+  for (std::size_t i = 0; i < 3; ++i) std::copy_n(from.covariance[i].begin(), 3, to.covariance_m2 + 3 * i);
+  to.satellites = from.rows / 2;
+  to.fixed = from.fixed;
+  to.ratio = from.ratio;
+  to.sigma0 = from.sigma0;
+  to.gdop = from.dop.geometry;
+  to.pdop = from.dop.position;
+  to.hdop = from.dop.horizontal;
+  to.vdop = from.dop.vertical;
+  to.zenith_hydrostatic_m = from.zenith.aprioriHydrostatic_m;
+  to.zenith_wet_m = from.zenith.aprioriWet_m;
+  to.zenith_correction_m = from.zenith.correction_m;
+  to.zenith_sigma_m = from.zenith.sigma_m;
+  const double none = std::numeric_limits<double>::quiet_NaN();
+  to.age_orbit_clock_s = from.ages.orbitClock_s.value_or(none);
+  to.age_phase_bias_s = from.ages.phaseBias_s.value_or(none);
+  to.age_code_bias_s = from.ages.codeBias_s.value_or(none);
+  to.milliseconds = from.milliseconds;
+  return to;
+}
+
+void checkOut(const gnx_solution* solution) {
+  checkSize<gnx_solution>(required(solution, "solution").size, "solution");
+}
+
+/// Keeps an epoch's solution and gives it to the host.
+void give(EngineAndSolution& e, Solution&& solution, gnx_solution* out) {
+  e.solution = std::move(solution);
+  const std::size_t size = out->size;
+  *out = inC(e.solution);
+  out->size = size;
+}
+
+gnx_band inC(const SatelliteSolution& satellite, const BandSolution& from) {
+  gnx_band to{};
+  setField(to.satellite, satellite.sat);
+  setField(to.band, from.band);
+  setField(to.signal, from.signal);
+  to.azimuth_deg = satellite.azimuth_deg;
+  to.elevation_deg = satellite.elevation_deg;
+  to.snr_dbhz = from.snr_dBHz;
+  setField(to.code_fate, from.code.fate);
+  setField(to.phase_fate, from.phase.fate);
+  to.code_residual_m = from.code.residual_m;
+  to.phase_residual_m = from.phase.residual_m;
+  to.code_sigma_m = from.code.sigma_m;
+  to.phase_sigma_m = from.phase.sigma_m;
+  to.has_ambiguity = from.ambiguity ? 1 : 0;
+  if (from.ambiguity) {
+    to.wavelength_m = from.ambiguity->wavelength_m;
+    to.ambiguity = from.ambiguity->value;
+    to.arc_s = from.ambiguity->arc_s;
+  }
+  const double none = std::numeric_limits<double>::quiet_NaN();
+  to.ionosphere_m = satellite.ionosphere ? satellite.ionosphere->delay_m : none;
+  to.ionosphere_sigma_m = satellite.ionosphere ? satellite.ionosphere->sigma_m : none;
+  return to;
+}
+
+BroadcastEph messageOf(const gnx_message& from) {
+  BroadcastEph to;
+  to.sat = satelliteOf(from.satellite);
+  to.toc = timeOf(from.toc);
+  to.toe = timeOf(from.toe);
+  to.transmission = timeOf(from.transmission);
+  std::copy_n(from.af, 3, to.af.begin());
+  to.iode = from.iode;
+  to.iodc = from.iodc;
+  to.health = from.health;
+  to.accuracy = from.accuracy;
+  to.code = from.code;
+  to.l2flag = from.l2flag;
+  to.crs = from.crs;
+  to.deltaN = from.delta_n;
+  to.m0 = from.m0;
+  to.cuc = from.cuc;
+  to.e = from.e;
+  to.cus = from.cus;
+  to.sqrtA = from.sqrt_a;
+  to.cic = from.cic;
+  to.omega0 = from.omega0;
+  to.cis = from.cis;
+  to.i0 = from.i0;
+  to.crc = from.crc;
+  to.omega = from.omega;
+  to.omegaDot = from.omega_dot;
+  to.idot = from.idot;
+  std::copy_n(from.tgd, 2, to.tgd);
+  return to;
+}
+
+GlonassEph messageOf(const gnx_glonass_message& from) {
+  GlonassEph to;
+  to.sat = satelliteOf(from.satellite);
+  to.toe = timeOf(from.toe);
+  to.frame = timeOf(from.frame);
+  to.tau = from.tau;
+  to.gamma = from.gamma;
+  std::copy_n(from.position, 3, to.position.begin());
+  std::copy_n(from.velocity, 3, to.velocity.begin());
+  std::copy_n(from.acceleration, 3, to.acceleration.begin());
+  to.health = from.health;
+  to.channel = from.channel;
+  to.age = from.age;
+  return to;
+}
+
+/// The entry of a satellite in a list, a new one when it is the first.
+template <class Entry>
+Entry& entryOf(std::vector<Entry>& list, const SatName& sat) {
+  for (Entry& entry : list)
+    if (entry.sat == sat) return entry;
+  list.emplace_back().sat = sat;
+  return list.back();
+}
+
+ObsEpoch epochOf(gnx_time time, const gnx_observation* observations, std::size_t size, std::size_t count) {
+  ObsEpoch epoch;
+  epoch.time = timeOf(time);
+  for (std::size_t k = 0; k < count; ++k) {
+    const gnx_observation& from = *element(observations, size, k);
+    const std::string signal = fieldText(from.signal, "signal");
+    checkSignal(signal, 2);
+    SignalObs& to = entryOf(epoch.sats, satelliteOf(from.satellite)).signals.emplace_back();
+    signal.copy(to.code.data(), 2);
+    to.phase = from.phase_cycles;
+    to.range = from.range_m;
+    to.doppler = from.doppler_hz;
+    to.snr = from.snr_dbhz;
+    to.lli = from.lock_lost;
+  }
+  return epoch;
+}
+
+CorrectionBatch batchOf(const gnx_correction* corrections, std::size_t correctionSize,
+                        std::size_t correctionCount, const gnx_bias* biases, std::size_t biasSize,
+                        std::size_t biasCount) {
+  CorrectionBatch batch;
+  for (std::size_t k = 0; k < correctionCount; ++k) {
+    const gnx_correction& from = *element(corrections, correctionSize, k);
+    OrbitClockCorrection& to = batch.orbitClock.emplace_back();
+    to.sat = satelliteOf(from.satellite);
+    to.iod = from.iod;
+    std::copy_n(from.orbit_m, 3, to.deph.begin());
+    std::copy_n(from.orbit_mps, 3, to.ddeph.begin());
+    std::copy_n(from.clock, 3, to.dclk.begin());
+  }
+  batch.newBiases = biasCount > 0;
+  for (std::size_t k = 0; k < biasCount; ++k) {
+    const gnx_bias& from = *element(biases, biasSize, k);
+    const std::string signal = fieldText(from.signal, "signal");
+    checkSignal(signal, 2);
+    SatBiases& satellite = entryOf(batch.biases, satelliteOf(from.satellite));
+    (from.is_phase ? satellite.phase : satellite.code)
+        .push_back({signal, from.value_m, 0, 0, from.discontinuity});
+  }
+  return batch;
+}
+
+}  // namespace
+
+}  // namespace gnx::c
+
+using namespace gnx::c;
+
+extern "C" {
+
+gnx_status gnx_engine_open(gnx_deployment* deployment, const gnx_engine_options* options,
+                           gnx_engine** engine) {
+  return guarded([&] {
+    gnx_engine*& out = required(engine, "engine");
+    const gnx::EngineOptions chosen = optionsOf(options);
+    const gnx::Deployment site = with(deployments(), deployment, [](const auto& d) { return d; });
+    if (chosen.place == gnx::Place::inProcess) checkHere(site);
+    out = engines().open(std::make_shared<Held<EngineAndSolution>>(site, chosen));
+  });
+}
+
+gnx_status gnx_engine_next(gnx_engine* engine, gnx_stream* stream, gnx_solution* solution) {
+  return guarded([&] {
+    checkOut(solution);
+    const auto records = streams().find(stream);
+    return with(engines(), engine, [&](EngineAndSolution& e) {
+      const std::lock_guard lock(records->mutex);
+      for (gnx::Event event; records->object.next(event);) {
+        auto result = e.engine.feed(event);
+        if (!result) continue;
+        give(e, std::move(*result), solution);
+        return GNX_OK;
+      }
+      return GNX_END;
+    });
+  });
+}
+
+gnx_status gnx_engine_start(gnx_engine* engine, gnx_time first, const char* types, const char* biases,
+                            const char* antenna, const double* position_m) {
+  return guarded([&] {
+    gnx::StreamStart start;
+    start.first = timeOf(first);
+    start.header.types = signalLists(&required(types, "types"), 3);
+    if (biases)
+      for (const auto& [system, list] : signalLists(biases, 2))
+        start.corrected[system] = {list.begin(), list.end()};
+    if (antenna) start.header.antenna = antenna;
+    if (position_m) std::copy_n(position_m, 3, start.header.position.begin());
+    with(engines(), engine, [&](EngineAndSolution& e) { e.engine.start(start); });
+  });
+}
+
+gnx_status gnx_engine_feed_message(gnx_engine* engine, const gnx_message* message, size_t element_size) {
+  return guarded([&] {
+    checkArray(&required(message, "message"), element_size, 1, "message");
+    const gnx::BroadcastEph eph = messageOf(*message);
+    with(engines(), engine, [&](EngineAndSolution& e) { e.engine.feed(eph); });
+  });
+}
+
+gnx_status gnx_engine_feed_glonass(gnx_engine* engine, const gnx_glonass_message* message,
+                                   size_t element_size) {
+  return guarded([&] {
+    checkArray(&required(message, "message"), element_size, 1, "message");
+    const gnx::GlonassEph eph = messageOf(*message);
+    with(engines(), engine, [&](EngineAndSolution& e) { e.engine.feed(eph); });
+  });
+}
+
+gnx_status gnx_engine_feed_corrections(gnx_engine* engine, gnx_time delivery, gnx_time tag,
+                                       const gnx_correction* corrections, size_t correction_size,
+                                       size_t correction_count, const gnx_bias* biases, size_t bias_size,
+                                       size_t bias_count) {
+  return guarded([&] {
+    checkArray(corrections, correction_size, correction_count, "corrections");
+    checkArray(biases, bias_size, bias_count, "biases");
+    gnx::CorrectionBatch batch =
+        batchOf(corrections, correction_size, correction_count, biases, bias_size, bias_count);
+    batch.delivery = timeOf(delivery);
+    batch.tag = batch.biasTag = timeOf(tag);
+    with(engines(), engine, [&](EngineAndSolution& e) { e.engine.feed(batch); });
+  });
+}
+
+gnx_status gnx_engine_feed_epoch(gnx_engine* engine, gnx_time time, const gnx_observation* observations,
+                                 size_t element_size, size_t count, gnx_solution* solution) {
+  return guarded([&] {
+    checkOut(solution);
+    checkArray(observations, element_size, count, "observations");
+    const gnx::ObsEpoch epoch = epochOf(time, observations, element_size, count);
+    return with(engines(), engine, [&](EngineAndSolution& e) {
+      auto result = e.engine.feed(epoch);
+      if (!result) return GNX_NO_EPOCH;
+      give(e, std::move(*result), solution);
+      return GNX_OK;
+    });
+  });
+}
+
+gnx_status gnx_engine_bands(gnx_engine* engine, gnx_band* bands, size_t element_size, size_t capacity,
+                            size_t* count) {
+  return guarded([&] {
+    checkArray(bands, element_size, capacity, "bands");
+    with(engines(), engine, [&](EngineAndSolution& e) {
+      std::size_t n = 0;
+      for (const gnx::SatelliteSolution& satellite : e.solution.satellites)
+        for (const gnx::BandSolution& band : satellite.bands) {
+          if (n < capacity) *element(bands, element_size, n) = inC(satellite, band);
+          ++n;
+        }
+      if (count) *count = n;
+    });
+  });
+}
+
+gnx_status gnx_engine_why(gnx_engine* engine, char* text, size_t capacity, size_t* needed) {
+  return guarded([&] {
+    copyText(with(engines(), engine, [](EngineAndSolution& e) { return e.solution.why; }), text, capacity,
+             needed);
+  });
+}
+
+gnx_status gnx_engine_restart(gnx_engine* engine) {
+  return guarded([&] { with(engines(), engine, [](EngineAndSolution& e) { e.engine.restart(); }); });
+}
+
+gnx_status gnx_engine_finish(gnx_engine* engine) {
+  return guarded([&] { with(engines(), engine, [](EngineAndSolution& e) { e.engine.finish(); }); });
+}
+
+gnx_status gnx_engine_close(gnx_engine* engine) {
+  return guarded([&] { engines().close(engine); });
+}
+}
