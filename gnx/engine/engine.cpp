@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
 #include "engine/worker_program.h"
 #include "text/text_reader.h"
@@ -111,7 +112,8 @@ struct Engine::Impl {
     auto made = std::make_unique<Session>(deployment, start, first, *core);
     signals = made->plan.describe();
     warnings = made->plan.warnings();
-    for (std::string& sentence : deployment.check()) warnings.push_back(std::move(sentence));
+    for (std::string& sentence : checkDeployedIntegers(deployment.directory()))
+      warnings.push_back(std::move(sentence));
     EngineCore::Start record;
     record.mode = nameOf(deployment.settings.mode);
     record.station = stationRecord(deployment.settings, start.header);

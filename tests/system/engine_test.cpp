@@ -143,6 +143,8 @@ TEST(Engines, TellWhyTheyDoNotStart) {
   std::string main = support::readFile(copy.path() / "ppp.json");
   const std::string word = "\"ION_EST";
   copy.write("ppp.json", main.replace(main.find(word), word.size(), "\"ION_FOO"));
+  EXPECT_THAT(Deployment::open(copy.path()).check(),
+              testing::Contains(HasSubstr("only support ION_EST and ION_NONE")));
   Engine refused(Deployment::open(copy.path()));
   try {
     refused.feed({GpsTime{}, site.stream().start()});
