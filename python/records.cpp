@@ -74,8 +74,10 @@ void addTime(py::module_& m) {
           "__add__", [](const GpsTime& t, double s) { return t + s; }, py::is_operator())
       .def(
           "__sub__", [](const GpsTime& a, const GpsTime& b) { return a - b; }, py::is_operator())
-      .def(py::self == py::self)
-      .def(py::self < py::self)
+      .def(
+          "__eq__", [](const GpsTime& a, const GpsTime& b) { return a == b; }, py::is_operator())
+      .def(
+          "__lt__", [](const GpsTime& a, const GpsTime& b) { return a < b; }, py::is_operator())
       .def("__hash__",
            [](const GpsTime& t) { return std::hash<double>()(static_cast<double>(t.seconds) + t.fraction); })
       .def("__str__", [](const GpsTime& t) { return formatTime(t, 3); })

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "GNX_SDK_ext.h"
 #include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
 #include "deployment/deployment.h"
@@ -76,7 +77,13 @@ void Deployment::lend(const fs::path& to) const {
   }
 }
 
-std::vector<std::string> Deployment::check() const { return checkDeployedIntegers(m_directory); }
+std::vector<std::string> Deployment::check() const {
+  std::vector<std::string> sentences = checkDeployedIntegers(m_directory);
+  const GNX_EXT::DeploymentCheck trial = GNX_EXT::checkDeployment(m_directory.string());
+  if (!trial.usable) sentences.insert(sentences.begin(), trial.fault);
+  return sentences;
+}
+
 std::map<char, std::string> Deployment::bands() const { return deployedBands(m_directory); }
 bool Deployment::toMassCentre() const { return deployedToMassCentre(m_directory); }
 bool Deployment::resolvesIntegers() const { return deployedResolution(m_directory); }
@@ -107,7 +114,8 @@ void Deployment::explain(std::ostream& out) const {
       << " degrees";
   say("run", run.str());
   say("antenna", settings.antenna.empty() ? "that of the observations" : settings.antenna);
-  for (const std::string& sentence : check()) out << "  warning: " << sentence << '\n';
+  for (const std::string& sentence : checkDeployedIntegers(m_directory))
+    out << "  warning: " << sentence << '\n';
 }
 
 }  // namespace gnx

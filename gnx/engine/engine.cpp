@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
 #include "engine/worker_program.h"
 #include "text/text_reader.h"
@@ -111,7 +112,8 @@ struct Engine::Impl {
     auto made = std::make_unique<Session>(deployment, start, first, *core);
     signals = made->plan.describe();
     warnings = made->plan.warnings();
-    for (std::string& sentence : deployment.check()) warnings.push_back(std::move(sentence));
+    for (std::string& sentence : checkDeployedIntegers(deployment.directory()))
+      warnings.push_back(std::move(sentence));
     EngineCore::Start record;
     record.mode = nameOf(deployment.settings.mode);
     record.station = stationRecord(deployment.settings, start.header);
@@ -140,6 +142,9 @@ struct Engine::Impl {
       notes.push_back(
           "no approximate position, antenna patterns are not taken off; give one with --position");
   }
+
+  /// Time of the last epoch; before the first one the time of a record tells the day.
+  GpsTime present(const GpsTime& ofRecord) const { return now == GpsTime{} ? ofRecord : now; }
 
   void setClock(const Session& s, const GpsTime& t) {
     if (options.clock == EngineClock::records) core->setClock(utcOf(std::max(t, s.first)));
@@ -218,9 +223,11 @@ std::optional<Solution> Engine::feed(const Event& event) {
 }
 
 std::optional<Solution> Engine::feed(const ObsEpoch& epoch) { return m_impl->take(epoch); }
-void Engine::feed(const BroadcastEph& eph) { m_impl->take(m_impl->now, eph); }
-void Engine::feed(const GlonassEph& eph) { m_impl->take(m_impl->now, eph); }
-void Engine::feed(const CorrectionBatch& batch) { m_impl->take(batch.delivery, batch); }
+void Engine::feed(const BroadcastEph& eph) { m_impl->take(m_impl->present(eph.toc), eph); }
+void Engine::feed(const GlonassEph& eph) { m_impl->take(m_impl->present(eph.toe), eph); }
+void Engine::feed(const CorrectionBatch& batch) {
+  m_impl->take(batch.delivery == GpsTime{} ? m_impl->present(batch.tag) : batch.delivery, batch);
+}
 
 void Engine::setOutputOptions(const std::string& options) { m_impl->outputOptions = options; }
 void Engine::restart() {

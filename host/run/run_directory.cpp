@@ -93,7 +93,6 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   PreparedRun run;
   run.dir = fs::absolute(options.outDir);
   const Deployment deployment = fillDirectory(run.dir, options);
-  deployment.check();  // integers that would be wrong are refused
   plan.bands = deployment.bands();
   plan.massCentre = deployment.toMassCentre();
   plan.resolution = deployment.resolvesIntegers();

@@ -143,6 +143,8 @@ TEST(Engines, TellWhyTheyDoNotStart) {
   std::string main = support::readFile(copy.path() / "ppp.json");
   const std::string word = "\"ION_EST";
   copy.write("ppp.json", main.replace(main.find(word), word.size(), "\"ION_FOO"));
+  EXPECT_THAT(Deployment::open(copy.path()).check(),
+              testing::Contains(HasSubstr("only support ION_EST and ION_NONE")));
   Engine refused(Deployment::open(copy.path()));
   try {
     refused.feed({GpsTime{}, site.stream().start()});
@@ -182,6 +184,41 @@ TEST(Engines, LeaveTheirDirectoryAndTellEvents) {
   EXPECT_FALSE(support::readFile(kept.path() / "engine.log").empty());
   EXPECT_EQ(names.front(), "configuration");
   EXPECT_THAT(names, testing::IsSupersetOf({"satellite_in", "fix_gained", "restart"}));
+}
+
+// A live host has no events: what it decodes it feeds, and says once what the receiver observes.
+TEST(Engines, TakeRecordsOfAHostThatKnowsNoBeginning) {
+  Engine engine(Site::get().deployment);
+  EventStream stream = Site::get().stream();
+  StreamStart start = stream.start();
+  start.first.reset();
+  engine.start(start);
+  std::string text;
+  for (Event event; stream.next(event);) {
+    if (const auto* eph = std::get_if<BroadcastEph>(&event.record)) engine.feed(*eph);
+    else if (const auto* batch = std::get_if<CorrectionBatch>(&event.record)) engine.feed(*batch);
+    else if (const auto* epoch = std::get_if<ObsEpoch>(&event.record)) {
+      if (const auto solution = engine.feed(*epoch)) text += nameOf(solution->state);
+    }
+  }
+  EXPECT_THAT(text, testing::EndsWith("fixedfixedfixed"));
+}
+
+TEST(Deployments, ExplainThemselvesAndLendNoResults) {
+  std::ostringstream words;
+  Site::get().deployment.explain(words);
+  for (const char* text : {"QZS", "GPS:L1_L2", "of the satellites' antennas", "static, every 30 s"})
+    EXPECT_THAT(words.str(), HasSubstr(text));
+  EXPECT_TRUE(Site::get().deployment.check().empty());
+
+  const support::TemporaryDirectory from, to;
+  Site::get().deployment.lend(from.path());
+  from.write("engine.log", "of a run");
+  Deployment::open(from.path()).lend(to.path());
+  EXPECT_TRUE(std::filesystem::exists(to.path() / "satnav.txt"));
+  EXPECT_FALSE(std::filesystem::is_symlink(to.path() / "ppp.json")) << "may be changed there";
+  EXPECT_FALSE(std::filesystem::exists(to.path() / "engine.log"));
+  EXPECT_THROW(Deployment::open(to.path() / "log" / "none"), UsageError);
 }
 
 // The program and a host of thirty lines see the same position.

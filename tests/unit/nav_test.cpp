@@ -166,6 +166,22 @@ TEST(EphemerisTimeline, PickedMessageStaysInTheStore) {
   EXPECT_EQ(issueAt(timeline, "E01", 1360), 3);
 }
 
+// A live host runs for months: what is held stays, what was held goes.
+TEST(MessageStore, ForgetsWhatIsNoMore) {
+  MessageStore store;
+  for (int k = 0; k < 6; ++k) {
+    BroadcastEph eph = message("G05", k, 7200 * k, 7200 * k);
+    EXPECT_NE(store.take(eph, kStart + 7200.0 * k, kStart + 7200.0 * k), nullptr);
+  }
+  const GpsTime now = kStart + 40000.0;
+  const BroadcastEph* picked = store.pick("G05", now);
+  ASSERT_NE(picked, nullptr);
+  EXPECT_NE(store.pick("G05", kStart + 7300.0), nullptr);
+  store.forgetBefore(now);
+  EXPECT_EQ(store.pick("G05", now), picked);
+  EXPECT_EQ(store.pick("G05", kStart + 7300.0), nullptr);
+}
+
 TEST(EphemerisTimeline, EqualIssuesAreToldApartAsTheEngineDoes) {
   // The same issue comes back: of the two held the engine takes the one nearer in time of ephemeris.
   const EphemerisTimeline timeline = timelineOf({message("G05", 4, 0, -7182), message("G05", 4, 7200, 18)});
