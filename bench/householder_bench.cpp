@@ -98,8 +98,22 @@ void s_solve(benchmark::State& state) {
 // 45 satellites on two frequencies, all rows and the rows of one fixing level; 58 on three.
 BENCHMARK(s_sweep<CMat::CMat_Householder>)->Args({154, 180})->Args({154, 40})->Args({251, 348});
 BENCHMARK(s_sweep<CMat::CMat_Householder_old>)->Args({154, 180})->Args({251, 348});
-BENCHMARK(s_updatePlain)->Args({15, 2})->Args({20, 2})->Args({25, 2})->Args({15, 3})->Args({45, 2})->Args({40, 3})->Args({45, 3});
-BENCHMARK(s_updateByStructure)->Args({15, 2})->Args({20, 2})->Args({25, 2})->Args({15, 3})->Args({45, 2})->Args({40, 3})->Args({45, 3});
+BENCHMARK(s_updatePlain)
+    ->Args({15, 2})
+    ->Args({20, 2})
+    ->Args({25, 2})
+    ->Args({15, 3})
+    ->Args({45, 2})
+    ->Args({40, 3})
+    ->Args({45, 3});
+BENCHMARK(s_updateByStructure)
+    ->Args({15, 2})
+    ->Args({20, 2})
+    ->Args({25, 2})
+    ->Args({15, 3})
+    ->Args({45, 2})
+    ->Args({40, 3})
+    ->Args({45, 3});
 BENCHMARK(s_solve)->Arg(154)->Arg(251);
 
 }  // namespace
