@@ -54,6 +54,13 @@ bool deployedToMassCentre(const std::filesystem::path& deployment) {
   return deployedText(deployment, "refpoint").find("CoM") != std::string::npos;
 }
 
+bool deployedPatterns(const std::filesystem::path& deployment) {
+  // A deployment of an earlier version has no such key: absent means that the engine leaves them to the host.
+  const Json::Value root = readJsonFile(deployment / "ppp.json");
+  const Json::Value& common = root["common"];
+  return common.isObject() && plainValue(common["pcv"]).find("PCV_APPLY") != std::string::npos;
+}
+
 bool deployedResolution(const std::filesystem::path& deployment) {
   const std::string name = plainValue(readJsonFile(deployment / "ppp.json")["amb"]);
   if (name.empty() || !std::filesystem::exists(deployment / name)) return false;  // the engine says so itself

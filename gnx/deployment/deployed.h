@@ -16,6 +16,10 @@ std::map<char, std::string> deployedBands(const std::filesystem::path& deploymen
 /// offsets. Throws InputError.
 bool deployedToMassCentre(const std::filesystem::path& deployment);
 
+/// Whether the engine applies antenna patterns itself ("pcv"), so that the host leaves them in. Throws
+/// InputError.
+bool deployedPatterns(const std::filesystem::path& deployment);
+
 /// Whether any level of a deployment resolves integers. Throws InputError.
 bool deployedResolution(const std::filesystem::path& deployment);
 

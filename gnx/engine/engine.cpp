@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "deployment/deployed.h"
 #include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
 #include "engine/worker_program.h"
@@ -127,11 +128,12 @@ struct Engine::Impl {
     session = std::move(made);
   }
 
-  /// Patterns of the antennas at the best position known before the run.
+  /// Patterns of the antennas at the best position known before the run, where the engine does not apply
+  /// them.
   void takePatterns(Session& s, const ObsHeader& header) {
     const RunSettings& run = deployment.settings;
     const fs::path file = deployment.file("antpcv");
-    if (!run.patterns || !fs::exists(file)) return;
+    if (!run.patterns || !fs::exists(file) || deployedPatterns(deployment.directory())) return;
     const bool known = run.position_m[0] * run.position_m[1] * run.position_m[2] != 0.0;
     const Vector3& position = known && !run.headerPosition ? run.position_m : header.position;
     PatternCorrector corrector(

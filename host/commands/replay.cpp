@@ -128,7 +128,8 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
          "--without", a.without,
          "development: leave a term out of the engine's model (windup, tides, relativity, troposphere, "
          "satoffset, recoffset), to see what it is worth")
-      ->check(CLI::IsMember({"windup", "tides", "relativity", "troposphere", "satoffset", "recoffset"}));
+      ->check(CLI::IsMember(
+          {"windup", "tides", "relativity", "troposphere", "satoffset", "recoffset", "patterns"}));
   cmd.add_option("--details", plan.details, "seconds between epochs with residuals for the report; 0: none")
       ->check(CLI::Range(0.0, 86400.0))
       ->capture_default_str();
@@ -165,6 +166,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
   if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
   if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
+  if (!o.plan.patterns) o.plan.diagnostics += " -without-patterns";
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
   if (!a.solutionName.empty()) o.solutionName = solutionPattern(a.solutionName, o.deployment);

@@ -18,7 +18,7 @@
 /// | half a cycle of wind-up of GPS IIR and III            | windUpCycles, reversedSatellites               |
 /// | discontinuities of phase biases                       | PhaseArcs                                      |
 /// | biases estimated without satellite antenna offsets    | makeUpForOffsets                               |
-/// | patterns of receiver and satellite antennas           | AntennaPatterns, PatternCorrector              |
+/// | patterns of antennas, without PCV_APPLY               | AntennaPatterns, PatternCorrector              |
 /// | GLONASS clocks with the sign of TauN                  | toBoundary                                     |
 ///
 /// ProductFeed and ObservationFeed put them together.
@@ -202,8 +202,9 @@ struct AntennaPattern {
 
 /// Phase-centre patterns of receiver and satellite antennas.
 ///
-/// The engine applies phase-centre offsets and no patterns. A pattern left out costs 2 to 3 cm of height
-/// with a choke ring antenna, so a host takes it off phases and codes before the engine sees them.
+/// The engine applies patterns itself where the deployment says so (key "pcv", PCV_APPLY: what "gnx init"
+/// writes). Elsewhere a host takes them off phases and codes before the engine sees them: left out they cost
+/// 2 to 3 cm of height with a choke ring antenna.
 ///
 /// Reference: Rothacher, Schmid: ANTEX, the antenna exchange format, version 1.4, 2010: an observed
 /// distance is longer than the one to the mean phase centre by the pattern's value.

@@ -118,7 +118,19 @@ struct PatternReader {
       m_values[static_cast<std::size_t>(row * m_nzen + k)] = value * kMillimetre;
     }
   }
+  /// The table; rows by azimuth that are not complete are left out.
+  const std::vector<double>& m_table() {
+    if (m_nextAzimuth != m_rows) m_values.resize(static_cast<std::size_t>(m_nzen));
+    return m_values;
+  }
 };
+
+/// Linear in a row, the end value outside.
+double s_interpolated(const double* row, int n, double place) {
+  place = std::clamp(place, 0.0, n - 1.0);
+  const int i = static_cast<int>(place), next = std::min(i + 1, n - 1);
+  return row[i] + (row[next] - row[i]) * (place - i);
+}
 
 /// One frequency section into every system and slot that asked for it.
 void s_storeFrequency(Antatx& ant, const char* code, const double* offset, const std::vector<double>& pattern,
@@ -159,10 +171,11 @@ void s_readFrequencies(Antatx& ant, std::string_view text, int isysOfSatellite, 
     } else if (label == "END OF FREQUENCY") {
       if (hasOffset && !hasDefault) {
         std::copy(offset, offset + 3, ant.m_default);
+        ant.m_defaultPattern = pattern.m_table();
         hasDefault = true;
       }
       if (hasOffset)
-        s_storeFrequency(ant, code.c_str(), offset, pattern.m_values, isysOfSatellite, nfreq, tags);
+        s_storeFrequency(ant, code.c_str(), offset, pattern.m_table(), isysOfSatellite, nfreq, tags);
       code.clear();
     } else {
       pattern.m_read(line);
@@ -171,14 +184,14 @@ void s_readFrequencies(Antatx& ant, std::string_view text, int isysOfSatellite, 
 }
 
 /// Receiver offsets: north, east, up of the file to east, north, up; a slot that the file lacks
-/// takes the GPS value of the slot, or else the first one of the block.
+/// takes the GPS value of the slot, or else the first one of the block, and its pattern.
 void s_fillReceiver(Antatx& ant, const int* nfreq) {
   OffsetTable enu = {};
-  for (int s = 0; s < kSys; ++s) {
+  for (int s = kSys - 1; s >= 0; --s) {  // GPS, whose values others take, comes last
     for (int j = 0; j < std::min(nfreq[s], kFreq); ++j) {
-      const double* neu = ant.m_tag[s][j][0] != '\0'   ? ant.m_offset[s][j]
-                          : ant.m_tag[0][j][0] != '\0' ? ant.m_offset[0][j]
-                                                       : ant.m_default;
+      const bool own = ant.m_tag[s][j][0] != '\0', gps = ant.m_tag[0][j][0] != '\0';
+      const double* neu = own ? ant.m_offset[s][j] : gps ? ant.m_offset[0][j] : ant.m_default;
+      if (!own) ant.m_pattern[s][j] = gps ? ant.m_pattern[0][j] : ant.m_defaultPattern;
       enu[s][j][0] = neu[1];
       enu[s][j][1] = neu[0];
       enu[s][j][2] = neu[2];
@@ -200,6 +213,7 @@ void Antatx::m_resetMem() {
   for (auto& system : m_pattern) {
     for (auto& table : system) table.clear();
   }
+  m_defaultPattern.clear();
 }
 
 int Antatx::m_getAnt(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0, double jd1,
@@ -267,6 +281,22 @@ int Antatx::m_rdatx(const char* cprn, const int* nfreq, const char (*tags)[kFreq
 
 void Antatx::s_getAntPcv(const Antatx&, const Antatx&, double, double, double, double pcv[kSys][kFreq]) {
   std::fill(&pcv[0][0], &pcv[0][0] + kSys * kFreq, 0.0);
+}
+
+double Antatx::m_patternAt(int isys, int slot, double zenith) const {
+  const std::vector<double>& table = m_pattern[isys][slot];
+  return table.empty() ? 0.0 : s_interpolated(table.data(), m_nzen, (zenith - m_zen1) / m_dzen);
+}
+
+double Antatx::m_patternAt(int isys, int slot, double zenith, double azimuth) const {
+  const std::vector<double>& table = m_pattern[isys][slot];
+  const int rows = m_nzen > 0 ? static_cast<int>(table.size()) / m_nzen - 1 : 0;
+  if (rows < 2) return m_patternAt(isys, slot, zenith);
+  const double place = std::min((azimuth - 360.0 * std::floor(azimuth / 360.0)) / m_dazi, rows - 1.0);
+  const int i = std::min(static_cast<int>(place), rows - 2);
+  const double node = (zenith - m_zen1) / m_dzen;
+  const auto at = [&](int row) { return s_interpolated(table.data() + (row + 1) * m_nzen, m_nzen, node); };
+  return at(i) + (at(i + 1) - at(i)) * (place - i);
 }
 
 void Antatx::isys_byttype(std::string& tag, const char* code, int* isys1, int* isys2) {

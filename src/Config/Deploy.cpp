@@ -218,6 +218,7 @@ void Deploy::m_readCommon(const Json::Value& common) {
   s_scanNumbers(text("noisecoef"), m_noiseCoef, 2);
   s_copyText(m_refpoint, text("refpoint"));
   s_copyText(m_yawmodel, text("yawmodel"));
+  s_copyText(m_pcv, common.isMember("pcv") ? text("pcv") : "PCV_NONE");
   m_parseFrequency(m_freqObs, m_nfreqObs, text("freqobs").c_str());
   m_parseFrequency(m_freqUsed, m_nfreqUsed, text("freqused").c_str());
   try {

@@ -57,6 +57,7 @@ class Deploy {
   char m_pathTrace[256] = "", m_pathExternal[256] = "";
   char m_obsused[256] = "", m_obscomb[256] = "", m_refpoint[256] = "";
   char m_yawmodel[256] = "MODEL";
+  char m_pcv[256] = "PCV_NONE";  ///< antenna patterns
   char m_ifpbcor[256] = "IFPB_NONE";
   int m_nfreqIf[kSys] = {}, m_nfreqUsed[kSys] = {}, m_nfreqObs[kSys] = {}, m_nfreqDatum[kSys] = {};
   FreqTable m_freqIf = {}, m_freqUsed = {}, m_freqObs = {}, m_freqDatum = {};

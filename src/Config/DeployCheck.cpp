@@ -77,6 +77,9 @@ bool Deploy::m_checkConfigure() {
     s_fatal(__func__, __LINE__, "refpoint = %s,key = refpoint,only support APC_ITRF and CoM_ITRF\n",
             m_refpoint);
   }
+  if (!s_holds(m_pcv, {"PCV_NONE", "PCV_APPLY"})) {
+    s_fatal(__func__, __LINE__, "pcv = %s,key = pcv,only support PCV_APPLY and PCV_NONE\n", m_pcv);
+  }
   if (!s_holds(m_ztdmodel, {"ZTD"})) {
     s_fatal(__func__, __LINE__, "ztdmod = %s,key = ztdmod,only support ZTD:MINUTES,ZTDSTO and ZTDNONE\n",
             m_ztdmodel);

@@ -24,7 +24,10 @@ struct Antatx {
   OffsetTable m_offset = {};
   char m_tag[kSys][kFreq][4] = {};  ///< frequency name of a slot that was found in the file, else ""
   double m_default[3] = {};         ///< the first block found: fallback of a receiver's slots
-  std::vector<double> m_pattern[kSys][kFreq];  ///< (nazi or 1) x nzen, metres; read, never applied
+  /// The mean over the azimuths, then rows by azimuth from 0 to 360 degrees where the file has them all;
+  /// metres.
+  std::vector<double> m_pattern[kSys][kFreq];
+  std::vector<double> m_defaultPattern;  ///< that of m_default
 
   void m_resetMem();
   /// Looks one antenna up in the file of key "antpcv". \return 1 on success, else 0.
@@ -37,7 +40,11 @@ struct Antatx {
                const char* anttype, const char* serial, double (*pco)[3]);
   int m_rdatx(const char* cprn, const int* nfreq, const char (*tags)[kFreq][4], double jd0, double jd1);
 
-  /// Pattern corrections: all zero by contract; the model keeps the term's place.
+  /// What the pattern of a slot adds to a distance, m: linear between the nodes, the end value outside; 0
+  /// without a pattern. Angles in degrees; without azimuth, or without rows, the mean over the azimuths.
+  double m_patternAt(int isys, int slot, double zenith) const;
+  double m_patternAt(int isys, int slot, double zenith, double azimuth) const;
+  /// Pattern corrections by contract: all zero. Models add m_patternAt where the deployment asks for it.
   static void s_getAntPcv(const Antatx& receiver, const Antatx& satellite, double zenith, double azimuth,
                           double nadir, double pcv[kSys][kFreq]);
   /// Normalises a receiver antenna type by the name table of key "antnam". \return 1 on success.

@@ -168,6 +168,10 @@ double GnssModelItrs::v_relativity(const double* xv, const double* receiver, dou
   return s_relativity(xv, receiver, range);
 }
 
+void GnssModelItrs::v_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& geo) const {
+  s_antennaPatterns(in, isat, isys, geo);
+}
+
 void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
   const Deploy& deploy = pass.in.deploy;
   Ssat_t& sat = m_sta->m_sat[isat];
@@ -191,7 +195,7 @@ void GnssModelItrs::m_modelSatellite(Pass& pass, int isat) {
   v_windup(frame, deploy.m_satellites[static_cast<std::size_t>(isat)], geo.d[0], sat);
   for (int f = 0; f < deploy.m_nfreqUsed[isys]; ++f)
     geo.rel[f] = v_relativity(geo.xv[f], pass.tidePoint[isys][f], geo.range[f]);
-  s_antennaPatterns(pass.in, isat, isys, geo);
+  v_antennaPatterns(pass.in, isat, isys, geo);
   m_residuals(pass, isat, isys, geo);
   m_appendRows(pass, isat, isys);
   if (pass.record) pass.record[static_cast<std::size_t>(isat)] = geo;

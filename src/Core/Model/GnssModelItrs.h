@@ -35,6 +35,7 @@ class GnssModelItrs : public Model {
   virtual void v_windup(const SystemFrame& frame, const Satellite& satellite, const double* d,
                         Ssat_t& sat) const;
   virtual double v_relativity(const double* xv, const double* receiver, double range) const;
+  virtual void v_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& geo) const;
 
  private:
   /// State of one call.

@@ -59,4 +59,9 @@ double GnssModelWithout::v_relativity(const double* xv, const double* receiver, 
   return m_without("relativity") ? 0.0 : GnssModelItrs::v_relativity(xv, receiver, range);
 }
 
+void GnssModelWithout::v_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& geo) const {
+  if (m_without("patterns")) std::fill(std::begin(geo.pcv), std::end(geo.pcv), 0.0);
+  else GnssModelItrs::v_antennaPatterns(in, isat, isys, geo);
+}
+
 }  // namespace tarvio

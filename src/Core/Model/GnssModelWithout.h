@@ -10,6 +10,7 @@
 ///   troposphere   a-priori slant delay; the mapping factors stay
 ///   satoffset     satellite antenna offsets
 ///   recoffset     receiver antenna offsets
+///   patterns      patterns of both antennas
 ///
 /// The boundary never sets the option string. The single-point solution, which only starts the filter, keeps
 /// all terms.
@@ -35,6 +36,7 @@ class GnssModelWithout : public GnssModelItrs {
   void v_windup(const SystemFrame& frame, const Satellite& satellite, const double* d,
                 Ssat_t& sat) const override;
   double v_relativity(const double* xv, const double* receiver, double range) const override;
+  void v_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& geo) const override;
 
  private:
   bool m_without(const char* term) const;

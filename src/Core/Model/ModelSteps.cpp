@@ -241,10 +241,15 @@ void s_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& ge
   const double nadir = std::acos(std::clamp(dot(3, x, d) / (s_norm(x) * s_norm(d)), -1.0, 1.0));
   double pcv[kSys][kFreq] = {};
   static const Antatx kNoAntenna;
-  const auto antenna = in.deploy.m_antennas.find(in.sta.m_antType);
-  Antatx::s_getAntPcv(antenna == in.deploy.m_antennas.end() ? kNoAntenna : antenna->second, satellite,
-                      kPi / 2.0 - sat.m_elev, sat.m_azim, nadir, pcv);
+  const auto found = in.deploy.m_antennas.find(in.sta.m_antType);
+  const Antatx& receiver = found == in.deploy.m_antennas.end() ? kNoAntenna : found->second;
+  const double zenith = kPi / 2.0 - sat.m_elev;
+  Antatx::s_getAntPcv(receiver, satellite, zenith, sat.m_azim, nadir, pcv);
   std::copy(std::begin(pcv[isys]), std::end(pcv[isys]), std::begin(geo.pcv));
+  if (std::strstr(in.deploy.m_pcv, "PCV_APPLY") == nullptr) return;
+  for (int f = 0; f < in.deploy.m_nfreqUsed[isys]; ++f)
+    geo.pcv[f] += receiver.m_patternAt(isys, f, zenith * kRadToDeg, sat.m_azim * kRadToDeg) +
+                  satellite.m_patternAt(isys, f, nadir * kRadToDeg);
 }
 
 double s_codeModel(const ModelInput& in, int isat, int isys, int slot, double rclk, const SatGeometry& geo) {
