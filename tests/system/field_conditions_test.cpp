@@ -3,8 +3,8 @@
 
 #include <gmock/gmock.h>
 
-#include "support/replay_clock.h"
 #include "support/faulty_run.h"
+#include "support/replay_clock.h"
 
 namespace gnx::test {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "run/event_file.h"
 #include "gnx/read.h"
+#include "run/event_file.h"
 #include "run/named_solutions.h"
 #include "support/host_files.h"
 #include "support/simulated_files.h"

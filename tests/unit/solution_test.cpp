@@ -1,7 +1,6 @@
 // Solution lines of the engine as records, and records as files.
 
 #include "run/solution.h"
-#include "support/solution_line.h"
 
 #include <gmock/gmock.h>
 
@@ -11,6 +10,7 @@
 #include "run/reference_path.h"
 #include "run/solution_files.h"
 #include "support/host_files.h"
+#include "support/solution_line.h"
 
 namespace gnx::test {
 namespace {
