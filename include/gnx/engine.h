@@ -9,7 +9,8 @@
 ///
 /// The engine runs in a process of its own: whatever becomes of it, the host goes on. Any number of them may
 /// run at a time. In the host's own process there is room for one; it prints its solution lines on the host's
-/// standard output, and a configuration that it refuses ends the process.
+/// standard output, steps into its directory while it starts, and a configuration that it refuses ends the
+/// process.
 ///
 /// The results are the same bit for bit in both places. An object belongs to one thread at a time; different
 /// objects are independent of each other.
