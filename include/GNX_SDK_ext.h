@@ -258,14 +258,8 @@ std::vector<IntegerFault> integerFaults(const IntegerSettings& settings);
 /// What GNX_initialize would make of a deployment.
 struct DeploymentCheck {
   bool usable = false;
-<<<<<<< HEAD
   std::string fault{};               ///< the sentence with which it would end the process
   std::vector<std::string> notes{};  ///< what the status log would say up to there: which key, for instance
-=======
-  std::string fault{};  ///< the sentence with which it would end the process
-  std::vector<std::string>
-      notes{};  ///< what it would note in the status log up to there, which key for instance
->>>>>>> lib
 };
 /// Loads the "ppp.json" of a directory and all that it names in a child process, which writes nothing and
 /// leaves an engine that runs here alone. Takes as long as GNX_initialize. Call it where fork is allowed.
