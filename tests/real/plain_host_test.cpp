@@ -47,8 +47,6 @@ std::vector<Vector3> positionsOfPlainHost(const Deployment& site, const ReplayOp
   ObservationFeed epochs(boundary, numbers, plan, {});
   MessageStore messages;
   const ObsHeader& header = observations.header();
-  const PatternCorrector patterns(AntennaPatterns(site.file("antpcv"), header.antenna, first), messages,
-                                  header.position);
   GNX_IO::sta_t station = stationRecord(site.settings, header);
   GNX_initialize("static", &station, site.settings.cutoff_deg, site.settings.interval_s);
   std::vector<Vector3> positions;
@@ -65,8 +63,7 @@ std::vector<Vector3> positionsOfPlainHost(const Deployment& site, const ReplayOp
     } else if (const auto* batch = std::get_if<CorrectionBatch>(&event.record)) {
       products.feed(*batch);
     } else if (auto* observed = std::get_if<ObsEpoch>(&event.record)) {
-      patterns.apply(*observed);
-      epochs.feed(*observed);
+      epochs.feed(*observed);  // patterns are the engine's in this deployment
     }
   }
   GNX_finilize();
