@@ -3,6 +3,8 @@
 #include <cmath>
 #include <random>
 
+#include "rtcm/bits.h"
+#include "rtcm/frames.h"
 #include "support/rtcm_streams.h"
 
 namespace gnx {
@@ -231,6 +233,34 @@ TEST(RtcmEpochs, LostAndLateParts) {
   EXPECT_EQ(listener.decoder.counts().dropped(RtcmDrop::late), 1);
 }
 
+/// A satellite of message 1002 at a second of the week, its phase against its code in cycles.
+support::Bytes legacyFrame(int second, double cycles, int lock) {
+  rtcm::BitWriter bits;
+  for (const auto& [value, width] :
+       {std::pair{1002, 12}, {5, 12}, {second * 1000, 30}, {0, 1}, {1, 5}, {0, 4}})
+    bits.number(value, width);
+  bits.number(9, 6), bits.number(0, 1), bits.number(1000000, 24);
+  bits.i(std::lround(cycles * kLightSpeed / 1575.42e6 / 0.0005), 20);
+  bits.number(lock, 7), bits.number(70, 8), bits.number(180, 8);
+  return rtcm::frameOf(bits.bytes());
+}
+
+TEST(RtcmEpochs, LegacySendersMovePhasesBy1500Cycles) {
+  RtcmListener listener(fromWeek(2404, 90.0));
+  int second = 100;
+  for (const auto& [cycles, lock] :
+       {std::pair{700.0, 20}, {740.0, 21}, {-720.0, 22}, {-700.0, 23}, {-690.0, 3}})
+    listener.decoder.feed(legacyFrame(second++, cycles, lock));
+  const double sent[] = {700.0, 740.0, 780.0, 800.0, -690.0};  // behind a loss of lock anew
+  const auto epochs = listener.all<RtcmEpoch>();
+  ASSERT_EQ(epochs.size(), 5U);
+  for (std::size_t i = 0; i < 5; ++i) {
+    const SignalObs& obs = epochs[i].epoch.sats.at(0).signals.at(0);
+    EXPECT_NEAR(obs.phase - obs.range * 1575.42e6 / kLightSpeed, sent[i], 2e-3);
+    EXPECT_EQ(obs.lli, i == 4 ? 1 : 0);
+  }
+}
+
 // ---- times ----
 
 TEST(RtcmTimes, RolloversOfWeekDayAndLeapSecond) {
@@ -328,6 +358,34 @@ TEST(RtcmRoundTrip, CorrectionsOfAllSystems) {
     EXPECT_EQ(p.biases[0].value, q.biases.at(0).value);
     EXPECT_EQ(p.biases[0].wideLaneIndicator, q.biases[0].wideLaneIndicator);
     EXPECT_EQ(p.biases[0].discontinuity, q.biases[0].discontinuity);
+  }
+}
+
+/// IGS corrections carry eight of the ten bits of Galileo's issue.
+TEST(RtcmCorrections, AShortIssueIsCompletedByTheMessageSeen) {
+  rtcm::BitWriter bits;
+  for (const auto& [value, width] : {std::pair{4076, 12},
+                                     {3, 3},
+                                     {61, 8},
+                                     {300005, 20},
+                                     {2, 4},
+                                     {0, 1},
+                                     {1, 4},
+                                     {7, 16},
+                                     {1, 4},
+                                     {0, 1},
+                                     {1, 6},
+                                     {11, 6},
+                                     {44, 8}})
+    bits.number(value, width);
+  for (const int width : {22, 20, 20, 21, 19, 19}) bits.number(0, width);
+  for (const bool seen : {false, true}) {
+    RtcmListener listener(fromWeek(2404, 300000.0));
+    BroadcastEph eph;
+    eph.sat = "E11", eph.iode = 512 + 44;
+    if (seen) listener.decoder.learn(eph);
+    listener.decoder.feed(rtcm::frameOf(bits.bytes()));
+    EXPECT_EQ(listener.one<RtcmSsr>().block.orbits.at(0).iod, seen ? 556 : 44);
   }
 }
 
