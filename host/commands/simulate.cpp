@@ -154,6 +154,7 @@ void runSimulate(SimulateArguments& a) {
               formatTime(o.sky.start).c_str(), o.interval, o.sky.systems.c_str());
   for (const auto* file : {&files.observations, &files.navigation, &files.corrections, &files.truth})
     std::printf("  %s\n", file->string().c_str());
+  if (o.rtcm) std::printf("  %s\n", files.stream.string().c_str());
   const bool moving = o.observer.path.kind != "static";
   std::printf(
       "\nrun the engine on it:\n  gnx replay --obs %s --nav %s --ssr %s --systems %s --interval %g --mode %s",
@@ -172,6 +173,7 @@ void addSimulate(CLI::App& app) {
   addSkyOptions(*cmd, *a);
   addReceiverOptions(*cmd, *a);
   cmd->add_flag("--no-satellite-truth", a->noSatelliteTruth, "leave truth_satellites.csv out");
+  cmd->add_flag("--rtcm", a->options.rtcm, "write stream.rtcm3 as well: everything as one byte stream");
   cmd->add_flag("--quiet", a->quiet, "print nothing");
   addErrorOptions(*cmd, *a);
   cmd->callback([a] { runSimulate(*a); });

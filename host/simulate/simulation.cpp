@@ -10,6 +10,7 @@
 #include "gnx/error.h"
 #include "gnx/write.h"
 #include "simulate/random.h"
+#include "simulate/rtcm_file.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -231,12 +232,14 @@ SimulationFiles simulate(const SimulationOptions& options, const std::filesystem
   if (failed) throw InputError(directory.string(), 0, "cannot be made: " + failed.message());
   const SimulationFiles files{directory / "observations.rnx",     directory / "navigation.rnx",
                               directory / "corrections.ssr",      directory / "truth.csv",
-                              directory / "truth_satellites.csv", directory / "truth_biases.csv"};
+                              directory / "truth_satellites.csv", directory / "truth_biases.csv",
+                              directory / "stream.rtcm3"};
   writeObservations(options, sky, files);
   writeRinexNav(files.navigation, allMessages(sky));
   writeBiasTruth(files.biasTruth, sky);
   SsrWriter corrections(files.corrections);
   forEachCorrection(options, sky, [&corrections](const SsrBlock& block) { corrections.write(block); });
+  if (options.rtcm) writeRtcm(files.stream, files.observations, options, sky);
   return files;
 }
 

@@ -33,11 +33,12 @@ struct SimulationOptions {
   double interval = 30.0;                                         ///< of the observations, s
   int clockInterval = 30, orbitInterval = 30, biasInterval = 30;  ///< of the corrections, whole s
   bool satelliteTruth = true;                                     ///< write truth_satellites.csv
+  bool rtcm = false;                                              ///< write stream.rtcm3
   std::string marker = "SIMU", receiver = "SIMULATED", antenna = "";
 };
 
 struct SimulationFiles {
-  std::filesystem::path observations, navigation, corrections, truth, satelliteTruth, biasTruth;
+  std::filesystem::path observations, navigation, corrections, truth, satelliteTruth, biasTruth, stream;
 };
 
 /// Hands over all corrections of the span, in order of time. Orbits come before the clocks of the same time,
