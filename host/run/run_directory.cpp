@@ -32,6 +32,7 @@ void setResultsAside(const fs::path& dir) {
 
 void makeAbsolute(std::vector<std::string>& files) {
   for (std::string& file : files) {
+    if (file == "-") continue;  // standard input
     if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
     file = fs::absolute(file).string();
   }
