@@ -45,7 +45,9 @@ std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
 
 void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   RunPlan& plan = a.options.plan;
-  cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")
+  cmd.add_option("--obs", plan.obs,
+                 "RINEX 2, 3 or 4 observation files, also compact (Hatanaka), in any order, plain or packed "
+                 "(.gz, .Z, .bz2, .xz, .zst); - is standard input")
       ->required();
   cmd.add_option("--nav", plan.nav,
                  "RINEX navigation files; without, broadcast messages are fitted to the orbits of --sp3");

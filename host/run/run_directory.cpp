@@ -89,6 +89,7 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);
+  plan.obs = inOrderOfTime(std::move(plan.obs));
   completeFromObservations(options);
 
   PreparedRun run;
