@@ -15,10 +15,11 @@ namespace fs = std::filesystem;
 
 constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
-constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
-                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
-                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
-                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
+constexpr const char* kResults[] = {"account.csv",  "diagnostics.log",  "engine.log",    "events.csv",
+                                    "exit.txt",     "ppp_pos",          "report.html",   "run.json",
+                                    "signals.txt",  "solution.csv",     "solution.nmea", "solution.gpx",
+                                    "solution.kml", "solution.geojson", "solution.pos",  "summary.txt",
+                                    "summary.json", "integers.json",    "deployment.txt"};
 
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
@@ -100,6 +101,9 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   plan.massCentre = deployment.toMassCentre();
   plan.resolution = deployment.resolvesIntegers();
   if (options.reference) plan.reference = options.reference;
+  if (!options.referenceSinex.empty())
+    plan.reference = readSinexStation(options.referenceSinex, options.referenceStation, options.deploy.date)
+                         .at(options.deploy.date);
   if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
   if (options.report) plan.details = kReportDetails_s;
   writeRunPlan(run.dir / "run.json", plan);

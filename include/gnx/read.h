@@ -253,6 +253,23 @@ std::vector<BiasRow> readSinexBias(const std::vector<std::string>& paths);
 /// The agency whose data the file holds, from its first line; "" when that names none.
 std::string sinexBiasAgency(const std::string& path);
 
+/// The marker of a station for a stretch of time: earthquakes and new antennas begin another.
+struct StationPosition {
+  std::string station;  ///< four characters
+  GpsTime from, until;  ///< of the data behind it
+  GpsTime epoch;        ///< to which the position refers
+  Vector3 position{};   ///< m
+  Vector3 velocity{};   ///< m a year
+  bool hasVelocity = false;
+
+  Vector3 at(const GpsTime& t) const;
+};
+
+/// Coordinates of a station from a SINEX file, of the set whose data contain a time or come nearest to it.
+/// The first four characters of the name count. Deformation after earthquakes is not in such files. \throws
+/// InputError also when the file has none, or an old position without a velocity
+StationPosition readSinexStation(const std::string& path, const std::string& station, const GpsTime& t);
+
 /// Pole and UT1 at an epoch of UTC.
 struct EarthRotation {
   double mjd = 0.0;
