@@ -1,15 +1,13 @@
-// Unpacks and splits text into lines, and tells a whole archive from a damaged one.
+// Splits text into lines, and tells a whole archive from a damaged one.
 
 #include "text/text_reader.h"
 
-#include <zlib.h>
-
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <system_error>
 
 #include "gnx/error.h"
+#include "text/byte_source.h"
 
 namespace gnx {
 
@@ -18,40 +16,17 @@ constexpr std::size_t kChunk = std::size_t{1} << 18;
 constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 }  // namespace
 
-void TextReader::Close::operator()(gzFile_s* file) const { gzclose(file); }
-
 TextReader::TextReader(std::string path) : m_path(std::move(path)) {
   std::error_code error;
   if (std::filesystem::is_directory(m_path, error)) {
     throw InputError(m_path, 0, "is a directory; name a file");
   }
-  errno = 0;
-  m_file.reset(gzopen(m_path.c_str(), "rb"));
-  if (!m_file) {
-    throw InputError(m_path, 0,
-                     std::string("cannot be opened (") + std::strerror(errno != 0 ? errno : ENOMEM) +
-                         "); check the name and the permissions");
-  }
-  gzbuffer(m_file.get(), static_cast<unsigned>(kChunk));
+  m_bytes = openBytes(m_path);
   m_buffer.resize(kChunk);
-  if (fill()) refuseOtherFormats();
+  fill();
 }
 
 TextReader::~TextReader() = default;
-
-void TextReader::refuseOtherFormats() const {
-  const std::string_view head{m_buffer.data(), std::min<std::size_t>(m_end, 60)};
-  const auto startsWith = [&](std::string_view magic) { return head.substr(0, magic.size()) == magic; };
-  if (startsWith("\x1f\x9d") || startsWith("PK\x03\x04") || startsWith("BZh") ||
-      startsWith("\xfd"
-                 "7zXZ")) {
-    throw InputError(m_path, 0,
-                     "is compressed in a way that is not read here; unpack it or pack it with gzip");
-  }
-  if (head.find("COMPACT RINEX") != std::string_view::npos) {
-    throw InputError(m_path, 1, "is a Hatanaka-compressed (compact) RINEX file; expand it first");
-  }
-}
 
 bool TextReader::fill() {
   if (m_atEnd) return false;
@@ -67,21 +42,10 @@ bool TextReader::fill() {
     m_buffer.resize(m_buffer.size() * 2);
   }
   const std::size_t room = m_buffer.size() - m_end;
-  const int got = gzread(m_file.get(), m_buffer.data() + m_end, static_cast<unsigned>(room));
-  if (got > 0) m_end += static_cast<std::size_t>(got);
-
-  // A truncated stream delivers what it holds and leaves Z_BUF_ERROR behind.
-  if (got < 0 || static_cast<std::size_t>(got) < room) {
-    int status = Z_OK;
-    gzerror(m_file.get(), &status);
-    if (status != Z_OK && status != Z_STREAM_END) {
-      m_damage = status == Z_BUF_ERROR ? "compressed data end early, the file is truncated; fetch it again"
-                                       : "compressed data are damaged; fetch the file again";
-      m_atEnd = true;
-    } else if (got <= 0) {
-      m_atEnd = true;
-    }
-  }
+  const std::size_t got = m_bytes->read(m_buffer.data() + m_end, room);
+  m_end += got;
+  m_damage = m_bytes->damage();
+  if (got == 0 || !m_damage.empty()) m_atEnd = true;
   return got > 0;
 }
 
@@ -91,6 +55,12 @@ bool TextReader::next(std::string_view& line) {
     line = m_last;
     return true;
   }
+  if (!advance(line)) return false;
+  m_last = line;
+  return true;
+}
+
+bool TextReader::advance(std::string_view& line) {
   std::size_t searched = m_begin;
   const char* newline = nullptr;
   while (true) {
@@ -115,7 +85,6 @@ bool TextReader::next(std::string_view& line) {
     throw InputError(m_path, m_line, "holds binary data; this is not a text file, or it is damaged");
   }
   while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-  m_last = line;
   return true;
 }
 

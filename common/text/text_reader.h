@@ -1,6 +1,6 @@
 #pragma once
 /// \file text_reader.h
-/// Lines of a text file, plain or gzip'ed, with their numbers; and text files read and written whole.
+/// Lines of a text file, plain or packed, with their numbers; and text files read and written whole.
 
 #include <cstddef>
 #include <filesystem>
@@ -9,19 +9,20 @@
 #include <string_view>
 #include <vector>
 
-struct gzFile_s;
-
 namespace gnx {
+
+class ByteSource;
 
 /// Reads a file line by line. Memory is bounded by the longest line allowed (1 MB), whatever the
 /// file holds. Complete lines in front of damage are delivered first, then the damage is reported.
 ///
-/// Throws InputError: file missing or a directory, another compression, a truncated or corrupt gzip
-/// file, binary data, a line without end.
+/// Throws InputError: file missing or a directory, truncated or corrupt packed data, binary data, a line
+/// without end.
 class TextReader {
  public:
+  /// \param path  plain, .gz, .Z, .bz2, .xz, .zst or .zip, whatever the name; "-" is standard input
   explicit TextReader(std::string path);
-  ~TextReader();
+  virtual ~TextReader();
   TextReader(const TextReader&) = delete;
   TextReader& operator=(const TextReader&) = delete;
 
@@ -44,17 +45,17 @@ class TextReader {
   /// The same for data that are missing at the end of the file.
   [[noreturn]] void failAtEnd(const std::string& what) const;
 
- private:
-  struct Close {
-    void operator()(gzFile_s* file) const;
-  };
+ protected:
+  /// Brings the next line, as next() delivers it: readers of a form that is expanded into other lines
+  /// override it. False at the end of the file.
+  virtual bool advance(std::string_view& line);
 
+ private:
   /// Brings more bytes into the buffer; false when there are none.
   bool fill();
-  void refuseOtherFormats() const;
 
   std::string m_path;
-  std::unique_ptr<gzFile_s, Close> m_file;
+  std::unique_ptr<ByteSource> m_bytes;
   std::vector<char> m_buffer;
   std::size_t m_begin = 0, m_end = 0;
   bool m_atEnd = false, m_terminated = true, m_again = false;

@@ -1,5 +1,8 @@
 // The readers of one kind as the public header shows them, and the kind of a file.
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 #include "formats/rinex_obs.h"
@@ -37,12 +40,16 @@ namespace {
 
 FileKind rinexKind(std::string_view line) {
   if (column(line, 60, 20) == "ANTEX VERSION / SYST") return FileKind::antennas;
+  if (column(line, 20, 20) == "COMPACT RINEX FORMAT") return FileKind::observations;
   if (column(line, 60, 20) != "RINEX VERSION / TYPE") return FileKind::unknown;
   switch (line[20]) {
     case 'O':
       return FileKind::observations;
     case 'N':
-    case 'G':  // GLONASS messages of version 2
+    case 'G':  // GLONASS, Galileo, QZSS and geostationary messages of version 2
+    case 'L':
+    case 'J':
+    case 'H':
       return FileKind::navigation;
     case 'C':
       return FileKind::clocks;
@@ -126,7 +133,23 @@ InputFiles sortByKind(const std::vector<std::string>& names) {
                 "biases or corrections");
     }
   }
+  files.obs = inOrderOfTime(std::move(files.obs));
   return files;
+}
+
+std::vector<std::string> inOrderOfTime(std::vector<std::string> observationFiles) {
+  if (observationFiles.size() < 2) return observationFiles;
+  std::vector<std::pair<GpsTime, std::string>> dated;
+  for (std::string& file : observationFiles) {
+    ObsEpoch first;
+    const bool any = ObservationReader(file).next(first);
+    constexpr GpsTime kLast = {std::numeric_limits<std::int64_t>::max(),
+                               0.0};  // no epoch, nothing to put in order
+    dated.emplace_back(any ? first.time : kLast, std::move(file));
+  }
+  std::ranges::stable_sort(dated, {}, &std::pair<GpsTime, std::string>::first);
+  std::ranges::transform(dated, observationFiles.begin(), &std::pair<GpsTime, std::string>::second);
+  return observationFiles;
 }
 
 }  // namespace gnx

@@ -17,6 +17,8 @@ double readRinexVersion(TextReader& reader, char type, double lowest, double hig
   std::string_view line;
   if (!reader.next(line)) reader.failAtEnd("file is empty");
   // Clock files of version 3.04 carry the label a few columns further right.
+  if (line.find("COMPACT RINEX FORMAT") != std::string_view::npos)
+    reader.fail("", std::string("holds observations in compact form; give ") + content);
   if (line.find("RINEX VERSION / TYPE") == std::string_view::npos) {
     reader.fail(
         "", std::string("is not a RINEX file (no RINEX VERSION / TYPE in the first line); give ") + content);

@@ -22,10 +22,17 @@ std::string inQuotes(std::string_view text) { return "'" + std::string(text) + "
 
 }  // namespace
 
-RinexObsReader::RinexObsReader(const std::string& path) : m_reader(path) {
-  m_header.version = readRinexVersion(m_reader, 'O', 3.0, 4.99, "an observation file of RINEX 3 or 4");
+RinexObsReader::RinexObsReader(const std::string& path) : RinexObsReader(path, LookAhead{}) {
+  if (isOld()) lookAhead(path);
+}
+
+RinexObsReader::RinexObsReader(const std::string& path, LookAhead) : m_reader(path) {
+  m_header.version = readRinexVersion(m_reader, 'O', 2.0, 4.99, "an observation file of RINEX 2, 3 or 4");
   HeaderLine line;
+  m_reader.unread();
+  if (nextHeaderLine(m_reader, line)) m_fileSystem = column(line.text, 40, 1).empty() ? ' ' : line.text[40];
   while (nextHeaderLine(m_reader, line)) readHeaderLine(line.text, line.label);
+  if (isOld() && m_timeSystem.empty() && m_fileSystem == 'R') m_timeSystem = "GLO";
   makeLayouts();
 }
 
@@ -45,6 +52,10 @@ void RinexObsReader::readHeaderLine(std::string_view text, std::string_view labe
     readTypes(text);
   } else if (label == "SYS / SCALE FACTOR") {
     readScale(text);
+  } else if (label == "# / TYPES OF OBSERV") {
+    readOldTypes(text);
+  } else if (label == "WAVELENGTH FACT L1/2") {
+    readWavelengthFactors(text);
   } else if (label == "INTERVAL") {
     const auto interval = parseReal(column(text, 0, 10));
     if (!interval || *interval < 0.0 || *interval > 86400.0)
@@ -111,29 +122,34 @@ void RinexObsReader::readScale(std::string_view text) {
 }
 
 void RinexObsReader::makeLayouts() {
+  if (isOld()) return makeOldLayouts();
   if (m_header.types.empty()) m_reader.fail("header", "no SYS / # / OBS TYPES; the header is damaged");
   for (const auto& [system, types] : m_header.types) {
-    Layout& layout = m_layouts[static_cast<std::size_t>(system - 'A')];
-    layout = {};
     if (types.size() != m_announced[system]) {
       m_reader.fail("SYS / # / OBS TYPES",
                     "fewer types of system " + std::string(1, system) + " than announced");
     }
-    for (const std::string& type : types) {
-      Column c;
-      if (type.find_first_of("CLDS") == 0) {
-        const std::array<char, 3> code = {type[1], type[2], '\0'};
-        const auto found = std::find(layout.codes.begin(), layout.codes.end(), code);
-        c.kind = type[0];
-        c.signal = static_cast<int>(found - layout.codes.begin());
-        if (found == layout.codes.end()) layout.codes.push_back(code);
-        auto scale = m_scale.find({system, type});
-        if (scale == m_scale.end()) scale = m_scale.find({system, ""});
-        if (scale != m_scale.end()) c.scale = 1.0 / scale->second;
-      }
-      layout.columns.push_back(c);
-    }
+    m_layouts[static_cast<std::size_t>(system - 'A')] = makeLayout(system, types);
   }
+}
+
+RinexObsReader::Layout RinexObsReader::makeLayout(char system, const std::vector<std::string>& types) const {
+  Layout layout;
+  for (const std::string& type : types) {
+    Column c;
+    if (type.find_first_of("CLDS") == 0) {
+      const std::array<char, 3> code = {type[1], type[2], '\0'};
+      const auto found = std::find(layout.codes.begin(), layout.codes.end(), code);
+      c.kind = type[0];
+      c.signal = static_cast<int>(found - layout.codes.begin());
+      if (found == layout.codes.end()) layout.codes.push_back(code);
+      auto scale = m_scale.find({system, type});
+      if (scale == m_scale.end()) scale = m_scale.find({system, ""});
+      if (scale != m_scale.end()) c.scale = 1.0 / scale->second;
+    }
+    layout.columns.push_back(c);
+  }
+  return layout;
 }
 
 bool RinexObsReader::next(ObsEpoch& epoch) {
@@ -157,6 +173,7 @@ bool RinexObsReader::next(ObsEpoch& epoch) {
 }
 
 bool RinexObsReader::readEpochLine(EpochLine& head) {
+  if (isOld()) return readOldEpochLine(head);
   std::string_view line;
   do {
     if (!m_reader.next(line)) return false;
@@ -180,6 +197,7 @@ bool RinexObsReader::readEpochLine(EpochLine& head) {
 }
 
 void RinexObsReader::readEvent(const EpochLine& head) {
+  if (isOld() && head.flag == 6) return skipOldRecords(head.count);
   std::string_view line;
   bool types = false;
   for (int i = 0; i < head.count; ++i) {
@@ -190,7 +208,8 @@ void RinexObsReader::readEvent(const EpochLine& head) {
     if (head.flag == 6) continue;
     const std::string_view label = trim(column(line, 60, 40));
     // Only what changes the reading of the data: a new site or antenna is the user's decision.
-    if (label == "SYS / # / OBS TYPES" || label == "SYS / SCALE FACTOR") {
+    if (label == "SYS / # / OBS TYPES" || label == "SYS / SCALE FACTOR" || label == "# / TYPES OF OBSERV" ||
+        label == "WAVELENGTH FACT L1/2") {
       readHeaderLine(column(line, 0, 60), label);
       types = true;
     }
@@ -200,27 +219,37 @@ void RinexObsReader::readEvent(const EpochLine& head) {
 
 void RinexObsReader::readSats(const EpochLine& head, ObsEpoch& epoch) {
   std::size_t used = 0;
-  std::string_view line;
   for (int i = 0; i < head.count; ++i) {
-    if (!m_reader.next(line)) {
-      m_reader.failAtEnd("epoch " + formatTime(epoch.time) +
-                         ": file ends inside an epoch; it is truncated, fetch it again");
-    }
-    const auto name = parseSat(column(line, 0, 3));
-    if (!name) {
-      m_reader.fail("satellite", inQuotes(column(line, 0, 3)) + " where satellite " + std::to_string(i + 1) +
-                                     " of " + std::to_string(head.count) +
-                                     " is expected; the file is damaged here");
-    }
-    const Layout& layout = m_layouts[static_cast<std::size_t>(name->front() - 'A')];
+    const SatName name = isOld() ? readOldSat(i, epoch.time) : readSat(head, i, epoch.time);
+    const Layout& layout =
+        isOld() ? oldLayout(name) : m_layouts[static_cast<std::size_t>(name.front() - 'A')];
     if (layout.columns.empty()) continue;
     if (used == epoch.sats.size()) epoch.sats.emplace_back();
     SatObs& sat = epoch.sats[used];
-    sat.sat = *name;
-    readSignals(line, layout, head.flag == 1, sat);
+    sat.sat = name;
+    readSignals(m_record, layout, head.flag == 1, sat);
+    if (isOld()) markHalfCycles(sat);
     if (!sat.signals.empty()) ++used;
   }
   epoch.sats.resize(used);
+}
+
+/// Brings the line of a satellite.
+SatName RinexObsReader::readSat(const EpochLine& head, int number, const GpsTime& time) {
+  std::string_view line;
+  if (!m_reader.next(line)) {
+    m_reader.failAtEnd("epoch " + formatTime(time) +
+                       ": file ends inside an epoch; it is truncated, fetch it again");
+  }
+  const auto name = parseSat(column(line, 0, 3));
+  if (!name) refuseSat(column(line, 0, 3), number, head.count);
+  m_record = line;
+  return *name;
+}
+
+void RinexObsReader::refuseSat(std::string_view text, int number, int count) const {
+  m_reader.fail("satellite", inQuotes(text) + " where satellite " + std::to_string(number + 1) + " of " +
+                                 std::to_string(count) + " is expected; the file is damaged here");
 }
 
 void RinexObsReader::readSignals(std::string_view line, const Layout& layout, bool slipped, SatObs& sat) {

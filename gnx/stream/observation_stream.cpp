@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "gnx/read.h"
+
 namespace gnx {
 
 namespace {
@@ -14,7 +16,7 @@ constexpr double kTolerance_s = 0.005;
 
 ObservationStream::ObservationStream(std::vector<std::string> files, std::optional<GpsTime> from,
                                      std::optional<GpsTime> to)
-    : m_files(std::move(files)), m_from(from), m_to(to) {
+    : m_files(inOrderOfTime(std::move(files))), m_from(from), m_to(to) {
   open();
 }
 

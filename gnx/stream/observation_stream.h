@@ -1,6 +1,6 @@
 #pragma once
 /// \file observation_stream.h
-/// Epochs of several observation files as one stream, within the chosen time.
+/// Epochs of several observation files, given in any order, as one stream within the chosen time.
 
 #include <memory>
 #include <optional>

@@ -20,6 +20,7 @@ namespace {
 struct ReplayArguments {
   ReplayOptions options;
   std::vector<double> position, reference, antennaDelta;
+  std::vector<std::string> referenceSinex;  ///< file and station
   std::string from, to, signals, refpoint, solutionName;
   std::vector<std::string> without, set;
 };
@@ -45,7 +46,9 @@ std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
 
 void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   RunPlan& plan = a.options.plan;
-  cmd.add_option("--obs", plan.obs, "RINEX 3 or 4 observation files, plain or .gz, in order of time")
+  cmd.add_option("--obs", plan.obs,
+                 "RINEX 2, 3 or 4 observation files, also compact (Hatanaka), in any order, plain or packed "
+                 "(.gz, .Z, .bz2, .xz, .zst); - is standard input")
       ->required();
   cmd.add_option("--nav", plan.nav,
                  "RINEX navigation files; without, broadcast messages are fitted to the orbits of --sp3");
@@ -112,6 +115,10 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_flag("--header-position", plan.headerPosition, "a-priori position of the observation header");
   cmd.add_option("--reference", a.reference, "true position X Y Z of the marker, m, for the errors")
       ->expected(3);
+  cmd.add_option("--reference-sinex", a.referenceSinex,
+                 "true position from a SINEX file: FILE STATION; moved to the date by its velocity")
+      ->expected(2)
+      ->excludes("--reference");
   cmd.add_option("--reference-path", plan.referenceFile,
                  "true path of a moving receiver, a truth.csv of 'gnx simulate'");
   cmd.add_option("--antenna", plan.antenna, "antenna type, 20 characters with radome; without: the header's");
@@ -135,6 +142,11 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
       ->capture_default_str();
   cmd.add_flag("--report", a.options.report, "write report.html at once, with residuals every 30 s");
   cmd.add_flag("--nmea", a.options.nmea, "also write NMEA sentences");
+  const std::map<std::string, TrackFormat> tracks = {
+      {"gpx", TrackFormat::gpx}, {"kml", TrackFormat::kml}, {"geojson", TrackFormat::geoJson}};
+  cmd.add_option("--track", a.options.tracks, "also write the positions for maps: gpx, kml, geojson")
+      ->transform(CLI::CheckedTransformer(tracks))
+      ->delimiter(',');
   cmd.add_option(
       "--solution-name", a.solutionName,
       "further solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, "
@@ -164,6 +176,10 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
   takeRunSettings(cmd, a);
   if (!a.position.empty()) o.plan.position = threeNumbers(a.position);
   if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
+  if (!a.referenceSinex.empty()) {
+    o.referenceSinex = a.referenceSinex[0];
+    o.referenceStation = a.referenceSinex[1];
+  }
   if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!o.plan.patterns) o.plan.diagnostics += " -without-patterns";

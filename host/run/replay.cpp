@@ -147,6 +147,8 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
     if (nmea) nmea->write(e);
     if (named) named->write(e);
   }
+  for (const TrackFormat format : options.tracks)
+    writeTrack(dir, format, stationWord(options.plan.obs.front()), epochs);
 }
 
 /// The files of the directory that tell how the run ended.

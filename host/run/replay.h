@@ -14,6 +14,7 @@
 #include "gnx/deployment.h"
 #include "run/run_plan.h"
 #include "run/statistics.h"
+#include "run/track_files.h"
 
 namespace gnx {
 
@@ -30,9 +31,12 @@ struct ReplayOptions {
   DeploymentOptions deploy;                         ///< used when `deployment` is empty
   RunPlan plan;                                     ///< files and choices
   std::optional<std::array<double, 3>> reference;   ///< marker, m; a referenceFile of `plan` goes before it
+  std::string referenceSinex;                       ///< file with the marker's coordinates, "" = none
+  std::string referenceStation;                     ///< its name in that file
   bool report = false;                              ///< keep the residuals that a report shows
   std::string solutionName;                         ///< pattern of further solution files, "" = none
   bool nmea = false;                                ///< also write NMEA sentences
+  std::vector<TrackFormat> tracks;                  ///< files for maps
   bool quiet = false;                               ///< no progress, no summary on standard output
   std::function<void(const RunProgress&)> onEpoch;  ///< follows the run; empty = nobody does
 };

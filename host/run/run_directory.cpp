@@ -15,10 +15,11 @@ namespace fs = std::filesystem;
 
 constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
-constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
-                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
-                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
-                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
+constexpr const char* kResults[] = {"account.csv",  "diagnostics.log",  "engine.log",    "events.csv",
+                                    "exit.txt",     "ppp_pos",          "report.html",   "run.json",
+                                    "signals.txt",  "solution.csv",     "solution.nmea", "solution.gpx",
+                                    "solution.kml", "solution.geojson", "solution.pos",  "summary.txt",
+                                    "summary.json", "integers.json",    "deployment.txt"};
 
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
@@ -32,6 +33,7 @@ void setResultsAside(const fs::path& dir) {
 
 void makeAbsolute(std::vector<std::string>& files) {
   for (std::string& file : files) {
+    if (file == "-") continue;  // standard input
     if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
     file = fs::absolute(file).string();
   }
@@ -88,6 +90,7 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);
+  plan.obs = inOrderOfTime(std::move(plan.obs));
   completeFromObservations(options);
 
   PreparedRun run;
@@ -97,6 +100,9 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   plan.massCentre = deployment.toMassCentre();
   plan.resolution = deployment.resolvesIntegers();
   if (options.reference) plan.reference = options.reference;
+  if (!options.referenceSinex.empty())
+    plan.reference = readSinexStation(options.referenceSinex, options.referenceStation, options.deploy.date)
+                         .at(options.deploy.date);
   if (!plan.referenceFile.empty()) run.path = readReferencePath(plan.referenceFile);
   if (options.report) plan.details = kReportDetails_s;
   writeRunPlan(run.dir / "run.json", plan);

@@ -39,11 +39,25 @@ struct GlonassEph {
   long line = 0;
 };
 
+/// A record of a version 4 file that the engine's messages do not hold: ephemerides of other kinds (CNAV,
+/// CNV1 to CNV3, SBAS, NavIC), offsets of system times (STO), Earth orientation (EOP), ionosphere (ION).
+struct NavRecord {
+  std::string kind;            ///< "EPH", "STO", "EOP", "ION"
+  std::string source;          ///< satellite, or the letter of the system where the satellite is not told
+  std::string message;         ///< "CNV2", "CNVX", ...
+  std::string subtype;         ///< since 4.02, "" without
+  GpsTime time;                ///< of clock, of reference or of transmission, first of the record
+  std::string offset;          ///< STO: what it relates, "GPUT"
+  std::vector<double> values;  ///< as they stand, three of the first line, then four a line; blank: NaN
+  long line = 0;               ///< line in the file, for messages
+};
+
 /// Messages in the order of the files.
 struct NavData {
   std::vector<BroadcastEph> keplerian;  ///< GPS, QZSS LNAV; Galileo I/NAV and F/NAV; BeiDou D1, D2
   std::vector<GlonassEph> glonass;
   std::vector<std::string> notes;  ///< messages left out because their content cannot be true
+  std::vector<NavRecord> others{};
 };
 
 /// Upper bounds of the ranges of the user range accuracy indices, m (IS-GPS-200, 20.3.3.3.1.3).

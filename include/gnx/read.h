@@ -1,6 +1,8 @@
 #pragma once
 /// \file read.h
-/// Files of the outside world: any file of a kind, recognised by its content, plain or gzip'ed, as records.
+/// Files of the outside world: any file of a kind, recognised by its content, plain or packed (.gz, .Z, .bz2,
+/// .xz, .zst, a .zip of one file), as records. "-" is standard input, which every reader reads from its
+/// beginning.
 ///
 /// read() merges the files of a run into one stream of events in order of time, which an Engine takes one by
 /// one. Readers of one kind are below it. All of them throw an InputError with file, line and field.
@@ -46,8 +48,8 @@ struct Event {
 
 /// What a file holds.
 enum class FileKind {
-  observations,   ///< RINEX 3.00 to 4.02
-  navigation,     ///< RINEX 3.00 to 4.02
+  observations,   ///< RINEX 2.00 to 4.02, plain or compact (CRINEX 1 and 3)
+  navigation,     ///< RINEX 2.00 to 4.02
   orbits,         ///< SP3 a, b, c, d
   clocks,         ///< RINEX clock 2.00 to 3.04
   biases,         ///< Bias-SINEX 1.00
@@ -60,13 +62,16 @@ const char* nameOf(FileKind kind);
 /// By the first lines. \throws InputError when the file cannot be read
 FileKind kindOf(const std::filesystem::path& file);
 
-/// The files of a run by kind, each kind in order of time.
+/// The files of a run by kind.
 struct InputFiles {
   std::vector<std::string> obs, nav;            ///< RINEX
   std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products, or a recorded stream
 };
-/// Puts files into their places. \throws InputError for one that is of no kind of these
+/// Puts files into their places, observations in order of time. \throws InputError for one that is of no kind
+/// of these
 InputFiles sortByKind(const std::vector<std::string>& files);
+/// Observation files by the time of their first epoch.
+std::vector<std::string> inOrderOfTime(std::vector<std::string> observationFiles);
 
 // ---- a run ----
 
@@ -141,7 +146,7 @@ EventStream read(const InputFiles& files, const ReadOptions& options = {});
 
 // ---- one kind ----
 
-/// Observations epoch by epoch (RINEX 3.00 to 4.02).
+/// Observations epoch by epoch (RINEX 2.00 to 4.02, plain or in compact form).
 ///
 /// - Epochs come in GPS time, whatever the file's time system.
 /// - Flags 0 and 1 (data; after a power failure, then every phase is marked as slipped) deliver an
@@ -150,6 +155,9 @@ EventStream read(const InputFiles& files, const ReadOptions& options = {});
 /// - Satellites of a system without observation types and unknown types are left out, blank fields
 ///   and trailing fields that are missing are absent values, scale factors are applied.
 /// - Phases are taken as they stand: shifts of the header are already applied by the writer.
+/// - Types of version 2 get their RINEX 3 names. L2 goes with P2 where the satellite has it, else with C2;
+///   L2C, L5 and Galileo signals get the attribute of the receiver's maker, X where that is not known. The
+///   types of the header are then those that the first hundred epochs hold.
 class ObservationReader {
  public:
   explicit ObservationReader(const std::string& path);
@@ -191,13 +199,12 @@ class CorrectionReader {
   std::unique_ptr<Impl> m_impl;
 };
 
-/// Broadcast messages of RINEX 3.00 to 4.02 navigation files.
+/// Broadcast messages of RINEX 2.00 to 4.02 navigation files.
 ///
 /// Times come in GPS time (BeiDou + 14 s, GLONASS by leap seconds); seconds of week are placed in the week
 /// that puts them nearest to the time of clock, so that a wrong week number does no harm. A transmission time
-/// that is blank or given as unknown (0.9999e9) is left at {0, 0}. SBAS, NavIC and unknown systems, and in
-/// version 4 the CNAV types, system time, Earth orientation and ionosphere records, are skipped. Blank
-/// numbers are 0.
+/// that is blank or given as unknown (0.9999e9) is left at {0, 0}. Up to version 3, SBAS, NavIC and unknown
+/// systems are skipped; of version 4 all other records are there as they stand. Blank numbers are 0.
 NavData readRinexNav(const std::vector<std::string>& paths);
 
 /// Position in the Earth-fixed frame of the product, m.
@@ -245,6 +252,23 @@ std::vector<BiasRow> readSinexBias(const std::vector<std::string>& paths);
 
 /// The agency whose data the file holds, from its first line; "" when that names none.
 std::string sinexBiasAgency(const std::string& path);
+
+/// The marker of a station for a stretch of time: earthquakes and new antennas begin another.
+struct StationPosition {
+  std::string station;  ///< four characters
+  GpsTime from, until;  ///< of the data behind it
+  GpsTime epoch;        ///< to which the position refers
+  Vector3 position{};   ///< m
+  Vector3 velocity{};   ///< m a year
+  bool hasVelocity = false;
+
+  Vector3 at(const GpsTime& t) const;
+};
+
+/// Coordinates of a station from a SINEX file, of the set whose data contain a time or come nearest to it.
+/// The first four characters of the name count. Deformation after earthquakes is not in such files. \throws
+/// InputError also when the file has none, or an old position without a velocity
+StationPosition readSinexStation(const std::string& path, const std::string& station, const GpsTime& t);
 
 /// Pole and UT1 at an epoch of UTC.
 struct EarthRotation {

@@ -33,14 +33,17 @@ std::string biases() {
   return text + "-BIAS/SOLUTION\n%=ENDBIA\n";
 }
 
+void readObservations(const std::string& path) {
+  RinexObsReader reader(path);
+  for (ObsEpoch epoch; reader.next(epoch);) continue;
+}
+
 const std::vector<Format>& formats() {
   static const std::vector<Format> all = {
-      {"obs",
-       [](const std::string& path) {
-         RinexObsReader reader(path);
-         for (ObsEpoch epoch; reader.next(epoch);) continue;
-       },
-       real("clas_2021078/SEPT078M.21O.gz"), false},
+      {"obs", readObservations, real("clas_2021078/SEPT078M.21O.gz"), false},
+      {"obs of version 2", readObservations, real("rinex_samples/npaz3550.21o"), false},
+      {"compact obs of version 2", readObservations, real("rinex_samples/npaz3550.21d"), false},
+      {"compact obs", readObservations, real("rinex_samples/ACOR00ESP_R_20213550000_01D_30S_MO.crx"), false},
       {"nav", [](const std::string& path) { readRinexNav({path}); },
        real("esbc_2020177/ESBC00DNK_R_20201770000_01D_MN.rnx.gz"), false},
       {"sp3", [](const std::string& path) { readSp3({path}); },

@@ -72,14 +72,80 @@ TEST(RinexNav, PlacesSecondsOfWeekAcrossItsEnd) {
 }
 
 TEST(RinexNav, ReadsTheRecordsOfVersionFour) {
-  const NavData nav =
-      read("4.00", "> EPH G05 LNAV\n" + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
-                       "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" +
-                       "> EPH G05 CNAV\n" + kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) +
-                       "> EPH E01 FNAV\n" + kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
+  const NavData nav = read(
+      "4.00", "> EPH G05 LNAV\n" + kepler("G05 2020 06 25 02 00 00", 12, 352800, 1, 345618) +
+                  "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n" + "> EPH G05 CNAV\n" +
+                  kepler("G05 2020 06 25 02 00 00", 13, 352800, 1, 345618) + "     345618 2111\n" +
+                  "> EPH E01 FNAV\n" + kepler("E01 2020 06 25 00 10 00", 62, 346200, 258, 346940));
   ASSERT_THAT(nav.keplerian, SizeIs(2));
   EXPECT_EQ(nav.keplerian[0].iode, 12);
   EXPECT_EQ(nav.keplerian[1].sat, "E01");
+}
+
+TEST(RinexNav, KeepsTheOtherRecordsOfVersionFour) {
+  const std::string gap(19, ' ');
+  const std::string ionosphere = "> ION C20 CNVX\n    2020 06 25 00 00 00 1.500000000000e+01" + gap +
+                                 "-2.500000000000e+00\n     4.000000000000e+00\n     8.000000000000e+00\n";
+  const NavData nav =
+      read("4.02", "> STO E01 IFNV\n    2020 06 25 00 00 00 GAUT" + std::string(34, ' ') +
+                       "UTCGAL\n     3.456180000000e+05 1.000000000000e-09\n" + ionosphere +
+                       "> ION I02 L1NV KLOB\n    2020 06 25 00 00 00\n     1\n" +
+                       "> EOP J02 CNVX\n    2020 06 25 00 00 00 1.000000000000e-01\n" + "    " + gap +
+                       " 3.000000000000e-01\n     3.456180000000e+05-2.000000000000e-01\n");
+  ASSERT_THAT(nav.others, SizeIs(4));
+  EXPECT_EQ(nav.others[0].offset, "GAUT");
+  EXPECT_EQ(nav.others[0].values.at(4), 1e-9);
+  EXPECT_EQ(nav.others[1].source, "C20");
+  EXPECT_EQ(nav.others[1].time - kStart, 14.0);
+  EXPECT_EQ(nav.others[1].values.at(0), 15.0);
+  EXPECT_TRUE(std::isnan(nav.others[1].values.at(1)));
+  EXPECT_EQ(nav.others[1].values.at(7), 8.0);
+  EXPECT_EQ(nav.others[2].subtype, "KLOB");
+  EXPECT_EQ(nav.others[3].values.at(8), -0.2);
+  const std::string cut = ionosphere.substr(0, ionosphere.rfind("     8"));
+  const NavData damaged =
+      read("4.00", cut + "> STO G05 LNAV\n    2020 06 25 00 00 00 GPUT\n     345618 0.0\n");
+  EXPECT_THAT(damaged.others, IsEmpty());
+  EXPECT_THAT(damaged.notes,
+              ElementsAre(HasSubstr("file.nav:3: C20 ION CNVX left out, it has 2 lines instead of 3"),
+                          HasSubstr(":6: G05 STO LNAV left out, '345618 0.0' is not a number")));
+}
+
+std::string oldFile(char type, const std::string& messages) {
+  return headerLine(std::string("     2.11           ") + type + ": NAV DATA", "RINEX VERSION / TYPE") +
+         headerLine("", "END OF HEADER") + messages;
+}
+
+TEST(RinexNav, ReadsVersionTwo) {
+  // The same record, one column further left, the year in two digits.
+  std::string gps;
+  std::istringstream lines(kepler(" 5 20  6 25  1 59 44.0", 12, 352784, 1, 345618));
+  for (std::string line; std::getline(lines, line);) gps += (gps.empty() ? line : line.substr(1)) + "\n";
+  gps.erase(gps.find("44.0") + 4, 1);
+  std::replace(gps.begin(), gps.end(), 'e', 'D');
+  const std::string glonass =
+      " 1 20 06 24 23 45  0.0 7.282570004460D-05 0.000000000000D+00 7.380000000000D+04\n"
+      "    1.090894238281D+04 1.407806396484D+00-1.862645149231D-09 0.000000000000D+00\n"
+      "   -2.885726074219D+03 2.795855522156D+00-0.000000000000D+00 2.550000000000D+02\n"
+      "    2.288353955078D+04-3.169984817505D-01-2.793967723846D-09 0.000000000000D+00\n";
+  const TempDir dir;
+  const NavData nav =
+      readRinexNav({dir.write("a.20n", oldFile('N', gps + gps)), dir.write("a.20g", oldFile('G', glonass)),
+                    dir.write("a.20h", oldFile('H', glonass)), dir.write("a.20l", oldFile('L', gps))});
+  EXPECT_THAT(nav.notes, IsEmpty());
+  ASSERT_THAT(nav.keplerian, SizeIs(3));
+  EXPECT_EQ(nav.keplerian[0].sat, "G05");
+  EXPECT_EQ(nav.keplerian[0].toc - kStart, 7184.0);
+  EXPECT_EQ(nav.keplerian[0].toe - kStart, 7184.0);
+  EXPECT_EQ(nav.keplerian[0].transmission - kStart, 18.0);
+  EXPECT_DOUBLE_EQ(nav.keplerian[0].sqrtA, 5153.65);
+  EXPECT_EQ(nav.keplerian[2].sat, "E05");
+  ASSERT_THAT(nav.glonass, SizeIs(1));
+  EXPECT_EQ(nav.glonass[0].toe - kStart, -882.0);
+  EXPECT_EQ(nav.glonass[0].frame, nav.glonass[0].toe) << "message times of old files cannot be believed";
+  EXPECT_EQ(nav.glonass[0].channel, -1);
+  const std::string file = dir.write("b.20n", oldFile('N', gps.substr(0, gps.find("    2.0000"))));
+  EXPECT_THAT(inputError([&] { readRinexNav({file}); }), HasSubstr("lines instead of 7"));
 }
 
 TEST(RinexNav, RefusesDamageAndLeavesOutNonsense) {

@@ -113,9 +113,8 @@ TEST_F(RinexObs, RefusalsNameLineAndField) {
         {"> 2020 06 25 00 00 30.0000000  0  0\n" + epoch + sat + sat, "is before the epoch in front of it"}})
     EXPECT_THAT(read(header() + body), HasSubstr(sentence));
   for (const auto& [content, label, sentence] :
-       {std::tuple{"     2.11           OBSERVATION DATA    M", "RINEX VERSION / TYPE",
-                   "2.11 is not supported"},
-        {"1.0                 COMPACT RINEX FORMAT", "CRINEX VERS   / TYPE", "Hatanaka"},
+       {std::tuple{"     1.00           OBSERVATION DATA    M", "RINEX VERSION / TYPE",
+                   "1.00 is not supported"},
         {"     3.04           N: GNSS NAV DATA    M", "RINEX VERSION / TYPE", "give an observation file"}})
     EXPECT_THAT(read(headerLine(content, label)), HasSubstr(sentence));
   EXPECT_THAT(inputError([] { RinexObsReader r("/nowhere/file.rnx"); }),

@@ -1,0 +1,171 @@
+// Unpacks files: gzip by zlib, whose checksums tell of damage, the other kinds by libarchive.
+
+#include "text/byte_source.h"
+
+#include <archive.h>
+#include <fcntl.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "gnx/error.h"
+
+namespace gnx {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::size_t kChunk = std::size_t{1} << 18;
+constexpr const char* kTruncated = "compressed data end early, the file is truncated; fetch it again";
+constexpr const char* kDamaged = "compressed data are damaged; fetch the file again";
+
+/// A file descriptor that is closed with the object.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : m_number(number) {}
+  ~Descriptor() {
+    if (m_number >= 0) ::close(m_number);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return m_number; }
+  int release() { return std::exchange(m_number, -1); }
+
+ private:
+  int m_number;
+};
+
+/// Plain and gzip'ed bytes.
+class GzipSource final : public ByteSource {
+ public:
+  explicit GzipSource(Descriptor& file) : m_file(gzdopen(file.get(), "rb")) {
+    if (!m_file) throw std::bad_alloc();
+    file.release();
+    gzbuffer(m_file.get(), static_cast<unsigned>(kChunk));
+  }
+
+  std::size_t read(char* to, std::size_t room) override {
+    const int got = gzread(m_file.get(), to, static_cast<unsigned>(room));
+    // A truncated stream delivers what it holds and leaves Z_BUF_ERROR behind.
+    if (got < 0 || static_cast<std::size_t>(got) < room) {
+      int status = Z_OK;
+      gzerror(m_file.get(), &status);
+      if (status != Z_OK && status != Z_STREAM_END) m_damage = status == Z_BUF_ERROR ? kTruncated : kDamaged;
+    }
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+  }
+
+ private:
+  struct Close {
+    void operator()(gzFile_s* file) const { gzclose(file); }
+  };
+  std::unique_ptr<gzFile_s, Close> m_file;
+};
+
+/// Bytes packed in another way.
+class ArchiveSource final : public ByteSource {
+ public:
+  ArchiveSource(int file, bool zip) : m_file(file), m_archive(archive_read_new()) {
+    if (!m_archive) throw std::bad_alloc();
+    archive_read_support_filter_compress(m_archive.get());
+    archive_read_support_filter_bzip2(m_archive.get());
+    archive_read_support_filter_xz(m_archive.get());
+    archive_read_support_filter_zstd(m_archive.get());
+    if (zip) archive_read_support_format_zip(m_archive.get());
+    else archive_read_support_format_raw(m_archive.get());
+    const bool opened = archive_read_open_fd(m_archive.get(), m_file.get(), kChunk) == ARCHIVE_OK;
+    archive_entry* entry = nullptr;
+    if (!opened || archive_read_next_header(m_archive.get(), &entry) != ARCHIVE_OK) noteDamage();
+  }
+
+  std::size_t read(char* to, std::size_t room) override {
+    if (!m_damage.empty() || m_ended) return 0;
+    const la_ssize_t got = archive_read_data(m_archive.get(), to, room);
+    if (got < 0) noteDamage();
+    if (got == 0) {
+      m_ended = true;
+      archive_entry* entry = nullptr;
+      if (archive_read_next_header(m_archive.get(), &entry) == ARCHIVE_OK)
+        m_damage = "is an archive of several files; unpack it and name those to be read";
+    }
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+  }
+
+ private:
+  void noteDamage() {
+    const char* words = archive_error_string(m_archive.get());
+    const bool cut = words != nullptr && std::string_view(words).find("runcated") != std::string_view::npos;
+    m_damage = cut ? kTruncated : kDamaged;
+  }
+
+  struct Free {
+    void operator()(archive* a) const { archive_read_free(a); }
+  };
+  Descriptor m_file;
+  std::unique_ptr<archive, Free> m_archive;
+  bool m_ended = false;
+};
+
+[[noreturn]] void cannotOpen(const std::string& path, int error) {
+  throw InputError(path, 0,
+                   std::string("cannot be opened (") + std::strerror(error != 0 ? error : ENOMEM) +
+                       "); check the name and the permissions");
+}
+
+/// Standard input copied to a file without a name.
+int keepStandardInput() {
+  if (::isatty(STDIN_FILENO) != 0)
+    throw InputError("-", 0, "standard input is a terminal; send a file into it, or name one");
+  std::FILE* kept = std::tmpfile();
+  if (kept == nullptr)
+    throw InputError("-", 0, "standard input cannot be kept in a temporary file; check free space");
+  const Descriptor copy(::fcntl(::fileno(kept), F_DUPFD_CLOEXEC, 0));
+  std::fclose(kept);
+  std::array<char, 65536> chunk;
+  for (ssize_t got; (got = ::read(STDIN_FILENO, chunk.data(), chunk.size())) != 0;) {
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw InputError("-", 0, "standard input cannot be read; check what sends it");
+    for (ssize_t put = 0, n = 0; put < got; put += n) {
+      n = ::write(copy.get(), chunk.data() + put, static_cast<std::size_t>(got - put));
+      if (n < 0)
+        throw InputError("-", 0, "standard input cannot be kept in a temporary file; check free space");
+    }
+  }
+  return ::fcntl(copy.get(), F_DUPFD_CLOEXEC, 0);
+}
+
+int openFile(const std::string& path) {
+  if (path != "-") return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  static const Descriptor kept(keepStandardInput());
+  // Opened anew, every reader has a position of its own.
+  return ::open(("/proc/self/fd/" + std::to_string(kept.get())).c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+}  // namespace
+
+std::unique_ptr<ByteSource> openBytes(const std::string& path) {
+  errno = 0;
+  Descriptor file(openFile(path));
+  if (file.get() < 0) cannotOpen(path, errno);
+  std::array<char, 6> first{};
+  // From a pipe nothing can be looked at ahead: it is plain or gzip'ed.
+  const ssize_t got = ::pread(file.get(), first.data(), first.size(), 0);
+  const std::string_view head(first.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+  const bool zip = head.starts_with("PK\x03\x04"sv);
+  if (zip || head.starts_with("\x1f\x9d"sv) || head.starts_with("BZh"sv) ||
+      head.starts_with("\xfd"
+                       "7zXZ"sv) ||
+      head.starts_with("\x28\xb5\x2f\xfd"sv))
+    return std::make_unique<ArchiveSource>(file.release(), zip);
+  return std::make_unique<GzipSource>(file);
+}
+
+}  // namespace gnx
