@@ -76,7 +76,8 @@ BitWriter encodeGlonassEphemeris(const GlonassEph& eph) {
   set(G::tau, -eph.tau), set(G::gamma, eph.gamma), set(G::age, eph.age);
   // The day of the four-year period from 1 January of a leap year, and the count of these periods.
   const int day = modifiedJulianDay(moscow(eph.toe)) - modifiedJulianDay(toGpsTime({1996, 1, 1, 0, 0, 0.0}));
-  set(G::day, day % 1461 + 1), set(G::additional, 1), set(G::fourYears, day / 1461 + 1);
+  const auto fourYears = day / 1461 + 1;
+  set(G::day, day % 1461 + 1), set(G::additional, 1), set(G::fourYears, fourYears);
   set(G::type, 1), set(G::almanacHealth, 1), set(G::almanacGiven, 1);
   BitWriter bits;
   Content<G>::write(bits, glonassLayout(), values);
