@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "deployment/deployed.h"
+#include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
 #include "engine/worker_program.h"
@@ -118,6 +118,8 @@ struct Engine::Impl {
     EngineCore::Start record;
     record.mode = nameOf(deployment.settings.mode);
     record.station = stationRecord(deployment.settings, start.header);
+    if (std::string sentence = unknownAntenna(deployment, record.station.antdes); !sentence.empty())
+      warnings.push_back(std::move(sentence));
     record.cutoff_deg = deployment.settings.cutoff_deg;
     record.interval_s = deployment.settings.interval_s;
     if (options.clock == EngineClock::records) record.clock = utcOf(first);
@@ -133,7 +135,7 @@ struct Engine::Impl {
   void takePatterns(Session& s, const ObsHeader& header) {
     const RunSettings& run = deployment.settings;
     const fs::path file = deployment.file("antpcv");
-    if (!run.patterns || !fs::exists(file) || deployedPatterns(deployment.directory())) return;
+    if (!run.patterns || !fs::exists(file) || deployment.engineAppliesPatterns()) return;
     const bool known = run.position_m[0] * run.position_m[1] * run.position_m[2] != 0.0;
     const Vector3& position = known && !run.headerPosition ? run.position_m : header.position;
     PatternCorrector corrector(

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "support/child.h"
+#include "support/deployment.h"
 #include "support/simulated_files.h"
 
 namespace gnx::test {
@@ -207,8 +208,11 @@ TEST(Engines, TakeRecordsOfAHostThatKnowsNoBeginning) {
 TEST(Deployments, ExplainThemselvesAndLendNoResults) {
   std::ostringstream words;
   Site::get().deployment.explain(words);
-  for (const char* text : {"QZS", "GPS:L1_L2", "of the satellites' antennas", "static, every 30 s"})
+  for (const char* text :
+       {"QZS", "GPS:L1_L2", "of the satellites' antennas", "static, every 30 s", "applied by the engine"})
     EXPECT_THAT(words.str(), HasSubstr(text));
+  EXPECT_EQ(support::runProgram("explain " + Site::get().deployment.directory().string()).output,
+            words.str());
   EXPECT_TRUE(Site::get().deployment.check().empty());
 
   const support::TemporaryDirectory from, to;
@@ -219,6 +223,36 @@ TEST(Deployments, ExplainThemselvesAndLendNoResults) {
   EXPECT_FALSE(std::filesystem::is_symlink(to.path() / "ppp.json")) << "may be changed there";
   EXPECT_FALSE(std::filesystem::exists(to.path() / "engine.log"));
   EXPECT_THROW(Deployment::open(to.path() / "log" / "none"), UsageError);
+}
+
+// The engine takes an antenna that it does not know for none and goes on.
+TEST(Deployments, WarnOfAnUnknownAntennaAndNameTheNearest) {
+  const support::TemporaryDirectory home;
+  DeploymentOptions o;
+  o.systems = "G";
+  o.date = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+  std::string blocks = support::antexHeader();
+  for (int sat = 1; sat <= 32; ++sat)
+    blocks += support::antexBlock(
+        "BLOCK IIF", support::printed("G%02d", sat),
+        support::antexFrequency("G01", 0, 0, 1000) + support::antexFrequency("G02", 0, 0, 1000));
+  for (const char* type : {"LEIAR25.R3      LEIT", "LEIAR25.R4      LEIT", "TRM59800.00     SCIS"})
+    blocks += support::antexBlock(type, "", support::antexFrequency("G01", 0, 0, 80));
+  o.antex = home.write("antennas.atx", blocks);
+  Deployment site = Deployment::make(home.path() / "site", o);
+  const auto warningsOf = [&](const char* antenna) {
+    StreamStart start = Site::get().stream().start();
+    start.header.antenna = antenna;
+    Engine engine(site);
+    engine.start(start);
+    return engine.warnings();
+  };
+  EXPECT_THAT(warningsOf("TRM59800.00     SCIS"), testing::IsEmpty());
+  EXPECT_THAT(warningsOf("TRM59800"), testing::IsEmpty()) << "completed by the table of names";
+  EXPECT_THAT(warningsOf("LEIAR25.R4      NONE"),
+              testing::ElementsAre(HasSubstr("is 'LEIAR25.R4      LEIT'")));
+  site.settings.antenna = "TRM59080.00     SCIS";
+  EXPECT_THAT(site.check(), testing::ElementsAre(HasSubstr("is 'TRM59800.00     SCIS'")));
 }
 
 // The program and a host of thirty lines see the same position.
