@@ -66,13 +66,17 @@ struct Session {
         plan(request(deployment, start)),
         products(core, numbers, plan, deployment.settings.excluded, reversedAxes(deployment, firstTime),
                  !start.corrected.empty()),
-        observations(core, numbers, plan, deployment.settings.excluded),
-        integers(start.integers) {
+        observations(core, numbers, plan, deployment.settings.excluded) {
+    setIntegers(start.integers);
+    products.noteDiscontinuities(arcs);
+    observations.shiftArcs(arcs);
+  }
+
+  void setIntegers(const IntegerPolicy& policy) {
+    integers = policy;
     std::set<std::string> floating;
     for (const auto& [sat, residual] : integers.misfits) floating.insert(sat);
     products.keepFloat(std::move(floating));
-    products.noteDiscontinuities(arcs);
-    observations.shiftArcs(arcs);
   }
 
   GpsTime first;
@@ -83,6 +87,7 @@ struct Session {
   ObservationFeed observations;
   IntegerPolicy integers;
   MessageStore messages;
+  PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
   std::optional<PatternCorrector> patterns;
   std::optional<std::string> optionsSet;  ///< what the engine was told last
 };
@@ -128,6 +133,15 @@ struct Engine::Impl {
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);
     session = std::move(made);
+    if (judgement) obey(*judgement);
+  }
+
+  void obey(const IntegerPolicy& policy) {
+    judgement = policy;
+    if (!session) return;
+    session->setIntegers(policy);
+    session->heights = policy.makeUpForOffsets ? phaseCentreHeights(deployment.file("antpcv"), session->first)
+                                               : PhaseCentreHeights();
   }
 
   /// Patterns of the antennas at the best position known before the run, where the engine does not apply
@@ -168,7 +182,10 @@ struct Engine::Impl {
   void take(const GpsTime& received, const CorrectionBatch& batch) {
     Session& s = running(received);
     setClock(s, received);
-    s.products.feed(batch);
+    if (s.heights.empty() || !batch.newBiases) return s.products.feed(batch);
+    CorrectionBatch madeUp = batch;
+    makeUpForOffsets(madeUp, s.heights);
+    s.products.feed(madeUp);
   }
 
   std::optional<Solution> take(const ObsEpoch& given) {
@@ -192,6 +209,7 @@ struct Engine::Impl {
   EngineOptions options;
   EngineDirectory directory;
   std::optional<StreamStart> pending;
+  std::optional<IntegerPolicy> judgement;  ///< instead of the one that came with the start
   std::string outputOptions, signals;
   std::vector<std::string> warnings, notes;
   std::unique_ptr<EngineCore> core;
@@ -233,6 +251,7 @@ void Engine::feed(const CorrectionBatch& batch) {
   m_impl->take(batch.delivery == GpsTime{} ? m_impl->present(batch.tag) : batch.delivery, batch);
 }
 
+void Engine::obey(const IntegerPolicy& policy) { m_impl->obey(policy); }
 void Engine::setOutputOptions(const std::string& options) { m_impl->outputOptions = options; }
 void Engine::restart() {
   m_impl->running(m_impl->now);
