@@ -87,7 +87,7 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
   const char system = sat[0];
   std::fill(std::begin(ssr.pbias), std::end(ssr.pbias), 0.0);
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
-  if (biases == nullptr || floating_.contains(sat)) return false;
+  if (biases == nullptr) return false;
   bool any = false;
   const double cycles = windUpCycles(reversed_.contains(sat));
   for (const PlannedSignal& signal : plan_.of(system)) {
@@ -95,8 +95,11 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
     if (bias == nullptr) continue;
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
-    if (arcs_ != nullptr) arcs_->note(sat, signal.phase, bias->discontinuity);
-    ssr.pbias[code - 1] = bias->value;
+    // Changes of the bias concern satellites that stay float as well.
+    const double value =
+        arcs_ == nullptr ? bias->value : arcs_->note(sat, signal.phase, bias->value, bias->discontinuity);
+    if (floating_.contains(sat)) continue;
+    ssr.pbias[code - 1] = value;
     if (const auto hz = carrierFrequency(system, signal.code[0]))
       ssr.pbias[code - 1] += cycles * kLightSpeed / *hz;
     ssr.stdpb[code - 1] = 1.0F;

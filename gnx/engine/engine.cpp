@@ -71,7 +71,7 @@ struct Session {
     std::set<std::string> floating;
     for (const auto& [sat, residual] : integers.misfits) floating.insert(sat);
     products.keepFloat(std::move(floating));
-    products.noteDiscontinuities(arcs);
+    products.notePhaseBiases(arcs);
     observations.shiftArcs(arcs);
   }
 

@@ -93,17 +93,28 @@ TEST(Adaptation, GivesReferenceSignalsABiasAndReversedSatellitesHalfACycle) {
   EXPECT_EQ(windUpCycles(true) - windUpCycles(false), 0.5);
 }
 
+TEST(Adaptation, PhasesGetWhatTheirBiasesChange) {
+  PhaseArcs arcs;
+  EXPECT_EQ(arcs.note("G05", "1C", 0.4, 3), 0.4);
+  EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "nothing was before";
+  EXPECT_EQ(arcs.note("G05", "1C", 0.3, 3), 0.4) << "the bias of the arc's beginning";
+  EXPECT_NEAR(arcs.shift("G05", "1C"), -0.1 * 1575.42e6 / 299792458.0, 1e-9);
+  EXPECT_EQ(arcs.note("G05", "1C", 0.9, -1), 0.9) << "without a counter the bias counts as constant";
+  EXPECT_NEAR(arcs.shift("G05", "1C"), -0.1 * 1575.42e6 / 299792458.0, 1e-9);
+  EXPECT_EQ(arcs.note("G05", "1C", 7.4, 4), 7.4) << "behind a discontinuity there is another beginning";
+  EXPECT_EQ(arcs.shift("G05", "1C"), 1000.0);
+}
+
 TEST(Adaptation, ArcsBeginAnewWithEachDiscontinuity) {
   PhaseArcs arcs;
-  arcs.note("G05", "1C", 3);
-  EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "nothing was before";
-  arcs.note("G05", "1C", 4);
+  arcs.note("G05", "1C", 0.4, 3);
+  arcs.note("G05", "1C", 0.4, 4);
   EXPECT_EQ(std::fabs(arcs.shift("G05", "1C")), 1000.0);
   EXPECT_EQ(arcs.shift("G05", "2W"), 0.0);
-  arcs.note("G05", "1C", -1);
-  arcs.note("G05", "1C", 4);
+  arcs.note("G05", "1C", 0.4, -1);
+  arcs.note("G05", "1C", 0.4, 4);
   EXPECT_EQ(std::fabs(arcs.shift("G05", "1C")), 1000.0) << "neither unknown nor the same is news";
-  arcs.note("G05", "1C", 0);
+  arcs.note("G05", "1C", 0.4, 0);
   EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "back: a jump as well";
 }
 
