@@ -167,6 +167,10 @@ void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);
 /// the bias with which an arc began, and the phases get what the bias has changed since. Biases that stay the
 /// same change nothing.
 ///
+/// Where the biases of a system run like that, a phase without one drifts away from its clock unseen, and its
+/// satellite does more harm than good. Nor are integers to be believed: biases that are half a minute old are
+/// off by a tenth of a cycle of narrow-lane, in all epochs of a search alike.
+///
 /// A provider counts the discontinuities of each phase bias: behind one, the integers of that signal are
 /// others. The boundary has no call that ends an arc. What it offers is a slip: from the next epoch on the
 /// host adds a thousand whole cycles to the signal's phase, or takes them off again, the engine finds the
@@ -175,21 +179,30 @@ void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);
 /// Written by the thread of the corrections, read by that of the epochs.
 class PhaseArcs {
  public:
-  /// Takes note of a signal's phase bias, m, and its discontinuity counter, -1 when unknown: nothing tells a
-  /// drift from a new beginning then, and the bias counts as constant. \return the bias, m, that belongs to
-  /// phases to which shift() is added
-  double note(const SatName& sat, const std::string& signal, double bias_m, int counter);
+  /// Takes note of a signal's phase bias, m, valid from `t` on, and its discontinuity counter. A counter of
+  /// -1 is unknown: nothing tells a drift from a new beginning then, and the bias counts as constant. \return
+  /// the bias, m, that belongs to phases to which shift() is added
+  double note(const SatName& sat, const std::string& signal, double bias_m, int counter, const GpsTime& t);
   /// Cycles to be added to a signal's phase: what its bias has changed, and whole cycles for new arcs.
   double shift(const SatName& sat, const std::string& signal) const;
+  /// Whether the biases of any system run away from where their arcs began, by decimetres in an hour.
+  bool biasesRun() const;
+  /// Whether those of the signal's system run, and this signal has none, or none of the last minute of
+  /// biases.
+  bool adrift(const SatName& sat, const std::string& signal) const;
 
  private:
   struct Arc {
     int counter = 0;
     bool shifted = false;
     double first_m = 0.0, change_m = 0.0;
+    GpsTime begin, last;
   };
+  bool running(char system) const;
+
   mutable std::mutex mutex_;
   std::map<std::pair<SatName, std::string>, Arc> arcs_;
+  std::map<char, GpsTime> newest_;
 };
 
 // ---- antennas ----
@@ -303,7 +316,8 @@ class ProductFeed {
   void feedOrbitClock(const CorrectionBatch& batch);
   void feedBiases(const CorrectionBatch& batch);
   bool setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
-  bool setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases) const;
+  bool setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases,
+                      const GpsTime& tag) const;
 
   Boundary& boundary_;
   const BoundaryNumbers& numbers_;
@@ -332,7 +346,9 @@ class ObservationFeed {
 
  private:
   bool convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const;
-  void count(const SatObs& sat, bool handedOver, const GNX_IO::obs_entry_t& entry);
+  bool adrift(const SatObs& sat) const;
+  /// \param leftOut  reason why the satellite is not handed over, null when it is
+  void count(const SatObs& sat, const char* leftOut, const GNX_IO::obs_entry_t& entry);
 
   Boundary& boundary_;
   const BoundaryNumbers& numbers_;

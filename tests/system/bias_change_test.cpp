@@ -30,7 +30,9 @@ TEST(PhaseBiasChange, DoesNotReachFloatPositions) {
   const SimulationOptions options = shortSky("GE", 1.0);
   SimulationFiles files = simulate(options, dir.path());
   const auto run = [&](const char* name) {
-    return runReplay(replayOf(files, "GE", dir.path() / name, "kinematic")).epochs;
+    ReplayOptions o = replayOf(files, "GE", dir.path() / name, "kinematic");
+    o.deploy.resolution = false;
+    return runReplay(o).epochs;
   };
   const auto plain = run("plain");
   files.corrections = dir.path() / "shared.ssr";
