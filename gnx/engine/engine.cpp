@@ -71,7 +71,7 @@ struct Session {
     std::set<std::string> floating;
     for (const auto& [sat, residual] : integers.misfits) floating.insert(sat);
     products.keepFloat(std::move(floating));
-    products.noteDiscontinuities(arcs);
+    products.notePhaseBiases(arcs);
     observations.shiftArcs(arcs);
   }
 
@@ -174,7 +174,8 @@ struct Engine::Impl {
     now = given.time;
     setClock(s, now);
     if (now - forgotten > 3600.0) s.messages.forgetBefore((forgotten = now) + -kMessageAge_s);
-    const std::string words = outputOptions + (s.integers.resolvesAt(now) ? "" : " -float");
+    const bool resolve = s.integers.resolvesAt(now) && !s.arcs.biasesRun();
+    const std::string words = outputOptions + (resolve ? "" : " -float");
     if (s.optionsSet != words) core->setOutputOptions(*(s.optionsSet = words));
     if (s.patterns) {
       epoch = given;
