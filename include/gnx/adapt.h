@@ -158,6 +158,8 @@ double wideLaneOfOffsets(char system, const std::map<char, double>& heights, cha
 /// change of the wide-lane that leaves the ionosphere-free phase unchanged. A satellite without two such
 /// bands stays as it is.
 void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);
+/// The same for all satellites of a new set of biases.
+void makeUpForOffsets(CorrectionBatch& batch, const PhaseCentreHeights& heights);
 
 /// What streams of phase biases do to carrier phases beyond a constant of each arc.
 ///

@@ -115,6 +115,10 @@ class Deployment {
   bool toMassCentre() const;
   /// Whether a level of the ambiguity resolution is on.
   bool resolvesIntegers() const;
+  /// Who applies antenna patterns: the engine in its model (key "pcv", PCV_APPLY), or else the host, which
+  /// takes them off the observations (PatternCorrector) unless its settings say otherwise. Both would apply
+  /// them twice.
+  bool engineAppliesPatterns() const;
   /// A file of the deployment by its key ("antpcv", "satnav", ...); "" when there is none.
   std::filesystem::path file(const std::string& key) const;
 

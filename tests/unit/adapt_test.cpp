@@ -76,6 +76,7 @@ TEST(Adaptation, MovesBeidouClocksToThePairOfProducts) {
   eph.sat = "C21";
   eph.toc = eph.toe = kSunday + kBdtOffset;
   eph.tgd[0] = 10e-9;
+  EXPECT_NEAR(broadcastClock(eph, eph.toc), -2.94368 * 10e-9, 1e-13);
   EXPECT_NEAR(std::fabs(clockCorrection(0.0, eph, eph.toc)), 2.94368 * 10e-9 * 299792458.0, 1e-4) << "8.8 m";
   eph.sat = "E21";
   EXPECT_EQ(clockCorrection(0.0, eph, eph.toc), 0.0);
