@@ -45,7 +45,7 @@ std::map<std::string, int> listedSatellites(const fs::path& list) {
 
 }  // namespace
 
-Deployment::Deployment(fs::path directory) : m_directory(fs::absolute(directory)) {}
+Deployment::Deployment(const fs::path& directory) : m_directory(fs::absolute(directory)) {}
 
 Deployment Deployment::make(const fs::path& directory, const DeploymentOptions& options) {
   std::ostringstream notes;

@@ -68,7 +68,7 @@ struct Session {
                  !start.corrected.empty()),
         observations(core, numbers, plan, deployment.settings.excluded) {
     setIntegers(start.integers);
-    products.noteDiscontinuities(arcs);
+    products.notePhaseBiases(arcs);
     observations.shiftArcs(arcs);
   }
 
@@ -193,7 +193,8 @@ struct Engine::Impl {
     now = given.time;
     setClock(s, now);
     if (now - forgotten > 3600.0) s.messages.forgetBefore((forgotten = now) + -kMessageAge_s);
-    const std::string words = outputOptions + (s.integers.resolvesAt(now) ? "" : " -float");
+    const bool resolve = s.integers.resolvesAt(now) && !s.arcs.biasesRun();
+    const std::string words = outputOptions + (resolve ? "" : " -float");
     if (s.optionsSet != words) core->setOutputOptions(*(s.optionsSet = words));
     if (s.patterns) {
       epoch = given;

@@ -123,7 +123,7 @@ class Deployment {
   std::filesystem::path file(const std::string& key) const;
 
  private:
-  explicit Deployment(std::filesystem::path directory);
+  explicit Deployment(const std::filesystem::path& directory);
 
   std::filesystem::path m_directory;
   std::vector<std::string> m_notes;
