@@ -20,9 +20,9 @@ struct IntegritySettings {
   /// that pass for such errors when the best vector is judged.
   double m_wideLaneFloor[2] = {0.035, 0.06};
   double m_narrowLaneFloor[2] = {0.01, 0.05};
-  double m_position_m = 0.03;  ///< largest formal 3D sigma of a position that is called fixed
-  int m_least = 4;             ///< fewest integers of the last level behind a fixed position
-  double m_biasAge_s = 360.0;  ///< oldest phase biases
+  double m_position_m = 0.033;  ///< largest formal 3D sigma of a position that is called fixed
+  int m_least = 4;              ///< fewest integers of the last level behind a fixed position
+  double m_biasAge_s = 360.0;   ///< oldest phase biases
   /// A stream that has missed so many of its own updates has ceased, but not before so many seconds.
   double m_missedBiases = 4.0, m_leastBiasAge_s = 120.0;
 };

@@ -13,6 +13,7 @@ namespace tarvio {
 
 namespace {
 
+constexpr std::size_t kSites = kSite;
 constexpr double kVariance = 1.0 / (kConstraintWeight * kConstraintWeight);
 
 std::size_t s_at(int i) { return static_cast<std::size_t>(i); }
@@ -20,7 +21,7 @@ std::size_t s_at(int i) { return static_cast<std::size_t>(i); }
 }  // namespace
 
 void FixedSolution::m_begin(const SrifFilter& filter, const std::vector<double>& Qamb, int nc,
-                            bool withPosition) {
+                            bool withSite) {
   m_first = filter.npi;
   m_nc = nc;
   m_width = s_padded(s_at(nc));
@@ -30,28 +31,28 @@ void FixedSolution::m_begin(const SrifFilter& filter, const std::vector<double>&
   m_Q.assign(m_width * m_width, 0.0);
   for (int row = 0; row < nc; ++row)
     std::copy_n(Qamb.data() + row * nc, nc, m_Q.data() + s_at(row) * m_width);
-  m_position.known = false;
-  if (withPosition) m_formPosition(filter);
+  m_site.known = false;
+  if (withSite) m_formSite(filter);
   m_filter = &filter;
 }
 
-/// P = Y^T Y and cov(a, p) = R_aa^-1 Y_a, with R^T Y = the columns of the position.
-void FixedSolution::m_formPosition(const SrifFilter& filter) {
+/// P = Y^T Y and cov(a, p) = R_aa^-1 Y_a, with R^T Y = the columns of position and zenith delay.
+void FixedSolution::m_formSite(const SrifFilter& filter) {
   std::vector<double> Y;
-  if (!filter.m_positionFactor(0, Y)) return;
+  if (!filter.m_siteFactor(0, Y)) return;
   const std::size_t n = s_at(filter.imtx);
-  for (std::size_t i = 0; i < 3; ++i)
-    for (std::size_t j = 0; j < 3; ++j)
-      m_position.own[3 * i + j] =
+  for (std::size_t i = 0; i < kSites; ++i)
+    for (std::size_t j = 0; j < kSites; ++j)
+      m_site.own[kSites * i + j] =
           std::inner_product(Y.data() + i * n, Y.data() + (i + 1) * n, Y.data() + j * n, 0.0);
-  m_position.shared.assign(3 * m_width, 0.0);
+  m_site.shared.assign(kSites * m_width, 0.0);
   const double* triangle = filter.infs + filter.iptx[m_first] + m_first;
-  for (std::size_t i = 0; i < 3; ++i) {
-    double* shared = m_position.shared.data() + i * m_width;
+  for (std::size_t i = 0; i < kSites; ++i) {
+    double* shared = m_site.shared.data() + i * m_width;
     std::copy_n(Y.data() + i * n + s_at(m_first), m_nc, shared);
     CMat::CMat_SolveLinear(m_nc, triangle, filter.ldinfs, shared, 0);
   }
-  m_position.known = true;
+  m_site.known = true;
 }
 
 const double* FixedSolution::m_covariance() {
@@ -78,18 +79,18 @@ void FixedSolution::m_constrain(const std::vector<ConstraintRow>& rows) {
     for (int j = 0; j < m_nc; ++j) m_x[s_at(m_first + j)] += h[j] * misclosure[k];
   }
   m_followAmbiguities();
-  if (m_position.known) m_constrainPosition(rows);
+  if (m_site.known) m_constrainSite(rows);
 }
 
 void FixedSolution::m_remember() {
   m_covariance();
   m_xBefore = m_x;
-  m_positionBefore = m_position;
+  m_siteBefore = m_site;
 }
 
 void FixedSolution::m_takeBack() {
   m_x = m_xBefore;
-  m_position = m_positionBefore;
+  m_site = m_siteBefore;
   m_count = 0;
 }
 
@@ -144,23 +145,22 @@ void FixedSolution::m_factorise(std::vector<double>& misclosure) {
 }
 
 /// With G = L^-1 F cov(a, p): P - G^T G, cov(p, a) - G^T H.
-void FixedSolution::m_constrainPosition(const std::vector<ConstraintRow>& rows) {
-  std::vector<double> G(3 * m_count);
+void FixedSolution::m_constrainSite(const std::vector<ConstraintRow>& rows) {
+  std::vector<double> G(kSites * m_count);
   for (std::size_t k = 0; k < m_count; ++k)
-    for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t i = 0; i < kSites; ++i) {
       double sum = 0.0;
       for (int t = 0; t < rows[k].count; ++t)
         sum += rows[k].terms[t].coefficient *
-               m_position.shared[i * m_width + s_at(rows[k].terms[t].column - m_first)];
-      for (std::size_t l = 0; l < k; ++l) sum -= m_M[l * m_span + k] * G[3 * l + i];
-      G[3 * k + i] = sum / m_M[k * m_span + k];
+               m_site.shared[i * m_width + s_at(rows[k].terms[t].column - m_first)];
+      for (std::size_t l = 0; l < k; ++l) sum -= m_M[l * m_span + k] * G[kSites * l + i];
+      G[kSites * k + i] = sum / m_M[k * m_span + k];
     }
   for (std::size_t k = 0; k < m_count; ++k)
-    for (std::size_t i = 0; i < 3; ++i) {
-      const double g = G[3 * k + i];
-      for (std::size_t j = 0; j < 3; ++j) m_position.own[3 * i + j] -= g * G[3 * k + j];
-      for (std::size_t j = 0; j < m_width; ++j)
-        m_position.shared[i * m_width + j] -= g * m_H[k * m_width + j];
+    for (std::size_t i = 0; i < kSites; ++i) {
+      const double g = G[kSites * k + i];
+      for (std::size_t j = 0; j < kSites; ++j) m_site.own[kSites * i + j] -= g * G[kSites * k + j];
+      for (std::size_t j = 0; j < m_width; ++j) m_site.shared[i * m_width + j] -= g * m_H[k * m_width + j];
     }
 }
 
@@ -176,9 +176,9 @@ void FixedSolution::m_followAmbiguities() {
   CMat::CMat_SolveLinear(m_first, f.infs, f.ldinfs, m_x.data(), 0);
 }
 
-bool FixedSolution::m_positionCovariance(double (&out)[9]) const {
-  if (m_position.known) std::copy_n(m_position.own, 9, out);
-  return m_position.known;
+bool FixedSolution::m_siteCovariance(double (&out)[kSite * kSite]) const {
+  if (m_site.known) std::copy_n(m_site.own, kSite * kSite, out);
+  return m_site.known;
 }
 
 }  // namespace tarvio

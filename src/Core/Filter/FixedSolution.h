@@ -18,11 +18,14 @@ namespace tarvio {
 
 class SrifFilter;
 
+/// Coordinates x, y, z and the zenith delay of a station.
+constexpr int kSite = 4;
+
 class FixedSolution {
  public:
   /// From the float solution. \param Qamb  covariance of the ambiguities, nc x nc
-  /// \param withPosition  whether anybody will ask for the position's covariance
-  void m_begin(const SrifFilter& filter, const std::vector<double>& Qamb, int nc, bool withPosition);
+  /// \param withSite  whether anybody will ask for the covariance of position and zenith delay
+  void m_begin(const SrifFilter& filter, const std::vector<double>& Qamb, int nc, bool withSite);
   void m_end() { m_filter = nullptr; }
   bool m_isActive() const { return m_filter != nullptr; }
 
@@ -37,20 +40,20 @@ class FixedSolution {
   /// Of the ambiguities, \return rows of m_lead() doubles; none where it is not known
   const double* m_covariance();
   int m_lead() const { return static_cast<int>(m_width); }
-  /// Of the first station's position, m^2.
-  bool m_positionCovariance(double (&out)[9]) const;
+  /// Of the first station's position and zenith delay, m^2, by rows.
+  bool m_siteCovariance(double (&out)[kSite * kSite]) const;
 
  private:
-  struct Position {
+  struct Site {
     bool known = false;
-    double own[9] = {};          ///< covariance, m^2, by rows
-    std::vector<double> shared;  ///< with the ambiguities, three rows of m_width
+    double own[kSite * kSite] = {};  ///< covariance, m^2, by rows
+    std::vector<double> shared;      ///< with the ambiguities, kSite rows of m_width
   };
   RowMatrix m_matrix(std::vector<double>& data) const { return {data.data(), m_width}; }
-  void m_formPosition(const SrifFilter& filter);
+  void m_formSite(const SrifFilter& filter);
   void m_formRows(const std::vector<ConstraintRow>& rows, std::vector<double>& misclosure);
   void m_factorise(std::vector<double>& misclosure);
-  void m_constrainPosition(const std::vector<ConstraintRow>& rows);
+  void m_constrainSite(const std::vector<ConstraintRow>& rows);
   void m_followAmbiguities();
 
   const SrifFilter* m_filter = nullptr;
@@ -59,9 +62,9 @@ class FixedSolution {
   std::vector<double> m_x, m_Q;
   std::size_t m_count = 0, m_span = 0;  ///< constraints of m_H that m_Q does not know yet; with padding
   std::vector<double> m_H, m_M;
-  Position m_position;
+  Site m_site;
   std::vector<double> m_xBefore;  ///< what is remembered
-  Position m_positionBefore;
+  Site m_siteBefore;
 };
 
 }  // namespace tarvio

@@ -101,8 +101,11 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   /// \param flags  by column, 1 = goes  \param count  how many
   void m_delpm(std::vector<SrifPamt*>& records, std::vector<int>& columns, std::vector<int>& flags,
                int count);
-  /// Columns of R^-T that belong to a station's position, three of imtx each; false without one.
-  bool m_positionFactor(int ista, std::vector<double>& Y) const;
+  /// Columns of R^-T that belong to a station's position and zenith delay, kSite of imtx each, the last of
+  /// zeros without a zenith delay; false without a position.
+  bool m_siteFactor(int ista, std::vector<double>& Y) const;
+  /// Covariance of both in the present solution, m^2, by rows; false without a position.
+  bool m_siteCovariance(int ista, double (&out)[kSite * kSite]) const;
   /// Covariance of a station's position in the present solution, m^2, by rows; false without one.
   bool m_positionCovariance(int ista, double (&out)[9]) const;
   /// The same of the first station with the integers of the last level in the solution.

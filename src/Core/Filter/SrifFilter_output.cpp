@@ -139,50 +139,71 @@ void SrifFilter::m_genxsig() {
   for (SrifPamt* record : m_amblist) fill(*record);
 }
 
-bool SrifFilter::m_positionFactor(int ista, std::vector<double>& Y) const {
+bool SrifFilter::m_siteFactor(int ista, std::vector<double>& Y) const {
   const int first = infs ? i_ip(ista) : -1;
   if (first < 0) return false;
+  const int zenith = i_it(ista);  // behind the position
   const auto n = static_cast<std::size_t>(imtx);
-  Y.assign(3 * n, 0.0);
-  double *x = Y.data(), *y = x + n, *z = y + n;
+  Y.assign(kSite * n, 0.0);
+  double *x = Y.data(), *y = x + n, *z = y + n, *t = z + n;
   for (int column = first; column < imtx; ++column) {
     const double* r = infs + iptx[column];
     if (r[column] == 0.0) return false;
-    double sum[3] = {};
+    double sum[kSite] = {};
     for (int i = 0; i < 3; ++i) sum[i] = column == first + i ? 1.0 : 0.0;
+    sum[3] = column == zenith ? 1.0 : 0.0;
     for (int row = first; row < column; ++row) {
       sum[0] -= r[row] * x[row];
       sum[1] -= r[row] * y[row];
       sum[2] -= r[row] * z[row];
+      sum[3] -= r[row] * t[row];
     }
     x[column] = sum[0] / r[column];
     y[column] = sum[1] / r[column];
     z[column] = sum[2] / r[column];
+    t[column] = sum[3] / r[column];
   }
   return true;
 }
 
 /// P = R^-1 R^-T = Y^T Y.
-bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
-  if (ista == 0 && m_fixed.m_isActive()) return m_fixed.m_positionCovariance(out);
+bool SrifFilter::m_siteCovariance(int ista, double (&out)[kSite * kSite]) const {
+  if (ista == 0 && m_fixed.m_isActive()) return m_fixed.m_siteCovariance(out);
   std::vector<double> Y;
-  if (!m_positionFactor(ista, Y)) return false;
+  if (!m_siteFactor(ista, Y)) return false;
   const auto n = static_cast<std::size_t>(imtx);
-  for (std::size_t i = 0; i < 3; ++i)
-    for (std::size_t j = 0; j < 3; ++j)
-      out[3 * i + j] = std::inner_product(Y.data() + i * n, Y.data() + (i + 1) * n, Y.data() + j * n, 0.0);
+  for (std::size_t i = 0; i < kSite; ++i)
+    for (std::size_t j = 0; j < kSite; ++j)
+      out[kSite * i + j] =
+          std::inner_product(Y.data() + i * n, Y.data() + (i + 1) * n, Y.data() + j * n, 0.0);
   return true;
 }
 
-/// A position that is free at every epoch and whose integers are known rests on the phases of this epoch:
-/// their sigma is that of a single epoch, not the larger one that stands for correlated epochs.
+bool SrifFilter::m_positionCovariance(int ista, double (&out)[9]) const {
+  double site[kSite * kSite];
+  if (!m_siteCovariance(ista, site)) return false;
+  for (int i = 0; i < 3; ++i) std::copy_n(site + kSite * i, 3, out + 3 * i);
+  return true;
+}
+
+/// A position that is free at every epoch and whose integers are known rests on the phases of this epoch and
+/// on the zenith delay. What the phases do to it has the sigma of a single epoch, not the larger one that
+/// stands for correlated epochs; the zenith delay is known from many epochs, and what its own uncertainty
+/// moves the position by, c c^T / v with c = cov(position, zenith delay), stays as it is.
 bool SrifFilter::m_fixedCovariance(double (&out)[9]) const {
-  if (!m_positionCovariance(0, out)) return false;
-  if (!m_noise.m_isOn() || m_stations[0].m_skd == 'S') return true;
-  const double zenith = kPi / 2.0;
-  const double share =
-      m_noise.m_instant(0, 0, kRowPhase, zenith) / m_noise.m_effective(0, 0, kRowPhase, zenith);
-  for (double& element : out) element *= share * share;
+  double site[kSite * kSite];
+  if (!m_siteCovariance(0, site)) return false;
+  double share = 1.0;
+  if (m_noise.m_isOn() && m_stations[0].m_skd != 'S') {
+    const double zenith = kPi / 2.0;
+    share = m_noise.m_instant(0, 0, kRowPhase, zenith) / m_noise.m_effective(0, 0, kRowPhase, zenith);
+  }
+  const double variance = site[kSite * 3 + 3];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
+      const double delay = variance > 0.0 ? site[kSite * i + 3] * site[kSite * j + 3] / variance : 0.0;
+      out[3 * i + j] = share * share * (site[kSite * i + j] - delay) + delay;
+    }
   return true;
 }
 
