@@ -1,4 +1,4 @@
-/// The program gnx: a host of the engine for files, simulation and reports.
+/// The program gnx: a host of the engine for streams, files, simulation and reports.
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   gnx::addInit(app);
   gnx::addReplay(app);
+  gnx::addLive(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
   gnx::addProducts(app);
