@@ -44,8 +44,8 @@ class SsrJoiner {
   void apply(const SsrBlock& block, const GpsTime& delivery);
   /// The batch of the clocks that wait. False when there are none, or nothing to hand over.
   bool join(CorrectionBatch& batch);
-  /// The next batch holds the biases, whether they are new or not.
-  void repeatBiases() { m_newBiases = true; }
+  /// The next batch holds the biases that are known, whether they are new or not.
+  void repeatBiases() { m_newBiases = m_newBiases || !m_code.empty() || !m_phase.empty(); }
 
  private:
   struct Orbit {

@@ -49,10 +49,14 @@ void CorrectionStreams::beginArcs(CorrectionBatch& batch) const {
 }
 
 bool CorrectionStreams::decide(const GpsTime& arrival) {
-  if (!m_choice.decide(arrival)) return false;
-  ++m_switches;
-  m_joiners.at(*m_choice.chosen())->repeatBiases();
-  return true;
+  m_choice.decide(arrival);
+  const auto chosen = m_choice.chosen();
+  if (!chosen || chosen == m_used) return false;
+  const bool another = m_used.has_value();
+  m_used = chosen;
+  m_joiners.at(*chosen)->repeatBiases();
+  m_switches += another ? 1 : 0;
+  return another;
 }
 
 }  // namespace gnx

@@ -42,7 +42,8 @@ class CorrectionStreams {
   IssueBridge m_bridge;
   SourceChoice m_choice;
   std::map<int, std::unique_ptr<SsrJoiner>> m_joiners;
-  GpsTime m_biasTag;  ///< of the biases given last; tags go up
+  GpsTime m_biasTag;          ///< of the biases given last; tags go up
+  std::optional<int> m_used;  ///< source of the batch given last
   int m_switches = 0;
 };
 

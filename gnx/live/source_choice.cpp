@@ -41,6 +41,10 @@ bool SourceChoice::decide(const GpsTime& now) {
     if (ready && (best == nullptr || source.second.rank < best->second.rank)) best = &source;
   }
   if (best == nullptr || (holds && best->second.rank >= current->second.rank)) return false;
+  if (!m_begun) m_begun = now;
+  const bool better = std::ranges::any_of(
+      m_sources, [&](const auto& source) { return source.second.rank < best->second.rank; });
+  if (!m_chosen && better && now - *m_begun < m_failover_s) return false;
   const auto before = m_chosen;
   m_chosen = best->first;
   return before && before != m_chosen;

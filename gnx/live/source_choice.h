@@ -36,6 +36,7 @@ class SourceChoice {
   double m_failover_s, m_back_s;
   std::map<int, Candidate> m_sources;
   std::optional<int> m_chosen;
+  std::optional<GpsTime> m_begun;  ///< when one worked for the first time
 };
 
 }  // namespace gnx

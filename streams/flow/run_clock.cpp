@@ -8,12 +8,9 @@ namespace gnx {
 
 namespace {
 
-using std::chrono::duration_cast;
-using std::chrono::milliseconds;
-
 GpsTime machineTime() {
   const auto since = std::chrono::system_clock::now().time_since_epoch();
-  const GpsTime utc = ofMilliseconds(duration_cast<milliseconds>(since).count());
+  const GpsTime utc = ofMilliseconds(std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
   return utc + leapSecondsAtUtc(utc);
 }
 
@@ -27,11 +24,12 @@ GpsTime ofMilliseconds(std::int64_t ms) {
 }
 
 RunClock::RunClock() : m_start(machineTime()) {}
-RunClock::RunClock(const GpsTime& start) : m_start(ofMilliseconds(toMilliseconds(start))) {}
+RunClock::RunClock(const GpsTime& start, double speed)
+    : m_start(ofMilliseconds(toMilliseconds(start))), m_speed(speed) {}
 
 GpsTime RunClock::now() const {
-  const auto passed = std::chrono::steady_clock::now() - m_begun;
-  return ofMilliseconds(toMilliseconds(m_start) + duration_cast<milliseconds>(passed).count());
+  const std::chrono::duration<double, std::milli> passed = std::chrono::steady_clock::now() - m_begun;
+  return ofMilliseconds(toMilliseconds(m_start) + static_cast<std::int64_t>(passed.count() * m_speed));
 }
 
 }  // namespace gnx

@@ -12,12 +12,13 @@ namespace gnx {
 class RunClock {
  public:
   RunClock();
-  /// Begins at another moment instead of now.
-  explicit RunClock(const GpsTime& start);
+  /// Begins at another moment instead of now, and may go faster.
+  explicit RunClock(const GpsTime& start, double speed = 1.0);
   GpsTime now() const;
 
  private:
   GpsTime m_start;
+  double m_speed = 1.0;
   std::chrono::steady_clock::time_point m_begun = std::chrono::steady_clock::now();
 };
 

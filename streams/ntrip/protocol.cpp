@@ -74,7 +74,8 @@ NtripAnswer NtripReader::take(std::span<const std::uint8_t> bytes, std::vector<s
   const std::size_t end = endOfHead();
   if (end == std::string::npos) {
     const auto start = std::span(reinterpret_cast<const std::uint8_t*>(m_head.data()), m_head.size());
-    if (const std::string text = textInsteadOfStream(start); !text.empty()) refuse(text);
+    const std::string text = m_head.starts_with("SOURCETABLE") ? "" : textInsteadOfStream(start);
+    if (!text.empty()) refuse(text);
     else if (m_head.size() > kLongestHead) refuse("answers with what is no head of NTRIP");
     return m_answer;
   }
