@@ -23,6 +23,7 @@ constexpr int kOtherTimes = 10;                    ///< epochs in a row that mak
 constexpr double kOldCorrection_s = 120.0;         ///< the engine uses none that is older
 constexpr double kGap_s = 5.0, kWithout_s = 30.0;  ///< that are told
 constexpr double kSameEpoch_s = 1.0e-3;
+constexpr double kFrameRest_s = 3.0;
 
 std::string secondsText(double seconds) { return printed("%.0f s", seconds); }
 
@@ -283,10 +284,15 @@ struct LiveAssembler::Impl {
 
   // ---- passing time ----
 
+  /// A frame whose rest is on its way is given more time.
+  double burstEnd_s(const Source& source) const {
+    return source.decoder.inFrame() ? std::max(kFrameRest_s, options.burstEnd_s) : options.burstEnd_s;
+  }
+
   void endBursts() {
     bool any = false;
     for (auto& [number, source] : sources) {
-      if (!source->heard || now - *source->heard < options.burstEnd_s - kSameEpoch_s) continue;
+      if (!source->heard || now - *source->heard < burstEnd_s(*source) - kSameEpoch_s) continue;
       source->heard.reset();
       source->decoder.flush();
       any = true;
@@ -364,7 +370,7 @@ std::optional<GpsTime> LiveAssembler::deadline() const {
   std::optional<GpsTime> first;
   const auto take = [&first](const GpsTime& t) { first = std::min(first.value_or(t), t); };
   for (const auto& [number, source] : m_impl->sources)
-    if (source->heard) take(*source->heard + m_impl->options.burstEnd_s);
+    if (source->heard) take(*source->heard + m_impl->burstEnd_s(*source));
   if (!m_impl->waiting.empty()) take(m_impl->waiting.front().until);
   if (!m_impl->begun && m_impl->start.latest()) take(*m_impl->start.latest());
   if (m_impl->begun && m_impl->galileo.deadline()) take(*m_impl->galileo.deadline());
