@@ -18,3 +18,4 @@ gnx_fuzz_target(rtcm_fuzz ${RTCM_SOURCES} gnx/values/time.cpp gnx/values/signal.
   gnx/formats/ssr_writer.cpp common/text/printed.cpp)
 gnx_fuzz_target(ntrip_fuzz streams/ntrip/protocol.cpp)
 gnx_fuzz_target(live_config_fuzz host/live/live_options.cpp streams/link/stream_url.cpp common/text/fields.cpp)
+gnx_fuzz_target(http_fuzz streams/http/request.cpp)

@@ -89,6 +89,9 @@ void addOutputOptions(CLI::App& cmd, LiveArguments& a) {
   cmd.add_option("--json", o.json, "URL for a line of JSON an epoch; docs/live.md describes it");
   cmd.add_option("--nmea", o.nmea, "URL for NMEA sentences: GGA, GST, GSA, ZDA, RMC");
   cmd.add_option(
+      "--http", o.http,
+      "HOST:PORT, or PORT on this machine alone, for /metrics (Prometheus), /healthz and /solution.json");
+  cmd.add_option(
       "--solution-name", o.solutionNames,
       "solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, .csv, "
       ".nmea); without: solution.pos");

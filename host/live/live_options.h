@@ -18,6 +18,7 @@ struct LiveRunOptions {
   DeploymentOptions deploy;
   std::filesystem::path out = "out/live";
   std::vector<std::string> json, nmea;     ///< URLs
+  std::string http;                        ///< where pages are served, "HOST:PORT"; "" = none
   std::vector<std::string> solutionNames;  ///< patterns of solution files
   std::string record, play;                ///< directories, "" = none
   double speed = 1.0;                      ///< of play, and of a clock that begins at `start`

@@ -11,10 +11,12 @@
 
 #include "flow/source.h"
 #include "gnx/error.h"
+#include "http/server.h"
 #include "live/live_log.h"
 #include "live/live_outputs.h"
 #include "live/live_signals.h"
 #include "live/live_station.h"
+#include "live/live_status.h"
 #include "live/source_plan.h"
 #include "record/merged_files.h"
 #include "record/recording.h"
@@ -49,6 +51,10 @@ Deployment deploymentOf(const LiveRunOptions& options, const fs::path& directory
   return Deployment::make(directory, choices);
 }
 
+Credentials credentialsOf(const LiveRunOptions& options) {
+  return options.credentials.empty() ? Credentials() : Credentials(options.credentials);
+}
+
 class LiveRun {
  public:
   LiveRun(const LiveRunOptions& options, const std::function<LiveRunOptions()>& reload)
@@ -67,6 +73,7 @@ class LiveRun {
     if (m_recording) m_recording->flush();
     say(printed("%zu positions, %zu of them fixed", m_outputs->solutions(), m_outputs->fixed()));
     say(m_station->account());
+    m_pages.reset();
     m_outputs.reset();
     return threadsEnd();
   }
@@ -78,11 +85,25 @@ class LiveRun {
     m_deployment.emplace(deploymentOf(m_options, m_directory, reference));
     m_options.deploy.run = m_deployment->settings;
     openOutputs(fresh);
+    openPages();
     if (!m_options.record.empty()) m_recording.emplace(m_options.record);
-    m_station = std::make_unique<LiveStation>(StationContext{
-        *m_deployment, m_options.assembly, m_directory, reference,
-        [this](const Solution& solution, const LiveFacts& facts) { m_outputs->write(solution, facts); },
-        [this](const std::string& sentence) { say(sentence); }});
+    m_station = std::make_unique<LiveStation>(
+        StationContext{*m_deployment, m_options.assembly, m_directory, reference,
+                       [this](const Solution& solution, const LiveFacts& facts) { take(solution, facts); },
+                       [this](const std::string& sentence) { say(sentence); }});
+  }
+
+  void take(const Solution& solution, const LiveFacts& facts) {
+    m_outputs->write(solution, facts);
+    if (m_pages) m_status.take(solution, facts, std::max(m_clock.now() - m_now, 0.0));
+  }
+
+  void openPages() {
+    if (m_options.http.empty()) return;
+    m_pages.emplace(m_options.http, std::map<std::string, HttpServer::Page>{
+                                        {"/metrics", [this] { return m_status.metrics(); }},
+                                        {"/healthz", [this] { return m_status.health(); }},
+                                        {"/solution.json", [this] { return m_status.solution(); }}});
   }
 
   void openOutputs(bool fresh) {
@@ -102,6 +123,7 @@ class LiveRun {
       if (m_now - m_flushed > kFlush_s) m_recording->flush(), m_flushed = m_now;
     }
     m_station->take(event);
+    if (m_pages) m_status.take(m_station->counts());
   }
   void tick(const GpsTime& t) { apply({RecordedEvent::Kind::bytes, {-1, t, {}}, {}}); }
   void begin(int number, const RecordedSource& source, const GpsTime& t) {
@@ -113,6 +135,7 @@ class LiveRun {
   // ---- by the clock ----
 
   void goByClock(const std::vector<PlannedSource>& plan) {
+    m_credentials = credentialsOf(m_options);
     prepare(m_clock.now(), false);
     openSources(plan);
     while (true) {
@@ -137,8 +160,6 @@ class LiveRun {
   }
 
   void openSources(const std::vector<PlannedSource>& plan) {
-    const Credentials credentials =
-        m_options.credentials.empty() ? Credentials() : Credentials(m_options.credentials);
     for (const PlannedSource& p : plan) {
       const bool there = std::ranges::any_of(m_plan, [&](const auto& item) { return item.second == p; });
       if (there) continue;
@@ -146,8 +167,9 @@ class LiveRun {
       m_plan.emplace(number, p);
       begin(number, p.source, m_clock.now());
       m_sources[number] =
-          std::make_unique<Source>(number, p.source.name, p.url, credentials, m_queue, m_clock,
+          std::make_unique<Source>(number, p.source.name, p.url, m_credentials, m_queue, m_clock,
                                    [this](const std::string& sentence) { say(sentence); });
+      m_status.add(*m_sources[number]);
     }
   }
 
@@ -159,6 +181,7 @@ class LiveRun {
         continue;
       }
       m_sources[number]->stop();
+      m_status.remove(*m_sources[number]);
       m_leaving.push_back(std::move(m_sources[number]));
       m_sources.erase(number);
       apply({RecordedEvent::Kind::end, {number, m_clock.now(), {}}, {}});
@@ -169,18 +192,23 @@ class LiveRun {
 
   /// Sources and results; what the engine was started with stays.
   void readChoicesAgain() {
+    const LiveRunOptions before = m_options;
     try {
       LiveRunOptions choices = m_reload();
       const auto plan = planSources(choices);
+      m_credentials = credentialsOf(choices);
       choices.deploy.run = m_deployment->settings;
       choices.out = m_options.out;
+      choices.http = m_options.http;
       m_options = std::move(choices);
+      openOutputs(false);
       closeSources(plan);
       openSources(plan);
-      openOutputs(false);
       say("the choices were read again");
     } catch (const Error& e) {
       say(std::string("the choices were not taken: ") + e.what());
+      m_options = before;
+      if (!m_outputs) openOutputs(false);
     }
   }
 
@@ -259,9 +287,12 @@ class LiveRun {
   std::unique_ptr<LiveOutputs> m_outputs;
   std::optional<RecordingWriter> m_recording;
   std::unique_ptr<LiveStation> m_station;
+  Credentials m_credentials;
   std::map<int, PlannedSource> m_plan;
   std::map<int, std::unique_ptr<Source>> m_sources;
   std::vector<std::unique_ptr<Source>> m_leaving;
+  LiveStatus m_status;
+  std::optional<HttpServer> m_pages;
   GpsTime m_now, m_flushed;
   int m_next = 0;
 };

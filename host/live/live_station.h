@@ -39,6 +39,7 @@ class LiveStation {
   std::optional<GpsTime> deadline() const;
   /// Hands over what waits and ends the engine.
   void finish();
+  const LiveCounts& counts() const { return m_assembler->counts(); }
   /// What was decoded, handed over and left out, lines ended.
   std::string account() const;
 

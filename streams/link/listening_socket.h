@@ -18,6 +18,7 @@ class ListeningSocket {
   int accept(int timeout_ms) const;
   /// The port, also when 0 let the system choose one.
   int port() const;
+  int descriptor() const { return m_descriptor; }
 
  private:
   int m_descriptor = -1;

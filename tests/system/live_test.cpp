@@ -80,6 +80,24 @@ class Running {
   pid_t m_process;
 };
 
+/// What a run says of itself on a path; "" when nobody answers.
+std::string pageOf(int port, const std::string& path, const std::string& method = "GET") {
+  const std::atomic<bool> stop{false};
+  std::string text;
+  try {
+    const auto link = connectTcp("127.0.0.1", port, false, "", stop);
+    link->write(method + " " + path + " HTTP/1.1\r\n\r\n");
+    std::vector<std::uint8_t> piece(65536);
+    while (const std::size_t n = link->read(piece, 1000))
+      text.append(piece.begin(), piece.begin() + static_cast<long>(n));
+  } catch (const ConnectionError&) {  // the end
+  }
+  return text;
+}
+
+/// A port that nobody listens on.
+int freePort() { return ListeningSocket("127.0.0.1", 0).port(); }
+
 template <class Condition>
 bool becomes(double seconds, Condition&& condition) {
   const auto end = Clock::now() + std::chrono::duration<double>(seconds);
@@ -171,10 +189,12 @@ TEST(Live, WhatIsNoStreamIsToldInASentence) {
   };
   for (const auto& [url, sentence] : cases) {
     const auto out = dir.path() / std::to_string(url.size());
-    Running live("live --quiet --obs " + url + " --out " + out.string());
+    const int port = freePort();
+    Running live("live --quiet --obs " + url + " --http " + std::to_string(port) + " --out " + out.string());
     EXPECT_TRUE(
         becomes(5.0, [&] { return support::readFile(out / "live.log").find(sentence) != std::string::npos; }))
         << sentence << support::readFile(out / "live.log");
+    EXPECT_THAT(pageOf(port, "/healthz"), HasSubstr("no position yet"));
     live.signal(SIGINT);
     EXPECT_EQ(live.await(1.0), 0);
   }
@@ -201,7 +221,9 @@ TEST(Live, AnotherSourceTakesOverAndAConfigurationIsReadAgain) {
             (dir.path() / json).string() + "\"}");
   };
   const auto file = config("before.json");
-  Running live("live --config " + file + " --start " + kDate + " --speed 20 --out " + dir.path().string());
+  const int port = freePort();
+  Running live("live --http " + std::to_string(port) + " --config " + file + " --start " + kDate +
+               " --speed 20 --out " + dir.path().string());
   const auto log = [&] { return support::readFile(dir.path() / "live.log"); };
   ASSERT_TRUE(becomes(20.0, [&] { return log().find("there are positions") != std::string::npos; })) << log();
   first.reset();
@@ -209,9 +231,24 @@ TEST(Live, AnotherSourceTakesOverAndAConfigurationIsReadAgain) {
     return log().find("corrections are taken from ssr2 now") != std::string::npos;
   })) << log();
   first = std::make_unique<TestCaster>(stream(), kStart, CasterOptions{.speed = 20.0});
+  dir.write("live.json", "{\"obs\": \"" + observations.url() + "\", \"speeed\": 1}");
+  live.signal(SIGHUP);
+  EXPECT_TRUE(becomes(3.0, [&] { return log().find("the choices were not taken") != std::string::npos; }))
+      << log();
   config("behind.json");
   live.signal(SIGHUP);
   EXPECT_TRUE(becomes(5.0, [&] { return !support::readFile(dir.path() / "behind.json").empty(); })) << log();
+
+  EXPECT_THAT(pageOf(port, "/healthz"), HasSubstr("200 OK"));
+  EXPECT_THAT(pageOf(port, "/solution.json?x=1"), HasSubstr("\"position_m\":["));
+  const std::string metrics = pageOf(port, "/metrics");
+  EXPECT_THAT(metrics, HasSubstr("\ngnx_source_changes_total 1\n"));
+  EXPECT_THAT(metrics, HasSubstr("\ngnx_source_connected{source=\"ssr2\"} 1\n"));
+  EXPECT_THAT(pageOf(port, "/etc/passwd"), HasSubstr("404"));
+  EXPECT_THAT(pageOf(port, "/healthz", "POST"), HasSubstr("405"));
+  EXPECT_THAT(pageOf(port, "healthz"), HasSubstr("400"));
+  EXPECT_EQ(pageOf(port, "/metrics", "HEAD").find("gnx_"), std::string::npos);
+
   live.signal(SIGTERM);
   EXPECT_EQ(live.await(1.0), 0);
   EXPECT_GT(positionsIn(dir.path()).size(), 0U);
