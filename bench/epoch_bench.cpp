@@ -348,9 +348,12 @@ const bool s_registered = [] {
       s_register(name + "/last_level_failing", s_plan(three, table, Biases::narrow));
       s_register(name + "/noisy", s_plan(three, table, Biases::wrong, 4.0));
     }
-  RunPlan listened = s_plan(false, true, Biases::right);
-  listened.listened = true;
-  s_register("Epoch/two/table/listened", listened);
+  for (const int perSystem : {5, 10, 15}) {
+    RunPlan plan = s_plan(false, true, Biases::right);
+    plan.listened = true;
+    plan.sky.perSystem = perSystem;
+    s_register("Listened/" + std::to_string(3 * perSystem), plan);
+  }
   // Growth with the sky, everything fixing.
   for (const bool three : {false, true})
     for (const int perSystem : {5, 10, 13}) {

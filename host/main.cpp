@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", GNX_VERSION);
   app.require_subcommand(1);
   gnx::addInit(app);
+  gnx::addExplain(app);
   gnx::addReplay(app);
   gnx::addLive(app);
   gnx::addSimulate(app);

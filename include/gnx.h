@@ -209,6 +209,43 @@ gnx_status gnx_engine_feed_corrections(gnx_engine* engine, gnx_time delivery, gn
 gnx_status gnx_engine_feed_epoch(gnx_engine* engine, gnx_time time, const gnx_observation* observations,
                                  size_t element_size, size_t count, gnx_solution* solution);
 
+/* ---- integers ---- */
+
+/** Which integers a host's own corrections carry: a stream of files judges that by itself. A judge gets the
+ * records that the engine gets, ten minutes of observations at least, and tells the engine. Before that an
+ * engine may be left float with the output option "-float". */
+typedef struct gnx_judge gnx_judge;
+
+/** What the host knows about its corrections. */
+typedef struct gnx_correction_facts {
+  size_t size;
+  const char *orbits, *clocks, *phase_biases; /**< whose solution they are, "GRG"; NULL: not known. Different
+                                                   ones carry no integers */
+  int32_t mixed;                              /**< 1: integers even so */
+  int32_t broadcast_clocks;                   /**< 1: clocks are those of broadcast messages */
+  int32_t without_offsets; /**< 1: where observations do not tell, phase biases know no antenna offsets */
+  double clock_interval_s; /**< above 60 integers are resolved at the epochs of the clocks alone */
+  const gnx_time* clock_epochs; /**< of such clocks, in order */
+  size_t clock_epoch_count;
+} gnx_correction_facts;
+
+/** Arguments: see gnx_engine_start. */
+gnx_status gnx_judge_open(gnx_deployment* deployment, gnx_time first, const char* types, const char* biases,
+                          const double* position_m, gnx_judge** judge);
+gnx_status gnx_judge_feed_message(gnx_judge* judge, const gnx_message* message, size_t element_size);
+gnx_status gnx_judge_feed_biases(gnx_judge* judge, gnx_time tag, const gnx_bias* biases, size_t element_size,
+                                 size_t count);
+gnx_status gnx_judge_feed_epoch(gnx_judge* judge, gnx_time time, const gnx_observation* observations,
+                                size_t element_size, size_t count);
+/** Holds the engine to the judgement by all that was fed so far, from its next epoch on; satellites that are
+ * left float, from its next set of biases on. \param facts  NULL: nothing is known \param text  the remarks,
+ * one sentence a line; see gnx_deployment_check */
+gnx_status gnx_engine_obey(gnx_engine* engine, gnx_judge* judge, const gnx_correction_facts* facts,
+                           char* text, size_t capacity, size_t* needed);
+gnx_status gnx_judge_close(gnx_judge* judge);
+
+/* ---- solutions ---- */
+
 /** The frequencies of the satellites of the last solution.
  * \param bands  room for capacity elements, may be NULL when that is 0  \param count  how many there are */
 gnx_status gnx_engine_bands(gnx_engine* engine, gnx_band* bands, size_t element_size, size_t capacity,

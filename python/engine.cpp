@@ -215,6 +215,28 @@ void addEngine(py::module_& m) {
       "files"_a, "deployment"_a = py::none(), "start"_a = py::none(), "end"_a = py::none(),
       "The files of a run, recognised by content, as one stream of events in order of time.");
 
+  py::class_<IntegerPolicy>(m, "IntegerPolicy", "Which integers corrections carry.")
+      .def_readwrite("resolved", &IntegerPolicy::resolved)
+      .def_readonly("misfits", &IntegerPolicy::misfits,
+                    "satellites left float, and by how many cycles they miss")
+      .def_readonly("remarks", &IntegerPolicy::remarks);
+  py::class_<IntegerJudge>(m, "IntegerJudge",
+                           "Judges the integers of corrections that a host decodes itself.")
+      .def(py::init<const Deployment&, const StreamStart&>(), "deployment"_a, "start"_a)
+      .def("take", py::overload_cast<const BroadcastEph&>(&IntegerJudge::take), "record"_a)
+      .def("take", py::overload_cast<const CorrectionBatch&>(&IntegerJudge::take), "record"_a)
+      .def("take", py::overload_cast<const ObsEpoch&>(&IntegerJudge::take), "record"_a)
+      .def(
+          "verdict",
+          [](const IntegerJudge& judge, const std::string& orbits, const std::string& clocks,
+             const std::string& phaseBiases) {
+            CorrectionFacts facts;
+            facts.orbits = orbits, facts.clocks = clocks, facts.phaseBiases = phaseBiases;
+            return judge.verdict(facts);
+          },
+          "orbits"_a = "", "clocks"_a = "", "phase_biases"_a = "",
+          "By all that was taken so far; the names tell whose solution orbits, clocks and biases are.");
+
   auto engine = py::class_<Engine>(m, "Engine", "One station: records in, a solution an epoch out.");
   engine.def(
       py::init([](const Deployment& deployment, std::optional<std::string> mode, bool inProcess,
@@ -229,6 +251,7 @@ void addEngine(py::module_& m) {
   addFeed<GlonassEph>(engine);
   addFeed<CorrectionBatch>(engine);
   engine.def("start", &Engine::start, "start"_a, py::call_guard<py::gil_scoped_release>())
+      .def("obey", &Engine::obey, "policy"_a, "Resolve integers as a judgement says, from the next epoch on.")
       .def("restart", &Engine::restart, "Empty the filter; configuration and products stay.")
       .def("finish", &Engine::finish, py::call_guard<py::gil_scoped_release>())
       .def_property_readonly("directory", &Engine::directory)

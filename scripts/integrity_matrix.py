@@ -34,7 +34,7 @@ SYSTEMS = ["G", "E", "C", "GE", "GC", "EC", "GEC", "GECJ"]
 MODES = ["static", "kinematic", "dynamic"]
 FREQUENCIES = ["2", "3"]
 INTERVALS = ["5", "30"]
-HOURS = {"5": 2.0 / 3.0, "30": 2.0}
+HOURS = {"1": 0.5, "5": 2.0 / 3.0, "30": 2.0}
 THREE = {"G": "GPS:L1_L2_L5", "E": "GAL:E1_E5a_E5b", "C": "BD3:B1_B3_B2a", "J": "QZS:L1_L2_L5"}
 
 # Noise at the zenith, m: white and slow errors of ranges and phases.
@@ -115,6 +115,12 @@ class Sky:
         return words + (["--path", "circle", "--radius", "200", "--speed", "10"] if self.moving else [])
 
 
+def takes_part(options, seed, condition, interval, moving, qzss):
+    """With --every N a seed takes the N-th part of the skies, the next seed others: each comes with several seeds."""
+    kinds = list(itertools.product(options.conditions, options.intervals, (False, True), (False, True)))
+    return (kinds.index((condition, interval, moving, qzss)) + seed) % options.every == 0
+
+
 def wanted_skies(options, done):
     """The simulations of the selection with the runs that the folder lacks."""
     skies = {}
@@ -126,6 +132,8 @@ def wanted_skies(options, done):
         if key in done:
             continue
         name = (seed, condition, interval, mode == "dynamic", "J" in systems)
+        if not takes_part(options, *name):
+            continue
         sky = skies.setdefault(name, Sky(mode == "dynamic", interval, condition, seed, "J" in systems))
         sky.hours = hours
         sky.runs.append(dict(zip(KEYS, key)))
@@ -309,8 +317,8 @@ conditions: nominal; doubled (twice the noise, white and slow, unknown to the en
   stale, stalejump (phase biases cease, true ones drift by half a cycle an hour or jump by half a cycle, rms);
   outage (orbits and clocks cease)
 
-A full run takes some 10 minutes a seed on two cores, 3 to 4 hours for 20 seeds; --quick takes half a minute. Of a
-table, "integer" counts epochs in which an integer of any level is wrong, fixed or not.
+A full run takes some 10 minutes a seed on two cores, 3 to 4 hours for 20 seeds, with "--every 7" half an hour; --quick
+takes half a minute. Of a table, "integer" counts epochs in which an integer of any level is wrong, fixed or not.
 """
 
 
@@ -324,10 +332,11 @@ def parse_arguments():
     add("--systems", type=words_of(SYSTEMS), help=",".join(SYSTEMS))
     add("--modes", type=words_of(MODES), help=",".join(MODES))
     add("--frequencies", type=words_of(FREQUENCIES), help="2,3")
-    add("--intervals", type=words_of(INTERVALS), help="seconds: 5,30")
+    add("--intervals", type=words_of(list(HOURS)), help="seconds: 5,30; or 1")
     add("--conditions", type=words_of(list(CONDITIONS)), help=",".join(CONDITIONS))
     add("--seeds", dest="seed_list", type=seeds_of, help="20 (1 to 20), 3-5 or 1,7")
-    add("--hours", type=float, help="of each run; default 2 at 30 s, 40 minutes at 5 s")
+    add("--every", type=int, default=1, help="of each seed take one sky of so many only, of the next seed others")
+    add("--hours", type=float, help="of each run; default 2 at 30 s, 40 minutes at 5 s, 30 minutes at 1 s")
     add("--jobs", type=int, default=2, help="at a time")
     add("--no-integers", dest="integers", action="store_false", help="do not judge the integers: a sixth faster")
     add("--replay", default="", help="further options of gnx replay, in one word")

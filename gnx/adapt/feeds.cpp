@@ -83,11 +83,12 @@ bool ProductFeed::setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases
   return any;
 }
 
-bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases) const {
+bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases,
+                                 const GpsTime& tag) const {
   const char system = sat[0];
   std::fill(std::begin(ssr.pbias), std::end(ssr.pbias), 0.0);
   std::fill(std::begin(ssr.stdpb), std::end(ssr.stdpb), 0.0F);
-  if (biases == nullptr || floating_.contains(sat)) return false;
+  if (biases == nullptr) return false;
   bool any = false;
   const double cycles = windUpCycles(reversed_.contains(sat));
   for (const PlannedSignal& signal : plan_.of(system)) {
@@ -95,8 +96,12 @@ bool ProductFeed::setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const S
     if (bias == nullptr) continue;
     const int code = numbers_.code(signal.code);
     if (code == 0) continue;
-    if (arcs_ != nullptr) arcs_->note(sat, signal.phase, bias->discontinuity);
-    ssr.pbias[code - 1] = bias->value;
+    // Changes of the bias concern satellites that stay float as well.
+    const double value = arcs_ == nullptr
+                             ? bias->value
+                             : arcs_->note(sat, signal.phase, bias->value, bias->discontinuity, tag);
+    if (floating_.contains(sat)) continue;
+    ssr.pbias[code - 1] = value;
     if (const auto hz = carrierFrequency(system, signal.code[0]))
       ssr.pbias[code - 1] += cycles * kLightSpeed / *hz;
     ssr.stdpb[code - 1] = 1.0F;
@@ -126,7 +131,7 @@ void ProductFeed::feedBiases(const CorrectionBatch& batch) {
       s.mark_cbias = 1;
       any = true;
     }
-    if (setPhaseBiases(s, name, biases)) {
+    if (setPhaseBiases(s, name, biases, tag)) {
       s.mark_pbias = 1;
       any = true;
     }
@@ -166,7 +171,14 @@ bool ObservationFeed::convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) con
   return slot > 0;
 }
 
-void ObservationFeed::count(const SatObs& sat, bool handedOver, const GNX_IO::obs_entry_t& entry) {
+bool ObservationFeed::adrift(const SatObs& sat) const {
+  const auto& planned = plan_.of(sat.sat[0]);
+  return arcs_ != nullptr && std::any_of(planned.begin(), planned.end(), [&](const PlannedSignal& signal) {
+           return arcs_->adrift(sat.sat, signal.phase);
+         });
+}
+
+void ObservationFeed::count(const SatObs& sat, const char* leftOut, const GNX_IO::obs_entry_t& entry) {
   SystemAccount& counts = account_[sat.sat[0]];
   long given = 0, planned = 0;
   for (const SignalObs& s : sat.signals) given += (s.phase != 0.0 ? 1 : 0) + (s.range != 0.0 ? 1 : 0);
@@ -174,7 +186,7 @@ void ObservationFeed::count(const SatObs& sat, bool handedOver, const GNX_IO::ob
     planned += (entry.L[slot] != 0.0 ? 1 : 0) + (entry.P[slot] != 0.0 ? 1 : 0);
   counts.in += planned;
   counts.unplanned += given - planned;
-  if (!handedOver && planned > 0) counts.reasons[entry.sat == 0 ? "unknown" : "excluded"] += planned;
+  if (leftOut != nullptr && planned > 0) counts.reasons[leftOut] += planned;
 }
 
 void ObservationFeed::feed(const ObsEpoch& epoch) {
@@ -182,9 +194,12 @@ void ObservationFeed::feed(const ObsEpoch& epoch) {
   for (const SatObs& sat : epoch.sats) {
     GNX_IO::obs_entry_t entry;
     const bool planned = convert(sat, entry);
-    const bool handedOver = planned && entry.sat != 0 && !excluded_.contains(sat.sat);
-    if (handedOver) entries_.push_back(entry);
-    count(sat, handedOver, entry);
+    const char* leftOut = entry.sat == 0                            ? "unknown"
+                          : !planned || excluded_.contains(sat.sat) ? "excluded"
+                          : adrift(sat)                             ? "nophasebias"
+                                                                    : nullptr;
+    if (leftOut == nullptr) entries_.push_back(entry);
+    count(sat, leftOut, entry);
   }
   boundary_.inputEpoch(toBoundaryTime(epoch.time), entries_);
 }

@@ -43,4 +43,11 @@ void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights) 
   }
 }
 
+void makeUpForOffsets(CorrectionBatch& batch, const PhaseCentreHeights& heights) {
+  if (!batch.newBiases) return;
+  for (SatBiases& biases : batch.biases)
+    if (const auto own = heights.find(biases.sat); own != heights.end())
+      makeUpForOffsets(biases, own->second);
+}
+
 }  // namespace gnx

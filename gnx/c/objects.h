@@ -20,6 +20,7 @@ struct EngineAndSolution {
 Handles<gnx_deployment, Deployment>& deployments();
 Handles<gnx_stream, EventStream>& streams();
 Handles<gnx_engine, EngineAndSolution>& engines();
+Handles<gnx_judge, IntegerJudge>& judges();
 
 /// Calls `use` with the object behind a handle, alone.
 template <class Registry, class Handle, class Use>

@@ -16,11 +16,7 @@ class OffsetFreeSource : public CorrectionSource {
 
   bool next(CorrectionBatch& batch) override {
     if (!m_source->next(batch)) return false;
-    if (!batch.newBiases) return true;
-    for (SatBiases& biases : batch.biases) {
-      const auto heights = m_heights.find(biases.sat);
-      if (heights != m_heights.end()) makeUpForOffsets(biases, heights->second);
-    }
+    makeUpForOffsets(batch, m_heights);
     return true;
   }
 

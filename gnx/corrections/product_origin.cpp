@@ -36,8 +36,8 @@ std::string centreOf(const std::string& agency) {
 }
 
 std::string described(const ProductOrigin& o) {
-  return o.kind + " of " + o.centre + (o.series.empty() ? "" : " (series " + o.series + ")") + " in " +
-         o.file;
+  return o.kind + " of " + o.centre + (o.series.empty() ? "" : " (series " + o.series + ")") +
+         (o.file.empty() ? "" : " in " + o.file);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "GNX_SDK_ext.h"
 #include "deployment/deployed.h"
+#include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
 #include "deployment/deployment.h"
 #include "gnx/error.h"
@@ -44,7 +45,7 @@ std::map<std::string, int> listedSatellites(const fs::path& list) {
 
 }  // namespace
 
-Deployment::Deployment(fs::path directory) : m_directory(fs::absolute(std::move(directory))) {}
+Deployment::Deployment(const fs::path& directory) : m_directory(fs::absolute(directory)) {}
 
 Deployment Deployment::make(const fs::path& directory, const DeploymentOptions& options) {
   std::ostringstream notes;
@@ -80,13 +81,18 @@ void Deployment::lend(const fs::path& to) const {
 std::vector<std::string> Deployment::check() const {
   std::vector<std::string> sentences = checkDeployedIntegers(m_directory);
   const GNX_EXT::DeploymentCheck trial = GNX_EXT::checkDeployment(m_directory.string());
-  if (!trial.usable) sentences.insert(sentences.begin(), trial.fault);
+  if (!trial.usable) {
+    sentences.insert(sentences.begin(), trial.fault);
+  } else if (std::string sentence = unknownAntenna(*this, settings.antenna); !sentence.empty()) {
+    sentences.push_back(std::move(sentence));
+  }
   return sentences;
 }
 
 std::map<char, std::string> Deployment::bands() const { return deployedBands(m_directory); }
 bool Deployment::toMassCentre() const { return deployedToMassCentre(m_directory); }
 bool Deployment::resolvesIntegers() const { return deployedResolution(m_directory); }
+bool Deployment::engineAppliesPatterns() const { return deployedPatterns(m_directory); }
 fs::path Deployment::file(const std::string& key) const { return deploymentFile(m_directory, key); }
 
 void Deployment::explain(std::ostream& out) const {
@@ -114,8 +120,10 @@ void Deployment::explain(std::ostream& out) const {
       << " degrees";
   say("run", run.str());
   say("antenna", settings.antenna.empty() ? "that of the observations" : settings.antenna);
-  for (const std::string& sentence : checkDeployedIntegers(m_directory))
-    out << "  warning: " << sentence << '\n';
+  say("patterns", engineAppliesPatterns() ? "applied by the engine"
+                  : settings.patterns     ? "taken off the observations by the host"
+                                          : "not applied");
+  for (const std::string& sentence : check()) out << "  warning: " << sentence << '\n';
 }
 
 }  // namespace gnx

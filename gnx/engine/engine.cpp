@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "deployment/deployed.h"
+#include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
 #include "engine/worker_program.h"
@@ -66,13 +66,17 @@ struct Session {
         plan(request(deployment, start)),
         products(core, numbers, plan, deployment.settings.excluded, reversedAxes(deployment, firstTime),
                  !start.corrected.empty()),
-        observations(core, numbers, plan, deployment.settings.excluded),
-        integers(start.integers) {
+        observations(core, numbers, plan, deployment.settings.excluded) {
+    setIntegers(start.integers);
+    products.notePhaseBiases(arcs);
+    observations.shiftArcs(arcs);
+  }
+
+  void setIntegers(const IntegerPolicy& policy) {
+    integers = policy;
     std::set<std::string> floating;
     for (const auto& [sat, residual] : integers.misfits) floating.insert(sat);
     products.keepFloat(std::move(floating));
-    products.noteDiscontinuities(arcs);
-    observations.shiftArcs(arcs);
   }
 
   GpsTime first;
@@ -83,6 +87,7 @@ struct Session {
   ObservationFeed observations;
   IntegerPolicy integers;
   MessageStore messages;
+  PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
   std::optional<PatternCorrector> patterns;
   std::optional<std::string> optionsSet;  ///< what the engine was told last
 };
@@ -118,6 +123,8 @@ struct Engine::Impl {
     EngineCore::Start record;
     record.mode = nameOf(deployment.settings.mode);
     record.station = stationRecord(deployment.settings, start.header);
+    if (std::string sentence = unknownAntenna(deployment, record.station.antdes); !sentence.empty())
+      warnings.push_back(std::move(sentence));
     record.cutoff_deg = deployment.settings.cutoff_deg;
     record.interval_s = deployment.settings.interval_s;
     if (options.clock == EngineClock::records) record.clock = utcOf(first);
@@ -126,6 +133,15 @@ struct Engine::Impl {
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);
     session = std::move(made);
+    if (judgement) obey(*judgement);
+  }
+
+  void obey(const IntegerPolicy& policy) {
+    judgement = policy;
+    if (!session) return;
+    session->setIntegers(policy);
+    session->heights = policy.makeUpForOffsets ? phaseCentreHeights(deployment.file("antpcv"), session->first)
+                                               : PhaseCentreHeights();
   }
 
   /// Patterns of the antennas at the best position known before the run, where the engine does not apply
@@ -133,7 +149,7 @@ struct Engine::Impl {
   void takePatterns(Session& s, const ObsHeader& header) {
     const RunSettings& run = deployment.settings;
     const fs::path file = deployment.file("antpcv");
-    if (!run.patterns || !fs::exists(file) || deployedPatterns(deployment.directory())) return;
+    if (!run.patterns || !fs::exists(file) || deployment.engineAppliesPatterns()) return;
     const bool known = run.position_m[0] * run.position_m[1] * run.position_m[2] != 0.0;
     const Vector3& position = known && !run.headerPosition ? run.position_m : header.position;
     PatternCorrector corrector(
@@ -166,7 +182,10 @@ struct Engine::Impl {
   void take(const GpsTime& received, const CorrectionBatch& batch) {
     Session& s = running(received);
     setClock(s, received);
-    s.products.feed(batch);
+    if (s.heights.empty() || !batch.newBiases) return s.products.feed(batch);
+    CorrectionBatch madeUp = batch;
+    makeUpForOffsets(madeUp, s.heights);
+    s.products.feed(madeUp);
   }
 
   std::optional<Solution> take(const ObsEpoch& given) {
@@ -174,7 +193,8 @@ struct Engine::Impl {
     now = given.time;
     setClock(s, now);
     if (now - forgotten > 3600.0) s.messages.forgetBefore((forgotten = now) + -kMessageAge_s);
-    const std::string words = outputOptions + (s.integers.resolvesAt(now) ? "" : " -float");
+    const bool resolve = s.integers.resolvesAt(now) && !s.arcs.biasesRun();
+    const std::string words = outputOptions + (resolve ? "" : " -float");
     if (s.optionsSet != words) core->setOutputOptions(*(s.optionsSet = words));
     if (s.patterns) {
       epoch = given;
@@ -190,6 +210,7 @@ struct Engine::Impl {
   EngineOptions options;
   EngineDirectory directory;
   std::optional<StreamStart> pending;
+  std::optional<IntegerPolicy> judgement;  ///< instead of the one that came with the start
   std::string outputOptions, signals;
   std::vector<std::string> warnings, notes;
   std::unique_ptr<EngineCore> core;
@@ -231,6 +252,7 @@ void Engine::feed(const CorrectionBatch& batch) {
   m_impl->take(batch.delivery == GpsTime{} ? m_impl->present(batch.tag) : batch.delivery, batch);
 }
 
+void Engine::obey(const IntegerPolicy& policy) { m_impl->obey(policy); }
 void Engine::setOutputOptions(const std::string& options) { m_impl->outputOptions = options; }
 void Engine::restart() {
   m_impl->running(m_impl->now);

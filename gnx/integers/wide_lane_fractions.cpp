@@ -54,14 +54,17 @@ std::complex<double> direction(double cycles) { return std::polar(1.0, 2.0 * std
 
 }  // namespace
 
-WideLaneFractions::WideLaneFractions(const SignalPlan& signals, const EphemerisTimeline& timeline,
+WideLaneFractions::WideLaneFractions(SignalPlan signals, const MessageStore& messages,
                                      PhaseCentreHeights heights, const std::array<double, 3>& position)
-    : m_signals(signals), m_timeline(timeline), m_heights(std::move(heights)), m_position(position) {}
+    : m_signals(std::move(signals)),
+      m_messages(messages),
+      m_heights(std::move(heights)),
+      m_position(position) {}
 
 /// By the sine of the elevation, geocentric; nothing for satellites that are too low.
 std::optional<double> WideLaneFractions::weight(const SatName& sat, const GpsTime& t) const {
   const double radius = std::hypot(m_position[0], m_position[1], m_position[2]);
-  const BroadcastEph* eph = m_timeline.store().pick(sat, t);
+  const BroadcastEph* eph = m_messages.pick(sat, t);
   if (radius == 0.0 || eph == nullptr) return 1.0;
   const Vector3 there = evaluateBroadcast(*eph, t).position;
   double distance = 0.0, up = 0.0;

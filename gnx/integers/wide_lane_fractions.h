@@ -22,7 +22,7 @@ class WideLaneFractions {
  public:
   /// \param heights   of phase centres; a satellite without two of them has no offset
   /// \param position  of the receiver, for elevations; all zero: satellites of every elevation count
-  WideLaneFractions(const SignalPlan& signals, const EphemerisTimeline& timeline, PhaseCentreHeights heights,
+  WideLaneFractions(SignalPlan signals, const MessageStore& messages, PhaseCentreHeights heights,
                     const std::array<double, 3>& position);
 
   /// \param biases  valid at the epoch
@@ -41,8 +41,8 @@ class WideLaneFractions {
   static std::complex<double> meanOfArc(const Sum& sum);
   std::optional<double> weight(const SatName& sat, const GpsTime& t) const;
 
-  const SignalPlan& m_signals;
-  const EphemerisTimeline& m_timeline;
+  SignalPlan m_signals;
+  const MessageStore& m_messages;
   PhaseCentreHeights m_heights;
   std::array<double, 3> m_position;
   std::map<SatName, Sum> m_sums;

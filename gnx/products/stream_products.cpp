@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "corrections/galileo_messages.h"
 #include "corrections/sources.h"
 #include "deployment/antex_file.h"
 #include "formats/ssr_text.h"
@@ -183,7 +184,9 @@ StreamProducts streamProducts(const std::vector<std::string>& ssr, const std::ve
   ProductPlan plan = given;
   if (plan.orbitInterval_s == 0.0) plan.orbitInterval_s = clockInterval;
   const GpsTime first = plan.from.value_or(firstClock);
-  const EphemerisTimeline timeline(readRinexNav(nav), first);
+  NavData messages = readRinexNav(nav);
+  chooseGalileoMessages(ssr, messages);
+  const EphemerisTimeline timeline(std::move(messages), first);
   SsrTextOptions stream;
   stream.files = ssr;
   const auto source = makeSsrTextSource(stream);

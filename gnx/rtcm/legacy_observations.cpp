@@ -30,31 +30,20 @@ using enum Item;
 constexpr double kRange = 0.02, kPhase = 0.0005, kSnr = 0.25;
 constexpr Form kComplement = Form::complement;
 
-constexpr Field<Item> kGps[] = {{satellite, 6},
-                                {code1, 1},
-                                {range1, 24, Form::natural, kRange},
-                                {phase1, 20, kComplement, kPhase},
-                                {lock1, 7},
-                                {modulus, 8},
-                                {snr1, 8, Form::natural, kSnr},
-                                {code2, 2},
-                                {range2, 14, kComplement, kRange},
-                                {phase2, 20, kComplement, kPhase},
-                                {lock2, 7},
-                                {snr2, 8, Form::natural, kSnr}};
-constexpr Field<Item> kGlonass[] = {{satellite, 6},
-                                    {code1, 1},
-                                    {channel, 5},
-                                    {range1, 25, Form::natural, kRange},
-                                    {phase1, 20, kComplement, kPhase},
-                                    {lock1, 7},
-                                    {modulus, 7},
-                                    {snr1, 8, Form::natural, kSnr},
-                                    {code2, 2},
-                                    {range2, 14, kComplement, kRange},
-                                    {phase2, 20, kComplement, kPhase},
-                                    {lock2, 7},
-                                    {snr2, 8, Form::natural, kSnr}};
+/// Widths of GPS; the channel is sent by GLONASS alone.
+constexpr Field<Item> kFields[] = {{satellite, 6},
+                                   {code1, 1},
+                                   {channel, 5},
+                                   {range1, 24, Form::natural, kRange},
+                                   {phase1, 20, kComplement, kPhase},
+                                   {lock1, 7},
+                                   {modulus, 8},
+                                   {snr1, 8, Form::natural, kSnr},
+                                   {code2, 2},
+                                   {range2, 14, kComplement, kRange},
+                                   {phase2, 20, kComplement, kPhase},
+                                   {lock2, 7},
+                                   {snr2, 8, Form::natural, kSnr}};
 
 constexpr std::int64_t kNoPhase = -(1 << 19), kNoRange2 = -(1 << 13);
 constexpr double kLightMs = kLightSpeed / 1000.0;
@@ -66,6 +55,7 @@ constexpr const char* kGlonassSecond[] = {"2C", "2P", "2P", "2P"};
 struct Kind {
   bool glonass, second, extended;
   bool has(Item item) const {
+    if (item == channel) return glonass;
     if (item == modulus || item == snr1 || item == snr2) return extended && (item != snr2 || second);
     return second || (item != code2 && item != range2 && item != phase2 && item != lock2);
   }
@@ -78,7 +68,9 @@ Kind kindOf(int message) {
 
 std::vector<Field<Item>> layoutOf(const Kind& kind) {
   std::vector<Field<Item>> layout;
-  for (const auto& field : kind.glonass ? std::span<const Field<Item>>(kGlonass) : kGps) {
+  for (Field<Item> field : kFields) {
+    if (kind.glonass && field.item == range1) ++field.bits;  // its modulus is twice as long
+    if (kind.glonass && field.item == modulus) --field.bits;
     if (kind.has(field.item)) layout.push_back(field);
   }
   return layout;

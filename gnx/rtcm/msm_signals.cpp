@@ -1,31 +1,39 @@
 // Signals of the multiple signal messages by their identifiers (RTCM 10403.3, tables 3.5-91 to 3.5-108).
 
+#include <initializer_list>
+
 #include "rtcm/msm_layout.h"
 
 namespace gnx::rtcm {
 
 namespace {
 
+/// Signals of consecutive identifiers, two characters each.
+struct Run {
+  std::size_t first;
+  std::string_view signals;
+};
+
+constexpr MsmSystem msmSystem(char letter, int base, int offset, std::initializer_list<Run> runs) {
+  MsmSystem made{letter, base, offset, {}};
+  for (const Run& run : runs) {
+    for (std::size_t k = 0; 2 * k < run.signals.size(); ++k)
+      made.signals[run.first + k] = run.signals.substr(2 * k, 2);
+  }
+  return made;
+}
+
 constexpr MsmSystem kSystems[] = {
-    {'G', 1070, 0, {"",   "",   "1C", "1P", "1W", "",   "",   "", "2C", "2P", "2W",
-                    "",   "",   "",   "",   "2S", "2L", "2X", "", "",   "",   "",
-                    "5I", "5Q", "5X", "",   "",   "",   "",   "", "1S", "1L", "1X"}},
-    {'R', 1080, 0, {"",   "",   "1C", "1P", "",   "",   "",   "",   "2C", "2P", "4A",
-                    "4B", "4X", "6A", "6B", "6X", "3I", "3Q", "3X", "",   "",   "",
-                    "",   "",   "",   "",   "",   "",   "",   "",   "",   "",   ""}},
-    {'E', 1090, 0, {"",   "",   "1C", "1A", "1B", "1X", "1Z", "",   "6C", "6A", "6B",
-                    "6X", "6Z", "",   "7I", "7Q", "7X", "",   "8I", "8Q", "8X", "",
-                    "5I", "5Q", "5X", "",   "",   "",   "",   "",   "",   "",   ""}},
-    {'S', 1100, 19, {"", "", "1C", "", "", "",   "",   "",   "", "", "", "", "", "", "", "", "",
-                     "", "", "",   "", "", "5I", "5Q", "5X", "", "", "", "", "", "", "", ""}},
-    {'J', 1110, 0, {"",   "",   "1C", "", "",   "",   "",   "", "",   "6S", "6L",
-                    "6X", "",   "",   "", "2S", "2L", "2X", "", "",   "",   "",
-                    "5I", "5Q", "5X", "", "",   "",   "",   "", "1S", "1L", "1X"}},
-    {'C', 1120, 0, {"",   "",   "2I", "2Q", "2X", "",   "", "", "6I", "6Q", "6X",
-                    "",   "",   "",   "7I", "7Q", "7X", "", "", "",   "",   "",
-                    "5D", "5P", "5X", "7D", "",   "",   "", "", "1D", "1P", "1X"}},
-    {'I', 1130, 0, {"", "", "", "", "", "",   "", "", "9A", "", "", "", "", "", "", "", "",
-                    "", "", "", "", "", "5A", "", "", "",   "", "", "", "", "", "", ""}}};
+    msmSystem('G', 1070, 0, {{2, "1C1P1W"}, {8, "2C2P2W"}, {15, "2S2L2X"}, {22, "5I5Q5X"}, {30, "1S1L1X"}}),
+    msmSystem('R', 1080, 0, {{2, "1C1P"}, {8, "2C2P"}, {10, "4A4B4X"}, {13, "6A6B6X"}, {16, "3I3Q3X"}}),
+    msmSystem('E', 1090, 0,
+              {{2, "1C1A1B1X1Z"}, {8, "6C6A6B6X6Z"}, {14, "7I7Q7X"}, {18, "8I8Q8X"}, {22, "5I5Q5X"}}),
+    msmSystem('S', 1100, 19, {{2, "1C"}, {22, "5I5Q5X"}}),
+    msmSystem('J', 1110, 0, {{2, "1C"}, {9, "6S6L6X"}, {15, "2S2L2X"}, {22, "5I5Q5X"}, {30, "1S1L1X"}}),
+    msmSystem('C', 1120, 0,
+              {{2, "2I2Q2X"}, {8, "6I6Q6X"}, {14, "7I7Q7X"}, {22, "5D5P5X"}, {25, "7D"}, {30, "1D1P1X"}}),
+    msmSystem('I', 1130, 0, {{8, "9A"}, {22, "5A"}}),
+};
 
 }  // namespace
 

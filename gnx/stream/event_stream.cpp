@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "corrections/fitted_messages.h"
+#include "corrections/galileo_messages.h"
 #include "gnx/read.h"
 #include "stream/observation_stream.h"
 #include "stream/prepared_corrections.h"
@@ -56,6 +57,8 @@ struct EventStream::Impl {
     start.corrected = correctedSignals(files.bia, files.ssr);
     NavData messages = files.nav.empty() ? fittedMessages(files) : readRinexNav(files.nav);
     start.notes = someOf(messages.notes);
+    const std::string galileo = chooseGalileoMessages(files.ssr, messages);
+    if (!galileo.empty()) start.notes.push_back(galileo);
     timeline.emplace(std::move(messages), first);
     PreparedCorrections prepared = prepareCorrections({files, options, start, first, *timeline});
     source = std::move(prepared.source);

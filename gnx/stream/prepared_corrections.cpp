@@ -4,9 +4,7 @@
 
 #include <utility>
 
-#include "deployment/antex_file.h"
-#include "integers/integer_policy.h"
-#include "integers/wide_lane_fractions.h"
+#include "integers/bias_witness.h"
 #include "stream/observation_stream.h"
 
 namespace gnx {
@@ -32,7 +30,7 @@ std::unique_ptr<CorrectionSource> makeSource(const Preparation& p, ProductFacts&
 }
 
 /// Reads observations ahead, with the biases that are valid at each epoch.
-void collectWideLanes(const Preparation& p, const ProductFacts& facts, WideLaneFractions& lanes) {
+void collectWideLanes(const Preparation& p, const ProductFacts& facts, BiasWitness& witness) {
   constexpr double kAhead_s = 86400.0;
   const auto sets = p.files.ssr.empty() ? decltype(streamBiases({})){} : streamBiases(p.files.ssr);
   std::vector<SatBiases> now;
@@ -45,40 +43,21 @@ void collectWideLanes(const Preparation& p, const ProductFacts& facts, WideLaneF
     if (facts.biases != nullptr && (!last || facts.biases->changes(*last, epoch.time)))
       now = facts.biases->at(epoch.time);
     for (; next < sets.size() && sets[next].first <= epoch.time; ++next) now = sets[next].second;
-    lanes.add(epoch, now);
+    witness.add(epoch, now);
   }
 }
 
-/// The deployment's antenna file. Without one the engine refuses to start.
-std::vector<AntexBlock> readAntennas(const Deployment& deployment) {
-  const std::filesystem::path file = deployment.file("antpcv");
-  return std::filesystem::exists(file) ? readAntex(file) : std::vector<AntexBlock>();
-}
-
 void judgeIntegers(const Preparation& p, ProductFacts facts, PreparedCorrections& prepared) {
-  const Deployment& deployment = *p.options.deployment;
-  const std::vector<AntexBlock> antennas = readAntennas(deployment);
-  const bool massCentre = deployment.toMassCentre();
-  const PhaseCentreHeights heights =
-      massCentre ? phaseCentreHeights(antennas, tableTime(p.first)) : PhaseCentreHeights();
-  const RunSettings& run = deployment.settings;
-  const bool known = !run.headerPosition && run.position_m != Vector3{};
-  const SignalPlan signals({deployment.bands(), p.start.header.types, p.start.corrected, run.signals});
-  WideLaneFractions lanes(signals, p.timeline, heights, known ? run.position_m : p.start.header.position);
-  collectWideLanes(p, facts, lanes);
+  BiasWitness witness(*p.options.deployment, p.start, p.first, p.timeline.store());
+  collectWideLanes(p, facts, witness);
   PolicyQuestion question;
   question.products = std::move(facts);
   question.densestSparse_s = p.options.sparseClocks_s;
   question.mixedProducts = p.options.mixedProducts;
-  question.massCentre = massCentre;
   question.headerWideLanes = p.options.wideLaneBiases;
-  question.fractions = lanes.result();
-  for (const AntexBlock& block : antennas)
-    if (block.isSatellite() && satelliteOf(block).validAt(tableTime(p.first)))
-      question.blocks[block.serial] = satelliteOf(block).block;
-  prepared.integers = decideIntegers(question);
+  prepared.integers = witness.judge(std::move(question));
   if (prepared.integers.makeUpForOffsets)
-    prepared.source = makeOffsetFreeSource(std::move(prepared.source), heights);
+    prepared.source = makeOffsetFreeSource(std::move(prepared.source), witness.heights());
   const auto& remarks = prepared.integers.remarks;
   prepared.notes.insert(prepared.notes.end(), remarks.begin(), remarks.end());
 }

@@ -10,6 +10,7 @@ class App;
 namespace gnx {
 
 void addInit(CLI::App& app);
+void addExplain(CLI::App& app);
 void addReplay(CLI::App& app);
 void addLive(CLI::App& app);
 void addSimulate(CLI::App& app);

@@ -26,7 +26,7 @@ std::string posLine(const SolutionEpoch& epoch) {
   const int quality = epoch.status == kFixedStatus ? 1 : epoch.status == 1 ? 5 : 2;
   line += printed("%4d%4d", quality, satelliteCount(epoch));
   for (const double element : epoch.covariance)
-    line += printed("%9.4f", std::copysign(std::sqrt(std::abs(element)), element));
+    line += printed(" %8.4f", std::copysign(std::sqrt(std::abs(element)), element));
   return line + printed("%7.2f%7.1f\n", 0.0, epoch.ratio);
 }
 

@@ -298,9 +298,14 @@ BroadcastEph Constellation::makeMessage(const SimulatedSatellite& satellite, con
   m.iode = issueOfData(system, toe);
   m.iodc = system == 'G' || system == 'J' ? m.iode : 0;
   m.code = system == 'E' ? 258 : system == 'G' ? 1 : 0;
+  const auto& bias = satellite.codeBias;
   if (system != 'C') {
-    const auto& signals = m_options.signals.at(system);
-    m.tgd[0] = asWritten(-satellite.codeBias.at(signals[0]) / kSpeedOfLight);
+    m.tgd[0] = asWritten(-bias.at(m_options.signals.at(system)[0]) / kSpeedOfLight);
+  } else if (bias.contains("2I") && bias.contains("6I")) {
+    // The clock of a BeiDou message is that of B3I; it tells in steps of 0.1 ns what B1I is beside it.
+    constexpr double kStep_s = 1e-10;
+    m.tgd[0] = kStep_s * std::round((bias.at("6I") - bias.at("2I")) / kSpeedOfLight / kStep_s);
+    m.af[0] = asWritten(2.0 * m.af[0] - broadcastClock(m, m.toc));
   }
   return m;
 }
@@ -352,7 +357,7 @@ SsrOrbit Constellation::orbitCorrection(std::size_t satellite, const GpsTime& t,
 SsrClock Constellation::clockCorrection(std::size_t satellite, const GpsTime& t,
                                         const GpsTime& reference) const {
   const BroadcastEph& m = message(satellite, reference);
-  const double difference = clock(satellite, t) - evaluateClock(m, t);
+  const double difference = clock(satellite, t) - broadcastClock(m, t);
   return {m_satellites[satellite].name, m.iode, {difference * kSpeedOfLight, 0.0, 0.0}};
 }
 

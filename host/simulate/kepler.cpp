@@ -65,9 +65,4 @@ SatelliteState evaluateOrbit(const BroadcastEph& eph, const GpsTime& t) {
   return state;
 }
 
-double evaluateClock(const BroadcastEph& eph, const GpsTime& t) {
-  const double dt = t - eph.toc;
-  return eph.af[0] + dt * (eph.af[1] + dt * eph.af[2]);
-}
-
 }  // namespace gnx

@@ -1,12 +1,11 @@
 #pragma once
 /// \file kepler.h
-/// Position, velocity and clock of a satellite from a broadcast message by the interface documents:
+/// Position and velocity of a satellite from a broadcast message by the interface documents:
 /// IS-GPS-200 table 20-IV, Galileo OS SIS ICD table 57, BDS-SIS-ICD table 5-12 (MEO and IGSO),
 /// IS-QZSS-PNT 5.6.
 ///
-/// Earth-fixed metres and m/s at the given time, without rotation for the travel time. The clock is the
-/// plain polynomial: no periodic relativity, no group delay. BeiDou geostationary messages, whose
-/// elements refer to a tilted plane, are not evaluated: the simulated sky holds none.
+/// Earth-fixed metres and m/s at the given time, without rotation for the travel time. BeiDou geostationary
+/// messages, whose elements refer to a tilted plane, are not evaluated: the simulated sky holds none.
 
 #include "geometry/vector3.h"
 #include "gnx/records.h"
@@ -27,7 +26,5 @@ double earthRotation(char system);
 double ephemerisSeconds(const BroadcastEph& eph);
 
 SatelliteState evaluateOrbit(const BroadcastEph& eph, const GpsTime& t);
-/// Seconds; nothing but af0 + af1 dt + af2 dt^2.
-double evaluateClock(const BroadcastEph& eph, const GpsTime& t);
 
 }  // namespace gnx

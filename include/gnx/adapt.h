@@ -16,7 +16,7 @@
 /// | corrections of messages that the engine does not hold | moveToMessage (corrections.h)                  |
 /// | code biases of reference signals, which are 0         | boundaryCodeBias                               |
 /// | half a cycle of wind-up of GPS IIR and III            | windUpCycles, reversedSatellites               |
-/// | discontinuities of phase biases                       | PhaseArcs                                      |
+/// | changes and discontinuities of phase biases           | PhaseArcs                                      |
 /// | biases estimated without satellite antenna offsets    | makeUpForOffsets                               |
 /// | patterns of antennas, without PCV_APPLY               | AntennaPatterns, PatternCorrector              |
 /// | GLONASS clocks with the sign of TauN                  | toBoundary                                     |
@@ -158,8 +158,20 @@ double wideLaneOfOffsets(char system, const std::map<char, double>& heights, cha
 /// change of the wide-lane that leaves the ionosphere-free phase unchanged. A satellite without two such
 /// bands stays as it is.
 void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);
+/// The same for all satellites of a new set of biases.
+void makeUpForOffsets(CorrectionBatch& batch, const PhaseCentreHeights& heights);
 
-/// Arcs of carrier phase that have to begin anew because the phase bias of a satellite's signal has.
+/// What streams of phase biases do to carrier phases beyond a constant of each arc.
+///
+/// A phase bias that changes goes with its clock: phase plus bias belongs to the clock, the phase alone
+/// drifts away from it, by decimetres in a quarter of an hour where a provider leaves what its clocks lack to
+/// the biases. That holds for float ambiguities too, which are constants of their arcs. So the engine gets
+/// the bias with which an arc began, and the phases get what the bias has changed since. Biases that stay the
+/// same change nothing.
+///
+/// Where the biases of a system run like that, a phase without one drifts away from its clock unseen, and its
+/// satellite does more harm than good. Nor are integers to be believed: biases that are half a minute old are
+/// off by a tenth of a cycle of narrow-lane, in all epochs of a search alike.
 ///
 /// A provider counts the discontinuities of each phase bias: behind one, the integers of that signal are
 /// others. The boundary has no call that ends an arc. What it offers is a slip: from the next epoch on the
@@ -169,18 +181,30 @@ void makeUpForOffsets(SatBiases& biases, const std::map<char, double>& heights);
 /// Written by the thread of the corrections, read by that of the epochs.
 class PhaseArcs {
  public:
-  /// Takes note of a signal's discontinuity counter, -1 when unknown.
-  void note(const SatName& sat, const std::string& signal, int counter);
-  /// Whole cycles to be added to a signal's phase.
+  /// Takes note of a signal's phase bias, m, valid from `t` on, and its discontinuity counter. A counter of
+  /// -1 is unknown: nothing tells a drift from a new beginning then, and the bias counts as constant. \return
+  /// the bias, m, that belongs to phases to which shift() is added
+  double note(const SatName& sat, const std::string& signal, double bias_m, int counter, const GpsTime& t);
+  /// Cycles to be added to a signal's phase: what its bias has changed, and whole cycles for new arcs.
   double shift(const SatName& sat, const std::string& signal) const;
+  /// Whether the biases of any system run away from where their arcs began, by decimetres in an hour.
+  bool biasesRun() const;
+  /// Whether those of the signal's system run, and this signal has none, or none of the last minute of
+  /// biases.
+  bool adrift(const SatName& sat, const std::string& signal) const;
 
  private:
   struct Arc {
     int counter = 0;
     bool shifted = false;
+    double first_m = 0.0, change_m = 0.0;
+    GpsTime begin, last;
   };
+  bool running(char system) const;
+
   mutable std::mutex mutex_;
   std::map<std::pair<SatName, std::string>, Arc> arcs_;
+  std::map<char, GpsTime> newest_;
 };
 
 // ---- antennas ----
@@ -283,8 +307,8 @@ class ProductFeed {
 
   /// Holds back the phase biases of satellites: without them the engine leaves the ambiguities float.
   void keepFloat(std::set<std::string> names) { floating_ = std::move(names); }
-  /// Where discontinuities of phase biases are noted; it must outlive the feed.
-  void noteDiscontinuities(PhaseArcs& arcs) { arcs_ = &arcs; }
+  /// Where changes and discontinuities of phase biases are noted; it must outlive the feed.
+  void notePhaseBiases(PhaseArcs& arcs) { arcs_ = &arcs; }
 
   void feed(const BroadcastEph& eph);
   void feed(const GlonassEph& eph);
@@ -294,7 +318,8 @@ class ProductFeed {
   void feedOrbitClock(const CorrectionBatch& batch);
   void feedBiases(const CorrectionBatch& batch);
   bool setCodeBiases(GNX_IO::ssr_t& ssr, char system, const SatBiases* biases) const;
-  bool setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases) const;
+  bool setPhaseBiases(GNX_IO::ssr_t& ssr, const SatName& sat, const SatBiases* biases,
+                      const GpsTime& tag) const;
 
   Boundary& boundary_;
   const BoundaryNumbers& numbers_;
@@ -312,7 +337,7 @@ class ObservationFeed {
  public:
   ObservationFeed(Boundary& boundary, const BoundaryNumbers& numbers, const SignalPlan& plan,
                   std::set<SatName> excluded);
-  /// Shifts phases whose biases have become discontinuous; `arcs` must outlive the feed.
+  /// Shifts phases whose biases have changed or become discontinuous; `arcs` must outlive the feed.
   void shiftArcs(const PhaseArcs& arcs) { arcs_ = &arcs; }
   /// Processes one epoch in the engine.
   void feed(const ObsEpoch& epoch);
@@ -323,7 +348,9 @@ class ObservationFeed {
 
  private:
   bool convert(const SatObs& sat, GNX_IO::obs_entry_t& entry) const;
-  void count(const SatObs& sat, bool handedOver, const GNX_IO::obs_entry_t& entry);
+  bool adrift(const SatObs& sat) const;
+  /// \param leftOut  reason why the satellite is not handed over, null when it is
+  void count(const SatObs& sat, const char* leftOut, const GNX_IO::obs_entry_t& entry);
 
   Boundary& boundary_;
   const BoundaryNumbers& numbers_;

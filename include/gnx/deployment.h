@@ -115,11 +115,15 @@ class Deployment {
   bool toMassCentre() const;
   /// Whether a level of the ambiguity resolution is on.
   bool resolvesIntegers() const;
+  /// Who applies antenna patterns: the engine in its model (key "pcv", PCV_APPLY), or else the host, which
+  /// takes them off the observations (PatternCorrector) unless its settings say otherwise. Both would apply
+  /// them twice.
+  bool engineAppliesPatterns() const;
   /// A file of the deployment by its key ("antpcv", "satnav", ...); "" when there is none.
   std::filesystem::path file(const std::string& key) const;
 
  private:
-  explicit Deployment(std::filesystem::path directory);
+  explicit Deployment(const std::filesystem::path& directory);
 
   std::filesystem::path m_directory;
   std::vector<std::string> m_notes;

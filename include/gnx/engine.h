@@ -99,6 +99,12 @@ class Engine {
   /// \throws UsageError, EngineError
   void start(const StreamStart& start);
 
+  /// Resolves integers as a judgement says (IntegerJudge), from the next epoch on; satellites that it leaves
+  /// float, from the next set of biases on. Phase biases that are fed from then on are made up for antenna
+  /// offsets where it says so: they are to come as their provider sends them. Of a stream of read() the
+  /// judgement comes with its StreamStart, and its biases are made up for already.
+  void obey(const IntegerPolicy& policy);
+
   /// Sets the engine's output options, words such as "-outres -outaccount", from the next epoch on; the
   /// diagnostics go to "diagnostics.log" of the directory. docs/formats.md lists them. \throws UsageError
   void setOutputOptions(const std::string& options);

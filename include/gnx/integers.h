@@ -12,6 +12,7 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,49 @@ struct IntegerPolicy {
   std::vector<std::string> remarks;   ///< sentences
 
   bool resolvesAt(const GpsTime& t) const;
+};
+
+/// What a host knows about corrections that it decodes itself; read() finds it in the files.
+struct CorrectionFacts {
+  /// Whose solution they are, such as "GRG"; names that differ belong to different solutions, "" is not
+  /// known.
+  std::string orbits{}, clocks{}, phaseBiases{};
+  bool mixed = false;                  ///< the host wants integers even from different solutions
+  bool broadcastClocks = false;        ///< clocks are those of broadcast messages
+  double clockInterval_s = 0.0;        ///< 0: those of a stream, often enough
+  double sparseClocks_s = 60.0;        ///< clocks further apart serve integers at their own epochs alone
+  std::vector<GpsTime> clockEpochs{};  ///< in order; needed for such clocks
+  bool withoutOffsets = false;         ///< where observations do not tell: biases know no antenna offsets
+};
+
+class Deployment;
+struct StreamStart;
+struct BroadcastEph;
+struct CorrectionBatch;
+struct ObsEpoch;
+
+/// The judgement for a host of its own records: it gets what the engine gets and says which integers the
+/// corrections carry. Ten minutes of observations are the least; read() takes a whole day ahead. A host that
+/// cannot read ahead leaves the engine float (Engine::obey a policy that is not `resolved`), asks after ten
+/// minutes and now and then afterwards.
+class IntegerJudge {
+ public:
+  /// \param start  what the receiver observes and which signals have biases; its `first` must be known
+  /// \throws UsageError, InputError
+  IntegerJudge(const Deployment& deployment, const StreamStart& start);
+  ~IntegerJudge();
+  IntegerJudge(IntegerJudge&&) noexcept;
+  IntegerJudge& operator=(IntegerJudge&&) noexcept;
+
+  void take(const BroadcastEph& eph);  ///< for elevations
+  void take(const CorrectionBatch& batch);
+  void take(const ObsEpoch& epoch);
+  /// By all that was taken so far; for Engine::obey.
+  IntegerPolicy verdict(const CorrectionFacts& facts = {}) const;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> m_impl;
 };
 
 /// The judgement as a JSON file.

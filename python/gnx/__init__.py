@@ -26,6 +26,8 @@ from ._gnx import (
     EventStream,
     GlonassEph,
     GpsTime,
+    IntegerJudge,
+    IntegerPolicy,
     ObsEpoch,
     ObsHeader,
     ObservationReader,

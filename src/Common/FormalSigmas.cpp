@@ -23,35 +23,55 @@ struct Rows {
 
 using Sums = double[kRows];
 
-/// Sums of squares of rows first to first + kRows - 1 of R^-1.
-/// \param y  [n], work space: column c of those rows
-[[gnu::always_inline]] inline void s_squaresBody(const double* R, const int* start, int n, int first, Rows* y,
-                                                 Sums& squares) {
+/// A triangle, and the covariance of columns behind it that are not its own.
+struct Problem {
+  const double* R;
+  const int* start;
+  int n;
+  int last = 0;
+  const double* Q = nullptr;
+  int lead = 0;
+};
+
+/// Sums of squares of rows first to first + kRows - 1 of R^-1, what they make of the last columns added.
+/// \param y  [n + last], work space: column c of those rows
+[[gnu::always_inline]] inline void s_squaresBody(const Problem& p, int first, Rows* y, Sums& squares) {
   Four total[kFours] = {};
-  for (int c = first; c < n; ++c) {
-    const double* column = R + start[c];
+  for (int c = first; c < p.n + p.last; ++c) {
+    const double* column = p.R + p.start[c];
     Four sum[kFours] = {};
-    for (int r = first; r < c; ++r)
+    for (int r = first; r < std::min(c, p.n); ++r)
       for (int k = 0; k < kFours; ++k) sum[k] += column[r] * y[r].part[k];
+    if (c >= p.n) {
+      for (int k = 0; k < kFours; ++k) y[c].part[k] = -sum[k];
+      continue;
+    }
     const double inverse = column[c] == 0.0 ? 0.0 : 1.0 / column[c];
     for (int k = 0; k < kFours; ++k) y[c].part[k] = -sum[k] * inverse;
     // A row begins in its own column.
     if (const int own = c - first; own < kRows) y[c].part[own / 4][own % 4] = inverse;
     for (int k = 0; k < kFours; ++k) total[k] += y[c].part[k] * y[c].part[k];
   }
+  const Rows* z = y + p.n;
+  for (int i = 0; i < p.last; ++i) {
+    const double* row = p.Q + static_cast<std::ptrdiff_t>(i) * p.lead;
+    Four sum[kFours] = {};
+    for (int j = 0; j < i; ++j)  // the other half is the same
+      for (int k = 0; k < kFours; ++k) sum[k] += row[j] * z[j].part[k];
+    for (int k = 0; k < kFours; ++k) total[k] += z[i].part[k] * (2.0 * sum[k] + row[i] * z[i].part[k]);
+  }
   std::memcpy(squares, total, sizeof squares);
 }
 
-using SquaresFunction = void (*)(const double*, const int*, int, int, Rows*, Sums&);
+using SquaresFunction = void (*)(const Problem&, int, Rows*, Sums&);
 
-void s_squaresBase(const double* R, const int* start, int n, int first, Rows* y, Sums& squares) {
-  s_squaresBody(R, start, n, first, y, squares);
+void s_squaresBase(const Problem& p, int first, Rows* y, Sums& squares) {
+  s_squaresBody(p, first, y, squares);
 }
 
 #if defined(__x86_64__)
-__attribute__((target("avx2"))) void s_squaresWide(const double* R, const int* start, int n, int first,
-                                                   Rows* y, Sums& squares) {
-  s_squaresBody(R, start, n, first, y, squares);
+__attribute__((target("avx2"))) void s_squaresWide(const Problem& p, int first, Rows* y, Sums& squares) {
+  s_squaresBody(p, first, y, squares);
 }
 #endif
 
@@ -62,52 +82,27 @@ SquaresFunction s_chooseSquares() {
   return s_squaresBase;
 }
 
+void s_sigmas(const Problem& p, int count, double* sigma) {
+  static const SquaresFunction squaresOf = s_chooseSquares();
+  thread_local std::vector<Rows> work;
+  work.resize(static_cast<std::size_t>(p.n + p.last));
+  for (int first = 0; first < count; first += kRows) {
+    Sums squares = {};
+    squaresOf(p, first, work.data(), squares);
+    for (int k = 0; k < kRows && first + k < count; ++k)
+      sigma[first + k] = squares[k] > 0.0 && std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
+  }
+}
+
 }  // namespace
 
 void s_formalSigmas(const double* R, const int* start, int n, int count, double* sigma) {
-  static const SquaresFunction squaresOf = s_chooseSquares();
-  thread_local std::vector<Rows> work;
-  work.resize(static_cast<std::size_t>(n));
-  for (int first = 0; first < count; first += kRows) {
-    Sums squares = {};
-    squaresOf(R, start, n, first, work.data(), squares);
-    for (int k = 0; k < kRows && first + k < count; ++k)
-      sigma[first + k] = std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
-  }
+  s_sigmas({R, start, n}, count, sigma);
 }
 
 void s_formalSigmas(const double* R, const int* start, int n, int last, const double* Q, int lead,
                     double* sigma) {
-  struct Column {
-    Four of;
-  };
-  thread_local std::vector<Column> work;
-  work.resize(static_cast<std::size_t>(n + last));
-  Column* const y = work.data();
-  for (int first = 0; first < n; first += 4) {
-    Four squares = {};
-    for (int c = first; c < n + last; ++c) {
-      const double* column = R + start[c];
-      Four sum = {};
-      for (int r = first; r < std::min(c, n); ++r) sum += column[r] * y[r].of;
-      Four& here = y[c].of;
-      here = -sum;
-      if (c >= n) continue;
-      const double inverse = column[c] == 0.0 ? 0.0 : 1.0 / column[c];
-      here *= inverse;
-      if (const int own = c - first; own < 4) here[own] = inverse;
-      squares += here * here;
-    }
-    const Column* z = y + n;
-    for (int i = 0; i < last; ++i) {
-      const double* row = Q + static_cast<std::ptrdiff_t>(i) * lead;
-      Four sum = {};
-      for (int j = 0; j < last; ++j) sum += row[j] * z[j].of;
-      squares += z[i].of * sum;
-    }
-    for (int k = 0; k < 4 && first + k < n; ++k)
-      sigma[first + k] = squares[k] > 0.0 && std::isfinite(squares[k]) ? std::sqrt(squares[k]) : 0.0;
-  }
+  s_sigmas({R, start, n, last, Q, lead}, n, sigma);
 }
 
 }  // namespace tarvio

@@ -75,6 +75,21 @@ class SmallRun(unittest.TestCase):
                        stdout=subprocess.DEVNULL)
         np.testing.assert_array_equal(np.load(saved), gnx.replay(self.site, self.files).position)
 
+    def test_integers_of_own_records_are_judged(self):
+        stream = gnx.read(self.files, self.site)
+        judge = gnx.IntegerJudge(self.site, stream.start)
+        for event in stream:
+            if isinstance(event.record, (gnx.BroadcastEph, gnx.CorrectionBatch, gnx.ObsEpoch)):
+                judge.take(event.record)
+        self.assertTrue(judge.verdict().resolved)
+        mixed = judge.verdict(orbits="GRG", clocks="COD")
+        self.assertFalse(mixed.resolved)
+        self.assertIn("clocks of COD", mixed.remarks[0])
+        engine = gnx.Engine(self.site)
+        engine.obey(mixed)
+        states = [s.state for s in map(engine.feed, gnx.read(self.files, self.site)) if s]
+        self.assertLess(max(s.value for s in states), gnx.State.EXTRA_WIDE_LANE.value)
+
     def test_a_solution_tells_its_satellites(self):
         solution = gnx.replay(self.site, self.files)[-1]
         used = [b for s in solution.satellites for b in s.bands if b.phase.fate == "used"]

@@ -112,10 +112,11 @@ gnx_message inC(const BroadcastEph& e) {
   return m;
 }
 
-/// An engine that gets every record through its own call.
+/// An engine that gets every record through its own call, and a judge that has got them before.
 class RecordByRecord {
  public:
-  RecordByRecord(gnx_engine* engine, EventStream& stream) : m_engine(engine), m_stream(stream) {}
+  RecordByRecord(gnx_deployment* site, gnx_engine* engine, EventStream& stream)
+      : m_site(site), m_engine(engine), m_stream(stream) {}
 
   gnx_status next(gnx_solution* solution) {
     for (Event event; m_stream.next(event);) {
@@ -134,10 +135,42 @@ class RecordByRecord {
     for (const std::string& word : words) text += word + ",";
     return text;
   }
+  /// What the whole stream says about its integers.
+  void judge(const StreamStart& start, const std::string& types, const std::string& signals) {
+    gnx_judge* judge = nullptr;
+    ASSERT_EQ(gnx_judge_open(m_site, inC(start.first.value()), types.c_str(), signals.c_str(),
+                             start.header.position.data(), &judge),
+              GNX_OK);
+    for (const Event& event : read(smallRun().files)) {
+      if (const auto* eph = std::get_if<BroadcastEph>(&event.record)) {
+        const gnx_message message = inC(*eph);
+        EXPECT_EQ(gnx_judge_feed_message(judge, &message, sizeof message), GNX_OK);
+      } else if (const auto* batch = std::get_if<CorrectionBatch>(&event.record)) {
+        const auto list = biasesOf(*batch);
+        EXPECT_EQ(gnx_judge_feed_biases(judge, inC(batch->tag), list.data(), sizeof(gnx_bias), list.size()),
+                  GNX_OK);
+      } else if (const auto* epoch = std::get_if<ObsEpoch>(&event.record)) {
+        const auto list = observationsOf(*epoch);
+        EXPECT_EQ(
+            gnx_judge_feed_epoch(judge, inC(epoch->time), list.data(), sizeof(gnx_observation), list.size()),
+            GNX_OK);
+      }
+    }
+    char remarks[1000];
+    EXPECT_EQ(gnx_engine_obey(m_engine, judge, nullptr, remarks, sizeof remarks, nullptr), GNX_OK);
+    std::string ofStream;
+    for (const std::string& remark : start.integers.remarks)
+      ofStream += (ofStream.empty() ? "" : "\n") + remark;
+    EXPECT_EQ(remarks, ofStream);
+    EXPECT_THAT(remarks, HasSubstr("left float")) << "else this proves little";
+    EXPECT_EQ(gnx_judge_close(judge), GNX_OK);
+  }
+
   gnx_status feed(const StreamStart& start, gnx_solution*) {
     std::string types, biases;
     for (const auto& [system, list] : start.header.types) types = listed(types, system, list);
     for (const auto& [system, list] : start.corrected) biases = listed(biases, system, list);
+    judge(start, types, biases);
     return gnx_engine_start(m_engine, inC(start.first.value()), types.c_str(), biases.c_str(),
                             start.header.antenna.c_str(), start.header.position.data());
   }
@@ -148,7 +181,6 @@ class RecordByRecord {
   gnx_status feed(const GlonassEph&, gnx_solution*) { return GNX_FAILED; }  // none in this sky
   gnx_status feed(const CorrectionBatch& batch, gnx_solution*) {
     std::vector<gnx_correction> corrections;
-    std::vector<gnx_bias> biases;
     for (const OrbitClockCorrection& c : batch.orbitClock) {
       gnx_correction& to = corrections.emplace_back();
       put(to.satellite, c.sat);
@@ -157,22 +189,27 @@ class RecordByRecord {
       std::copy(c.ddeph.begin(), c.ddeph.end(), to.orbit_mps);
       std::copy(c.dclk.begin(), c.dclk.end(), to.clock);
     }
-    if (batch.newBiases)
-      for (const SatBiases& satellite : batch.biases)
-        for (const auto* list : {&satellite.code, &satellite.phase})
-          for (const SsrBias& bias : *list) {
-            gnx_bias& to = biases.emplace_back();
-            put(to.satellite, satellite.sat);
-            put(to.signal, bias.signal);
-            to.is_phase = list == &satellite.phase;
-            to.discontinuity = bias.discontinuity;
-            to.value_m = bias.value;
-          }
+    const std::vector<gnx_bias> biases = biasesOf(batch);
     return gnx_engine_feed_corrections(m_engine, inC(batch.delivery), inC(batch.tag), corrections.data(),
                                        sizeof(gnx_correction), corrections.size(), biases.data(),
                                        sizeof(gnx_bias), biases.size());
   }
-  gnx_status feed(const ObsEpoch& epoch, gnx_solution* solution) {
+  static std::vector<gnx_bias> biasesOf(const CorrectionBatch& batch) {
+    std::vector<gnx_bias> biases;
+    if (!batch.newBiases) return biases;
+    for (const SatBiases& satellite : batch.biases)
+      for (const auto* list : {&satellite.code, &satellite.phase})
+        for (const SsrBias& bias : *list) {
+          gnx_bias& to = biases.emplace_back();
+          put(to.satellite, satellite.sat);
+          put(to.signal, bias.signal);
+          to.is_phase = list == &satellite.phase;
+          to.discontinuity = bias.discontinuity;
+          to.value_m = bias.value;
+        }
+    return biases;
+  }
+  static std::vector<gnx_observation> observationsOf(const ObsEpoch& epoch) {
     std::vector<gnx_observation> list;
     for (const SatObs& sat : epoch.sats)
       for (const SignalObs& s : sat.signals) {
@@ -182,22 +219,24 @@ class RecordByRecord {
         to.phase_cycles = s.phase, to.range_m = s.range, to.doppler_hz = s.doppler, to.snr_dbhz = s.snr;
         to.lock_lost = s.lli;
       }
+    return list;
+  }
+  gnx_status feed(const ObsEpoch& epoch, gnx_solution* solution) {
+    const std::vector<gnx_observation> list = observationsOf(epoch);
     return gnx_engine_feed_epoch(m_engine, inC(epoch.time), list.data(), sizeof(gnx_observation), list.size(),
                                  solution);
   }
 
+  gnx_deployment* m_site;
   gnx_engine* m_engine;
   EventStream& m_stream;
 };
 
-/// \param judged  whether the engine is told what the files say about integers, which a host of its own
-/// cannot
-void expectInCpp(const std::string& inC, bool judged) {
+void expectInCpp(const std::string& inC) {
   const Deployment site = Deployment::open(smallRun().site);
   Engine engine(site);
   std::size_t k = 0;
-  for (Event event : read(smallRun().files, {.deployment = site})) {
-    if (auto* start = std::get_if<StreamStart>(&event.record); start && !judged) start->integers = {};
+  for (const Event& event : read(smallRun().files, {.deployment = site})) {
     const auto solution = engine.feed(event);
     if (!solution) continue;
     gnx_solution other;
@@ -214,7 +253,7 @@ TEST(InterfaceInC, GivesTheSolutionsOfTheLibraryBitForBit) {
   const std::string worker = runFiles();
   EXPECT_EQ(worker.size(), 30 * sizeof(gnx_solution)) << "every half minute";
 
-  expectInCpp(worker, true);
+  expectInCpp(worker);
 
   const std::filesystem::path here = smallRun().directory.path() / "in_process";
   support::runInChild([&] {
@@ -230,8 +269,8 @@ TEST(InterfaceInC, TakesRecordsThatAHostMakes) {
   gnx_deployment* opened = openSite();
   gnx_engine* own = openEngine(opened);
   EventStream stream = read(smallRun().files, {.deployment = Deployment::open(smallRun().site)});
-  RecordByRecord records(own, stream);
-  expectInCpp(fingerprint([&](gnx_solution* s) { return records.next(s); }), false);
+  RecordByRecord records(opened, own, stream);
+  expectInCpp(fingerprint([&](gnx_solution* s) { return records.next(s); }));
   size_t bands = 0;
   EXPECT_EQ(gnx_engine_bands(own, nullptr, sizeof(gnx_band), 0, &bands), GNX_OK);
   std::vector<gnx_band> list(bands);
@@ -318,6 +357,10 @@ TEST(InterfaceInC, ToldOfNonsenseAnswersWithAStatus) {
        GNX_BAD_ARGUMENT},
       {"epoch before the start",
        [&] { return gnx_engine_feed_epoch(engine, time, nullptr, 0, 0, &solution); }, GNX_BAD_ORDER},
+      {"judge", [&] { return gnx_engine_obey(engine, nullptr, nullptr, nullptr, 0, nullptr); },
+       GNX_BAD_HANDLE},
+      {"place of the judge", [&] { return gnx_judge_open(site, time, "G:C1C", "", nullptr, nullptr); },
+       GNX_BAD_ARGUMENT},
       {"bands", [&] { return gnx_engine_bands(engine, nullptr, sizeof(gnx_band), 5, nullptr); },
        GNX_BAD_ARGUMENT},
   };
@@ -406,7 +449,7 @@ TEST(InterfaceInC, IsFoundByName) {
   for (std::sregex_iterator found(header.begin(), header.end(), function), end; found != end;
        ++found, ++count)
     EXPECT_NE(dlsym(library, (*found)[1].str().c_str()), nullptr) << (*found)[1];
-  EXPECT_EQ(count, 21);
+  EXPECT_EQ(count, 27);
   dlclose(library);
 }
 

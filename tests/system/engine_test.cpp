@@ -7,7 +7,9 @@
 #include <csignal>
 #include <cstdio>
 
+#include "geometry/vector3.h"
 #include "support/child.h"
+#include "support/deployment.h"
 #include "support/simulated_files.h"
 
 namespace gnx::test {
@@ -22,18 +24,31 @@ struct Site {
     return site;
   }
   Site()
-      : files(simulate(shortSky("GECJ", 0.5), directory.path() / "sky")),
+      : sky(inJapan()),
+        files(simulate(sky, directory.path() / "sky")),
         deployment(Deployment::make(directory.path() / "site", options())) {}
   EventStream stream() const {
     return read({files.observations.string(), files.navigation.string(), files.corrections.string()},
                 {.deployment = deployment});
   }
 
+  /// What the example hosts take.
+  std::string arguments() const {
+    return deployment.directory().string() + " " + files.corrections.string() + " " +
+           files.observations.string() + " " + files.navigation.string();
+  }
+
   const support::TemporaryDirectory directory;
+  const SimulationOptions sky;
   const SimulationFiles files;
   const Deployment deployment;
 
  private:
+  static SimulationOptions inJapan() {
+    SimulationOptions o = shortSky("GECJ", 0.5);
+    o.observer.site = toEarthFixed({0.61, 2.43, 50.0});
+    return o;
+  }
   static DeploymentOptions options() {
     DeploymentOptions o;
     o.systems = "GECJ";
@@ -207,8 +222,11 @@ TEST(Engines, TakeRecordsOfAHostThatKnowsNoBeginning) {
 TEST(Deployments, ExplainThemselvesAndLendNoResults) {
   std::ostringstream words;
   Site::get().deployment.explain(words);
-  for (const char* text : {"QZS", "GPS:L1_L2", "of the satellites' antennas", "static, every 30 s"})
+  for (const char* text :
+       {"QZS", "GPS:L1_L2", "of the satellites' antennas", "static, every 30 s", "applied by the engine"})
     EXPECT_THAT(words.str(), HasSubstr(text));
+  EXPECT_EQ(support::runProgram("explain " + Site::get().deployment.directory().string()).output,
+            words.str());
   EXPECT_TRUE(Site::get().deployment.check().empty());
 
   const support::TemporaryDirectory from, to;
@@ -221,17 +239,46 @@ TEST(Deployments, ExplainThemselvesAndLendNoResults) {
   EXPECT_THROW(Deployment::open(to.path() / "log" / "none"), UsageError);
 }
 
+// The engine takes an antenna that it does not know for none and goes on.
+TEST(Deployments, WarnOfAnUnknownAntennaAndNameTheNearest) {
+  const support::TemporaryDirectory home;
+  DeploymentOptions o;
+  o.systems = "G";
+  o.date = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+  std::string blocks = support::antexHeader();
+  for (int sat = 1; sat <= 32; ++sat)
+    blocks += support::antexBlock(
+        "BLOCK IIF", support::printed("G%02d", sat),
+        support::antexFrequency("G01", 0, 0, 1000) + support::antexFrequency("G02", 0, 0, 1000));
+  for (const char* type : {"LEIAR25.R3      LEIT", "LEIAR25.R4      LEIT", "TRM59800.00     SCIS"})
+    blocks += support::antexBlock(type, "", support::antexFrequency("G01", 0, 0, 80));
+  o.antex = home.write("antennas.atx", blocks);
+  Deployment site = Deployment::make(home.path() / "site", o);
+  const auto warningsOf = [&](const char* antenna) {
+    StreamStart start = Site::get().stream().start();
+    start.header.antenna = antenna;
+    Engine engine(site);
+    engine.start(start);
+    return engine.warnings();
+  };
+  EXPECT_THAT(warningsOf("TRM59800.00     SCIS"), testing::IsEmpty());
+  EXPECT_THAT(warningsOf("TRM59800"), testing::IsEmpty()) << "completed by the table of names";
+  EXPECT_THAT(warningsOf("LEIAR25.R4      NONE"),
+              testing::ElementsAre(HasSubstr("is 'LEIAR25.R4      LEIT'")));
+  site.settings.antenna = "TRM59080.00     SCIS";
+  EXPECT_THAT(site.check(), testing::ElementsAre(HasSubstr("is 'TRM59800.00     SCIS'")));
+}
+
+std::string lastLine(const std::string& command) {
+  const auto child = support::runInChild([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+  EXPECT_EQ(child.status, 0) << child.output;
+  return support::linesOf(child.output).back();
+}
+
 // The program and a host of thirty lines see the same position.
 TEST(Engines, ExampleHostPrintsTheFixedPositionOfTheProgram) {
   const Site& site = Site::get();
-  const std::string call = support::kExamples + "/positions ";
-  const std::string arguments = site.deployment.directory().string() + " " + site.files.corrections.string() +
-                                " " + site.files.observations.string() + " " + site.files.navigation.string();
-  const auto lastLine = [](const std::string& command) {
-    const auto child = support::runInChild([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
-    EXPECT_EQ(child.status, 0) << child.output;
-    return support::linesOf(child.output).back();
-  };
+  const std::string call = support::kExamples + "/positions ", arguments = site.arguments();
   const std::string line = lastLine(call + arguments);
   EXPECT_THAT(line, HasSubstr("2026-11-21 06:29:30.000"));
   EXPECT_THAT(line, HasSubstr("fixed"));
@@ -245,6 +292,32 @@ TEST(Engines, ExampleHostPrintsTheFixedPositionOfTheProgram) {
     std::snprintf(text, sizeof text, "%.4f", coordinate);
     EXPECT_THAT(line, HasSubstr(text));
   }
+}
+
+// The engine's entry points alone, every duty done by hand, companion functions that number and search in
+// their own way: where a host that left duties out would be off by metres.
+TEST(Engines, RawHostWithCompanionFunctionsOfItsOwnReachesCentimetres) {
+  const Site& site = Site::get();
+  std::set<std::string> blocks;
+  ObservationReader observations(site.files.observations.string());
+  ObsEpoch epoch;
+  ASSERT_TRUE(observations.next(epoch));
+  for (const SatObs& sat : epoch.sats)
+    for (const SatelliteRecord& row : builtInSatellites())
+      if (row.name == sat.sat && row.validAt(tableTime(epoch.time))) blocks.insert(row.block.substr(0, 9));
+  EXPECT_THAT(blocks, testing::IsSupersetOf({"BLOCK IIR", "BLOCK III", "QZSS-2I", "BEIDOU-3M"}));
+  double largest = 0.0;
+  for (const BroadcastEph& eph : readRinexNav({site.files.navigation.string()}).keplerian)
+    if (eph.sat[0] == 'C') largest = std::max(largest, 2.94 * std::fabs(eph.tgd[0]) * 299792458.0);
+  EXPECT_GT(largest, 1.0) << "m, clocks of B3I against those of the pair";
+
+  const std::string line = lastLine(support::kExamples + "/raw_host_of_others " + site.arguments());
+  EXPECT_THAT(line, testing::EndsWith("fixed"));
+  std::istringstream words(line);
+  std::string date, time;
+  Vector3 position{};
+  words >> date >> time >> position[0] >> position[1] >> position[2];
+  EXPECT_LT(length(minus(position, site.sky.observer.site)), 0.05) << line;
 }
 
 }  // namespace

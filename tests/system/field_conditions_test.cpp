@@ -29,20 +29,6 @@ TEST(Intervals, FractionsOfASecondGiveALineEachTick) {
   }
 }
 
-TEST(Intervals, TagsBesideTheMultiplesCountWithinAMillisecond) {
-  const auto lines = [](double shift_s) {
-    Faults faults;
-    faults.observations = [shift_s](ObsEpoch& epoch, double t) {
-      epoch.time = epoch.time + shift_s;
-      return t < 300.0;
-    };
-    return FaultyRun(twoHourSky(), faults, {.resolution = false}).epochs.size();
-  };
-  EXPECT_EQ(lines(-4e-4), 10U);
-  EXPECT_EQ(lines(1e-7), 10U);
-  EXPECT_EQ(lines(5e-3), 0U);
-}
-
 TEST(Intervals, ThoseThatAreNoneTakeEveryEpochAndSaySo) {
   Faults faults;
   faults.observations = [](ObsEpoch&, double t) { return t < 150.0; };

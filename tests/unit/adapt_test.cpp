@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 
 namespace gnx::test {
 namespace {
@@ -75,6 +76,7 @@ TEST(Adaptation, MovesBeidouClocksToThePairOfProducts) {
   eph.sat = "C21";
   eph.toc = eph.toe = kSunday + kBdtOffset;
   eph.tgd[0] = 10e-9;
+  EXPECT_NEAR(broadcastClock(eph, eph.toc), -2.94368 * 10e-9, 1e-13);
   EXPECT_NEAR(std::fabs(clockCorrection(0.0, eph, eph.toc)), 2.94368 * 10e-9 * 299792458.0, 1e-4) << "8.8 m";
   eph.sat = "E21";
   EXPECT_EQ(clockCorrection(0.0, eph, eph.toc), 0.0);
@@ -93,17 +95,52 @@ TEST(Adaptation, GivesReferenceSignalsABiasAndReversedSatellitesHalfACycle) {
   EXPECT_EQ(windUpCycles(true) - windUpCycles(false), 0.5);
 }
 
+TEST(Adaptation, PhasesGetWhatTheirBiasesChange) {
+  PhaseArcs arcs;
+  const auto note = [&](double bias_m, int counter) {
+    return arcs.note("G05", "1C", bias_m, counter, kSunday);
+  };
+  EXPECT_EQ(note(0.4, 3), 0.4);
+  EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "nothing was before";
+  EXPECT_EQ(note(0.3, 3), 0.4) << "the bias of the arc's beginning";
+  EXPECT_NEAR(arcs.shift("G05", "1C"), -0.1 * 1575.42e6 / 299792458.0, 1e-9);
+  EXPECT_EQ(note(0.9, -1), 0.9) << "without a counter the bias counts as constant";
+  EXPECT_NEAR(arcs.shift("G05", "1C"), -0.1 * 1575.42e6 / 299792458.0, 1e-9);
+  EXPECT_EQ(note(7.4, 4), 7.4) << "behind a discontinuity there is another beginning";
+  EXPECT_EQ(arcs.shift("G05", "1C"), 1000.0);
+}
+
+TEST(Adaptation, PhasesWithoutBiasAreAdriftWhereBiasesRun) {
+  const auto follow = [](double rate_mps) {
+    auto arcs = std::make_unique<PhaseArcs>();
+    for (double t = 0.0; t <= 300.0; t += 30.0)
+      for (const char* sat : {"E01", "E02", "E03", "E04"})
+        if (sat[2] != '4' || t <= 150.0)
+          for (const char* signal : {"1C", "5Q"})
+            arcs->note(sat, signal, (sat[2] == '1' ? -rate_mps : rate_mps) * t, 0, kSunday + t);
+    return arcs;
+  };
+  const auto running = follow(3e-4), calm = follow(1e-6);
+  EXPECT_TRUE(running->biasesRun());
+  EXPECT_FALSE(running->adrift("E01", "1C"));
+  EXPECT_TRUE(running->adrift("E04", "1C")) << "has lost its bias";
+  EXPECT_TRUE(running->adrift("E09", "1C")) << "never had one";
+  EXPECT_FALSE(running->adrift("G09", "1C")) << "nobody gives GPS biases";
+  EXPECT_FALSE(calm->biasesRun());
+  EXPECT_FALSE(calm->adrift("E09", "1C"));
+}
+
 TEST(Adaptation, ArcsBeginAnewWithEachDiscontinuity) {
   PhaseArcs arcs;
-  arcs.note("G05", "1C", 3);
-  EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "nothing was before";
-  arcs.note("G05", "1C", 4);
+  const auto note = [&](int counter) { arcs.note("G05", "1C", 0.4, counter, kSunday); };
+  note(3);
+  note(4);
   EXPECT_EQ(std::fabs(arcs.shift("G05", "1C")), 1000.0);
   EXPECT_EQ(arcs.shift("G05", "2W"), 0.0);
-  arcs.note("G05", "1C", -1);
-  arcs.note("G05", "1C", 4);
+  note(-1);
+  note(4);
   EXPECT_EQ(std::fabs(arcs.shift("G05", "1C")), 1000.0) << "neither unknown nor the same is news";
-  arcs.note("G05", "1C", 0);
+  note(0);
   EXPECT_EQ(arcs.shift("G05", "1C"), 0.0) << "back: a jump as well";
 }
 

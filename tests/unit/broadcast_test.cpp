@@ -182,15 +182,6 @@ TEST_F(Glonass, AnIssueMatchesAtAnyDistanceThatMakesSense) {
   EXPECT_EQ(read(kToe, 20, kWeek + 500), 0) << "years away the integration would not end";
 }
 
-TEST_F(Glonass, FrameBefore2007TurnsByTheParametersOfItsSource) {
-  const double in[3] = {10000.0, -20000.0, 5000.0};
-  double out[3];
-  utils.pz902wgs84(54362, 86366.9, in, out, "MIT");
-  EXPECT_DOUBLE_EQ(out[1], 0.0025 + 1.9e-6 * 10000.0 - 20000.0);
-  utils.pz902wgs84(54362, 86367.0, in, out, "MIT");
-  EXPECT_DOUBLE_EQ(out[0], 10000.0 + 8e-6);
-}
-
 TEST_F(Glonass, IssueOfDataIsTheQuarterHourOfTheMoscowDay) {
   // 2020-06-25 00:15:00 UTC = 00:15:18 GPS time = 03:15 in Moscow: the 13th quarter of an hour.
   EXPECT_EQ(tarvio::genAode('R', kMjd, 918.0, 0.0, 77, nullptr), 13);

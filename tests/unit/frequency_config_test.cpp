@@ -173,17 +173,6 @@ TEST_F(FrequencyTest, IonosphereFreePairFollowsTheConfiguredNames) {
   get_freq(sat, "G05", 0, 1, deploy().m_freqUsed[0]);  // needs no pair
 }
 
-TEST_F(FrequencyTest, SystemsOfRows) {
-  EXPECT_EQ(index_sys(true, m_bds2), index_string(SYS, 'C'));
-  EXPECT_EQ(index_sys(false, kMaxSat), -1);
-  EXPECT_EQ(index_sys(false, 100), -1) << "an unused row";
-  const char* words[] = {"GPS", "GLS", "QZS", "GAL", "BD2", "BD3", "BDS", "LEO", "XYZ"};
-  std::string letters;
-  for (const char* word : words) letters += csys_bytype(word);
-  EXPECT_EQ(letters, "GRJEBCCL ");
-  EXPECT_EQ(getcprn_bytype("C06", 'B'), "B06");
-}
-
 TEST_F(FrequencyTest, ValidObservationsByCombination) {
   const double full[kObs] = {1, 1, 1, 0, 1, 1, 1, 0};
   const double noSecondCode[kObs] = {1, 1, 1, 0, 1, 0, 1, 0};

@@ -49,6 +49,7 @@ struct Sky {
     problem.Q = problem.judged = Q.data();
     problem.x = x.data();
     problem.failureRate = failureRate;
+    problem.group = group;
     return GuardedSearch(problem).m_run();
   }
   bool right(const GuardedResult& result) const {
@@ -63,6 +64,7 @@ struct Sky {
   std::normal_distribution<double> gauss;
   std::vector<std::array<double, 4>> direction;
   std::vector<double> Q, x, truth;
+  std::vector<int> group;
 };
 
 TEST(GuardedSearch, PreciseSetsAreAcceptedAndRight) {
@@ -111,6 +113,25 @@ TEST(GuardedSearch, OneSatelliteThatDoesNotFitIsNamedAndLeftOut) {
     EXPECT_EQ(std::count(result.misfits.begin(), result.misfits.end(), bad), 1);
     EXPECT_EQ(std::count(result.rows.begin(), result.rows.end(), bad), 0);
   }
+}
+
+/// Differences of one system that are all off alike lay the blame on their reference, not on one of them.
+TEST(GuardedSearch, AReferenceThatDoesNotFitIsTold) {
+  Sky sky(12, 0.02, 0.03, 10);
+  sky.group = {0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2};
+  int told = 0;
+  for (int i = 0; i < 50; ++i) {
+    sky.draw();
+    ASSERT_EQ(sky.search().unfitGroup, -1);
+    for (std::size_t k = 6; k < 12; ++k) sky.x[k] += 0.35;
+    const GuardedResult shifted = sky.search();
+    EXPECT_FALSE(shifted.accepted);
+    told += shifted.unfitGroup == 2;
+    sky.draw();
+    sky.x[9] += 0.4;
+    EXPECT_EQ(sky.search().unfitGroup, -1) << "one satellite is another matter";
+  }
+  EXPECT_EQ(told, 50);
 }
 
 /// Every set has subsets that look good; when most satellites are wrong, no subset may pass.

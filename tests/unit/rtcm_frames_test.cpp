@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "rtcm/frames.h"
 #include "support/rtcm_streams.h"
 
 namespace gnx {
@@ -65,26 +66,13 @@ TEST(RtcmFrames, NoDamagedBitPassesAndNothingBreaks) {
 /// Right frames around nonsense: what a decoder of messages must survive.
 TEST(RtcmFrames, NonsenseInsideARightFrameIsDroppedAndCounted) {
   std::mt19937 random(6);
-  const auto crc = [](const Bytes& bytes) {
-    std::uint32_t value = 0;
-    for (const std::uint8_t byte : bytes) {
-      value ^= std::uint32_t{byte} << 16;
-      for (int bit = 0; bit < 8; ++bit)
-        value = (value & 0x800000U) != 0 ? value << 1 ^ 0x1864CFBU : value << 1;
-    }
-    return value & 0xFFFFFFU;
-  };
   RtcmListener listener(GpsTime{1531000000, 0.0});
   int frames = 0;
   for (int message = 1001; message <= 1270; ++message) {
     for (const std::size_t length : {2U, 9U, 40U, 300U, 1023U}) {
-      Bytes frame{0xD3, static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length & 255U)};
-      frame.push_back(static_cast<std::uint8_t>(message >> 4));
-      frame.push_back(static_cast<std::uint8_t>((message & 15) << 4));
-      while (frame.size() < 3 + length) frame.push_back(static_cast<std::uint8_t>(random()));
-      const std::uint32_t check = crc(frame);
-      for (const int shift : {16, 8, 0}) frame.push_back(static_cast<std::uint8_t>(check >> shift & 255U));
-      listener.decoder.feed(frame);
+      Bytes body{static_cast<std::uint8_t>(message >> 4), static_cast<std::uint8_t>((message & 15) << 4)};
+      while (body.size() < length) body.push_back(static_cast<std::uint8_t>(random()));
+      listener.decoder.feed(rtcm::frameOf(body));
       ++frames;
     }
   }

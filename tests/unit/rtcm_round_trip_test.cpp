@@ -364,20 +364,9 @@ TEST(RtcmRoundTrip, CorrectionsOfAllSystems) {
 /// IGS corrections carry eight of the ten bits of Galileo's issue.
 TEST(RtcmCorrections, AShortIssueIsCompletedByTheMessageSeen) {
   rtcm::BitWriter bits;
-  for (const auto& [value, width] : {std::pair{4076, 12},
-                                     {3, 3},
-                                     {61, 8},
-                                     {300005, 20},
-                                     {2, 4},
-                                     {0, 1},
-                                     {1, 4},
-                                     {7, 16},
-                                     {1, 4},
-                                     {0, 1},
-                                     {1, 6},
-                                     {11, 6},
-                                     {44, 8}})
-    bits.number(value, width);
+  constexpr int kHead[][2] = {{4076, 12}, {3, 3}, {61, 8}, {300005, 20}, {2, 4},  {0, 1}, {1, 4},
+                              {7, 16},    {1, 4}, {0, 1},  {1, 6},       {11, 6}, {44, 8}};
+  for (const auto& [value, width] : kHead) bits.number(value, width);
   for (const int width : {22, 20, 20, 21, 19, 19}) bits.number(0, width);
   for (const bool seen : {false, true}) {
     RtcmListener listener(fromWeek(2404, 300000.0));

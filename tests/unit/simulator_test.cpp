@@ -99,7 +99,7 @@ TEST(SimulatedFiles, BroadcastPlusCorrectionsGiveTheTruth) {
     for (const SsrClock& c : block.clocks) {
       const BroadcastEph* e = messageOf(c.sat, c.iod, block.time);
       ASSERT_TRUE(e) << c.sat << ' ' << c.iod;
-      const double corrected = evaluateClock(*e, block.time) * kC + c.c[0] - 0.5 * block.interval * c.c[1];
+      const double corrected = broadcastClock(*e, block.time) * kC + c.c[0] - 0.5 * block.interval * c.c[1];
       EXPECT_NEAR(corrected, sky.clock(rows.at(c.sat), block.time) * kC, 6e-5) << c.sat;
       clockError += c.c[0] * c.c[0];
       ++clocks;

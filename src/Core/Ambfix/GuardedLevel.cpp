@@ -57,8 +57,9 @@ double GuardedLevel::m_failureRate(int n) const {
 }
 
 bool GuardedLevel::m_search(const LevelProblem& problem, const int* s0, LevelIntegers& integers,
-                            double& ratio) const {
+                            double& ratio, int& unfitReference) const {
   ratio = 0.0;
+  unfitReference = -1;
   if (problem.m_size() < 1) return false;
   const bool last = m_form.m_level == Level::last;
   const IntegritySettings& settings = s_config().m_integrity;
@@ -73,8 +74,10 @@ bool GuardedLevel::m_search(const LevelProblem& problem, const int* s0, LevelInt
   guarded.misfit = settings.m_misfit;
   guarded.share = settings.m_share;
   guarded.misfits = settings.m_misfits;
+  for (const int isat : problem.idx) guarded.group.push_back(s_config().m_sysOfRow(isat));
   const GuardedResult result = GuardedSearch(guarded).m_run();
   ratio = result.ratio;
+  if (result.unfitGroup >= 0) unfitReference = s0[result.unfitGroup];
   m_tellMisfits(problem, result.misfits, result.accepted);
   if (!result.accepted) return false;
 

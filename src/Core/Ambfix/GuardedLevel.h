@@ -16,8 +16,10 @@ class GuardedLevel {
  public:
   GuardedLevel(const LevelForm& form, SrifFilter* filter) : m_form(form), m_filter(filter) {}
 
-  /// \return whether any integer may enter the solution
-  bool m_search(const LevelProblem& problem, const int* s0, LevelIntegers& integers, double& ratio) const;
+  /// \param unfitReference  the search ends with the reference that does not fit the other satellites, -1
+  /// none \return whether any integer may enter the solution
+  bool m_search(const LevelProblem& problem, const int* s0, LevelIntegers& integers, double& ratio,
+                int& unfitReference) const;
   /// Whether the present arc of a satellite has an integer that searches agree on.
   bool m_agrees(int isat) const;
 

@@ -71,8 +71,34 @@ void GuardedSearch::m_leaveOutImprecise(std::size_t least) {
   if (lowest <= 1.0) m_rate = lowest;
 }
 
-/// Best vector, its ratio, its norm and the satellite that spoils it most: with W the inverse covariance and
-/// d what floats and integers differ by, leaving k out takes (W d)_k^2 / W_kk off the norm.
+/// What spoils the best vector most. With W the inverse covariance, d what floats and integers differ by and
+/// e = W d, a free shift along h takes (h^T e)^2 / h^T W h off the norm: h a unit vector for a satellite,
+/// ones over a group for its reference.
+void GuardedSearch::m_findWorst(const std::vector<double>& W, const std::vector<double>& e) {
+  const auto n = m_rows.size();
+  double largest = -1.0;
+  for (std::size_t k = 0; k < n; ++k)
+    if (const double gain = e[k] * e[k] / W[k * n + k]; gain > largest) largest = gain, m_worst = k;
+  m_worstGroup = -1;
+  if (m_problem.group.empty()) return;
+  const auto groupOf = [&](std::size_t k) { return m_problem.group[static_cast<std::size_t>(m_rows[k])]; };
+  for (std::size_t first = 0; first < n; ++first) {
+    double sum = 0.0, weight = 0.0;
+    std::size_t members = 0;
+    for (std::size_t k = 0; k < n; ++k) {
+      if (groupOf(k) != groupOf(first)) continue;
+      if (k < first) break;  // the group had its turn
+      ++members;
+      sum += e[k];
+      for (std::size_t j = 0; j < n; ++j)
+        if (groupOf(j) == groupOf(first)) weight += W[j * n + k];
+    }
+    if (members > 1 && sum * sum > largest * weight)
+      largest = sum * sum / weight, m_worstGroup = groupOf(first);
+  }
+}
+
+/// Best vector, its ratio, its norm and what spoils it most.
 bool GuardedSearch::m_solve(GuardedResult& result) {
   const auto n = m_rows.size();
   result.rows = m_rows;
@@ -87,13 +113,13 @@ bool GuardedSearch::m_solve(GuardedResult& result) {
 
   std::vector<double> W = m_block(m_problem.judged);
   if (!s_invertCovariance(n, W.data())) return false;
-  double norm = 0.0, largest = -1.0;
+  double norm = 0.0;
+  std::vector<double> e(n);
   for (std::size_t k = 0; k < n; ++k) {
-    double e = 0.0;
-    for (std::size_t j = 0; j < n; ++j) e += W[j * n + k] * (m_problem.x[m_rows[j]] - result.integers[j]);
-    norm += e * (m_problem.x[m_rows[k]] - result.integers[k]);
-    if (const double gain = e * e / W[k * n + k]; gain > largest) largest = gain, m_worst = k;
+    for (std::size_t j = 0; j < n; ++j) e[k] += W[j * n + k] * (m_problem.x[m_rows[j]] - result.integers[j]);
+    norm += e[k] * (m_problem.x[m_rows[k]] - result.integers[k]);
   }
+  m_findWorst(W, e);
   result.misfit = norm / static_cast<double>(n);
   return true;
 }
@@ -119,6 +145,10 @@ GuardedResult GuardedSearch::m_run() {
     const bool fits = m_fits(result);
     if (fits && result.failureRate <= m_problem.failureRate && result.ratio >= m_problem.ratio) {
       result.accepted = true;
+      break;
+    }
+    if (!fits && m_worstGroup >= 0) {
+      result.unfitGroup = m_worstGroup;
       break;
     }
     if (m_rows.size() <= least) break;

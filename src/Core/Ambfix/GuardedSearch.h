@@ -6,8 +6,8 @@
 ///   - bootstrapping would go wrong less often than a given rate (Teunissen 1998, J. Geodesy 72, 606-612),
 ///   - the second best vector is clearly worse than the best,
 ///   - the best vector is no worse than floats of this covariance make it (chi-square of its squared norm);
-///   the
-///     satellite that spoils it most is left out and named,
+///     the satellite that spoils it most is left out and named. When all differences of a system are off
+///     alike, that is its reference: the search ends, and the caller takes another one,
 ///   - and no more than a given share of the candidates was left out. Any set of floats, right or wrong, has
 ///     subsets that look good: a search that may leave out most of them proves nothing.
 
@@ -21,6 +21,7 @@ struct GuardedResult {
   std::vector<int> rows;         ///< of the problem, accepted
   std::vector<double> integers;  ///< by entry of rows
   std::vector<int> misfits;      ///< rows that do not fit the others
+  int unfitGroup = -1;           ///< group whose reference does not fit the others
   double ratio = 0.0;
   double failureRate = 1.0;
   double misfit = 0.0;  ///< squared norm of the best vector over its degrees of freedom
@@ -33,6 +34,7 @@ struct GuardedProblem {
   const double* judged =
       nullptr;                ///< with errors that floats may have besides: the best vector is judged by it
   const double* x = nullptr;  ///< floats, cycles
+  std::vector<int> group;     ///< by row: those with one reference have one number; empty: references all fit
   double failureRate = 1e-3;
   double ratio = 2.0;
   double misfit = 0.01;  ///< share of right sets that may be refused, 0: the best vector is not judged
@@ -51,11 +53,13 @@ class GuardedSearch {
   void m_leaveOutImprecise(std::size_t least);
   bool m_solve(GuardedResult& result);
   bool m_fits(const GuardedResult& result) const;
+  void m_findWorst(const std::vector<double>& W, const std::vector<double>& e);
 
   const GuardedProblem m_problem;
   std::vector<int> m_rows;       ///< taking part, by rising variance
   std::optional<double> m_rate;  ///< failure rate of m_rows, where it is known already
   std::size_t m_worst = 0;       ///< entry of m_rows without which the best vector fits best
+  int m_worstGroup = -1;         ///< group whose common shift explains more than any row
 };
 
 /// Rate at which integer bootstrapping of decorrelated ambiguities goes wrong; 1 for what is no covariance.

@@ -61,11 +61,12 @@ int LevelProblem::m_handOver(std::vector<double>& toQ, std::vector<double>& toX,
   return *nlist = static_cast<int>(toIdx.size());
 }
 
-bool LevelResolution::m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers) const {
+bool LevelResolution::m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers,
+                               int& unfitReference) const {
   const int n = problem.m_size();
   double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
   if (s_config().m_integrity.m_on)
-    return GuardedLevel(m_form, m_filter).m_search(problem, s0, integers, ratio);
+    return GuardedLevel(m_form, m_filter).m_search(problem, s0, integers, ratio, unfitReference);
   return n > 0 && SrifAmbfix_raw::s_raw_ddsrch_lambda(m_form.m_settings.m_successRate, problem.Q.data(), n,
                                                       m_filter->m_sig0, problem.x.data(), problem.idx.data(),
                                                       s0, n, integers.ifix, integers.flags, &ratio);
@@ -77,19 +78,35 @@ bool LevelResolution::m_apply(const LevelIntegers& integers, const int* s0) cons
   return DeterminedPosition(m_filter).m_try(integers, [&] { return m_constrain(integers, s0); });
 }
 
+/// References, candidates and their integers. A reference that does not fit the others makes room for the
+/// next one and is a candidate like any other then; once a system, behind it the satellites themselves are in
+/// doubt.
+bool LevelResolution::m_find(const std::string& systems, int* s0, LevelProblem& problem,
+                             LevelIntegers& integers) const {
+  FixedSolution& fixed = m_filter->m_fixed;
+  std::vector<double> Qamb;
+  const int nc = fixed.m_isActive() ? fixed.m_lead() : SrifAmbfix_raw::s_ambCovariance(m_filter, Qamb);
+  std::vector<int> unfit;
+  for (;;) {
+    m_pickReferences(systems, s0, unfit);
+    if (nc > 0) problem = m_formProblem(fixed.m_isActive() ? fixed.m_covariance() : Qamb.data(), nc, s0);
+    int unfitReference = -1;
+    const bool found = m_search(problem, s0, integers, unfitReference);
+    if (unfitReference < 0) return found;
+    const int isys = s_config().m_sysOfRow(unfitReference);
+    if (std::ranges::count(unfit, isys, [](int isat) { return s_config().m_sysOfRow(isat); }) > 0)
+      return found;
+    unfit.push_back(unfitReference);
+    s0[isys] = -1;
+  }
+}
+
 void LevelResolution::m_resolve(const std::string& systems, int* s0, const char* announced) const {
   LevelProblem problem;
   LevelIntegers integers;
-  m_pickReferences(systems, s0);
-  if (FixedSolution& fixed = m_filter->m_fixed; fixed.m_isActive()) {
-    if (fixed.m_lead() > 0) problem = m_formProblem(fixed.m_covariance(), fixed.m_lead(), s0);
-  } else {
-    std::vector<double> Qamb;
-    const int nc = SrifAmbfix_raw::s_ambCovariance(m_filter, Qamb);
-    if (nc > 0) problem = m_formProblem(Qamb.data(), nc, s0);
-  }
+  const bool found = m_find(systems, s0, problem, integers);
   const double& ratio = m_filter->*SrifFilter::s_ratioOf(m_form.m_level);
-  if (m_search(problem, s0, integers)) {
+  if (found) {
     if (announced)
       Logtrace::m_logPrint("[%s,%d]:[%d %8.1lf] adding %s constraint %9.3lf\n", announced, __LINE__,
                            m_filter->mjd, m_filter->sod, s_traits(m_form.m_level).tag, ratio);
@@ -102,7 +119,8 @@ bool LevelResolution::m_serves(int isat) const {
   return s_hasProduct(m_updc, isat, m_form.m_settings) && m_form.v_mayRefer(m_filter, isat);
 }
 
-void LevelResolution::m_pickReferences(const std::string& systems, int* s0) const {
+void LevelResolution::m_pickReferences(const std::string& systems, int* s0,
+                                       const std::vector<int>& unfit) const {
   const Deploy& config = s_config();
   const bool guarded = config.m_integrity.m_on;
   const LevelTraits* before = m_form.v_prefersFixedReference() ? s_levelBefore(m_form.m_level) : nullptr;
@@ -117,6 +135,7 @@ void LevelResolution::m_pickReferences(const std::string& systems, int* s0) cons
     bool agreed = false;  // whether the choice is down to satellites whose integers searches agree on
     for (int isat = 0; isat < config.m_nsat; ++isat) {
       if (config.m_sysOfRow(isat) != isys || s_barredReference(isat) || !m_serves(isat)) continue;
+      if (std::ranges::find(unfit, isat) != unfit.end()) continue;
       const double elevation = m_filter->m_stations[0].m_sat[isat].m_elev;
       const bool agrees = guarded && GuardedLevel(m_form, m_filter).m_agrees(isat);
       if (agreed && !agrees) continue;

@@ -49,7 +49,8 @@ class LevelResolution {
 
   /// Keeps references that still serve, else takes the highest satellite that does, or the last high one
   /// that the level before has fixed.
-  void m_pickReferences(const std::string& systems, int* s0) const;
+  /// \param unfit  satellites that may be none
+  void m_pickReferences(const std::string& systems, int* s0, const std::vector<int>& unfit = {}) const;
   /// \param Qamb  covariance of the ambiguity columns, nc doubles from one column to the next
   LevelProblem m_formProblem(const double* Qamb, int nc, const int* s0) const;
   /// \return whether the constraints found room; without it the array stays as the level before left it
@@ -57,7 +58,8 @@ class LevelResolution {
 
  private:
   bool m_serves(int isat) const;
-  bool m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers) const;
+  bool m_find(const std::string& systems, int* s0, LevelProblem& problem, LevelIntegers& integers) const;
+  bool m_search(LevelProblem& problem, const int* s0, LevelIntegers& integers, int& unfitReference) const;
   bool m_apply(const LevelIntegers& integers, const int* s0) const;
   bool m_combine(int isat, Combination& out) const;
   std::vector<Combination> m_candidates(const int* s0) const;

@@ -22,6 +22,7 @@ namespace tarvio {
 namespace {
 
 constexpr char kSolutionLog[] = "ppp_pos";
+constexpr double kWeakestPdop = 30.0;  // of directions that tell how errors of satellites move a position
 
 int s_countObserved(const Station& sta) {
   const Deploy& config = s_config();
@@ -186,11 +187,14 @@ bool SrifFilter::m_fixedCovariance(double (&out)[9]) const {
 }
 
 /// Adds what errors of single satellites do that no averaging takes away: s^2 times the cofactors of position
-/// and clock of this epoch's directions.
+/// and clock of this epoch's directions. Directions that hardly determine a position (three satellites, all on
+/// one cone) say nothing of it: it rests on earlier epochs then.
 void SrifFilter::m_addProductErrors(double (&covariance)[9]) const {
   const double sigma = m_noise.m_isOn() ? s_config().m_noise.m_products : 0.0;
   double q[16] = {};
-  if (sigma <= 0.0 || s_directions(m_stations[0], q) == 0 || CMat::CMat_Inverse(q, 4, 4) < 0) return;
+  if (sigma <= 0.0 || s_directions(m_stations[0], q) < 4 || CMat::CMat_Inverse(q, 4, 4) < 0) return;
+  const double squared = q[0] + q[5] + q[10];
+  if (std::min({q[0], q[5], q[10]}) <= 0.0 || squared > kWeakestPdop * kWeakestPdop) return;
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) covariance[3 * i + j] += sigma * sigma * q[4 * j + i];
 }
