@@ -108,7 +108,9 @@ void LiveStation::engineEnded(const EngineError& error) {
   makeAssembler();
 }
 
-std::optional<GpsTime> LiveStation::deadline() const { return m_assembler->deadline(); }
+std::optional<GpsTime> LiveStation::deadline() const {
+  return m_retry ? std::nullopt : m_assembler->deadline();
+}
 
 void LiveStation::finish() {
   try {

@@ -65,6 +65,13 @@ class Running {
   Running(const Running&) = delete;
   Running& operator=(const Running&) = delete;
   void signal(int number) const { kill(m_process, number); }
+  /// The engine's process: the only one that it has started; 0 without one.
+  pid_t worker() const {
+    const std::string task = std::to_string(m_process);
+    pid_t child = 0;
+    std::ifstream("/proc/" + task + "/task/" + task + "/children") >> child;
+    return child;
+  }
   /// Exit status; -1 when it has not ended in time.
   int await(double seconds) {
     const auto end = Clock::now() + std::chrono::duration<double>(seconds);
@@ -249,9 +256,16 @@ TEST(Live, AnotherSourceTakesOverAndAConfigurationIsReadAgain) {
   EXPECT_THAT(pageOf(port, "healthz"), HasSubstr("400"));
   EXPECT_EQ(pageOf(port, "/metrics", "HEAD").find("gnx_"), std::string::npos);
 
+  const pid_t worker = live.worker();
+  ASSERT_GT(worker, 0);
+  kill(worker, SIGKILL);
+  EXPECT_TRUE(becomes(5.0, [&] { return live.worker() > 0 && live.worker() != worker; })) << log();
+  EXPECT_THAT(log(), HasSubstr("ended by signal 9"));
+  const std::size_t before = positionsIn(dir.path()).size();
+  EXPECT_TRUE(becomes(5.0, [&] { return positionsIn(dir.path()).size() > before + 5; })) << log();
+
   live.signal(SIGTERM);
   EXPECT_EQ(live.await(1.0), 0);
-  EXPECT_GT(positionsIn(dir.path()).size(), 0U);
 }
 
 }  // namespace
