@@ -81,11 +81,15 @@ class RawHost {
 
   void feed(const gnx::ObsEpoch& epoch) {
     std::vector<GNX_IO::obs_entry_t> entries;
+    GNX_EXT::setOutputOptions(m_arcs.biasesRun() ? "-float" : "");
     for (const gnx::SatObs& sat : epoch.sats) {
+      const auto& signals = m_plan.of(sat.sat[0]);
+      if (std::ranges::any_of(signals, [&](const auto& s) { return m_arcs.adrift(sat.sat, s.phase); }))
+        continue;
       GNX_IO::obs_entry_t& entry = entries.emplace_back();
       entry.sat = static_cast<std::uint8_t>(m_numbers.satellite(sat.sat));
       std::size_t slot = 0;
-      for (const gnx::PlannedSignal& signal : m_plan.of(sat.sat[0])) fill(entry, slot++, sat, signal);
+      for (const gnx::PlannedSignal& signal : signals) fill(entry, slot++, sat, signal);
     }
     GNX_IO::obs_t all{static_cast<std::int32_t>(entries.size()), entries.data()};
     GNX_inputObs(gnx::toBoundaryTime(epoch.time), &all);
@@ -131,9 +135,9 @@ class RawHost {
         ssr->cbias[code] = gnx::boundaryCodeBias(bias->value);
       const auto* bias = gnx::phaseBiasOf(sat[0], signal, biases);
       if (bias == nullptr) continue;
-      m_arcs.note(sat, signal.phase, bias->discontinuity);
-      ssr->pbias[code] = bias->value + gnx::windUpCycles(m_reversed.contains(sat)) * gnx::kLightSpeed /
-                                           *gnx::carrierFrequency(sat[0], signal.code[0]);
+      const double value = m_arcs.note(sat, signal.phase, bias->value, bias->discontinuity, m_tag);
+      ssr->pbias[code] = value + gnx::windUpCycles(m_reversed.contains(sat)) * gnx::kLightSpeed /
+                                     *gnx::carrierFrequency(sat[0], signal.code[0]);
       ssr->stdpb[code] = 1.0F;
     }
   }

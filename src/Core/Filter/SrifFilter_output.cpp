@@ -187,8 +187,8 @@ bool SrifFilter::m_fixedCovariance(double (&out)[9]) const {
 }
 
 /// Adds what errors of single satellites do that no averaging takes away: s^2 times the cofactors of position
-/// and clock of this epoch's directions. Directions that hardly determine a position (three satellites, all on
-/// one cone) say nothing of it: it rests on earlier epochs then.
+/// and clock of this epoch's directions. Directions that hardly determine a position (three satellites, all
+/// on one cone) say nothing of it: it rests on earlier epochs then.
 void SrifFilter::m_addProductErrors(double (&covariance)[9]) const {
   const double sigma = m_noise.m_isOn() ? s_config().m_noise.m_products : 0.0;
   double q[16] = {};
