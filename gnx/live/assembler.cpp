@@ -65,10 +65,28 @@ struct LiveAssembler::Impl {
         reference(begin),
         sinks(std::move(takers)),
         start(deployment, chosen.startWait_s),
-        corrections(messages, chosen.failover_s, chosen.back_s, chosen.bridge_s),
         observers(chosen.failover_s, chosen.back_s) {
-    corrections.give = [this](const CorrectionBatch& batch) { give(batch); };
-    corrections.standBy = [this] { drop(LiveDrop::standby); };
+    makeCorrections();
+  }
+
+  void makeCorrections() {
+    corrections.emplace(messages, options.failover_s, options.back_s, options.bridge_s);
+    corrections->give = [this](const CorrectionBatch& batch) { give(batch); };
+    corrections->standBy = [this] { drop(LiveDrop::standby); };
+    for (const auto& [number, source] : sources)
+      if (source->given.has(LiveRole::corrections)) corrections->add(number, source->given.rank);
+  }
+
+  /// For an engine that knows nothing: all is learned again but the broadcast messages, which come seldom.
+  void beginAnew() {
+    begun = false;
+    start = LiveStart(deployment, options.startWait_s);
+    early.clear();
+    waiting.clear();
+    lastEpoch.reset();
+    lastBatch.reset();
+    lastTag = {};
+    makeCorrections();
   }
 
   // ---- time ----
@@ -116,6 +134,7 @@ struct LiveAssembler::Impl {
     const StreamStart made = start.made();
     for (const std::string& note : made.notes) sinks.say(note);
     sinks.event({made.first.value_or(runTime()), made});
+    messages.forEach([this](const auto& eph) { sinks.event({runTime(), eph}); });
     for (Early& e : std::exchange(early, {})) {
       advance(e.arrival);
       if (sources.contains(e.source)) process(e.source, e.record);
@@ -181,14 +200,14 @@ struct LiveAssembler::Impl {
                 " tells GLONASS corrections in GPS time; they are moved to UTC");
     const bool dated = block.kind == SsrKind::orbit || block.kind == SsrKind::clock;
     if (dated && std::fabs(runTime() - block.time) > kOldCorrection_s) return drop(LiveDrop::oldCorrection);
-    corrections.take(number, block, now, runTime());
+    corrections->take(number, block, now, runTime());
     decideCorrections();
   }
 
   void decideCorrections() {
-    if (!corrections.decide(now)) return;
+    if (!corrections->decide(now)) return;
     ++counts.switches;
-    sinks.say("corrections are taken from " + nameOfChosen(corrections.choice()) + " now");
+    sinks.say("corrections are taken from " + nameOfChosen(corrections->choice()) + " now");
   }
 
   std::string nameOfChosen(const SourceChoice& choice) const {
@@ -262,7 +281,7 @@ struct LiveAssembler::Impl {
   void release() {
     while (!waiting.empty()) {
       if (now < waiting.front().until && lastTag - waiting.front().epoch.time < -kSameEpoch_s) {
-        corrections.join();  // may bring those that are waited for
+        corrections->join();  // may bring those that are waited for
         if (lastTag - waiting.front().epoch.time < -kSameEpoch_s) return;
       }
       giveEpoch();
@@ -270,7 +289,7 @@ struct LiveAssembler::Impl {
   }
 
   void giveEpoch() {
-    corrections.join();
+    corrections->join();
     if (!withoutCorrections && runTime() - lastBatch.value_or(*lastEpoch) > kWithout_s) {
       withoutCorrections = true;
       sinks.say("no corrections have come for " + secondsText(kWithout_s) +
@@ -297,7 +316,7 @@ struct LiveAssembler::Impl {
       source->decoder.flush();
       any = true;
     }
-    if (any && begun) corrections.join();
+    if (any && begun) corrections->join();
   }
 
   void look() {
@@ -306,8 +325,8 @@ struct LiveAssembler::Impl {
     takeInav();
     decideCorrections();
     release();
-    counts.bridged = corrections.bridge().bridged();
-    counts.drops[static_cast<std::size_t>(LiveDrop::withoutMessage)] = corrections.bridge().without();
+    counts.bridged = corrections->bridge().bridged();
+    counts.drops[static_cast<std::size_t>(LiveDrop::withoutMessage)] = corrections->bridge().without();
   }
 
   const Deployment& deployment;
@@ -317,7 +336,7 @@ struct LiveAssembler::Impl {
   LiveStart start;
   LiveMessages messages;
   GalileoMessages galileo;
-  CorrectionStreams corrections;
+  std::optional<CorrectionStreams> corrections;
   SourceChoice observers;
   std::map<int, std::unique_ptr<Source>> sources;
   std::deque<Early> early;
@@ -340,13 +359,13 @@ void LiveAssembler::addSource(int number, const LiveSource& source) {
   impl.sources[number] = std::make_unique<Impl::Source>(
       source, [&impl, number](const RtcmRecord& record) { impl.take(number, record); },
       std::max(impl.reference, impl.now));
-  if (source.has(LiveRole::corrections)) impl.corrections.add(number, source.rank);
+  if (source.has(LiveRole::corrections)) impl.corrections->add(number, source.rank);
   if (source.has(LiveRole::observations)) impl.observers.add(number, source.rank);
 }
 
 void LiveAssembler::removeSource(int number) {
   m_impl->sources.erase(number);
-  m_impl->corrections.remove(number);
+  m_impl->corrections->remove(number);
   m_impl->observers.remove(number);
 }
 
@@ -377,12 +396,14 @@ std::optional<GpsTime> LiveAssembler::deadline() const {
   return first;
 }
 
+void LiveAssembler::beginAnew() { m_impl->beginAnew(); }
+
 void LiveAssembler::finish() {
   Impl& impl = *m_impl;
   for (auto& [number, source] : impl.sources) source->decoder.flush();
   if (!impl.begun && impl.start.latest()) impl.begin();
   if (!impl.begun) return;
-  impl.corrections.join();
+  impl.corrections->join();
   while (!impl.waiting.empty()) impl.giveEpoch();
   impl.look();
 }
@@ -394,7 +415,7 @@ const RtcmCounts* LiveAssembler::decoded(int number) const {
   return source == m_impl->sources.end() ? nullptr : &source->second->decoder.counts();
 }
 std::string LiveAssembler::correctionSource() const {
-  return m_impl->nameOfChosen(m_impl->corrections.choice());
+  return m_impl->nameOfChosen(m_impl->corrections->choice());
 }
 
 }  // namespace gnx

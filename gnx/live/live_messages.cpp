@@ -24,9 +24,9 @@ bool LiveMessages::take(const BroadcastEph& eph, const GpsTime& now) {
 }
 
 bool LiveMessages::take(const GlonassEph& eph) {
-  GpsTime& last = m_glonass[eph.sat];
-  if (last == eph.toe) return false;
-  last = eph.toe;
+  const auto [last, fresh] = m_glonass.try_emplace(eph.sat, eph);
+  if (!fresh && last->second.toe == eph.toe) return false;
+  last->second = eph;
   return true;
 }
 

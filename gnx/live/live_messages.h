@@ -17,6 +17,14 @@ class LiveMessages : public MessageBook {
   /// False for one that is held already.
   bool take(const GlonassEph& eph);
 
+  /// Calls a function with each message that is kept, older ones first.
+  template <class Function>
+  void forEach(Function&& call) const {
+    for (const auto& [sat, recent] : m_recent)
+      for (const BroadcastEph& eph : recent) call(eph);
+    for (const auto& [sat, eph] : m_glonass) call(eph);
+  }
+
   bool serves(const SatName& sat, int issue, const GpsTime& t) const override {
     return m_store.serves(sat, issue, t);
   }
@@ -29,7 +37,7 @@ class LiveMessages : public MessageBook {
   MessageStore m_store;
   std::map<SatName, std::vector<BroadcastEph>>
       m_recent;  ///< newest last, those that the store has dropped too
-  std::map<SatName, GpsTime> m_glonass;
+  std::map<SatName, GlonassEph> m_glonass;
   GpsTime m_forgotten;
 };
 

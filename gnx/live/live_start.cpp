@@ -54,7 +54,7 @@ bool LiveStart::ready(const GpsTime& now) const {
   if (!m_came || now - *m_came < kShortest_s) return false;
   if (now - *m_came >= m_longest_s) return true;
   bool any = false;
-  for (const auto& [system, bands] : m_deployment.bands()) {
+  for (const auto& [system, bands] : m_deployment->bands()) {
     if (!m_types.contains(system)) continue;
     if (m_withClocks.contains(system) && !m_corrected.contains(system)) return false;
     any = any || m_withClocks.contains(system);
@@ -72,9 +72,9 @@ StreamStart LiveStart::made() const {
   start.header = m_header;
   for (const auto& [system, types] : m_types) start.header.types[system] = {types.begin(), types.end()};
   start.corrected = m_corrected;
-  if (m_deployment.resolvesIntegers()) {
+  if (m_deployment->resolvesIntegers()) {
     PolicyQuestion question;
-    question.massCentre = m_deployment.toMassCentre();
+    question.massCentre = m_deployment->toMassCentre();
     start.integers = decideIntegers(question);
     if (question.massCentre)
       start.integers.remarks = {

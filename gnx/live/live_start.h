@@ -17,7 +17,7 @@ namespace gnx {
 class LiveStart {
  public:
   LiveStart(const Deployment& deployment, double longest_s)
-      : m_deployment(deployment), m_longest_s(longest_s) {}
+      : m_deployment(&deployment), m_longest_s(longest_s) {}
 
   /// Looks at a record that is taken.
   void look(const RtcmRecord& record, const GpsTime& now);
@@ -31,7 +31,7 @@ class LiveStart {
   void lookAt(const ObsEpoch& epoch, const GpsTime& now);
   void lookAt(const SsrBlock& block);
 
-  const Deployment& m_deployment;
+  const Deployment* m_deployment;
   double m_longest_s;
   std::optional<GpsTime> m_firstEpoch, m_came;
   std::map<char, std::set<std::string>> m_types, m_corrected;

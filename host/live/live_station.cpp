@@ -17,22 +17,17 @@ constexpr double kLongestPause_s = 60.0;
 
 LiveStation::LiveStation(StationContext context)
     : m_context(std::move(context)), m_events(m_context.directory / "events.csv") {
-  makeAssembler();
-}
-
-LiveStation::~LiveStation() = default;
-
-void LiveStation::makeAssembler() {
   LiveAssembler::Sinks sinks;
   sinks.event = [this](const Event& event) { feed(event); };
   sinks.restart = [this] {
     if (m_engine) m_engine->restart();
   };
   sinks.say = m_context.say;
-  m_assembler = std::make_unique<LiveAssembler>(m_context.deployment, m_context.assembly,
-                                                std::max(m_context.reference, m_now), std::move(sinks));
-  for (const auto& [number, stream] : m_streams) m_assembler->addSource(number, stream.source);
+  m_assembler = std::make_unique<LiveAssembler>(m_context.deployment, m_context.assembly, m_context.reference,
+                                                std::move(sinks));
 }
+
+LiveStation::~LiveStation() = default;
 
 void LiveStation::take(const RecordedEvent& event) {
   const Arrival& arrival = event.arrival;
@@ -98,14 +93,14 @@ LiveFacts LiveStation::facts(const Solution& solution) const {
   return facts;
 }
 
-/// What the engine knew is gone with it, so the streams are taken up anew as well.
+/// What the engine knew is gone with it.
 void LiveStation::engineEnded(const EngineError& error) {
   if (!m_solved) throw error;
   m_context.say(std::string(error.what()) + printed("; it is started again in %.0f s", m_pause_s));
   m_engine.reset();
   m_retry = m_now + m_pause_s;
   m_pause_s = std::min(2.0 * m_pause_s, kLongestPause_s);
-  makeAssembler();
+  m_assembler->beginAnew();
 }
 
 std::optional<GpsTime> LiveStation::deadline() const {

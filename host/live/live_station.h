@@ -48,7 +48,6 @@ class LiveStation {
     LiveSource source;
     std::optional<GpsTime> heard;
   };
-  void makeAssembler();
   void feed(const Event& event);
   LiveFacts facts(const Solution& solution) const;
   void engineEnded(const EngineError& error);

@@ -90,6 +90,9 @@ class LiveAssembler {
   void tick(const GpsTime& now);
   /// When a tick is wanted if nothing comes before.
   std::optional<GpsTime> deadline() const;
+  /// Begins anew, for another engine: the next event is a StreamStart, the broadcast messages that are known
+  /// follow.
+  void beginAnew();
   /// Hands over what waits.
   void finish();
 
