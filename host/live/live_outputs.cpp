@@ -32,11 +32,7 @@ void LiveOutputs::write(const Solution& solution, const LiveFacts& facts) {
     for (const auto& sink : m_json) sink->write(line);
   }
   writeNmea(solution, epoch);
-  if (isSolved(epoch)) {
-    ++m_solutions;
-    m_fixed += epoch.status == kFixedStatus ? 1 : 0;
-    m_lastSolved = epoch;
-  }
+  if (isSolved(epoch)) m_lastSolved = epoch;
   m_last = epoch;
 }
 

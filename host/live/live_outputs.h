@@ -24,8 +24,6 @@ class LiveOutputs {
               Sink::Say say);
   void write(const Solution& solution, const LiveFacts& facts);
 
-  std::size_t solutions() const { return m_solutions; }
-  std::size_t fixed() const { return m_fixed; }
   /// The last position as a sentence GGA without its end; "" before the first.
   const std::string& lastPosition() const { return m_gga; }
 
@@ -37,7 +35,6 @@ class LiveOutputs {
   std::optional<SolutionEpoch> m_last;        ///< epoch
   std::optional<SolutionEpoch> m_lastSolved;  ///< with a position
   std::string m_gga;
-  std::size_t m_solutions = 0, m_fixed = 0;
 };
 
 }  // namespace gnx

@@ -71,7 +71,7 @@ class LiveRun {
     for (const auto& source : m_sources) source.second->stop();
     m_station->finish();
     if (m_recording) m_recording->flush();
-    say(printed("%zu positions, %zu of them fixed", m_outputs->solutions(), m_outputs->fixed()));
+    say(printed("%zu positions, %zu of them fixed", m_positions, m_fixed));
     say(m_station->account());
     m_pages.reset();
     m_outputs.reset();
@@ -95,6 +95,8 @@ class LiveRun {
 
   void take(const Solution& solution, const LiveFacts& facts) {
     m_outputs->write(solution, facts);
+    m_positions += solution.solved() ? 1 : 0;
+    m_fixed += solution.state == SolutionState::fixed ? 1 : 0;
     if (m_pages) m_status.take(solution, facts, std::max(m_clock.now() - m_now, 0.0));
   }
 
@@ -295,6 +297,7 @@ class LiveRun {
   std::optional<HttpServer> m_pages;
   GpsTime m_now, m_flushed;
   int m_next = 0;
+  std::size_t m_positions = 0, m_fixed = 0;
 };
 
 }  // namespace
