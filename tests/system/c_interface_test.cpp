@@ -416,6 +416,9 @@ TEST(InterfaceInC, StandsCallsFromSeveralThreads) {
   gnx_deployment* site = openSite();
   gnx_stream* files = openFiles(site);
   gnx_engine* shared = openEngine(site);
+  gnx_judge* judge = nullptr;
+  const gnx_time noon{1'795'000'000, 0.0};
+  EXPECT_EQ(gnx_judge_open(site, noon, "G:C1C,L1C,C2W,L2W", "G:1C,2W", nullptr, &judge), GNX_OK);
   std::atomic<int> epochs{0};
   const auto work = [&](unsigned seed) {
     gnx_solution solution = emptySolution();
@@ -426,7 +429,10 @@ TEST(InterfaceInC, StandsCallsFromSeveralThreads) {
       gnx_engine_why(shared, nullptr, 0, &count);
       gnx_deployment* own = nullptr;
       if (gnx_deployment_open(smallRun().site.c_str(), &own) == GNX_OK) gnx_deployment_close(own);
-      // The engine goes away under the others.
+      gnx_judge_feed_epoch(judge, noon, nullptr, 0, 0);
+      gnx_engine_obey(shared, judge, nullptr, nullptr, 0, &count);
+      // Judge and engine go away under the others.
+      if (seed == 3 && k == 6) gnx_judge_close(judge);
       if (seed == 1 && k == 9) gnx_engine_close(shared);
       if (seed == 2) gnx_engine_restart(reinterpret_cast<gnx_engine*>(std::uintptr_t{seed + 2 * k}));
     }
