@@ -23,6 +23,8 @@ endif()
 if(GNX_BUILD_PROGRAM)
   install(TARGETS gnx RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
   install(DIRECTORY deploy/ DESTINATION ${CMAKE_INSTALL_DATADIR}/gnx COMPONENT program)
+  configure_file(packaging/gnx-live@.service.in ${CMAKE_BINARY_DIR}/gnx-live@.service @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/gnx-live@.service DESTINATION lib/systemd/system COMPONENT program)
 endif()
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 

@@ -1,4 +1,4 @@
-/// The program gnx: a host of the engine for files, simulation and reports.
+/// The program gnx: a host of the engine for streams, files, simulation and reports.
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   gnx::addInit(app);
   gnx::addExplain(app);
   gnx::addReplay(app);
+  gnx::addLive(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
   gnx::addProducts(app);

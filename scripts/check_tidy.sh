@@ -8,6 +8,6 @@ build=$1
 shift
 files=("$@")
 if [[ ${#files[@]} -eq 0 ]]; then
-  mapfile -t files < <(git ls-files 'src/*.cpp' 'companion/*.cpp' 'common/*.cpp' 'gnx/*.cpp' 'worker/*.cpp' 'host/*.cpp' 'python/*.cpp')
+  mapfile -t files < <(git ls-files 'src/*.cpp' 'companion/*.cpp' 'common/*.cpp' 'gnx/*.cpp' 'worker/*.cpp' 'streams/*.cpp' 'host/*.cpp' 'python/*.cpp')
 fi
 printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet 2>/dev/null

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "corrections/sources.h"
+#include "corrections/ssr_joiner.h"
 #include "formats/ssr_text.h"
 #include "gnx/corrections.h"
 #include "gnx/error.h"
@@ -15,9 +16,6 @@
 namespace gnx {
 
 namespace {
-
-// Phase biases that are not repeated: given up after so many of their intervals, not before so many seconds.
-constexpr double kMissedUpdates = 3.0, kPhaseBiasAge_s = 60.0;
 
 /// Delivery times of blocks from a table "block_no,type,epoch_tow_s,receive_tow_s".
 class Availability {
@@ -72,53 +70,50 @@ class Availability {
   std::map<long, Row> m_rows;
 };
 
+/// The messages of a recorded run.
+class TimelineBook : public MessageBook {
+ public:
+  explicit TimelineBook(const EphemerisTimeline* timeline) : m_timeline(timeline) {}
+  const MessageBook* orNull() const { return m_timeline == nullptr ? nullptr : this; }
+  bool serves(const SatName& sat, int issue, const GpsTime& t) const override {
+    return m_timeline->store().serves(sat, issue, t);
+  }
+  const BroadcastEph* find(const SatName& sat, int issue, const GpsTime& t) const override {
+    return m_timeline->find(sat, issue, t);
+  }
+  const BroadcastEph* pick(const SatName& sat, const GpsTime& t) const override {
+    return m_timeline->store().pick(sat, t);
+  }
+
+ private:
+  const EphemerisTimeline* m_timeline;
+};
+
 class SsrTextSource : public CorrectionSource {
  public:
   SsrTextSource(const SsrTextOptions& options, const EphemerisTimeline* timeline)
-      : m_options(options), m_timeline(timeline), m_availability(options.availability) {
+      : m_options(options),
+        m_availability(options.availability),
+        m_messages(timeline),
+        m_joiner({options.longestOrbit_s, options.longestClock_s, options.halfInterval},
+                 m_messages.orNull()) {
     if (options.files.empty()) throw UsageError("no file of corrections; give one or more SSR text files");
   }
   bool next(CorrectionBatch& batch) override;
 
  private:
-  struct Orbit {
-    SsrOrbit correction;
-    GpsTime reference;  ///< of the rates
-    GpsTime epoch;
-  };
-  struct Clock {
-    SsrClock correction;
-    GpsTime reference, epoch;
-  };
-  using BiasSet = std::map<SatName, std::vector<SsrBias>>;
-
   bool peek();
-  void apply();
-  void applyOrbits(const SsrBlock& block);
-  void applyClocks(const SsrBlock& block);
-  void applyBiases(const SsrBlock& block, BiasSet& set, GpsTime& epoch);
-  GpsTime referenceOf(const SsrBlock& block) const;
-  void fillOrbitClock(CorrectionBatch& batch) const;
-  void fillBiases(CorrectionBatch& batch);
-  void moveToHeldMessage(const CorrectionBatch& batch, OrbitClockCorrection& c) const;
 
   SsrTextOptions m_options;
-  const EphemerisTimeline* m_timeline;
   Availability m_availability;
+  TimelineBook m_messages;
+  SsrJoiner m_joiner;
   std::unique_ptr<SsrTextReader> m_reader;
   std::size_t m_file = 0;
 
   SsrBlock m_block;  ///< read, not yet applied
   bool m_waiting = false;
   GpsTime m_blockDelivery;
-  GpsTime m_delivery;                              ///< of everything applied
-  std::map<SatName, std::vector<Orbit>> m_orbits;  ///< newest first, at most two, of different issues
-  std::map<SatName, Clock> m_clocks;
-  std::map<char, GpsTime> m_systemClock;  ///< epoch of the latest clocks of a system
-  BiasSet m_code, m_phase;
-  GpsTime m_codeEpoch, m_phaseEpoch, m_biasTag;
-  double m_phaseInterval_s = 0.0;
-  bool m_newBiases = false;
 };
 
 /// Makes the next block wait in m_block.
@@ -140,121 +135,13 @@ bool SsrTextSource::peek() {
   return true;
 }
 
-GpsTime SsrTextSource::referenceOf(const SsrBlock& block) const {
-  const bool middle = m_options.halfInterval && block.interval > 1;
-  return middle ? block.time + 0.5 * block.interval : block.time;
-}
-
-void SsrTextSource::apply() {
-  m_waiting = false;
-  m_delivery = std::max(m_delivery, m_blockDelivery);
-  switch (m_block.kind) {
-    case SsrKind::orbit:
-      applyOrbits(m_block);
-      break;
-    case SsrKind::clock:
-      applyClocks(m_block);
-      break;
-    case SsrKind::codeBias:
-      applyBiases(m_block, m_code, m_codeEpoch);
-      break;
-    case SsrKind::phaseBias:
-      applyBiases(m_block, m_phase, m_phaseEpoch);
-      m_phaseInterval_s = m_block.interval;
-      break;
-  }
-}
-
-void SsrTextSource::applyOrbits(const SsrBlock& block) {
-  for (const SsrOrbit& o : block.orbits) {
-    // The orbit of the issue before stays: clocks of that issue may still come.
-    std::vector<Orbit>& kept = m_orbits[o.sat];
-    std::erase_if(kept, [&](const Orbit& k) { return k.correction.iod == o.iod; });
-    kept.insert(kept.begin(), {o, referenceOf(block), block.time});
-    if (kept.size() > 2) kept.resize(2);
-  }
-}
-
-void SsrTextSource::applyClocks(const SsrBlock& block) {
-  // A satellite that a new block of its system no longer names has been withdrawn.
-  std::set<char> systems;
-  for (const SsrClock& c : block.clocks) systems.insert(c.sat[0]);
-  for (const char system : systems) {
-    if (m_systemClock[system] == block.time) continue;
-    m_systemClock[system] = block.time;
-    std::erase_if(m_clocks, [&](const auto& item) { return item.first[0] == system; });
-  }
-  for (const SsrClock& c : block.clocks) m_clocks[c.sat] = {c, referenceOf(block), block.time};
-}
-
-void SsrTextSource::applyBiases(const SsrBlock& block, BiasSet& set, GpsTime& epoch) {
-  if (epoch != block.time) set.clear();
-  epoch = block.time;
-  for (const SsrSatBias& b : block.biases) set[b.sat] = b.biases;
-  m_newBiases = true;
-}
-
 bool SsrTextSource::next(CorrectionBatch& batch) {
   while (peek()) {
-    const bool clock = m_block.kind == SsrKind::clock;
-    apply();
-    if (!clock) continue;
-    batch.tag = m_block.time;
-    const GpsTime clockDelivery = m_blockDelivery;
-    while (peek() && m_block.time == batch.tag && m_block.kind != SsrKind::clock &&
-           !(clockDelivery < m_blockDelivery)) {
-      apply();
-    }
-    batch.delivery = m_delivery;
-    fillOrbitClock(batch);
-    fillBiases(batch);
-    if (!batch.orbitClock.empty() || batch.newBiases) return true;
+    if (m_joiner.waits() && !m_joiner.belongs(m_block, m_blockDelivery) && m_joiner.join(batch)) return true;
+    m_joiner.apply(m_block, m_blockDelivery);
+    m_waiting = false;
   }
-  return false;
-}
-
-void SsrTextSource::fillOrbitClock(CorrectionBatch& batch) const {
-  batch.orbitClock.clear();
-  for (const auto& [sat, clock] : m_clocks) {
-    const auto orbits = m_orbits.find(sat);
-    if (orbits == m_orbits.end() || batch.tag - clock.epoch > m_options.longestClock_s) continue;
-    const auto orbit =
-        std::find_if(orbits->second.begin(), orbits->second.end(),
-                     [issue = clock.correction.iod](const Orbit& o) { return o.correction.iod == issue; });
-    if (orbit == orbits->second.end() || batch.tag - orbit->epoch > m_options.longestOrbit_s) continue;
-
-    OrbitClockCorrection c =
-        carriedTo(batch.tag, orbit->correction, orbit->reference, clock.correction, clock.reference);
-    if (m_timeline) moveToHeldMessage(batch, c);
-    batch.orbitClock.push_back(std::move(c));
-  }
-}
-
-void SsrTextSource::moveToHeldMessage(const CorrectionBatch& batch, OrbitClockCorrection& c) const {
-  if (m_timeline->store().serves(c.sat, c.iod, batch.delivery)) return;
-  const BroadcastEph* from = m_timeline->find(c.sat, c.iod, batch.tag);
-  const BroadcastEph* to = m_timeline->store().pick(c.sat, batch.delivery);
-  if (from == nullptr || to == nullptr) return;
-  moveToMessage(c, *from, *to, batch.tag);
-}
-
-void SsrTextSource::fillBiases(CorrectionBatch& batch) {
-  batch.newBiases = m_newBiases;
-  batch.biases.clear();
-  if (!m_newBiases) return;
-  m_newBiases = false;
-  // Of two sets with one tag the engine keeps the older, so tags go up.
-  batch.biasTag = std::max(batch.tag, m_biasTag + 1.0);
-  m_biasTag = batch.biasTag;
-  std::map<SatName, SatBiases> joined;
-  for (const auto& [sat, biases] : m_code) joined[sat].code = biases;
-  // Phase biases that ceased are not passed on under the tags of code biases that go on.
-  if (batch.tag - m_phaseEpoch <= std::max(kPhaseBiasAge_s, kMissedUpdates * m_phaseInterval_s))
-    for (const auto& [sat, biases] : m_phase) joined[sat].phase = biases;
-  for (auto& [sat, biases] : joined) {
-    biases.sat = sat;
-    batch.biases.push_back(std::move(biases));
-  }
+  return m_joiner.join(batch);
 }
 
 }  // namespace

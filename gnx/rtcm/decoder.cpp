@@ -52,6 +52,7 @@ void RtcmDecoder::flush() {
   m_impl->epochs.flush(m_impl->context);
 }
 
+bool RtcmDecoder::inFrame() const { return m_impl->frames.begun(); }
 void RtcmDecoder::setReference(const GpsTime& now) { m_impl->context.time.set(now); }
 void RtcmDecoder::learn(const GlonassEph& eph) { m_impl->context.learn(eph); }
 void RtcmDecoder::learn(const BroadcastEph& eph) { m_impl->context.learn(eph); }

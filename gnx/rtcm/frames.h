@@ -25,6 +25,8 @@ class FrameScanner {
   void feed(std::span<const std::uint8_t> bytes, RtcmCounts& counts, const Take& take);
   /// No more bytes will complete what was begun: whole frames inside it are taken, the rest is dropped.
   void flush(RtcmCounts& counts, const Take& take);
+  /// Whether bytes wait for the rest of their frame.
+  bool begun() const { return !m_bytes.empty(); }
 
  private:
   void scan(RtcmCounts& counts, const Take& take, bool last);

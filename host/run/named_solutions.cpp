@@ -71,18 +71,20 @@ std::string stationWord(const std::string& observationFile) {
 }
 
 NamedSolutions::NamedSolutions(fs::path directory, std::string pattern, std::string station,
-                               std::vector<std::string> comments)
+                               std::vector<std::string> comments, Earlier earlier)
     : m_directory(std::move(directory)),
       m_pattern(std::move(pattern)),
       m_station(std::move(station)),
-      m_comments(std::move(comments)) {}
+      m_comments(std::move(comments)),
+      m_earlier(earlier) {}
 
 void NamedSolutions::open(const std::string& name) {
   m_name = name;
   m_path = m_directory / name;
   m_format = formatOf(m_path);
   fs::create_directories(m_path.parent_path());
-  const bool fresh = m_files.insert(m_path).second;
+  const bool there = m_earlier == Earlier::continued && fs::exists(m_path);
+  const bool fresh = m_files.insert(m_path).second && !there;
   m_out.close();
   m_out.clear();
   m_out.open(m_path, std::ios::binary | (fresh ? std::ios::trunc : std::ios::app));

@@ -26,9 +26,12 @@ std::string stationWord(const std::string& observationFile);
 
 class NamedSolutions {
  public:
+  /// What becomes of a file that an earlier run has left.
+  enum class Earlier { replaced, continued };
+
   /// \param comments  of every .pos file
   NamedSolutions(std::filesystem::path directory, std::string pattern, std::string station,
-                 std::vector<std::string> comments);
+                 std::vector<std::string> comments, Earlier earlier = Earlier::replaced);
   /// Solutions in order of time. A name that comes again later is continued. Throws InputError when a file
   /// cannot be written.
   void write(const SolutionEpoch& epoch);
@@ -41,6 +44,7 @@ class NamedSolutions {
   std::filesystem::path m_directory;
   std::string m_pattern, m_station;
   std::vector<std::string> m_comments;
+  Earlier m_earlier;
   std::string m_name;  ///< of the open file
   std::filesystem::path m_path;
   SolutionFormat m_format = SolutionFormat::posXyz;

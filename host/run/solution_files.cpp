@@ -9,6 +9,7 @@
 #include "gnx/error.h"
 #include "gnx/geodesy.h"
 #include "gnx/time.h"
+#include "run/nmea.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -16,9 +17,6 @@ namespace gnx {
 namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
-
-/// GPS minus UTC in whole seconds at a GPS time.
-int gpsMinusUtc(const GpsTime& t) { return leapSecondsAtUtc(t + -leapSecondsAtUtc(t)); }
 
 std::string posLine(const SolutionEpoch& epoch) {
   const Calendar c = toCalendar(epoch.time + 0.0005);  // so that cutting the milliseconds rounds
@@ -43,32 +41,6 @@ std::string csvLine(const SolutionEpoch& epoch) {
   for (const int count : epoch.satellites) line += printed(",%d", count);
   return line + printed(",%.2f,%.3f,%d,%.3f,%.3f\n", epoch.pdop, epoch.sigma0, epoch.fixed, epoch.ratio,
                         epoch.milliseconds);
-}
-
-/// Degrees and minutes of NMEA, minutes with 7 decimals; rounding never shows 60 minutes.
-std::string nmeaAngle(double degrees, int width) {
-  const double a = std::abs(degrees);
-  long long units = std::llround(a * 60.0 * 1e7);
-  const long long perDegree = 60LL * 10000000LL;
-  const long long whole = units / perDegree;
-  units %= perDegree;
-  return printed("%0*lld%02lld.%07lld", width, whole, units / 10000000LL, units % 10000000LL);
-}
-
-std::string ggaLine(const SolutionEpoch& epoch) {
-  // Hundredths are rounded before the split, so that 59.996 s carries into the minute.
-  const GpsTime utc = epoch.time + (0.005 - gpsMinusUtc(epoch.time));
-  const Calendar c = toCalendar(utc);
-  const Geodetic g = toGeodetic(epoch.xyz);
-  const int quality = epoch.status == kFixedStatus ? 4 : epoch.status == 1 ? 1 : 5;
-  std::string body =
-      printed("GPGGA,%02d%02d%05.2f,%s,%c,%s,%c,%d,%02d,%.1f,%.3f,M,%.3f,M,,", c.hour, c.minute,
-              std::floor(c.second * 100.0) / 100.0, nmeaAngle(g.latitude * kDegrees, 2).c_str(),
-              g.latitude < 0.0 ? 'S' : 'N', nmeaAngle(g.longitude * kDegrees, 3).c_str(),
-              g.longitude < 0.0 ? 'W' : 'E', quality, satelliteCount(epoch), epoch.pdop, g.height, 0.0);
-  unsigned sum = 0;
-  for (const char ch : body) sum ^= static_cast<unsigned char>(ch);
-  return "$" + body + printed("*%02X\r\n", sum);
 }
 
 }  // namespace
@@ -100,7 +72,7 @@ std::string solutionHeader(SolutionFormat format, const std::vector<std::string>
 std::string solutionText(SolutionFormat format, const SolutionEpoch& epoch) {
   if (format == SolutionFormat::csv) return csvLine(epoch);
   if (!isSolved(epoch)) return "";
-  return format == SolutionFormat::nmea ? ggaLine(epoch) : posLine(epoch);
+  return format == SolutionFormat::nmea ? ggaSentence(epoch) : posLine(epoch);
 }
 
 SolutionFile::SolutionFile(const std::filesystem::path& path, SolutionFormat format,

@@ -15,6 +15,8 @@ namespace gnx {
 
 namespace {
 
+constexpr int kAgesOfData = 32;  ///< of BeiDou: a field of five bits
+
 class StreamWriter {
  public:
   StreamWriter(const std::filesystem::path& file, const std::filesystem::path& observations,
@@ -63,7 +65,8 @@ class StreamWriter {
 
   void giveMessages(const GpsTime& until) {
     while (m_next < m_messages.size() && !(until < m_messages[m_next].transmission)) {
-      const BroadcastEph& made = m_messages[m_next++];
+      BroadcastEph& made = m_messages[m_next++];
+      if (made.sat[0] == 'C') made.iode %= kAgesOfData;  // which is not its issue of data
       const auto bytes = m_encoder.ephemeris(made);
       RtcmDecoder decoder(
           [&](const RtcmRecord& record) {

@@ -144,6 +144,8 @@ class RtcmDecoder {
   /// The stream is silent: hands over what is complete so far. A frame that was begun is searched for whole
   /// ones, epochs that wait for more are closed.
   void flush();
+  /// Whether a frame has begun whose rest has not come yet.
+  bool inFrame() const;
   /// Sets the time next to which messages are placed; without it that is the latest of the stream.
   void setReference(const GpsTime& now);
   /// Tells of broadcast messages from elsewhere: channels of GLONASS, issues of Galileo of which a correction

@@ -1,0 +1,198 @@
+/// `gnx live`: streams in, positions out, until it is told to end.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/option_text.h"
+#include "gnx/error.h"
+#include "live/live_options.h"
+#include "live/live_run.h"
+#include "ntrip/ntrip_table.h"
+#include "text/text_reader.h"
+
+namespace gnx {
+
+namespace {
+
+/// Values of the command line that need work before they are options.
+struct LiveArguments {
+  LiveRunOptions options;
+  std::string start, mode = "kinematic", sourcetable, config;
+};
+
+constexpr const char* kConfig = "--config";
+constexpr const char* kFooter = R"(URLs:
+  ntrip://HOST[:2101]/MOUNTPOINT   a caster; ntrips:// with TLS, its certificate verified
+      ?version=1                   where the caster knows NTRIP 1 alone
+      ?gga=10                      sends the position every 10 s
+      ?ca=FILE                     certificates to trust besides the system's (ntrips)
+  tcp://HOST:PORT                  tcp-listen://HOST:PORT waits for the sender instead
+  serial:///dev/ttyUSB0?speed=115200
+  file:///path?speed=1             1 as sent, 10 ten times as fast, 0 as fast as possible
+  -                                standard input or output
+Any source takes ?silence=30: a connection that brings nothing for so long is made anew.
+
+Example:
+  gnx live --obs serial:///dev/ttyUSB0 --eph ntrip://caster:2101/BCEP00 --ssr ntrip://caster:2101/SSRA00 \
+      --credentials caster.login --systems GE --out out/live --json - )";
+
+void addSourceOptions(CLI::App& cmd, LiveRunOptions& o) {
+  cmd.add_option("--obs", o.obs, "URL of observations in RTCM 3; of several the first that works is taken");
+  cmd.add_option("--eph", o.eph, "URLs of broadcast messages; without, they are taken from all streams");
+  cmd.add_option(
+      "--ssr", o.ssr,
+      "URLs of corrections, in order of preference: another one takes over within 10 s; without, the "
+      "stream of --obs carries them");
+  cmd.add_option(
+      "--credentials", o.credentials,
+      "file with lines HOST[:PORT][/MOUNTPOINT] USER PASSWORD, readable by its owner alone; without, "
+      "the environment variables GNX_NTRIP_USER and GNX_NTRIP_PASSWORD");
+  cmd.add_option("--wait", o.assembly.wait_s, "seconds that an epoch waits for corrections of its own time")
+      ->check(CLI::Range(0.0, 30.0))
+      ->capture_default_str();
+  cmd.add_option("--start-wait", o.assembly.startWait_s, "seconds that the start waits for code biases")
+      ->check(CLI::Range(0.0, 3600.0))
+      ->capture_default_str();
+}
+
+void addDeploymentOptions(CLI::App& cmd, LiveArguments& a) {
+  LiveRunOptions& o = a.options;
+  cmd.add_option("--deployment", o.deployment, "directory made by 'gnx init'; without: written into --out");
+  cmd.add_option("--systems", o.deploy.systems, "systems of the deployment, letters of G R E C B J")
+      ->capture_default_str();
+  cmd.add_option("--freqobs", o.deploy.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");
+  cmd.add_option("--freqused", o.deploy.freqused, "used frequencies");
+  cmd.add_option("--antex", o.deploy.antex, "antenna file for the deployment");
+  o.deploy.resolution = false;
+  cmd.add_flag("--fix", o.deploy.resolution, "resolve ambiguities to integers; needs phase biases");
+  cmd.add_option("--mode", a.mode, "static, kinematic or dynamic")
+      ->check(CLI::IsMember({"static", "kinematic", "dynamic"}))
+      ->capture_default_str();
+  o.deploy.run.interval_s = 1.0;
+  cmd.add_option("--interval", o.deploy.run.interval_s, "processing interval, s; 1 takes every epoch")
+      ->check(CLI::Range(0.01, 3600.0))
+      ->capture_default_str();
+  o.deploy.refpoint = "APC_ITRF";
+  cmd.add_option("--refpoint", o.deploy.refpoint,
+                 "what the orbits of the corrections refer to: APC_ITRF (most streams) or CoM_ITRF")
+      ->capture_default_str();
+  cmd.add_option("--station-name", o.deploy.run.stationName, "name for files")->capture_default_str();
+}
+
+void addOutputOptions(CLI::App& cmd, LiveArguments& a) {
+  LiveRunOptions& o = a.options;
+  cmd.add_option("--out", o.out, "directory of results and logs")->capture_default_str();
+  cmd.add_option("--json", o.json, "URL for a line of JSON an epoch; docs/live.md describes it");
+  cmd.add_option("--nmea", o.nmea, "URL for NMEA sentences: GGA, GST, GSA, ZDA, RMC");
+  cmd.add_option(
+      "--http", o.http,
+      "HOST:PORT, or PORT on this machine alone, for /metrics (Prometheus), /healthz and /solution.json");
+  cmd.add_option(
+      "--solution-name", o.solutionNames,
+      "solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, .csv, "
+      ".nmea); without: solution.pos");
+  cmd.add_option("--record", o.record, "new directory for all bytes with their times of arrival");
+  cmd.add_option("--play", o.play, "a recording instead of sources");
+  cmd.add_option(
+         "--speed", o.speed,
+         "pace of --play and of a clock with --start: 10 is ten times as fast; --play 0 as fast as possible")
+      ->check(CLI::Range(0.0, 1e6))
+      ->capture_default_str();
+  cmd.add_option(
+      "--start", a.start,
+      "GPS time at which the run's clock begins: for files that do not tell their date, and for old data "
+      "from a caster");
+  cmd.add_option("--sourcetable", a.sourcetable, "list the streams of a caster, ntrip://HOST:PORT, and end");
+  cmd.add_flag("--quiet", o.quiet, "nothing on standard error");
+}
+
+void addOptions(CLI::App& cmd, LiveArguments& a) {
+  addSourceOptions(cmd, a.options);
+  addDeploymentOptions(cmd, a);
+  addOutputOptions(cmd, a);
+  cmd.add_option(
+      kConfig, a.config,
+      "JSON file of an object with these options, such as {\"obs\": \"tcp://...\", \"fix\": true}; the "
+      "command line adds to it; SIGHUP has it read again");
+}
+
+/// What was given on the command line, as words.
+std::vector<std::string> wordsOf(const CLI::App& cmd) {
+  std::vector<std::string> words;
+  for (const CLI::Option* option : cmd.get_options()) {
+    const std::string name = "--" + option->get_single_name();
+    if (option->count() == 0 || name == kConfig) continue;
+    for (const std::string& value : option->results())
+      words.push_back(option->get_expected_min() == 0 ? name : name + "=" + value);
+  }
+  return words;
+}
+
+/// Choices of a file and of the command line together.
+LiveArguments withFile(const std::string& file, const std::vector<std::string>& given) {
+  std::vector<std::string> words;
+  {
+    TextReader reader(file);
+    std::string text;
+    for (std::string_view line; reader.next(line);) text.append(line).append("\n");
+    words = wordsOfJson(text, file);
+  }
+  words.insert(words.end(), given.begin(), given.end());
+  LiveArguments both;
+  CLI::App parser("live");
+  parser.set_help_flag();
+  parser.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+  addOptions(parser, both);
+  std::ranges::reverse(words);  // it takes them from the back
+  try {
+    parser.parse(std::move(words));
+  } catch (const CLI::ParseError& e) {
+    throw InputError(file, 0, e.what());
+  }
+  return both;
+}
+
+LiveRunOptions completed(LiveArguments a) {
+  LiveRunOptions& o = a.options;
+  if (!a.start.empty()) o.start = parseTime(a.start, "--start");
+  o.deploy.run.mode = parseMode(a.mode);
+  if (o.speed <= 0.0 && o.play.empty()) throw UsageError("--speed 0 goes with --play alone");
+  if (o.play.empty() && o.obs.empty())
+    throw UsageError("no observations; give a URL with --obs, or a recording with --play");
+  return o;
+}
+
+void printTable(const LiveArguments& a) {
+  const Credentials credentials =
+      a.options.credentials.empty() ? Credentials() : Credentials(a.options.credentials);
+  for (const Mountpoint& m : readSourceTable(parseStreamUrl(a.sourcetable), credentials))
+    std::cout << m.name << "  " << m.identifier << "  " << m.format << "  " << m.system << "  " << m.network
+              << "  " << m.country << '\n';
+}
+
+void live(const CLI::App& cmd, const LiveArguments& a) {
+  const std::vector<std::string> given = wordsOf(cmd);
+  const auto choices = [&] { return completed(a.config.empty() ? a : withFile(a.config, given)); };
+  try {
+    if (!a.sourcetable.empty()) return printTable(a);
+    if (!runLive(choices(), choices)) std::_Exit(0);
+  } catch (const ConnectionError& e) {
+    throw UsageError(a.sourcetable + " " + e.what());
+  }
+}
+
+}  // namespace
+
+void addLive(CLI::App& app) {
+  auto* cmd = app.add_subcommand("live", "run the engine on streams, day and night");
+  auto a = std::make_shared<LiveArguments>();
+  addOptions(*cmd, *a);
+  cmd->footer(kFooter);
+  cmd->callback([cmd, a] { live(*cmd, *a); });
+}
+
+}  // namespace gnx

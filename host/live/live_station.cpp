@@ -1,0 +1,147 @@
+// Feeds an engine with what the assembler makes of the streams.
+
+#include "live/live_station.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "text/printed.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr double kLongestPause_s = 60.0;
+
+}  // namespace
+
+LiveStation::LiveStation(StationContext context)
+    : m_context(std::move(context)), m_events(m_context.directory / "events.csv") {
+  LiveAssembler::Sinks sinks;
+  sinks.event = [this](const Event& event) { feed(event); };
+  sinks.restart = [this] {
+    if (m_engine) m_engine->restart();
+  };
+  sinks.say = m_context.say;
+  m_assembler = std::make_unique<LiveAssembler>(m_context.deployment, m_context.assembly, m_context.reference,
+                                                std::move(sinks));
+}
+
+LiveStation::~LiveStation() = default;
+
+void LiveStation::take(const RecordedEvent& event) {
+  const Arrival& arrival = event.arrival;
+  m_now = std::max(m_now, arrival.time);
+  if (m_retry && m_now < *m_retry && event.kind == RecordedEvent::Kind::bytes) return;
+  m_retry.reset();
+  try {
+    switch (event.kind) {
+      case RecordedEvent::Kind::begin: {
+        const LiveSource source{event.source.name, event.source.roles, event.source.rank};
+        m_streams[arrival.source] = {source, {}};
+        m_assembler->addSource(arrival.source, source);
+        break;
+      }
+      case RecordedEvent::Kind::end:
+        m_streams.erase(arrival.source);
+        m_assembler->removeSource(arrival.source);
+        break;
+      case RecordedEvent::Kind::bytes:
+        if (arrival.bytes.empty()) {
+          m_assembler->tick(m_now);
+        } else {
+          if (const auto stream = m_streams.find(arrival.source); stream != m_streams.end())
+            stream->second.heard = m_now;
+          m_assembler->take(arrival.source, m_now, arrival.bytes);
+        }
+        break;
+    }
+  } catch (const EngineError& e) {
+    engineEnded(e);
+  }
+}
+
+void LiveStation::feed(const Event& event) {
+  if (const auto* start = std::get_if<StreamStart>(&event.record)) {
+    EngineOptions options;
+    options.directory = m_context.directory;
+    options.onEvent = [this](const EngineEvent& e) { m_events.write(e); };
+    m_engine = std::make_unique<Engine>(m_context.deployment, options);
+    m_engine->start(*start);
+    m_context.say("the engine has started with the signals\n" + m_engine->signals());
+    for (const auto* list : {&m_engine->warnings(), &m_engine->notes()})
+      for (const std::string& sentence : *list) m_context.say(sentence);
+    return;
+  }
+  if (std::holds_alternative<BroadcastEph>(event.record) || std::holds_alternative<GlonassEph>(event.record))
+    m_message = m_now;
+  if (!m_engine) return;
+  const auto solution = m_engine->feed(event);
+  if (!solution) return;
+  if (solution->solved() && !std::exchange(m_solved, true)) m_context.say("there are positions");
+  if (solution->solved()) m_pause_s = 1.0;
+  m_context.take(*solution, facts(*solution));
+}
+
+LiveFacts LiveStation::facts(const Solution& solution) const {
+  LiveFacts facts;
+  facts.latency_s = m_now - solution.time;
+  if (m_message) facts.message_s = m_now - *m_message;
+  for (const auto& [number, stream] : m_streams)
+    if (stream.heard) facts.silent_s[stream.source.name] = m_now - *stream.heard;
+  facts.corrections = m_assembler->correctionSource();
+  return facts;
+}
+
+/// What the engine knew is gone with it.
+void LiveStation::engineEnded(const EngineError& error) {
+  if (!m_solved) throw error;
+  m_context.say(std::string(error.what()) + printed("; it is started again in %.0f s", m_pause_s));
+  m_engine.reset();
+  m_retry = m_now + m_pause_s;
+  m_pause_s = std::min(2.0 * m_pause_s, kLongestPause_s);
+  m_assembler->beginAnew();
+}
+
+std::optional<GpsTime> LiveStation::deadline() const {
+  return m_retry ? std::nullopt : m_assembler->deadline();
+}
+
+void LiveStation::finish() {
+  try {
+    m_assembler->finish();
+    if (m_engine) m_engine->finish();
+  } catch (const EngineError& e) {
+    m_context.say(e.what());
+  }
+}
+
+std::string LiveStation::account() const {
+  const LiveCounts& c = m_assembler->counts();
+  std::string text = printed(
+      "epochs %lld (%lld incomplete), corrections %lld (%lld satellites bridged), broadcast "
+      "messages %lld, changes of source %lld\n",
+      static_cast<long long>(c.epochs), static_cast<long long>(c.incompleteEpochs),
+      static_cast<long long>(c.batches), static_cast<long long>(c.bridged),
+      static_cast<long long>(c.messages), static_cast<long long>(c.switches));
+  std::string left;
+  for (std::size_t i = 0; i < c.drops.size(); ++i)
+    if (c.drops[i] > 0)
+      left += printed("%s%s %lld", left.empty() ? "" : ", ", nameOf(static_cast<LiveDrop>(i)),
+                      static_cast<long long>(c.drops[i]));
+  if (!left.empty()) text += "left out: " + left + "\n";
+  for (const auto& [number, stream] : m_streams) {
+    const RtcmCounts* d = m_assembler->decoded(number);
+    if (d == nullptr) continue;
+    text += printed("%s: %lld bytes, %lld frames, %lld bytes outside frames", stream.source.name.c_str(),
+                    static_cast<long long>(d->bytes), static_cast<long long>(d->frames),
+                    static_cast<long long>(d->skipped));
+    for (std::size_t i = 0; i < d->drops.size(); ++i)
+      if (d->drops[i] > 0)
+        text += printed(", %s %lld", nameOf(static_cast<RtcmDrop>(i)), static_cast<long long>(d->drops[i]));
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace gnx

@@ -1,0 +1,66 @@
+#pragma once
+/// \file live_station.h
+/// One station of a live run: what its sources bring, in order, becomes solutions. No clock and no connection
+/// of its own, so that a recording gives the same.
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "gnx/engine.h"
+#include "gnx/live.h"
+#include "live/solution_json.h"
+#include "record/recording.h"
+#include "run/event_file.h"
+
+namespace gnx {
+
+struct StationContext {
+  const Deployment& deployment;
+  LiveOptions assembly;
+  std::filesystem::path directory;  ///< of the engine
+  GpsTime reference;                ///< within half a week of the first message
+  std::function<void(const Solution&, const LiveFacts&)> take;
+  std::function<void(const std::string&)> say;
+};
+
+class LiveStation {
+ public:
+  explicit LiveStation(StationContext context);
+  ~LiveStation();
+  LiveStation(const LiveStation&) = delete;
+  LiveStation& operator=(const LiveStation&) = delete;
+
+  /// \throws EngineError when the engine cannot start; one that ends later is started again
+  void take(const RecordedEvent& event);
+  std::optional<GpsTime> deadline() const;
+  /// Hands over what waits and ends the engine.
+  void finish();
+  const LiveCounts& counts() const { return m_assembler->counts(); }
+  /// What was decoded, handed over and left out, lines ended.
+  std::string account() const;
+
+ private:
+  struct Stream {
+    LiveSource source;
+    std::optional<GpsTime> heard;
+  };
+  void feed(const Event& event);
+  LiveFacts facts(const Solution& solution) const;
+  void engineEnded(const EngineError& error);
+
+  StationContext m_context;
+  EventFile m_events;
+  std::map<int, Stream> m_streams;
+  std::unique_ptr<LiveAssembler> m_assembler;
+  std::unique_ptr<Engine> m_engine;
+  GpsTime m_now;
+  std::optional<GpsTime> m_message, m_retry;
+  double m_pause_s = 1.0;
+  bool m_solved = false;
+};
+
+}  // namespace gnx

@@ -1,0 +1,128 @@
+// Metrics and health of a live run.
+
+#include "live/live_status.h"
+
+#include <utility>
+
+#include "text/printed.h"
+
+namespace gnx {
+
+namespace {
+
+constexpr double kHealthy_s = 30.0;  ///< without a position
+
+/// Metrics, one after the other.
+class MetricsText {
+ public:
+  void begin(const char* name, const char* type, const char* help) {
+    m_name = name;
+    m_text += printed("# HELP %s %s\n# TYPE %s %s\n", name, help, name, type);
+  }
+  void value(double value, const std::string& label = "", const std::string& of = "") {
+    m_text += m_name;
+    if (!label.empty()) m_text += "{" + label + "=\"" + of + "\"}";
+    m_text += printed(" %.10g\n", value);
+  }
+  void one(const char* name, const char* type, const char* help, double v) {
+    begin(name, type, help);
+    value(v);
+  }
+  std::string take() { return std::move(m_text); }
+
+ private:
+  std::string m_name, m_text;
+};
+
+template <class Value>
+void addSources(MetricsText& text, const char* name, const char* type, const char* help,
+                const std::map<std::string, const Source*>& sources, Value&& value) {
+  text.begin(name, type, help);
+  for (const auto& [source, state] : sources)
+    text.value(static_cast<double>(value(state->state())), "source", source);
+}
+
+}  // namespace
+
+void LiveStatus::take(const Solution& solution, const LiveFacts& facts, double processing_s) {
+  std::string line = solutionJson(solution, facts);
+  const std::lock_guard lock(m_mutex);
+  m_json = std::move(line);
+  m_why = solution.why;
+  m_state = solution.state;
+  m_ages = solution.ages;
+  m_latency_s = facts.latency_s;
+  m_processing_s += processing_s;
+  m_engine_s += solution.milliseconds * 1e-3;
+  ++m_solutions;
+  if (solution.solved()) m_solved = Clock::now(), ++m_positions;
+  if (solution.state == SolutionState::fixed) ++m_fixed;
+}
+
+void LiveStatus::take(const LiveCounts& counts) {
+  const std::lock_guard lock(m_mutex);
+  m_counts = counts;
+}
+
+void LiveStatus::add(const Source& source) {
+  const std::lock_guard lock(m_mutex);
+  m_sources[source.name()] = &source;
+}
+
+void LiveStatus::remove(const Source& source) {
+  const std::lock_guard lock(m_mutex);
+  std::erase_if(m_sources, [&](const auto& item) { return item.second == &source; });
+}
+
+double LiveStatus::sinceSolved_s() const {
+  return std::chrono::duration<double>(Clock::now() - *m_solved).count();
+}
+
+HttpAnswer LiveStatus::metrics() const {
+  const std::lock_guard lock(m_mutex);
+  MetricsText text;
+  text.one("gnx_solutions_total", "counter", "Epochs that the engine worked on.",
+           static_cast<double>(m_solutions));
+  text.one("gnx_positions_total", "counter", "Epochs with a position.", static_cast<double>(m_positions));
+  text.one("gnx_fixed_total", "counter", "Epochs with a fixed position.", static_cast<double>(m_fixed));
+  text.one("gnx_state", "gauge", "0 none, 1 codes, 2 float, 3 extra-wide-lane, 4 wide-lane, 5 fixed.",
+           static_cast<double>(m_state));
+  text.one("gnx_latency_seconds", "gauge", "From the time of the last observations to their arrival.",
+           m_latency_s);
+  text.one("gnx_engine_seconds_total", "counter", "Time in the engine.", m_engine_s);
+  text.one("gnx_processing_seconds_total", "counter", "From the arrival of observations to their solution.",
+           m_processing_s);
+  if (m_solved) text.one("gnx_position_age_seconds", "gauge", "Since the last position.", sinceSolved_s());
+  text.begin("gnx_correction_age_seconds", "gauge", "Of the corrections at the last epoch.");
+  for (const auto& [kind, age] :
+       {std::pair("orbit_clock", m_ages.orbitClock_s), std::pair("code_bias", m_ages.codeBias_s),
+        std::pair("phase_bias", m_ages.phaseBias_s)})
+    if (age) text.value(*age, "kind", kind);
+  text.begin("gnx_dropped_total", "counter", "Records left out, by reason.");
+  for (std::size_t i = 0; i < m_counts.drops.size(); ++i)
+    text.value(static_cast<double>(m_counts.drops[i]), "reason", nameOf(static_cast<LiveDrop>(i)));
+  text.one("gnx_source_changes_total", "counter", "From one source to another.",
+           static_cast<double>(m_counts.switches));
+  addSources(text, "gnx_source_bytes_total", "counter", "Bytes received.", m_sources,
+             [](const SourceState& s) { return s.bytes.load(); });
+  addSources(text, "gnx_source_connected", "gauge", "1 while it is connected.", m_sources,
+             [](const SourceState& s) { return s.connected.load() ? 1 : 0; });
+  addSources(text, "gnx_source_connections_total", "counter", "Connections made.", m_sources,
+             [](const SourceState& s) { return s.connections.load(); });
+  return {200, "text/plain; version=0.0.4; charset=utf-8", text.take()};
+}
+
+HttpAnswer LiveStatus::health() const {
+  const std::lock_guard lock(m_mutex);
+  if (m_solved && sinceSolved_s() <= kHealthy_s) return {200, "text/plain; charset=utf-8", "ok\n"};
+  const std::string since = m_solved ? printed("no position for %.0f s", sinceSolved_s()) : "no position yet";
+  return {503, "text/plain; charset=utf-8", since + (m_why.empty() ? "" : ": " + m_why) + "\n"};
+}
+
+HttpAnswer LiveStatus::solution() const {
+  const std::lock_guard lock(m_mutex);
+  if (m_json.empty()) return {503, "application/json", "{\"why\": \"no epoch yet\"}\n"};
+  return {200, "application/json", m_json};
+}
+
+}  // namespace gnx
