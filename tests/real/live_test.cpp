@@ -13,9 +13,10 @@ namespace gnx::test {
 namespace {
 
 TEST(LiveStreams, RomeHasAPositionFromTheFirstUsableMessageToTheLastEpoch) {
+  GNX_REQUIRE_DATA("rtcm3/roma_2026037_msm5.rtcm3.gz");
+  GNX_REQUIRE_DATA("rome_2026037_ssr/ssr_provider260_2026037.rtcm3.gz");
   const std::string observations = realFile("rtcm3/roma_2026037_msm5.rtcm3.gz"),
                     corrections = realFile("rome_2026037_ssr/ssr_provider260_2026037.rtcm3.gz");
-  if (observations.empty() || corrections.empty()) GTEST_SKIP() << "no data";
   const support::TemporaryDirectory dir;
   const auto run =
       support::runProgram("live --obs 'file://" + observations + "?speed=0' --ssr file://" + corrections +
