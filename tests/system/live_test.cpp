@@ -198,8 +198,10 @@ TEST(Live, WhatIsNoStreamIsToldInASentence) {
     const auto out = dir.path() / std::to_string(url.size());
     const int port = freePort();
     Running live("live --quiet --obs " + url + " --http " + std::to_string(port) + " --out " + out.string());
-    EXPECT_TRUE(
-        becomes(5.0, [&] { return support::readFile(out / "live.log").find(sentence) != std::string::npos; }))
+    EXPECT_TRUE(becomes(5.0,
+                        [&, &told = sentence] {
+                          return support::readFile(out / "live.log").find(told) != std::string::npos;
+                        }))
         << sentence << support::readFile(out / "live.log");
     EXPECT_THAT(pageOf(port, "/healthz"), HasSubstr("no position yet"));
     live.signal(SIGINT);
