@@ -109,7 +109,8 @@ void GivensSweeps::m_begin(int rows) {
 double GivensSweeps::m_add(const double* x, int last, double head) {
   const int place = m_count % kFused;
   const auto group = static_cast<std::size_t>(m_count / kFused);
-  const auto size = static_cast<std::size_t>(m_rows) * 2 * kFused;
+  // Never empty: an array without rows has no address to count from.
+  const auto size = static_cast<std::size_t>(std::max(m_rows, 1)) * 2 * kFused;
   if (place == 0) m_begins.push_back(last);
   m_begins.back() = std::max(m_begins.back(), last);
   if (m_table.size() < (group + 1) * size) m_table.resize((group + 1) * size);
