@@ -66,7 +66,7 @@ void MsmMessage::decode() {
   m_station = m_bits.number(12);
   const std::uint64_t epoch = m_bits.u(30);
   const bool more = m_bits.flag();
-  m_bits.u(18);  // station's data version, reserved, clock steering, external clock, smoothing
+  m_bits.u(18);  // what a receiver does with its own clock and codes is of no use here
   if (!readMasks()) return m_context.drop(m_bits.overrun() ? RtcmDrop::tooShort : RtcmDrop::impossibleValue);
   readSatellites();
   readCells();
