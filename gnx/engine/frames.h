@@ -2,9 +2,7 @@
 /// \file frames.h
 /// What a host and its worker say to each other: frames over a pair of sockets on one machine.
 ///
-/// A frame is its kind and the size of its content (two 32-bit numbers), then the content: numbers in the
-/// machine's own form one behind the other; texts and lists begin with their length (32 bits). Both ends are
-/// of one build, which the first frame of the worker says; so nothing is negotiated.
+/// Both ends are of one build, which the first frame of the worker says; so nothing is negotiated.
 ///
 /// | frame         | content                                          | answer                     |
 /// |---------------|--------------------------------------------------|----------------------------|
@@ -24,15 +22,9 @@
 /// | solution      | a Solution                                       |                            |
 /// | done          | what is wrong, "" for nothing; names of files    |                            |
 
-#include <array>
 #include <cstdint>
-#include <cstring>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <type_traits>
-#include <vector>
+
+#include "frames/frames.h"
 
 namespace gnx {
 
@@ -54,118 +46,6 @@ enum class FrameKind : std::uint32_t {
   event,
   solution,
   done,
-};
-
-/// Takes values apart into bytes. A type of its own has a function fields(archive, value) that names its
-/// members, for both directions.
-class FrameWriter {
- public:
-  template <class... T>
-  void operator()(const T&... values) {
-    (put(values), ...);
-  }
-  const std::string& bytes() const { return m_bytes; }
-  void clear() { m_bytes.clear(); }
-
- private:
-  void raw(const void* data, std::size_t size) { m_bytes.append(static_cast<const char*>(data), size); }
-  void length(std::size_t n) { put(static_cast<std::uint32_t>(n)); }
-
-  void put(const std::string& text) {
-    length(text.size());
-    raw(text.data(), text.size());
-  }
-  template <class T>
-  void put(const std::vector<T>& list) {
-    length(list.size());
-    for (const T& item : list) put(item);
-  }
-  template <class K, class V>
-  void put(const std::map<K, V>& map) {
-    length(map.size());
-    for (const auto& [key, value] : map) put(key), put(value);
-  }
-  template <class T>
-  void put(const std::optional<T>& value) {
-    put(value.has_value());
-    if (value) put(*value);
-  }
-  template <class T>
-  void put(const T& value) {
-    if constexpr (std::is_trivially_copyable_v<T>) raw(&value, sizeof value);
-    else fields(*this, const_cast<T&>(value));
-  }
-
-  std::string m_bytes;
-};
-
-/// Puts values together again. \throws EngineError for bytes that are not the value asked for
-class FrameReader {
- public:
-  explicit FrameReader(std::string_view bytes) : m_bytes(bytes) {}
-  template <class... T>
-  void operator()(T&... values) {
-    (get(values), ...);
-  }
-
- private:
-  void raw(void* data, std::size_t size);
-  /// Of items of at least a byte each.
-  std::size_t length();
-
-  void get(std::string& text) {
-    text.resize(length());
-    raw(text.data(), text.size());
-  }
-  template <class T>
-  void get(std::vector<T>& list) {
-    list.resize(length());
-    for (T& item : list) get(item);
-  }
-  template <class K, class V>
-  void get(std::map<K, V>& map) {
-    map.clear();
-    for (std::size_t n = length(); n > 0; --n) {
-      K key{};
-      get(key);
-      get(map[key]);
-    }
-  }
-  template <class T>
-  void get(std::optional<T>& value) {
-    bool has = false;
-    get(has);
-    value.reset();
-    if (has) get(value.emplace());
-  }
-  template <class T>
-  void get(T& value) {
-    if constexpr (std::is_trivially_copyable_v<T>) raw(&value, sizeof value);
-    else fields(*this, value);
-  }
-
-  std::string_view m_bytes;
-};
-
-/// One end of the connection; closed with the object.
-class FrameChannel {
- public:
-  explicit FrameChannel(int descriptor) : m_descriptor(descriptor) {}
-  ~FrameChannel();
-  FrameChannel(const FrameChannel&) = delete;
-  FrameChannel& operator=(const FrameChannel&) = delete;
-
-  /// False when the other end is gone.
-  bool send(FrameKind kind, const std::string& content);
-  /// False when the other end is gone.
-  bool receive(FrameKind& kind, std::string& content);
-  void close();
-
- private:
-  bool sendAll(const char* data, std::size_t size);
-  bool receiveAll(char* data, std::size_t size);
-
-  int m_descriptor;
 };
 
 }  // namespace gnx

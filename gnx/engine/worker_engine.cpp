@@ -33,8 +33,7 @@ constexpr int kCannotRun = 127;
     dup2(out, STDOUT_FILENO);
     dup2(out, STDERR_FILENO);
     dup2(spare, kWorkerDescriptor);
-    for (const int used : {spare, out, null})
-      if (used > kWorkerDescriptor) close(used);
+    close_range(kWorkerDescriptor + 1, ~0U, 0);  // connections of the host too, which it may want to end
     if (chdir(directory) == 0) execl(program, program, static_cast<char*>(nullptr));
     dprintf(STDERR_FILENO, "ERROR cannot run %s in %s: %s\n", program, directory, std::strerror(errno));
   }

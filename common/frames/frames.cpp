@@ -1,6 +1,6 @@
 // Frames over a socket.
 
-#include "engine/frames.h"
+#include "frames/frames.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,10 +12,6 @@
 namespace gnx {
 
 namespace {
-
-struct Head {
-  std::uint32_t kind = 0, size = 0;
-};
 
 constexpr std::uint32_t kLargest = 1U << 30;
 
@@ -65,16 +61,16 @@ bool FrameChannel::receiveAll(char* data, std::size_t size) {
   return true;
 }
 
-bool FrameChannel::send(FrameKind kind, const std::string& content) {
-  const Head head{static_cast<std::uint32_t>(kind), static_cast<std::uint32_t>(content.size())};
+bool FrameChannel::sendFrame(std::uint32_t kind, const std::string& content) {
+  const FrameHead head{kind, static_cast<std::uint32_t>(content.size())};
   return sendAll(reinterpret_cast<const char*>(&head), sizeof head) &&
          sendAll(content.data(), content.size());
 }
 
-bool FrameChannel::receive(FrameKind& kind, std::string& content) {
-  Head head;
+bool FrameChannel::receiveFrame(std::uint32_t& kind, std::string& content) {
+  FrameHead head;
   if (!receiveAll(reinterpret_cast<char*>(&head), sizeof head) || head.size > kLargest) return false;
-  kind = static_cast<FrameKind>(head.kind);
+  kind = head.kind;
   content.resize(head.size);
   return receiveAll(content.data(), content.size());
 }
