@@ -1,116 +1,31 @@
 // Live runs as a user has them: a simulated sky through a caster on loopback, recordings, signals.
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-
-#include <csignal>
 
 #include "geometry/vector3.h"
-#include "run/run_files.h"
-#include "support/child.h"
-#include "support/files.h"
-#include "support/test_caster.h"
+#include "support/live_runs.h"
 
 namespace gnx::test {
 namespace {
 
+using support::becomes;
 using support::CasterOptions;
 using support::ChildResult;
+using support::freePort;
+using support::kDate;
+using support::kStart;
+using support::pageOf;
+using support::Positions;
+using support::positionsIn;
+using support::Running;
+using support::sky;
+using support::stream;
 using support::TemporaryDirectory;
 using support::TestCaster;
 using testing::HasSubstr;
-using Clock = std::chrono::steady_clock;
 
-const GpsTime kStart = toGpsTime({2026, 11, 21, 4, 0, 0.0});
-const std::string kDate = "2026-11-21T04:00:00";
 constexpr double kSpeed = 40.0;
 const std::string kChoices = " --systems GEC --mode static --fix --solution-name solution.csv --quiet";
-
-/// Eight minutes of a sky at 1 Hz as one stream, made once.
-const std::filesystem::path& sky() {
-  static const TemporaryDirectory dir;
-  static const std::filesystem::path path = [] {
-    const ChildResult made = support::runProgram("simulate " + dir.path().string() + " --date " + kDate +
-                                                 " --hours 0.134 --interval 1 --clock-interval 5 --rtcm");
-    EXPECT_EQ(made.status, 0) << made.output;
-    return dir.path();
-  }();
-  return path;
-}
-std::string stream() { return (sky() / "stream.rtcm3").string(); }
-
-using Positions = std::map<GpsTime, SolutionEpoch>;
-Positions positionsIn(const std::filesystem::path& dir) {
-  Positions positions;
-  for (const SolutionEpoch& e : readSolutionCsv(dir / "solution.csv"))
-    if (e.status > 0) positions[e.time] = e;
-  return positions;
-}
-
-/// A program that runs beside the test.
-class Running {
- public:
-  explicit Running(const std::string& arguments) : m_process(fork()) {
-    if (m_process == 0) {
-      execl("/bin/sh", "sh", "-c", ("exec " + support::kProgram + " " + arguments).c_str(), nullptr);
-      _exit(127);
-    }
-  }
-  ~Running() {
-    if (m_process > 0) {
-      kill(m_process, SIGKILL);
-      waitpid(m_process, nullptr, 0);
-    }
-  }
-  Running(const Running&) = delete;
-  Running& operator=(const Running&) = delete;
-  void signal(int number) const { kill(m_process, number); }
-  /// The engine's process: the only one that it has started; 0 without one.
-  pid_t worker() const {
-    const std::string task = std::to_string(m_process);
-    pid_t child = 0;
-    std::ifstream("/proc/" + task + "/task/" + task + "/children") >> child;
-    return child;
-  }
-  /// Exit status; -1 when it has not ended in time.
-  int await(double seconds) {
-    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
-    for (int status = 0; Clock::now() < end; std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
-      if (waitpid(m_process, &status, WNOHANG) != m_process) continue;
-      m_process = 0;
-      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    return -1;
-  }
-
- private:
-  pid_t m_process;
-};
-
-/// What a run says of itself on a path; "" when nobody answers.
-std::string pageOf(int port, const std::string& path, const std::string& method = "GET") {
-  const std::atomic<bool> stop{false};
-  std::string text;
-  try {
-    const auto link = connectTcp("127.0.0.1", port, false, "", stop);
-    link->write(method + " " + path + " HTTP/1.1\r\n\r\n");
-    std::vector<std::uint8_t> piece(65536);
-    while (const std::size_t n = link->read(piece, 1000))
-      text.append(piece.begin(), piece.begin() + static_cast<long>(n));
-  } catch (const ConnectionError&) {  // the end
-  }
-  return text;
-}
-
-/// A port that nobody listens on.
-int freePort() { return ListeningSocket("127.0.0.1", 0).port(); }
-
-template <class Condition>
-bool becomes(double seconds, Condition&& condition) {
-  const auto end = Clock::now() + std::chrono::duration<double>(seconds);
-  while (Clock::now() < end && !condition()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  return condition();
-}
 
 /// Reads the caster to the end of its stream, then ends the run; it has a second for that.
 void runOverCaster(const TestCaster& caster, const std::filesystem::path& out, const std::string& more) {
