@@ -379,6 +379,16 @@ void LiveAssembler::take(int number, const GpsTime& arrival, std::span<const std
   m_impl->look();
 }
 
+void LiveAssembler::take(int number, const GpsTime& arrival, const RtcmRecord& record) {
+  m_impl->advance(arrival);
+  const auto source = m_impl->sources.find(number);
+  if (source == m_impl->sources.end()) return;
+  m_impl->endBursts();
+  m_impl->take(number, record);
+  source->second->heard = m_impl->now;
+  m_impl->look();
+}
+
 void LiveAssembler::tick(const GpsTime& now) {
   m_impl->advance(now);
   m_impl->endBursts();

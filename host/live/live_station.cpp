@@ -31,9 +31,7 @@ LiveStation::~LiveStation() = default;
 
 void LiveStation::take(const RecordedEvent& event) {
   const Arrival& arrival = event.arrival;
-  m_now = std::max(m_now, arrival.time);
-  if (m_retry && m_now < *m_retry && event.kind == RecordedEvent::Kind::bytes) return;
-  m_retry.reset();
+  if (!ready(arrival.time) && event.kind == RecordedEvent::Kind::bytes) return;
   try {
     switch (event.kind) {
       case RecordedEvent::Kind::begin: {
@@ -61,10 +59,29 @@ void LiveStation::take(const RecordedEvent& event) {
   }
 }
 
+/// The clock comes to the time of an arrival. False while nothing is taken.
+bool LiveStation::ready(const GpsTime& arrival) {
+  m_now = std::max(m_now, arrival);
+  if (m_retry && m_now < *m_retry) return false;
+  m_retry.reset();
+  return true;
+}
+
+void LiveStation::take(int source, const GpsTime& arrival, const RtcmRecord& record) {
+  if (!ready(arrival)) return;
+  if (const auto stream = m_streams.find(source); stream != m_streams.end()) stream->second.heard = m_now;
+  try {
+    m_assembler->take(source, m_now, record);
+  } catch (const EngineError& e) {
+    engineEnded(e);
+  }
+}
+
 void LiveStation::feed(const Event& event) {
   if (const auto* start = std::get_if<StreamStart>(&event.record)) {
     EngineOptions options;
     options.directory = m_context.directory;
+    options.place = m_context.place;
     options.onEvent = [this](const EngineEvent& e) { m_events.write(e); };
     m_engine = std::make_unique<Engine>(m_context.deployment, options);
     m_engine->start(*start);

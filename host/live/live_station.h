@@ -25,6 +25,7 @@ struct StationContext {
   GpsTime reference;                ///< within half a week of the first message
   std::function<void(const Solution&, const LiveFacts&)> take;
   std::function<void(const std::string&)> say;
+  Place place = Place::worker;  ///< of the engine
 };
 
 class LiveStation {
@@ -36,6 +37,8 @@ class LiveStation {
 
   /// \throws EngineError when the engine cannot start; one that ends later is started again
   void take(const RecordedEvent& event);
+  /// A record of a source that somebody else decodes.
+  void take(int source, const GpsTime& arrival, const RtcmRecord& record);
   std::optional<GpsTime> deadline() const;
   /// Hands over what waits and ends the engine.
   void finish();
@@ -48,6 +51,7 @@ class LiveStation {
     LiveSource source;
     std::optional<GpsTime> heard;
   };
+  bool ready(const GpsTime& arrival);
   void feed(const Event& event);
   LiveFacts facts(const Solution& solution) const;
   void engineEnded(const EngineError& error);

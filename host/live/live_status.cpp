@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "live/metrics_text.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -11,28 +12,6 @@ namespace gnx {
 namespace {
 
 constexpr double kHealthy_s = 30.0;  ///< without a position
-
-/// Metrics, one after the other.
-class MetricsText {
- public:
-  void begin(const char* name, const char* type, const char* help) {
-    m_name = name;
-    m_text += printed("# HELP %s %s\n# TYPE %s %s\n", name, help, name, type);
-  }
-  void value(double value, const std::string& label = "", const std::string& of = "") {
-    m_text += m_name;
-    if (!label.empty()) m_text += "{" + label + "=\"" + of + "\"}";
-    m_text += printed(" %.10g\n", value);
-  }
-  void one(const char* name, const char* type, const char* help, double v) {
-    begin(name, type, help);
-    value(v);
-  }
-  std::string take() { return std::move(m_text); }
-
- private:
-  std::string m_name, m_text;
-};
 
 template <class Value>
 void addSources(MetricsText& text, const char* name, const char* type, const char* help,

@@ -86,6 +86,8 @@ class LiveAssembler {
 
   /// Bytes of a source, and when they came.
   void take(int number, const GpsTime& arrival, std::span<const std::uint8_t> bytes);
+  /// A record of a source that somebody else decodes, for several stations at once.
+  void take(int number, const GpsTime& arrival, const RtcmRecord& record);
   /// The clock shows this time.
   void tick(const GpsTime& now);
   /// When a tick is wanted if nothing comes before.

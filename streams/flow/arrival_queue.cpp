@@ -10,6 +10,7 @@ void ArrivalQueue::add(Arrival arrival) {
   m_bytes += arrival.bytes.size();
   m_arrivals.push_back(std::move(arrival));
   m_news.notify_one();
+  if (m_bell) m_bell();
 }
 
 bool ArrivalQueue::push(Arrival arrival) {

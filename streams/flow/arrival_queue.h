@@ -5,8 +5,10 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "gnx/time.h"
@@ -22,7 +24,9 @@ struct Arrival {
 
 class ArrivalQueue {
  public:
-  explicit ArrivalQueue(std::size_t mostBytes = std::size_t{16} << 20) : m_most(mostBytes) {}
+  /// \param bell  called when something has come, from the thread that brings it
+  explicit ArrivalQueue(std::size_t mostBytes = std::size_t{16} << 20, std::function<void()> bell = {})
+      : m_most(mostBytes), m_bell(std::move(bell)) {}
 
   /// False when there is no room: the bytes are lost.
   bool push(Arrival arrival);
@@ -41,6 +45,7 @@ class ArrivalQueue {
   void add(Arrival arrival);
 
   std::size_t m_most, m_bytes = 0;
+  std::function<void()> m_bell;
   std::mutex m_mutex;
   std::condition_variable m_news, m_room;
   std::deque<Arrival> m_arrivals;

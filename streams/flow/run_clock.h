@@ -15,6 +15,7 @@ class RunClock {
   /// Begins at another moment instead of now, and may go faster.
   explicit RunClock(const GpsTime& start, double speed = 1.0);
   GpsTime now() const;
+  double speed() const { return m_speed; }
 
  private:
   GpsTime m_start;
