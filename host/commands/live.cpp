@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "commands/commands.h"
+#include "commands/live_words.h"
 #include "commands/option_text.h"
 #include "gnx/error.h"
 #include "live/live_options.h"
@@ -132,6 +133,18 @@ std::vector<std::string> wordsOf(const CLI::App& cmd) {
   return words;
 }
 
+/// \throws CLI::ParseError
+LiveArguments argumentsOf(std::vector<std::string> words) {
+  LiveArguments arguments;
+  CLI::App parser("live");
+  parser.set_help_flag();
+  parser.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+  addOptions(parser, arguments);
+  std::ranges::reverse(words);  // it takes them from the back
+  parser.parse(std::move(words));
+  return arguments;
+}
+
 /// Choices of a file and of the command line together.
 LiveArguments withFile(const std::string& file, const std::vector<std::string>& given) {
   std::vector<std::string> words;
@@ -142,18 +155,11 @@ LiveArguments withFile(const std::string& file, const std::vector<std::string>& 
     words = wordsOfJson(text, file);
   }
   words.insert(words.end(), given.begin(), given.end());
-  LiveArguments both;
-  CLI::App parser("live");
-  parser.set_help_flag();
-  parser.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::Throw);
-  addOptions(parser, both);
-  std::ranges::reverse(words);  // it takes them from the back
   try {
-    parser.parse(std::move(words));
+    return argumentsOf(std::move(words));
   } catch (const CLI::ParseError& e) {
     throw InputError(file, 0, e.what());
   }
-  return both;
 }
 
 LiveRunOptions completed(LiveArguments a) {
@@ -186,6 +192,24 @@ void live(const CLI::App& cmd, const LiveArguments& a) {
 }
 
 }  // namespace
+
+LiveRunOptions liveOptionsOf(const std::vector<std::string>& words) {
+  try {
+    return completed(argumentsOf(words));
+  } catch (const CLI::ParseError& e) {
+    throw UsageError(e.what());
+  }
+}
+
+std::vector<std::string> liveOptionNames() {
+  LiveArguments arguments;
+  CLI::App parser("live");
+  parser.set_help_flag();
+  addOptions(parser, arguments);
+  std::vector<std::string> names;
+  for (const CLI::Option* option : parser.get_options()) names.push_back(option->get_single_name());
+  return names;
+}
 
 void addLive(CLI::App& app) {
   auto* cmd = app.add_subcommand("live", "run the engine on streams, day and night");

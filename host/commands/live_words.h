@@ -1,0 +1,19 @@
+#pragma once
+/// \file live_words.h
+/// The options of `gnx live` for those who have them as words and not on a command line.
+
+#include <string>
+#include <vector>
+
+#include "live/live_options.h"
+
+namespace gnx {
+
+/// \param words  "--obs=tcp://...", "--fix"
+/// \throws UsageError that begins with the option's name
+LiveRunOptions liveOptionsOf(const std::vector<std::string>& words);
+
+/// Names of all options, without dashes.
+std::vector<std::string> liveOptionNames();
+
+}  // namespace gnx
