@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   gnx::addExplain(app);
   gnx::addReplay(app);
   gnx::addLive(app);
+  gnx::addFleet(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
   gnx::addProducts(app);

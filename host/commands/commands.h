@@ -13,6 +13,7 @@ void addInit(CLI::App& app);
 void addExplain(CLI::App& app);
 void addReplay(CLI::App& app);
 void addLive(CLI::App& app);
+void addFleet(CLI::App& app);
 void addSimulate(CLI::App& app);
 void addDemo(CLI::App& app);
 void addProducts(CLI::App& app);

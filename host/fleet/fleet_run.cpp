@@ -1,0 +1,338 @@
+// The supervisor of a fleet: one loop over sources and workers.
+
+#include "fleet/fleet_run.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "fleet/fleet_deployments.h"
+#include "fleet/fleet_status.h"
+#include "fleet/shared_stream.h"
+#include "fleet/station_post.h"
+#include "gnx/error.h"
+#include "http/server.h"
+#include "live/live_log.h"
+#include "live/live_signals.h"
+#include "text/printed.h"
+
+namespace gnx {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kLook_ms = 100;                                  ///< at signals and clocks
+constexpr auto kState = std::chrono::seconds(1);               ///< between two looks at states
+constexpr auto kWorkersEnd = std::chrono::milliseconds(4000);  ///< they have so long to write and end
+constexpr auto kThreadsEnd = std::chrono::milliseconds(400);
+
+/// Wakes a loop that polls.
+class Bell {
+ public:
+  Bell() : m_descriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {}
+  ~Bell() { close(m_descriptor); }
+  Bell(const Bell&) = delete;
+  Bell& operator=(const Bell&) = delete;
+  void ring() const { eventfd_write(m_descriptor, 1); }
+  void hush() const {
+    eventfd_t rung = 0;
+    eventfd_read(m_descriptor, &rung);
+  }
+  int descriptor() const { return m_descriptor; }
+
+ private:
+  int m_descriptor;
+};
+
+class FleetRun {
+ public:
+  FleetRun(const FleetOptions& options, const std::function<FleetOptions()>& reload)
+      : m_options(options),
+        m_reload(reload),
+        m_out(fs::absolute(options.out)),
+        m_log((fs::create_directories(m_out), m_out / "fleet.log"), options.quiet),
+        m_clock(options.start ? RunClock(*options.start, options.speed) : RunClock()),
+        m_queue(kMostBytes, [this] { m_bell.ring(); }),
+        m_deployments(m_out / ".deployments", m_clock.now()),
+        m_context{m_out,
+                  m_clock,
+                  [this](const LiveRunOptions& o) { return m_deployments.of(o); },
+                  [this](const std::string& stream) { return m_streams.at(stream).decoder->kept(); },
+                  [this](const std::string& sentence) { say(sentence); },
+                  false} {}
+
+  bool go() {
+    m_credentials = credentialsOf(m_options);
+    openPages();
+    take(m_options);
+    say(printed("%zu stations, %zu shared streams", m_stations.size(), m_streams.size()));
+    while (true) {
+      const LiveSignal signal = m_signals.take();
+      if (signal == LiveSignal::end) break;
+      if (signal == LiveSignal::reload) readAgain();
+      for (auto& [name, held] : m_stations) held.post->start();
+      await();
+      turn();
+    }
+    say("the fleet was told to end");
+    end();
+    return threadsEnd();
+  }
+
+ private:
+  static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+  struct Stream {
+    FleetStream given;
+    int number = 0;
+    std::unique_ptr<SharedStream> decoder;
+    std::unique_ptr<Source> source;
+    std::vector<StationPost*> users;
+  };
+  struct Held {
+    std::unique_ptr<StationPost> post;
+    std::vector<std::unique_ptr<Source>> sources;  ///< of its own
+  };
+
+  void say(const std::string& sentence) { m_log.say(sentence); }
+
+  static Credentials credentialsOf(const FleetOptions& options) {
+    return options.credentials.empty() ? Credentials() : Credentials(options.credentials);
+  }
+
+  void openPages() {
+    if (m_options.http.empty()) return;
+    m_pages.emplace(m_options.http, std::map<std::string, HttpServer::Page>{
+                                        {"/metrics", [this] { return m_status.metrics(); }},
+                                        {"/healthz", [this] { return m_status.health(); }}});
+  }
+
+  // ---- streams and stations ----
+
+  /// Makes what runs that which the choices say; what has not changed is not touched.
+  void take(const FleetOptions& options) {
+    const auto named = [](const auto& list, const auto& mine) {
+      return std::ranges::find(list, mine) != list.end();
+    };
+    for (auto item = m_stations.begin(); item != m_stations.end();) {
+      const auto next = std::next(item);
+      if (!named(options.stations, item->second.post->station())) removeStation(item->first);
+      item = next;
+    }
+    for (auto item = m_streams.begin(); item != m_streams.end();) {
+      const auto next = std::next(item);
+      if (!named(options.streams, item->second.given)) removeStream(item->first);
+      item = next;
+    }
+    for (const FleetStream& stream : options.streams)
+      if (!m_streams.contains(stream.name)) addStream(stream);
+    for (const FleetStation& station : options.stations)
+      if (!m_stations.contains(station.name)) addStation(station);
+  }
+
+  void addStream(const FleetStream& given) {
+    Stream& stream = m_streams[given.name];
+    stream.given = given;
+    stream.number = m_next++;
+    stream.decoder = std::make_unique<SharedStream>(
+        stream.number, m_clock.now(),
+        [&stream](const Posted& posted) {
+          for (StationPost* post : stream.users) post->post(posted);
+        },
+        [this, &stream](const RtcmRecord& message) { teach(stream, message); });
+    m_numbers[stream.number] = [this, &stream](const Arrival& a) { stream.decoder->take(a.time, a.bytes); };
+    stream.source = openSource(stream.number, given.name, given.url);
+    m_status.add("", *stream.source);
+  }
+
+  void teach(const Stream& from, const RtcmRecord& message) {
+    for (auto& [name, stream] : m_streams)
+      if (&stream != &from) stream.decoder->learn(message);
+  }
+
+  std::unique_ptr<Source> openSource(int number, const std::string& name, const StreamUrl& url) {
+    return std::make_unique<Source>(number, name, url, m_credentials, m_queue, m_clock,
+                                    [this](const std::string& sentence) { say(sentence); });
+  }
+
+  void removeStream(const std::string& name) {
+    Stream& stream = m_streams.at(name);
+    m_numbers.erase(stream.number);
+    closeSource(std::move(stream.source));
+    m_streams.erase(name);
+  }
+
+  void closeSource(std::unique_ptr<Source> source) {
+    if (!source) return;
+    source->stop();
+    m_status.remove(*source);
+    m_leaving.push_back(std::move(source));
+  }
+
+  void addStation(const FleetStation& station) {
+    Held& held = m_stations[station.name];
+    std::vector<int> numbers;
+    for (const FleetSource& source : station.sources)
+      numbers.push_back(source.stream.empty() ? m_next++ : m_streams.at(source.stream).number);
+    held.post = std::make_unique<StationPost>(station, numbers, m_context);
+    StationPost* post = held.post.get();
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      const FleetSource& source = station.sources[i];
+      if (!source.stream.empty()) {
+        m_streams.at(source.stream).users.push_back(post);
+        continue;
+      }
+      m_numbers[numbers[i]] = [post](const Arrival& arrival) { post->post(arrival); };
+      held.sources.push_back(
+          openSource(numbers[i], station.name + " " + source.planned.source.name, source.planned.url));
+      m_status.add(station.name, *held.sources.back());
+    }
+    m_status.take(station.name, StationState{.here = true});
+  }
+
+  void removeStation(const std::string& name) {
+    Held& held = m_stations.at(name);
+    for (const int number : held.post->numbers()) m_numbers.erase(number);
+    for (auto& [stream, shared] : m_streams) std::erase(shared.users, held.post.get());
+    for (auto& source : held.sources) closeSource(std::move(source));
+    held.post->finish();
+    m_finishing.push_back(std::move(held.post));
+    m_stations.erase(name);
+    m_status.remove(name);
+  }
+
+  void readAgain() {
+    try {
+      FleetOptions choices = m_reload();
+      m_credentials = credentialsOf(choices);
+      choices.out = m_options.out;
+      choices.http = m_options.http;
+      take(choices);
+      m_options = std::move(choices);
+      say(printed("the choices were read again: %zu stations", m_stations.size()));
+    } catch (const Error& e) {
+      say(std::string("the choices were not taken: ") + e.what());
+    }
+  }
+
+  // ---- the loop ----
+
+  void await() {
+    std::vector<pollfd> wanted{{m_bell.descriptor(), POLLIN, 0}};
+    const auto add = [&](const StationPost& post) {
+      if (post.descriptor() < 0) return;
+      wanted.push_back({post.descriptor(), static_cast<short>(POLLIN | (post.waits() ? POLLOUT : 0)), 0});
+    };
+    for (const auto& [name, held] : m_stations) add(*held.post);
+    for (const auto& post : m_finishing) add(*post);
+    poll(wanted.data(), wanted.size(), kLook_ms);
+  }
+
+  void turn() {
+    m_bell.hush();
+    while (const auto arrival = m_queue.pop(std::chrono::milliseconds(0)))
+      if (const auto taker = m_numbers.find(arrival->source); taker != m_numbers.end())
+        taker->second(*arrival);
+    for (auto& [name, stream] : m_streams) stream.decoder->tick(m_clock.now());
+    for (auto& [name, held] : m_stations)
+      held.post->work([&, &station = name, &sources = held.sources](const StationReport& report) {
+        take(station, sources, report);
+      });
+    for (auto& post : m_finishing) post->work([](const StationReport&) {});
+    std::erase_if(m_finishing, [](const auto& post) { return post->ended(); });
+    std::erase_if(m_leaving, [](const auto& source) { return source->stopped(); });
+    if (Clock::now() - m_looked > kState) lookAtStates();
+  }
+
+  void take(const std::string& station, const std::vector<std::unique_ptr<Source>>& sources,
+            const StationReport& report) {
+    if (!report.gga.empty())
+      for (const auto& source : sources)
+        if (source->url().options.contains("gga")) source->setPosition(report.gga);
+    m_status.take(station, report);
+  }
+
+  void lookAtStates() {
+    m_looked = Clock::now();
+    for (const auto& [name, held] : m_stations)
+      m_status.take(name, StationState{true, held.post->process() > 0, held.post->restarts(),
+                                       held.post->lost(), held.post->waitingBytes()});
+  }
+
+  // ---- the end ----
+
+  void end() {
+    for (auto& [name, held] : m_stations)
+      for (auto& source : held.sources) source->stop();
+    for (auto& [name, stream] : m_streams) stream.source->stop();
+    for (auto& [name, held] : m_stations) held.post->finish();
+    const auto until = Clock::now() + kWorkersEnd;
+    const auto running = [this] {
+      return std::ranges::count_if(m_stations, [](const auto& item) { return !item.second.post->ended(); });
+    };
+    while (running() > 0 && Clock::now() < until) {
+      await();
+      for (auto& [name, held] : m_stations)
+        held.post->work(
+            [&, &station = name](const StationReport& report) { m_status.take(station, report); });
+    }
+    if (const auto left = running(); left > 0)
+      say(printed("%td workers did not end in time and are ended", left));
+    m_pages.reset();
+  }
+
+  /// A thread may be looking up the name of a host, which nothing can end.
+  bool threadsEnd() {
+    for (auto& [name, held] : m_stations)
+      for (auto& source : held.sources) m_leaving.push_back(std::move(source));
+    for (auto& [name, stream] : m_streams) m_leaving.push_back(std::move(stream.source));
+    const auto until = Clock::now() + kThreadsEnd;
+    const auto stopped = [this] {
+      return std::ranges::all_of(m_leaving, [](const auto& source) { return source->stopped(); });
+    };
+    while (!stopped() && Clock::now() < until) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return stopped();
+  }
+
+  FleetOptions m_options;
+  const std::function<FleetOptions()>& m_reload;
+  fs::path m_out;
+  LiveSignals m_signals;
+  LiveLog m_log;
+  RunClock m_clock;
+  Bell m_bell;
+  ArrivalQueue m_queue;
+  FleetDeployments m_deployments;
+  FleetContext m_context;
+  Credentials m_credentials;
+  std::map<std::string, Stream> m_streams;
+  std::map<std::string, Held> m_stations;
+  std::map<int, std::function<void(const Arrival&)>> m_numbers;  ///< who takes what a source brings
+  std::vector<std::unique_ptr<StationPost>> m_finishing;
+  std::vector<std::unique_ptr<Source>> m_leaving;
+  FleetStatus m_status;
+  std::optional<HttpServer> m_pages;
+  Clock::time_point m_looked{};
+  int m_next = 0;
+};
+
+}  // namespace
+
+bool runFleet(const FleetOptions& options, const std::function<FleetOptions()>& reload) {
+  // Kept when a thread goes on, which uses it until the process ends.
+  auto run = std::make_unique<FleetRun>(options, reload);
+  const bool ended = run->go();
+  if (!ended) static_cast<void>(run.release());
+  return ended;
+}
+
+}  // namespace gnx
