@@ -43,11 +43,12 @@ struct FleetStation {
 
 /// How machines work together.
 struct ClusterOptions {
-  std::string url;          ///< of servers, separated by commas; "" = this machine alone
-  std::string node;         ///< name of this machine's part; "" = host and process
-  std::string credentials;  ///< file of the servers' user, "" = none
-  int replicas = 1;         ///< of what the servers keep
-  int keepHours = 24;       ///< so long they keep solutions
+  std::string url;           ///< of servers, separated by commas; "" = this machine alone
+  std::string node;          ///< name of this machine's part; "" = host and process
+  std::string credentials;   ///< file of the servers' user, "" = none
+  int replicas = 1;          ///< of what the servers keep
+  int keepHours = 24;        ///< so long they keep solutions
+  int keepMegabytes = 1024;  ///< and not more of them
 };
 
 struct FleetOptions {
