@@ -16,7 +16,7 @@ namespace gnx {
 namespace {
 
 struct FleetArguments {
-  std::string file, out, http, start;
+  std::string file, out, http, start, nats, node;
   double speed = 1.0;
   bool quiet = false, check = false;
 };
@@ -32,6 +32,8 @@ FleetOptions choicesOf(const FleetArguments& a) {
   FleetOptions options = readFleet(a.file, {liveOptionNames(), liveOptionsOf});
   if (!a.out.empty()) options.out = a.out;
   if (!a.http.empty()) options.http = a.http;
+  if (!a.nats.empty()) options.cluster.url = a.nats;
+  if (!a.node.empty()) options.cluster.node = a.node;
   if (!a.start.empty()) options.start = parseTime(a.start, "--start");
   options.speed = a.speed;
   options.quiet = a.quiet;
@@ -56,6 +58,11 @@ void addFleet(CLI::App& app) {
       "--http", a->http,
       "HOST:PORT, or PORT on this machine alone, for a page of all stations, /metrics (Prometheus) "
       "and /healthz; instead of the file's");
+  cmd->add_option(
+      "--nats", a->nats,
+      "nats://HOST:4222[,nats://HOST2:4222...]: shares the stations with all machines that name the "
+      "same servers; instead of the file's");
+  cmd->add_option("--node", a->node, "name of this machine among them; without: its host and process");
   cmd->add_option("--start", a->start, "GPS time at which the clock begins, for old data from a caster");
   cmd->add_option("--speed", a->speed, "pace of a clock with --start")
       ->check(CLI::Range(0.01, 1e6))

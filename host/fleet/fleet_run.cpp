@@ -10,9 +10,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <thread>
 #include <utility>
 
+#include "fleet/cluster/cluster_node.h"
 #include "fleet/fleet_deployments.h"
 #include "fleet/fleet_status.h"
 #include "fleet/shared_stream.h"
@@ -68,17 +70,19 @@ class FleetRun {
                   [this](const LiveRunOptions& o) { return m_deployments.of(o); },
                   [this](const std::string& stream) { return m_streams.at(stream).decoder->kept(); },
                   [this](const std::string& sentence) { say(sentence); },
-                  false} {}
+                  !options.cluster.url.empty()} {}
 
   bool go() {
     m_credentials = credentialsOf(m_options);
     openPages();
+    joinOthers();
     take(m_options);
-    say(printed("%zu stations, %zu shared streams", m_stations.size(), m_streams.size()));
+    say(printed("%zu stations, %zu shared streams", m_options.stations.size(), m_streams.size()));
     while (true) {
       const LiveSignal signal = m_signals.take();
       if (signal == LiveSignal::end) break;
       if (signal == LiveSignal::reload) readAgain();
+      if (m_cluster) lookAtLeases();
       for (auto& [name, held] : m_stations) held.post->start();
       await();
       turn();
@@ -93,7 +97,7 @@ class FleetRun {
 
   struct Stream {
     FleetStream given;
-    int number = 0;
+    int number = 0, publisher = -1;  ///< of what is decoded, of the source that is published
     std::unique_ptr<SharedStream> decoder;
     std::unique_ptr<Source> source;
     std::vector<StationPost*> users;
@@ -116,6 +120,58 @@ class FleetRun {
                                         {"/healthz", [this] { return m_status.health(); }}});
   }
 
+  // ---- other machines ----
+
+  static std::string stationKey(const std::string& name) { return "station." + name; }
+  static std::string streamKey(const std::string& name) { return "stream." + name; }
+  static std::string subjectOf(const FleetStream& stream) {
+    const auto has = [&](LiveRole role) { return (stream.roles & static_cast<int>(role)) != 0; };
+    const char* kind = has(LiveRole::corrections) ? "ssr" : has(LiveRole::ephemerides) ? "eph" : "obs";
+    return std::string("gnx.") + kind + "." + stream.name;
+  }
+
+  void joinOthers() {
+    if (m_options.cluster.url.empty()) return;
+    m_cluster = std::make_unique<ClusterNode>(
+        m_options.cluster, [this](const std::string& sentence) { say(sentence); }, [this] { m_bell.ring(); });
+  }
+
+  void tellWanted(const FleetOptions& options) {
+    std::set<std::string> keys;
+    for (const FleetStation& station : options.stations) keys.insert(stationKey(station.name));
+    for (const FleetStream& stream : options.streams) keys.insert(streamKey(stream.name));
+    m_cluster->want(std::move(keys));
+  }
+
+  void lookAtLeases() {
+    std::map<std::string, std::uint64_t> held = m_cluster->held();
+    if (held == m_leases) return;
+    m_leases = std::move(held);
+    take(m_options);
+  }
+
+  bool mine(const std::string& key) const { return !m_cluster || m_leases.contains(key); }
+
+  /// The source of a shared stream is one machine's; all of them decode what is published.
+  void openShared(Stream& stream) {
+    if (!mine(streamKey(stream.given.name))) return closeShared(stream);
+    if (stream.source) return;
+    int number = stream.number;
+    if (m_cluster) {
+      number = stream.publisher = m_next++;
+      m_numbers[number] = [this, subject = subjectOf(stream.given)](const Arrival& arrival) {
+        m_cluster->publish(subject, arrival.bytes);
+      };
+    }
+    stream.source = openSource(number, stream.given.name, stream.given.url);
+    m_status.add("", *stream.source);
+  }
+
+  void closeShared(Stream& stream) {
+    m_numbers.erase(stream.publisher);
+    closeSource(std::move(stream.source));
+  }
+
   // ---- streams and stations ----
 
   /// Makes what runs that which the choices say; what has not changed is not touched.
@@ -123,9 +179,11 @@ class FleetRun {
     const auto named = [](const auto& list, const auto& mine) {
       return std::ranges::find(list, mine) != list.end();
     };
+    if (m_cluster) tellWanted(options);
     for (auto item = m_stations.begin(); item != m_stations.end();) {
       const auto next = std::next(item);
-      if (!named(options.stations, item->second.post->station())) removeStation(item->first);
+      if (!mine(stationKey(item->first)) || !named(options.stations, item->second.post->station()))
+        removeStation(item->first);
       item = next;
     }
     for (auto item = m_streams.begin(); item != m_streams.end();) {
@@ -135,8 +193,9 @@ class FleetRun {
     }
     for (const FleetStream& stream : options.streams)
       if (!m_streams.contains(stream.name)) addStream(stream);
+    for (auto& [name, stream] : m_streams) openShared(stream);
     for (const FleetStation& station : options.stations)
-      if (!m_stations.contains(station.name)) addStation(station);
+      if (mine(stationKey(station.name)) && !m_stations.contains(station.name)) addStation(station);
   }
 
   void addStream(const FleetStream& given) {
@@ -149,9 +208,11 @@ class FleetRun {
           for (StationPost* post : stream.users) post->post(posted);
         },
         [this, &stream](const RtcmRecord& message) { teach(stream, message); });
-    m_numbers[stream.number] = [this, &stream](const Arrival& a) { stream.decoder->take(a.time, a.bytes); };
-    stream.source = openSource(stream.number, given.name, given.url);
-    m_status.add("", *stream.source);
+    m_numbers[stream.number] = [&stream](const Arrival& a) { stream.decoder->take(a.time, a.bytes); };
+    if (m_cluster)
+      m_cluster->listen(subjectOf(given), [this, number = stream.number](ClusterLink::Bytes bytes) {
+        m_queue.push({number, m_clock.now(), {bytes.begin(), bytes.end()}});
+      });
   }
 
   void teach(const Stream& from, const RtcmRecord& message) {
@@ -167,7 +228,8 @@ class FleetRun {
   void removeStream(const std::string& name) {
     Stream& stream = m_streams.at(name);
     m_numbers.erase(stream.number);
-    closeSource(std::move(stream.source));
+    closeShared(stream);
+    if (m_cluster) m_cluster->endListening(subjectOf(stream.given));
     m_streams.erase(name);
   }
 
@@ -216,9 +278,13 @@ class FleetRun {
       m_credentials = credentialsOf(choices);
       choices.out = m_options.out;
       choices.http = m_options.http;
+      choices.cluster = m_options.cluster;
       take(choices);
+      for (const FleetStation& before : m_options.stations)
+        if (std::ranges::find(choices.stations, before.name, &FleetStation::name) == choices.stations.end())
+          m_status.remove(before.name);
       m_options = std::move(choices);
-      say(printed("the choices were read again: %zu stations", m_stations.size()));
+      say(printed("the choices were read again: %zu stations", m_options.stations.size()));
     } catch (const Error& e) {
       say(std::string("the choices were not taken: ") + e.what());
     }
@@ -258,14 +324,32 @@ class FleetRun {
     if (!report.gga.empty())
       for (const auto& source : sources)
         if (source->url().options.contains("gga")) source->setPosition(report.gga);
+    publish(station, report);
     m_status.take(station, report);
+  }
+
+  void publish(const std::string& station, const StationReport& report) {
+    if (!m_cluster || report.line.empty()) return;
+    std::string text = report.line;
+    text.insert(1, "\"station\":\"" + station + "\",");
+    m_cluster->result(stationKey(station), "gnx.sol." + station, std::move(text),
+                      station + "@" + std::to_string(toMilliseconds(report.time)));
   }
 
   void lookAtStates() {
     m_looked = Clock::now();
+    if (m_cluster) lookAtOthers();
     for (const auto& [name, held] : m_stations)
-      m_status.take(name, StationState{true, held.post->process() > 0, held.post->restarts(),
-                                       held.post->lost(), held.post->waitingBytes()});
+      m_status.take(name,
+                    StationState{true, held.post->process() > 0, held.post->restarts(), held.post->lost(),
+                                 held.post->waitingBytes(), m_cluster ? m_cluster->name() : ""});
+  }
+
+  void lookAtOthers() {
+    m_status.take(m_cluster->counts());
+    for (const FleetStation& station : m_options.stations)
+      if (!m_stations.contains(station.name))
+        m_status.take(station.name, StationState{.node = m_cluster->ownerOf(stationKey(station.name))});
   }
 
   // ---- the end ----
@@ -273,7 +357,8 @@ class FleetRun {
   void end() {
     for (auto& [name, held] : m_stations)
       for (auto& source : held.sources) source->stop();
-    for (auto& [name, stream] : m_streams) stream.source->stop();
+    for (auto& [name, stream] : m_streams)
+      if (stream.source) stream.source->stop();
     for (auto& [name, held] : m_stations) held.post->finish();
     const auto until = Clock::now() + kWorkersEnd;
     const auto running = [this] {
@@ -287,6 +372,7 @@ class FleetRun {
     }
     if (const auto left = running(); left > 0)
       say(printed("%td workers did not end in time and are ended", left));
+    m_cluster.reset();
     m_pages.reset();
   }
 
@@ -294,7 +380,8 @@ class FleetRun {
   bool threadsEnd() {
     for (auto& [name, held] : m_stations)
       for (auto& source : held.sources) m_leaving.push_back(std::move(source));
-    for (auto& [name, stream] : m_streams) m_leaving.push_back(std::move(stream.source));
+    for (auto& [name, stream] : m_streams)
+      if (stream.source) m_leaving.push_back(std::move(stream.source));
     const auto until = Clock::now() + kThreadsEnd;
     const auto stopped = [this] {
       return std::ranges::all_of(m_leaving, [](const auto& source) { return source->stopped(); });
@@ -320,6 +407,8 @@ class FleetRun {
   std::vector<std::unique_ptr<StationPost>> m_finishing;
   std::vector<std::unique_ptr<Source>> m_leaving;
   FleetStatus m_status;
+  std::unique_ptr<ClusterNode> m_cluster;  ///< none: this machine alone
+  std::map<std::string, std::uint64_t> m_leases;
   std::optional<HttpServer> m_pages;
   Clock::time_point m_looked{};
   int m_next = 0;

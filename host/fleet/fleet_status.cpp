@@ -71,6 +71,17 @@ void addAges(MetricsText& text, const std::vector<StationRow>& rows) {
                    labels(row.name, "reason", nameOf(static_cast<LiveDrop>(i))));
 }
 
+void addCluster(MetricsText& text, const ClusterNode::Counts& counts) {
+  text.one("gnx_cluster_connected", "gauge", "1 while the servers are in reach.", counts.connected ? 1 : 0);
+  text.one("gnx_cluster_nodes", "gauge", "Nodes that are alive.", static_cast<double>(counts.nodes));
+  text.one("gnx_results_published_total", "counter", "Results that the servers have taken.",
+           static_cast<double>(counts.published));
+  text.one("gnx_results_dropped_total", "counter", "Results without a lease or without room.",
+           static_cast<double>(counts.dropped));
+  text.one("gnx_results_waiting", "gauge", "Results that the servers have not taken yet.",
+           static_cast<double>(counts.waiting));
+}
+
 }  // namespace
 
 bool StationRow::healthy() const { return sincePosition_s && *sincePosition_s <= kHealthy_s; }
@@ -112,6 +123,11 @@ void FleetStatus::remove(const Source& source) {
   std::erase_if(m_sources, [&](const Read& read) { return read.source == &source; });
 }
 
+void FleetStatus::take(const ClusterNode::Counts& counts) {
+  const std::lock_guard lock(m_mutex);
+  m_cluster = counts;
+}
+
 std::vector<StationRow> FleetStatus::rows() const {
   const std::lock_guard lock(m_mutex);
   std::vector<StationRow> rows;
@@ -137,6 +153,7 @@ HttpAnswer FleetStatus::metrics() const {
   addReports(text, all);
   addAges(text, all);
   const std::lock_guard lock(m_mutex);
+  if (m_cluster) addCluster(text, *m_cluster);
   const auto addSources = [&](const char* name, const char* type, const char* help, auto value) {
     text.begin(name, type, help);
     for (const Read& read : m_sources)

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "fleet/cluster/cluster_node.h"
 #include "fleet/station_frames.h"
 #include "flow/source.h"
 #include "http/request.h"
@@ -23,6 +24,7 @@ struct StationState {
   int restarts = 0;
   std::int64_t lost = 0;  ///< pieces of streams for which there was no room
   std::size_t waitingBytes = 0;
+  std::string node{};  ///< whose it is, "" without other machines
 };
 
 /// How a station fares, at a moment.
@@ -44,6 +46,7 @@ class FleetStatus {
   /// A source is read from now on; it must outlive its removal. \param station  "" for a shared stream
   void add(const std::string& station, const Source& source);
   void remove(const Source& source);
+  void take(const ClusterNode::Counts& counts);
 
   std::vector<StationRow> rows() const;
   /// The text form of Prometheus, version 0.0.4.
@@ -66,6 +69,7 @@ class FleetStatus {
   mutable std::mutex m_mutex;
   std::map<std::string, Entry> m_stations;
   std::vector<Read> m_sources;
+  std::optional<ClusterNode::Counts> m_cluster;
 };
 
 }  // namespace gnx

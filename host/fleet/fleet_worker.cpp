@@ -140,7 +140,7 @@ class StationWorker {
       r.sigma_m =
           std::sqrt(solution.covariance[0][0] + solution.covariance[1][1] + solution.covariance[2][2]);
     }
-    r.line = m_plan.lines ? solutionJson(solution, facts) : "";
+    r.line = m_plan.lines ? solutionJson(solution, facts, false) : "";
     FrameWriter out;
     out(r);
     m_channel.send(StationFrame::report, out.bytes());

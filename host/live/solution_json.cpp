@@ -56,10 +56,13 @@ void addFilter(const Solution& s, Json::Value& line) {
     line[clock.isOffset ? "clock_offsets_m" : "clock_m"][std::string(1, clock.system)] = clock.value_m;
 }
 
-void addSatellites(const Solution& s, Json::Value& line) {
+void addCounts(const Solution& s, Json::Value& line) {
   constexpr std::array<const char*, 6> kSystems = {"G", "R", "E", "C", "B", "J"};
   for (std::size_t i = 0; i < kSystems.size(); ++i)
     if (s.satelliteCounts[i] > 0) line["satellites"][kSystems[i]] = s.satelliteCounts[i];
+}
+
+void addSatellites(const Solution& s, Json::Value& line) {
   Json::Value& sky = line["sky"] = Json::Value(Json::arrayValue);
   for (const SatelliteSolution& sat : s.satellites) {
     Json::Value& one = sky.append(Json::objectValue);
@@ -83,7 +86,7 @@ void addFacts(const Solution& s, const LiveFacts& facts, Json::Value& line) {
 
 }  // namespace
 
-std::string solutionJson(const Solution& solution, const LiveFacts& facts) {
+std::string solutionJson(const Solution& solution, const LiveFacts& facts, bool sky) {
   Json::Value line(Json::objectValue);
   int week = 0;
   line["time_gpst"] = formatTime(solution.time, 3);
@@ -93,7 +96,8 @@ std::string solutionJson(const Solution& solution, const LiveFacts& facts) {
   if (!solution.why.empty()) line["why"] = solution.why;
   if (solution.solved()) addPosition(solution, line);
   addFilter(solution, line);
-  addSatellites(solution, line);
+  addCounts(solution, line);
+  if (sky) addSatellites(solution, line);
   addFacts(solution, facts, line);
   Json::StreamWriterBuilder writer;
   writer["indentation"] = "";

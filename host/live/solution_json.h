@@ -18,7 +18,7 @@ struct LiveFacts {
   std::string corrections;                 ///< source in use
 };
 
-/// One line, ended.
-std::string solutionJson(const Solution& solution, const LiveFacts& facts);
+/// One line, ended. \param sky  with the satellites one by one
+std::string solutionJson(const Solution& solution, const LiveFacts& facts, bool sky = true);
 
 }  // namespace gnx
