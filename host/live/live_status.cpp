@@ -2,6 +2,7 @@
 
 #include "live/live_status.h"
 
+#include <numbers>
 #include <utility>
 
 #include "text/printed.h"
@@ -11,6 +12,7 @@ namespace gnx {
 namespace {
 
 constexpr double kHealthy_s = 30.0;  ///< without a position
+constexpr double kDegrees = 180.0 / std::numbers::pi;
 
 /// Metrics, one after the other.
 class MetricsText {
@@ -48,6 +50,11 @@ void LiveStatus::take(const Solution& solution, const LiveFacts& facts, double p
   std::string line = solutionJson(solution, facts);
   const std::lock_guard lock(m_mutex);
   m_json = std::move(line);
+  m_last = solution;
+  m_facts = facts;
+  m_taken = Clock::now();
+  m_point = m_history.add(solution);
+  m_changes.take(solution);
   m_why = solution.why;
   m_state = solution.state;
   m_ages = solution.ages;
@@ -62,6 +69,11 @@ void LiveStatus::take(const Solution& solution, const LiveFacts& facts, double p
 void LiveStatus::take(const LiveCounts& counts) {
   const std::lock_guard lock(m_mutex);
   m_counts = counts;
+}
+
+void LiveStatus::take(const RecordedEvent& event) {
+  const std::lock_guard lock(m_mutex);
+  m_streams.take(event, Clock::now());
 }
 
 void LiveStatus::add(const Source& source) {
@@ -123,6 +135,55 @@ HttpAnswer LiveStatus::solution() const {
   const std::lock_guard lock(m_mutex);
   if (m_json.empty()) return {503, "application/json", "{\"why\": \"no epoch yet\"}\n"};
   return {200, "application/json", m_json};
+}
+
+LiveView LiveStatus::view() const {
+  const std::lock_guard lock(m_mutex);
+  const Clock::time_point now = Clock::now();
+  LiveView v;
+  v.solution = m_last;
+  v.facts = m_facts;
+  v.why = m_why;
+  if (m_taken) v.sinceEpoch_s = std::chrono::duration<double>(now - *m_taken).count();
+  if (m_solved) v.sinceSolved_s = sinceSolved_s();
+  v.epochs = m_solutions;
+  v.positions = m_positions;
+  v.fixed = m_fixed;
+  v.changeCount = m_changes.count();
+  v.counts = m_counts;
+  v.changes.assign(m_changes.last().begin(), m_changes.last().end());
+  v.streams = m_streams.states(now);
+  for (const auto& [name, source] : m_sources) {
+    const SourceState& state = source->state();
+    v.connections[name] = {source->url().text, state.connected, state.connections, state.lost};
+  }
+  return v;
+}
+
+std::string LiveStatus::historyJson() const {
+  std::vector<TrackPoint> points;
+  std::optional<Geodetic> origin;
+  {
+    const std::lock_guard lock(m_mutex);
+    points = m_history.points();
+    origin = m_history.origin();
+  }
+  std::string text = "{";
+  if (origin)
+    text += printed("\"latitude_deg\":%.10f,\"longitude_deg\":%.10f,\"height_m\":%.4f,",
+                    origin->latitude * kDegrees, origin->longitude * kDegrees, origin->height);
+  text += "\"points\":[";
+  for (const TrackPoint& point : points) {
+    if (&point != points.data()) text += ',';
+    text += trackPointJson(point);
+  }
+  return text + "]}";
+}
+
+std::string LiveStatus::epochJson() const {
+  const std::lock_guard lock(m_mutex);
+  return "{\"point\":" + trackPointJson(m_point) + ",\"solution\":" + m_json.substr(0, m_json.find('\n')) +
+         "}";
 }
 
 }  // namespace gnx
