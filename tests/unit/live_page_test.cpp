@@ -1,5 +1,6 @@
 // What the page of a live run keeps and tells.
 
+#include "live/live_page.h"
 
 #include <gmock/gmock.h>
 
@@ -103,6 +104,28 @@ TEST(StateChanges, FixesAndPositionsGainedAndLost) {
   for (int i = 0; i < 200; ++i) changes.take(solutionAt(100 + i, i % 2 == 0 ? fixed : none));
   EXPECT_EQ(changes.last().size(), 50U);
   EXPECT_EQ(changes.count(), 204);
+}
+
+// Names of streams and log lines come from outside; no text of theirs becomes markup.
+TEST(LivePage, TellsWhatIsMissingAndEscapesWhatComesFromOutside) {
+  LiveView view;
+  view.why = "no broadcast message has come";
+  view.streams = {{.name = "<script>alert(1)</script>", .roles = 1, .gaps = 2, .longestGap_s = 33.0}};
+  PageParts parts = livePageParts(view, {"2026 UTC  obs </pre><img src=x>"});
+  EXPECT_THAT(parts["notice"], HasSubstr("No position yet: no broadcast message has come."));
+  EXPECT_THAT(parts["streams"], HasSubstr("&lt;script&gt;"));
+  EXPECT_THAT(parts["streams"], HasSubstr("2, longest 33.0 s"));
+  for (const auto& [name, html] : parts) {
+    EXPECT_EQ(html.find("<script"), std::string::npos) << name;
+    EXPECT_EQ(html.find("<img"), std::string::npos) << name;
+  }
+
+  view.solution = solutionAt(0, SolutionState::fixed);
+  view.sinceSolved_s = view.sinceEpoch_s = 0.4;
+  EXPECT_EQ(livePageParts(view, {})["notice"], "");
+  EXPECT_THAT(livePageParts(view, {})["position"], HasSubstr("45.83662361\u00B0 N"));
+  view.sinceSolved_s = view.sinceEpoch_s = 12.0;
+  EXPECT_THAT(livePageParts(view, {})["notice"], HasSubstr("No position for 12 s: no epoch has come since."));
 }
 
 }  // namespace

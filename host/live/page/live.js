@@ -1,0 +1,4 @@
+"use strict";
+// The page of a live run is kept up to date.
+
+keepInTouch({});
