@@ -57,7 +57,7 @@ LivePage::LivePage(const LiveStatus& status, const LiveLog& log, std::string sta
 std::map<std::string, HttpServer::Page> LivePage::pages() const {
   auto pages = pageAssets();
   pages["/"] = [this] { return page(); };
-  for (const char* file : {"live.js"})
+  for (const char* file : {"charts.js", "sky.js", "live.js"})
     pages[std::string("/") + file] = [file] { return scriptOf(std::string("live/") + file); };
   pages["/metrics"] = [this] { return m_status.metrics(); };
   pages["/healthz"] = [this] { return m_status.health(); };
