@@ -14,7 +14,6 @@ namespace gnx {
 namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
-constexpr double kQuiet_s = 5.0;  ///< without a position that is news
 
 Markup card(const std::string& value, const std::string& name) {
   return fillPage("card.html", {{"value", value}, {"name", name}});
@@ -86,10 +85,14 @@ void addPlace(const Solution& s, std::vector<Markup>& cards) {
   cards.push_back(card(printed("%.4f m", place.height), "ellipsoidal height, \u00B1 " + metres(sigma[2])));
 }
 
+/// Whether a position should be there and is not.
+bool isMissed(const LiveView& view) { return !view.sinceSolved_s || *view.sinceSolved_s > view.patience_s; }
+
 std::string positionPart(const LiveView& view) {
-  const SolutionState state = view.solution ? view.solution->state : SolutionState::none;
-  std::vector<Markup> cards = {
-      fillPage("live/state_card.html", {{"badge", badge(state)}, {"why", view.why}})};
+  // What was, however good, is no position of now.
+  const SolutionState state = view.solution && !isMissed(view) ? view.solution->state : SolutionState::none;
+  const std::string why = !isMissed(view) || view.why.empty() ? view.why : "the last one: " + view.why;
+  std::vector<Markup> cards = {fillPage("live/state_card.html", {{"badge", badge(state)}, {"why", why}})};
   if (view.solution) {
     const Solution& s = *view.solution;
     if (s.solved()) addPlace(s, cards);
@@ -108,10 +111,10 @@ std::string positionPart(const LiveView& view) {
 }
 
 std::string noticePart(const LiveView& view) {
-  if (view.sinceSolved_s && *view.sinceSolved_s <= kQuiet_s) return "";
+  if (!isMissed(view)) return "";
   const std::string since =
       view.sinceSolved_s ? "No position for " + printed("%.0f s", *view.sinceSolved_s) : "No position yet";
-  const bool silent = view.sinceEpoch_s.value_or(0.0) > kQuiet_s;
+  const bool silent = view.sinceEpoch_s.value_or(0.0) > view.patience_s;
   const std::string why = silent ? "no epoch has come since" : view.why;
   return fillPage("live/notice.html", {{"text", since + (why.empty() ? "." : ": " + why + ".")}}).html;
 }

@@ -2,6 +2,7 @@
 
 #include "live/live_status.h"
 
+#include <algorithm>
 #include <numbers>
 #include <utility>
 
@@ -11,7 +12,8 @@ namespace gnx {
 
 namespace {
 
-constexpr double kHealthy_s = 30.0;  ///< without a position
+constexpr double kHealthy_s = 30.0, kQuiet_s = 5.0;  ///< without a position
+constexpr double kEpochs = 2.5;                      ///< the same, by the interval of the observations
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 
 /// Metrics, one after the other.
@@ -50,6 +52,7 @@ void LiveStatus::take(const Solution& solution, const LiveFacts& facts, double p
   std::string line = solutionJson(solution, facts);
   const std::lock_guard lock(m_mutex);
   m_json = std::move(line);
+  if (m_last) m_intervalBefore_s = std::exchange(m_interval_s, solution.time - m_last->time);
   m_last = solution;
   m_facts = facts;
   m_taken = Clock::now();
@@ -90,6 +93,11 @@ double LiveStatus::sinceSolved_s() const {
   return std::chrono::duration<double>(Clock::now() - *m_solved).count();
 }
 
+/// Receivers that send an epoch every 30 s are not silent in between; one outage makes nobody patient.
+double LiveStatus::patience_s(double least) const {
+  return std::max(least, kEpochs * std::min(m_interval_s, m_intervalBefore_s));
+}
+
 HttpAnswer LiveStatus::metrics() const {
   const std::lock_guard lock(m_mutex);
   MetricsText text;
@@ -126,7 +134,8 @@ HttpAnswer LiveStatus::metrics() const {
 
 HttpAnswer LiveStatus::health() const {
   const std::lock_guard lock(m_mutex);
-  if (m_solved && sinceSolved_s() <= kHealthy_s) return {200, "text/plain; charset=utf-8", "ok\n"};
+  if (m_solved && sinceSolved_s() <= patience_s(kHealthy_s))
+    return {200, "text/plain; charset=utf-8", "ok\n"};
   const std::string since = m_solved ? printed("no position for %.0f s", sinceSolved_s()) : "no position yet";
   return {503, "text/plain; charset=utf-8", since + (m_why.empty() ? "" : ": " + m_why) + "\n"};
 }
@@ -144,6 +153,7 @@ LiveView LiveStatus::view() const {
   v.solution = m_last;
   v.facts = m_facts;
   v.why = m_why;
+  v.patience_s = patience_s(kQuiet_s);
   if (m_taken) v.sinceEpoch_s = std::chrono::duration<double>(now - *m_taken).count();
   if (m_solved) v.sinceSolved_s = sinceSolved_s();
   v.epochs = m_solutions;

@@ -33,6 +33,7 @@ struct LiveView {
   std::optional<Solution> solution;  ///< of the last epoch
   LiveFacts facts;
   std::string why;                                    ///< there is nothing better
+  double patience_s = 5.0;                            ///< so long without a position is usual
   std::optional<double> sinceEpoch_s, sinceSolved_s;  ///< by the machine's clock
   std::int64_t epochs = 0, positions = 0, fixed = 0, changeCount = 0;
   LiveCounts counts;
@@ -68,12 +69,14 @@ class LiveStatus {
  private:
   using Clock = std::chrono::steady_clock;
   double sinceSolved_s() const;
+  double patience_s(double least) const;
 
   mutable std::mutex m_mutex;
   std::string m_json, m_why = "no observations and corrections have come yet";
   std::optional<Clock::time_point> m_taken, m_solved;
   std::optional<Solution> m_last;
   LiveFacts m_facts;
+  double m_interval_s = 0.0, m_intervalBefore_s = 0.0;  ///< between the last epochs
   TrackPoint m_point;
   PositionHistory m_history;
   StateChanges m_changes;

@@ -126,6 +126,9 @@ TEST(LivePage, TellsWhatIsMissingAndEscapesWhatComesFromOutside) {
   EXPECT_THAT(livePageParts(view, {})["position"], HasSubstr("45.83662361\u00B0 N"));
   view.sinceSolved_s = view.sinceEpoch_s = 12.0;
   EXPECT_THAT(livePageParts(view, {})["notice"], HasSubstr("No position for 12 s: no epoch has come since."));
+  EXPECT_THAT(livePageParts(view, {})["position"], HasSubstr("no position</span>"));
+  view.patience_s = 75.0;  // an epoch every 30 s
+  EXPECT_EQ(livePageParts(view, {})["notice"], "");
 }
 
 }  // namespace
