@@ -110,7 +110,10 @@ TEST(StateChanges, FixesAndPositionsGainedAndLost) {
 TEST(LivePage, TellsWhatIsMissingAndEscapesWhatComesFromOutside) {
   LiveView view;
   view.why = "no broadcast message has come";
-  view.streams = {{.name = "<script>alert(1)</script>", .roles = 1, .gaps = 2, .longestGap_s = 33.0}};
+  StreamState& stream = view.streams.emplace_back();
+  stream.name = "<script>alert(1)</script>";
+  stream.gaps = 2;
+  stream.longestGap_s = 33.0;
   PageParts parts = livePageParts(view, {"2026 UTC  obs </pre><img src=x>"});
   EXPECT_THAT(parts["notice"], HasSubstr("No position yet: no broadcast message has come."));
   EXPECT_THAT(parts["streams"], HasSubstr("&lt;script&gt;"));
