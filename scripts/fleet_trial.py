@@ -15,6 +15,7 @@ import collections
 import datetime
 import json
 import os
+import shutil
 import signal
 import socket
 import subprocess
@@ -115,7 +116,7 @@ class Trial:
                 conf.write(f'port: {ports[i]}\nhost: 127.0.0.1\nserver_name: n{i}\n'
                            f'jetstream {{ store_dir: "{self.dir}/store{i}" }}\n'
                            f'cluster {{ name: trial, listen: "127.0.0.1:{routes[i]}", routes: [{others}] }}\n')
-            self.servers.append(self.spawn(["nats-server", "-c", f"server{i}.conf"], f"server{i}.log"))
+            self.servers.append(self.spawn([self.o.servers, "-c", f"server{i}.conf"], f"server{i}.log"))
         self.url = ",".join(f"nats://127.0.0.1:{p}" for p in ports)
         self.results = Results(ports)
 
@@ -307,6 +308,8 @@ def main():
     parser.add_argument("--seconds", type=float, default=60, help="of undisturbed running, which is measured")
     parser.add_argument("--pause", type=float, default=5, help="behind each kill")
     parser.add_argument("--most", type=int, default=15, help="epochs that a station may miss behind a kill")
+    parser.add_argument("--servers", default="nats-server", help="the program nats-server")
+    parser.add_argument("--keep", action="store_true", help="logs and results")
     parser.add_argument("--dir", default=tempfile.gettempdir())
     options = parser.parse_args()
     options.gnx = os.path.abspath(options.gnx)
@@ -315,7 +318,10 @@ def main():
         good = trial.run()
     finally:
         trial.end()
+    if options.keep or not good:
         print(f"logs are in {trial.dir}")
+    else:
+        shutil.rmtree(trial.dir)
     sys.exit(0 if good else 1)
 
 

@@ -16,6 +16,7 @@
 
 #include "fleet/cluster/cluster_node.h"
 #include "fleet/fleet_deployments.h"
+#include "fleet/fleet_page.h"
 #include "fleet/fleet_status.h"
 #include "fleet/shared_stream.h"
 #include "fleet/station_post.h"
@@ -115,9 +116,9 @@ class FleetRun {
 
   void openPages() {
     if (m_options.http.empty()) return;
-    m_pages.emplace(m_options.http, std::map<std::string, HttpServer::Page>{
-                                        {"/metrics", [this] { return m_status.metrics(); }},
-                                        {"/healthz", [this] { return m_status.health(); }}});
+    m_page.emplace(m_status, m_log, m_options.cluster.node.empty() ? "gnx" : m_options.cluster.node);
+    m_pages.emplace(m_options.http, m_page->pages(),
+                    std::map<std::string, PageEvents*>{{"/events", &m_page->events()}});
   }
 
   // ---- other machines ----
@@ -409,6 +410,7 @@ class FleetRun {
   FleetStatus m_status;
   std::unique_ptr<ClusterNode> m_cluster;  ///< none: this machine alone
   std::map<std::string, std::uint64_t> m_leases;
+  std::optional<FleetPage> m_page;
   std::optional<HttpServer> m_pages;
   Clock::time_point m_looked{};
   int m_next = 0;

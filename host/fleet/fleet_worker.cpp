@@ -4,6 +4,8 @@
 #include "fleet/fleet_worker.h"
 
 #include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -27,6 +29,7 @@ namespace {
 
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 constexpr int kPatience_ms = 1000;
+constexpr std::int64_t kOutput_bytes = 4 << 20, kLook_epochs = 100;
 
 /// The fleet's clock, which began in another process.
 RunClock clockOf(const StationPlan& plan) {
@@ -34,6 +37,13 @@ RunClock clockOf(const StationPlan& plan) {
   const double passed_s =
       std::chrono::duration<double>(now - std::chrono::nanoseconds(plan.steady_ns)).count();
   return RunClock(plan.clock + passed_s * plan.speed, plan.speed);
+}
+
+/// The engine prints every epoch; the file is opened for appending and begins anew when it has grown.
+void boundOutput() {
+  struct stat now {};
+  if (fstat(STDOUT_FILENO, &now) != 0 || !S_ISREG(now.st_mode) || now.st_size < kOutput_bytes) return;
+  if (ftruncate(STDOUT_FILENO, 0) != 0) return;  // it stays long
 }
 
 class StationWorker {
@@ -140,6 +150,7 @@ class StationWorker {
       r.sigma_m =
           std::sqrt(solution.covariance[0][0] + solution.covariance[1][1] + solution.covariance[2][2]);
     }
+    if (r.epochs % kLook_epochs == 0) boundOutput();
     r.line = m_plan.lines ? solutionJson(solution, facts, false) : "";
     FrameWriter out;
     out(r);

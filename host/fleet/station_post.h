@@ -60,7 +60,7 @@ class StationPost {
  private:
   void greet();
   void bury(std::string why);
-  std::filesystem::path log() const { return m_context.out / m_station.name / "worker.log"; }
+  std::filesystem::path log() const { return m_context.out / m_station.name / "engine.log"; }
 
   FleetStation m_station;
   std::vector<int> m_numbers;

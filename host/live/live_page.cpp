@@ -12,25 +12,12 @@ namespace gnx {
 
 namespace {
 
-constexpr int kSatelliteBeats = 5;  ///< their table is long and changes slowly
+constexpr int kSeldom = 5;  ///< beats
 
 std::string oneLine(const Json::Value& value) {
   Json::StreamWriterBuilder writer;
   writer["indentation"] = "";
   return Json::writeString(writer, value);
-}
-
-std::string partsEvent(const PageParts& parts) {
-  Json::Value object(Json::objectValue);
-  for (const auto& [name, html] : parts) object[name] = html;
-  return eventText("parts", oneLine(object));
-}
-
-/// The release tells a page that was loaded from another one to load anew.
-std::string helloEvent() {
-  Json::Value hello(Json::objectValue);
-  hello["release"] = GNX_VERSION;
-  return eventText("hello", oneLine(hello));
 }
 
 HttpAnswer styleOf(const std::string& file) { return {200, "text/css; charset=utf-8", pageFile(file).html}; }
@@ -39,6 +26,29 @@ HttpAnswer styleOf(const std::string& file) { return {200, "text/css; charset=ut
 
 HttpAnswer scriptOf(const std::string& file) {
   return {200, "text/javascript; charset=utf-8", pageFile(file).html};
+}
+
+std::string partsEvent(const PageParts& parts) {
+  Json::Value object(Json::objectValue);
+  for (const auto& [name, html] : parts) object[name] = html;
+  return eventText("parts", oneLine(object));
+}
+
+std::string helloEvent() {
+  Json::Value hello(Json::objectValue);
+  hello["release"] = GNX_VERSION;
+  return eventText("hello", oneLine(hello));
+}
+
+std::string PartsTeller::news(PageParts now, const std::set<std::string>& seldom) {
+  PageParts news;
+  const bool all = ++m_beats % kSeldom == 0;
+  for (auto& [name, html] : now) {
+    if (m_told[name] == html || (seldom.contains(name) && !all)) continue;
+    news[name] = html;
+    m_told[name] = std::move(html);
+  }
+  return news.empty() ? "" : partsEvent(news);
 }
 
 std::map<std::string, HttpServer::Page> pageAssets() {
@@ -52,7 +62,7 @@ LivePage::LivePage(const LiveStatus& status, const LiveLog& log, std::string sta
       m_log(log),
       m_station(std::move(station)),
       m_mode(mode),
-      m_events([this] { return greeting(); }, [this] { return beat(); }) {}
+      m_events([this] { return greeting(); }, [this] { return m_teller.news(parts(), {"satellites"}); }) {}
 
 std::map<std::string, HttpServer::Page> LivePage::pages() const {
   auto pages = pageAssets();
@@ -73,18 +83,6 @@ HttpAnswer LivePage::page() const {
 
 std::string LivePage::greeting() const {
   return helloEvent() + eventText("history", m_status.historyJson()) + partsEvent(parts());
-}
-
-/// What has changed since the last beat.
-std::string LivePage::beat() {
-  PageParts now = parts(), news;
-  const bool withSatellites = ++m_beats % kSatelliteBeats == 0;
-  for (auto& [name, html] : now) {
-    if (m_told[name] == html || (name == "satellites" && !withSatellites)) continue;
-    news[name] = html;
-    m_told[name] = std::move(html);
-  }
-  return news.empty() ? "" : partsEvent(news);
 }
 
 }  // namespace gnx

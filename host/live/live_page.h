@@ -4,6 +4,7 @@
 /// script; figures are drawn by the page from the events that it gets.
 
 #include <map>
+#include <set>
 #include <string>
 
 #include "http/page_events.h"
@@ -21,6 +22,21 @@ std::map<std::string, HttpServer::Page> pageAssets();
 /// A script that is built in, by its file.
 HttpAnswer scriptOf(const std::string& file);
 
+/// Events that a page gets first: the release tells one that was loaded from another program to load anew.
+std::string helloEvent();
+std::string partsEvent(const PageParts& parts);
+
+/// Tells parts that have changed.
+class PartsTeller {
+ public:
+  /// \param seldom  parts that are long and are told every few calls only
+  std::string news(PageParts now, const std::set<std::string>& seldom);
+
+ private:
+  PageParts m_told;
+  int m_beats = 0;
+};
+
 /// The parts of the page of one run.
 PageParts livePageParts(const LiveView& view, const std::vector<std::string>& log);
 
@@ -37,15 +53,13 @@ class LivePage {
  private:
   HttpAnswer page() const;
   std::string greeting() const;
-  std::string beat();
   PageParts parts() const { return livePageParts(m_status.view(), m_log.last()); }
 
   const LiveStatus& m_status;
   const LiveLog& m_log;
   std::string m_station;
   Mode m_mode;
-  PageParts m_told;  ///< at the last beat
-  int m_beats = 0;
+  PartsTeller m_teller;
   PageEvents m_events;
 };
 

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "live/live_page.h"
+#include "live/page_words.h"
 #include "report/template.h"
 #include "text/printed.h"
 
@@ -19,32 +20,9 @@ Markup card(const std::string& value, const std::string& name) {
   return fillPage("card.html", {{"value", value}, {"name", name}});
 }
 
-std::string metres(double m) {
-  if (m < 0.01) return printed("%.1f mm", m * 1e3);
-  return m < 1.0 ? printed("%.1f cm", m * 1e2) : printed("%.2f m", m);
-}
-
-std::string seconds(const std::optional<double>& s) {
-  if (!s) return "none";
-  if (*s < 100.0) return printed("%.1f s", *s);
-  return *s < 6000.0 ? printed("%.0f min", *s / 60.0) : printed("%.1f h", *s / 3600.0);
-}
-
 std::string bytesText(double bytes) {
   if (bytes < 1e4) return printed("%.0f B", bytes);
   return bytes < 1e7 ? printed("%.1f kB", bytes * 1e-3) : printed("%.1f MB", bytes * 1e-6);
-}
-
-std::string wordOf(SolutionState state) {
-  return state == SolutionState::none ? "no position" : nameOf(state);
-}
-
-/// A state is told by its word, its mark and its colour.
-Markup badge(SolutionState state) {
-  constexpr const char* kMarks[] = {"\u25CB", "\u2715", "\u25B2", "\u25C7", "\u25C6", "\u25CF"};
-  const auto number = static_cast<std::size_t>(state);
-  return fillPage("live/badge.html",
-                  {{"number", std::to_string(number)}, {"mark", kMarks[number]}, {"word", wordOf(state)}});
 }
 
 // ---- position ----
@@ -223,12 +201,6 @@ std::string changesPart(const LiveView& view) {
                                          static_cast<long long>(view.changeCount))
                                : "";
   return fillPage("live/changes.html", {{"rows", joined(rows)}, {"note", note}}).html;
-}
-
-std::string logPart(const std::vector<std::string>& log) {
-  std::string text;
-  for (const std::string& line : log) text += line + "\n";
-  return fillPage("live/log.html", {{"text", text}}).html;
 }
 
 std::string accountPart(const LiveView& view) {

@@ -19,15 +19,13 @@ using support::TestCaster;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr double kSpeed = 20.0;
-
 /// Casters and the file of a fleet that reads them: one for what is shared, one a station.
 class FleetWorld {
  public:
-  explicit FleetWorld(int stations) {
+  explicit FleetWorld(int stations, double speed) : m_speed(speed) {
     for (int i = 0; i <= stations; ++i)
       m_casters.push_back(std::make_unique<TestCaster>(support::stream(), support::kStart,
-                                                       support::CasterOptions{.speed = kSpeed}));
+                                                       support::CasterOptions{.speed = speed}));
   }
   std::filesystem::path write(const std::vector<int>& stations, const std::string& more = "") const {
     std::string list;
@@ -42,7 +40,7 @@ class FleetWorld {
   }
   std::string arguments(const std::filesystem::path& file) const {
     return "fleet " + file.string() + " --quiet --start " + support::kDate + " --speed " +
-           std::to_string(kSpeed) + " --out " + out().string();
+           std::to_string(m_speed) + " --out " + out().string();
   }
   std::filesystem::path out() const { return m_dir.path() / "out"; }
   Positions positions(int station) const {
@@ -57,6 +55,7 @@ class FleetWorld {
   }
 
  private:
+  double m_speed;
   TemporaryDirectory m_dir;
   std::vector<std::unique_ptr<TestCaster>> m_casters;
 };
@@ -122,12 +121,12 @@ TEST(Fleet, RecordsOfASharedStreamGiveTheEventsOfItsBytes) {
 }
 
 TEST(Fleet, StationsOnSharedStreamsEndWhereARunOfTheirOwnDoes) {
-  const FleetWorld world(2);
+  const FleetWorld world(2, 40.0);
   support::Running fleet(world.arguments(world.write({1, 2})));
   ASSERT_TRUE(becomes(60.0, [&] { return world.caster(1).finished() && world.caster(2).finished(); }));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   fleet.signal(SIGTERM);
-  EXPECT_EQ(fleet.await(2.0), 0) << world.log();
+  EXPECT_EQ(fleet.await(3.0), 0) << world.log();
   const TemporaryDirectory alone;
   ASSERT_EQ(support::runProgram("live --obs file://" + support::stream() +
                                 "?speed=0 --systems GEC --mode static --fix --quiet --solution-name "
@@ -145,7 +144,7 @@ TEST(Fleet, StationsOnSharedStreamsEndWhereARunOfTheirOwnDoes) {
 }
 
 TEST(Fleet, AWorkerThatDiesCostsAFewEpochsAndTheOthersNone) {
-  const FleetWorld world(2);
+  const FleetWorld world(2, 20.0);
   const int port = support::freePort();
   support::Running fleet(
       world.arguments(world.write({1, 2}, ", \"http\": \"" + std::to_string(port) + "\"")));
@@ -166,6 +165,8 @@ TEST(Fleet, AWorkerThatDiesCostsAFewEpochsAndTheOthersNone) {
   EXPECT_THAT(metrics, HasSubstr("\ngnx_worker_restarts_total{station=\"S2\"} 0\n"));
   EXPECT_THAT(metrics, HasSubstr("\ngnx_source_connected{station=\"\",source=\"SKY\"} 1\n"));
 
+  EXPECT_THAT(support::pageOf(port, "/"), HasSubstr("<th scope=\"row\">S2</th>"));
+
   // A damaged file changes nothing, another one the stations that it changes.
   support::writeFile(world.write({1, 2}), "{\"station\": []}");
   fleet.signal(SIGHUP);
@@ -179,7 +180,7 @@ TEST(Fleet, AWorkerThatDiesCostsAFewEpochsAndTheOthersNone) {
   EXPECT_EQ(fleet.children().size(), 2);
 
   fleet.signal(SIGTERM);
-  EXPECT_EQ(fleet.await(2.0), 0) << world.log();
+  EXPECT_EQ(fleet.await(3.0), 0) << world.log();
   int missing = 0;
   const Positions killed = world.positions(1), untouched = world.positions(2);
   for (auto it = untouched.begin(); it != untouched.end() && it->first < killed.rbegin()->first; ++it)
