@@ -171,8 +171,12 @@ class FleetReader {
       Json::StreamWriterBuilder writer;
       station.words = wordsOfJson(Json::writeString(writer, options), m_file.string());
       station.options = m_known.read(station.words);
-      for (const PlannedSource& source : planSources(station.options))
+      for (const PlannedSource& source : planSources(station.options)) {
+        if (source.url.scheme == StreamScheme::file || source.url.scheme == StreamScheme::standard)
+          fail(where,
+               "'" + source.url.text + "' is no stream of now; files are for 'gnx live' and 'gnx replay'");
         station.sources.push_back({source, shared(source)});
+      }
     } catch (const InputError& e) {
       fail(where + ": " + e.field(), std::string(e.cause()));
     } catch (const Error& e) {
@@ -205,7 +209,7 @@ class FleetReader {
       if (stream.name == text) return stream.url.text;
       names.push_back(stream.name);
     }
-    if (mayBeUrl && (text.find(':') != std::string::npos || text == "-")) return text;
+    if (mayBeUrl && text.find(':') != std::string::npos) return text;
     const std::string nearest = nearestName(text, names);
     fail(where,
          "'" + text + "' is no stream; " +

@@ -4,6 +4,7 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -55,6 +56,14 @@ class Bell {
  private:
   int m_descriptor;
 };
+
+/// A station takes a few; a thousand at a time is what systems allow at first.
+void allowDescriptors() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
 
 class FleetRun {
  public:
@@ -259,7 +268,7 @@ class FleetRun {
           openSource(numbers[i], station.name + " " + source.planned.source.name, source.planned.url));
       m_status.add(station.name, *held.sources.back());
     }
-    m_status.take(station.name, StationState{.here = true});
+    m_status.take(station.name, WorkerState{.here = true});
   }
 
   void removeStation(const std::string& name) {
@@ -342,15 +351,15 @@ class FleetRun {
     if (m_cluster) lookAtOthers();
     for (const auto& [name, held] : m_stations)
       m_status.take(name,
-                    StationState{true, held.post->process() > 0, held.post->restarts(), held.post->lost(),
-                                 held.post->waitingBytes(), m_cluster ? m_cluster->name() : ""});
+                    WorkerState{true, held.post->process() > 0, held.post->restarts(), held.post->lost(),
+                                held.post->waitingBytes(), m_cluster ? m_cluster->name() : ""});
   }
 
   void lookAtOthers() {
     m_status.take(m_cluster->counts());
     for (const FleetStation& station : m_options.stations)
       if (!m_stations.contains(station.name))
-        m_status.take(station.name, StationState{.node = m_cluster->ownerOf(stationKey(station.name))});
+        m_status.take(station.name, WorkerState{.node = m_cluster->ownerOf(stationKey(station.name))});
   }
 
   // ---- the end ----
@@ -419,6 +428,7 @@ class FleetRun {
 }  // namespace
 
 bool runFleet(const FleetOptions& options, const std::function<FleetOptions()>& reload) {
+  allowDescriptors();
   // Kept when a thread goes on, which uses it until the process ends.
   auto run = std::make_unique<FleetRun>(options, reload);
   const bool ended = run->go();

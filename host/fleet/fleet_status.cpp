@@ -103,7 +103,7 @@ void FleetStatus::take(const std::string& station, StationReport report) {
   entry->second.report = std::move(report);
 }
 
-void FleetStatus::take(const std::string& station, const StationState& state) {
+void FleetStatus::take(const std::string& station, const WorkerState& state) {
   const std::lock_guard lock(m_mutex);
   m_stations[station].state = state;
 }

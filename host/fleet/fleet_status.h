@@ -18,7 +18,7 @@
 namespace gnx {
 
 /// What the fleet knows of a station besides its reports.
-struct StationState {
+struct WorkerState {
   bool here = false;     ///< it is this machine's
   bool running = false;  ///< it has a worker
   int restarts = 0;
@@ -30,7 +30,7 @@ struct StationState {
 /// How a station fares, at a moment.
 struct StationRow {
   std::string name;
-  StationState state;
+  WorkerState state;
   StationReport report;
   std::optional<double> sinceEpoch_s, sincePosition_s;
   bool healthy() const;
@@ -41,7 +41,7 @@ struct StationRow {
 class FleetStatus {
  public:
   void take(const std::string& station, StationReport report);
-  void take(const std::string& station, const StationState& state);
+  void take(const std::string& station, const WorkerState& state);
   void remove(const std::string& station);
   /// A source is read from now on; it must outlive its removal. \param station  "" for a shared stream
   void add(const std::string& station, const Source& source);
@@ -57,7 +57,7 @@ class FleetStatus {
  private:
   using Clock = std::chrono::steady_clock;
   struct Entry {
-    StationState state;
+    WorkerState state;
     StationReport report;
     std::optional<Clock::time_point> came, solved;
   };

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t kMostBacklog = std::size_t{1} << 20;  ///< a quarter of an hour of observations
 constexpr auto kHolds = std::chrono::seconds(30);  ///< a worker that ran so long is started again at once
+constexpr auto kHangs = std::chrono::seconds(60);
 
 /// The last line of a file, for a worker that could say no more.
 std::string lastLine(const std::filesystem::path& file) {
@@ -33,7 +34,7 @@ StationPost::StationPost(FleetStation station, std::vector<int> numbers, const F
 
 void StationPost::start() {
   if (m_worker || m_finishing || Clock::now() < m_due) return;
-  m_started = Clock::now();
+  m_started = m_moved = Clock::now();
   m_failed.clear();
   try {
     std::filesystem::create_directories(m_context.out / m_station.name);
@@ -90,12 +91,21 @@ void StationPost::work(const std::function<void(const StationReport&)>& take) {
   } catch (const EngineError& e) {
     return bury(e.what());
   }
+  if (there && hangs()) return bury("has taken nothing for a minute and was ended");
   if (there) return;
   const std::string how = m_worker->end();
   if (how.empty()) return;  // it will have ended at the next look
   if (m_finishing) return m_worker.reset();
   if (m_failed.empty()) m_failed = lastLine(log());
   bury(how + (m_failed.empty() ? "" : ": " + m_failed));
+}
+
+bool StationPost::hangs() {
+  if (!m_worker->waits() || m_worker->takenBytes() != m_taken) {
+    m_moved = Clock::now();
+    m_taken = m_worker->takenBytes();
+  }
+  return Clock::now() - m_moved > kHangs;
 }
 
 void StationPost::bury(std::string why) {

@@ -59,6 +59,7 @@ class StationPost {
 
  private:
   void greet();
+  bool hangs();
   void bury(std::string why);
   std::filesystem::path log() const { return m_context.out / m_station.name / "engine.log"; }
 
@@ -69,8 +70,9 @@ class StationPost {
   std::deque<Posted> m_backlog;
   std::size_t m_backlogBytes = 0;
   BackOff m_pauses;
-  Clock::time_point m_due{}, m_started{};
-  std::string m_failed;  ///< what the worker said at its end
+  Clock::time_point m_due{}, m_started{}, m_moved{};
+  std::uint64_t m_taken = 0;  ///< bytes that the worker had taken at m_moved
+  std::string m_failed;       ///< what the worker said at its end
   std::int64_t m_lost = 0;
   int m_restarts = 0;
   bool m_finishing = false;

@@ -91,6 +91,7 @@ bool WorkerProcess::send() {
         ::send(m_descriptor, first.data() + m_sent, first.size() - m_sent, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (n < 0) return errno == EAGAIN || errno == EINTR;
     m_sent += static_cast<std::size_t>(n);
+    m_taken += static_cast<std::uint64_t>(n);
     if (m_sent < first.size()) continue;
     m_bytes -= first.size();
     m_sent = 0;

@@ -35,6 +35,8 @@ class WorkerProcess {
   bool send();
   bool waits() const { return !m_waiting.empty(); }
   std::size_t waitingBytes() const { return m_bytes; }
+  /// Bytes that it has taken so far.
+  std::uint64_t takenBytes() const { return m_taken; }
   std::int64_t lost() const { return m_lost; }
 
   using Take = std::function<void(StationFrame kind, FrameReader& content)>;
@@ -51,6 +53,7 @@ class WorkerProcess {
   int m_descriptor = -1;
   std::deque<std::shared_ptr<const std::string>> m_waiting;
   std::size_t m_sent = 0, m_bytes = 0;  ///< of the first one; of all
+  std::uint64_t m_taken = 0;
   std::int64_t m_lost = 0;
   std::string m_received;
 };

@@ -59,6 +59,7 @@ TEST(FleetOptions, MistakesAreToldWithStationFieldAndRemedy) {
        "station ROME: eph: 'EHP' is no stream; did you mean 'EPH'?"},
       {R"({"stations": [{"name": "ROME", "obs": "tcp://a:1", "mode": "walking"}]})", "station ROME: mode: "},
       {R"({"stations": [{"name": "ROME", "obs": "tcp://me:secret@a:1"}]})", "station ROME: "},
+      {R"({"stations": [{"name": "ROME", "obs": "file:///a.rtcm3"}]})", "is no stream of now; files are for"},
       {R"({"stations": [{"name": "ROME", "fix": true}]})", "station ROME: has no observations; give a URL"},
       {R"({"stations": [{"name": "ROME", "obs": "tcp://a:1", "out": "x"}]})", "'out' is not known here"},
       {R"({"stations": [{"name": "../ROME", "obs": "tcp://a:1"}]})", "station 1: '../ROME' is no name; take"},
