@@ -82,7 +82,9 @@ HttpAnswer LivePage::page() const {
 }
 
 std::string LivePage::greeting() const {
-  return helloEvent() + eventText("history", m_status.historyJson()) + partsEvent(parts());
+  const std::string epoch = m_status.epochJson();
+  return helloEvent() + eventText("history", m_status.historyJson()) +
+         (epoch.empty() ? "" : eventText("epoch", epoch)) + partsEvent(parts());
 }
 
 }  // namespace gnx

@@ -171,6 +171,7 @@ std::string LiveStatus::historyJson() const {
 
 std::string LiveStatus::epochJson() const {
   const std::lock_guard lock(m_mutex);
+  if (m_json.empty()) return "";
   return "{\"point\":" + trackPointJson(m_point) + ",\"solution\":" + m_json.substr(0, m_json.find('\n')) +
          "}";
 }

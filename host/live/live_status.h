@@ -63,7 +63,7 @@ class LiveStatus {
   LiveView view() const;
   /// The positions of the run, one object of JSON.
   std::string historyJson() const;
-  /// The last epoch as a point of the history and as a line of JSON.
+  /// The last epoch as a point of the history and as a line of JSON; "" before the first.
   std::string epochJson() const;
 
  private:

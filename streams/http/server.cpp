@@ -86,7 +86,8 @@ void HttpServer::answer(const HttpRequest& request, const std::vector<Client>& c
     client.out = httpText(pageOf(request), withBody);
   } else if (std::ranges::count_if(clients, [](const Client& c) { return c.events != nullptr; }) >=
              static_cast<std::ptrdiff_t>(kMostWatchers)) {
-    client.out = httpText({503, "text/plain", "too many watch already\n"}, withBody);
+    // A browser does not show a page the status of events that are refused.
+    client.out = httpEventsHead() + (withBody ? eventText("full", std::to_string(kMostWatchers)) : "");
   } else {
     client.out = httpEventsHead();
     if (!withBody) return;

@@ -22,7 +22,7 @@ class HttpServer {
 
   /// \param place   "HOST:PORT", "[::1]:PORT", or "PORT" on this machine alone
   /// \param pages   by path; called from the server's thread
-  /// \param events  by path; they must outlive this
+  /// \param events  by path; they must outlive this. Who comes when too many watch gets the event "full"
   /// \throws UsageError for a place that cannot be listened on
   HttpServer(const std::string& place, std::map<std::string, Page> pages,
              std::map<std::string, PageEvents*> events = {});

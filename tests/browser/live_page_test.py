@@ -50,7 +50,7 @@ class LivePage(unittest.TestCase):
     def setUpClass(cls):
         cls.directory = tempfile.TemporaryDirectory()
         path = cls.directory.name
-        subprocess.run([PROGRAM, "simulate", f"{path}/sky", "--hours", "1.5", "--interval", "1",
+        subprocess.run([PROGRAM, "simulate", f"{path}/sky", "--hours", "2.5", "--interval", "1",
                         "--clock-interval", "5", "--rtcm"], check=True, stdout=subprocess.DEVNULL)
         cls.run_ = Run(path, free_port())
         cls.url = f"http://127.0.0.1:{cls.run_.port}/"
@@ -126,6 +126,15 @@ class LivePage(unittest.TestCase):
         self.assertIn('<section id="figures" hidden>', page)
         for word in ("latitude", "ratio", "C/N0", "there are positions", "kB/s"):
             self.assertIn(word, page)
+
+    def test_a_page_too_many_says_so_until_there_is_room(self):
+        watchers = [urllib.request.urlopen(self.url + "events", timeout=5) for _ in range(24)]
+        browser = self.browser(800, 800)
+        browser.open(self.url)
+        until(lambda: "24 pages are kept" in browser.text("#connection"), 10, "the page says so")
+        for watcher in watchers:
+            watcher.close()
+        until(lambda: browser.text("#connection") == "", 20, "the page is kept up to date")
 
     def test_the_reader_is_told_when_data_stop_and_when_the_program_is_gone(self):
         browser = self.browser(360, 740, telephone=True)

@@ -4,12 +4,13 @@
 
 const kDead_ms = 15000;      // the program sends something every second
 const kLongestPause_ms = 15000;
+const kTold_ms = 10000;
 const kAnew_ms = 60000;      // so often a page that has lost events asks for everything
 
 /** handlers: by name of the event; each gets the data as an object. */
 function keepInTouch(handlers) {
   const notice = document.getElementById("connection");
-  let source = null, heard = Date.now(), pause_ms = 1000, greeted = 0, timer = 0, away = 0;
+  let source = null, heard = Date.now(), pause_ms = 1000, greeted = 0, timer = 0, away = 0, isFull = false;
 
   function tell(text) {
     if (notice.textContent === text) return;
@@ -39,7 +40,7 @@ function keepInTouch(handlers) {
   function again() {
     source?.close();
     if (away === 0) away = Date.now();
-    tell(`The program has not answered since ${new Date(away).toLocaleTimeString()}. What stands here is old.`);
+    if (!isFull) tell(`The program has not answered since ${new Date(away).toLocaleTimeString()}. What stands here is old.`);
     document.body.classList.add("old");
     clearTimeout(timer);
     timer = setTimeout(connect, pause_ms);
@@ -49,14 +50,21 @@ function keepInTouch(handlers) {
   function hello(data) {
     if (data.release !== document.body.dataset.release) location.reload();
     pause_ms = 1000;
-    away = 0;
     greeted = Date.now();
     document.body.classList.remove("old");
-    tell("");
+    if (away !== 0) tell("");
+    away = 0;
+    isFull = false;
+  }
+
+  function full(most) {
+    isFull = true;
+    tell(`${most} pages are kept up to date already; this one is not. Close others.`);
   }
 
   function lost(count) {
     tell(`${count} events did not reach this page: the line is slow.`);
+    setTimeout(() => { if (away === 0) tell(""); }, kTold_ms);
     if (Date.now() - greeted > kAnew_ms) connect();
   }
 
@@ -65,7 +73,7 @@ function keepInTouch(handlers) {
     heard = Date.now();
     source = new EventSource("/events");
     source.onerror = again;
-    for (const [name, handle] of Object.entries({ hello, lost, parts: replaceParts, ...handlers }))
+    for (const [name, handle] of Object.entries({ hello, full, lost, parts: replaceParts, ...handlers }))
       source.addEventListener(name, event => {
         heard = Date.now();
         handle(JSON.parse(event.data));

@@ -5,7 +5,7 @@ const kMostPoints = 6000;   // then every second one of the older half goes
 const kDraw_ms = 500;
 
 const byId = id => document.getElementById(id);
-let points = [], stale = true, asTrack = document.body.dataset.mode === "kinematic";
+let points = [], satellites = [], stale = true, asTrack = document.body.dataset.mode === "kinematic";
 const sky = new Sky(byId("sky"), byId("sky-note"));
 
 function takeHistory(history) {
@@ -14,11 +14,11 @@ function takeHistory(history) {
 }
 
 function takeEpoch(epoch) {
+  satellites = epoch.solution.sky;
+  stale = true;
   if (points.length > 0 && epoch.point[0] <= points.at(-1)[0]) return;
   points.push(epoch.point);
   if (points.length > kMostPoints) points = points.filter((_, i) => i > kMostPoints / 2 || i % 2 === 0);
-  sky.show(epoch.solution.sky);
-  stale = true;
 }
 
 function shownPoints() {
@@ -34,6 +34,7 @@ function draw() {
   const shown = shownPoints();
   drawSeries(byId("series"), byId("series-note"), shown, byId("scale").value);
   drawPlaceFigure(byId("track"), byId("track-note"), shown, asTrack);
+  sky.show(satellites);
 }
 
 /** Of two buttons one is pressed. */
