@@ -9,9 +9,11 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace gnx {
@@ -49,6 +51,16 @@ class FrameWriter {
   void put(const std::map<K, V>& map) {
     length(map.size());
     for (const auto& [key, value] : map) put(key), put(value);
+  }
+  template <class K>
+  void put(const std::set<K>& set) {
+    length(set.size());
+    for (const K& item : set) put(item);
+  }
+  template <class A, class B>
+  void put(const std::pair<A, B>& both) {
+    put(both.first);
+    put(both.second);
   }
   template <class T>
   void put(const std::optional<T>& value) {
@@ -95,6 +107,20 @@ class FrameReader {
       get(key);
       get(map[key]);
     }
+  }
+  template <class K>
+  void get(std::set<K>& set) {
+    set.clear();
+    for (std::size_t n = length(); n > 0; --n) {
+      K item{};
+      get(item);
+      set.insert(std::move(item));
+    }
+  }
+  template <class A, class B>
+  void get(std::pair<A, B>& both) {
+    get(both.first);
+    get(both.second);
   }
   template <class T>
   void get(std::optional<T>& value) {

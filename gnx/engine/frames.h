@@ -17,10 +17,12 @@
 /// | options       | words                                            | done                       |
 /// | restart       |                                                  | events, done               |
 /// | stores        | time                                             | done with names of files   |
+/// | state         |                                                  | done with the state        |
+/// | resume        | a state                                          | done                       |
 /// | finish        |                                                  | done; the worker ends      |
 /// | event         | name and values                                  |                            |
 /// | solution      | a Solution                                       |                            |
-/// | done          | what is wrong, "" for nothing; names of files    |                            |
+/// | done          | what is wrong, "" for nothing; texts             |                            |
 
 #include <cstdint>
 
@@ -28,7 +30,7 @@
 
 namespace gnx {
 
-inline constexpr std::uint32_t kProtocolVersion = 2;
+inline constexpr std::uint32_t kProtocolVersion = 3;
 
 enum class FrameKind : std::uint32_t {
   hello = 1,
@@ -42,6 +44,8 @@ enum class FrameKind : std::uint32_t {
   options,
   restart,
   stores,
+  state,
+  resume,
   finish,
   event,
   solution,

@@ -22,6 +22,7 @@
 #include "live/live_log.h"
 #include "live/live_outputs.h"
 #include "live/live_station.h"
+#include "live/state_keeper.h"
 
 namespace gnx {
 
@@ -58,8 +59,11 @@ class StationWorker {
         m_outputs(m_options, plan.directory, false, [this](const std::string& s) { m_log.say(s); }),
         m_station({m_deployment, m_options.assembly, plan.directory, m_clock.now(),
                    [this](const Solution& solution, const LiveFacts& facts) { take(solution, facts); },
-                   [this](const std::string& s) { m_log.say(s); }, Place::inProcess}) {
+                   [this](const std::string& s) { m_log.say(s); }, stateIdentity(m_options, m_deployment),
+                   Place::inProcess}),
+        m_keeper(plan.directory, [this](const std::string& s) { m_log.say(s); }) {
     m_log.say("the station's worker has started");
+    m_keeper.take(m_clock.now(), m_station, "");
   }
 
   /// Until it is told to end or nobody is left to work for.
@@ -76,7 +80,9 @@ class StationWorker {
       if (kind == StationFrame::finish) break;
       FrameReader in(content);
       take(kind, in);
+      if (m_report.positions > 0) m_keeper.keepInTime(m_clock.now(), m_station);
     }
+    m_keeper.keep(m_station);
     m_station.finish();
     m_log.say(m_station.account());
   }
@@ -165,6 +171,7 @@ class StationWorker {
   Deployment m_deployment;
   LiveOutputs m_outputs;
   LiveStation m_station;
+  StateKeeper m_keeper;
   StationReport m_report;
   RtcmRecord m_record;
   GpsTime m_came;  ///< when the worker took the frame at hand

@@ -274,6 +274,24 @@ void boundLogs(std::int64_t bytes) {
   });
 }
 
+std::string saveState(std::string& state) {
+  return s_answer([&]() -> std::string {
+    if (!s_running()) return "the engine is not initialised";
+    std::string made = Controller::s_getInstance()->m_state();
+    if (made.empty()) return "there is no state before the first epoch";
+    state = std::move(made);
+    return "";
+  });
+}
+
+std::string resumeState(const std::string& state) {
+  return s_answer([&]() -> std::string {
+    if (!s_running()) return "the engine is not initialised";
+    Controller::s_getInstance()->m_resume(state);
+    return "";
+  });
+}
+
 void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {

@@ -185,5 +185,60 @@ TEST(Live, AnotherSourceTakesOverAndAConfigurationIsReadAgain) {
   EXPECT_EQ(live.await(1.0), 0);
 }
 
+// Killed from outside, the worker first and then everything, and started again: fixed as soon as biases are
+// there.
+TEST(Live, ARunThatIsKilledGoesOnWithWhatItKnew) {
+  constexpr double kPace = 20.0;
+  const TemporaryDirectory dir;
+  TestCaster caster(stream(), kStart, {.speed = kPace});
+  const auto begun = Clock::now();
+  const auto present = [&] {
+    return kStart + kPace * std::chrono::duration<double>(Clock::now() - begun).count();
+  };
+  const auto start = [&] {
+    std::string now = formatTime(present());
+    now[now.find(' ')] = 'T';
+    return std::make_unique<Running>("live --obs '" + caster.url() + "?silence=0' --start '" + now +
+                                     "' --speed " + std::to_string(kPace) + kChoices + " --out " +
+                                     dir.path().string());
+  };
+  const auto told = [&](const std::string& sentence) {
+    const std::string log = support::readFile(dir.path() / "live.log");
+    int n = 0;
+    for (std::size_t at = log.find(sentence); at != std::string::npos; at = log.find(sentence, at + 1)) ++n;
+    return n;
+  };
+  const auto fixedAfter = [&](const GpsTime& t, double seconds) {
+    return becomes(seconds, [&] {
+      if (told("there are positions") == 0) return false;
+      const Positions all = positionsIn(dir.path());
+      return !all.empty() && t < all.rbegin()->first && all.rbegin()->second.status == 5;
+    });
+  };
+  auto live = start();
+  ASSERT_TRUE(fixedAfter(kStart + 240.0, 25.0)) << support::readFile(dir.path() / "live.log");
+
+  const pid_t worker = live->worker();
+  ASSERT_GT(worker, 0);
+  kill(worker, SIGKILL);
+  EXPECT_TRUE(becomes(5.0, [&] { return told("the run goes on where") == 1; }))
+      << support::readFile(dir.path() / "live.log");
+  EXPECT_TRUE(fixedAfter(present(), 3.0));
+
+  live.reset();
+  const GpsTime killed = present();
+  live = start();
+  EXPECT_TRUE(becomes(5.0, [&] { return told("the run goes on where") == 2; }))
+      << support::readFile(dir.path() / "live.log");
+  EXPECT_TRUE(fixedAfter(killed + 10.0, 4.0));
+  live->signal(SIGTERM);
+  EXPECT_EQ(live->await(1.0), 0);
+  const SolutionEpoch last = overFile(dir.path() / "file").rbegin()->second;
+  for (const auto& [time, epoch] : positionsIn(dir.path()))
+    if (time > killed && epoch.status == 5) {
+      EXPECT_LT(apart(epoch, last), 0.03) << formatTime(time);
+    }
+}
+
 }  // namespace
 }  // namespace gnx::test
