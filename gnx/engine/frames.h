@@ -36,7 +36,7 @@
 
 namespace gnx {
 
-inline constexpr std::uint32_t kProtocolVersion = 1;
+inline constexpr std::uint32_t kProtocolVersion = 2;
 
 enum class FrameKind : std::uint32_t {
   hello = 1,

@@ -267,6 +267,13 @@ std::string setOutputOptions(const std::string& options) {
   });
 }
 
+void boundLogs(std::int64_t bytes) {
+  s_answer([&] {
+    tarvio::Logtrace::s_defaultlogger.m_setBound(bytes);
+    return "";
+  });
+}
+
 void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {
