@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -21,6 +22,7 @@
 #include "fleet/fleet_status.h"
 #include "fleet/shared_stream.h"
 #include "fleet/station_post.h"
+#include "fleet/stream_tape.h"
 #include "gnx/error.h"
 #include "http/server.h"
 #include "live/live_log.h"
@@ -109,6 +111,7 @@ class FleetRun {
     FleetStream given;
     int number = 0, publisher = -1;  ///< of what is decoded, of the source that is published
     std::unique_ptr<SharedStream> decoder;
+    std::unique_ptr<StreamTape> tape;  ///< where nobody else keeps the last minutes
     std::unique_ptr<Source> source;
     std::vector<StationPost*> users;
   };
@@ -218,11 +221,26 @@ class FleetRun {
           for (StationPost* post : stream.users) post->post(posted);
         },
         [this, &stream](const RtcmRecord& message) { teach(stream, message); });
-    m_numbers[stream.number] = [&stream](const Arrival& a) { stream.decoder->take(a.time, a.bytes); };
+    if (!m_cluster) openTape(stream);
+    m_numbers[stream.number] = [&stream](const Arrival& a) {
+      if (stream.tape) stream.tape->write(a.time, a.bytes);
+      stream.decoder->take(a.time, a.bytes);
+    };
     if (m_cluster)
       m_cluster->listen(subjectOf(given), [this, number = stream.number](ClusterLink::Bytes bytes) {
         m_queue.push({number, m_clock.now(), {bytes.begin(), bytes.end()}});
       });
+  }
+
+  void openTape(Stream& stream) {
+    const fs::path directory = m_out / ".streams";
+    fs::create_directories(directory);
+    // What another URL has brought under the same name belongs to another provider.
+    const std::size_t url = std::hash<std::string>()(stream.given.url.text);
+    stream.tape = std::make_unique<StreamTape>(directory / printed("%s-%zx", stream.given.name.c_str(), url));
+    stream.tape->replay(m_clock.now(), [&](const GpsTime& arrival, std::span<const std::uint8_t> bytes) {
+      stream.decoder->take(arrival, bytes);
+    });
   }
 
   void teach(const Stream& from, const RtcmRecord& message) {
