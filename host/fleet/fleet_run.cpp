@@ -291,7 +291,8 @@ class FleetRun {
 
   void removeStation(const std::string& name) {
     Held& held = m_stations.at(name);
-    for (const int number : held.post->numbers()) m_numbers.erase(number);
+    for (std::size_t i = 0; i < held.post->numbers().size(); ++i)
+      if (held.post->station().sources[i].stream.empty()) m_numbers.erase(held.post->numbers()[i]);
     for (auto& [stream, shared] : m_streams) std::erase(shared.users, held.post.get());
     for (auto& source : held.sources) closeSource(std::move(source));
     held.post->finish();
@@ -383,6 +384,7 @@ class FleetRun {
   // ---- the end ----
 
   void end() {
+    if (m_cluster) m_cluster->wantNoMore();
     for (auto& [name, held] : m_stations)
       for (auto& source : held.sources) source->stop();
     for (auto& [name, stream] : m_streams)

@@ -66,6 +66,13 @@ void ClusterNode::want(std::set<std::string> keys) {
   m_table.want(keys);
 }
 
+void ClusterNode::wantNoMore() {
+  const std::lock_guard lock(m_mutex);
+  std::set<std::string> keys;
+  for (const auto& [key, lease] : m_table.held()) keys.insert(key);
+  m_table.want(keys);
+}
+
 std::map<std::string, std::uint64_t> ClusterNode::held() const {
   const std::lock_guard lock(m_mutex);
   return m_table.held();

@@ -35,6 +35,8 @@ class ClusterNode {
   const std::string& name() const { return m_name; }
   /// Keys that are to be shared: "station.NAME", "stream.NAME".
   void want(std::set<std::string> keys);
+  /// Only what this machine has already; it is about to end.
+  void wantNoMore();
   /// Leases that this machine has, their numbers by key. It has them until it knows better; while the servers
   /// are out of reach it publishes nothing.
   std::map<std::string, std::uint64_t> held() const;

@@ -266,10 +266,14 @@ class NatsLink : public ClusterLink {
     natsSubscription* made = nullptr;
     if (js_SubscribeSync(&made, m_js.get(), subject.c_str(), nullptr, &choices, nullptr) != NATS_OK) return;
     const Owned<natsSubscription, natsSubscription_Destroy> subscription(made);
-    natsMsg* message = nullptr;
-    while (natsSubscription_NextMsg(&message, made, kCatchUp_ms) == NATS_OK) {
+    for (bool more = true; more;) {
+      natsMsg* message = nullptr;
+      if (natsSubscription_NextMsg(&message, made, kCatchUp_ms) != NATS_OK) return;
+      const Owned<natsMsg, natsMsg_Destroy> owned(message);
       take(bytesOf(message));
-      natsMsg_Destroy(message);
+      jsMsgMetaData* data = nullptr;
+      more = natsMsg_GetMetaData(&data, message) == NATS_OK && data->NumPending > 0;
+      jsMsgMetaData_Destroy(data);
     }
   }
 
