@@ -23,6 +23,7 @@ using support::stream;
 using support::TemporaryDirectory;
 using support::TestCaster;
 using testing::HasSubstr;
+using Clock = std::chrono::steady_clock;
 
 constexpr double kSpeed = 40.0;
 const std::string kChoices = " --systems GEC --mode static --fix --solution-name solution.csv --quiet";
