@@ -3,26 +3,26 @@
 #include "text/nearest_name.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace gnx {
 
 namespace {
 
-/// Letters to change, add or leave out.
+/// Letters to change, add, leave out or swap with the next one.
 std::size_t distance(const std::string& a, const std::string& b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t changed = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+  std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i)
+    for (std::size_t j = 0; j <= b.size(); ++j) {
+      if (i == 0 || j == 0) {
+        rows[i][j] = i + j;
+        continue;
+      }
+      rows[i][j] = std::min(
+          {rows[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1), rows[i - 1][j] + 1, rows[i][j - 1] + 1});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+        rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
     }
-  }
-  return row.back();
+  return rows.back().back();
 }
 
 }  // namespace

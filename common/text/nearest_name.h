@@ -7,8 +7,8 @@
 
 namespace gnx {
 
-/// The name that the fewest changed, missing or additional letters make; "" when that takes more than a third
-/// of the word.
+/// The name that the fewest changed, missing, additional or swapped letters make; "" when that takes more
+/// than a third of the word.
 std::string nearestName(const std::string& word, const std::vector<std::string>& names);
 
 }  // namespace gnx

@@ -173,8 +173,8 @@ class FleetReader {
       station.options = m_known.read(station.words);
       for (const PlannedSource& source : planSources(station.options)) {
         if (source.url.scheme == StreamScheme::file || source.url.scheme == StreamScheme::standard)
-          fail(where,
-               "'" + source.url.text + "' is no stream of now; files are for 'gnx live' and 'gnx replay'");
+          throw UsageError("'" + source.url.text +
+                           "' is no stream of now; files are for 'gnx live' and 'gnx replay'");
         station.sources.push_back({source, shared(source)});
       }
     } catch (const InputError& e) {

@@ -41,10 +41,13 @@ std::optional<GpsTime> readPiece(std::ifstream& in, std::vector<std::uint8_t>& b
 }  // namespace
 
 StreamTape::StreamTape(const fs::path& file) : m_file(file) {
-  std::error_code none;
-  const auto written = [&](int number) { return fs::last_write_time(part(number), none); };
+  const auto begin = [&](int number) {
+    std::ifstream in(part(number), std::ios::binary);
+    std::vector<std::uint8_t> bytes;
+    return readPiece(in, bytes).value_or(GpsTime{});
+  };
   // Goes on in the older one, so that the younger one is still there.
-  if (fs::exists(part(0)) && (!fs::exists(part(1)) || written(0) > written(1))) m_part = 1;
+  if (begin(1) < begin(0)) m_part = 1;
 }
 
 fs::path StreamTape::part(int number) const { return m_file.string() + "." + std::to_string(number); }
