@@ -229,6 +229,11 @@ std::string ggaSentence();
 /// epochs that follow unresolved, for hosts that know that their corrections cannot carry them just now.
 std::string setOutputOptions(const std::string& options);
 
+/// Bounds the files that grow with every epoch, for hosts that run for months: ppp_pos and the like begin
+/// anew at so many bytes, and what they held stays beside as NAME.1; of the status and trace files, which are
+/// put aside every two hours, the last 24 stay. 0: no bound, as at the start. On any thread.
+void boundLogs(std::int64_t bytes);
+
 // ---- clock ----
 
 /// The wall clock as the engine reads it from now on, s since 1970, UTC; 0: time() again. For hosts that

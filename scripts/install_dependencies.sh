@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing and reporting need, when they are missing.
 # Usage: scripts/install_dependencies.sh [--ci | --install | --package]
-#   --ci       adds clang, sanitizers, formatter, clang-tidy, locales and what packages need
+#   --ci       adds clang, sanitizers, formatter, clang-tidy, locales, a browser and what packages need
 #   --install  what is needed to build what is installed, no tests
 #   --package  the same, and the tools that make Debian packages
 set -euo pipefail
@@ -12,7 +12,7 @@ package=(dpkg-dev file)
 case "${1:-}" in
   --install) packages=("${build[@]}") ;;
   --package) packages=("${build[@]}" "${package[@]}") ;;
-  --ci) packages=("${build[@]}" "${tests[@]}" "${package[@]}" clang libclang-rt-dev clang-format clang-tidy locales doxygen) ;;
+  --ci) packages=("${build[@]}" "${tests[@]}" "${package[@]}" clang libclang-rt-dev clang-format clang-tidy locales doxygen chromium chromium-driver) ;;
   *) packages=("${build[@]}" "${tests[@]}") ;;
 esac
 

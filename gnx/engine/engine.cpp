@@ -134,6 +134,7 @@ struct Engine::Impl {
     record.interval_s = deployment.settings.interval_s;
     if (options.clock == EngineClock::records) record.clock = utcOf(first);
     record.outputOptions = outputOptions;
+    record.logBytes = options.logBytes;
     core->start(record);
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);

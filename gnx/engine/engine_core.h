@@ -21,6 +21,7 @@ class EngineCore : public Boundary {
     double cutoff_deg = 0.0, interval_s = 0.0;
     std::optional<std::int64_t> clock;  ///< UTC; none: the machine's
     std::string outputOptions;
+    std::int64_t logBytes = 0;
   };
 
   virtual void start(const Start& start) = 0;
@@ -43,6 +44,9 @@ class EngineCore : public Boundary {
   std::optional<Solution> m_solution;
 };
 
+/// Standard output of a worker, in its directory.
+inline constexpr const char* kWorkerOutput = "engine.log";
+
 using EventSink = std::function<void(const EngineEvent&)>;
 
 /// The engine that is linked to this process; there is room for one.
@@ -50,7 +54,7 @@ using EventSink = std::function<void(const EngineEvent&)>;
 /// \throws UsageError when there is one already
 std::unique_ptr<EngineCore> makeLinkedEngine(const std::filesystem::path& directory, EventSink onEvent);
 
-/// An engine in a process of its own, whose standard output goes to "engine.log" of the directory.
+/// An engine in a process of its own, whose standard output goes to a file of the directory.
 /// \throws EngineError when the process cannot be started
 std::unique_ptr<EngineCore> makeWorkerEngine(const std::filesystem::path& directory,
                                              const std::filesystem::path& program, EventSink onEvent);

@@ -69,6 +69,7 @@ class LinkedEngine : public EngineCore {
         [this](const GNX_EXT::Result& result) { m_solution = solutionOf(result); });
     if (start.clock) setClock(*start.clock);
     GNX_IO::sta_t station = start.station;
+    GNX_EXT::boundLogs(start.logBytes);
     {
       const WorkingDirectory inside(m_directory);
       GNX_initialize(start.mode.c_str(), &station, start.cutoff_deg, start.interval_s);

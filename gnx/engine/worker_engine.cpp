@@ -113,7 +113,7 @@ class WorkerEngine : public EngineCore {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
       throw EngineError(std::string("cannot make a pair of sockets: ") + std::strerror(errno));
-    const std::string log = (m_directory / "engine.log").string();
+    const std::string log = (m_directory / kWorkerOutput).string();
     m_process = fork();
     if (m_process == 0) becomeWorker(program.c_str(), m_directory.c_str(), log.c_str(), ends[1]);
     ::close(ends[1]);
@@ -183,7 +183,7 @@ class WorkerEngine : public EngineCore {
   }
 
   [[noreturn]] void throwEnd() {
-    const std::string words = lastWords(m_directory / "engine.log");
+    const std::string words = lastWords(m_directory / kWorkerOutput);
     if (WIFSIGNALED(m_status))
       m_end = "the engine's process was ended by signal " + std::to_string(WTERMSIG(m_status)) +
               "; its last words: " + words;

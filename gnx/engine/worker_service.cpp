@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/frame_records.h"
+#include "engine/own_output.h"
 
 namespace gnx {
 
@@ -55,6 +56,7 @@ class Service {
         return answer([&](auto&) {
           EngineCore::Start start;
           in(start);
+          m_logBytes = start.logBytes;
           m_engine->start(start);
         });
       case FrameKind::clock:
@@ -138,6 +140,7 @@ class Service {
       GNX_IO::gtime_t time{};
       in(time, m_entries);
       m_engine->inputEpoch(time, m_entries);
+      boundOutput(kWorkerOutput, m_logBytes);
       if (const auto solution = m_engine->takeSolution()) send(FrameKind::solution, *solution);
     });
   }
@@ -148,6 +151,7 @@ class Service {
   std::vector<GNX_IO::ssr_t> m_corrections;
   std::vector<std::size_t> m_filled;
   std::vector<GNX_IO::obs_entry_t> m_entries;
+  std::int64_t m_logBytes = 0;
   bool m_finished = false;
 };
 

@@ -14,6 +14,7 @@
 #include "http/server.h"
 #include "live/live_log.h"
 #include "live/live_outputs.h"
+#include "live/live_page.h"
 #include "live/live_signals.h"
 #include "live/live_station.h"
 #include "live/live_status.h"
@@ -100,15 +101,17 @@ class LiveRun {
     m_positions += solution.solved() ? 1 : 0;
     m_solved = m_solved || solution.solved();
     m_fixed += solution.state == SolutionState::fixed ? 1 : 0;
-    if (m_pages) m_status.take(solution, facts, std::max(m_clock.now() - m_now, 0.0));
+    if (!m_pages) return;
+    m_status.take(solution, facts, std::max(m_clock.now() - m_now, 0.0));
+    m_page->tellEpoch();
   }
 
   void openPages() {
     if (m_options.http.empty()) return;
-    m_pages.emplace(m_options.http, std::map<std::string, HttpServer::Page>{
-                                        {"/metrics", [this] { return m_status.metrics(); }},
-                                        {"/healthz", [this] { return m_status.health(); }},
-                                        {"/solution.json", [this] { return m_status.solution(); }}});
+    const RunSettings& run = m_options.deploy.run;
+    m_page.emplace(m_status, m_log, run.stationName, run.mode);
+    m_pages.emplace(m_options.http, m_page->pages(),
+                    std::map<std::string, PageEvents*>{{"/events", &m_page->events()}});
   }
 
   void openOutputs(bool fresh) {
@@ -127,6 +130,7 @@ class LiveRun {
       else m_recording->write(arrival);
       if (m_now - m_flushed > kFlush_s) m_recording->flush(), m_flushed = m_now;
     }
+    if (m_pages) m_status.take(event);
     m_station->take(event);
     if (m_pages) m_status.take(m_station->counts());
   }
@@ -301,6 +305,7 @@ class LiveRun {
   std::map<int, std::unique_ptr<Source>> m_sources;
   std::vector<std::unique_ptr<Source>> m_leaving;
   LiveStatus m_status;
+  std::optional<LivePage> m_page;
   std::optional<HttpServer> m_pages;
   std::optional<StateKeeper> m_keeper;
   GpsTime m_now, m_flushed;

@@ -12,6 +12,7 @@ namespace gnx {
 namespace {
 
 constexpr double kLongestPause_s = 60.0;
+constexpr std::int64_t kEngineLog_bytes = 16 << 20;  ///< a day of epochs of one second
 
 }  // namespace
 
@@ -65,6 +66,7 @@ void LiveStation::feed(const Event& event) {
   if (const auto* start = std::get_if<StreamStart>(&event.record)) {
     EngineOptions options;
     options.directory = m_context.directory;
+    options.logBytes = kEngineLog_bytes;
     options.onEvent = [this](const EngineEvent& e) { noteEvent(e); };
     if (m_known) options.state = std::exchange(m_known, std::nullopt)->engine;
     m_epoch.reset();

@@ -2,6 +2,8 @@
 
 #include "live/live_status.h"
 
+#include <algorithm>
+#include <numbers>
 #include <utility>
 
 #include "text/printed.h"
@@ -10,7 +12,9 @@ namespace gnx {
 
 namespace {
 
-constexpr double kHealthy_s = 30.0;  ///< without a position
+constexpr double kHealthy_s = 30.0, kQuiet_s = 5.0;  ///< without a position
+constexpr double kEpochs = 2.5;                      ///< the same, by the interval of the observations
+constexpr double kDegrees = 180.0 / std::numbers::pi;
 
 /// Metrics, one after the other.
 class MetricsText {
@@ -48,6 +52,12 @@ void LiveStatus::take(const Solution& solution, const LiveFacts& facts, double p
   std::string line = solutionJson(solution, facts);
   const std::lock_guard lock(m_mutex);
   m_json = std::move(line);
+  if (m_last) m_intervalBefore_s = std::exchange(m_interval_s, solution.time - m_last->time);
+  m_last = solution;
+  m_facts = facts;
+  m_taken = Clock::now();
+  m_point = m_history.add(solution);
+  m_changes.take(solution);
   m_why = solution.why;
   m_state = solution.state;
   m_ages = solution.ages;
@@ -64,6 +74,11 @@ void LiveStatus::take(const LiveCounts& counts) {
   m_counts = counts;
 }
 
+void LiveStatus::take(const RecordedEvent& event) {
+  const std::lock_guard lock(m_mutex);
+  m_streams.take(event, Clock::now());
+}
+
 void LiveStatus::add(const Source& source) {
   const std::lock_guard lock(m_mutex);
   m_sources[source.name()] = &source;
@@ -76,6 +91,11 @@ void LiveStatus::remove(const Source& source) {
 
 double LiveStatus::sinceSolved_s() const {
   return std::chrono::duration<double>(Clock::now() - *m_solved).count();
+}
+
+/// Receivers that send an epoch every 30 s are not silent in between; one outage makes nobody patient.
+double LiveStatus::patience_s(double least) const {
+  return std::max(least, kEpochs * std::min(m_interval_s, m_intervalBefore_s));
 }
 
 HttpAnswer LiveStatus::metrics() const {
@@ -114,7 +134,8 @@ HttpAnswer LiveStatus::metrics() const {
 
 HttpAnswer LiveStatus::health() const {
   const std::lock_guard lock(m_mutex);
-  if (m_solved && sinceSolved_s() <= kHealthy_s) return {200, "text/plain; charset=utf-8", "ok\n"};
+  if (m_solved && sinceSolved_s() <= patience_s(kHealthy_s))
+    return {200, "text/plain; charset=utf-8", "ok\n"};
   const std::string since = m_solved ? printed("no position for %.0f s", sinceSolved_s()) : "no position yet";
   return {503, "text/plain; charset=utf-8", since + (m_why.empty() ? "" : ": " + m_why) + "\n"};
 }
@@ -123,6 +144,57 @@ HttpAnswer LiveStatus::solution() const {
   const std::lock_guard lock(m_mutex);
   if (m_json.empty()) return {503, "application/json", "{\"why\": \"no epoch yet\"}\n"};
   return {200, "application/json", m_json};
+}
+
+LiveView LiveStatus::view() const {
+  const std::lock_guard lock(m_mutex);
+  const Clock::time_point now = Clock::now();
+  LiveView v;
+  v.solution = m_last;
+  v.facts = m_facts;
+  v.why = m_why;
+  v.patience_s = patience_s(kQuiet_s);
+  if (m_taken) v.sinceEpoch_s = std::chrono::duration<double>(now - *m_taken).count();
+  if (m_solved) v.sinceSolved_s = sinceSolved_s();
+  v.epochs = m_solutions;
+  v.positions = m_positions;
+  v.fixed = m_fixed;
+  v.changeCount = m_changes.count();
+  v.counts = m_counts;
+  v.changes.assign(m_changes.last().begin(), m_changes.last().end());
+  v.streams = m_streams.states(now);
+  for (const auto& [name, source] : m_sources) {
+    const SourceState& state = source->state();
+    v.connections[name] = {source->url().text, state.connected, state.connections, state.lost};
+  }
+  return v;
+}
+
+std::string LiveStatus::historyJson() const {
+  std::vector<TrackPoint> points;
+  std::optional<Geodetic> origin;
+  {
+    const std::lock_guard lock(m_mutex);
+    points = m_history.points();
+    origin = m_history.origin();
+  }
+  std::string text = "{";
+  if (origin)
+    text += printed("\"latitude_deg\":%.10f,\"longitude_deg\":%.10f,\"height_m\":%.4f,",
+                    origin->latitude * kDegrees, origin->longitude * kDegrees, origin->height);
+  text += "\"points\":[";
+  for (const TrackPoint& point : points) {
+    if (&point != points.data()) text += ',';
+    text += trackPointJson(point);
+  }
+  return text + "]}";
+}
+
+std::string LiveStatus::epochJson() const {
+  const std::lock_guard lock(m_mutex);
+  if (m_json.empty()) return "";
+  return "{\"point\":" + trackPointJson(m_point) + ",\"solution\":" + m_json.substr(0, m_json.find('\n')) +
+         "}";
 }
 
 }  // namespace gnx

@@ -15,6 +15,7 @@
 /// The results are the same bit for bit in both places. An object belongs to one thread at a time; different
 /// objects are independent of each other.
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -69,6 +70,9 @@ struct EngineOptions {
   std::filesystem::path directory{};
   /// Output options from the start on, see Engine::setOutputOptions.
   std::string outputOptions{};
+  /// At so many bytes the files that grow with every epoch (ppp_pos, engine.log) begin anew, and what they
+  /// held stays beside as NAME.1; of the status files the last 24 stay, two days. 0: no bound.
+  std::int64_t logBytes = 0;
   /// Executable of the worker; "": what the environment variable GNX_WORKER names, else the one that is
   /// installed beside this library.
   std::filesystem::path worker{};

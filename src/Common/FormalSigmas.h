@@ -11,11 +11,14 @@ namespace tarvio {
 /// \param sigma  [count]; 0 where the triangle does not determine the parameter
 void s_formalSigmas(const double* R, const int* start, int n, int count, double* sigma);
 
-/// The same where the covariance of the last columns is another than the triangle says, since something has
-/// become known of them that the triangle does not hold. With y the row of the leading block's inverse and z
-/// what it makes of those columns, sigma_i^2 = y y^T + z Q z^T. \param n  leading columns, all of which are
-/// wanted: sigma[n] \param last  columns behind them  \param Q  their covariance, symmetric, rows of `lead`
-void s_formalSigmas(const double* R, const int* start, int n, int last, const double* Q, int lead,
-                    double* sigma);
+/// The same where columns follow whose covariance does not come from the triangle, since something has become
+/// known of them that it does not hold. With y the row of the leading block's inverse and z what it makes of
+/// those columns, sigma_i^2 = y y^T + z Q z^T.
+/// \param n         leading columns, all of which are wanted: sigma[n]
+/// \param last      columns behind them
+/// \param trailing  their n rows, one column after the other
+/// \param Q         their covariance, last by last, symmetric
+void s_formalSigmas(const double* R, const int* start, int n, int last, const double* trailing,
+                    const double* Q, double* sigma);
 
 }  // namespace tarvio

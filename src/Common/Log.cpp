@@ -8,6 +8,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <set>
 #include <utility>
 
 #include "Common/ComTime.h"
@@ -20,7 +21,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kMessage = 40000;  ///< longest message; what is longer is cut
+constexpr int kMessage = 40000;         ///< longest message; what is longer is cut
+constexpr std::size_t kSpansKept = 24;  ///< of a file that rolls over, when there is a bound
 
 double s_secondsSince(unsigned tick) { return (GNX_IO::tickget() - tick) * 1.0e-3; }
 
@@ -29,6 +31,16 @@ void s_keepLast(const fs::path& file) {
   std::error_code none;  // a file that cannot be kept is begun anew all the same
   if (fs::is_regular_file(file, none) && fs::file_size(file, none) > 0)
     fs::rename(file, file.string() + ".1", none);
+}
+
+/// The names of former spans end with their dates, so that their order is that of time.
+void s_keepNewest(const fs::path& file) {
+  std::set<fs::path> spans;
+  std::error_code none;
+  for (const auto& entry : fs::directory_iterator(file.parent_path(), none))
+    if (entry.path().filename().string().starts_with(file.filename().string() + ".2"))
+      spans.insert(entry.path());
+  for (; spans.size() > kSpansKept; spans.erase(spans.begin())) fs::remove(*spans.begin(), none);
 }
 
 void s_warn(const char* format, const char* argument) {
@@ -70,6 +82,11 @@ void Log::m_openLog(const std::string& name, bool roll, long span) {
   if (failed) Logtrace::m_logError("file = %s,can't create file to write, will return!", name.c_str());
 }
 
+void Log::m_setBound(std::int64_t bytes) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_bound = bytes;
+}
+
 void Log::m_closeLog(const std::string& name) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_items.erase(name);  // the stream flushes and closes itself
@@ -100,15 +117,25 @@ void Log::m_wtText(const char* text) {
   if (found != m_items.end()) {
     m_chkUpdate(found->second);
     *found->second.m_stream << (*end == '\0' ? end : end + 1) << std::flush;
+    m_chkBound(found->second);
   } else if (name == "ALL") {
     for (auto& [file, item] : m_items) {
       m_chkUpdate(item);
       *item.m_stream << text << std::flush;
+      m_chkBound(item);
     }
   }
 }
 
-void Log::m_chkUpdate(LogItem& item) {
+void Log::m_chkBound(LogItem& item) const {
+  if (m_bound <= 0 || item.m_stream->tellp() < m_bound) return;
+  item.m_stream->close();
+  std::error_code none;
+  fs::rename(item.m_path, item.m_path + ".1", none);
+  item.m_stream = std::make_unique<std::ofstream>(item.m_path, std::ios::out | std::ios::trunc);
+}
+
+void Log::m_chkUpdate(LogItem& item) const {
   if (!item.m_roll) return;
   const long now = s_wallClock();
   if (now - item.m_tstart <= item.m_span) return;
@@ -121,6 +148,7 @@ void Log::m_chkUpdate(LogItem& item) {
   std::snprintf(suffix, sizeof suffix, ".%04d%02d%02d-%02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
                 local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
   std::rename(item.m_path.c_str(), (item.m_path + suffix).c_str());
+  if (m_bound > 0) s_keepNewest(item.m_path);
   item.m_stream = std::make_unique<std::ofstream>(item.m_path, std::ios::out | std::ios::trunc);
 }
 

@@ -2,6 +2,7 @@
 /// \file Log.h
 /// Thread-safe table of open log files, addressed by the first word of a message behind '@'.
 
+#include <cstdint>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -31,6 +32,9 @@ class Log {
   /// Opens and writes nothing from now on. Takes no lock: the process may be the child of one whose other
   /// thread held it.
   void m_silence() { m_silent = true; }
+  /// A file that has grown to so many bytes begins anew, and what it held stays beside it as "name.1"; of a
+  /// file that rolls over the last ones stay. 0: no bound.
+  void m_setBound(std::int64_t bytes);
   void m_closeLog(const std::string& name);
   bool m_lexist(const std::string& name);
   /// "@name text": writes `text` to the open file `name`; "@ALL text" writes all of it to every
@@ -46,9 +50,11 @@ class Log {
   static std::map<std::string, unsigned> timeLog;  ///< tag to tick count
 
  private:
-  static void m_chkUpdate(LogItem& item);
+  void m_chkUpdate(LogItem& item) const;
+  void m_chkBound(LogItem& item) const;
 
   bool m_silent = false;
+  std::int64_t m_bound = 0;  ///< bytes
   std::string m_directory;
   std::map<std::string, LogItem> m_items;
   std::map<std::string, std::map<std::string, unsigned>> m_ticks;

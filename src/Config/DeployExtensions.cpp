@@ -78,6 +78,7 @@ void Deploy::m_readIntegrity(const Json::Value& group) {
   IntegritySettings& s = m_integrity;
   s.m_on = integrity.m_isOn();
   integrity.m_read("failure_rate", 1e-12, 0.5, s.m_failureRate);
+  integrity.m_read("failure_rate_n1_many", 1e-12, 0.5, s.m_failureRateOfMany);
   integrity.m_read("failure_rate_wl", 1e-12, 0.5, s.m_wideLaneFailureRate);
   integrity.m_read("failure_rate_many", 1e-12, 0.5, s.m_wideLaneFailureRateOfMany);
   double many = s.m_many;

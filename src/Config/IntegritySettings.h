@@ -8,6 +8,7 @@ namespace tarvio {
 struct IntegritySettings {
   bool m_on = false;
   double m_failureRate = 0.01;               ///< of a set of the last level, by its formal precision
+  double m_failureRateOfMany = 0.1;          ///< of one of many, whose ratio says more:
   double m_wideLaneFailureRate = 0.01;       ///< of the levels before it
   double m_wideLaneFailureRateOfMany = 0.5;  ///< where the last level can tell right from wrong wide-lanes:
   int m_many = 10;                           ///< from so many satellites besides the references on

@@ -285,6 +285,13 @@ std::string resumeState(const std::string& state) {
   });
 }
 
+void boundLogs(std::int64_t bytes) {
+  s_answer([&] {
+    tarvio::Logtrace::s_defaultlogger.m_setBound(bytes);
+    return "";
+  });
+}
+
 void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {

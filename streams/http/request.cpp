@@ -25,6 +25,16 @@ const char* reasonOf(int status) {
   }
 }
 
+/// What every answer says. A page takes nothing from elsewhere, runs no script that was not served with it,
+/// and nobody shows it inside another one.
+std::string headOf(int status, const std::string& type) {
+  return "HTTP/1.1 " + std::to_string(status) + " " + reasonOf(status) + "\r\nContent-Type: " + type +
+         "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nReferrer-Policy: no-referrer"
+         "\r\nContent-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; "
+         "connect-src 'self'; img-src data:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"
+         "\r\nConnection: close\r\n";
+}
+
 }  // namespace
 
 HttpProgress parseHttpRequest(std::string_view head, HttpRequest& request) {
@@ -46,10 +56,10 @@ HttpProgress parseHttpRequest(std::string_view head, HttpRequest& request) {
 }
 
 std::string httpText(const HttpAnswer& answer, bool withBody) {
-  return "HTTP/1.1 " + std::to_string(answer.status) + " " + reasonOf(answer.status) +
-         "\r\nContent-Type: " + answer.type + "\r\nContent-Length: " + std::to_string(answer.body.size()) +
-         "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nConnection: close\r\n\r\n" +
-         (withBody ? answer.body : "");
+  return headOf(answer.status, answer.type) + "Content-Length: " + std::to_string(answer.body.size()) +
+         "\r\n\r\n" + (withBody ? answer.body : "");
 }
+
+std::string httpEventsHead() { return headOf(200, "text/event-stream") + "\r\n"; }
 
 }  // namespace gnx

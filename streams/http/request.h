@@ -23,5 +23,7 @@ struct HttpAnswer {
 };
 /// The bytes of an answer; without its body for the method HEAD.
 std::string httpText(const HttpAnswer& answer, bool withBody);
+/// The head of an answer that is followed by events without end.
+std::string httpEventsHead();
 
 }  // namespace gnx

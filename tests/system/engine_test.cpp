@@ -186,17 +186,28 @@ TEST(Engines, LeaveTheirDirectoryAndTellEvents) {
     Engine engine(Site::get().deployment, options);
     temporary = engine.directory();
     EXPECT_TRUE(std::filesystem::exists(temporary / "ppp.json"));
-    Engine named(Site::get().deployment, {.directory = kept.path()});
+    EngineOptions bounded;
+    bounded.directory = kept.path();
+    bounded.logBytes = 3000;
+    Engine named(Site::get().deployment, bounded);
     EventStream stream = Site::get().stream();
     for (Event event; stream.next(event);) {
-      engine.feed(event);
-      named.feed(event);
+      const auto free = engine.feed(event), inBounds = named.feed(event);
+      ASSERT_EQ(free.has_value(), inBounds.has_value());
+      if (!free) continue;
+      EXPECT_EQ(free->position, inBounds->position);
     }
     engine.restart();
     EXPECT_EQ(named.writeStoreFiles(stream.start().first.value()).size(), 2u);
   }
   EXPECT_FALSE(std::filesystem::exists(temporary));
-  EXPECT_FALSE(support::readFile(kept.path() / "engine.log").empty());
+  // Files that grow with every epoch go on in new ones; a line has 170 bytes, this sky 60 epochs.
+  for (const char* file : {"engine.log", "ppp_pos"}) {
+    EXPECT_THAT(support::readFile(kept.path() / file).size(),
+                testing::AllOf(testing::Gt(0U), testing::Lt(3400U)))
+        << file;
+    EXPECT_THAT(std::filesystem::file_size(kept.path() / (std::string(file) + ".1")), testing::Ge(3000U));
+  }
   EXPECT_EQ(names.front(), "configuration");
   EXPECT_THAT(names, testing::IsSupersetOf({"satellite_in", "fix_gained", "restart"}));
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Common/ComGeometry.h"
+#include "Common/FormalSigmas.h"
 #include "Core/Ambfix/LevelForm.h"
 #include "Core/Ambfix/SrifFilter_iar.h"
 #include "support/filter_world.h"
@@ -121,7 +122,7 @@ TEST_F(AmbfixRaw, FixesBesideTheTriangleAreThoseFoldedIntoIt) {
   const auto size = static_cast<std::size_t>(filter->imtx + 1) * static_cast<std::size_t>(filter->ldinfs);
   const std::vector<double> floats(filter->infs, filter->infs + size);
   struct Outcome {
-    std::vector<double> Q, x;
+    std::vector<double> Q, x, sigma;
     double position[9];
   };
   std::vector<Outcome> outcomes[2];
@@ -138,6 +139,10 @@ TEST_F(AmbfixRaw, FixesBesideTheTriangleAreThoseFoldedIntoIt) {
       ASSERT_EQ(filter->m_solstat, 3 + level);
       Outcome& outcome = outcomes[beside].emplace_back();
       if (!beside) SrifAmbfix_raw::s_ambCovariance(filter.get(), outcome.Q);
+      outcome.sigma.resize(static_cast<std::size_t>(filter->npi));
+      if (beside) filter->m_fixed.m_formalSigmas(outcome.sigma.data());
+      else
+        tarvio::s_formalSigmas(filter->infs, filter->iptx, filter->imtx, filter->npi, outcome.sigma.data());
       for (int j = 0; beside && j < nc; ++j) {
         const double* row = filter->m_fixed.m_covariance() + j * filter->m_fixed.m_lead();
         outcome.Q.insert(outcome.Q.end(), row, row + nc);
@@ -154,6 +159,8 @@ TEST_F(AmbfixRaw, FixesBesideTheTriangleAreThoseFoldedIntoIt) {
     const Outcome &folded = outcomes[0][level], &kept = outcomes[1][level];
     for (std::size_t i = 0; i < folded.x.size(); ++i) EXPECT_NEAR(kept.x[i], folded.x[i], 1.0e-8) << i;
     for (std::size_t i = 0; i < folded.Q.size(); ++i) EXPECT_NEAR(kept.Q[i], folded.Q[i], 1.0e-8) << i;
+    for (std::size_t i = 0; i < folded.sigma.size(); ++i)
+      EXPECT_NEAR(kept.sigma[i], folded.sigma[i], 1.0e-3 * folded.sigma[i]) << i;
     for (std::size_t i = 0; i < 9; ++i)
       EXPECT_NEAR(kept.position[i], folded.position[i], 1.0e-6 * folded.position[0]) << i;
   }

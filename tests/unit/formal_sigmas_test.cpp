@@ -65,8 +65,13 @@ TEST(FormalSigmas, FollowWhatBecomesKnownOfTheLastColumns) {
     for (int i = leading; i < n; i += 2) normal[static_cast<std::size_t>(i * (n + 1))] += 1e6;
     ASSERT_GE(tarvio::CMat::CMat_Inverse(normal.data(), n, n), 0);
     std::vector<double> sigma(static_cast<std::size_t>(leading));
-    tarvio::s_formalSigmas(triangle.R.data(), triangle.start.data(), leading, kLast,
-                           normal.data() + leading * (n + 1), n, sigma.data());
+    std::vector<double> trailing, Q;
+    for (int column = leading; column < n; ++column)
+      for (int row = 0; row < n; ++row)
+        if (row < leading) trailing.push_back(triangle.at(row, column));
+        else Q.push_back(normal[static_cast<std::size_t>(column * n + row)]);
+    tarvio::s_formalSigmas(triangle.R.data(), triangle.start.data(), leading, kLast, trailing.data(),
+                           Q.data(), sigma.data());
     for (int i = 0; i < leading; ++i) {
       const double expected = std::sqrt(normal[static_cast<std::size_t>(i * (n + 1))]);
       EXPECT_NEAR(sigma[static_cast<std::size_t>(i)], expected, 1e-6 * expected) << leading << ' ' << i;

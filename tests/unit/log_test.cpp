@@ -85,6 +85,27 @@ TEST_F(LogTest, TheFileOfAFormerProcessIsKeptBeside) {
   EXPECT_EQ(support::readFile(m_a + ".1"), "new\n") << "the last one counts";
 }
 
+TEST_F(LogTest, ABoundKeepsTwoFilesAndTheLastSpans) {
+  Log log;
+  log.m_setBound(1000);
+  log.m_openLog(m_a);
+  log.m_openLog(m_b, 1L);
+  for (int i = 0; i < 30; ++i)
+    support::writeFile(m_b + ".202611" + std::to_string(10 + i) + "-00:00:00", "former");
+  for (int i = 0; i < 100; ++i) log.m_wtMsg("@%s line %094d\n", m_a.c_str(), i);
+  EXPECT_EQ(support::readFile(m_a + ".1").substr(0, 99), "line " + std::string(92, '0') + "90");
+  EXPECT_EQ(support::readFile(m_a), "") << "ten lines a file";
+  const long until = tarvio::s_wallClock() + 2;
+  while (tarvio::s_wallClock() < until) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  log.m_wtMsg("@%s new\n", m_b.c_str());
+  std::vector<std::string> spans;
+  for (const auto& entry : fs::directory_iterator(m_dir))
+    if (entry.path().string().starts_with(m_b + ".")) spans.push_back(entry.path().string());
+  EXPECT_EQ(spans.size(), 24U);
+  EXPECT_THAT(spans, testing::Not(testing::Contains(m_b + ".20261115-00:00:00")));
+  EXPECT_THAT(spans, testing::Contains(m_b + ".20261139-00:00:00"));
+}
+
 TEST_F(LogTest, ThreadsDoNotMixTheirLines) {
   Log log;
   log.m_openLog(m_a);

@@ -48,12 +48,17 @@ std::vector<double> GuardedLevel::m_withFloor(const LevelProblem& problem, int w
   return Q;
 }
 
-/// Of a set of n candidates. The last level checks wide-lanes as far as it has more satellites than position,
-/// zenith delay and clocks take: one that is wrong by a cycle moves a narrow-lane away from its integer.
-double GuardedLevel::m_failureRate(int n) const {
+/// The last level checks wide-lanes as far as it has more satellites than position, zenith delay and clocks
+/// take: one that is wrong by a cycle moves a narrow-lane away from its integer. What a search of it finds
+/// among many is told from the wrong ones by its ratio long before the formal rate is small.
+void GuardedLevel::m_setFailureRate(GuardedProblem& problem) const {
   const IntegritySettings& settings = s_config().m_integrity;
-  if (m_form.m_level == Level::last) return settings.m_failureRate;
-  return n >= settings.m_many ? settings.m_wideLaneFailureRateOfMany : settings.m_wideLaneFailureRate;
+  const bool last = m_form.m_level == Level::last;
+  problem.failureRate = last ? settings.m_failureRate : settings.m_wideLaneFailureRate;
+  problem.failureRateOfMany = last ? settings.m_failureRateOfMany : settings.m_wideLaneFailureRateOfMany;
+  problem.many = static_cast<std::size_t>(settings.m_many);
+  // Candidates make a wide-lane one of many, even those that stay out: the last level has them all.
+  if (!last && problem.n >= settings.m_many) problem.failureRate = problem.failureRateOfMany;
 }
 
 bool GuardedLevel::m_search(const LevelProblem& problem, const int* s0, LevelIntegers& integers,
@@ -69,7 +74,7 @@ bool GuardedLevel::m_search(const LevelProblem& problem, const int* s0, LevelInt
   guarded.Q = Q.data();
   guarded.judged = judged.data();
   guarded.x = problem.x.data();
-  guarded.failureRate = m_failureRate(guarded.n);
+  m_setFailureRate(guarded);
   guarded.ratio = last ? settings.m_ratio : 1.0;
   guarded.misfit = settings.m_misfit;
   guarded.share = settings.m_share;

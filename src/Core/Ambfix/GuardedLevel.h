@@ -12,6 +12,8 @@
 
 namespace tarvio {
 
+struct GuardedProblem;
+
 class GuardedLevel {
  public:
   GuardedLevel(const LevelForm& form, SrifFilter* filter) : m_form(form), m_filter(filter) {}
@@ -25,7 +27,7 @@ class GuardedLevel {
 
  private:
   std::vector<double> m_withFloor(const LevelProblem& problem, int which) const;
-  double m_failureRate(int n) const;
+  void m_setFailureRate(GuardedProblem& problem) const;
   double m_arcOf(int isat) const;
   double m_time() const;
   FixAgreement& m_agreement() const;

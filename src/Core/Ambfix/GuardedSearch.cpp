@@ -65,7 +65,7 @@ double GuardedSearch::m_failureRate(std::size_t size) const {
 void GuardedSearch::m_leaveOutImprecise(std::size_t least) {
   std::size_t best = m_rows.size();
   double lowest = 2.0;
-  for (std::size_t size = m_rows.size(); size >= least && lowest > m_problem.failureRate; --size)
+  for (std::size_t size = m_rows.size(); size >= least && lowest > m_allowedRate(best); --size)
     if (const double rate = m_failureRate(size); rate < lowest) lowest = rate, best = size;
   m_rows.resize(best);
   if (lowest <= 1.0) m_rate = lowest;
@@ -143,7 +143,7 @@ GuardedResult GuardedSearch::m_run() {
   m_leaveOutImprecise(least);
   while (m_solve(result)) {
     const bool fits = m_fits(result);
-    if (fits && result.failureRate <= m_problem.failureRate && result.ratio >= m_problem.ratio) {
+    if (fits && result.failureRate <= m_allowedRate(m_rows.size()) && result.ratio >= m_problem.ratio) {
       result.accepted = true;
       break;
     }

@@ -11,6 +11,7 @@
 ///   - and no more than a given share of the candidates was left out. Any set of floats, right or wrong, has
 ///     subsets that look good: a search that may leave out most of them proves nothing.
 
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -35,7 +36,9 @@ struct GuardedProblem {
       nullptr;                ///< with errors that floats may have besides: the best vector is judged by it
   const double* x = nullptr;  ///< floats, cycles
   std::vector<int> group;     ///< by row: those with one reference have one number; empty: references all fit
-  double failureRate = 1e-3;
+  double failureRate = 1e-3;  ///< of the set that is left
+  double failureRateOfMany = 1e-3;  ///< the same when it holds at least `many`
+  std::size_t many = std::numeric_limits<std::size_t>::max();
   double ratio = 2.0;
   double misfit = 0.01;  ///< share of right sets that may be refused, 0: the best vector is not judged
   double share = 0.6;    ///< of the candidates that must stay
@@ -50,6 +53,9 @@ class GuardedSearch {
  private:
   std::vector<double> m_block(const double* matrix) const;
   double m_failureRate(std::size_t size) const;
+  double m_allowedRate(std::size_t size) const {
+    return size >= m_problem.many ? m_problem.failureRateOfMany : m_problem.failureRate;
+  }
   void m_leaveOutImprecise(std::size_t least);
   bool m_solve(GuardedResult& result);
   bool m_fits(const GuardedResult& result) const;

@@ -7,7 +7,9 @@
 #include <numeric>
 
 #include "Common/CMat.h"
+#include "Common/FormalSigmas.h"
 #include "Core/Filter/SrifFilter.h"
+#include "Core/Filter/TiedColumns.h"
 
 namespace tarvio {
 
@@ -26,6 +28,7 @@ void FixedSolution::m_begin(const SrifFilter& filter, const std::vector<double>&
   m_nc = nc;
   m_width = s_padded(s_at(nc));
   m_count = 0;
+  m_rows.clear();
   m_filter = nullptr;
   filter.m_solve(m_x);
   m_Q.assign(m_width * m_width, 0.0);
@@ -69,6 +72,7 @@ const double* FixedSolution::m_covariance() {
 void FixedSolution::m_constrain(const std::vector<ConstraintRow>& rows) {
   if (rows.empty() || m_nc == 0) return;
   m_covariance();
+  m_rows.insert(m_rows.end(), rows.begin(), rows.end());
   m_count = rows.size();
   m_span = s_padded(m_count);
   std::vector<double> misclosure;
@@ -86,11 +90,13 @@ void FixedSolution::m_remember() {
   m_covariance();
   m_xBefore = m_x;
   m_siteBefore = m_site;
+  m_rowsBefore = m_rows.size();
 }
 
 void FixedSolution::m_takeBack() {
   m_x = m_xBefore;
   m_site = m_siteBefore;
+  m_rows.resize(m_rowsBefore);
   m_count = 0;
 }
 
@@ -179,6 +185,23 @@ void FixedSolution::m_followAmbiguities() {
 bool FixedSolution::m_siteCovariance(double (&out)[kSite * kSite]) const {
   if (m_site.known) std::copy_n(m_site.own, kSite * kSite, out);
   return m_site.known;
+}
+
+/// Through the ambiguities that fixes leave free: there are few, and with them few columns.
+void FixedSolution::m_formalSigmas(double* sigma) const {
+  const TiedColumns ties(m_rows, m_first, m_nc);
+  const std::vector<int>& columns = ties.m_free();
+  std::vector<double> Q, trailing;
+  Q.reserve(columns.size() * columns.size());
+  for (const int i : columns)
+    for (const int j : columns) {
+      double q = m_Q[s_at(i) * m_width + s_at(j)];
+      for (std::size_t k = 0; k < m_count; ++k) q -= m_H[k * m_width + s_at(i)] * m_H[k * m_width + s_at(j)];
+      Q.push_back(q);
+    }
+  const SrifFilter& f = *m_filter;
+  ties.m_fold(f.infs, f.iptx + m_first, m_first, trailing);
+  s_formalSigmas(f.infs, f.iptx, m_first, static_cast<int>(columns.size()), trailing.data(), Q.data(), sigma);
 }
 
 }  // namespace tarvio

@@ -42,6 +42,8 @@ class FixedSolution {
   int m_lead() const { return static_cast<int>(m_width); }
   /// Of the first station's position and zenith delay, m^2, by rows.
   bool m_siteCovariance(double (&out)[kSite * kSite]) const;
+  /// Of all parameters before the ambiguities. \param sigma  [columns before them]
+  void m_formalSigmas(double* sigma) const;
 
  private:
   struct Site {
@@ -62,8 +64,10 @@ class FixedSolution {
   std::vector<double> m_x, m_Q;
   std::size_t m_count = 0, m_span = 0;  ///< constraints of m_H that m_Q does not know yet; with padding
   std::vector<double> m_H, m_M;
+  std::vector<ConstraintRow> m_rows;  ///< all that were taken in
   Site m_site;
   std::vector<double> m_xBefore;  ///< what is remembered
+  std::size_t m_rowsBefore = 0;
   Site m_siteBefore;
 };
 

@@ -69,6 +69,7 @@ void ObservationAccount::m_begin(bool wanted) {
   m_source = nullptr;
   if (!m_on) return;
   std::memset(m_fates, 0, sizeof m_fates);
+  m_arrived.clear();
   std::memcpy(m_before, m_totals, sizeof m_before);
 }
 
@@ -79,12 +80,18 @@ void ObservationAccount::m_refuse(char letter, Fate fate, int n) {
 void ObservationAccount::m_arrive(const Rnxobs& obs, bool flagged) {
   if (!m_on) return;
   m_source = &obs;
-  for (int isat = 0; isat < kMaxSat; ++isat)
+  m_arrived.clear();
+  for (int isat = 0; isat < kMaxSat; ++isat) {
+    bool any = false;
     for (int place = 0; place < kObs; ++place) {
+      Fate& fate = m_fates[isat][place];
       const int flag = obs.m_flag[isat][place % kFreq];
-      if (obs.m_obs[isat][place] != 0.0) m_fates[isat][place] = Fate::open;
-      else if (flagged && flag != 0) m_fates[isat][place] = s_fateOfFlag(flag, Fate::partner);
+      if (obs.m_obs[isat][place] != 0.0) fate = Fate::open;
+      else if (flagged && flag != 0) fate = s_fateOfFlag(flag, Fate::partner);
+      any = any || fate != Fate::absent;
     }
+    if (any) m_arrived.push_back(isat);
+  }
 }
 
 void ObservationAccount::m_settleScreened(const Rnxobs& obs) {
@@ -107,7 +114,7 @@ void ObservationAccount::m_settleBiased(const Rnxobs& obs, OrbitClkAdapter* prod
 void ObservationAccount::m_close() {
   if (!m_on) return;
   const Deploy& deploy = s_config();
-  for (int isat = 0; isat < deploy.m_nsat; ++isat) {
+  for (const int isat : m_arrived) {
     long* totals = m_totals[s_systemOf(deploy.m_cprn[isat].empty() ? '\0' : deploy.m_cprn[isat][0])];
     for (const Fate fate : m_fates[isat])
       if (fate != Fate::absent) ++totals[static_cast<int>(fate)];

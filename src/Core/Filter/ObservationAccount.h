@@ -11,6 +11,8 @@
 /// taken out is settled right behind that step, when the cause is still known. Nothing is done, and no
 /// table is touched, in an epoch that was not opened.
 
+#include <vector>
+
 #include "Common/Constants.h"
 #include "GNX_SDK_ext.h"
 #include "Records/Rnxobs.h"
@@ -55,7 +57,7 @@ class ObservationAccount {
   template <typename Judge>
   void m_settle(Judge judge) {
     if (!m_on) return;
-    for (int isat = 0; isat < kMaxSat; ++isat)
+    for (const int isat : m_arrived)
       for (int place = 0; place < kObs; ++place)
         if (Fate& fate = m_fates[isat][place]; fate == Fate::open) fate = judge(isat, place);
   }
@@ -76,6 +78,7 @@ class ObservationAccount {
   bool m_on = false;
   const Rnxobs* m_source = nullptr;
   Fate m_fates[kMaxSat][kObs] = {};
+  std::vector<int> m_arrived;  ///< rows of satellites that have values
   long m_totals[kSystems][kFates] = {};
   long m_before[kSystems][kFates] = {};  ///< totals when the epoch was opened
 };

@@ -42,6 +42,7 @@ int s_directions(const Station& sta, double (&q)[16]) {
   int count = 0;
   for (int isat = 0; isat < config.m_nsat; ++isat) {
     const Ssat_t& sat = sta.m_sat[isat];
+    if (std::ranges::all_of(sat.m_xx, [](double value) { return value == 0.0; })) continue;  // out of sight
     if (!validSatObs(config.m_obsused, "SF", sat.m_xx, isat, 0)) continue;
     const double row[4] = {sat.m_los[0], sat.m_los[1], sat.m_los[2], 1.0};
     for (int i = 0; i < 4; ++i)
@@ -227,8 +228,7 @@ void SrifFilter::m_keepCovariance() {
   if (!known) std::fill_n(m_solutionCovariance, 9, 0.0);
   else m_addProductErrors(m_solutionCovariance);
   m_solutionSigma.resize(static_cast<std::size_t>(npi));
-  const double* Q = m_fixed.m_isActive() ? m_fixed.m_covariance() : nullptr;
-  if (Q) s_formalSigmas(infs, iptx, npi, imtx - npi, Q, m_fixed.m_lead(), m_solutionSigma.data());
+  if (m_fixed.m_isActive()) m_fixed.m_formalSigmas(m_solutionSigma.data());
   else s_formalSigmas(infs, iptx, imtx, npi, m_solutionSigma.data());
 }
 
