@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
   gnx::addFleet(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
+  gnx::addCompare(app);
   gnx::addProducts(app);
   gnx::addDemo(app);
   try {

@@ -5,10 +5,10 @@
 #include <deque>
 #include <utility>
 
+#include "corrections/glonass_time.h"
 #include "gnx/live.h"
 #include "live/correction_streams.h"
 #include "live/galileo_messages.h"
-#include "live/glonass_time.h"
 #include "live/live_memory.h"
 #include "live/live_messages.h"
 #include "live/live_start.h"
@@ -201,8 +201,11 @@ struct LiveAssembler::Impl {
 
   // ---- broadcast messages ----
 
-  void takeMessage(const BroadcastEph& eph) {
-    if (eph.sat[0] == 'E' && !galileo.take(eph, now)) return;
+  void takeMessage(BroadcastEph eph) {
+    if (eph.sat[0] == 'E') {
+      if (!galileo.take(eph, now)) return;
+      GalileoMessages::declare(eph);
+    }
     giveMessage(eph);
   }
   void giveMessage(const BroadcastEph& eph) {
@@ -367,7 +370,7 @@ struct LiveAssembler::Impl {
   Sinks sinks;
   LiveStart start;
   LiveMessages messages;
-  GalileoMessages galileo;
+  GalileoMessages galileo{deployment.settings.galileo};
   std::optional<CorrectionStreams> corrections;
   SourceChoice observers;
   std::map<int, std::unique_ptr<Source>> sources;

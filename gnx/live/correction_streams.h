@@ -6,7 +6,7 @@
 #include <map>
 #include <memory>
 
-#include "live/issue_bridge.h"
+#include "corrections/issue_bridge.h"
 #include "live/source_choice.h"
 
 namespace gnx {

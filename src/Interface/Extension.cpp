@@ -267,13 +267,6 @@ std::string setOutputOptions(const std::string& options) {
   });
 }
 
-void boundLogs(std::int64_t bytes) {
-  s_answer([&] {
-    tarvio::Logtrace::s_defaultlogger.m_setBound(bytes);
-    return "";
-  });
-}
-
 std::string saveState(std::string& state) {
   return s_answer([&]() -> std::string {
     if (!s_running()) return "the engine is not initialised";
@@ -288,6 +281,13 @@ std::string resumeState(const std::string& state) {
   return s_answer([&]() -> std::string {
     if (!s_running()) return "the engine is not initialised";
     Controller::s_getInstance()->m_resume(state);
+    return "";
+  });
+}
+
+void boundLogs(std::int64_t bytes) {
+  s_answer([&] {
+    tarvio::Logtrace::s_defaultlogger.m_setBound(bytes);
     return "";
   });
 }

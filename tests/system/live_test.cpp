@@ -29,9 +29,10 @@ constexpr double kSpeed = 40.0;
 const std::string kChoices = " --systems GEC --mode static --fix --solution-name solution.csv --quiet";
 
 /// Reads the caster to the end of its stream, then ends the run; it has a second for that.
-void runOverCaster(const TestCaster& caster, const std::filesystem::path& out, const std::string& more) {
-  Running live("live --obs '" + caster.url() + "' --start " + kDate + " --speed " + std::to_string(kSpeed) +
-               kChoices + " --out " + out.string() + more);
+void runOverCaster(const TestCaster& caster, const std::filesystem::path& out, const std::string& more,
+                   double speed = kSpeed) {
+  Running live("live --obs '" + caster.url() + "?gga=1' --start " + kDate + " --speed " +
+               std::to_string(speed) + kChoices + " --out " + out.string() + more);
   ASSERT_TRUE(becomes(60.0, [&] { return caster.finished(); }));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   live.signal(SIGTERM);
@@ -57,6 +58,7 @@ TEST(Live, ASkyThroughACasterIsThatOfItsFileAndOfItsFiles) {
                 " --json file://" + (dir.path() / "lines.json").string() + " --nmea file://" +
                     (dir.path() / "lines.nmea").string());
   unsetenv("GNX_NTRIP_USER");
+  EXPECT_THAT(caster.uploaded(), HasSubstr("$GPGGA,"));
   const Positions there = overFile(dir.path() / "file"), here = positionsIn(dir.path() / "caster");
   ASSERT_EQ(here.size(), there.size());
   for (const auto& [time, epoch] : there) EXPECT_LT(apart(here.at(time), epoch), 2e-3) << formatTime(time);
@@ -98,6 +100,28 @@ TEST(Live, DamageAndRestartsOfACasterOfTheFirstVersionCostEpochsAlone) {
   const Positions again = positionsIn(played);
   ASSERT_EQ(again.size(), damaged.size());
   for (const auto& [time, epoch] : damaged) EXPECT_EQ(again.at(time).xyz, epoch.xyz) << formatTime(time);
+}
+
+TEST(Live, TwentyEpochsASecondKeepTheirTimes) {
+  const TemporaryDirectory dir;
+  const auto fast = dir.path() / "sky";
+  ASSERT_EQ(support::runProgram("simulate " + fast.string() + " --date " + kDate +
+                                " --hours 0.01 --interval 0.05 --clock-interval 5 --rtcm")
+                .status,
+            0);
+  constexpr double kPace = 5.0;
+  TestCaster caster((fast / "stream.rtcm3").string(), kStart, {.speed = kPace});
+  runOverCaster(caster, dir.path(),
+                " --solution-name solution.pos --json file://" + (dir.path() / "lines.json").string() +
+                    " --nmea file://" + (dir.path() / "lines.nmea").string(),
+                kPace);
+  const Positions positions = positionsIn(dir.path());
+  EXPECT_GT(positions.size(), 650U);  // of 720; the first ones come before corrections
+  for (auto next = positions.begin(), last = next++; next != positions.end(); last = next++)
+    EXPECT_NEAR(next->first - last->first, 0.05, 1e-6) << formatTime(next->first, 3);
+  EXPECT_THAT(support::readFile(dir.path() / "solution.pos"), HasSubstr("04:00:30.150"));
+  EXPECT_THAT(support::readFile(dir.path() / "lines.json"), HasSubstr("04:00:30.150"));
+  EXPECT_THAT(support::readFile(dir.path() / "lines.nmea"), HasSubstr("$GPGGA,040012.15"));
 }
 
 TEST(Live, WhatIsNoStreamIsToldInASentence) {
