@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands/commands.h"
+#include "commands/option_text.h"
 #include "report/analysis.h"
 
 namespace gnx {
@@ -25,7 +26,7 @@ void runReport(const ReportArguments& a) {
   ReportOptions options;
   options.file = a.file;
   options.figures = a.figures;
-  if (!a.reference.empty()) options.reference = {a.reference[0], a.reference[1], a.reference[2]};
+  if (!a.reference.empty()) options.reference = parsePlace(a.reference, "--reference");
   if (a.fixes) {
     const RunFiles run = readRunFiles(a.directory);
     std::printf("%s", formatFixes(analyseRun(run, options.reference)).c_str());
