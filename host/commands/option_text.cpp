@@ -55,7 +55,7 @@ std::array<double, 3> parsePlace(const std::vector<double>& numbers, const std::
   constexpr double kNearest_m = 6.3e6, kFarthest_m = 7.5e6;
   const double radius = length(place);
   if (radius >= kNearest_m && radius <= kFarthest_m) return place;
-  if (std::fabs(place[0]) <= 90.0 && std::fabs(place[1]) <= 360.0)
+  if (std::fabs(place[0]) <= 90.0 && std::fabs(place[1]) <= 360.0 && std::fabs(place[2]) <= 1e5)
     throw UsageError(option + " takes X Y Z in metres; " + printed("%g %g %g", place[0], place[1], place[2]) +
                      " looks like latitude and longitude in degrees and height: convert them first");
   throw UsageError(option +

@@ -29,7 +29,8 @@ void runReport(const ReportArguments& a) {
   if (!a.reference.empty()) options.reference = parsePlace(a.reference, "--reference");
   if (a.fixes) {
     const RunFiles run = readRunFiles(a.directory);
-    std::printf("%s", formatFixes(analyseRun(run, options.reference)).c_str());
+    const std::string fixes = formatFixes(analyseRun(run, options.reference));
+    std::printf("%s", fixes.empty() ? "no integers are fixed in this run\n" : fixes.c_str());
     return;
   }
   std::printf("%s\n", writeReport(a.directory, options).c_str());

@@ -97,7 +97,7 @@ void runOnConsole(const ReplayOptions& options) {
   const ReplayResult result = runWithProgress(options);
   if (!options.quiet) printSummary(options, result);
   printWarnings(result.warnings);
-  if (options.report && result.summary.solved > 0) {
+  if (options.report && result.summary.epochs > 0) {
     const std::filesystem::path page = writeReport(std::filesystem::absolute(options.outDir), {});
     if (!options.quiet) std::cout << "report              " << page.string() << std::endl;
   }

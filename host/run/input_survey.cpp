@@ -16,20 +16,58 @@ namespace gnx {
 
 namespace {
 
-struct OptionKind {
-  FileKind kind;
+/// What a file is, and the option that takes it.
+struct Known {
   const char *option, *title;
 };
-constexpr OptionKind kKinds[] = {
-    {FileKind::observations, "--obs", "a RINEX file of observations"},
-    {FileKind::navigation, "--nav", "a RINEX file of navigation messages"},
-    {FileKind::orbits, "--sp3", "an SP3 file of orbits"},
-    {FileKind::clocks, "--clk", "a RINEX file of clocks"},
-    {FileKind::biases, "--bia", "a Bias-SINEX file"},
-    {FileKind::corrections, "--ssr", "a file of corrections as text"},
-    {FileKind::antennas, "--antex", "an antenna file (ANTEX)"},
-    {FileKind::earthRotation, "--erp", "a file of the Earth's rotation"},
-};
+
+std::optional<Known> knownAs(FileKind kind) {
+  switch (kind) {
+    case FileKind::observations:
+      return Known{"--obs", "a RINEX file of observations"};
+    case FileKind::navigation:
+      return Known{"--nav", "a RINEX file of navigation messages"};
+    case FileKind::orbits:
+      return Known{"--sp3", "an SP3 file of orbits"};
+    case FileKind::clocks:
+      return Known{"--clk", "a RINEX file of clocks"};
+    case FileKind::biases:
+      return Known{"--bia", "a Bias-SINEX file"};
+    case FileKind::corrections:
+      return Known{"--ssr", "a file of corrections as text"};
+    case FileKind::antennas:
+      return Known{"--antex", "an antenna file (ANTEX)"};
+    case FileKind::earthRotation:
+      return Known{"--erp", "a file of the Earth's rotation"};
+    case FileKind::unknown:
+      break;
+  }
+  return std::nullopt;
+}
+
+/// Kinds that have no mark but the form of their first line.
+std::optional<Known> knownByForm(const std::string& file) {
+  TextReader in(file);
+  std::string_view line;
+  if (!in.next(line)) return std::nullopt;
+  if (line.starts_with("$$")) return Known{"--blq", "a file of ocean loading (BLQ)"};
+  if (line.starts_with('%') && line.find("lat") != std::string_view::npos)
+    return Known{"--grid", "a troposphere grid"};
+  if (line.starts_with("%=SNX")) return Known{"--reference-sinex", "a SINEX file of stations"};
+  return std::nullopt;
+}
+
+void refuseBytes(const std::string& file, const std::string& option) {
+  constexpr char kPreamble = '\xd3';
+  char first = 0;
+  const auto bytes = openBytes(file);
+  const bool empty = bytes->read(&first, 1) == 0 && bytes->damage().empty();
+  if (empty) throw InputError(file, 0, "is empty; fetch it again, or name another file");
+  if (first == kPreamble)
+    throw InputError(file, 0,
+                     "is a stream of RTCM 3, which " + option + " does not take; 'gnx live --obs file://" +
+                         file + "?speed=0' runs on it");
+}
 
 /// Date and time from words of a row on.
 std::optional<GpsTime> timeAt(const std::vector<std::string_view>& words, std::size_t i) {
@@ -142,18 +180,13 @@ void add(std::vector<InputFile>& files, const std::vector<std::string>& paths, c
 }  // namespace
 
 void requireKind(const std::string& file, const std::string& option) {
-  constexpr char kPreamble = '\xd3';
-  char first = 0;
-  if (openBytes(file)->read(&first, 1) == 1 && first == kPreamble)
-    throw InputError(file, 0,
-                     "is a stream of RTCM 3, which " + option + " does not take; 'gnx live --obs file://" +
-                         file + "?speed=0' runs on it");
-  const FileKind kind = kindOf(file);
-  const auto* found = std::ranges::find(kKinds, kind, &OptionKind::kind);
-  if (found == std::end(kKinds) || found->option == option) return;
+  refuseBytes(file, option);
+  auto known = knownAs(kindOf(file));
+  if (!known) known = knownByForm(file);
+  if (!known || known->option == option) return;
   throw InputError(file, 0,
-                   std::string("is ") + found->title + ", which " + option + " does not take; give it with " +
-                       found->option);
+                   std::string("is ") + known->title + ", which " + option + " does not take; give it with " +
+                       known->option);
 }
 
 std::vector<InputFile> surveyInputs(const RunPlan& plan) {

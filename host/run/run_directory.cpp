@@ -114,6 +114,7 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
     return made;
   }
   const Deployment given = Deployment::open(options.deployment);
+  given.bands();  // damage is told of the user's file, not of its copy
   makeDirectory(dir);
   setResultsAside(dir);
   given.lend(dir);
