@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
   gnx::addLive(app);
   gnx::addSimulate(app);
   gnx::addReport(app);
+  gnx::addCompare(app);
   gnx::addProducts(app);
   gnx::addDemo(app);
   try {

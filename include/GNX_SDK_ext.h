@@ -30,6 +30,9 @@ namespace GNX_EXT {
 ///                  account of observations
 ///   restart        "reason": request (GNX_restart) or interval (periodic restarts)
 ///   configuration  "file", "satellites", "systems", "interval" (s): GNX_initialize has read it
+///   resumed        a saved state was tried at its first epoch: "held" satellites whose arcs go on, "broken"
+///   ones
+///                  by name; "why" when everything begins anew
 using EventListener =
     std::function<void(const std::string& event, const std::map<std::string, std::string>& values)>;
 
@@ -236,6 +239,17 @@ void boundLogs(std::int64_t bytes);
 /// The wall clock as the engine reads it from now on, s since 1970, UTC; 0: time() again. For hosts that
 /// replay and that have no time() of their own; on any thread.
 void setClock(std::int64_t utcSeconds);
+
+// ---- state ----
+
+/// What the engine knows between two epochs, as bytes that the same build in the same configuration can go on
+/// from. Observations, corrections and biases are not in it: the next run is fed its own.
+std::string saveState(std::string& state);
+/// Goes on from a saved state: behind GNX_initialize, before the first epoch. That epoch shows whether the
+/// state still holds, and the event "resumed" tells: it must be of the next five minutes; the phases of each
+/// satellite are held against what the state predicts, and so is the place of the antenna. What does not hold
+/// begins anew: single arcs, or everything.
+std::string resumeState(const std::string& state);
 
 // ---- configuration ----
 

@@ -133,7 +133,21 @@ void useInav(NavData& messages) {
     if (e.sat[0] == 'E') e.code |= kFnavBit;
 }
 
-std::string chooseGalileoMessages(const std::vector<std::string>& ssrFiles, NavData& messages) {
+std::string chooseGalileoMessages(const std::vector<std::string>& ssrFiles, NavData& messages,
+                                  GalileoKind kind) {
+  if (kind == GalileoKind::fnav) return "";
+  const auto has = [&](bool fnav) {
+    return std::ranges::any_of(messages.keplerian,
+                               [&](const BroadcastEph& e) { return e.sat[0] == 'E' && isFnav(e) == fnav; });
+  };
+  if (!has(false)) return "";
+  if (kind == GalileoKind::inav || !has(true)) {
+    useInav(messages);
+    return kind == GalileoKind::inav
+               ? "Galileo: messages of I/NAV are taken, as the deployment says"
+               : "Galileo: the messages are I/NAV alone and are taken for those that the "
+                 "corrections name";
+  }
   const GalileoEvidence evidence = galileoEvidence(ssrFiles, messages);
   if (!evidence.inav()) return "";
   useInav(messages);

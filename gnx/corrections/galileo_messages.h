@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "gnx/deployment.h"
 #include "gnx/ephemeris.h"
 
 namespace gnx {
@@ -32,7 +33,9 @@ GalileoEvidence galileoEvidence(const std::vector<std::string>& ssrFiles, const 
 /// Leaves out F/NAV and gives I/NAV its place: declared as F/NAV, which is what the engine takes.
 void useInav(NavData& messages);
 
-/// F/NAV, unless the corrections tell of I/NAV. \return a remark on I/NAV, else ""
-std::string chooseGalileoMessages(const std::vector<std::string>& ssrFiles, NavData& messages);
+/// F/NAV, unless it is to be I/NAV, the corrections tell of I/NAV, or there is nothing else. \return a remark
+/// on I/NAV, else ""
+std::string chooseGalileoMessages(const std::vector<std::string>& ssrFiles, NavData& messages,
+                                  GalileoKind kind = GalileoKind::automatic);
 
 }  // namespace gnx

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "corrections/glonass_time.h"
+#include "corrections/issue_bridge.h"
 #include "corrections/sources.h"
 #include "corrections/ssr_joiner.h"
 #include "formats/ssr_text.h"
@@ -70,16 +72,28 @@ class Availability {
   std::map<long, Row> m_rows;
 };
 
-/// The messages of a recorded run.
+/// The messages of a recorded run, as they were known when a batch was delivered.
 class TimelineBook : public MessageBook {
  public:
   explicit TimelineBook(const EphemerisTimeline* timeline) : m_timeline(timeline) {}
+  void setPresent(const GpsTime& t) { m_present = t; }
+  /// Makes a correction of a message that comes much later, as the files tell, one of the message that is
+  /// held: its provider had it. One that is on its way is awaited, as a receiver does. \return whether it is
+  /// of use
+  bool moveToHeld(OrbitClockCorrection& c, const GpsTime& tag) const {
+    constexpr double kOnItsWay_s = 300.0;
+    if (m_timeline->findSent(c.sat, c.iod, tag, m_present + kOnItsWay_s) != nullptr) return false;
+    const BroadcastEph* from = m_timeline->find(c.sat, c.iod, tag);
+    const BroadcastEph* to = pick(c.sat, m_present);
+    if (from != nullptr && to != nullptr) moveToMessage(c, *from, *to, tag);
+    return true;
+  }
   const MessageBook* orNull() const { return m_timeline == nullptr ? nullptr : this; }
   bool serves(const SatName& sat, int issue, const GpsTime& t) const override {
     return m_timeline->store().serves(sat, issue, t);
   }
   const BroadcastEph* find(const SatName& sat, int issue, const GpsTime& t) const override {
-    return m_timeline->find(sat, issue, t);
+    return m_timeline->findSent(sat, issue, t, m_present);
   }
   const BroadcastEph* pick(const SatName& sat, const GpsTime& t) const override {
     return m_timeline->store().pick(sat, t);
@@ -87,6 +101,7 @@ class TimelineBook : public MessageBook {
 
  private:
   const EphemerisTimeline* m_timeline;
+  GpsTime m_present;
 };
 
 class SsrTextSource : public CorrectionSource {
@@ -103,11 +118,14 @@ class SsrTextSource : public CorrectionSource {
 
  private:
   bool peek();
+  bool join(CorrectionBatch& batch);
 
   SsrTextOptions m_options;
   Availability m_availability;
   TimelineBook m_messages;
   SsrJoiner m_joiner;
+  GlonassTime m_glonassTime;
+  IssueBridge m_bridge{IssueBridge::kUsual_s};
   std::unique_ptr<SsrTextReader> m_reader;
   std::size_t m_file = 0;
 
@@ -127,6 +145,7 @@ bool SsrTextSource::peek() {
       m_reader.reset();
       continue;
     }
+    m_glonassTime.correct(m_block);
     const auto delay =
         m_file == 1 ? m_availability.delay(m_reader->blockNumber(), m_block.time) : std::nullopt;
     m_blockDelivery = m_block.time + delay.value_or(m_options.latency_s);
@@ -137,11 +156,21 @@ bool SsrTextSource::peek() {
 
 bool SsrTextSource::next(CorrectionBatch& batch) {
   while (peek()) {
-    if (m_joiner.waits() && !m_joiner.belongs(m_block, m_blockDelivery) && m_joiner.join(batch)) return true;
+    if (m_joiner.waits() && !m_joiner.belongs(m_block, m_blockDelivery) && join(batch)) return true;
     m_joiner.apply(m_block, m_blockDelivery);
+    m_messages.setPresent(m_blockDelivery);
     m_waiting = false;
   }
-  return m_joiner.join(batch);
+  return join(batch);
+}
+
+/// As a live run does it, but for messages that the files give too late.
+bool SsrTextSource::join(CorrectionBatch& batch) {
+  if (!m_joiner.join(batch)) return false;
+  if (m_messages.orNull() != nullptr)
+    m_bridge.apply(batch, m_messages,
+                   [&](OrbitClockCorrection& c) { return m_messages.moveToHeld(c, batch.tag); });
+  return true;
 }
 
 }  // namespace

@@ -138,6 +138,27 @@ const SystemChoice* choiceOf(const std::vector<SystemChoice>& systems, char lett
   return at == systems.end() ? nullptr : &*at;
 }
 
+/// Satellites that have been launched since the antenna file was made get the offsets of their kind: orbits
+/// of phase centres use none of them.
+void addLaunched(Antennas& a, const std::vector<SystemChoice>& systems, const TableTime& date,
+                 std::ostream& notes) {
+  std::string added;
+  for (const SatelliteRecord& r : parseSatelliteTable(builtIn("satnav.txt"))) {
+    const auto same = [&](const SatelliteRecord& other) {
+      return other.name == r.name && other.validAt(date);
+    };
+    if (!r.validAt(date) || choiceOf(systems, systemLetter(r)) == nullptr ||
+        std::ranges::any_of(a.satellites, same))
+      continue;
+    a.satellites.push_back(r);
+    a.blocks.push_back(nominalBlock(r, builtIn("block_offsets.csv")));
+    added += " " + r.name;
+  }
+  if (!added.empty())
+    notes << "not in the antenna file, so with the offsets of their kind and without patterns:" << added
+          << '\n';
+}
+
 /// Gives every block the observed frequencies of its system; blocks without any offset are dropped.
 void completeBlocks(Antennas& a, const std::vector<SystemChoice>& systems, std::ostream& notes) {
   std::map<std::string, int> repeated;
@@ -258,6 +279,7 @@ void writeAntennas(const fs::path& dir, const std::vector<SystemChoice>& systems
         << "no antenna file (--antex): nominal satellite offsets by block, 0.05 to 0.3 m from the true ones; "
         << "no receiver antennas\n";
   }
+  if (a.fromFile && options.refpoint == "APC_ITRF") addLaunched(a, systems, date, notes);
   completeBlocks(a, systems, notes);
   matchAttitudes(a);
   writeText(dir / "satellites.txt", satelliteList(a, systems, date, options, notes));

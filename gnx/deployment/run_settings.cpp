@@ -39,6 +39,16 @@ Mode parseMode(const std::string& text) {
   throw UsageError("mode '" + text + "' is unknown: static, kinematic or dynamic");
 }
 
+const char* nameOf(GalileoKind kind) {
+  return kind == GalileoKind::automatic ? "auto" : kind == GalileoKind::fnav ? "fnav" : "inav";
+}
+
+GalileoKind parseGalileoKind(const std::string& text) {
+  for (const GalileoKind kind : {GalileoKind::automatic, GalileoKind::fnav, GalileoKind::inav})
+    if (text == nameOf(kind)) return kind;
+  throw UsageError("Galileo's messages '" + text + "' are unknown: auto, fnav or inav");
+}
+
 void writeRunSettings(const std::filesystem::path& dir, const RunSettings& settings) {
   Json::Value root;
   root["mode"] = nameOf(settings.mode);
@@ -48,6 +58,7 @@ void writeRunSettings(const std::filesystem::path& dir, const RunSettings& setti
   root["antenna"] = settings.antenna;
   root["position_m"] = toJson(settings.position_m);
   if (settings.antennaDelta_m) root["antenna_delta_enu_m"] = toJson(*settings.antennaDelta_m);
+  if (settings.galileo != GalileoKind::automatic) root["galileo_messages"] = nameOf(settings.galileo);
   writeJsonFile(dir / "gnx.json", root);
 }
 
@@ -63,6 +74,7 @@ RunSettings readRunSettings(const std::filesystem::path& dir) {
     s.antenna = root.get("antenna", "").asString();
     if (root.isMember("position_m")) s.position_m = toVector(root["position_m"]);
     if (root.isMember("antenna_delta_enu_m")) s.antennaDelta_m = toVector(root["antenna_delta_enu_m"]);
+    s.galileo = parseGalileoKind(root.get("galileo_messages", nameOf(s.galileo)).asString());
     checkRunSettings(s);
   } catch (const UsageError& e) {
     throw InputError(file.string(), 0, e.what());

@@ -32,6 +32,9 @@ constexpr std::array<int, CoarseGrid::kValues> kDecimals{0, 0, 0, 0, 0, 1, 1, 1,
                                                          2, 1, 1, 1, 1, 1, 2, 2, 4, 4, 4, 4, 4, 4,
                                                          4, 4, 4, 4, 4, 4, 4, 4, 4, 1, 1, 1, 1, 1};
 
+/// Lines of one length are found without reading those before. The longest one is shorter.
+constexpr std::size_t kLine = 275;
+
 using Cell = std::array<double, CoarseGrid::kValues>;
 
 /// Appends a number with a fixed count of decimals; 2.8 million of them make the file.
@@ -142,9 +145,11 @@ void writeFineGrid(std::ostream& out, const CoarseGrid& grid) {
         for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += c.weight * cell[i];
       }
       sum[kHs] = height;
+      const std::size_t begin = text.size();
       append(text, latitude, 1);
       append(text, longitude, 1);
       for (std::size_t i = 0; i < sum.size(); ++i) append(text, sum[i], kDecimals[i]);
+      text.resize(std::max(text.size(), begin + kLine), ' ');
       text += '\n';
     }
     out << text;

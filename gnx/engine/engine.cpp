@@ -8,7 +8,9 @@
 #include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
 #include "engine/engine_core.h"
+#include "engine/frame_records.h"
 #include "engine/worker_program.h"
+#include "text/printed.h"
 #include "text/text_reader.h"
 
 namespace gnx {
@@ -17,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::uint32_t kStateVersion = 1;
 constexpr double kMessageAge_s = 8.0 * 3600.0;  ///< the engine uses none that is older
 
 std::int64_t utcOf(const GpsTime& t) { return GNX_IO::gpst2utc(toBoundaryTime(t)).time; }
@@ -89,7 +92,9 @@ struct Session {
   MessageStore messages;
   PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
   std::optional<PatternCorrector> patterns;
-  std::optional<std::string> optionsSet;  ///< what the engine was told last
+  std::optional<std::string> optionsSet;               ///< what the engine was told last
+  std::optional<GpsTime> resumed;                      ///< end of the run whose state it goes on with
+  std::set<std::pair<SatName, std::string>> observed;  ///< signals since then
 };
 
 struct Engine::Impl {
@@ -133,6 +138,7 @@ struct Engine::Impl {
     core->start(record);
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);
+    if (!options.state.empty()) takeState(*made);
     session = std::move(made);
     if (judgement) obey(*judgement);
   }
@@ -143,6 +149,55 @@ struct Engine::Impl {
     session->setIntegers(policy);
     session->heights = policy.makeUpForOffsets ? phaseCentreHeights(deployment.file("antpcv"), session->first)
                                                : PhaseCentreHeights();
+  }
+
+  /// What must be the same in the run that goes on with a state.
+  std::string identity(const Session& s) const {
+    const RunSettings& run = deployment.settings;
+    std::string text = std::string(GNX_VERSION) + '\n' + nameOf(run.mode) + '\n' + s.plan.describe() + '\n' +
+                       printed("%.3f %.3f ", run.cutoff_deg, run.interval_s) + run.antenna;
+    for (const SatName& sat : run.excluded) text += ' ' + sat;
+    return text;
+  }
+
+  std::string state() const {
+    if (!session || now == GpsTime{}) return "";
+    FrameWriter out;
+    out(kStateVersion, identity(*session), now, session->arcs.state(), core->state());
+    return out.bytes();
+  }
+
+  void takeState(Session& s) {
+    try {
+      FrameReader in(options.state);
+      std::uint32_t version = 0;
+      std::string same, known;
+      GpsTime end;
+      PhaseArcs::State arcs;
+      in(version);
+      if (version != kStateVersion) throw UsageError("it is of another version");
+      in(same);
+      if (same != identity(s))
+        throw UsageError("it is of another version, mode, antenna or choice of signals");
+      in(end, arcs, known);
+      core->resume(known);
+      s.arcs.take(std::move(arcs));
+      s.resumed = end;
+    } catch (const Error& e) {
+      warnings.push_back(std::string("the saved state is not taken over: ") + e.what());
+    }
+  }
+
+  /// Arcs that have ended between two runs, as far as the receiver tells.
+  void endArcs(Session& s, const ObsEpoch& given) {
+    constexpr int kLostLock = 1;
+    constexpr double kWatch_s = 300.0;
+    for (const SatObs& sat : given.sats)
+      for (const SignalObs& signal : sat.signals)
+        if (signal.phase != 0.0 && s.observed.emplace(sat.sat, signal.code.data()).second &&
+            (signal.lli & kLostLock) != 0)
+          s.arcs.begin(sat.sat, signal.code.data());
+    if (given.time - *s.resumed > kWatch_s) s.resumed.reset();
   }
 
   /// Patterns of the antennas at the best position known before the run, where the engine does not apply
@@ -192,6 +247,7 @@ struct Engine::Impl {
   std::optional<Solution> take(const ObsEpoch& given) {
     Session& s = running(given.time);
     now = given.time;
+    if (s.resumed) endArcs(s, given);
     setClock(s, now);
     if (now - forgotten > 3600.0) s.messages.forgetBefore((forgotten = now) + -kMessageAge_s);
     const bool resolve = s.integers.resolvesAt(now) && !s.arcs.biasesRun();
@@ -264,6 +320,8 @@ std::vector<std::string> Engine::writeStoreFiles(const GpsTime& time) {
   m_impl->running(time);
   return m_impl->core->writeStoreFiles(toBoundaryTime(time));
 }
+
+std::string Engine::state() { return m_impl->state(); }
 
 void Engine::finish() {
   if (m_impl->finished || !m_impl->session) return;

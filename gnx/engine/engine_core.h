@@ -30,6 +30,10 @@ class EngineCore : public Boundary {
   virtual void setOutputOptions(const std::string& options) = 0;
   virtual void restart() = 0;
   virtual std::vector<std::string> writeStoreFiles(const GNX_IO::gtime_t& time) = 0;
+  /// What the engine knows between two epochs.
+  virtual std::string state() = 0;
+  /// Behind start(). \throws UsageError for a state that cannot be taken over
+  virtual void resume(const std::string& state) = 0;
   virtual void finish() = 0;
   virtual long processId() const { return 0; }
 

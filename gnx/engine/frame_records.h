@@ -13,6 +13,11 @@ void fields(Archive& a, EngineCore::Start& s) {
 }
 
 template <class Archive>
+void fields(Archive& a, PhaseArcs::State& s) {
+  a(s.arcs, s.newest, s.turned);
+}
+
+template <class Archive>
 void fields(Archive& a, EngineEvent& e) {
   a(e.time, e.name, e.values);
 }

@@ -19,19 +19,23 @@
 /// | options       | words                                            | done                       |
 /// | restart       |                                                  | events, done               |
 /// | stores        | time                                             | done with names of files   |
+/// | state         |                                                  | done with the state        |
+/// | resume        | a state                                          | done                       |
 /// | finish        |                                                  | done; the worker ends      |
 /// | event         | name and values                                  |                            |
 /// | solution      | a Solution                                       |                            |
-/// | done          | what is wrong, "" for nothing; names of files    |                            |
+/// | done          | what is wrong, "" for nothing; texts             |                            |
 
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace gnx {
@@ -50,6 +54,8 @@ enum class FrameKind : std::uint32_t {
   options,
   restart,
   stores,
+  state,
+  resume,
   finish,
   event,
   solution,
@@ -84,6 +90,16 @@ class FrameWriter {
   void put(const std::map<K, V>& map) {
     length(map.size());
     for (const auto& [key, value] : map) put(key), put(value);
+  }
+  template <class K>
+  void put(const std::set<K>& set) {
+    length(set.size());
+    for (const K& item : set) put(item);
+  }
+  template <class A, class B>
+  void put(const std::pair<A, B>& both) {
+    put(both.first);
+    put(both.second);
   }
   template <class T>
   void put(const std::optional<T>& value) {
@@ -130,6 +146,20 @@ class FrameReader {
       get(key);
       get(map[key]);
     }
+  }
+  template <class K>
+  void get(std::set<K>& set) {
+    set.clear();
+    for (std::size_t n = length(); n > 0; --n) {
+      K item{};
+      get(item);
+      set.insert(std::move(item));
+    }
+  }
+  template <class A, class B>
+  void get(std::pair<A, B>& both) {
+    get(both.first);
+    get(both.second);
   }
   template <class T>
   void get(std::optional<T>& value) {

@@ -85,6 +85,12 @@ class LinkedEngine : public EngineCore {
     require(GNX_EXT::writeStoreFiles(time, files));
     return files;
   }
+  std::string state() override {
+    std::string bytes;
+    require(GNX_EXT::saveState(bytes));
+    return bytes;
+  }
+  void resume(const std::string& state) override { require(GNX_EXT::resumeState(state)); }
   void finish() override { end(); }
 
   void inputMessage(int sat, const GNX_IO::eph_entry_t& eph) override { m_boundary.inputMessage(sat, eph); }

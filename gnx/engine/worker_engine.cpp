@@ -74,6 +74,8 @@ class WorkerEngine : public EngineCore {
   std::vector<std::string> writeStoreFiles(const GNX_IO::gtime_t& time) override {
     return call(FrameKind::stores, time);
   }
+  std::string state() override { return call(FrameKind::state).at(0); }
+  void resume(const std::string& state) override { call(FrameKind::resume, state); }
   void finish() override {
     call(FrameKind::finish);
     m_channel.close();

@@ -87,6 +87,14 @@ class Service {
           in(time);
           names = m_engine->writeStoreFiles(time);
         });
+      case FrameKind::state:
+        return answer([&](auto& texts) { texts.push_back(m_engine->state()); });
+      case FrameKind::resume:
+        return answer([&](auto&) {
+          std::string state;
+          in(state);
+          m_engine->resume(state);
+        });
       case FrameKind::finish:
         m_finished = true;
         return answer([&](auto&) { m_engine->finish(); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "gnx/ephemeris.h"
 
@@ -42,7 +43,7 @@ EphemerisTimeline::EphemerisTimeline(NavData messages, const GpsTime& start)
   for (BroadcastEph& e : m_messages.keplerian) {
     moveClockToGrid(e);
     all.push_back({sentAt(e), &e, nullptr});
-    if (!isInav(e)) m_all[e.sat].push_back(&e);
+    if (!isInav(e)) m_all[e.sat].push_back({all.back().time, &e});
   }
   for (const GlonassEph& e : m_messages.glonass) all.push_back({sentAt(e), nullptr, &e});
   std::stable_sort(all.begin(), all.end(),
@@ -58,12 +59,18 @@ EphemerisTimeline::EphemerisTimeline(NavData messages, const GpsTime& start)
 }
 
 const BroadcastEph* EphemerisTimeline::find(const SatName& sat, int issue, const GpsTime& t) const {
+  constexpr GpsTime kEver{std::numeric_limits<std::int64_t>::max(), 0.0};
+  return findSent(sat, issue, t, kEver);
+}
+
+const BroadcastEph* EphemerisTimeline::findSent(const SatName& sat, int issue, const GpsTime& t,
+                                                const GpsTime& by) const {
   const auto found = m_all.find(sat);
   if (found == m_all.end()) return nullptr;
   const BroadcastEph* nearest = nullptr;
   double best = kEngineWindow;
-  for (const BroadcastEph* e : found->second) {
-    if (issueOfData(*e) != issue || std::fabs(t - e->toe) >= best) continue;
+  for (const auto& [sent, e] : found->second) {
+    if (issueOfData(*e) != issue || std::fabs(t - e->toe) >= best || by < sent) continue;
     best = std::fabs(t - e->toe);
     nearest = e;
   }

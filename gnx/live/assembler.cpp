@@ -5,10 +5,11 @@
 #include <deque>
 #include <utility>
 
+#include "corrections/glonass_time.h"
 #include "gnx/live.h"
 #include "live/correction_streams.h"
 #include "live/galileo_messages.h"
-#include "live/glonass_time.h"
+#include "live/live_memory.h"
 #include "live/live_messages.h"
 #include "live/live_start.h"
 #include "text/printed.h"
@@ -52,6 +53,11 @@ struct LiveAssembler::Impl {
     ObsEpoch epoch;
     GpsTime until;
   };
+  /// A run that this one goes on with.
+  struct Before {
+    LiveMemory memory;
+    GpsTime last;
+  };
   /// A record from before the start.
   struct Early {
     GpsTime arrival;
@@ -75,6 +81,32 @@ struct LiveAssembler::Impl {
     corrections->standBy = [this] { drop(LiveDrop::standby); };
     for (const auto& [number, source] : sources)
       if (source->given.has(LiveRole::corrections)) corrections->add(number, source->given.rank);
+  }
+
+  std::string memory() const {
+    LiveMemory m;
+    m.switches = corrections->switches();
+    m.corrections = nameOfChosen(corrections->choice());
+    messages.forEach([&m](const auto& eph) { m.add(eph); });
+    return m.bytes();
+  }
+
+  void recall(const std::string& bytes, const GpsTime& last) {
+    before = Before{LiveMemory(bytes), last};
+    for (const BroadcastEph& eph : before->memory.messages) messages.take(eph, last);
+    for (const GlonassEph& eph : before->memory.glonass) messages.take(eph);
+    for (const auto& [number, source] : sources) remind(number);
+  }
+
+  /// Tells a source what the run before knew.
+  void remind(int number) {
+    if (!before) return;
+    Source& source = *sources.at(number);
+    source.decoder.phasesKnownAt(before->last);
+    for (const BroadcastEph& eph : before->memory.messages) source.decoder.learn(eph);
+    for (const GlonassEph& eph : before->memory.glonass) source.decoder.learn(eph);
+    if (source.given.has(LiveRole::corrections) && source.given.name == before->memory.corrections)
+      corrections->goOn(before->memory.switches, number);
   }
 
   /// For an engine that knows nothing: all is learned again but the broadcast messages, which come seldom.
@@ -169,8 +201,11 @@ struct LiveAssembler::Impl {
 
   // ---- broadcast messages ----
 
-  void takeMessage(const BroadcastEph& eph) {
-    if (eph.sat[0] == 'E' && !galileo.take(eph, now)) return;
+  void takeMessage(BroadcastEph eph) {
+    if (eph.sat[0] == 'E') {
+      if (!galileo.take(eph, now)) return;
+      GalileoMessages::declare(eph);
+    }
     giveMessage(eph);
   }
   void giveMessage(const BroadcastEph& eph) {
@@ -335,10 +370,11 @@ struct LiveAssembler::Impl {
   Sinks sinks;
   LiveStart start;
   LiveMessages messages;
-  GalileoMessages galileo;
+  GalileoMessages galileo{deployment.settings.galileo};
   std::optional<CorrectionStreams> corrections;
   SourceChoice observers;
   std::map<int, std::unique_ptr<Source>> sources;
+  std::optional<Before> before;
   std::deque<Early> early;
   std::deque<Waiting> waiting;
   LiveCounts counts;
@@ -361,6 +397,7 @@ void LiveAssembler::addSource(int number, const LiveSource& source) {
       std::max(impl.reference, impl.now));
   if (source.has(LiveRole::corrections)) impl.corrections->add(number, source.rank);
   if (source.has(LiveRole::observations)) impl.observers.add(number, source.rank);
+  impl.remind(number);
 }
 
 void LiveAssembler::removeSource(int number) {
@@ -396,6 +433,8 @@ std::optional<GpsTime> LiveAssembler::deadline() const {
   return first;
 }
 
+std::string LiveAssembler::memory() const { return m_impl->memory(); }
+void LiveAssembler::recall(const std::string& memory, const GpsTime& last) { m_impl->recall(memory, last); }
 void LiveAssembler::beginAnew() { m_impl->beginAnew(); }
 
 void LiveAssembler::finish() {

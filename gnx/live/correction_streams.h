@@ -6,7 +6,7 @@
 #include <map>
 #include <memory>
 
-#include "live/issue_bridge.h"
+#include "corrections/issue_bridge.h"
 #include "live/source_choice.h"
 
 namespace gnx {
@@ -26,6 +26,10 @@ class CorrectionStreams {
   void join();
   /// Decides which source is in use. \return whether it is another one now
   bool decide(const GpsTime& arrival);
+
+  /// Switches so far, and the source in use; to be taken over by a run that goes on.
+  int switches() const { return m_switches; }
+  void goOn(int switches, std::optional<int> used) { m_switches = switches, m_used = used; }
 
   const SourceChoice& choice() const { return m_choice; }
   const IssueBridge& bridge() const { return m_bridge; }

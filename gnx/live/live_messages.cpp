@@ -2,6 +2,7 @@
 
 #include "live/live_messages.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace gnx {
@@ -16,11 +17,14 @@ constexpr double kMessageAge_s = 8.0 * 3600.0, kForget_s = 3600.0;
 bool LiveMessages::take(const BroadcastEph& eph, const GpsTime& now) {
   if (now - m_forgotten > kForget_s) m_store.forgetBefore((m_forgotten = now) + -kMessageAge_s);
   const BroadcastEph* taken = m_store.take(eph, now, now);
-  if (taken == nullptr) return false;
   std::vector<BroadcastEph>& recent = m_recent[eph.sat];
-  recent.push_back(*taken);
+  const auto same = [&](const BroadcastEph& e) {
+    return e.toe == eph.toe && issueOfData(e) == issueOfData(eph);
+  };
+  if (taken == nullptr && std::ranges::any_of(recent, same)) return false;
+  recent.push_back(taken != nullptr ? *taken : eph);
   if (recent.size() > kKept) recent.erase(recent.begin());
-  return true;
+  return taken != nullptr;
 }
 
 bool LiveMessages::take(const GlonassEph& eph) {

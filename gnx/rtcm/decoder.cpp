@@ -56,6 +56,9 @@ bool RtcmDecoder::inFrame() const { return m_impl->frames.begun(); }
 void RtcmDecoder::setReference(const GpsTime& now) { m_impl->context.time.set(now); }
 void RtcmDecoder::learn(const GlonassEph& eph) { m_impl->context.learn(eph); }
 void RtcmDecoder::learn(const BroadcastEph& eph) { m_impl->context.learn(eph); }
+void RtcmDecoder::phasesKnownAt(const GpsTime& time) {
+  m_impl->epochs.phasesKnownAt(rtcm::millisecondsOf(time));
+}
 const RtcmCounts& RtcmDecoder::counts() const { return m_impl->context.counts; }
 
 void RtcmDecoder::Impl::take(std::span<const std::uint8_t> payload) {

@@ -53,7 +53,9 @@ void EpochAssembler::add(int number, const ReceivedSignal& signal, Context& cont
   }
   SignalObs obs = signal.obs;
   if (obs.phase != 0.0) {
-    Arc& arc = station.arcs[signal.sat + obs.code.data()];
+    const auto [entry, fresh] = station.arcs.try_emplace(signal.sat + obs.code.data());
+    Arc& arc = entry->second;
+    if (fresh && m_known) arc.lock.begin(*m_known);
     const bool slip = arc.lock.slips(signal.lock);
     obs.lli = (slip ? kSlip : 0) | (signal.lock.halfCycle ? kHalfCycle : 0);
     if (signal.legacy && signal.phaseRange != 0.0 && obs.range != 0.0) {
@@ -81,6 +83,12 @@ void EpochAssembler::close(int number, Station& station, bool complete, Context&
   station.places.clear();
   RtcmEpoch record{number, std::exchange(station.epoch, {}), complete};
   if (!record.epoch.sats.empty()) context.give(std::move(record));
+}
+
+void EpochAssembler::phasesKnownAt(std::int64_t time) {
+  m_known = time;
+  for (auto& [number, station] : m_stations)
+    for (auto& [signal, arc] : station.arcs) arc.lock.begin(time);
 }
 
 void EpochAssembler::flush(Context& context) {

@@ -23,6 +23,8 @@ class PhaseArc {
     LockTime lock;
     bool halfCycle = false;  ///< half a cycle is not resolved
   };
+  /// Somebody has observed it at that time, ms.
+  void begin(std::int64_t time) { m_last = {time, {}, false}, m_any = true; }
   /// Whether the phase cannot be the continuation of what was observed before.
   bool slips(const Observed& now);
 

@@ -32,6 +32,8 @@ class EpochAssembler {
   void end(int station, bool more, Context& context);
   /// Hands over all that is open.
   void flush(Context& context);
+  /// Every phase was observed at that time, ms, and not since.
+  void phasesKnownAt(std::int64_t time);
 
  private:
   struct Arc {
@@ -50,6 +52,7 @@ class EpochAssembler {
   Station& stationOf(int number);
   void close(int number, Station& station, bool complete, Context& context);
 
+  std::optional<std::int64_t> m_known;  ///< ms, phases of which nothing else is known
   std::map<int, Station> m_stations;
   std::uint64_t m_uses = 0;
 };

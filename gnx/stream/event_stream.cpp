@@ -57,7 +57,9 @@ struct EventStream::Impl {
     start.corrected = correctedSignals(files.bia, files.ssr);
     NavData messages = files.nav.empty() ? fittedMessages(files) : readRinexNav(files.nav);
     start.notes = someOf(messages.notes);
-    const std::string galileo = chooseGalileoMessages(files.ssr, messages);
+    const std::string galileo = chooseGalileoMessages(
+        files.ssr, messages,
+        options.deployment ? options.deployment->settings.galileo : GalileoKind::automatic);
     if (!galileo.empty()) start.notes.push_back(galileo);
     timeline.emplace(std::move(messages), first);
     PreparedCorrections prepared = prepareCorrections({files, options, start, first, *timeline});

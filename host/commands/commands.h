@@ -17,5 +17,6 @@ void addSimulate(CLI::App& app);
 void addDemo(CLI::App& app);
 void addProducts(CLI::App& app);
 void addReport(CLI::App& app);
+void addCompare(CLI::App& app);
 
 }  // namespace gnx

@@ -17,7 +17,7 @@ namespace {
 struct InitArguments {
   std::filesystem::path dir;
   DeploymentOptions options;
-  std::string date, mode = "static";
+  std::string date, mode = "static", galileo = "auto";
   std::vector<double> position, antennaDelta;
   std::vector<std::string> set;
   bool noResolution = false, noBiases = false, force = false;
@@ -57,6 +57,8 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--interval", o.run.interval_s, "processing interval, s; 1 takes every epoch")
       ->capture_default_str();
   cmd.add_option("--cutoff", o.run.cutoff_deg, "elevation mask, degrees")->capture_default_str();
+  cmd.add_option("--galileo", a.galileo, "messages to which corrections refer: auto, fnav or inav")
+      ->capture_default_str();
   cmd.add_option("--station-name", o.run.stationName, "name for reports")->capture_default_str();
   cmd.add_option("--antenna", o.run.antenna, "antenna type and radome, 20 characters");
   cmd.add_option("--position", a.position, "a-priori position X Y Z, m")->expected(3);
@@ -77,6 +79,7 @@ void init(InitArguments& a) {
     o.run.antennaDelta_m = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
   }
   o.run.mode = parseMode(a.mode);
+  o.run.galileo = parseGalileoKind(a.galileo);
   o.resolution = !a.noResolution;
   o.biasProducts = !a.noBiases;
   o.overrides = parseOverrides(a.set);

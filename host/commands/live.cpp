@@ -21,7 +21,7 @@ namespace {
 /// Values of the command line that need work before they are options.
 struct LiveArguments {
   LiveRunOptions options;
-  std::string start, mode = "kinematic", sourcetable, config;
+  std::string start, mode = "kinematic", galileo = "auto", sourcetable, config;
 };
 
 constexpr const char* kConfig = "--config";
@@ -71,6 +71,8 @@ void addDeploymentOptions(CLI::App& cmd, LiveArguments& a) {
   cmd.add_flag("--fix", o.deploy.resolution, "resolve ambiguities to integers; needs phase biases");
   cmd.add_option("--mode", a.mode, "static, kinematic or dynamic")
       ->check(CLI::IsMember({"static", "kinematic", "dynamic"}))
+      ->capture_default_str();
+  cmd.add_option("--galileo", a.galileo, "messages to which corrections refer: auto, fnav or inav")
       ->capture_default_str();
   o.deploy.run.interval_s = 1.0;
   cmd.add_option("--interval", o.deploy.run.interval_s, "processing interval, s; 1 takes every epoch")
@@ -172,6 +174,7 @@ LiveRunOptions completed(LiveArguments a) {
   LiveRunOptions& o = a.options;
   if (!a.start.empty()) o.start = parseTime(a.start, "--start");
   o.deploy.run.mode = parseMode(a.mode);
+  o.deploy.run.galileo = parseGalileoKind(a.galileo);
   if (o.speed <= 0.0 && o.play.empty()) throw UsageError("--speed 0 goes with --play alone");
   if (o.play.empty() && o.obs.empty())
     throw UsageError("no observations; give a URL with --obs, or a recording with --play");

@@ -19,6 +19,7 @@
 #include "live/live_station.h"
 #include "live/live_status.h"
 #include "live/source_plan.h"
+#include "live/state_keeper.h"
 #include "record/merged_files.h"
 #include "record/recording.h"
 #include "text/printed.h"
@@ -70,6 +71,7 @@ class LiveRun {
     else if (const auto plan = planSources(m_options); allFiles(plan)) goOverFiles(plan);
     else goByClock(plan);
     for (const auto& source : m_sources) source.second->stop();
+    if (m_keeper) m_keeper->keep(*m_station);
     m_station->finish();
     if (m_recording) m_recording->flush();
     say(printed("%zu positions, %zu of them fixed", m_positions, m_fixed));
@@ -88,15 +90,16 @@ class LiveRun {
     openOutputs(fresh);
     openPages();
     if (!m_options.record.empty()) m_recording.emplace(m_options.record);
-    m_station = std::make_unique<LiveStation>(
-        StationContext{*m_deployment, m_options.assembly, m_directory, reference,
-                       [this](const Solution& solution, const LiveFacts& facts) { take(solution, facts); },
-                       [this](const std::string& sentence) { say(sentence); }});
+    m_station = std::make_unique<LiveStation>(StationContext{
+        *m_deployment, m_options.assembly, m_directory, reference,
+        [this](const Solution& solution, const LiveFacts& facts) { take(solution, facts); },
+        [this](const std::string& sentence) { say(sentence); }, stateIdentity(m_options, *m_deployment)});
   }
 
   void take(const Solution& solution, const LiveFacts& facts) {
     m_outputs->write(solution, facts);
     m_positions += solution.solved() ? 1 : 0;
+    m_solved = m_solved || solution.solved();
     m_fixed += solution.state == SolutionState::fixed ? 1 : 0;
     if (!m_pages) return;
     m_status.take(solution, facts, std::max(m_clock.now() - m_now, 0.0));
@@ -143,6 +146,8 @@ class LiveRun {
   void goByClock(const std::vector<PlannedSource>& plan) {
     m_credentials = credentialsOf(m_options);
     prepare(m_clock.now(), false);
+    m_keeper.emplace(m_directory, [this](const std::string& sentence) { say(sentence); });
+    m_keeper->take(m_clock.now(), *m_station, m_options.record);
     openSources(plan);
     while (true) {
       const LiveSignal signal = m_signals.take();
@@ -158,6 +163,7 @@ class LiveRun {
       else if (deadline && !(m_clock.now() < *deadline)) tick(m_clock.now());
       else if (sourcesEnded()) return;
       tellPosition();
+      if (m_solved) m_keeper->keepInTime(m_now, *m_station);
     }
   }
 
@@ -275,6 +281,7 @@ class LiveRun {
     RecordedEvent event;
     if (!recording.next(event)) throw InputError(m_options.play, 0, "holds an empty recording");
     prepare(event.arrival.time, true);
+    resumeRecorded(m_options.play, *m_station);
     Pace pace(m_options.speed);
     do {
       pace.await(event.arrival.time, [this] { return ended(); });
@@ -300,7 +307,9 @@ class LiveRun {
   LiveStatus m_status;
   std::optional<LivePage> m_page;
   std::optional<HttpServer> m_pages;
+  std::optional<StateKeeper> m_keeper;
   GpsTime m_now, m_flushed;
+  bool m_solved = false;
   int m_next = 0;
   std::size_t m_positions = 0, m_fixed = 0;
 };

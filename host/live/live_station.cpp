@@ -67,7 +67,9 @@ void LiveStation::feed(const Event& event) {
     EngineOptions options;
     options.directory = m_context.directory;
     options.logBytes = kEngineLog_bytes;
-    options.onEvent = [this](const EngineEvent& e) { m_events.write(e); };
+    options.onEvent = [this](const EngineEvent& e) { noteEvent(e); };
+    if (m_known) options.state = std::exchange(m_known, std::nullopt)->engine;
+    m_epoch.reset();
     m_engine = std::make_unique<Engine>(m_context.deployment, options);
     m_engine->start(*start);
     m_context.say("the engine has started with the signals\n" + m_engine->signals());
@@ -80,9 +82,37 @@ void LiveStation::feed(const Event& event) {
   if (!m_engine) return;
   const auto solution = m_engine->feed(event);
   if (!solution) return;
+  m_epoch = solution->time;
   if (solution->solved() && !std::exchange(m_solved, true)) m_context.say("there are positions");
   if (solution->solved()) m_pause_s = 1.0;
   m_context.take(*solution, facts(*solution));
+}
+
+std::optional<StationState> LiveStation::state() {
+  if (!m_engine || !m_epoch || !m_solved || m_retry) return std::nullopt;
+  m_known = StationState{m_context.identity, *m_epoch, m_engine->state(), m_assembler->memory()};
+  return m_known;
+}
+
+void LiveStation::resume(const StationState& state) {
+  if (state.identity != m_context.identity)
+    return m_context.say("the sources or the deployment are others than before; the run begins anew");
+  m_assembler->recall(state.memory, state.epoch);
+  m_known = state;
+}
+
+void LiveStation::noteEvent(const EngineEvent& event) {
+  m_events.write(event);
+  if (event.name != "resumed") return;
+  const auto value = [&](const char* key) {
+    const auto found = event.values.find(key);
+    return found == event.values.end() ? std::string() : found->second;
+  };
+  if (const std::string why = value("why"); !why.empty())
+    return m_context.say("the state of the run before does not hold, all begins anew: " + why);
+  const std::string broken = value("broken");
+  m_context.say("the run goes on where the one before has ended, with the arcs of " + value("held") +
+                " satellites" + (broken.empty() ? "" : "; anew begin " + broken));
 }
 
 LiveFacts LiveStation::facts(const Solution& solution) const {
@@ -95,7 +125,7 @@ LiveFacts LiveStation::facts(const Solution& solution) const {
   return facts;
 }
 
-/// What the engine knew is gone with it.
+/// What the engine knew since its state was kept last is gone with it.
 void LiveStation::engineEnded(const EngineError& error) {
   if (!m_solved) throw error;
   m_context.say(std::string(error.what()) + printed("; it is started again in %.0f s", m_pause_s));
@@ -103,6 +133,7 @@ void LiveStation::engineEnded(const EngineError& error) {
   m_retry = m_now + m_pause_s;
   m_pause_s = std::min(2.0 * m_pause_s, kLongestPause_s);
   m_assembler->beginAnew();
+  if (m_known) m_assembler->recall(m_known->memory, m_known->epoch);
 }
 
 std::optional<GpsTime> LiveStation::deadline() const {

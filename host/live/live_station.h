@@ -13,6 +13,7 @@
 #include "gnx/engine.h"
 #include "gnx/live.h"
 #include "live/solution_json.h"
+#include "live/station_state.h"
 #include "record/recording.h"
 #include "run/event_file.h"
 
@@ -25,6 +26,7 @@ struct StationContext {
   GpsTime reference;                ///< within half a week of the first message
   std::function<void(const Solution&, const LiveFacts&)> take;
   std::function<void(const std::string&)> say;
+  std::string identity{};  ///< of sources and deployment, for states
 };
 
 class LiveStation {
@@ -37,6 +39,11 @@ class LiveStation {
   /// \throws EngineError when the engine cannot start; one that ends later is started again
   void take(const RecordedEvent& event);
   std::optional<GpsTime> deadline() const;
+  /// What is known now, to go on with; nothing before the first position.
+  std::optional<StationState> state();
+  /// Goes on with that, before the first record.
+  void resume(const StationState& state);
+  const std::string& identity() const { return m_context.identity; }
   /// Hands over what waits and ends the engine.
   void finish();
   const LiveCounts& counts() const { return m_assembler->counts(); }
@@ -51,6 +58,7 @@ class LiveStation {
   void feed(const Event& event);
   LiveFacts facts(const Solution& solution) const;
   void engineEnded(const EngineError& error);
+  void noteEvent(const EngineEvent& event);
 
   StationContext m_context;
   EventFile m_events;
@@ -59,6 +67,8 @@ class LiveStation {
   std::unique_ptr<Engine> m_engine;
   GpsTime m_now;
   std::optional<GpsTime> m_message, m_retry;
+  std::optional<GpsTime> m_epoch;       ///< of the last solution of this engine
+  std::optional<StationState> m_known;  ///< to go on with when the engine is started anew
   double m_pause_s = 1.0;
   bool m_solved = false;
 };

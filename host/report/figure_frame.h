@@ -71,6 +71,10 @@ class PlotCommand {
 std::vector<PlotPoint> seriesOf(const Frame& f, const std::vector<Sample>& samples, double scale = 1.0);
 std::vector<PlotPoint> seriesOf(const Frame& f, const std::function<double(const SolutionEpoch&)>& value);
 
+Frame frameOf(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot);
+
+/// Errors of the analysis over time. \param what  a sentence that says what is drawn
+std::optional<Figure> drawErrors(const Frame& f, const std::string& what);
 /// Status strip, satellites fixed by level, ratio.
 std::optional<Figure> drawFixes(const Frame& f);
 /// How near the candidates of each level are to integers.

@@ -58,30 +58,6 @@ std::string referenceNote(const RunAnalysis& a) {
                                     : "Position minus the mean position of the last part of the run.";
 }
 
-std::optional<Figure> drawErrors(const Frame& f) {
-  const auto& errors = f.analysis.errors;
-  if (errors.empty()) return std::nullopt;
-  const ErrorScale scale = errorScale(f, false);
-  f.plot.figure(kWidth, 520);
-  f.plot.add("set multiplot");
-  const std::pair<const char*, const char*> names[] = {{"east", kEast}, {"north", kNorth}, {"up", kUp}};
-  for (int i = 0; i < 3; ++i) {
-    std::vector<PlotPoint> points;
-    for (const PositionError& e : errors)
-      points.push_back({f.hours(e.time), e.enu[static_cast<std::size_t>(i)] * scale.factor});
-    f.panel(i, 3);
-    const double range = scale.range * scale.factor;
-    f.plot.add(printed("set yrange [%g:%g]\nset ylabel '%s [%s]' offset 1\nunset key", -range, range,
-                       names[i].first, scale.unit));
-    f.plot.add("plot 0 with lines lw 0.6 lc rgb '#888888', " +
-               f.plot.data(thinSeries(points, kSeriesPoints)) +
-               printed(" with lines lw 1.1 lc rgb '%s'", names[i].second));
-  }
-  f.plot.add("unset multiplot");
-  return Figure{"enu", "East, north, up", referenceNote(f.analysis) + outsideNote(scale, errors.size()), "",
-                false};
-}
-
 std::optional<Figure> drawHorizontal(const Frame& f) {
   const auto& errors = f.analysis.errors;
   if (errors.empty()) return std::nullopt;
@@ -312,16 +288,44 @@ std::optional<Figure> drawSigma(const Frame& f) {
 
 }  // namespace
 
-std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot) {
+std::optional<Figure> drawErrors(const Frame& f, const std::string& what) {
+  const auto& errors = f.analysis.errors;
+  if (errors.empty()) return std::nullopt;
+  const ErrorScale scale = errorScale(f, false);
+  f.plot.figure(kWidth, 520);
+  f.plot.add("set multiplot");
+  const std::pair<const char*, const char*> names[] = {{"east", kEast}, {"north", kNorth}, {"up", kUp}};
+  for (int i = 0; i < 3; ++i) {
+    std::vector<PlotPoint> points;
+    for (const PositionError& e : errors)
+      points.push_back({f.hours(e.time), e.enu[static_cast<std::size_t>(i)] * scale.factor});
+    f.panel(i, 3);
+    const double range = scale.range * scale.factor;
+    f.plot.add(printed("set yrange [%g:%g]\nset ylabel '%s [%s]' offset 1\nunset key", -range, range,
+                       names[i].first, scale.unit));
+    f.plot.add("plot 0 with lines lw 0.6 lc rgb '#888888', " +
+               f.plot.data(thinSeries(points, kSeriesPoints)) +
+               printed(" with lines lw 1.1 lc rgb '%s'", names[i].second));
+  }
+  f.plot.add("unset multiplot");
+  return Figure{"enu", "East, north, up", what + outsideNote(scale, errors.size()), "", false};
+}
+
+Frame frameOf(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot) {
   const GpsTime begin = run.epochs.front().time;
   Frame f{run, analysis, plot, begin + -secondsOfDay(begin), formatTime(begin).substr(0, 10)};
   f.first = f.hours(begin);
   f.last = std::max(f.hours(run.epochs.back().time), f.first + 1.0 / 60.0);
+  return f;
+}
+
+std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot) {
+  const Frame f = frameOf(run, analysis, plot);
   std::vector<Figure> figures;
   const auto take = [&](std::optional<Figure> figure) {
     if (figure) figures.push_back(std::move(*figure));
   };
-  take(drawErrors(f));
+  take(drawErrors(f, referenceNote(analysis)));
   take(drawHorizontal(f));
   take(drawSky(f));
   take(drawSatellites(f));

@@ -18,20 +18,6 @@ constexpr double kVerticalLimit = 0.20;    // m
 constexpr double kHour = 3600.0;
 constexpr double kDay = 24.0 * kHour;
 
-ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const GpsTime& from) {
-  std::array<std::vector<double>, 3> series;
-  for (const PositionError& error : errors)
-    if (error.time - from >= 0.0)
-      for (std::size_t i = 0; i < 3; ++i) series[i].push_back(error.enu[i]);
-  ErrorStatistics s;
-  s.east = describeSeries(series[0]);
-  s.north = describeSeries(series[1]);
-  s.up = describeSeries(series[2]);
-  s.horizontalRms = std::hypot(s.east.rms, s.north.rms);
-  s.spatialRms = std::hypot(s.horizontalRms, s.up.rms);
-  return s;
-}
-
 /// Seconds from the first error to the first one after which all stay within the limit.
 std::optional<double> convergence(const std::vector<PositionError>& errors, double limit,
                                   double (*magnitude)(const Vector3&)) {
@@ -127,6 +113,20 @@ void appendErrors(std::string& text, const std::string& title, const ErrorStatis
 }
 
 }  // namespace
+
+ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const GpsTime& from) {
+  std::array<std::vector<double>, 3> series;
+  for (const PositionError& error : errors)
+    if (error.time - from >= 0.0)
+      for (std::size_t i = 0; i < 3; ++i) series[i].push_back(error.enu[i]);
+  ErrorStatistics s;
+  s.east = describeSeries(series[0]);
+  s.north = describeSeries(series[1]);
+  s.up = describeSeries(series[2]);
+  s.horizontalRms = std::hypot(s.east.rms, s.north.rms);
+  s.spatialRms = std::hypot(s.horizontalRms, s.up.rms);
+  return s;
+}
 
 SeriesStatistics describeSeries(const std::vector<double>& values) {
   SeriesStatistics s;

@@ -65,6 +65,9 @@ struct PositionError {
   bool fixed = false;
 };
 
+/// Of the errors from a time on.
+ErrorStatistics describeErrors(const std::vector<PositionError>& errors, const GpsTime& from);
+
 /// Reference of a moving receiver: its position at a time, nothing outside the known stretch.
 using ReferencePath = std::function<std::optional<std::array<double, 3>>(const GpsTime&)>;
 

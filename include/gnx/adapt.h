@@ -186,6 +186,8 @@ class PhaseArcs {
   /// -1 is unknown: nothing tells a drift from a new beginning then, and the bias counts as constant. \return
   /// the bias, m, that belongs to phases to which shift() is added
   double note(const SatName& sat, const std::string& signal, double bias_m, int counter, const GpsTime& t);
+  /// Another arc of a signal begins, as its receiver says.
+  void begin(const SatName& sat, const std::string& signal);
   /// Cycles to be added to a signal's phase: what its bias has changed, and whole cycles for new arcs.
   double shift(const SatName& sat, const std::string& signal) const;
   /// Whether the biases of any system run away from where their arcs began, by decimetres in an hour.
@@ -194,18 +196,31 @@ class PhaseArcs {
   /// biases.
   bool adrift(const SatName& sat, const std::string& signal) const;
 
- private:
+  /// One signal's.
   struct Arc {
     int counter = 0;
     bool shifted = false;
     double first_m = 0.0, change_m = 0.0;
     GpsTime begin, last;
   };
+  /// What is known of all of them, for a run that goes on where another has ended.
+  struct State {
+    std::map<std::pair<SatName, std::string>, Arc> arcs;
+    std::map<char, GpsTime> newest;  ///< biases of a system
+    std::set<std::pair<SatName, std::string>>
+        turned{};  ///< signals whose receiver began an odd number of arcs
+    std::set<std::pair<SatName, std::string>> unheard{};  ///< signals without a bias since take()
+  };
+  State state() const;
+  /// Goes on where another run has ended. A bias that has jumped since begins an arc: its provider may have
+  /// begun anew, its counter as before.
+  void take(State state);
+
+ private:
   bool running(char system) const;
 
   mutable std::mutex mutex_;
-  std::map<std::pair<SatName, std::string>, Arc> arcs_;
-  std::map<char, GpsTime> newest_;
+  State state_;
 };
 
 // ---- antennas ----

@@ -32,6 +32,19 @@ const char* nameOf(Mode mode);
 /// \throws UsageError
 Mode parseMode(const std::string& text);
 
+/// To which of Galileo's messages corrections refer; the clocks of the two kinds are centimetres to
+/// decimetres apart.
+enum class GalileoKind {
+  automatic,  ///< what the corrections of files tell where both kinds are known; else F/NAV, without any
+              ///< I/NAV
+  fnav,
+  inav,
+};
+/// "auto", "fnav", "inav"
+const char* nameOf(GalileoKind kind);
+/// \throws UsageError
+GalileoKind parseGalileoKind(const std::string& text);
+
 /// What a host tells the engine beside the files of the deployment.
 struct RunSettings {
   Mode mode = Mode::static_;
@@ -47,6 +60,7 @@ struct RunSettings {
   bool patterns = true;                                ///< antenna patterns are taken off the observations
   std::map<char, std::vector<std::string>> signals{};  ///< signals to use by system, "1W"; none = chosen
   std::set<SatName> excluded{};                        ///< satellites never handed over
+  GalileoKind galileo = GalileoKind::automatic;        ///< messages to which corrections refer
 };
 
 /// \throws UsageError, a sentence, for values that make no run

@@ -40,6 +40,9 @@ namespace gnx {
 ///     satellite_out  the same
 ///     restart        "reason": request or interval (periodic restarts)
 ///     configuration  "file", "satellites", "systems", "interval" (s): it has been read
+///     resumed        the state of an earlier run was tried: "held" satellites whose arcs go on, "broken"
+///     ones
+///                    by name; "why" when everything begins anew
 struct EngineEvent {
   GpsTime time;
   std::string name;
@@ -73,6 +76,9 @@ struct EngineOptions {
   /// Executable of the worker; "": what the environment variable GNX_WORKER names, else the one that is
   /// installed beside this library.
   std::filesystem::path worker{};
+  /// What Engine::state() gave: the run goes on from there, where it still holds. The event "resumed" tells
+  /// at the first epoch; a state that does not fit begins anew, as warnings() say.
+  std::string state{};
   /// Told of every event, inside feed().
   std::function<void(const EngineEvent&)> onEvent{};
 };
@@ -116,6 +122,20 @@ class Engine {
   void restart();
   /// What the engine holds as files in its directory: broadcast messages and corrections. \return their names
   std::vector<std::string> writeStoreFiles(const GpsTime& time);
+  /// What the engine knows between two epochs, for another one of the same version, deployment and signals
+  /// (EngineOptions::state): ambiguities with their arcs, position, zenith delay, noise that was learnt. ""
+  /// before the first epoch. The next run is to be fed its own messages, corrections and biases; it goes on
+  /// when
+  ///
+  ///   - its first epoch comes within five minutes of the last one of the state,
+  ///   - the tests for slips pass across the gap, and no loss-of-lock indicator tells of one in it,
+  ///   - phase biases have the same counters and have not jumped,
+  ///   - phases agree with what the state predicts, satellite by satellite, and
+  ///   - a shift of the antenna does not explain what is left.
+  ///
+  /// Arcs that do not hold begin anew. When they are more than a quarter, when fewer than four satellites
+  /// pass, or when the antenna was moved, everything does.
+  std::string state();
   /// Ends the engine in order. Records fed from then on are a UsageError.
   void finish();
 

@@ -191,13 +191,19 @@ class EphemerisTimeline {
   /// The message of an issue of data nearest to t, whether the engine holds it or not, less than eight
   /// hours away; of Galileo's two kinds the one that the engine takes. Null when the files have none.
   const BroadcastEph* find(const SatName& sat, int issue, const GpsTime& t) const;
+  /// The same of the messages that were sent by a time.
+  const BroadcastEph* findSent(const SatName& sat, int issue, const GpsTime& t, const GpsTime& by) const;
 
  private:
   NavData m_messages;
   GpsTime m_start;
   MessageStore m_store;
   std::vector<Delivery> m_deliveries;
-  std::map<SatName, std::vector<const BroadcastEph*>> m_all;  ///< in the order of the files
+  struct Sent {
+    GpsTime time;
+    const BroadcastEph* eph = nullptr;
+  };
+  std::map<SatName, std::vector<Sent>> m_all;  ///< in the order of the files
 };
 
 }  // namespace gnx

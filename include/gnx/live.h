@@ -90,6 +90,12 @@ class LiveAssembler {
   void tick(const GpsTime& now);
   /// When a tick is wanted if nothing comes before.
   std::optional<GpsTime> deadline() const;
+  /// What is known beside the engine, for a run that goes on with its state (Engine::state()): broadcast
+  /// messages, and which source of corrections was in use.
+  std::string memory() const;
+  /// Goes on with that, before the StreamStart. Phases that have lost lock since `last`, the epoch of the
+  /// state, are marked. \throws Error for bytes that are no memory of this version
+  void recall(const std::string& memory, const GpsTime& last);
   /// Begins anew, for another engine: the next event is a StreamStart, the broadcast messages that are known
   /// follow.
   void beginAnew();

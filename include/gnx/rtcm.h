@@ -153,6 +153,9 @@ class RtcmDecoder {
   void learn(const GlonassEph& eph);
   void learn(const BroadcastEph& eph);
 
+  /// What is known of the phases is of that time: those that have lost lock since are marked.
+  void phasesKnownAt(const GpsTime& time);
+
   const RtcmCounts& counts() const;
 
  private:

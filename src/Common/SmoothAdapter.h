@@ -24,6 +24,11 @@ class SmoothAdapter {
   void m_reset();
   void m_setmax(int n);
 
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_mean, m_sigma, m_count, m_max, m_times, m_values, m_resid);
+  }
+
   double m_mean = 0.0;
   double m_sigma = 999.0;
   int m_count = 0;

@@ -265,8 +265,7 @@ int Controller::v_inputObs(Rnxobs* obs) {
   filter.v_onObsUpdate();
   filter.v_onDataQC();
   filter.v_onPrepare();
-  filter.v_onAddAmbt();
-  filter.v_onAddObsMatrix();
+  m_addRows(filter);
   filter.v_onFilterEstimate();
   filter.v_onOutput();
   Results::s_getInstance().m_epoch(*this);

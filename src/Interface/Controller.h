@@ -2,6 +2,7 @@
 /// \file Controller.h
 /// Process-wide singleton that owns the system: configuration, filter, stores.
 
+#include <string>
 #include <vector>
 
 #include "Adapter/CodeBiasAdapter.h"
@@ -9,6 +10,7 @@
 #include "Adapter/OrbitClkAdapter.h"
 #include "Adapter/UpdAdapter.h"
 #include "Config/Deploy.h"
+#include "Core/Filter/ResumeTrial.h"
 #include "GNX_IO.h"
 #include "Interface/BoundaryInput.h"
 #include "Interface/EpochTick.h"
@@ -43,6 +45,11 @@ class Controller {
   int m_runEpoch(Rnxobs* obs);
   /// The epoch's sequence of filter steps. \return 1 when the filter ran, 0 when no tick
   int v_inputObs(Rnxobs* obs);
+  /// What the engine knows between two epochs, as bytes; "" before the first.
+  std::string m_state();
+  /// Goes on from a state of an earlier run, before the first epoch. \throws std::runtime_error for one that
+  /// is damaged or of another configuration; the engine begins anew then
+  void m_resume(const std::string& state);
 
   long m_startEpoch = 0;
   Deploy m_deploy;
@@ -59,8 +66,10 @@ class Controller {
   Controller();
   ~Controller();
   void m_screen(Rnxobs* obs);
+  void m_addRows(SrifFilter& filter);
 
   EpochTick m_tick{1.0};  ///< of the filter's own interval
+  ResumeTrial m_trial;
   static Controller* s_instance;
 };
 

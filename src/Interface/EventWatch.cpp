@@ -7,6 +7,7 @@
 
 #include "Common/CallBackCenter.h"
 #include "Common/ComTime.h"
+#include "Common/Logtrace.h"
 #include "Config/Configuration.h"
 #include "Config/Deploy.h"
 #include "Core/Filter/SrifFilter.h"
@@ -66,6 +67,19 @@ void EventWatch::m_restarted(const SrifFilter& filter) {
   double sod = filter.sod;
   if (mjd == 0) cur_time(&mjd, &sod);
   s_raise(event::kRestart, mjd, sod, [](KvContainer& content) { content["reason"] = "request"; });
+}
+
+void EventWatch::m_resumed(const SrifFilter& filter, const ResumeTrial::Verdict& verdict) {
+  std::string broken;
+  for (const int isat : verdict.broken) broken += (broken.empty() ? "" : " ") + s_config().m_cprn[isat];
+  Logtrace::m_logStatInfo("[%d %8.1lf] the saved state: %d satellites go on, %s begin anew; %s\n", filter.mjd,
+                          filter.sod, verdict.held, broken.empty() ? "none" : broken.c_str(),
+                          verdict.anew.empty() ? "it goes on" : verdict.anew.c_str());
+  s_raise(event::kResumed, filter.mjd, filter.sod, [&](KvContainer& content) {
+    content["held"] = std::to_string(verdict.held);
+    content["broken"] = broken;
+    if (!verdict.anew.empty()) content["why"] = verdict.anew;
+  });
 }
 
 void EventWatch::m_epoch(const SrifFilter& filter) {

@@ -11,6 +11,8 @@
 ///                  its word for the first value of the satellite that was not used
 ///   restart        reason: request (by the host) or interval (of periodic restarts)
 ///   configuration  file, satellites, systems, interval (s)
+///   resumed        a state of an earlier run was tried: held (satellites whose arcs go on), broken (names of
+///                  those whose arcs end); why, when everything begins anew
 ///
 /// The state is followed whether anybody listens or not; texts are made for listeners alone.
 
@@ -18,6 +20,7 @@
 #include <ctime>
 
 #include "Common/Constants.h"
+#include "Core/Filter/ResumeTrial.h"
 
 namespace tarvio {
 
@@ -31,8 +34,9 @@ inline constexpr char kSatelliteIn[] = "satellite_in";
 inline constexpr char kSatelliteOut[] = "satellite_out";
 inline constexpr char kRestart[] = "restart";
 inline constexpr char kConfiguration[] = "configuration";
-inline constexpr const char* kAll[] = {kFixGained,    kFixLost, kSatelliteIn,
-                                       kSatelliteOut, kRestart, kConfiguration};
+inline constexpr char kResumed[] = "resumed";
+inline constexpr const char* kAll[] = {kFixGained, kFixLost,       kSatelliteIn, kSatelliteOut,
+                                       kRestart,   kConfiguration, kResumed};
 }  // namespace event
 
 class EventWatch {
@@ -40,6 +44,7 @@ class EventWatch {
   void m_loaded(const Deploy& deploy);
   /// Behind a restart that the host asked for.
   void m_restarted(const SrifFilter& filter);
+  void m_resumed(const SrifFilter& filter, const ResumeTrial::Verdict& verdict);
   /// Behind the output of an epoch, while its rows stand.
   void m_epoch(const SrifFilter& filter);
 

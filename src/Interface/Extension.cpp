@@ -267,6 +267,24 @@ std::string setOutputOptions(const std::string& options) {
   });
 }
 
+std::string saveState(std::string& state) {
+  return s_answer([&]() -> std::string {
+    if (!s_running()) return "the engine is not initialised";
+    std::string made = Controller::s_getInstance()->m_state();
+    if (made.empty()) return "there is no state before the first epoch";
+    state = std::move(made);
+    return "";
+  });
+}
+
+std::string resumeState(const std::string& state) {
+  return s_answer([&]() -> std::string {
+    if (!s_running()) return "the engine is not initialised";
+    Controller::s_getInstance()->m_resume(state);
+    return "";
+  });
+}
+
 void boundLogs(std::int64_t bytes) {
   s_answer([&] {
     tarvio::Logtrace::s_defaultlogger.m_setBound(bytes);

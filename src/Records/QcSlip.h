@@ -27,6 +27,11 @@ struct QcSlip {
   /// Where the next sample of the rate starts when epochs are closer than a second; fractional day 0 =
   /// nowhere.
   double m_rateTime = 0.0, m_rateGf = 0.0;
+
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_mjd, m_sod, m_nmw, m_gf, m_mw, m_dpr, m_tlast, m_rate, m_rateTime, m_rateGf);
+  }
 };
 
 }  // namespace tarvio

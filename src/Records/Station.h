@@ -61,6 +61,13 @@ struct Ssat_t {
   // code-minus-carrier monitor of Model::m_computeCmc
   int m_cmcCount[kFreq] = {};
   double m_cmcMean[kFreq] = {};
+
+  /// What lasts beyond an epoch.
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_azim, m_elev, m_los, m_wuinit, m_wuprev, m_windup, m_mapdry, m_mapwet, m_trop, m_stec, m_ionmap);
+    a(m_flag, m_ambflag, m_slip, m_newamb, m_ambstate, m_ifpbreset, m_sm, m_cmcCount, m_cmcMean);
+  }
 };
 
 /// Long code-minus-carrier statistics: one queue per slot and its running mean and sigma.
@@ -68,6 +75,11 @@ struct t_cmc_queue {
   std::deque<double> m_queue[8];
   double m_mean[8] = {};
   double m_sigma[8] = {};
+
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_queue, m_mean, m_sigma);
+  }
 };
 
 /// Where a row of the lists comes from, and its number among the rows of all stations.
@@ -129,6 +141,13 @@ struct Station : EpochRows {
   double m_olc[6][11] = {};  ///< ocean loading: amplitudes (m), phases (rad)
   bool m_olcValid = false;
   double m_olcXyz[3] = {};  ///< where m_olc was looked up
+
+  /// What the run has learnt; the rest is configuration.
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_x, m_blh, m_rot, m_rclk, m_zhd, m_zwd, m_xyz, m_sat, m_attr, m_mjd, m_sod, m_cmc);
+    a(m_gdop, m_pdop, m_hdop, m_vdop);
+  }
 };
 
 /// Index or pointer of a station by name; -1 or null when missing.

@@ -21,13 +21,12 @@ constexpr std::size_t kSearched = std::size_t{1} << 22;  ///< bytes in which a d
 std::optional<GpsTime> timeOf(const RtcmRecord& record) {
   if (const auto* epoch = std::get_if<RtcmEpoch>(&record)) return epoch->epoch.time;
   const auto* ssr = std::get_if<RtcmSsr>(&record);
-  const bool dated =
-      ssr != nullptr && (ssr->block.kind == SsrKind::orbit || ssr->block.kind == SsrKind::clock);
-  if (!dated) return std::nullopt;
+  if (ssr == nullptr) return std::nullopt;
   // Some senders are off by the leap seconds with those of GLONASS.
-  const SatName& sat =
-      ssr->block.orbits.empty() ? ssr->block.clocks.front().sat : ssr->block.orbits.front().sat;
-  return sat[0] == 'R' ? std::nullopt : std::optional(ssr->block.time);
+  const auto others = [](const auto& list) { return !list.empty() && list.front().sat[0] != 'R'; };
+  const SsrBlock& block = ssr->block;
+  const bool dated = others(block.orbits) || others(block.clocks) || others(block.biases);
+  return dated ? std::optional(block.time) : std::nullopt;
 }
 
 }  // namespace

@@ -50,6 +50,8 @@ class TestCaster {
   }
   int connections() const { return m_connections; }
   bool finished() const { return m_finished; }
+  /// Sentences that clients have sent since, when it has finished.
+  std::string uploaded() const { return m_uploaded; }
   std::string lastRequest() const { return m_request; }  ///< behind the caster's end
 
  private:
@@ -110,6 +112,8 @@ class TestCaster {
       char size[32];
       std::snprintf(size, sizeof size, "%zx\r\n", bytes.size());
       client.write(chunked ? size + bytes + "\r\n" : bytes);
+      std::uint8_t sent[256];
+      m_uploaded.append(sent, sent + client.read(sent, 0));
     }
     m_finished = true;
     while (!m_stop) std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -121,7 +125,7 @@ class TestCaster {
   std::size_t m_next = 0;
   Clock::time_point m_begun{};
   std::mt19937 m_random{1};
-  std::string m_request;
+  std::string m_request, m_uploaded;
   std::atomic<int> m_connections{0};
   std::atomic<bool> m_stop{false}, m_finished{false};
   std::thread m_thread;

@@ -113,9 +113,10 @@ bool becomes(double seconds, Condition&& condition) {
 }
 
 /// Reads the caster to the end of its stream, then ends the run; it has a second for that.
-void runOverCaster(const TestCaster& caster, const std::filesystem::path& out, const std::string& more) {
-  Running live("live --obs '" + caster.url() + "' --start " + kDate + " --speed " + std::to_string(kSpeed) +
-               kChoices + " --out " + out.string() + more);
+void runOverCaster(const TestCaster& caster, const std::filesystem::path& out, const std::string& more,
+                   double speed = kSpeed) {
+  Running live("live --obs '" + caster.url() + "?gga=1' --start " + kDate + " --speed " +
+               std::to_string(speed) + kChoices + " --out " + out.string() + more);
   ASSERT_TRUE(becomes(60.0, [&] { return caster.finished(); }));
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   live.signal(SIGTERM);
@@ -141,6 +142,7 @@ TEST(Live, ASkyThroughACasterIsThatOfItsFileAndOfItsFiles) {
                 " --json file://" + (dir.path() / "lines.json").string() + " --nmea file://" +
                     (dir.path() / "lines.nmea").string());
   unsetenv("GNX_NTRIP_USER");
+  EXPECT_THAT(caster.uploaded(), HasSubstr("$GPGGA,"));
   const Positions there = overFile(dir.path() / "file"), here = positionsIn(dir.path() / "caster");
   ASSERT_EQ(here.size(), there.size());
   for (const auto& [time, epoch] : there) EXPECT_LT(apart(here.at(time), epoch), 2e-3) << formatTime(time);
@@ -182,6 +184,28 @@ TEST(Live, DamageAndRestartsOfACasterOfTheFirstVersionCostEpochsAlone) {
   const Positions again = positionsIn(played);
   ASSERT_EQ(again.size(), damaged.size());
   for (const auto& [time, epoch] : damaged) EXPECT_EQ(again.at(time).xyz, epoch.xyz) << formatTime(time);
+}
+
+TEST(Live, TwentyEpochsASecondKeepTheirTimes) {
+  const TemporaryDirectory dir;
+  const auto fast = dir.path() / "sky";
+  ASSERT_EQ(support::runProgram("simulate " + fast.string() + " --date " + kDate +
+                                " --hours 0.01 --interval 0.05 --clock-interval 5 --rtcm")
+                .status,
+            0);
+  constexpr double kPace = 5.0;
+  TestCaster caster((fast / "stream.rtcm3").string(), kStart, {.speed = kPace});
+  runOverCaster(caster, dir.path(),
+                " --solution-name solution.pos --json file://" + (dir.path() / "lines.json").string() +
+                    " --nmea file://" + (dir.path() / "lines.nmea").string(),
+                kPace);
+  const Positions positions = positionsIn(dir.path());
+  EXPECT_GT(positions.size(), 650U);  // of 720; the first ones come before corrections
+  for (auto next = positions.begin(), last = next++; next != positions.end(); last = next++)
+    EXPECT_NEAR(next->first - last->first, 0.05, 1e-6) << formatTime(next->first, 3);
+  EXPECT_THAT(support::readFile(dir.path() / "solution.pos"), HasSubstr("04:00:30.150"));
+  EXPECT_THAT(support::readFile(dir.path() / "lines.json"), HasSubstr("04:00:30.150"));
+  EXPECT_THAT(support::readFile(dir.path() / "lines.nmea"), HasSubstr("$GPGGA,040012.15"));
 }
 
 TEST(Live, WhatIsNoStreamIsToldInASentence) {
@@ -268,6 +292,61 @@ TEST(Live, AnotherSourceTakesOverAndAConfigurationIsReadAgain) {
 
   live.signal(SIGTERM);
   EXPECT_EQ(live.await(1.0), 0);
+}
+
+// Killed from outside, the worker first and then everything, and started again: fixed as soon as biases are
+// there.
+TEST(Live, ARunThatIsKilledGoesOnWithWhatItKnew) {
+  constexpr double kPace = 20.0;
+  const TemporaryDirectory dir;
+  TestCaster caster(stream(), kStart, {.speed = kPace});
+  const auto begun = Clock::now();
+  const auto present = [&] {
+    return kStart + kPace * std::chrono::duration<double>(Clock::now() - begun).count();
+  };
+  const auto start = [&] {
+    std::string now = formatTime(present());
+    now[now.find(' ')] = 'T';
+    return std::make_unique<Running>("live --obs '" + caster.url() + "?silence=0' --start '" + now +
+                                     "' --speed " + std::to_string(kPace) + kChoices + " --out " +
+                                     dir.path().string());
+  };
+  const auto told = [&](const std::string& sentence) {
+    const std::string log = support::readFile(dir.path() / "live.log");
+    int n = 0;
+    for (std::size_t at = log.find(sentence); at != std::string::npos; at = log.find(sentence, at + 1)) ++n;
+    return n;
+  };
+  const auto fixedAfter = [&](const GpsTime& t, double seconds) {
+    return becomes(seconds, [&] {
+      if (told("there are positions") == 0) return false;
+      const Positions all = positionsIn(dir.path());
+      return !all.empty() && t < all.rbegin()->first && all.rbegin()->second.status == 5;
+    });
+  };
+  auto live = start();
+  ASSERT_TRUE(fixedAfter(kStart + 240.0, 25.0)) << support::readFile(dir.path() / "live.log");
+
+  const pid_t worker = live->worker();
+  ASSERT_GT(worker, 0);
+  kill(worker, SIGKILL);
+  EXPECT_TRUE(becomes(5.0, [&] { return told("the run goes on where") == 1; }))
+      << support::readFile(dir.path() / "live.log");
+  EXPECT_TRUE(fixedAfter(present(), 3.0));
+
+  live.reset();
+  const GpsTime killed = present();
+  live = start();
+  EXPECT_TRUE(becomes(5.0, [&] { return told("the run goes on where") == 2; }))
+      << support::readFile(dir.path() / "live.log");
+  EXPECT_TRUE(fixedAfter(killed + 10.0, 4.0));
+  live->signal(SIGTERM);
+  EXPECT_EQ(live->await(1.0), 0);
+  const SolutionEpoch last = overFile(dir.path() / "file").rbegin()->second;
+  for (const auto& [time, epoch] : positionsIn(dir.path()))
+    if (time > killed && epoch.status == 5) {
+      EXPECT_LT(apart(epoch, last), 0.03) << formatTime(time);
+    }
 }
 
 }  // namespace

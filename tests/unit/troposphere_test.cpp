@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <fstream>
 #include <iomanip>
 
 #include "Core/Model/Tropo_vmf1.h"
@@ -82,6 +83,24 @@ TEST_F(LinearGrid, InterpolatesWrapsAndStopsAtThePole) {
   EXPECT_THAT(got, testing::Pointwise(testing::DoubleNear(1e-9), {1000.0, -6.5, e, 3.0, 275.0, 40.0}));
   EXPECT_NEAR(g.ah, 0.00125, 1e-12);
   EXPECT_NEAR(g.aw, 0.00058, 1e-12);
+}
+
+// Lines of one length are read one by one, which must give what reading the whole file gives.
+TEST_F(LinearGrid, LinesOfOneLengthGiveTheSameAndOneThatIsDamagedLaterEndsNothing) {
+  std::istringstream lines(grid);
+  std::ostringstream alike;
+  for (std::string line; std::getline(lines, line);) alike << std::left << std::setw(200) << line << '\n';
+  const std::string file = directory.write("alike.grd", alike.str());
+  const Tropo_vmf1 whole(directory.write("linear.grd", grid)), single(file);
+  for (const double longitude : {0.0, 16.37, 100.2, 359.9})
+    for (const double latitude : {90.0, 48.2, 10.5, -33.9, -90.0})
+      EXPECT_EQ(at(single, latitude, longitude).t, at(whole, latitude, longitude).t);
+  std::fstream damaged(file);
+  damaged.seekp(201 * (1 + 360 * 60));
+  damaged << std::string(201 * 360 * 60, 'x');
+  damaged.close();
+  EXPECT_NEAR(at(single, 0.5, 16.37).t, at(whole, -33.9, 359.9).t, 30.0);
+  EXPECT_EQ(at(single, 48.2, 16.37).t, at(whole, 48.2, 16.37).t);
 }
 
 TEST_F(LinearGrid, BadGridEndsTheProcessWithItsName) {

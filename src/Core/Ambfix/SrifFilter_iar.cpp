@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Common/Logtrace.h"
+#include "Common/StateArchive.h"
 #include "Core/Ambfix/LevelResolution.h"
 #include "Core/Filter/FilterConfig.h"
 #include "Core/Filter/FixRecord.h"
@@ -41,6 +42,11 @@ void SrifFilter_iar::m_stayFloat() {
   }
   m_nfix = 0;
   m_get_resi(resi_fix);
+}
+
+void SrifFilter_iar::v_fields(StateArchive& a) {
+  SrifFilter::v_fields(a);
+  a(m_biasTime, m_biasInterval);
 }
 
 std::unique_ptr<Updc> SrifFilter_iar::m_product(Level level) const {

@@ -21,6 +21,7 @@ class SrifFilter_iar : public SrifFilter, public SrifAmbfix_if, public SrifAmbfi
   void v_resolve_raw() override;
   /// Levels "wl", "n1" of ionosphere-free observations.
   void v_resolve_if() override;
+  void v_fields(StateArchive& a) override;
 
  private:
   std::unique_ptr<Updc> m_product(Level level) const;

@@ -27,6 +27,11 @@ class CodeResiduals {
   /// Factor on the sigmas of all codes, at least 1.
   double m_scale() const;
 
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_mean, m_meanSquare, m_last);
+  }
+
  private:
   struct Mean {
     long arc = -1;

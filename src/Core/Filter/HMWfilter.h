@@ -54,6 +54,12 @@ struct SrifSatAmbd {
   double xfloat = kNone;  ///< what xsm was before it was rounded, cycles
 
   bool m_isFixed() const { return ifix > 1; }
+
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(tag, coef, ioncoef, itype, ifix, isat, nobs, lsmooth, lnew, xsm, sumwx, sumw, sumwxx, x0);
+    a(ptime0, ptime1, sumelev, xlast, wlast, xfloat);
+  }
 };
 
 class HMWfilter {
@@ -88,6 +94,12 @@ class HMWfilter {
   /// Fraction shared by the satellites of a system, cycles, followed across its wrap.
   double m_frac[kSys] = {kNone, kNone, kNone, kNone, kNone, kNone, kNone};
   std::map<std::string, SrifSatAmbd> m_ambs;  ///< by satellite name
+
+  /// What has been smoothed so far.
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_mjd, m_sod, m_elev, m_azim, m_frac, m_ambs);
+  }
 
  private:
   bool m_combination(const Station& sta, const SrifSatAmbd& record, double* cycles) const;

@@ -58,6 +58,12 @@ class NoiseMonitor {
   }
   NoiseLevel m_level(int isys, int slot, int kind, double elev) const;
 
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_interval_s, m_last, m_arcs, m_ionosphere, m_doubt, m_codes, m_residuals, m_strength, m_phases);
+    a(m_codeBands, m_allCodes, m_allPhases);
+  }
+
  private:
   /// Bands of elevation; levels are those of a band's middle, in between they are interpolated.
   static constexpr int kBands = 6;
@@ -88,6 +94,11 @@ class NoiseMonitor {
     };
     double t = 0.0;
     std::vector<Row> rows;
+
+    template <class Archive>
+    void m_fields(Archive& a) {
+      a(t, rows);
+    }
   };
 
   /// Phases of two frequencies follow the ionosphere but for a constant.
@@ -97,6 +108,11 @@ class NoiseMonitor {
     std::deque<Sample> past;
     double rate = 0.0, rateTime = -1.0;  ///< m/s, of the last minute; s, when it was known last
     long arc = -1;
+
+    template <class Archive>
+    void m_fields(Archive& a) {
+      a(t, value, steps, trend, past, rate, rateTime, arc);
+    }
   };
   void m_followIonosphere(const Ssat_t& sat, int isat, double t);
   void m_learnCode(const Station& sta, int isat, int slot, double t);

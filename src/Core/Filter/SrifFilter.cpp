@@ -145,11 +145,8 @@ void SrifFilter::v_onFinish() {
 
   for (const std::vector<int>& reset : m_ambreset) {
     const int ista = reset[0], isat = reset[1], ifreq = reset[2];
-    if (config.m_diaReset) {
-      m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[ifreq] = kArcOutlier;
-      m_restartWidelanes(ista, isat, ifreq);
-    }
-    if (m_ewlint) m_ewlint[ista * kMaxSat + isat] = 0;
+    if (config.m_diaReset) m_endArc(ista, isat, ifreq);
+    else if (m_ewlint) m_ewlint[ista * kMaxSat + isat] = 0;
   }
   m_ambreset.clear();
 

@@ -44,6 +44,7 @@
 namespace tarvio {
 
 class HMWfilter;
+class StateArchive;
 
 /// Where a row of the array comes from: a row of SrifFilter::obsrec.
 struct RowOrigin {
@@ -82,6 +83,11 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   virtual double v_get_ion_wgt(const SrifPamt& record, double dt);
   virtual void v_resolve_raw();
   virtual void v_resolve_if();
+  /// What the filter knows between two epochs (FilterState.cpp). \throws std::runtime_error for a state that
+  /// is not of this configuration; the filter is good for a reset then
+  virtual void v_fields(StateArchive& a);
+  /// Ends the arcs of a slot, as an outlier does, from the rows of this epoch on.
+  void m_endArc(int ista, int isat, int slot);
 
   void m_set_prosys(const char* systems);
   /// First column of a kind, or -1.
@@ -306,6 +312,11 @@ class SrifFilter : public QcTurboEdit, public ProductStores {
   void m_clearRows();
   double m_unitWeightSigma(bool codeAndPhaseOnly) const;
   void m_logSolution() const;
+
+  // state between two runs
+  void m_checkConfiguration(StateArchive& a) const;
+  void m_arcFields(StateArchive& a);
+  void m_arrayFields(StateArchive& a);
 
   // triple frequency
   void m_applyIfpb(int isat, const t_ifpb& record);

@@ -46,6 +46,12 @@ void SrifFilter::m_smoothWidelanes() {
   }
 }
 
+void SrifFilter::m_endArc(int ista, int isat, int slot) {
+  m_stations[static_cast<std::size_t>(ista)].m_sat[isat].m_ambflag[slot] = kArcOutlier;
+  m_restartWidelanes(ista, isat, slot);
+  if (m_ewlint) m_ewlint[ista * kMaxSat + isat] = 0;
+}
+
 /// After an outlier treatment that began a new ambiguity. Slot 0 is part of every level's combination,
 /// slot 1 is taken as that of the extra-wide-lane.
 void SrifFilter::m_restartWidelanes(int ista, int isat, int ifreq) {

@@ -27,6 +27,12 @@ class Eclipse {
   /// Forgets all turns.
   void m_reset();
 
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_started, m_startMjd, m_startSod);
+    a.m_items(m_turns.data(), m_turns.size());
+  }
+
  private:
   Eclipse() = default;
   void m_yawattAt(int mjd, double sod, const char* cprn, const char* block, const double* xv,

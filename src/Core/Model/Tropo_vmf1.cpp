@@ -9,9 +9,7 @@
 #include "Core/Model/Tropo_vmf1.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <fstream>
 
 #include "Common/Constants.h"
 #include "Common/Fatal.h"
@@ -40,33 +38,6 @@ std::string s_gridFile() {
                              "***ERROR(readCommFil):file_table not exist %s item\n");
 }
 
-/// The whole file: one read is several times faster than line by line.
-std::string s_wholeFile(const std::string& file) {
-  std::ifstream in(file, std::ios::binary | std::ios::ate);
-  std::string text;
-  if (in) {
-    text.resize(static_cast<std::size_t>(std::max<std::streamoff>(in.tellg(), 0)));
-    in.seekg(0);
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  }
-  if (!in) s_fatal("Tropo_vmf1", __LINE__, "file = %s,can't open file to read!\n", file.c_str());
-  return text;
-}
-
-/// Reads `n` numbers of one line and moves behind the line. \return whether all were there
-bool s_lineNumbers(const char*& p, const char* end, int n, double* out) {
-  int i = 0;
-  for (; i < n; ++i) {
-    while (p < end && (*p == ' ' || *p == '\t')) ++p;
-    const auto [next, error] = std::from_chars(p + (p < end && *p == '+'), end, out[i]);
-    if (error != std::errc{}) break;
-    p = next;
-  }
-  p = std::find(p, end, '\n');
-  if (p < end) ++p;
-  return i == n;
-}
-
 /// Cell numbers from 1 on the circle of longitude.
 int s_wrapColumn(int column) { return column == 361 ? 1 : (column == 0 ? 360 : column); }
 
@@ -88,57 +59,20 @@ Tropo_vmf1& Tropo_vmf1::s_getInstance() {
   return mInstance;
 }
 
-Tropo_vmf1::Tropo_vmf1() { m_readGrid(s_gridFile()); }
+Tropo_vmf1::Tropo_vmf1() : m_grid(s_gridFile()) {}
 
-Tropo_vmf1::Tropo_vmf1(const std::string& file) { m_readGrid(file); }
-
-void Tropo_vmf1::m_readGrid(const std::string& file) {
-  const std::string text = s_wholeFile(file);
-  m_pressure.resize(kCells);
-  m_temperature.resize(kCells);
-  m_humidity.resize(kCells);
-  m_lapse.resize(kCells);
-  m_mapping.resize(kCells);
-  m_vapour.resize(kCells);
-  m_heights.resize(kCells);
-
-  const char* const end = text.data() + text.size();
-  const char* p = std::find(text.data(), end, '\n');
-  if (p < end) ++p;  // behind the header line
-  double v[44];
-  for (std::size_t cell = 0; cell < kCells; ++cell) {
-    if (!s_lineNumbers(p, end, 44, v))
-      s_fatal("Tropo_vmf1", __LINE__, "file = %s,line %zu: 44 numbers expected in a grid of %zu cells\n",
-              file.c_str(), cell + 2, kCells);
-    m_storeCell(cell, v);
-  }
-}
-
-void Tropo_vmf1::m_storeCell(std::size_t cell, const double* v) {
-  constexpr double kMilli = 1000.0;
-  const auto harmonics = [v](int first, double divisor) {
-    Harmonics h;
-    for (std::size_t i = 0; i < 5; ++i) h[i] = v[static_cast<std::size_t>(first) + i] / divisor;
-    return h;
-  };
-  m_pressure[cell] = harmonics(2, 1.0);
-  m_temperature[cell] = harmonics(7, 1.0);
-  m_humidity[cell] = harmonics(12, kMilli);
-  m_lapse[cell] = harmonics(17, kMilli);
-  m_heights[cell] = {v[22], v[23]};
-  m_mapping[cell] = {harmonics(24, kMilli), harmonics(29, kMilli)};
-  m_vapour[cell] = {harmonics(34, 1.0), harmonics(39, 1.0)};
-}
+Tropo_vmf1::Tropo_vmf1(const std::string& file) : m_grid(file) {}
 
 /// Values of one cell reduced to the ellipsoidal height; row and column count from 1.
-GptValues Tropo_vmf1::m_cell(int row, int column, const Harmonics& time, double hgt) const {
-  const std::size_t i = static_cast<std::size_t>((row - 1) * kColumns + column - 1);
+GptValues Tropo_vmf1::m_cell(int row, int column, const TropoGrid::Harmonics& time, double hgt) const {
+  const TropoGrid::Cell& cell =
+      m_grid.m_cell(static_cast<std::size_t>((row - 1) * TropoGrid::kColumns + column - 1));
   GptValues g;
-  g.undu = m_heights[i][0];
-  const double above = hgt - g.undu - m_heights[i][1];
+  g.undu = cell.undulation;
+  const double above = hgt - g.undu - cell.height;
 
-  const double t0 = s_sum(m_temperature[i], time), p0 = s_sum(m_pressure[i], time);
-  const double q = s_sum(m_humidity[i], time), lapse = s_sum(m_lapse[i], time);
+  const double t0 = s_sum(cell.temperature, time), p0 = s_sum(cell.pressure, time);
+  const double q = s_sum(cell.humidity, time), lapse = s_sum(cell.lapse, time);
   g.t = t0 + lapse * above - kZeroCelsius_K;
   g.dt = lapse * 1000.0;
 
@@ -146,12 +80,12 @@ GptValues Tropo_vmf1::m_cell(int row, int column, const Harmonics& time, double 
   const double decay = kGravity * kMolarMassDry / (kGasConstant * virtualTemperature);
   g.p = p0 * std::exp(-decay * above) / 100.0;
 
-  g.lambda = s_sum(m_vapour[i][0], time);
-  g.tm = s_sum(m_vapour[i][1], time);
+  g.lambda = s_sum(cell.lambda, time);
+  g.tm = s_sum(cell.tm, time);
   const double e0 = q * p0 / (0.622 + 0.378 * q) / 100.0;  // at the height of the cell
   g.e = e0 * std::pow(100.0 * g.p / p0, g.lambda + 1.0);
-  g.ah = s_sum(m_mapping[i][0], time);
-  g.aw = s_sum(m_mapping[i][1], time);
+  g.ah = s_sum(cell.ah, time);
+  g.aw = s_sum(cell.aw, time);
   return g;
 }
 
@@ -159,7 +93,7 @@ void Tropo_vmf1::gpt2_1w(double mjd, const double* lat, const double* lon, const
                          int it, GptValues* out) const {
   const double year = (mjd - 51544.5) / 365.25;
   const double a = 2.0 * kPi * year;
-  Harmonics time = {1.0, 0.0, 0.0, 0.0, 0.0};
+  TropoGrid::Harmonics time = {1.0, 0.0, 0.0, 0.0, 0.0};
   if (it != 1) time = {1.0, std::cos(a), std::sin(a), std::cos(2.0 * a), std::sin(2.0 * a)};
 
   for (int k = 0; k < nstat; ++k) {
@@ -169,8 +103,8 @@ void Tropo_vmf1::gpt2_1w(double mjd, const double* lat, const double* lon, const
     int row = static_cast<int>(std::floor(colatitude + 1.0));
     int column = static_cast<int>(std::floor(east + 1.0));
     const double dRow = colatitude - (row - 0.5), dColumn = east - (column - 0.5);
-    row = std::clamp(row, 1, kRows);
-    column = std::clamp(s_wrapColumn(column), 1, kColumns);
+    row = std::clamp(row, 1, TropoGrid::kRows);
+    column = std::clamp(s_wrapColumn(column), 1, TropoGrid::kColumns);
 
     if (!(colatitude > 0.5 && colatitude < 179.5)) {  // no second row on the other side of the pole
       out[k] = m_cell(row, column, time, hgt[k]);

@@ -9,10 +9,9 @@
 /// good to some hPa: 1 hPa of pressure is 2.3 mm of zenith delay; the wet part is good to some
 /// centimetres, and its rest is a parameter of the filter.
 
-#include <array>
-#include <cstddef>
 #include <string>
-#include <vector>
+
+#include "Core/Model/TropoGrid.h"
 
 namespace tarvio {
 
@@ -57,23 +56,9 @@ class Tropo_vmf1 {
   static double sign(double a, double b);
 
  private:
-  /// Mean, annual cosine and sine, semi-annual cosine and sine.
-  using Harmonics = std::array<double, 5>;
-  static constexpr int kRows = 180, kColumns = 360;
-  static constexpr std::size_t kCells = std::size_t{kRows} * kColumns;
+  GptValues m_cell(int row, int column, const TropoGrid::Harmonics& time, double hgt) const;
 
-  void m_readGrid(const std::string& file);
-  void m_storeCell(std::size_t cell, const double* v);
-  GptValues m_cell(int row, int column, const Harmonics& time, double hgt) const;
-
-  // One entry a cell, rows from the north, cells from longitude 0.5 degrees eastward.
-  std::vector<Harmonics> m_pressure;                ///< Pa
-  std::vector<Harmonics> m_temperature;             ///< K
-  std::vector<Harmonics> m_humidity;                ///< kg/kg
-  std::vector<Harmonics> m_lapse;                   ///< K/m
-  std::vector<std::array<Harmonics, 2>> m_mapping;  ///< ah, aw
-  std::vector<std::array<Harmonics, 2>> m_vapour;   ///< lambda; Tm, K
-  std::vector<std::array<double, 2>> m_heights;     ///< undulation, orography height, m
+  mutable TropoGrid m_grid;  ///< reads what it is asked for
 };
 
 }  // namespace tarvio

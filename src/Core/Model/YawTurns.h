@@ -86,6 +86,13 @@ class YawTurns {
   };
   const Turn& turn(int i) const { return m_turns[static_cast<std::size_t>(i)]; }
 
+  template <class Archive>
+  void m_fields(Archive& a) {
+    a(m_count, m_side, m_changed);
+    if (m_count < 0 || m_count > kMaxTurns) m_count = 0;
+    a.m_items(m_turns.data(), static_cast<std::size_t>(m_count));
+  }
+
  private:
   static constexpr int kMaxTurns = 120;
 

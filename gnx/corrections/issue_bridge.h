@@ -4,6 +4,7 @@
 /// have it, a user may get it minutes later. Corrections of the new one are of no use until then; those of
 /// the last one go on by their rates.
 
+#include <functional>
 #include <map>
 
 #include "corrections/ssr_joiner.h"
@@ -12,9 +13,12 @@ namespace gnx {
 
 class IssueBridge {
  public:
+  static constexpr double kUsual_s = 180.0;
   explicit IssueBridge(double longest_s) : m_longest_s(longest_s) {}
-  /// Replaces corrections whose message is not known, and takes out those that cannot be replaced.
-  void apply(CorrectionBatch& batch, const MessageBook& messages);
+  /// Replaces corrections whose message is not known. Those that cannot be replaced are left to `otherwise`,
+  /// which says whether they stay; without it they are taken out.
+  using Otherwise = std::function<bool(OrbitClockCorrection&)>;
+  void apply(CorrectionBatch& batch, const MessageBook& messages, const Otherwise& otherwise = nullptr);
   /// Satellites replaced and taken out so far.
   long bridged() const { return m_bridged; }
   long without() const { return m_without; }

@@ -1,6 +1,6 @@
 // Carries corrections on.
 
-#include "live/issue_bridge.h"
+#include "corrections/issue_bridge.h"
 
 namespace gnx {
 
@@ -16,7 +16,7 @@ OrbitClockCorrection carriedOn(const OrbitClockCorrection& last, double seconds)
 
 }  // namespace
 
-void IssueBridge::apply(CorrectionBatch& batch, const MessageBook& messages) {
+void IssueBridge::apply(CorrectionBatch& batch, const MessageBook& messages, const Otherwise& otherwise) {
   std::erase_if(batch.orbitClock, [&](OrbitClockCorrection& c) {
     if (c.sat[0] == 'R') return false;  // their messages are not kept here
     if (messages.find(c.sat, c.iod, batch.tag) != nullptr) {
@@ -27,7 +27,7 @@ void IssueBridge::apply(CorrectionBatch& batch, const MessageBook& messages) {
     const bool fresh = last != m_last.end() && batch.tag - last->second.tag <= m_longest_s;
     if (fresh) c = carriedOn(last->second.correction, batch.tag - last->second.tag);
     ++(fresh ? m_bridged : m_without);
-    return !fresh;
+    return !fresh && !(otherwise && otherwise(c));
   });
 }
 
