@@ -92,7 +92,7 @@ void checkInterval(const Files& files, const RunPlan& plan, Sentences& sentences
 
 // ---- stations ----
 
-void checkStations(const Files& files, Sentences& sentences) {
+void checkStations(const Files& files, bool moving, Sentences& sentences) {
   const InputFile* first = nullptr;
   for (const InputFile& file : files) {
     if (file.option != "--obs") continue;
@@ -104,7 +104,7 @@ void checkStations(const Files& files, Sentences& sentences) {
     const double apart = kilometres(a.position, b.position);
     const std::string both =
         first->path + " (marker " + a.marker + ") and " + file.path + " (marker " + b.marker + ")";
-    if (isKnown(a.position) && isKnown(b.position) && apart > 10.0)
+    if (!moving && isKnown(a.position) && isKnown(b.position) && apart > 10.0)
       throw UsageError(both + printed(" are %.0f km apart; a run takes files of one station", apart));
     if (a.marker.substr(0, 4) != b.marker.substr(0, 4))
       sentences.push_back(both + " name different stations; a run takes files of one station");
@@ -245,7 +245,7 @@ Sentences checkInputs(const Files& files, const ReplayOptions& options, const De
   const RunPlan& plan = options.plan;
   checkSpans(files, plan);
   Sentences sentences = deployment.unknownKeys();
-  checkStations(files, sentences);
+  checkStations(files, plan.mode != "static", sentences);
   if (const auto obs = std::ranges::find(files, "--obs", &InputFile::option);
       obs != files.end() && !plan.signals.empty())
     SignalPlan(

@@ -117,7 +117,7 @@ void surveyOrbits(InputFile& file) {
           file.systems.insert((*sat)[0]);
     }
   }
-  if (file.first && epochs) file.last = *file.first + file.interval_s * (*epochs - 1);
+  if (file.first && epochs && *epochs > 0) file.last = *file.first + file.interval_s * (*epochs - 1);
 }
 
 void surveyClocks(InputFile& file) {
