@@ -4,6 +4,8 @@
 #include <cstdio>
 
 #include "commands/commands.h"
+#include "commands/exit_status.h"
+#include "commands/near_names.h"
 #include "gnx/error.h"
 
 int main(int argc, char** argv) {
@@ -23,13 +25,19 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    return app.exit(e) == 0 ? 0 : 2;
+    const std::string misspelt = gnx::misspeltWord(app, {argv + 1, argv + argc});
+    if (e.get_exit_code() == 0 || misspelt.empty()) return app.exit(e) == 0 ? gnx::kGood : gnx::kBadUse;
+    std::fprintf(stderr, "gnx: %s\n", misspelt.c_str());
+    return gnx::kBadUse;
+  } catch (const gnx::EndWithStatus& e) {
+    std::fprintf(stderr, "gnx: %s\n", e.what());
+    return e.status();
   } catch (const gnx::EngineError& e) {
     std::fprintf(stderr, "gnx: %s\n", e.what());
-    return 3;
+    return gnx::kEngineFailed;
   } catch (const std::exception& e) {
     std::fprintf(stderr, "gnx: %s\n", e.what());
-    return 2;
+    return gnx::kBadUse;
   }
-  return 0;
+  return gnx::kGood;
 }

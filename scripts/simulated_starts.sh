@@ -46,7 +46,7 @@ for start in ${ONLY:-$(seq 1 "$starts")}; do
   at=(--reference $reference)
   [ "$mode" != moving ] || at=(--reference-path "$data/truth.csv")
   "$gnx" replay --obs "$data/observations.rnx" --nav "$data/navigation.rnx" --ssr "$data/corrections.ssr" \
-    --systems GEC --deployment "$work/deployment" --mode "$engine" --interval 30 --fix "${at[@]}" \
+    --deployment "$work/deployment" --mode "$engine" --interval 30 "${at[@]}" \
     --details 30 --quiet --out "$run" 2> "$run.log" || { cat "$run.log"; exit 1; }
   "$gnx" report "$run" --fixes > "$run.txt"
   awk -v start="$start" -v hour="$hour" -v minute="$minute" '

@@ -4,6 +4,7 @@
 
 #include <archive.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -11,6 +12,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -120,33 +123,47 @@ class ArchiveSource final : public ByteSource {
                        "); check the name and the permissions");
 }
 
-/// Standard input copied to a file without a name.
-int keepStandardInput() {
-  if (::isatty(STDIN_FILENO) != 0)
-    throw InputError("-", 0, "standard input is a terminal; send a file into it, or name one");
+/// What can be read once, copied to a file without a name.
+int keep(int from, const std::string& path) {
+  if (::isatty(from) != 0)
+    throw InputError(path, 0, "standard input is a terminal; send a file into it, or name one");
   std::FILE* kept = std::tmpfile();
   if (kept == nullptr)
-    throw InputError("-", 0, "standard input cannot be kept in a temporary file; check free space");
+    throw InputError(path, 0, "input of a pipe cannot be kept in a temporary file; check free space");
   const Descriptor copy(::fcntl(::fileno(kept), F_DUPFD_CLOEXEC, 0));
   std::fclose(kept);
   std::array<char, 65536> chunk;
-  for (ssize_t got; (got = ::read(STDIN_FILENO, chunk.data(), chunk.size())) != 0;) {
+  for (ssize_t got; (got = ::read(from, chunk.data(), chunk.size())) != 0;) {
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw InputError("-", 0, "standard input cannot be read; check what sends it");
+    if (got < 0) throw InputError(path, 0, "input of a pipe cannot be read; check what sends it");
     for (ssize_t put = 0, n = 0; put < got; put += n) {
       n = ::write(copy.get(), chunk.data() + put, static_cast<std::size_t>(got - put));
       if (n < 0)
-        throw InputError("-", 0, "standard input cannot be kept in a temporary file; check free space");
+        throw InputError(path, 0, "input of a pipe cannot be kept in a temporary file; check free space");
     }
   }
   return ::fcntl(copy.get(), F_DUPFD_CLOEXEC, 0);
 }
 
+/// Opens what is kept anew: every reader has a position of its own.
+int openKept(int descriptor) {
+  return ::open(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+/// Pipes and standard input are kept by name until the process ends.
 int openFile(const std::string& path) {
-  if (path != "-") return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  static const Descriptor kept(keepStandardInput());
-  // Opened anew, every reader has a position of its own.
-  return ::open(("/proc/self/fd/" + std::to_string(kept.get())).c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat status {};
+  const bool standard = path == "-";
+  const bool pipe = !standard && ::stat(path.c_str(), &status) == 0 &&
+                    (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
+  if (!standard && !pipe) return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  static std::mutex mutex;
+  static std::map<std::string, Descriptor> kept;
+  const std::lock_guard lock(mutex);
+  if (const auto known = kept.find(path); known != kept.end()) return openKept(known->second.get());
+  const Descriptor source(standard ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (source.get() < 0) return -1;
+  return openKept(kept.try_emplace(path, keep(source.get(), path)).first->second.get());
 }
 
 }  // namespace

@@ -62,7 +62,22 @@ std::string phaseFor(const std::vector<std::string>& received, const Preference&
 }  // namespace
 
 SignalPlan::SignalPlan(const Request& request) {
+  checkForced(request);
   for (const auto& [system, bands] : request.bands) planSystem(system, request);
+}
+
+void SignalPlan::checkForced(const Request& request) {
+  for (const auto& [system, signals] : request.forced) {
+    const auto bands = request.bands.find(system);
+    if (bands == request.bands.end())
+      throw UsageError(std::string("signals are chosen for system ") + system +
+                       ", which is not in the deployment; leave them out or add the system");
+    for (const std::string& signal : signals)
+      if (signal.empty() || bands->second.find(signal[0]) == std::string::npos)
+        throw UsageError("signal " + signal + " of system " + system +
+                         " is on no observed frequency, the bands are " + bands->second +
+                         "; choose another signal, or add its frequency to freqobs");
+  }
 }
 
 void SignalPlan::planSystem(char system, const Request& request) {

@@ -121,7 +121,9 @@ void ProductSource::tell(const Sp3Product& orbits, const ClockProduct& clocks, d
     facts.notes.push_back(printed("clocks every %.0f s are interpolated linearly to %.0f s", clockInterval,
                                   m_options.interval_s));
   if (m_options.wideLaneBiases && !m_biases->hasWideLanes())
-    facts.notes.push_back("the clock files hold no wide-lane biases; ambiguities cannot be fixed with them");
+    facts.notes.push_back(
+        "the clock files hold no wide-lane biases; ambiguities cannot be fixed with them, leave --wl-biases "
+        "out and give phase biases with --bia");
 }
 
 /// Batches stand on whole multiples of the interval, from the last one at or before the first

@@ -10,17 +10,22 @@
 #include <fstream>
 #include <ostream>
 #include <set>
+#include <sstream>
 
 #include "deployment/antex_file.h"
 #include "deployment/built_in_files.h"
 #include "deployment/choices.h"
 #include "deployment/deployed_integers.h"
+#include "deployment/deployed_keys.h"
 #include "deployment/json_template.h"
 #include "deployment/pole_table.h"
 #include "deployment/troposphere_grid.h"
 #include "gnx/adapt.h"
 #include "gnx/error.h"
 #include "gnx/satellite.h"
+#include "text/fields.h"
+#include "text/json_file.h"
+#include "text/nearest_name.h"
 #include "text/printed.h"
 #include "text/text_reader.h"
 
@@ -455,6 +460,31 @@ std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& s
       {"CLOCKDATUM", frequencyList(systems, CarrierSet::used, 2)}};
 }
 
+[[noreturn]] void refuseKey(const std::string& key) {
+  const std::string nearest = nearestName(key, keysOfDeployments());
+  throw UsageError("'" + key + "' is no key of a deployment; " +
+                   (nearest.empty() ? "" : "did you mean " + nearest + "? ") +
+                   "Keys are such as common.ionmodel, threshold.dia, amb.n1.cutoff_amb, files.ocload "
+                   "(docs/configuration.md lists them)");
+}
+
+bool isNumbers(const std::string& text) {
+  std::vector<std::string_view> words;
+  split(text, words);
+  return !words.empty() &&
+         std::ranges::all_of(words, [](std::string_view w) { return parseReal(w).has_value(); });
+}
+
+/// A text in the place of numbers would be taken for a default without a word.
+void checkOverride(const Json::Value& root, const std::string& key, const std::string& value) {
+  const Json::Value* old = &root;
+  std::istringstream names(key);
+  for (std::string name; std::getline(names, name, '.') && old->isObject();) old = &(*old)[name];
+  const std::string before = plainValue(*old);
+  if (isNumbers(before) && !isNumbers(value))
+    throw UsageError("--set " + key + " takes numbers such as '" + before + "', not '" + value + "'");
+}
+
 /// Applies the overrides to the files' texts, by the first part of their key.
 void applyOverrides(const DeploymentOptions& o, std::string& main, std::string& ambiguity,
                     std::string& tables) {
@@ -462,15 +492,13 @@ void applyOverrides(const DeploymentOptions& o, std::string& main, std::string& 
     if (std::ranges::any_of(value, [](unsigned char c) { return std::iscntrl(c) != 0; })) {
       throw UsageError("the value of " + key + " holds a control character");
     }
+    for (const std::string* text : {&main, &ambiguity})
+      checkOverride(parseJson("template", *text), key, value);
     const bool done = key == "amb.osb_switch"     ? setJsonValue(ambiguity, "osb_switch", value)
                       : key.starts_with("amb.")   ? setJsonValue(ambiguity, key, value)
                       : key.starts_with("files.") ? setJsonValue(tables, key, value)
                                                   : setJsonValue(main, key, value);
-    if (!done) {
-      throw UsageError("'" + key +
-                       "' is no key of a deployment; keys are such as common.ionmodel, threshold.dia, "
-                       "amb.n1.cutoff_amb, files.ocload (docs/configuration.md lists them)");
-    }
+    if (!done) refuseKey(key);
   }
 }
 

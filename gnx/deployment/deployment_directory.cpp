@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <ostream>
 #include <sstream>
 
@@ -9,6 +10,7 @@
 #include "deployment/deployed.h"
 #include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
+#include "deployment/deployed_keys.h"
 #include "deployment/deployment.h"
 #include "gnx/error.h"
 #include "text/fields.h"
@@ -22,10 +24,10 @@ namespace {
 namespace fs = std::filesystem;
 
 /// What runs leave in their directories.
-constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
-                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
-                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
-                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt"};
+constexpr const char* kResults[] = {
+    "account.csv", "diagnostics.log", "engine.log",    "events.csv",     "exit.txt",      "ppp_pos",
+    "report.html", "run.json",        "signals.txt",   "solution.csv",   "solution.nmea", "solution.pos",
+    "summary.txt", "summary.json",    "integers.json", "deployment.txt", "inputs.txt"};
 
 bool isResult(const fs::path& file) {
   return file.extension() == ".1" || std::ranges::count(kResults, file.filename().string()) > 0;
@@ -86,9 +88,11 @@ std::vector<std::string> Deployment::check() const {
   } else if (std::string sentence = unknownAntenna(*this, settings.antenna); !sentence.empty()) {
     sentences.push_back(std::move(sentence));
   }
+  std::ranges::move(unknownKeys(), std::back_inserter(sentences));
   return sentences;
 }
 
+std::vector<std::string> Deployment::unknownKeys() const { return unknownDeployedKeys(m_directory); }
 std::map<char, std::string> Deployment::bands() const { return deployedBands(m_directory); }
 bool Deployment::toMassCentre() const { return deployedToMassCentre(m_directory); }
 bool Deployment::resolvesIntegers() const { return deployedResolution(m_directory); }

@@ -9,6 +9,18 @@
 
 namespace gnx {
 
+namespace {
+
+/// \throws InputError that names the key
+double numberOf(const Json::Value& root, const char* key, double absent, const std::string& file) {
+  const Json::Value& value = root[key];
+  if (value.isNull()) return absent;
+  if (!value.isNumeric()) throw InputError(file, 0, key, "is no number; write it without quotes");
+  return value.asDouble();
+}
+
+}  // namespace
+
 const char* nameOf(Mode mode) {
   switch (mode) {
     case Mode::static_:
@@ -56,8 +68,8 @@ RunSettings readRunSettings(const std::filesystem::path& dir) {
   RunSettings s;
   try {
     s.mode = parseMode(root.get("mode", nameOf(s.mode)).asString());
-    s.interval_s = root.get("interval_s", s.interval_s).asDouble();
-    s.cutoff_deg = root.get("cutoff_deg", s.cutoff_deg).asDouble();
+    s.interval_s = numberOf(root, "interval_s", s.interval_s, file.string());
+    s.cutoff_deg = numberOf(root, "cutoff_deg", s.cutoff_deg, file.string());
     s.stationName = root.get("station", s.stationName).asString();
     s.antenna = root.get("antenna", "").asString();
     if (root.isMember("position_m")) s.position_m = toVector(root["position_m"]);

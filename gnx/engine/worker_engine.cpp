@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <utility>
@@ -28,6 +29,9 @@ constexpr int kCannotRun = 127;
   const int spare = fcntl(socket, F_DUPFD, 16);  // above the others, so that no duplication overwrites it
   const int out = open(log, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0644);
   const int null = open("/dev/null", O_RDONLY);
+  // Control-C reaches every process of the terminal; the host ends its engine when it has what it wants.
+  signal(SIGINT, SIG_IGN);
+  signal(SIGTERM, SIG_IGN);
   if (out >= 0 && null >= 0 && spare >= 0) {
     dup2(null, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);

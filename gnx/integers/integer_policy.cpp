@@ -104,9 +104,10 @@ void judgeScatter(const PolicyQuestion& q, IntegerPolicy& policy) {
   const Scatter& scatter = ownScatter(q, policy);
   if (scatter.rms > kUsable)
     refuse(policy,
-           printed("wide-lane fractions of %zu satellites scatter by %.2f cycle, so the phase biases do not "
-                   "fit these observations",
-                   scatter.residuals.size(), scatter.rms));
+           printed(
+               "wide-lane fractions of %zu satellites scatter by %.2f cycle, so the phase biases do not "
+               "fit these observations; check their sign, and the signals and satellites that they belong to",
+               scatter.residuals.size(), scatter.rms));
 }
 
 Json::Value toJson(const std::map<std::string, double>& values) {

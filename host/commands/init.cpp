@@ -20,7 +20,7 @@ struct InitArguments {
   std::string date, mode = "static", galileo = "auto";
   std::vector<double> position, antennaDelta;
   std::vector<std::string> set;
-  bool noResolution = false, noBiases = false;
+  bool noResolution = false, noBiases = false, force = false;
 };
 
 /// "2020-06-25", midday: away from the validity limits at midnight.
@@ -67,13 +67,14 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--code-noise", o.codeNoise_m, "sigma of codes at high elevation to begin with, m")
       ->check(CLI::Range(0.01, 30.0));
   cmd.add_option("--trace-level", o.traceLevel, "0 everything .. 4 errors alone")->capture_default_str();
+  cmd.add_flag("--force", a.force, "replace a deployment that is there");
   cmd.add_option("--set", a.set, "any other value: key=value, e.g. common.ionmodel=ION_NONE");
 }
 
 void init(InitArguments& a) {
   DeploymentOptions& o = a.options;
   if (!a.date.empty()) o.date = parseDate(a.date);
-  if (!a.position.empty()) o.run.position_m = {a.position[0], a.position[1], a.position[2]};
+  if (!a.position.empty()) o.run.position_m = parsePlace(a.position, "--position");
   if (!a.antennaDelta.empty()) {
     o.run.antennaDelta_m = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
   }
@@ -82,6 +83,10 @@ void init(InitArguments& a) {
   o.resolution = !a.noResolution;
   o.biasProducts = !a.noBiases;
   o.overrides = parseOverrides(a.set);
+  if (!a.force && std::filesystem::exists(a.dir / "ppp.json"))
+    throw UsageError(a.dir.string() +
+                     " holds a deployment already, which may have been edited; name another directory, or "
+                     "replace it with --force");
   const Deployment made = Deployment::make(a.dir, o);
   std::cout << "deployment written to " << a.dir.string() << "; the files explain their values\n";
   for (const std::string& note : made.notes()) std::cout << note << '\n';

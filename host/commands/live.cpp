@@ -123,6 +123,17 @@ void addOptions(CLI::App& cmd, LiveArguments& a) {
       "command line adds to it; SIGHUP has it read again");
 }
 
+/// A deployment holds these choices.
+void refuseIdleOptions(const CLI::App& cmd) {
+  if (cmd.count("--deployment") == 0) return;
+  for (const char* option : {"--systems", "--freqobs", "--freqused", "--antex", "--fix", "--refpoint"})
+    if (cmd.count(option) > 0)
+      throw UsageError(
+          std::string(option) +
+          " has no effect with --deployment, whose files hold that choice; leave it out, or make "
+          "the deployment anew with 'gnx init'");
+}
+
 /// What was given on the command line, as words.
 std::vector<std::string> wordsOf(const CLI::App& cmd) {
   std::vector<std::string> words;
@@ -144,6 +155,7 @@ LiveArguments argumentsOf(std::vector<std::string> words) {
   addOptions(parser, arguments);
   std::ranges::reverse(words);  // it takes them from the back
   parser.parse(std::move(words));
+  refuseIdleOptions(parser);
   return arguments;
 }
 
@@ -184,6 +196,7 @@ void printTable(const LiveArguments& a) {
 }
 
 void live(const CLI::App& cmd, const LiveArguments& a) {
+  refuseIdleOptions(cmd);
   const std::vector<std::string> given = wordsOf(cmd);
   const auto choices = [&] { return completed(a.config.empty() ? a : withFile(a.config, given)); };
   try {

@@ -2,11 +2,29 @@
 
 #include "commands/option_text.h"
 
+#include <cctype>
+#include <cmath>
 #include <cstdio>
+#include <sstream>
 
+#include "geometry/vector3.h"
 #include "gnx/error.h"
+#include "text/printed.h"
 
 namespace gnx {
+
+namespace {
+
+bool isSatellite(const std::string& name) { return name.size() == 3 && parseSat(name) == name; }
+
+/// "g5" as "G05"; "" when that makes no name.
+std::string repairedSatellite(std::string name) {
+  if (name.size() == 2) name.insert(1, "0");
+  if (!name.empty()) name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+  return isSatellite(name) ? name : "";
+}
+
+}  // namespace
 
 GpsTime parseTime(const std::string& text, const std::string& option) {
   Calendar c;
@@ -30,6 +48,35 @@ std::map<std::string, std::string> parseOverrides(const std::vector<std::string>
     values[word.substr(0, equals)] = word.substr(equals + 1);
   }
   return values;
+}
+
+std::array<double, 3> parsePlace(const std::vector<double>& numbers, const std::string& option) {
+  const Vector3 place{numbers.at(0), numbers.at(1), numbers.at(2)};
+  constexpr double kNearest_m = 6.3e6, kFarthest_m = 7.5e6;
+  const double radius = length(place);
+  if (radius >= kNearest_m && radius <= kFarthest_m) return place;
+  if (std::fabs(place[0]) <= 90.0 && std::fabs(place[1]) <= 360.0 && std::fabs(place[2]) <= 1e5)
+    throw UsageError(option + " takes X Y Z in metres; " + printed("%g %g %g", place[0], place[1], place[2]) +
+                     " looks like latitude and longitude in degrees and height: convert them first");
+  throw UsageError(option +
+                   printed(" lies %.0f km from the centre of the Earth; give X Y Z in metres", radius / 1e3));
+}
+
+std::vector<std::string> parseSatellites(const std::vector<std::string>& words, const std::string& option) {
+  std::vector<std::string> satellites;
+  for (const std::string& word : words) {
+    std::istringstream names(word);
+    for (std::string name; std::getline(names, name, ',');) {
+      if (!isSatellite(name)) {
+        const std::string repaired = repairedSatellite(name);
+        throw UsageError(
+            option + ": '" + name + "' names no satellite; " +
+            (repaired.empty() ? "names are such as G05 or E11" : "did you mean " + repaired + "?"));
+      }
+      satellites.push_back(name);
+    }
+  }
+  return satellites;
 }
 
 }  // namespace gnx

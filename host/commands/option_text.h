@@ -2,6 +2,7 @@
 /// \file option_text.h
 /// Values of options that several subcommands share.
 
+#include <array>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,5 +16,11 @@ GpsTime parseTime(const std::string& text, const std::string& option);
 
 /// Values by key from words "key=value". Throws UsageError.
 std::map<std::string, std::string> parseOverrides(const std::vector<std::string>& words);
+
+/// A place X Y Z on or near the Earth. Throws UsageError, also for latitude, longitude and height.
+std::array<double, 3> parsePlace(const std::vector<double>& numbers, const std::string& option);
+
+/// Names of satellites, one a word or with commas. Throws UsageError, with the nearest form of a wrong one.
+std::vector<std::string> parseSatellites(const std::vector<std::string>& words, const std::string& option);
 
 }  // namespace gnx

@@ -25,8 +25,6 @@ struct ReplayArguments {
   std::vector<std::string> without, set;
 };
 
-std::array<double, 3> threeNumbers(const std::vector<double>& v) { return {v[0], v[1], v[2]}; }
-
 /// "G:1W,2W E:1C,5Q"
 std::map<char, std::vector<std::string>> parseSignals(const std::string& text) {
   std::map<char, std::vector<std::string>> signals;
@@ -126,7 +124,7 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
       ->expected(3);
   cmd.add_flag("!--no-patterns", plan.patterns, "do not take antenna patterns off the observations");
   cmd.add_option("--signals", a.signals, "signals to use, e.g. \"G:1W,2W E:1C,5Q\"");
-  cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18");
+  cmd.add_option("--exclude", plan.excluded, "satellites to leave out, e.g. G18 or G18,E11");
   cmd.add_option("--from", a.from, "first epoch, GPS time");
   cmd.add_option("--to", a.to, "last epoch, GPS time");
   cmd.add_option("--diagnostics", plan.diagnostics,
@@ -171,20 +169,50 @@ void takeRunSettings(const CLI::App& cmd, ReplayArguments& a) {
   if (!given("--antenna-delta") && settings.antennaDelta_m) plan.antennaDelta = settings.antennaDelta_m;
 }
 
+/// What was given and would change nothing is a mistake about what the run does.
+void refuseIdleOptions(const CLI::App& cmd, const RunPlan& plan) {
+  const auto refuse = [&](std::initializer_list<const char*> options, const std::string& why) {
+    for (const char* option : options)
+      if (cmd.count(option) > 0) throw UsageError(std::string(option) + " has no effect " + why);
+  };
+  if (cmd.count("--deployment") > 0)
+    refuse({"--antex", "--grid", "--blq", "--erp", "--systems", "--freqobs", "--freqused", "--fix",
+            "--code-noise", "--set", "--combination", "--refpoint"},
+           "with --deployment, whose files hold that choice; leave it out, or make the deployment anew with "
+           "'gnx init'");
+  if (plan.sp3.empty())
+    refuse({"--clk", "--bia"}, "without orbits; give --sp3, corrections of --ssr bring their own");
+  if (plan.clk.empty()) refuse({"--wl-biases"}, "without a clock file; give --clk");
+  if (plan.ssr.empty()) refuse({"--availability"}, "without corrections as text; give --ssr");
+  if (cmd.count("--position") > 0) refuse({"--header-position"}, "with --position; leave one of them out");
+  if (cmd.count("--reference-path") > 0)
+    refuse({"--reference", "--reference-sinex"}, "with --reference-path; leave one of them out");
+}
+
+void checkSpan(const RunPlan& plan) {
+  if (plan.from && plan.to && *plan.to < *plan.from)
+    throw UsageError("--from " + formatTime(*plan.from) + " is later than --to " + formatTime(*plan.to) +
+                     "; exchange them");
+}
+
 void replay(const CLI::App& cmd, ReplayArguments& a) {
   ReplayOptions& o = a.options;
   takeRunSettings(cmd, a);
-  if (!a.position.empty()) o.plan.position = threeNumbers(a.position);
-  if (!a.reference.empty()) o.reference = threeNumbers(a.reference);
+  if (!a.position.empty()) o.plan.position = parsePlace(a.position, "--position");
+  if (!a.reference.empty()) o.reference = parsePlace(a.reference, "--reference");
+  o.plan.excluded = parseSatellites(o.plan.excluded, "--exclude");
   if (!a.referenceSinex.empty()) {
     o.referenceSinex = a.referenceSinex[0];
     o.referenceStation = a.referenceSinex[1];
   }
-  if (!a.antennaDelta.empty()) o.plan.antennaDelta = threeNumbers(a.antennaDelta);
+  if (!a.antennaDelta.empty()) {
+    o.plan.antennaDelta = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
+  }
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!o.plan.patterns) o.plan.diagnostics += " -without-patterns";
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) o.plan.to = parseTime(a.to, "--to");
+  checkSpan(o.plan);
   if (!a.solutionName.empty()) o.solutionName = solutionPattern(a.solutionName, o.deployment);
   if (!a.signals.empty()) o.plan.signals = parseSignals(a.signals);
   o.deploy.overrides = parseOverrides(a.set);
@@ -197,6 +225,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
       1) {
     throw UsageError("choose one source of corrections: --sp3 with --clk, or --ssr, or --broadcast");
   }
+  refuseIdleOptions(cmd, o.plan);
   runOnConsole(o);
 }
 

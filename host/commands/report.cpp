@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands/commands.h"
+#include "commands/option_text.h"
 #include "report/analysis.h"
 
 namespace gnx {
@@ -25,10 +26,11 @@ void runReport(const ReportArguments& a) {
   ReportOptions options;
   options.file = a.file;
   options.figures = a.figures;
-  if (!a.reference.empty()) options.reference = {a.reference[0], a.reference[1], a.reference[2]};
+  if (!a.reference.empty()) options.reference = parsePlace(a.reference, "--reference");
   if (a.fixes) {
     const RunFiles run = readRunFiles(a.directory);
-    std::printf("%s", formatFixes(analyseRun(run, options.reference)).c_str());
+    const std::string fixes = formatFixes(analyseRun(run, options.reference));
+    std::printf("%s", fixes.empty() ? "no integers are fixed in this run\n" : fixes.c_str());
     return;
   }
   std::printf("%s\n", writeReport(a.directory, options).c_str());

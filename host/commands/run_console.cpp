@@ -8,7 +8,9 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <sstream>
 
+#include "commands/exit_status.h"
 #include "report/report.h"
 
 namespace gnx {
@@ -43,14 +45,46 @@ class Progress {
   Clock::time_point start_ = Clock::now(), shown_{};
 };
 
+void printWarnings(const std::vector<std::string>& sentences) {
+  for (const std::string& sentence : sentences) std::cerr << "warning: " << sentence << '\n';
+}
+
+/// What is no warning already.
+void printNotes(const ReplayResult& result) {
+  std::istringstream lines(result.notes);
+  for (std::string line; std::getline(lines, line);) {
+    const auto behind = line.find(": ");
+    const std::string sentence = behind == std::string::npos ? line : line.substr(behind + 2);
+    if (std::ranges::count(result.warnings, sentence) == 0) std::cerr << line << '\n';
+  }
+}
+
 ReplayResult runWithProgress(ReplayOptions options) {
   Progress progress(options.quiet);
   options.onEpoch = [&progress](const RunProgress& r) { progress.show(r); };
+  options.onInputs = [quiet = options.quiet](const std::string& table, const auto& warnings) {
+    if (!quiet) std::cerr << table << '\n';
+    printWarnings(warnings);
+  };
   return runReplay(options);
 }
 
+/// \throws EndWithStatus unless the run has given what it should
+void endByResult(const ReplayOptions& options, const ReplayResult& result) {
+  const RunSummary& s = result.summary;
+  if (result.signal != 0)
+    throw EndWithStatus(kSignal + result.signal, "interrupted" +
+                                                     (s.epochs > 0 ? " at " + formatTime(s.end) : "") +
+                                                     "; results so far are in " + options.outDir.string());
+  if (s.epochs > 0 && 2 * s.solved >= s.epochs) return;
+  throw EndWithStatus(kNoResult, std::to_string(s.solved) + " of " + std::to_string(s.epochs) +
+                                     " epochs have a position; " +
+                                     (result.account.empty() ? "the observations gave none in the chosen time"
+                                                             : adviceOn(result.account)));
+}
+
 void printSummary(const ReplayOptions& options, const ReplayResult& result) {
-  std::cerr << result.notes;
+  printNotes(result);
   std::cout << formatSummary(result.summary) << '\n' << formatAccount(result.account);
   if (!result.events.empty()) std::cout << "\nevents              " << result.events;
   std::cout << "\nepochs read         " << result.epochsRead << "\nresults             "
@@ -62,12 +96,12 @@ void printSummary(const ReplayOptions& options, const ReplayResult& result) {
 void runOnConsole(const ReplayOptions& options) {
   const ReplayResult result = runWithProgress(options);
   if (!options.quiet) printSummary(options, result);
-  if (2 * result.summary.solved < result.summary.epochs && !result.account.empty())
-    std::cerr << "warning: " << result.summary.solved << " of " << result.summary.epochs
-              << " epochs have a position; " << adviceOn(result.account) << '\n';
-  if (!options.report) return;
-  const std::filesystem::path page = writeReport(std::filesystem::absolute(options.outDir), {});
-  if (!options.quiet) std::cout << "report              " << page.string() << std::endl;
+  printWarnings(result.warnings);
+  if (options.report && result.summary.epochs > 0) {
+    const std::filesystem::path page = writeReport(std::filesystem::absolute(options.outDir), {});
+    if (!options.quiet) std::cout << "report              " << page.string() << std::endl;
+  }
+  endByResult(options, result);
 }
 
 }  // namespace gnx

@@ -6,8 +6,9 @@
 
 namespace gnx {
 
-/// Runs, prints the summary and the account unless quiet, warns of a run with few positions, writes the
-/// report when asked.
+/// Runs, prints what was understood of the inputs, the summary and the account unless quiet, and warnings in
+/// any case, writes the report when asked.
+/// \throws EndWithStatus for a run with few positions, or one that was interrupted
 void runOnConsole(const ReplayOptions& options);
 
 }  // namespace gnx

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "commands/commands.h"
+#include "commands/option_text.h"
 #include "gnx/error.h"
 #include "simulate/simulation.h"
 
@@ -82,7 +83,7 @@ void addReceiverOptions(CLI::App& cmd, SimulateArguments& a) {
       ->check(CLI::Range(0.0, 89.0))
       ->capture_default_str();
   cmd.add_option("--antenna", a.options.antenna, "antenna type for the header, 20 characters with radome");
-  cmd.add_option("--antenna-delta", a.antennaDelta, "antenna above the marker: height, east, north, m")
+  cmd.add_option("--antenna-delta", a.antennaDelta, "reference point above the marker: E N U, m")
       ->expected(3);
 }
 
@@ -141,10 +142,13 @@ void runSimulate(SimulateArguments& a) {
   o.sky.turns = !a.nominalYaw;
   o.sky.signals = parseSignalTable(a.signals);
   constexpr double kRadians = std::numbers::pi / 180.0;
+  if (!(std::fabs(a.site[0]) <= 90.0 && std::fabs(a.site[1]) <= 360.0 && std::fabs(a.site[2]) <= 1e5))
+    throw UsageError(
+        "--site takes latitude and longitude in degrees and height in metres, such as 47.5 8.5 450");
   o.observer.site = a.position.empty() ? toEarthFixed({a.site[0] * kRadians, a.site[1] * kRadians, a.site[2]})
-                                       : Vector3{a.position[0], a.position[1], a.position[2]};
+                                       : parsePlace(a.position, "--position");
   if (!a.antennaDelta.empty())
-    o.observer.antennaDelta = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
+    o.observer.antennaDelta = {a.antennaDelta[2], a.antennaDelta[0], a.antennaDelta[1]};
   if (!a.faults.empty()) o.faults = FaultList::read(a.faults);
   applyErrorSwitches(a, o);
   const SimulationFiles files = simulate(o, a.directory);

@@ -14,7 +14,8 @@ std::filesystem::path writeReport(const std::filesystem::path& directory, const 
   Gnuplot plot(options.gnuplot);  // before the work: without it there is no page
   const RunFiles run = readRunFiles(directory);
   const RunAnalysis analysis = analyseRun(run, options.reference);
-  const std::vector<Figure> figures = drawFigures(run, analysis, plot);
+  std::vector<Figure> figures;
+  if (analysis.summary.solved > 0) figures = drawFigures(run, analysis, plot);  // else the account says why
   const std::filesystem::path file = options.file.empty() ? directory / "report.html" : options.file;
   writeTextFile(file, htmlPage(run, analysis, figures));
   if (options.figures.empty()) return file;

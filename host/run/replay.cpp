@@ -2,16 +2,20 @@
 
 #include "run/replay.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <optional>
 
 #include "gnx/engine.h"
 #include "run/event_file.h"
+#include "run/input_checks.h"
+#include "run/interruption.h"
 #include "run/named_solutions.h"
 #include "run/run_directory.h"
 #include "run/solution_files.h"
 #include "run/summary_file.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -94,7 +98,9 @@ class Run {
     Engine engine(deployment, options);
     Diagnostics diagnostics(plan);
     GpsTime last;
-    for (Event event; stream.next(event);) {
+    const Interruption interruption;
+    for (Event event; signal == 0 && stream.next(event); signal = interruption.signal()) {
+      batches += std::holds_alternative<CorrectionBatch>(event.record) ? 1 : 0;
       const bool epoch = std::holds_alternative<ObsEpoch>(event.record);
       if (epoch) engine.setOutputOptions(diagnostics.at(last = event.time));
       if (const auto solution = engine.feed(event)) take(*solution);
@@ -112,8 +118,10 @@ class Run {
 
   std::vector<SolutionEpoch> epochs;
   RunAccount account;  ///< the host's part
-  std::size_t epochsRead = 0;
+  std::size_t epochsRead = 0, batches = 0;
   std::string notes;
+  std::vector<std::string> warnings;
+  int signal = 0;  ///< that ended the run early
 
  private:
   void take(const Solution& solution) {
@@ -121,6 +129,11 @@ class Run {
   }
 
   void tell(const Engine& engine, const StreamStart& start) {
+    warnings = engine.warnings();
+    const bool told = std::ranges::any_of(
+        m_prepared.warnings, [](const std::string& w) { return w.starts_with("nothing to fix"); });
+    if (m_prepared.plan.resolution && !start.integers.resolved && !told)
+      warnings.insert(warnings.end(), start.integers.remarks.begin(), start.integers.remarks.end());
     notes = engine.signals();
     for (const std::string& warning : engine.warnings()) notes += "warning: " + warning + "\n";
     for (const std::string& note : start.notes) notes += "note: " + note + "\n";
@@ -152,17 +165,18 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
 }
 
 /// The files of the directory that tell how the run ended.
-void writeEnd(const fs::path& dir, RunEnd status, const std::string& end, const ReplayResult& result) {
+void writeEnd(const fs::path& dir, int status, const std::string& end, const ReplayResult& result) {
   std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
   writeSummaryFile(dir / "summary.json", result.summary, dir / "integers.json");
   std::ofstream(dir / "signals.txt") << result.notes;
-  std::ofstream(dir / "exit.txt") << "exit status " << static_cast<int>(status) << ": " << end << '\n';
+  std::ofstream(dir / "exit.txt") << "exit status " << status << ": " << end << '\n';
 }
 
 }  // namespace
 
 ReplayResult runReplay(const ReplayOptions& options) {
   const PreparedRun prepared = prepareRun(options);
+  if (options.onInputs) options.onInputs(readTextFile(prepared.dir / "inputs.txt"), prepared.warnings);
   Run run(prepared);
   RunEnd status = RunEnd::inOrder;
   std::string end = "the engine ended in order";
@@ -180,12 +194,22 @@ ReplayResult runReplay(const ReplayOptions& options) {
   }
   writeResults(prepared.dir, options, run.epochs);
   ReplayResult result;
+  result.signal = run.signal;
+  if (run.signal != 0 && !run.epochs.empty()) {
+    end = "interrupted at " + formatTime(run.epochs.back().time) + ", the results end there";
+  }
+  result.warnings = std::move(run.warnings);
+  for (std::string& sentence : checkResult(prepared.files, prepared.plan, run.epochs))
+    result.warnings.push_back(std::move(sentence));
+  if (run.batches == 0 && run.epochsRead > 0 && !prepared.plan.broadcastOnly)
+    result.warnings.emplace_back("no correction is of the time of the observations; give files of that day");
   result.epochsRead = run.epochsRead;
   result.summary = prepared.path ? summariseRun(run.epochs, prepared.path)
                                  : summariseRun(run.epochs, prepared.plan.reference);
   result.epochs = std::move(run.epochs);
   result.notes = std::move(run.notes);
-  writeEnd(prepared.dir, status, end, result);
+  constexpr int kSignal = 128;
+  writeEnd(prepared.dir, run.signal != 0 ? kSignal + run.signal : static_cast<int>(status), end, result);
   if (error) std::rethrow_exception(error);
 
   addEngineAccount(prepared.dir / "diagnostics.log", run.account);

@@ -39,15 +39,19 @@ struct ReplayOptions {
   std::vector<TrackFormat> tracks;                  ///< files for maps
   bool quiet = false;                               ///< no progress, no summary on standard output
   std::function<void(const RunProgress&)> onEpoch;  ///< follows the run; empty = nobody does
+  /// Is told what was understood of the inputs, and warnings about them, before the engine starts.
+  std::function<void(const std::string& table, const std::vector<std::string>& warnings)> onInputs;
 };
 
 struct ReplayResult {
   std::vector<SolutionEpoch> epochs;
   RunSummary summary;
-  RunAccount account;          ///< empty when the run broke off
-  std::size_t epochsRead = 0;  ///< epochs of the observation files in the chosen time
-  std::string notes;           ///< what there is to say about signals and files
-  std::string events;          ///< how many there were of each, "" without any
+  RunAccount account;                 ///< empty when the run broke off
+  std::size_t epochsRead = 0;         ///< epochs of the observation files in the chosen time
+  std::string notes;                  ///< what there is to say about signals and files
+  std::string events;                 ///< how many there were of each, "" without any
+  std::vector<std::string> warnings;  ///< sentences about the result, beside those of onInputs
+  int signal = 0;                     ///< that ended the run early, 0 for none
 };
 
 /// Prepares the directory, runs the engine in it, writes the results. Prints nothing.

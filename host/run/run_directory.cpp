@@ -6,6 +6,9 @@
 
 #include "gnx/error.h"
 #include "gnx/read.h"
+#include "run/input_checks.h"
+#include "text/printed.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -15,11 +18,11 @@ namespace fs = std::filesystem;
 
 constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
-constexpr const char* kResults[] = {"account.csv",  "diagnostics.log",  "engine.log",    "events.csv",
-                                    "exit.txt",     "ppp_pos",          "report.html",   "run.json",
-                                    "signals.txt",  "solution.csv",     "solution.nmea", "solution.gpx",
-                                    "solution.kml", "solution.geojson", "solution.pos",  "summary.txt",
-                                    "summary.json", "integers.json",    "deployment.txt"};
+constexpr const char* kResults[] = {"account.csv",  "diagnostics.log",  "engine.log",     "events.csv",
+                                    "exit.txt",     "ppp_pos",          "report.html",    "run.json",
+                                    "signals.txt",  "solution.csv",     "solution.nmea",  "solution.gpx",
+                                    "solution.kml", "solution.geojson", "solution.pos",   "summary.txt",
+                                    "summary.json", "integers.json",    "deployment.txt", "inputs.txt"};
 
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
@@ -65,10 +68,45 @@ void completeFromObservations(ReplayOptions& options) {
   if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
 }
 
+/// Files of the deployment in each other's places.
+void checkDeploymentFiles(const DeploymentOptions& deploy) {
+  if (!deploy.antex.empty()) requireKind(deploy.antex.string(), "--antex");
+  if (!deploy.grid.empty()) requireKind(deploy.grid.string(), "--grid");
+  if (!deploy.blq.empty()) requireKind(deploy.blq.string(), "--blq");
+  if (!deploy.erp.empty()) requireKind(deploy.erp.string(), "--erp");
+}
+
+void makeDirectory(const fs::path& dir) {
+  std::error_code error;
+  fs::create_directories(dir, error);
+  if (error)
+    throw InputError(dir.string(), 0, "cannot be made (" + error.message() + "); choose another --out");
+}
+
+/// What of the observations and of the station the run takes, for the reader of the table.
+std::string stationLines(const PreparedRun& run) {
+  const RunPlan& plan = run.plan;
+  const auto time = [](const std::optional<GpsTime>& t, const char* open) {
+    return t ? formatTime(*t) : open;
+  };
+  std::string text = "run    " + time(plan.from, "from the first epoch") + " to " +
+                     time(plan.to, "the last") +
+                     printed(", every %g s, %s\n", plan.interval, plan.mode.c_str());
+  const Vector3 header = run.files.empty() ? Vector3{} : run.files.front().header.antennaDelta;
+  const Vector3 enu =
+      plan.antennaDelta ? Vector3(*plan.antennaDelta) : Vector3{header[1], header[2], header[0]};
+  text += printed("site   antenna '%s', reference point %.4f m east, %.4f m north, %.4f m above the marker\n",
+                  plan.antenna.c_str(), enu[0], enu[1], enu[2]);
+  if (!plan.broadcastOnly)
+    text += std::string("orbits are taken as those of the satellites' ") +
+            (plan.massCentre ? "centres of mass" : "antennas") + "\n";
+  return text;
+}
+
 /// \return the deployment in the directory
 Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
   if (options.deployment.empty()) {
-    fs::create_directories(dir);
+    makeDirectory(dir);
     setResultsAside(dir);
     const Deployment made = Deployment::make(dir, options.deploy);
     std::ofstream notes(dir / "deployment.txt");
@@ -76,7 +114,8 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
     return made;
   }
   const Deployment given = Deployment::open(options.deployment);
-  fs::create_directories(dir);
+  given.bands();  // damage is told of the user's file, not of its copy
+  makeDirectory(dir);
   setResultsAside(dir);
   given.lend(dir);
   return Deployment::open(dir);
@@ -90,10 +129,12 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);
+  checkDeploymentFiles(options.deploy);
   plan.obs = inOrderOfTime(std::move(plan.obs));
+  PreparedRun run;
+  run.files = surveyInputs(plan);
   completeFromObservations(options);
 
-  PreparedRun run;
   run.dir = fs::absolute(options.outDir);
   const Deployment deployment = fillDirectory(run.dir, options);
   plan.bands = deployment.bands();
@@ -107,6 +148,8 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   if (options.report) plan.details = kReportDetails_s;
   writeRunPlan(run.dir / "run.json", plan);
   run.plan = plan;
+  run.warnings = checkInputs(run.files, options, deployment);
+  writeTextFile(run.dir / "inputs.txt", inputTable(run.files) + stationLines(run));
   return run;
 }
 

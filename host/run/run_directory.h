@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "run/input_survey.h"
 #include "run/reference_path.h"
 #include "run/replay.h"
 
@@ -15,6 +16,8 @@ struct PreparedRun {
   std::filesystem::path dir;  ///< absolute
   RunPlan plan;               ///< as "run.json" tells the worker
   ReferencePath path;         ///< of a moving receiver; empty without one
+  std::vector<InputFile> files;
+  std::vector<std::string> warnings;  ///< sentences about inputs that give another result than may be meant
 };
 
 /// Checks the choices, completes them from the observation file and fills the directory.

@@ -110,6 +110,9 @@ RunFiles readRunFiles(const fs::path& directory) {
     throw InputError(directory.string(), 0,
                      "holds no run.json; give the directory that 'gnx replay --out' named");
   run.plan = readRunPlan(directory / "run.json");
+  if (!fs::exists(directory / "solution.csv"))
+    throw InputError(directory.string(), 0,
+                     "holds no solution.csv: the run did not finish, or is still going on; run it again");
   run.epochs = readSolutionCsv(directory / "solution.csv");
   if (run.epochs.empty())
     throw InputError((directory / "solution.csv").string(), 0, "holds no epoch; nothing to report");

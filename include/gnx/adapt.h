@@ -84,7 +84,7 @@ class SignalPlan {
     std::map<char, std::vector<std::string>> forced;    ///< user's choice by system, "1W"
   };
 
-  /// Throws UsageError when a forced signal is not in the file.
+  /// Throws UsageError when a forced signal is not in the file, or on no observed frequency.
   explicit SignalPlan(const Request& request);
 
   /// Planned signals of a system letter, at most five.
@@ -95,6 +95,7 @@ class SignalPlan {
   const std::vector<std::string>& warnings() const { return warnings_; }
 
  private:
+  static void checkForced(const Request& request);
   void planSystem(char system, const Request& request);
 
   std::map<char, std::vector<PlannedSignal>> signals_;

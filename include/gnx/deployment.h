@@ -114,6 +114,9 @@ class Deployment {
   /// What would keep the engine from starting or from fixing integers, in sentences; empty for none.
   /// \throws UsageError when integers would be wrong
   std::vector<std::string> check() const;
+  /// Keys of its files that nobody reads, in sentences with the nearest key that is read; check() tells them
+  /// too.
+  std::vector<std::string> unknownKeys() const;
   /// The deployment in words: systems and frequencies, combination, orbits, antennas, integers, noise.
   void explain(std::ostream& out) const;
 

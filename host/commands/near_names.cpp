@@ -1,0 +1,57 @@
+// Compares the words of the command line with those that the parser knows.
+
+#include "commands/near_names.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "text/nearest_name.h"
+
+namespace gnx {
+
+namespace {
+
+std::vector<std::string> commandsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command :
+       app.get_subcommands([](const CLI::App* c) { return !c->get_group().empty(); }))
+    names.push_back(command->get_name());
+  return names;
+}
+
+/// "--obs"
+std::vector<std::string> optionsOf(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+}  // namespace
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& known) {
+  const std::string nearest = nearestName(word, known);
+  return nearest.empty() ? "" : " (did you mean " + nearest + "?)";
+}
+
+std::string misspeltWord(const CLI::App& app, const std::vector<std::string>& words) {
+  const auto first = std::ranges::find_if(words, [](const std::string& w) { return !w.starts_with('-'); });
+  if (first == words.end()) return {};
+  const std::vector<std::string> commands = commandsOf(app);
+  if (std::ranges::count(commands, *first) == 0) {
+    std::string list;
+    for (const std::string& command : commands) list += (list.empty() ? "" : ", ") + command;
+    return "'" + *first + "' is no command of gnx" + didYouMean(*first, commands) + "; the commands are " +
+           list;
+  }
+  const std::vector<std::string> options = optionsOf(*app.get_subcommand(*first));
+  for (auto word = first + 1; word != words.end(); ++word) {
+    const std::string name = word->substr(0, word->find('='));
+    if (!name.starts_with("--") || name == "--" || std::ranges::count(options, name) > 0) continue;
+    return name + " is no option of 'gnx " + *first + "'" + didYouMean(name, options) + "; 'gnx " + *first +
+           " --help' lists them";
+  }
+  return {};
+}
+
+}  // namespace gnx

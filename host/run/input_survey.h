@@ -1,0 +1,35 @@
+#pragma once
+/// \file input_survey.h
+/// What the files of a run are and which time they cover, by their headers and, of clocks and messages, by a
+/// quick look at their rows.
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "gnx/read.h"
+#include "run/run_plan.h"
+
+namespace gnx {
+
+/// One file as it was understood.
+struct InputFile {
+  std::string path, option;  ///< "--sp3"
+  std::optional<GpsTime> first, last;
+  double interval_s = 0.0;  ///< 0 = not known
+  std::set<char> systems;   ///< letters
+  ObsHeader header;         ///< of observations
+};
+
+/// Files of a plan, which exist, in the order of their options.
+std::vector<InputFile> surveyInputs(const RunPlan& plan);
+
+/// Refuses a file that is of another kind than its option takes, and names the option that takes it.
+/// \throws InputError
+void requireKind(const std::string& file, const std::string& option);
+
+/// One line a file: option, name, span, interval, systems.
+std::string inputTable(const std::vector<InputFile>& files);
+
+}  // namespace gnx

@@ -1,0 +1,199 @@
+// What users do wrong, and what the program says: arguments, exit status, a part of the text. No mistake ends
+// with status 0 and not a word.
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+
+#include "run/run_files.h"
+#include "support/child.h"
+#include "support/files.h"
+
+namespace gnx::test {
+namespace {
+
+using support::ChildResult;
+using support::TemporaryDirectory;
+using testing::HasSubstr;
+constexpr auto run = support::runProgram;
+
+/// Inputs of all cases, made once: a quarter of an hour at two stations, and a deployment of another date.
+class Inputs {
+ public:
+  Inputs() {
+    const std::string choices = " --hours 0.25 --interval 30 --systems GE --rtcm --quiet";
+    made =
+        run("simulate " + path("sky") + choices).status == 0 &&
+        run("simulate " + path("other") + " --site 20 30 100" + choices).status == 0 &&
+        run("init " + path("deployment") + " --systems GE --refpoint APC_ITRF --date 2026-06-01").status == 0;
+    m_directory.write("empty", "");
+    m_directory.write("far.blq", "$$ FAR0, RADI TANG  lon/lat:  100.0   -10.0   0.0\n");
+    m_directory.write("antennas.atx",
+                      "     1.4            M                                       ANTEX VERSION / SYST\n");
+    m_directory.write("orbits.sp3", "#dP2020  6 25  0  0  0.00000000      96 ORBIT IGS14 FIT GRG\n");
+  }
+  std::string path(const std::string& name) const { return (m_directory.path() / name).string(); }
+
+  bool made = false;
+
+ private:
+  TemporaryDirectory m_directory;
+};
+
+const Inputs& inputs() {
+  static const Inputs made;
+  EXPECT_TRUE(made.made);
+  return made;
+}
+
+/// Names in braces are files of the inputs; {good} are those of a right run.
+std::string filled(std::string text) {
+  const auto replace = [&](const std::string& name, const std::string& with) {
+    for (auto at = text.find(name); at != std::string::npos; at = text.find(name))
+      text.replace(at, name.size(), with);
+  };
+  replace("{good}", "--obs {sky/observations.rnx} --nav {sky/navigation.rnx} --ssr {sky/corrections.ssr}");
+  replace("{products}", "--obs {sky/observations.rnx} --nav {sky/navigation.rnx}");
+  for (auto at = text.find('{'); at != std::string::npos; at = text.find('{')) {
+    const auto end = text.find('}', at);
+    text.replace(at, end - at + 1, inputs().path(text.substr(at + 1, end - at - 1)));
+  }
+  return text;
+}
+
+struct Mistake {
+  const char* arguments;
+  int status;
+  const char* text;
+};
+
+void expectTold(const Mistake& mistake) {
+  const TemporaryDirectory out;
+  std::string arguments = filled(mistake.arguments);
+  const bool replay = arguments.starts_with("replay") && arguments.find("--out") == std::string::npos;
+  if (replay) arguments += " --quiet --out " + out.path().string();
+  const ChildResult r = run(arguments);
+  EXPECT_EQ(r.status, mistake.status) << arguments << '\n' << r.output;
+  EXPECT_THAT(r.output, HasSubstr(mistake.text)) << arguments;
+}
+
+TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
+  const Mistake mistakes[] = {
+      {"reply", 2, "did you mean replay?"},
+      {"replay {good} --antx x", 2, "did you mean --antex?"},
+      {"replay {good} --exclude G5", 2, "'G5' names no satellite; did you mean G05?"},
+      {"replay {good} --exclude G05,g07", 2, "did you mean G07?"},
+      {"replay {good} --reference 55.49 8.45 59", 2, "looks like latitude and longitude"},
+      {"replay {good} --position 1 2 3e9", 2, "from the centre of the Earth"},
+      {"replay {good} --from 2026-11-21T02:00:00 --to 2026-11-21T01:00:00", 2, "is later than --to"},
+      {"replay {good} --deployment {deployment} --fix", 2, "--fix has no effect with --deployment"},
+      {"replay {good} --wl-biases", 2, "--wl-biases has no effect without a clock file"},
+      {"replay {good} --out /proc/x", 2, "choose another --out"},
+      {"simulate {none} --site nan 0 0", 2, "--site takes latitude"},
+      {"init {deployment}", 2, "--force"},
+  };
+  filled("{good}");
+  const auto start = std::chrono::steady_clock::now();
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(took.count() / std::size(mistakes), 1.0) << "refusals cost no time";
+}
+
+TEST(Mistakes, InChoicesOfADeploymentNameTheNearestKey) {
+  const Mistake mistakes[] = {
+      {"init {none} --set threshold.rangelimit=abc", 2, "takes numbers such as '50.0'"},
+      {"init {none} --set common.ionmodl=ION_EST", 2, "did you mean common.ionmodel?"},
+      {"replay {good} --systems GE --signals G:1C,5X", 2,
+       "signal 5X of system G is on no observed frequency"},
+  };
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+
+  const std::string file = inputs().path("deployment/gnx.json");
+  const std::string sound = support::readFile(file);
+  const auto spoilt = [&](const std::string& word, const std::string& wrong) {
+    support::writeFile(file, std::string(sound).replace(sound.find(word), word.size(), wrong));
+  };
+  spoilt("cutoff_deg", "cutof_deg");
+  expectTold({"replay {good} --deployment {deployment}", 0, "did you mean cutoff_deg?"});
+  spoilt("\"interval_s\" : 30.0", "\"interval_s\" : \"30\"");
+  expectTold({"replay {good} --deployment {deployment}", 2, "interval_s: is no number"});
+  support::writeFile(file, sound);
+}
+
+TEST(Mistakes, AFileInTheWrongPlaceIsNamedWithItsOption) {
+  const Mistake mistakes[] = {
+      {"replay {products} --ssr {orbits.sp3}", 2,
+       "is an SP3 file of orbits, which --ssr does not take; give it with --sp3"},
+      {"replay {good} --blq {antennas.atx}", 2, "give it with --antex"},
+      {"replay {good} --antex {far.blq}", 2, "give it with --blq"},
+      {"replay {good} --grid {orbits.sp3}", 2, "give it with --sp3"},
+      {"replay --obs {sky/navigation.rnx} --nav {sky/navigation.rnx} --broadcast", 2, "give it with --nav"},
+      {"replay --obs {sky/stream.rtcm3} --nav {sky/navigation.rnx} --broadcast", 2, "is a stream of RTCM 3"},
+      {"replay --obs {empty} --nav {sky/navigation.rnx} --broadcast", 2, "is empty; fetch it again"},
+      {"replay {good} --obs {other/observations.rnx}", 2, "a run takes files of one station"},
+  };
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+}
+
+TEST(Mistakes, ThatLeaveAResultAreWarnedOf) {
+  const Mistake mistakes[] = {
+      {"replay {good} --interval 45", 0, "is no multiple of the 30 s"},
+      {"replay {good} --systems GER", 0, "GLONASS is not used"},
+      {"replay {good} --antenna-delta 0.216 0 0", 0, "east, north, up"},
+      {"replay {good} --blq {far.blq}", 0, "no site within 10 km of the station, the nearest is FAR0"},
+      {"replay {good} --reference -3962108.674 3381309.575 3668678.639", 0, "km away from the solution"},
+      {"replay {good} --deployment {deployment}", 0, "the deployment is made for 2026-06-01"},
+      {"replay {products} --broadcast --fix", 0, "nothing to fix: no phase biases"},
+  };
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+}
+
+TEST(Mistakes, NoResultIsStatusOneAndASignalLeavesResults) {
+  expectTold({"replay {good} --systems J", 1, "0 of 30 epochs have a position"});
+  const std::string late = support::readFile(inputs().path("sky/corrections.ssr"));
+  std::string text = late;
+  for (auto at = text.find("2026 11 21"); at != std::string::npos; at = text.find("2026 11 21", at))
+    text.replace(at, 10, "2026 11 25");
+  support::writeFile(inputs().path("late.ssr"), text);
+  expectTold({"replay {products} --ssr {late.ssr}", 1, "no correction is of the time of the observations"});
+
+  const TemporaryDirectory out;
+  const std::string sky = (out.path() / "sky").string(), result = (out.path() / "run").string();
+  ASSERT_EQ(run("simulate " + sky + " --hours 2 --interval 1 --systems GE --quiet").status, 0);
+  const ChildResult r = support::runInChild([&] {
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    const std::string replay = support::kProgram + " replay --obs " + sky + "/observations.rnx --nav " + sky +
+                               "/navigation.rnx --ssr " + sky +
+                               "/corrections.ssr --interval 1 --quiet --out " + result;
+    const std::string script = replay + " & run=$!; while [ ! -s " + result +
+                               "/engine.log ]; do sleep 0.05; done; sleep 1; kill -TERM $run; wait $run";
+    execl("/bin/sh", "sh", "-c", script.c_str(), nullptr);
+  });
+  EXPECT_EQ(r.status, 128 + SIGTERM) << r.output;
+  EXPECT_THAT(r.output, HasSubstr("interrupted at 2026-11-21"));
+  EXPECT_THAT(support::readFile(result + "/exit.txt"), HasSubstr("exit status 143: interrupted"));
+  EXPECT_FALSE(readSolutionCsv(result + "/solution.csv").empty());
+}
+
+/// Products of a real day.
+TEST(Mistakes, WithProductsAreTold) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  const std::string day = support::realFile("esbc_2020177/");
+  const std::string good = "replay --obs " + day + "ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz --nav " + day +
+                           "ESBC00DNK_R_20201770000_01D_MN.rnx.gz --sp3 " + day +
+                           "GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz --clk " + day +
+                           "GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz --from 2020-06-25T01:00:00 --to "
+                           "2020-06-25T01:10:00 --antex " +
+                           support::realFile("antex/igs14_2134.atx.gz");
+  const Mistake mistakes[] = {
+      {" --antenna 'leiar25.r4      leit'", 0, "is not known"},
+      {" --systems GEC", 0, "no BeiDou in the orbits"},
+      {" --fix", 0, "nothing to fix: no phase biases"},
+      {" --refpoint APC_ITRF", 0, "refer to the satellites' centres of mass"},
+  };
+  for (const auto& [options, status, text] : mistakes) expectTold({(good + options).c_str(), status, text});
+}
+
+}  // namespace
+}  // namespace gnx::test
