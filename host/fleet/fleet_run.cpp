@@ -290,14 +290,14 @@ class FleetRun {
   }
 
   void removeStation(const std::string& name) {
-    Held& held = m_stations.at(name);
+    const auto leaving = m_stations.extract(name);  // lives to the end: the name may be its key
+    Held& held = leaving.mapped();
     for (std::size_t i = 0; i < held.post->numbers().size(); ++i)
       if (held.post->station().sources[i].stream.empty()) m_numbers.erase(held.post->numbers()[i]);
     for (auto& [stream, shared] : m_streams) std::erase(shared.users, held.post.get());
     for (auto& source : held.sources) closeSource(std::move(source));
     held.post->finish();
     m_finishing.push_back(std::move(held.post));
-    m_stations.erase(name);
     m_status.remove(name);
   }
 
