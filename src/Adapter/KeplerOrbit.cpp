@@ -9,6 +9,7 @@
 
 #include "Adapter/BroadcastEphUtils.h"
 #include "Common/ComFreq.h"
+#include "Common/ComString.h"
 
 namespace tarvio {
 
@@ -102,7 +103,7 @@ void s_rotateGeo(double omega, double tk, bool velocity, double* xv) {
 void BroadcastEphUtils::m_geph2xyz(const GPSEPH* eph, const char* flag, int week, double sow, double* xv,
                                    double* clk) {
   *clk = s_clock(*eph, week, sow);
-  if (std::strstr(flag, "ynn") != nullptr) return;
+  if (s_contains(flag, "ynn")) return;
 
   const EarthModel earth = s_earth(eph->m_cprn[0]);
   const double tk = (week - eph->m_week) * 604800.0 + sow - eph->m_toe;
@@ -110,7 +111,11 @@ void BroadcastEphUtils::m_geph2xyz(const GPSEPH* eph, const char* flag, int week
 
   const double e = eph->m_e;
   double eccentric = motion.mean;
-  for (int round = 0; round < 12; ++round) eccentric = motion.mean + e * std::sin(eccentric);
+  for (int round = 0; round < 12; ++round) {
+    const double before = eccentric;
+    eccentric = motion.mean + e * std::sin(eccentric);
+    if (eccentric == before) break;  // and so it would stay
+  }
   const double sinE = std::sin(eccentric);
   const double cosE = std::cos(eccentric);
   const double root = std::sqrt(1.0 - e * e);
@@ -136,7 +141,7 @@ void BroadcastEphUtils::m_geph2xyz(const GPSEPH* eph, const char* flag, int week
   xv[0] = px * cosO - py * cosI * sinO;
   xv[1] = px * sinO + py * cosI * cosO;
   xv[2] = py * sinI;
-  const bool velocity = std::strstr(flag, "yyn") == nullptr;
+  const bool velocity = !s_contains(flag, "yyn");
   if (velocity) {
     const double eRate = motion.n / ratio;
     // Equal to sqrt((1+e)/(1-e)) cos^2(v/2)/cos^2(E/2) eRate, without its 0/0 at apogee.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Common/ComString.h"
 #include "Common/Fatal.h"
 #include "Common/Logtrace.h"
 
@@ -72,7 +73,7 @@ const CarrierTable* s_carriers(char csys) {
 double s_carrierOf(const CarrierTable& table, int channel, const char* name, const char* function) {
   for (int i = 0; i < table.m_count; ++i) {
     const Carrier& carrier = table.m_carriers[i];
-    if (std::strstr(name, carrier.m_name) != nullptr) return carrier.m_freq + channel * carrier.m_step;
+    if (s_contains(name, carrier.m_name)) return carrier.m_freq + channel * carrier.m_step;
   }
   Logtrace::m_logPrint("[%s,%d]:freq = %s,unknow frequency for %s\n", function, __LINE__, name, table.m_text);
   Logtrace::m_logTrace(4, "[%s,%d]: freq = %s,unknow frequency for %s\n", function, __LINE__, name,

@@ -21,7 +21,11 @@ int pointer_charstr(int count, int width, const char* table, const char* text);
 int pointer_string(int count, const std::string* table, const std::string& text);
 int index_string(const char* text, char c);
 /// Position of a system's letter in SYS, -1 for any other character.
-inline int s_systemIndex(char letter) { return index_string(SYS, letter); }
+constexpr int s_systemIndex(char letter) {
+  for (int i = 0; SYS[i] != '\0'; ++i)
+    if (SYS[i] == letter) return i;
+  return -1;
+}
 /// System letter of a type word such as "GPS", "BD2"; ' ' when unknown.
 char csys_bytype(const std::string& type);
 /// Name of a satellite in the second table: "B06" for C06 of type letter B.

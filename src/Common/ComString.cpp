@@ -52,8 +52,6 @@ char* excludeAnnoValue(char* dst, const char* src) { return s_store(dst, s_value
 
 std::string excludeAnnoValue(const std::string& src) { return std::string(s_value(src)); }
 
-bool validConfig(const char* s) { return std::strstr(s, "NONE") == nullptr; }
-
 std::string zipJson(const std::string& s) {
   std::string out;
   out.reserve(s.size());

@@ -48,7 +48,7 @@ int s_systemOf(const char* cprn) {
   if (s_isSite(cprn)) return -1;
   const Deploy& deploy = s_config();
   const int row = deploy.m_satRow(cprn);
-  return row >= 0 ? deploy.m_sysOfRow(row) : index_string(SYS, cprn[0]);
+  return row >= 0 ? deploy.m_sysOfRow(row) : s_systemIndex(cprn[0]);
 }
 
 /// Day number of a "VALID FROM" or "VALID UNTIL" line.
@@ -305,8 +305,8 @@ void Antatx::isys_byttype(std::string& tag, const char* code, int* isys1, int* i
   for (const CodeRow& row : kCodes) {
     if (std::strcmp(row.code, code) != 0) continue;
     tag = row.tag;
-    *isys1 = index_string(SYS, row.system);
-    if (row.second != ' ') *isys2 = index_string(SYS, row.second);
+    *isys1 = s_systemIndex(row.system);
+    if (row.second != ' ') *isys2 = s_systemIndex(row.second);
     return;
   }
 }

@@ -149,7 +149,7 @@ void Deploy::m_checkNarrowLanePairs() const {
   const Upd_ambconfig& n1 = m_settingsOf(Level::last);
   if (!s_holds(n1.m_ambType, "NL") || !wl.m_resolution || !n1.m_resolution) return;
   for (const char* letter = m_syslist; *letter != '\0'; ++letter) {
-    const int s = index_string(SYS, *letter);
+    const int s = s_systemIndex(*letter);
     for (int k = 0; k < 2; ++k) {
       if (wl.ambfreq[s][k] == -1 || n1.ambfreq[s][k] == -1) {
         s_fatal(kFunction, __LINE__, "wl or nl comb configure set error for %c!\n", *letter);
@@ -215,7 +215,7 @@ void Deploy::m_checkSmoothValue(const Upd_ambconfig& config) const {
   static constexpr const char* kFunction = "m_parseAMBWavelength";
   for (const auto& [letter, tokens] : config.m_smoothValue) {
     if (std::strchr(m_syslist, letter) == nullptr) continue;
-    const int s = index_string(SYS, letter);
+    const int s = s_systemIndex(letter);
     for (const std::string& token : s_fields(tokens, '_')) {
       for (const std::string& name : s_tokenFrequencies(token)) {
         const int slot =

@@ -45,7 +45,7 @@ ListEntry s_listEntry(const char* function, const std::string& word, const Syste
   for (const SystemWord& candidate : table) {
     if (system.find(candidate.word) != std::string::npos) {
       entry.letter = candidate.letter;
-      entry.isys = index_string(SYS, entry.letter);
+      entry.isys = s_systemIndex(entry.letter);
       return entry;
     }
   }

@@ -117,7 +117,7 @@ void Deploy::m_parseSatelliteConfigures() {
   }
   if (m_nsat == 0) s_fatal(__func__, __LINE__, "nrpn = %d,no selected satellite!\n", m_nsat);
   if (char* gps = std::strchr(m_syslist, 'G'); gps != nullptr) std::swap(*gps, m_syslist[0]);
-  m_refsys = index_string(SYS, m_syslist[0]);
+  m_refsys = s_systemIndex(m_syslist[0]);
 }
 
 /// One line of the list. \return false when the table is full
@@ -138,7 +138,7 @@ bool Deploy::m_addSatellite(const std::string& cprn, const std::string& type, do
   }
   const int row = m_nsat;
   const char letter = csys_bytype(type);
-  const int isys = letter == ' ' ? -1 : index_string(SYS, letter);
+  const int isys = letter == ' ' ? -1 : s_systemIndex(letter);
   if (isys < 0) s_fatal(kFunction, __LINE__, "system = %s,do not support system\n", type.c_str());
   if (std::strchr(m_syslist, letter) == nullptr) {
     m_syslist[m_nsys++] = letter;

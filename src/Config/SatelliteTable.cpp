@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Common/ComFreq.h"
+#include "Common/ComString.h"
 #include "Common/Fatal.h"
 #include "Config/Configuration.h"
 
@@ -15,17 +16,17 @@ namespace {
 
 /// The presence test of validSatObs for one slot.
 bool s_hasSlot(const char* uobs, const double* obs, int ifreq) {
-  const bool phase = std::strstr(uobs, "PHASE") != nullptr || std::strstr(uobs, "GRAPHIC") != nullptr;
-  const bool code = std::strstr(uobs, "CODE") != nullptr;
+  const bool phase = s_contains(uobs, "PHASE") || s_contains(uobs, "GRAPHIC");
+  const bool code = s_contains(uobs, "CODE");
   if (ifreq < 0 || ifreq >= kFreq || (!phase && !code)) return false;
   return (!phase || obs[ifreq] != 0.0) && (!code || obs[ifreq + kFreq] != 0.0);
 }
 
 bool s_validSatObs(const char* uobs, const char* cobs, const double* obs, int ifreq, int fq1, int fq2) {
-  if (std::strstr(cobs, "RAW") != nullptr || std::strstr(cobs, "SF") != nullptr) {
+  if (s_contains(cobs, "RAW") || s_contains(cobs, "SF")) {
     return s_hasSlot(uobs, obs, ifreq);
   }
-  if (std::strstr(cobs, "IF") == nullptr) return false;
+  if (!s_contains(cobs, "IF")) return false;
   return s_hasSlot(uobs, obs, fq1) && s_hasSlot(uobs, obs, fq2);
 }
 
@@ -55,7 +56,7 @@ bool check_sys(bool flag, int isat, int isys) {
 int s_satRow(const char* cprn) { return s_config().m_satRow(cprn); }
 
 void get_freq(Satellite& sat, const std::string& cprn, int isys, int count, const char (*names)[4]) {
-  if (count < 1 || cprn.empty() || (count == 1 && std::strstr(s_config().m_obscomb, "SF") == nullptr)) {
+  if (count < 1 || cprn.empty() || (count == 1 && !s_contains(s_config().m_obscomb, "SF"))) {
     s_fatal(__func__, __LINE__, "cprn = %s,nfreq = %d,frequency used for satellite is not selected!\n",
             cprn.c_str(), count);
   }
@@ -109,7 +110,7 @@ int bbo_sel_avaobs(int isys, const double* obs) {
 
 bool validSatObs(const char* uobs, const char* cobs, const double* obs, int isat, int ifreq) {
   int fq1 = 0, fq2 = 1;
-  if (std::strstr(cobs, "IF") != nullptr) s_ifSlots(index_sys(false, isat), &fq1, &fq2);
+  if (s_contains(cobs, "IF")) s_ifSlots(index_sys(false, isat), &fq1, &fq2);
   return s_validSatObs(uobs, cobs, obs, ifreq, fq1, fq2);
 }
 

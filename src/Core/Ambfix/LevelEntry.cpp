@@ -84,7 +84,7 @@ bool s_hasProduct(const Updc* updc, int isat, const Upd_ambconfig& cfg) {
 
 bool s_barredReference(int isat) {
   const std::string& cprn = s_config().m_cprn[isat];
-  return cprn == "C38" || cprn == "C39" || cprn == "C40";
+  return cprn[0] == 'C' && (cprn == "C38" || cprn == "C39" || cprn == "C40");
 }
 
 double s_biasBetween(const Updc* updc, int isat, int iref) {

@@ -235,7 +235,7 @@ void s_recordLevel(Level level, SrifFilter* filter, const LevelProblem& problem,
   filter->m_nfix = 0;
   for (int isys = 0; isys < kSys; ++isys)
     if (s0[isys] != -1) record.m_setOpen(s0[isys], 0.0);
-  bool fixedSystem[kSys] = {};
+  bool searched[kSys] = {}, fixedSystem[kSys] = {};
   for (std::size_t k = 0; k < problem.idx.size(); ++k) {
     const int isat = problem.idx[k], isys = config.m_sysOfRow(isat), iref = s0[isys];
     const bool fixed = integers.flags[isat] != 0;
@@ -243,13 +243,15 @@ void s_recordLevel(Level level, SrifFilter* filter, const LevelProblem& problem,
     if (fixed) record.m_setFixed(isat, integers.ifix[isat], level);
     else record.m_setOpen(isat, problem.x[k]);
     record.m_markSearched(isat);
-    record.m_markSearched(iref);
-    if (!fixed) continue;
-    record.m_markFixed(iref, level);
-    ++filter->m_nfix;
-    fixedSystem[isys] = true;
+    searched[isys] = true;
+    fixedSystem[isys] = fixedSystem[isys] || fixed;
+    filter->m_nfix += fixed;
   }
-  for (const bool fixed : fixedSystem) filter->m_nfix += fixed;
+  for (int isys = 0; isys < kSys; ++isys) {
+    if (searched[isys]) record.m_markSearched(s0[isys]);
+    if (fixedSystem[isys]) record.m_markFixed(s0[isys], level);
+    filter->m_nfix += fixedSystem[isys];
+  }
 }
 
 }  // namespace tarvio

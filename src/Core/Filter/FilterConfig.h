@@ -6,12 +6,13 @@
 #include <cstring>
 
 #include "Common/ComFreq.h"
+#include "Common/ComString.h"
 #include "Common/Constants.h"
 #include "Config/Configuration.h"
 
 namespace tarvio {
 
-inline bool s_has(const char* text, const char* word) { return std::strstr(text, word) != nullptr; }
+inline bool s_has(const char* text, const char* word) { return s_contains(text, word); }
 
 /// The number behind ':' ("ZTD:7200"), 0.0 when there is none.
 inline double s_numberBehindColon(const char* text) {

@@ -83,7 +83,7 @@ const BlockLaw* lawOf(std::string_view block) {
     const auto found = std::ranges::find(laws, block, &BlockLaw::name);
     return found == laws.end() ? nullptr : &*found;
   };
-  if (std::strstr(s_config().m_yawmodel, "BDS3") != nullptr)
+  if (s_contains(s_config().m_yawmodel, "BDS3"))
     if (const BlockLaw* law = among(kBds3Laws)) return law;
   return among(kLaws);
 }

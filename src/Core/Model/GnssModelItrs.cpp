@@ -102,7 +102,7 @@ void GnssModelItrs::m_runPass(Pass& pass) {
   m_sta->m_nobs = 0;
   pass.ntides = 0;
   for (const char* c = deploy.m_syslist; *c; ++c) {
-    const int isys = index_string(SYS, *c);
+    const int isys = s_systemIndex(*c);
     if (isys >= 0) m_systemFrame(pass, isys);
   }
   const int rows = std::min(deploy.m_nsat, kMaxSat);
@@ -249,7 +249,7 @@ bool GnssModelItrs::m_checkrange(bool lcheck, int* rej, double* rclk) {
   s_clockSeconds(deploy, sta, clocks);
   const int rows = std::min(deploy.m_nsat, kMaxSat);
   for (const char* c = deploy.m_syslist; *c; ++c) {
-    const int isys = index_string(SYS, *c);
+    const int isys = s_systemIndex(*c);
     if (isys < 0) continue;
     rclk[isys] = clocks[isys];
     if (!std::isnan(rclk[isys])) continue;
@@ -280,7 +280,7 @@ bool GnssModelItrs::m_meanClock(double* rclk) {
   const Deploy& deploy = s_config();
   const int isys = deploy.m_refsys;
   if (isys < 0 || std::strchr(deploy.m_syslist, SYS[isys]) == nullptr) return false;
-  const bool single = std::strstr(deploy.m_obscomb, "SF") != nullptr;
+  const bool single = s_contains(deploy.m_obscomb, "SF");
   double sum = 0.0;
   int n = 0;
   for (int isat = 0; isat < std::min(deploy.m_nsat, kMaxSat); ++isat) {

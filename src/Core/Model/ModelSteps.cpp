@@ -48,7 +48,7 @@ void s_rotateBack(const double R[3][3], const double* v, double* out) {
 bool s_bodyAxes(const ModelInput& in, int isat, const SystemFrame& frame, const double* xv) {
   Satellite& sat = s_epochSatellite(isat);
   const char* cprn = in.deploy.m_cprn[isat].c_str();
-  if (std::strstr(in.deploy.m_yawmodel, "MODEL") == nullptr) {
+  if (!s_contains(in.deploy.m_yawmodel, "MODEL")) {
     if (YawAttitudeAdapter::m_quater2rot(in.sta.m_mjd, in.sta.m_sod, cprn, sat.m_xscf, sat.m_yscf,
                                          sat.m_zscf))
       return true;
@@ -90,7 +90,7 @@ void s_designRow(const Deploy& deploy, const SystemFrame& frame, const SatGeomet
 ModelInput s_modelInput(const ProductStores* stores, Station* sta) {
   OrbitAdapter* orbits =
       stores == nullptr || stores->m_orbAdapters.empty() ? nullptr : stores->m_orbAdapters.front();
-  return {s_config(), *sta, orbits, std::strstr(s_config().m_refpoint, "CoM_ITRF") != nullptr};
+  return {s_config(), *sta, orbits, s_contains(s_config().m_refpoint, "CoM_ITRF")};
 }
 
 bool s_hasObservation(const Deploy& deploy, const Ssat_t& sat, int isat) {
@@ -141,7 +141,7 @@ void s_append(Station& sta, int capacity, double omc, double weight, int isat, i
 void s_receiverPoints(const Deploy& deploy, const Station& sta, const PointTable& offsets,
                       PointTable& point) {
   for (const char* c = deploy.m_syslist; *c; ++c) {
-    const int s = index_string(SYS, *c);
+    const int s = s_systemIndex(*c);
     if (s < 0) continue;
     for (int f = 0; f < deploy.m_nfreqUsed[s]; ++f) {
       double enu[3];
@@ -246,7 +246,7 @@ void s_antennaPatterns(const ModelInput& in, int isat, int isys, SatGeometry& ge
   const double zenith = kPi / 2.0 - sat.m_elev;
   Antatx::s_getAntPcv(receiver, satellite, zenith, sat.m_azim, nadir, pcv);
   std::copy(std::begin(pcv[isys]), std::end(pcv[isys]), std::begin(geo.pcv));
-  if (std::strstr(in.deploy.m_pcv, "PCV_APPLY") == nullptr) return;
+  if (!s_contains(in.deploy.m_pcv, "PCV_APPLY")) return;
   for (int f = 0; f < in.deploy.m_nfreqUsed[isys]; ++f)
     geo.pcv[f] += receiver.m_patternAt(isys, f, zenith * kRadToDeg, sat.m_azim * kRadToDeg) +
                   satellite.m_patternAt(isys, f, nadir * kRadToDeg);

@@ -105,13 +105,11 @@ void bds_code_cor(const char* block, int nfreq, const char (*tags)[4], double el
     s_exitByCode(__func__, __LINE__);
   }
   int orbit = -1;
-  if (std::strstr(block, "BEIDOU-2I") != nullptr) orbit = 0;
-  if (std::strstr(block, "BEIDOU-2M") != nullptr) orbit = 1;
+  if (s_contains(block, "BEIDOU-2I")) orbit = 0;
+  if (s_contains(block, "BEIDOU-2M")) orbit = 1;
   if (orbit < 0) return;
   for (int f = 0; f < nfreq; ++f) {
-    const int band = std::strstr(tags[f], "L7") != nullptr   ? 1
-                     : std::strstr(tags[f], "L6") != nullptr ? 2
-                                                             : 0;
+    const int band = s_contains(tags[f], "L7") ? 1 : s_contains(tags[f], "L6") ? 2 : 0;
     out[f] = interpolateNodes(kBdsCodeBias[orbit][band], elevDeg);
   }
 }

@@ -136,7 +136,7 @@ void SppLsq::s_spp(const ProductStores* filter, Station* sta, int niter) {
 int SppLsq::s_est(const char* cobs, Station* sta, int robust, double* wgt, double* dx, double* sigma) {
   const Deploy& deploy = s_config();
   RowSet rows;
-  s_collect(deploy, *sta, std::strstr(cobs, "SF") != nullptr, wgt, rows);
+  s_collect(deploy, *sta, s_contains(cobs, "SF"), wgt, rows);
   const int nobs = rows.count, npar = 3 + rows.nsystem;
   if (npar >= nobs) {
     std::printf("npam = %d,nobs = %d, not enough observations to compute!\n", npar, nobs);

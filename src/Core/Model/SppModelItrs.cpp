@@ -50,7 +50,7 @@ void SppModelItrs::gnssModel(bool /*lcheck*/) {
     return;
   }
   for (const char* c = deploy.m_syslist; *c; ++c) {
-    const int isys = index_string(SYS, *c);
+    const int isys = s_systemIndex(*c);
     if (isys < 0) continue;
     s_systemTime(sta, epoch.rclk[isys], epoch.frame[isys]);
     m_sun(epoch.frame[isys]);

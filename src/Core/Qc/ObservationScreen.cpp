@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Common/ComFreq.h"
+#include "Common/ComString.h"
 #include "Config/Configuration.h"
 #include "Config/SatelliteTable.h"
 #include "Records/Rnxobs.h"
@@ -150,14 +151,13 @@ int Rnxobs::s_checkObs(int isat, double* obs, double* dop, double* snr, int* fla
   const Deploy& deploy = s_config();
   const int isys = index_sys(false, isat);
   if (isys < 0) return 0;
-  const bool usesCode = std::strstr(deploy.m_obsused, "CODE") != nullptr;
-  const bool usesPhase = std::strstr(deploy.m_obsused, "PHASE") != nullptr ||
-                         std::strstr(deploy.m_obsused, "GRAPHIC") != nullptr;
+  const bool usesCode = s_contains(deploy.m_obsused, "CODE");
+  const bool usesPhase = s_contains(deploy.m_obsused, "PHASE") || s_contains(deploy.m_obsused, "GRAPHIC");
   const bool many = deploy.m_nfreqUsed[isys] >= 3;
   const int n = std::min(deploy.m_nfreqObs[isys], kFreq);
 
   Rows rows{obs, dop, snr, flag};
-  if (std::strstr(deploy.m_obscomb, "SF") != nullptr) {
+  if (s_contains(deploy.m_obscomb, "SF")) {
     s_checkSingle(rows, usesCode, usesPhase);
     return rows.result;
   }

@@ -266,7 +266,7 @@ int Qc::Qc_detectRangeOmc(Station* sta, int* flags) {
   int clockSystem = kUnset;  // the reference, or the first system with values while it has none
   double clockMean = 0.0;
   for (const char* letter = deploy.m_syslist; *letter != '\0'; ++letter) {
-    const int isys = index_string(SYS, *letter);
+    const int isys = s_systemIndex(*letter);
     if (isys < 0) continue;
     s_gather(*sta, isys, sample);
     if (sample.m_count == 0) continue;
