@@ -13,11 +13,18 @@ constexpr double kPriorWeight = 12.0;   ///< differences that the prior is worth
 constexpr double kLongestMemory = 2e3;  ///< differences; older ones fade
 constexpr double kWildest = 25.0;       ///< times the expectation: a slip or an outlier counts as that much
 
+/// Share of the slow error that differs over a lag.
+const std::array<double, LagStatistics::kLags> kGrown = [] {
+  std::array<double, LagStatistics::kLags> grown{};
+  for (std::size_t lag = 0; lag < grown.size(); ++lag)
+    grown[lag] = 1.0 - std::exp(-LagStatistics::kShare[lag]);
+  return grown;
+}();
+
 }  // namespace
 
 double LagStatistics::s_expected(const NoiseLevel& level, int lag) {
-  const double grown = 1.0 - std::exp(-kShare[static_cast<std::size_t>(lag)]);
-  return level.white * level.white + level.slow * level.slow * grown;
+  return level.white * level.white + level.slow * level.slow * kGrown[static_cast<std::size_t>(lag)];
 }
 
 void LagStatistics::m_add(int lag, double halfSquare, double weight) {
@@ -42,7 +49,7 @@ NoiseLevel LagStatistics::m_fit(const NoiseLevel& prior) const {
   for (int lag = 0; lag < kLags; ++lag) {
     const auto l = static_cast<std::size_t>(lag);
     if (!(m_count[l] > 0.0)) continue;
-    const double g = 1.0 - std::exp(-kShare[l]), value = m_sum[l] / m_count[l];
+    const double g = kGrown[l], value = m_sum[l] / m_count[l];
     const double usual = (kPriorWeight * s_expected(prior, lag) + m_sum[l]) / (kPriorWeight + m_count[l]);
     const double w = m_count[l] / (usual * usual);
     n11 += w;

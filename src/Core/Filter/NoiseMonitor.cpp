@@ -56,8 +56,11 @@ double NoiseMonitor::m_spacing() const {
 /// The lag to which a span belongs, -1 for none.
 int NoiseMonitor::m_lagOf(double span) const {
   const double tau = s_config().m_noise.m_correlation_s;
-  for (int lag = 0; lag < LagStatistics::kLags; ++lag)
-    if (std::fabs(span - tau * LagStatistics::kShare[static_cast<std::size_t>(lag)]) < 0.01 * tau) return lag;
+  for (int lag = 0; lag < LagStatistics::kLags; ++lag) {
+    const double beyond = span - tau * LagStatistics::kShare[static_cast<std::size_t>(lag)];
+    if (std::fabs(beyond) < 0.01 * tau) return lag;
+    if (beyond < 0.0) break;  // lags rise
+  }
   return -1;
 }
 
@@ -292,54 +295,58 @@ void NoiseMonitor::m_learnPhases(const SrifFilter& filter) {
 /// What is left of the differences of two epochs behind position, zenith delay and clocks: residuals v of a
 /// least squares fit, each with the share r = 1 - a N^-1 a' of its own error, tell v^2/r.
 void NoiseMonitor::m_learnPair(const PhaseEpoch& now, const PhaseEpoch& then, int lag) {
-  constexpr int kColumns = 4 + kSys;
+  constexpr int kCommon = 4, kKnown = kCommon + 1;
   struct Difference {
-    double design[kColumns] = {}, y = 0.0, sigma = 1.0;
-    int band = 0;
+    double design[kKnown], y, sigma;  ///< position, zenith delay, the system's clock
+    int band, isys;
   };
   std::vector<Difference> rows;
-  double normal[kColumns * kColumns] = {}, b[kColumns] = {}, x[kColumns] = {};
+  rows.reserve(now.rows.size());
+  std::array<int, kSys> clock;
+  clock.fill(-1);
   auto old = then.rows.begin();
   for (const PhaseEpoch::Row& row : now.rows) {
     while (old != then.rows.end() && old->isat < row.isat) ++old;
     if (old == then.rows.end()) break;
     if (old->isat != row.isat || old->arc != row.arc) continue;
-    Difference& d = rows.emplace_back();
-    d.band = s_band(row.elev);
-    d.sigma = row.amplification * m_instant(row.isys, 0, kRowPhase, row.elev);
-    d.y = (row.value - old->value) / d.sigma;
-    for (int i = 0; i < 3; ++i) d.design[i] = row.los[i] / d.sigma;
-    d.design[3] = row.wet / d.sigma;
-    d.design[4 + row.isys] = 1.0 / d.sigma;
-    d.sigma /= row.amplification;
-    for (int i = 0; i < kColumns; ++i) {
-      b[i] += d.design[i] * d.y;
-      for (int j = 0; j < kColumns; ++j) normal[i * kColumns + j] += d.design[i] * d.design[j];
-    }
+    const double own = m_instant(row.isys, 0, kRowPhase, row.elev), sigma = row.amplification * own;
+    rows.push_back(
+        {{row.los[0] / sigma, row.los[1] / sigma, row.los[2] / sigma, row.wet / sigma, 1.0 / sigma},
+         (row.value - old->value) / sigma,
+         sigma / row.amplification,
+         s_band(row.elev),
+         row.isys});
+    clock[static_cast<std::size_t>(row.isys)] = 0;
   }
-  int unknown = 4;
-  for (int i = 0; i < kSys; ++i) {
-    double& clock = normal[(4 + i) * (kColumns + 1)];
-    unknown += clock > 0.0;
-    if (clock == 0.0) clock = 1.0;
-  }
-  if (static_cast<int>(rows.size()) - unknown < kLeastRedundancy) return;
-  if (CMat::CMat_Inverse(normal, kColumns, kColumns) != 0) return;
-  const auto times = [&](const double* a, const double* c) {
-    double sum = 0.0;
-    for (int i = 0; i < kColumns; ++i)
-      for (int j = 0; j < kColumns; ++j) sum += a[i] * normal[i * kColumns + j] * c[j];
-    return sum;
+  int columns = kCommon;
+  for (int& column : clock)
+    if (column == 0) column = columns++;
+  if (static_cast<int>(rows.size()) - columns < kLeastRedundancy) return;
+
+  const auto columnOf = [&](const Difference& d, int i) {
+    return i < kCommon ? i : clock[static_cast<std::size_t>(d.isys)];
   };
-  for (int i = 0; i < kColumns; ++i)
-    for (int j = 0; j < kColumns; ++j) x[i] += normal[i * kColumns + j] * b[j];
+  double normal[(kCommon + kSys) * (kCommon + kSys)] = {}, b[kCommon + kSys] = {}, x[kCommon + kSys] = {};
+  for (const Difference& d : rows)
+    for (int i = 0; i < kKnown; ++i) {
+      const int row = columnOf(d, i);
+      b[row] += d.design[i] * d.y;
+      for (int j = 0; j < kKnown; ++j) normal[row * columns + columnOf(d, j)] += d.design[i] * d.design[j];
+    }
+  if (CMat::CMat_Inverse(normal, columns, columns) != 0) return;
+  for (int i = 0; i < columns; ++i)
+    for (int j = 0; j < columns; ++j) x[i] += normal[i * columns + j] * b[j];
   const double worth =
       std::min(1.0, m_spacing() / std::min(now.t - then.t, s_config().m_noise.m_correlation_s));
   for (const Difference& d : rows) {
-    const double share = 1.0 - times(d.design, d.design);
+    double known = 0.0, v = d.y;
+    for (int i = 0; i < kKnown; ++i) {
+      const double* row = normal + columnOf(d, i) * columns;
+      for (int j = 0; j < kKnown; ++j) known += d.design[i] * row[columnOf(d, j)] * d.design[j];
+      v -= d.design[i] * x[columnOf(d, i)];
+    }
+    const double share = 1.0 - known;
     if (share < kLeastShare) continue;
-    double v = d.y;
-    for (int i = 0; i < kColumns; ++i) v -= d.design[i] * x[i];
     m_allPhases.m_add(d.band, lag, 0.5 * s_square(v * d.sigma) / share, worth * share);
   }
 }
