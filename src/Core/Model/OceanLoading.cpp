@@ -57,16 +57,17 @@ struct DoodsonArguments {
   }
 
   double frequency(const int* n) const { return std::inner_product(n, n + 6, rate, 0.0); }
+  double unwrapped(const int* n) const { return std::inner_product(n, n + 6, angle, 0.0); }
   double phase(const int* n) const {
-    const double p = std::fmod(std::inner_product(n, n + 6, angle, 0.0), 360.0);
+    const double p = std::fmod(unwrapped(n), 360.0);
     return p < 0.0 ? p + 360.0 : p;
   }
 };
 
-/// Complex admittance of one component at all constituents.
+/// Complex admittance of one component at all constituents, m: what goes with the cosine of a constituent's
+/// phase and what with its sine.
 struct Admittance {
-  std::array<double, kOceanTideTerms> amplitude{};  ///< m, signed
-  std::array<double, kOceanTideTerms> phase{};      ///< degrees, added to the constituent's own
+  std::array<double, kOceanTideTerms> cosine{}, sine{};
 };
 
 /// Nodes of one species in order of frequency.
@@ -116,8 +117,10 @@ Admittance ADMINT(const double* amplitude, const double* phaseRad, const Doodson
     const double f = arguments.frequency(term.n);
     const double re = EVAL(f, band.n, band.frequency, band.re, band.sRe);
     const double im = EVAL(f, band.n, band.frequency, band.im, band.sIm);
-    result.amplitude[k] = term.amplitude * std::hypot(re, im);
-    result.phase[k] = kSpeciesPhase[term.n[0]] + std::atan2(im, re) * kRadToDeg;
+    const double amplitude = term.amplitude * std::hypot(re, im);
+    const double phase = kSpeciesPhase[term.n[0]] * kDegToRad + std::atan2(im, re);
+    result.cosine[k] = amplitude * std::cos(phase);
+    result.sine[k] = -amplitude * std::sin(phase);
   }
   return result;
 }
@@ -189,12 +192,12 @@ void hardisp(int mjd, double sod, const double tamp[6][11], int n, double step, 
   site.prepare(tamp, arguments);
   std::fill(out, out + 3 * n, 0.0);
   for (std::size_t k = 0; k < kOceanTideTerms; ++k) {
-    const double phase = arguments.phase(kOceanTides[k].n);
+    const double phase = arguments.unwrapped(kOceanTides[k].n) * kDegToRad;
     const double advance = n > 1 ? 2.0 * kPi * arguments.frequency(kOceanTides[k].n) * step / kDay : 0.0;
-    for (int c = 0; c < 3; ++c) {
-      const Admittance& a = site.component[c];
-      const double start = (phase + a.phase[k]) * kDegToRad;
-      for (int i = 0; i < n; ++i) out[3 * i + c] += a.amplitude[k] * std::cos(start + i * advance);
+    for (int i = 0; i < n; ++i) {
+      const double cosine = std::cos(phase + i * advance), sine = std::sin(phase + i * advance);
+      for (int c = 0; c < 3; ++c)
+        out[3 * i + c] += site.component[c].cosine[k] * cosine + site.component[c].sine[k] * sine;
     }
   }
   for (int i = 0; i < n; ++i) {
