@@ -3,8 +3,10 @@
 #include "frames/frames.h"
 
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "gnx/error.h"
@@ -14,6 +16,7 @@ namespace gnx {
 namespace {
 
 constexpr std::uint32_t kLargest = 1U << 30;
+constexpr std::size_t kRoom = 16384;  ///< bytes that are taken over at a time
 
 }  // namespace
 
@@ -39,32 +42,47 @@ void FrameChannel::close() {
   m_descriptor = -1;
 }
 
-bool FrameChannel::sendAll(const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t n = ::send(m_descriptor, data, size, MSG_NOSIGNAL);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
+/// Takes what has arrived already, which may be several frames, with one call.
 bool FrameChannel::receiveAll(char* data, std::size_t size) {
   while (size > 0) {
-    const ssize_t n = ::recv(m_descriptor, data, size, 0);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<std::size_t>(n);
+    if (!holdsBytes()) {
+      m_arrived.resize(kRoom);
+      const ssize_t n = ::recv(m_descriptor, m_arrived.data(), kRoom, 0);
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) return false;
+      m_begin = 0;
+      m_end = static_cast<std::size_t>(n);
+    }
+    const std::size_t taken = std::min(size, m_end - m_begin);
+    std::memcpy(data, m_arrived.data() + m_begin, taken);
+    m_begin += taken;
+    data += taken;
+    size -= taken;
   }
   return true;
 }
 
 bool FrameChannel::sendFrame(std::uint32_t kind, const std::string& content) {
-  const FrameHead head{kind, static_cast<std::uint32_t>(content.size())};
-  return sendAll(reinterpret_cast<const char*>(&head), sizeof head) &&
-         sendAll(content.data(), content.size());
+  FrameHead head{kind, static_cast<std::uint32_t>(content.size())};
+  iovec parts[2] = {{&head, sizeof head}, {const_cast<char*>(content.data()), content.size()}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  while (message.msg_iovlen > 0) {
+    const ssize_t n = ::sendmsg(m_descriptor, &message, MSG_NOSIGNAL);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    auto sent = static_cast<std::size_t>(n);
+    while (message.msg_iovlen > 0 && sent >= message.msg_iov->iov_len) {
+      sent -= message.msg_iov->iov_len;
+      ++message.msg_iov;
+      --message.msg_iovlen;
+    }
+    if (message.msg_iovlen == 0) break;
+    message.msg_iov->iov_base = static_cast<char*>(message.msg_iov->iov_base) + sent;
+    message.msg_iov->iov_len -= sent;
+  }
+  return true;
 }
 
 bool FrameChannel::receiveFrame(std::uint32_t& kind, std::string& content) {

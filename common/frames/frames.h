@@ -160,15 +160,18 @@ class FrameChannel {
     return any;
   }
   int descriptor() const { return m_descriptor; }
+  /// Whether something has arrived of which the descriptor does not tell any more.
+  bool holdsBytes() const { return m_begin < m_end; }
   void close();
 
  private:
   bool sendFrame(std::uint32_t kind, const std::string& content);
   bool receiveFrame(std::uint32_t& kind, std::string& content);
-  bool sendAll(const char* data, std::size_t size);
   bool receiveAll(char* data, std::size_t size);
 
   int m_descriptor;
+  std::vector<char> m_arrived;  ///< m_begin..m_end-1 not taken yet
+  std::size_t m_begin = 0, m_end = 0;
 };
 
 }  // namespace gnx

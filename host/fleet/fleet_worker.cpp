@@ -99,6 +99,7 @@ class StationWorker {
 
   /// False when the station wants to be told the time first.
   bool awaitFrame() const {
+    if (m_channel.holdsBytes()) return true;
     int patience_ms = kPatience_ms;
     const auto deadline = m_station.deadline();
     if (deadline)
