@@ -298,7 +298,8 @@ class Boundary {
   virtual void inputEpoch(const GNX_IO::gtime_t& time, std::span<GNX_IO::obs_entry_t> entries) = 0;
 };
 
-/// Those of the engine that is linked to this process (GNX_SDK.h).
+/// Those of the engine that is linked to this process (GNX_SDK.h). Used by one thread; several that feed have
+/// one each.
 class LinkedBoundary : public Boundary {
  public:
   LinkedBoundary();

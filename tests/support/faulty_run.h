@@ -201,7 +201,9 @@ class HostSetup {
     GNX_IO::sta_t sta{};
     GNX_initialize(setup.mode.c_str(), &sta, setup.cutoffDegrees, setup.interval);
   }
-  ProductFeed products() const { return {boundary, numbers, plan, {}, reversed, true}; }
+  ProductFeed products() const { return products(boundary); }
+  /// Of a feeder on a thread of its own.
+  ProductFeed products(LinkedBoundary& own) const { return {own, numbers, plan, {}, reversed, true}; }
   ObservationFeed observations() const { return {boundary, numbers, plan, {}}; }
 
  private:

@@ -16,7 +16,8 @@ class Feeder {
   using Step = std::function<void(ProductFeed&, const CorrectionBatch&)>;
   Feeder(const SimulatedSky& sky, const HostSetup& host, const std::atomic<double>& epochTime, Step step)
       : m_thread([this, &sky, &host, &epochTime, step = std::move(step)] {
-          ProductFeed out = host.products();
+          LinkedBoundary boundary;
+          ProductFeed out = host.products(boundary);
           for (const CorrectionBatch& batch : sky.corrections) {
             const double t = batch.tag - sky.start();
             while (epochTime + 300.0 < t) std::this_thread::yield();
