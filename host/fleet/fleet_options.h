@@ -49,6 +49,7 @@ struct ClusterOptions {
   int replicas = 1;          ///< of what the servers keep
   int keepHours = 24;        ///< so long they keep solutions
   int keepMegabytes = 1024;  ///< and not more of them
+  int stateMegabytes = 256;  ///< of states, with which stations move
 };
 
 struct FleetOptions {
