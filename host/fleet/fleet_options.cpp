@@ -159,6 +159,8 @@ class FleetReader {
     known.insert(known.begin(), "name");
     checkKeys(given, known, where);
     Json::Value options = defaults.isNull() ? Json::Value(Json::objectValue) : defaults;
+    if (given.isMember("deployment"))
+      for (const std::string& key : m_known.deployed) options.removeMember(key);
     for (const std::string& key : given.getMemberNames())
       if (key != "name") options[key] = given[key];
     for (const char* key : {"obs", "eph", "ssr", "json", "nmea"})

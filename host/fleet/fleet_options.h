@@ -65,7 +65,7 @@ struct FleetOptions {
 
 /// The options that a station may have, and who makes choices of them.
 struct StationOptions {
-  std::vector<std::string> names;
+  std::vector<std::string> names, deployed;  ///< all; those that a deployment holds
   std::function<LiveRunOptions(const std::vector<std::string>& words)> read;
 };
 
