@@ -233,6 +233,9 @@ std::string setOutputOptions(const std::string& options);
 /// anew at so many bytes, and what they held stays beside as NAME.1; of the status and trace files, which are
 /// put aside every two hours, the last 24 stay. 0: no bound, as at the start. On any thread.
 void boundLogs(std::int64_t bytes);
+/// Satellite biases are kept for so many seconds instead of three days, for hosts that get them every few
+/// seconds for months: 0.3 MB an hour of two systems' biases every five seconds. Behind GNX_initialize.
+std::string boundBiases(double seconds);
 
 // ---- clock ----
 

@@ -60,7 +60,10 @@ def lines_of(port, request, patience_s):
 
 
 def told(line):
-    return (line["station"], line["week"] * 604800 + line["sow_s"], line["node"], "position_m" in line)
+    """Station, epoch, node and standard deviation of the position, None without one."""
+    variances = line.get("covariance_m2", [])[::4]
+    sigma = sum(variances) ** 0.5 if "position_m" in line else None
+    return (line["station"], line["week"] * 604800 + line["sow_s"], line["node"], sigma)
 
 
 class Results(threading.Thread):
@@ -111,7 +114,7 @@ class Trial:
         self.o = options
         self.dir = tempfile.mkdtemp(prefix="fleet-trial-", dir=options.dir)
         self.names = [f"S{i:03d}" for i in range(options.stations)]
-        self.processes, self.nodes, self.servers, self.killed = [], {}, [], []
+        self.processes, self.nodes, self.servers, self.killed, self.gone = [], {}, [], [], ""
         self.results = None
 
     # ---- what runs ----
@@ -174,8 +177,8 @@ class Trial:
         """{station: {epoch of a position: node}}, and positions that came twice."""
         epochs, twice = collections.defaultdict(dict), 0
         if self.o.nodes:
-            for station, epoch, node, positioned in self.results.kept():
-                if positioned:
+            for station, epoch, node, sigma in self.results.kept():
+                if sigma is not None:
                     twice += epoch in epochs[station]
                     epochs[station][epoch] = node
             return epochs, twice
@@ -198,8 +201,8 @@ class Trial:
         begun = time.time()
         while time.time() - begun < patience_s:
             if self.o.nodes:
-                recent = {station for moment, station, _, _, positioned in self.results.copy()
-                          if positioned and moment > (since or 0)}
+                recent = {station for moment, station, _, _, sigma in self.results.copy()
+                          if sigma is not None and moment > (since or 0)}
             else:
                 stamp = (since or 0) + GPS_MINUS_UTC_S
                 recent = {s for s, all_ in self.epochs()[0].items() if any(e > stamp for e in all_)}
@@ -220,6 +223,7 @@ class Trial:
         elif what == "node":
             name = sorted(self.nodes)[-1]
             self.nodes.pop(name)[0].kill()
+            self.gone = name
         elif what == "server":
             self.servers.pop(0).kill()
         self.killed.append((moment, what))
@@ -238,6 +242,31 @@ class Trial:
     def within(self, epoch, begin, end):
         utc = (epoch + 315964800 if self.o.nodes else epoch) - GPS_MINUS_UTC_S
         return begin - 1 <= utc <= end
+
+    def moved(self, node):
+        """Of each station that a node had last: standard deviation of its last position there and of the first elsewhere."""
+        last, first = {}, {}
+        for station, _, at, sigma in self.results.kept():
+            if sigma is not None and at == node:
+                last[station] = sigma
+            elif sigma is not None and station in last:
+                first.setdefault(station, sigma)
+        return {station: (sigma, first.get(station)) for station, sigma in last.items()}
+
+    def report_moved(self, node):
+        """What is known of a station goes with it, if the servers were told before."""
+        moved = self.moved(node)
+        before, after = zip(*[(a, b) for a, b in moved.values() if b is not None] or [(0.0, 9.9)])
+        went_on = 0
+        for station in moved:
+            for other in self.nodes:
+                path = os.path.join(self.dir, "out", other, station, "live.log")
+                if os.path.exists(path):
+                    with open(path, encoding="utf-8") as file:
+                        went_on += "the run goes on where the one before has ended" in file.read()
+        print(f"{len(moved)} stations moved, {went_on} of them went on converged; sigma of the last position before "
+              f"{max(before):.3f} m at most, of the first behind {max(after):.3f} m", flush=True)
+        return went_on == len(moved)
 
     # ---- what it takes ----
 
@@ -297,6 +326,8 @@ class Trial:
             print(f"{what} killed: {len(missing)} of {len(self.names)} stations miss epochs, {worst} at most; all have "
                   f"positions again after {'never' if took is None else f'{took:.1f} s'}", flush=True)
             good = good and took is not None and worst <= self.o.most
+            if what == "node":
+                good = self.report_moved(self.gone) and good
         twice = self.epochs()[1]
         print(f"positions that came twice: {twice}")
         return good and twice == 0

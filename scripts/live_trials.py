@@ -5,9 +5,9 @@
     scripts/live_trials.py --gnx ... --out ... --minutes 60 --speed 1           # the long form
     scripts/live_trials.py --gnx ... --out ... --memory --hours 10 --speed 20   # memory over time
 
-Prints a table a trial: epochs sent whole, handed over and accounted for, distance to the positions of the same
-stream read as a file, time from the last byte of an epoch to its line of JSON beyond the engine's own, memory.
-Ends with 1 when a trial fails."""
+Prints a line a trial: epochs of the stream, those without a solution and those of them that were sent whole,
+distance to the positions of the stream read as a file and to those of what was sent read as a file, time from the
+last byte of an epoch to its line of JSON beyond the engine's own, memory. Ends with 1 when a trial fails."""
 
 import argparse
 import csv
@@ -24,6 +24,8 @@ import time
 from datetime import datetime, timedelta
 from pathlib import Path
 
+FAULTS = {"whole": {}, "late": {"delay_s": 0.5}, "damaged": {"damage": 0.05}, "broken": {"restart_s": 60.0},
+          "all": {"delay_s": 0.5, "damage": 0.05, "restart_s": 60.0}}
 MSM = {first + kind for first in (1070, 1080, 1090, 1110, 1120) for kind in (4, 5, 6, 7)}
 
 
@@ -61,6 +63,7 @@ class Caster:
         self.socket = socket.create_server(("127.0.0.1", 0))
         self.port = self.socket.getsockname()[1]
         self.random, self.sent, self.missing, self.finished = random.Random(1), {}, {}, False
+        self.connections, self.bytes = 0, bytearray()
         for t, _, observed in pieces:
             self.missing[t] = self.missing.get(t, 0) + observed
         threading.Thread(target=self.accept, daemon=True).start()
@@ -74,6 +77,7 @@ class Caster:
             try:
                 client.recv(4096)
                 client.sendall(b"ICY 200 OK\r\n\r\n")
+                self.connections += 1
                 self.serve(client)
             except OSError:
                 pass
@@ -92,6 +96,7 @@ class Caster:
             if bad:
                 frame = frame[:len(frame) // 2] + bytes([frame[len(frame) // 2] ^ 0x55]) + frame[len(frame) // 2 + 1:]
             client.sendall(frame)
+            self.bytes += frame
             self.missing[t] -= observed and not bad
             if observed:
                 self.sent[t] = time.monotonic()
@@ -165,8 +170,22 @@ def positions(path):
         return {round(float(r["sow_s"]), 3): r for r in csv.DictReader(file)}
 
 
-def apart(a, b):
-    return sum((float(a[k]) - float(b[k])) ** 2 for k in ("x_m", "y_m", "z_m")) ** 0.5
+def apart(a, b, status=None):
+    """Distances between the positions of two runs at their common epochs, both of a state or of the same one."""
+    def distance(p, q):
+        return sum((float(p[k]) - float(q[k])) ** 2 for k in ("x_m", "y_m", "z_m")) ** 0.5
+    both = [t for t in a if t in b and a[t]["status"] == b[t]["status"] != "0" and (status or a[t]["status"]) == a[t]["status"]]
+    return sorted(distance(a[t], b[t]) for t in both) or [9.9]
+
+
+def words_of(distances):
+    return f"{statistics.median(distances) * 1e3:.1f} mm, 95 % {distances[int(0.95 * (len(distances) - 1))] * 1e3:.1f} mm"
+
+
+def run_over_file(options, stream, out):
+    subprocess.run([options.gnx, "live", "--quiet", "--obs", f"file://{stream}?speed=0", "--solution-name",
+                    "solution.csv", "--out", str(out)] + options.choices, check=True)
+    return positions(out / "solution.csv")
 
 
 def simulate(options, rate_hz, hours, out):
@@ -187,22 +206,23 @@ def trial(options, name, stream, as_file, **faults):
     time.sleep(1.0)
     status, ending = live.end()
 
+    (out / "sent.rtcm3").write_bytes(caster.bytes)
+    same = run_over_file(options, out / "sent.rtcm3", out / "as_file")
+
     epochs = sorted({t for t, _, observed in pieces if observed})
     got = positions(out / "solution.csv")
     log = (out / "live.log").read_text()
-    handed = int(re.search(r"epochs (\d+)", log)[1])
     lost = [t for t in epochs if round(t, 3) not in got]
     unexplained = [t for t in lost if caster.missing[t] == 0]
-    both = [t for t, r in got.items() if t in as_file and r["status"] == as_file[t]["status"] == "5"]
-    differ = sorted(apart(got[t], as_file[t]) for t in both) or [9.9]
+    other = [t for t in set(got) | set(same) if (t in got) != (t in same) or got[t]["status"] != same[t]["status"]]
     count = lambda rows: sum(r["status"] == "5" for r in rows.values())
     own = [float(r["milliseconds"]) for r in got.values() if r["status"] != "0"]
     total = [1e3 * (live.lines[t] - caster.sent[t]) for t in live.lines if t in caster.sent]
     beyond = statistics.median(total) - statistics.median(own) if total and own else float("nan")
-    print(f"{name:22s} epochs {len(epochs)}, handed over {handed}, lost {len(lost)}, of these unexplained "
-          f"{len(unexplained)}; fixed {count(got)}, of the file {count(as_file)}, both apart by "
-          f"{statistics.median(differ) * 1e3:.1f} mm, 95 % {differ[int(0.95 * (len(differ) - 1))] * 1e3:.1f} mm; "
-          f"{beyond:.1f} ms beyond the engine's "
+    print(f"{name:12s} epochs {len(epochs)}, without solution {len(lost)}, of these sent whole {len(unexplained)}; "
+          f"{caster.connections} connections; fixed {count(got)}, of the file {count(as_file)}, both apart by "
+          f"{words_of(apart(got, as_file, '5'))}; what was sent as a file: {len(other)} epochs differ in state, the "
+          f"others by {words_of(apart(got, same))}; {beyond:.1f} ms beyond the engine's "
           f"{statistics.median(own or [0.0]):.1f} ms; ended with {status} in {ending:.2f} s", flush=True)
     fractions = {round(t % 1.0, 3) for t in got}
     ok = status == 0 and ending < 1.0 and not unexplained and "Traceback" not in log
@@ -235,6 +255,7 @@ def main():
     parser.add_argument("--minutes", type=float, default=8.0)
     parser.add_argument("--speed", type=float, default=4.0)
     parser.add_argument("--rates", default="1,5,20")
+    parser.add_argument("--faults", default=",".join(FAULTS), help="names of trials")
     parser.add_argument("--memory", action="store_true")
     parser.add_argument("--hours", type=float, default=2.0)
     options = parser.parse_args()
@@ -245,14 +266,9 @@ def main():
     good = True
     for rate in [int(r) for r in options.rates.split(",")]:
         stream = simulate(options, rate, options.minutes / 60.0, options.out / f"sky{rate}")
-        as_file = options.out / f"file{rate}"
-        subprocess.run([options.gnx, "live", "--quiet", "--obs", f"file://{stream}?speed=0", "--solution-name",
-                        "solution.csv", "--out", str(as_file)] + options.choices, check=True)
-        reference = positions(as_file / "solution.csv")
-        for name, faults in (("whole", {}), ("late", {"delay_s": 0.5}), ("damaged", {"damage": 0.05}),
-                             ("broken", {"restart_s": 60.0}),
-                             ("all", {"delay_s": 0.5, "damage": 0.05, "restart_s": 60.0})):
-            good = trial(options, f"{rate}Hz_{name}", stream, reference, **faults) and good
+        reference = run_over_file(options, stream, options.out / f"file{rate}")
+        for name in options.faults.split(","):
+            good = trial(options, f"{rate}Hz_{name}", stream, reference, **FAULTS[name]) and good
     sys.exit(0 if good else 1)
 
 

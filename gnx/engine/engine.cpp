@@ -135,6 +135,7 @@ struct Engine::Impl {
     if (options.clock == EngineClock::records) record.clock = utcOf(first);
     record.outputOptions = outputOptions;
     record.logBytes = options.logBytes;
+    record.biasHistory_s = options.biasHistory_s;
     core->start(record);
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);

@@ -22,6 +22,7 @@ class EngineCore : public Boundary {
     std::optional<std::int64_t> clock;  ///< UTC; none: the machine's
     std::string outputOptions;
     std::int64_t logBytes = 0;
+    double biasHistory_s = 0.0;
   };
 
   virtual void start(const Start& start) = 0;

@@ -9,7 +9,7 @@ namespace gnx {
 
 template <class Archive>
 void fields(Archive& a, EngineCore::Start& s) {
-  a(s.mode, s.station, s.cutoff_deg, s.interval_s, s.clock, s.outputOptions, s.logBytes);
+  a(s.mode, s.station, s.cutoff_deg, s.interval_s, s.clock, s.outputOptions, s.logBytes, s.biasHistory_s);
 }
 
 template <class Archive>

@@ -74,6 +74,7 @@ class LinkedEngine : public EngineCore {
       const WorkingDirectory inside(m_directory);
       GNX_initialize(start.mode.c_str(), &station, start.cutoff_deg, start.interval_s);
     }
+    if (start.biasHistory_s > 0.0) require(GNX_EXT::boundBiases(start.biasHistory_s));
     setOutputOptions(start.outputOptions);
   }
 

@@ -126,10 +126,10 @@ void addOptions(CLI::App& cmd, LiveArguments& a) {
 /// A deployment holds these choices.
 void refuseIdleOptions(const CLI::App& cmd) {
   if (cmd.count("--deployment") == 0) return;
-  for (const char* option : {"--systems", "--freqobs", "--freqused", "--antex", "--fix", "--refpoint"})
-    if (cmd.count(option) > 0)
+  for (const std::string& name : deployedOptionNames())
+    if (cmd.count("--" + name) > 0)
       throw UsageError(
-          std::string(option) +
+          "--" + name +
           " has no effect with --deployment, whose files hold that choice; leave it out, or make "
           "the deployment anew with 'gnx init'");
 }
@@ -215,6 +215,10 @@ LiveRunOptions liveOptionsOf(const std::vector<std::string>& words) {
   } catch (const CLI::ParseError& e) {
     throw UsageError(e.what());
   }
+}
+
+std::vector<std::string> deployedOptionNames() {
+  return {"systems", "freqobs", "freqused", "antex", "fix", "refpoint"};
 }
 
 std::vector<std::string> liveOptionNames() {

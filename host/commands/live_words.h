@@ -15,5 +15,7 @@ LiveRunOptions liveOptionsOf(const std::vector<std::string>& words);
 
 /// Names of all options, without dashes.
 std::vector<std::string> liveOptionNames();
+/// Those of them that are refused beside a deployment, whose files hold the choice.
+std::vector<std::string> deployedOptionNames();
 
 }  // namespace gnx

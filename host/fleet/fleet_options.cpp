@@ -21,8 +21,8 @@ constexpr int kMostReplicas = 5, kMostHours = 24 * 366, kMostMegabytes = 1 << 24
 
 const std::vector<std::string> kFleetKeys = {"streams", "defaults", "stations",   "out",
                                              "http",    "nats",     "credentials"};
-const std::vector<std::string> kNatsKeys = {"url",      "node",       "credentials",
-                                            "replicas", "keep-hours", "keep-megabytes"};
+const std::vector<std::string> kNatsKeys = {"url",        "node",           "credentials",    "replicas",
+                                            "keep-hours", "keep-megabytes", "state-megabytes"};
 /// Options of a live run that a station cannot have: they are the fleet's, or for one run at a time.
 const std::set<std::string> kNotForStations = {"config",      "credentials", "help",  "http",
                                                "out",         "play",        "quiet", "record",
@@ -99,6 +99,7 @@ class FleetReader {
     cluster.replicas = whole(nats, "replicas", cluster.replicas, kMostReplicas);
     cluster.keepHours = whole(nats, "keep-hours", cluster.keepHours, kMostHours);
     cluster.keepMegabytes = whole(nats, "keep-megabytes", cluster.keepMegabytes, kMostMegabytes);
+    cluster.stateMegabytes = whole(nats, "state-megabytes", cluster.stateMegabytes, kMostMegabytes);
     if (cluster.url.empty()) fail("nats", "has no url; name a server, such as \"nats://localhost:4222\"");
   }
 
@@ -158,6 +159,8 @@ class FleetReader {
     known.insert(known.begin(), "name");
     checkKeys(given, known, where);
     Json::Value options = defaults.isNull() ? Json::Value(Json::objectValue) : defaults;
+    if (given.isMember("deployment"))
+      for (const std::string& key : m_known.deployed) options.removeMember(key);
     for (const std::string& key : given.getMemberNames())
       if (key != "name") options[key] = given[key];
     for (const char* key : {"obs", "eph", "ssr", "json", "nmea"})

@@ -49,6 +49,7 @@ struct ClusterOptions {
   int replicas = 1;          ///< of what the servers keep
   int keepHours = 24;        ///< so long they keep solutions
   int keepMegabytes = 1024;  ///< and not more of them
+  int stateMegabytes = 256;  ///< of states, with which stations move
 };
 
 struct FleetOptions {
@@ -64,7 +65,7 @@ struct FleetOptions {
 
 /// The options that a station may have, and who makes choices of them.
 struct StationOptions {
-  std::vector<std::string> names;
+  std::vector<std::string> names, deployed;  ///< all; those that a deployment holds
   std::function<LiveRunOptions(const std::vector<std::string>& words)> read;
 };
 

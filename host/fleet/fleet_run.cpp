@@ -82,7 +82,15 @@ class FleetRun {
                   [this](const LiveRunOptions& o) { return m_deployments.of(o); },
                   [this](const std::string& stream) { return m_streams.at(stream).decoder->kept(); },
                   [this](const std::string& sentence) { say(sentence); },
-                  !options.cluster.url.empty()} {}
+                  !options.cluster.url.empty()} {
+    if (options.cluster.url.empty()) return;
+    m_context.keep = [this](const std::string& station, std::string state) {
+      if (m_cluster) m_cluster->keepState(stationKey(station), std::move(state));
+    };
+    m_context.known = [this](const std::string& station) {
+      return m_cluster->knownState(stationKey(station));
+    };
+  }
 
   bool go() {
     m_credentials = credentialsOf(m_options);

@@ -15,6 +15,7 @@
 #include <optional>
 #include <utility>
 
+#include "fleet/packed_state.h"
 #include "fleet/station_frames.h"
 #include "flow/run_clock.h"
 #include "gnx/error.h"
@@ -61,7 +62,9 @@ class StationWorker {
                    [this](const Solution& solution, const LiveFacts& facts) { take(solution, facts); },
                    [this](const std::string& s) { m_log.say(s); }, stateIdentity(m_options, m_deployment),
                    Place::inProcess}),
-        m_keeper(plan.directory, [this](const std::string& s) { m_log.say(s); }) {
+        m_keeper(
+            plan.directory, [this](const std::string& s) { m_log.say(s); },
+            [this](const std::string& state) { send(state); }) {
     m_log.say("the station's worker has started");
     m_keeper.take(m_clock.now(), m_station, "");
   }
@@ -162,6 +165,13 @@ class StationWorker {
     FrameWriter out;
     out(r);
     m_channel.send(StationFrame::report, out.bytes());
+  }
+
+  void send(const std::string& state) {
+    if (!m_plan.states) return;
+    FrameWriter out;
+    out(packedState(state));
+    m_channel.send(StationFrame::state, out.bytes());
   }
 
   FrameChannel& m_channel;

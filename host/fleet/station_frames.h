@@ -10,6 +10,7 @@
 /// | record | fleet  | number of a shared source, time of arrival, a record of it    |
 /// | finish | fleet  | nothing; the worker writes everything and ends                |
 /// | report | worker | a StationReport, each epoch                                   |
+/// | state  | worker | what it knows, packed, every minute, if the plan asks for it  |
 /// | failed | worker | why it ends                                                   |
 
 #include <cstdint>
@@ -24,7 +25,7 @@
 
 namespace gnx {
 
-enum class StationFrame : std::uint32_t { plan = 1, begin, bytes, record, finish, report, failed };
+enum class StationFrame : std::uint32_t { plan = 1, begin, bytes, record, finish, report, state, failed };
 
 struct StationPlan {
   std::string name, directory, deployment;
@@ -33,11 +34,12 @@ struct StationPlan {
   std::int64_t steady_ns = 0;      ///< when it did so by the machine's steady clock
   double speed = 1.0;              ///< of the fleet's clock
   bool lines = false;              ///< whether reports hold lines of JSON
+  bool states = false;             ///< whether the fleet gets what the worker keeps
 };
 
 template <class Archive>
 void fields(Archive& a, StationPlan& p) {
-  a(p.name, p.directory, p.deployment, p.words, p.clock, p.steady_ns, p.speed, p.lines);
+  a(p.name, p.directory, p.deployment, p.words, p.clock, p.steady_ns, p.speed, p.lines, p.states);
 }
 
 /// How a station fares, told with each epoch.

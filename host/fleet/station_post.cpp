@@ -7,7 +7,9 @@
 #include <iterator>
 #include <utility>
 
+#include "fleet/packed_state.h"
 #include "gnx/error.h"
+#include "live/state_keeper.h"
 #include "text/printed.h"
 
 namespace gnx {
@@ -38,11 +40,19 @@ void StationPost::start() {
   m_failed.clear();
   try {
     std::filesystem::create_directories(m_context.out / m_station.name);
+    recall();
     m_worker = std::make_unique<WorkerProcess>(log());
     greet();
   } catch (const std::exception& e) {
     bury(std::string("cannot be started: ") + e.what());
   }
+}
+
+/// What another machine knew of the station is put where the worker looks.
+void StationPost::recall() const {
+  const auto packed = m_context.known ? m_context.known(m_station.name) : std::nullopt;
+  const auto state = packed ? unpackedState(*packed) : std::nullopt;
+  if (state) placeState(m_context.out / m_station.name, *state);
 }
 
 /// The plan, the sources, then all that has come, in its order.
@@ -57,6 +67,7 @@ void StationPost::greet() {
       std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
   plan.speed = m_context.clock.speed();
   plan.lines = m_context.lines;
+  plan.states = static_cast<bool>(m_context.keep);
   std::string frames;
   addFrame(frames, StationFrame::plan, plan);
   std::vector<Posted> came(std::make_move_iterator(m_backlog.begin()),
@@ -82,12 +93,8 @@ void StationPost::work(const std::function<void(const StationReport&)>& take) {
   if (!m_worker) return;
   bool there = m_worker->send();
   try {
-    there &= m_worker->receive([&](StationFrame kind, FrameReader& content) {
-      if (kind == StationFrame::failed) return content(m_failed);
-      StationReport report;
-      content(report);
-      take(report);
-    });
+    there &=
+        m_worker->receive([&](StationFrame kind, FrameReader& content) { this->take(kind, content, take); });
   } catch (const EngineError& e) {
     return bury(e.what());
   }
@@ -98,6 +105,19 @@ void StationPost::work(const std::function<void(const StationReport&)>& take) {
   if (m_finishing) return m_worker.reset();
   if (m_failed.empty()) m_failed = lastLine(log());
   bury(how + (m_failed.empty() ? "" : ": " + m_failed));
+}
+
+void StationPost::take(StationFrame kind, FrameReader& content,
+                       const std::function<void(const StationReport&)>& take) {
+  if (kind == StationFrame::failed) return content(m_failed);
+  if (kind == StationFrame::state) {
+    std::string state;
+    content(state);
+    return m_context.keep(m_station.name, std::move(state));
+  }
+  StationReport report;
+  content(report);
+  take(report);
 }
 
 bool StationPost::hangs() {

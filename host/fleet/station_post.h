@@ -26,6 +26,10 @@ struct FleetContext {
   std::function<std::vector<Posted>(const std::string& stream)> kept;  ///< of a shared stream
   std::function<void(const std::string& sentence)> say;
   bool lines = false;  ///< whether reports hold lines of JSON
+  /// What a worker knows, packed, for other machines; none: they want nothing.
+  std::function<void(const std::string& station, std::string state)> keep{};
+  /// What another machine knew of a station, to go on with; once, before its first worker starts.
+  std::function<std::optional<std::string>(const std::string& station)> known{};
 };
 
 class StationPost {
@@ -59,6 +63,8 @@ class StationPost {
 
  private:
   void greet();
+  void recall() const;
+  void take(StationFrame kind, FrameReader& content, const std::function<void(const StationReport&)>& take);
   bool hangs();
   void bury(std::string why);
   std::filesystem::path log() const { return m_context.out / m_station.name / "engine.log"; }

@@ -12,6 +12,7 @@ namespace gnx {
 namespace {
 
 constexpr double kLongestPause_s = 60.0;
+constexpr double kBiases_s = 3600.0;                 ///< an epoch takes the nearest in time
 constexpr std::int64_t kEngineLog_bytes = 16 << 20;  ///< a day of epochs of one second
 
 }  // namespace
@@ -84,6 +85,7 @@ void LiveStation::feed(const Event& event) {
     options.directory = m_context.directory;
     options.place = m_context.place;
     options.logBytes = kEngineLog_bytes;
+    options.biasHistory_s = kBiases_s;
     options.onEvent = [this](const EngineEvent& e) { noteEvent(e); };
     if (m_known) options.state = std::exchange(m_known, std::nullopt)->engine;
     m_epoch.reset();

@@ -16,7 +16,9 @@ std::string stateIdentity(const LiveRunOptions& options, const Deployment& deplo
 
 class StateKeeper {
  public:
-  StateKeeper(const std::filesystem::path& directory, std::function<void(const std::string&)> say);
+  using Say = std::function<void(const std::string&)>;
+  /// \param send  gets each state that is kept, as bytes; none: nobody else wants it
+  StateKeeper(const std::filesystem::path& directory, Say say, Say send = {});
   /// Goes on with what a run before has kept, if there is anything. \param record  directory of a recording,
   /// which gets it as well; "" = none
   void take(const GpsTime& now, LiveStation& station, const std::filesystem::path& record);
@@ -26,9 +28,13 @@ class StateKeeper {
 
  private:
   std::filesystem::path m_file;
-  std::function<void(const std::string&)> m_say;
+  Say m_say, m_send;
   std::optional<GpsTime> m_next;
 };
+
+/// Puts a state of elsewhere where the run of a directory will take it, unless there is a newer one.
+/// \throws InputError
+void placeState(const std::filesystem::path& directory, const std::string& bytes);
 
 /// Goes on with what the run that was recorded went on with. \throws InputError
 void resumeRecorded(const std::filesystem::path& recording, LiveStation& station);

@@ -73,6 +73,9 @@ struct EngineOptions {
   /// At so many bytes the files that grow with every epoch (ppp_pos, engine.log) begin anew, and what they
   /// held stays beside as NAME.1; of the status files the last 24 stay, two days. 0: no bound.
   std::int64_t logBytes = 0;
+  /// Satellite biases are kept for so long, s; an hour is enough for runs that never ask for the past, such
+  /// as live ones. 0: three days.
+  double biasHistory_s = 0.0;
   /// Executable of the worker; "": what the environment variable GNX_WORKER names, else the one that is
   /// installed beside this library.
   std::filesystem::path worker{};

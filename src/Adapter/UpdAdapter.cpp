@@ -17,7 +17,6 @@ namespace tarvio {
 
 namespace {
 
-constexpr double kHistory_s = 259200.0;
 constexpr int kTypeComb = 1;
 constexpr int kTypeBias = 2;
 
@@ -102,8 +101,8 @@ void UpdAdapter::Column::assign(std::vector<double> values) {
   m_values = std::move(values);
 }
 
-void UpdAdapter::History::append(Record record, bool keepLast) {
-  const auto old = [&](const Record& r) { return timdif(record.mjd, record.sod, r.mjd, r.sod) > kHistory_s; };
+void UpdAdapter::History::append(Record record, bool keepLast, double history_s) {
+  const auto old = [&](const Record& r) { return timdif(record.mjd, record.sod, r.mjd, r.sod) > history_s; };
   const std::size_t keep = keepLast ? 1 : 0;
   if (m_ordered) {
     while (m_records.size() > keep && old(m_records.front())) m_records.pop_front();
@@ -169,17 +168,22 @@ void UpdAdapter::s_unpackHead(const Record& record, Updc& set) {
   std::copy(std::begin(record.sysRef), std::end(record.sysRef), set.m_sysRef);
 }
 
+void UpdAdapter::m_keepFor(double seconds) {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_history_s = seconds;
+}
+
 void UpdAdapter::v_inputBias(const Upd_bias& bias) {
   Record record = s_pack(bias, bias.m_value[0], bias.m_sig[0], bias.m_time, bias.m_time2, kFreq);
   const std::lock_guard<std::mutex> lock(m_mutex);
-  m_biases.append(std::move(record), false);
+  m_biases.append(std::move(record), false, m_history_s);
 }
 
 void UpdAdapter::v_inputComb(const char* kind, const char* tag, const Upd_comb& comb) {
   Record record = s_pack(comb, comb.m_value, comb.m_sig, comb.m_time, nullptr, 1);
   const std::lock_guard<std::mutex> lock(m_mutex);
   // An old combination fixes better than none: the only one stays.
-  m_combs[kind][tag].append(std::move(record), true);
+  m_combs[kind][tag].append(std::move(record), true, m_history_s);
 }
 
 void UpdAdapter::m_inquireBias(int mjd, double sod, Upd_bias& out) {

@@ -54,6 +54,10 @@ struct Upd_comb : Updc {
 
 class UpdAdapter {
  public:
+  static constexpr double kHistory_s = 259200.0;
+
+  /// Sets stay for so long instead of kHistory_s.
+  void m_keepFor(double seconds);
   void v_inputBias(const Upd_bias& bias);
   /// \param kind  "comb"; \param tag  of the level
   void v_inputComb(const char* kind, const char* tag, const Upd_comb& comb);
@@ -90,9 +94,9 @@ class UpdAdapter {
   /// Sets in order of arrival. While they arrive in order of time, look-ups do not walk them all.
   class History {
    public:
-    /// Drops records more than 72 h older than the new one, then appends it.
+    /// Drops records that are older than the new one by more, then appends it.
     /// \param keepLast  a single record stays whatever its age
-    void append(Record record, bool keepLast);
+    void append(Record record, bool keepLast, double history_s);
     /// The record with the smallest distance, the first of equal ones; null when empty.
     const Record* nearest(int mjd, double sod) const;
 
@@ -107,6 +111,7 @@ class UpdAdapter {
   static void s_unpackHead(const Record& record, Updc& set);
 
   std::mutex m_mutex;
+  double m_history_s = kHistory_s;
   History m_biases;
   std::map<std::string, std::map<std::string, History>> m_combs;
 };

@@ -292,6 +292,15 @@ void boundLogs(std::int64_t bytes) {
   });
 }
 
+std::string boundBiases(double seconds) {
+  return s_answer([&]() -> std::string {
+    if (!s_running()) return "the engine is not initialised";
+    if (!(seconds > 0.0)) return "biases are kept for some seconds at least";
+    Controller::s_getInstance()->m_upd.m_keepFor(seconds);
+    return "";
+  });
+}
+
 void setClock(std::int64_t utcSeconds) { tarvio::s_setWallClock(static_cast<long>(utcSeconds)); }
 
 std::vector<IntegerFault> integerFaults(const IntegerSettings& settings) {

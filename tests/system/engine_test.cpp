@@ -189,6 +189,7 @@ TEST(Engines, LeaveTheirDirectoryAndTellEvents) {
     EngineOptions bounded;
     bounded.directory = kept.path();
     bounded.logBytes = 3000;
+    bounded.biasHistory_s = 600.0;
     Engine named(Site::get().deployment, bounded);
     EventStream stream = Site::get().stream();
     for (Event event; stream.next(event);) {

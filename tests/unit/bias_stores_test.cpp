@@ -107,7 +107,9 @@ TEST_F(Upd, SetsComeBackWhole) {
 TEST_F(Upd, AnyOrderOfArrivalServesLikeAPlainWalk) {
   std::mt19937 random(7);
   for (const int disorder_s : {0, 7200, 400000}) {
+    const double kept_s = disorder_s == 7200 ? 3600.0 : UpdAdapter::kHistory_s;
     UpdAdapter fast;
+    fast.m_keepFor(kept_s);
     std::vector<std::pair<long, int>> plain;
     for (int k = 0; k < 400; ++k) {
       // Multiples of 600 s make ties and repeated times frequent.
@@ -115,7 +117,7 @@ TEST_F(Upd, AnyOrderOfArrivalServesLikeAPlainWalk) {
           k * 1200L + static_cast<long>(random() % static_cast<unsigned>(disorder_s + 1)) / 600 * 600;
       fast.v_inputComb("comb", "wl", comb(t, k));
       for (auto it = plain.begin(); it != plain.end();)
-        it = t - it->first > 259200 && plain.size() > 1 ? plain.erase(it) : it + 1;
+        it = static_cast<double>(t - it->first) > kept_s && plain.size() > 1 ? plain.erase(it) : it + 1;
       plain.emplace_back(t, k);
 
       const long q = k * 1200L - static_cast<long>(random() % 300000) / 300 * 300 + 300000;

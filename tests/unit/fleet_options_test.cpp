@@ -15,7 +15,8 @@ using support::TemporaryDirectory;
 using testing::HasSubstr;
 
 FleetOptions read(const TemporaryDirectory& dir, const std::string& json) {
-  return readFleet(dir.write("stations.json", json), {liveOptionNames(), liveOptionsOf});
+  return readFleet(dir.write("stations.json", json),
+                   {liveOptionNames(), deployedOptionNames(), liveOptionsOf});
 }
 
 TEST(FleetOptions, StationsTakeDefaultsAndShareStreamsByName) {
@@ -40,6 +41,14 @@ TEST(FleetOptions, StationsTakeDefaultsAndShareStreamsByName) {
   EXPECT_EQ(oslo.sources.size(), 3);
   EXPECT_EQ(fleet.cluster.replicas, 3);
 
+  // A deployment of the station's own holds these choices, whatever the others have.
+  const FleetOptions deployed = read(dir, R"({"streams": {"EPH": "ntrip://c/E"},
+    "defaults": {"eph": "EPH", "obs": "ntrip://c/[SITE]", "fix": true, "systems": "GEC", "mode": "static"},
+    "stations": [{"name": "ROME", "deployment": "site"}, {"name": "OSLO"}]})");
+  EXPECT_EQ(deployed.stations[0].options.deployment, "site");
+  EXPECT_EQ(deployed.stations[0].options.deploy.run.mode, Mode::static_);
+  EXPECT_EQ(deployed.stations[1].options.deploy.systems, "GEC");
+
   // A station of which nothing has changed is the same.
   const FleetOptions again =
       read(dir, R"({"streams": {"EPH": "ntrip://c/E", "A": "ntrip://c/A", "B": "ntrip://c/B"},
@@ -55,6 +64,8 @@ TEST(FleetOptions, MistakesAreToldWithStationFieldAndRemedy) {
   const std::pair<std::string, std::string> cases[] = {
       {R"({"stations": [{"name": "ROME", "obs": "tcp://a:1", "mod": "static"}]})",
        "station ROME: 'mod' is not known here; did you mean 'mode'?"},
+      {R"({"stations": [{"name": "ROME", "obs": "tcp://a:1", "deployment": "site", "fix": true}]})",
+       "station ROME: fix has no effect with --deployment"},
       {streams + R"("defaults": {"eph": "EHP"}, "stations": [{"name": "ROME", "obs": "tcp://a:1"}]})",
        "station ROME: eph: 'EHP' is no stream; did you mean 'EPH'?"},
       {R"({"stations": [{"name": "ROME", "obs": "tcp://a:1", "mode": "walking"}]})", "station ROME: mode: "},

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fleet/packed_state.h"
 #include "gnx/error.h"
+#include "live/state_keeper.h"
 #include "support/files.h"
 
 namespace gnx::test {
@@ -30,6 +32,32 @@ TEST(StateFile, IsWholeOrRefusedAndTakenOnce) {
     EXPECT_EQ(takeStateFile(path), std::nullopt) << "it is tried once";
   }
   EXPECT_THROW(writeStateFile(dir.path() / "none" / "live.state", content), InputError);
+}
+
+// A station comes back to a node that knew it a while ago: the newer of the two states counts.
+TEST(StateFile, AStateOfAnotherMachineTakesThePlaceOfAnOlderOne) {
+  const support::TemporaryDirectory dir;
+  const auto stateAt = [](double second) {
+    return bytesOf({"sources", GpsTime{2445, 0.0} + second, std::string(100000, '\0'), "memory"});
+  };
+  const auto path = dir.path() / "station" / "live.state";
+  placeState(dir.path() / "station", stateAt(20.0));
+  placeState(dir.path() / "station", stateAt(10.0));
+  EXPECT_EQ(readStateFile(path), stateAt(20.0));
+  support::writeFile(path, "damaged");
+  placeState(dir.path() / "station", stateAt(10.0));
+  EXPECT_EQ(readStateFile(path), stateAt(10.0));
+  placeState(dir.path() / "station", "no state");
+  EXPECT_EQ(readStateFile(path), stateAt(10.0));
+
+  const std::string packed = packedState(stateAt(10.0));
+  EXPECT_LT(packed.size(), 2000U);
+  EXPECT_EQ(unpackedState(packed), stateAt(10.0));
+  std::string wrong = packed;
+  wrong[packed.size() / 2] ^= 0x20;
+  EXPECT_EQ(unpackedState(wrong), std::nullopt);
+  for (const std::string& other : {std::string(), packed.substr(0, 30), std::string(100, '\x7f')})
+    EXPECT_EQ(unpackedState(other), std::nullopt);
 }
 
 }  // namespace

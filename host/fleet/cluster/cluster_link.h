@@ -1,7 +1,7 @@
 #pragma once
 /// \file cluster_link.h
 /// What machines that work together need of the servers between them: a bucket of keys, subjects, a stream of
-/// results.
+/// results, the last state of each station.
 
 #include <cstdint>
 #include <functional>
@@ -53,6 +53,9 @@ class ClusterLink {
   /// To the stream of results, once for each `id`.
   virtual void publishResult(const std::string& subject, const std::string& text, const std::string& id,
                              Answer answer) = 0;
+  /// Replaces what the servers keep of a station, for some minutes. False when it is more than they take.
+  virtual bool keepState(const std::string& station, const std::string& state) = 0;
+  virtual std::optional<std::string> stateOf(const std::string& station) = 0;
 };
 
 /// Connects and makes bucket and streams where they are missing.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <string_view>
 #include <utility>
 
 #include "flow/back_off.h"
@@ -23,6 +24,7 @@ constexpr auto kBeat = std::chrono::seconds(1);
 constexpr auto kReadAgain = std::chrono::seconds(30);
 constexpr std::size_t kMostInFlight = 1000, kMostBytes = std::size_t{64} << 20;
 constexpr int kMostAttempts = 20;
+constexpr std::string_view kStation = "station.";         ///< keys that have states
 constexpr auto kLeave = std::chrono::milliseconds(1500);  ///< for results that wait
 
 std::string nameOfThis() {
@@ -32,6 +34,11 @@ std::string nameOfThis() {
   for (char& c : name)
     if (std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '-') c = '_';
   return name + "-" + std::to_string(getpid());
+}
+
+/// The station of a key; "" for a key of another kind.
+std::string stationOf(const std::string& key) {
+  return key.starts_with(kStation) ? key.substr(kStation.size()) : "";
 }
 
 double weightOfThis() { return std::max(1U, std::thread::hardware_concurrency()); }
@@ -147,6 +154,7 @@ void ClusterNode::turn(ClusterLink& link) {
   }
   tell("is at work");
   takeSteps(link);
+  sendStates(link);
 }
 
 /// The bucket is read again when this node may have been taken for dead, and now and then.
@@ -187,10 +195,39 @@ void ClusterNode::takeSteps(ClusterLink& link) {
     const auto revision = link.write(step.key, step.value, step.revision);
     if (!revision) continue;  // somebody was first; the bucket will tell
     m_say("node " + m_name + (step.value.empty() ? " gives away " : " takes ") + step.key);
+    if (!step.value.empty()) fetchState(link, step.key);
     const std::lock_guard lock(m_mutex);
     m_table.done(step, *revision, Clock::now());
   }
   if (!steps.empty()) m_wake();
+}
+
+/// Before the lease is told, for its worker starts at once. Without an answer the station begins anew.
+void ClusterNode::fetchState(ClusterLink& link, const std::string& key) {
+  if (stationOf(key).empty()) return;
+  try {
+    if (auto state = link.stateOf(stationOf(key))) {
+      const std::lock_guard lock(m_mutex);
+      m_known[key] = std::move(*state);
+    }
+  } catch (const ConnectionError& e) {
+    tell(std::string("the servers ") + e.what() + "; " + key + " begins anew");
+  }
+}
+
+void ClusterNode::sendStates(ClusterLink& link) {
+  while (true) {
+    std::map<std::string, std::string>::node_type next;
+    {
+      const std::lock_guard lock(m_mutex);
+      if (m_toKeep.empty() || Clock::now() >= m_mayPublish) return;
+      next = m_toKeep.extract(m_toKeep.begin());
+      if (!m_table.held().contains(next.key())) continue;
+    }
+    if (!link.keepState(stationOf(next.key()), next.mapped()))
+      tell("the state of " + next.key() +
+           " is more than the servers take; it does not move with the station");
+  }
 }
 
 /// In order: results first, then what others may take at once.
@@ -201,6 +238,7 @@ void ClusterNode::leave() {
       pump();
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+    sendStates(*m_link);
     for (const auto& [key, lease] : held()) m_link->write(key, "", lease);
     m_link->erase(m_table.beatKey());
   } catch (const ConnectionError&) {  // they will find out by themselves
@@ -246,6 +284,18 @@ void ClusterNode::result(const std::string& key, const std::string& subject, std
     }
   }
   pump();
+}
+
+void ClusterNode::keepState(const std::string& key, std::string state) {
+  const std::lock_guard lock(m_mutex);
+  if (m_table.held().contains(key)) m_toKeep[key] = std::move(state);
+}
+
+std::optional<std::string> ClusterNode::knownState(const std::string& key) {
+  const std::lock_guard lock(m_mutex);
+  auto known = m_known.extract(key);
+  if (known.empty()) return std::nullopt;
+  return std::move(known.mapped());
 }
 
 void ClusterNode::pump() {

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -52,6 +53,11 @@ class ClusterNode {
   /// \param id  the same result is kept once
   void result(const std::string& key, const std::string& subject, std::string text, std::string id);
 
+  /// What the station of a lease knows, for a node that takes it; lost while nothing may be published.
+  void keepState(const std::string& key, std::string state);
+  /// What was known of it when this node took the lease; once.
+  std::optional<std::string> knownState(const std::string& key);
+
   struct Counts {
     std::int64_t published = 0, dropped = 0, refused = 0;
     std::size_t waiting = 0, nodes = 0;
@@ -72,6 +78,8 @@ class ClusterNode {
   void turn(ClusterLink& link);
   void read(ClusterLink& link);
   void takeSteps(ClusterLink& link);
+  void fetchState(ClusterLink& link, const std::string& key);
+  void sendStates(ClusterLink& link);
   void pump();
   void answered(Result result, bool taken, const std::string& why);
   void leave();
@@ -87,6 +95,7 @@ class ClusterNode {
   std::shared_ptr<ClusterLink> m_link;
   std::map<std::string, Take> m_listeners;
   std::deque<Result> m_results;
+  std::map<std::string, std::string> m_toKeep, m_known;  ///< states by key, to be sent and fetched
   std::size_t m_resultBytes = 0, m_inFlight = 0;
   Clock::time_point m_mayPublish{};  ///< until then
   Counts m_counts;

@@ -37,7 +37,8 @@ namespace {
 constexpr const char* kBucket = "gnx-stations";
 constexpr const char* kStreams = "gnx-streams";      ///< what was broadcast in the last minutes
 constexpr const char* kSolutions = "gnx-solutions";  ///< results
-constexpr std::int64_t kSecond_ns = 1'000'000'000, kStreamsKept_s = 600, kTwins_s = 120;
+constexpr const char* kStates = "gnx-states";        ///< the last one of each station
+constexpr std::int64_t kSecond_ns = 1'000'000'000, kStreamsKept_s = 600, kStatesKept_s = 600, kTwins_s = 120;
 constexpr std::int64_t kStreamsBytes = std::int64_t{64} << 20;
 constexpr std::int64_t kTimeout_ms = 2000, kCatchUp_ms = 300;
 
@@ -77,6 +78,8 @@ class NatsLink : public ClusterLink {
                kStreamsBytes, options.replicas);
     makeStream(kSolutions, {"gnx.sol.>"}, js_FileStorage, options.keepHours * 3600LL,
                std::int64_t{options.keepMegabytes} << 20, options.replicas);
+    makeStream(kStates, {"gnx.state.>"}, js_FileStorage, kStatesKept_s,
+               std::int64_t{options.stateMegabytes} << 20, options.replicas, 1);
   }
   /// Listeners live until no thread of the library can be in one of them.
   ~NatsLink() override {
@@ -182,7 +185,29 @@ class NatsLink : public ClusterLink {
     fail(status);
   }
 
+  bool keepState(const std::string& station, const std::string& state) override {
+    constexpr std::int64_t kHead = 1024;  ///< subject and headers
+    const auto size = static_cast<std::int64_t>(state.size());
+    if (size + kHead > natsConnection_GetMaxPayload(m_connection.get())) return false;
+    require(js_Publish(nullptr, m_js.get(), subjectOf(station).c_str(), state.data(), static_cast<int>(size),
+                       nullptr, nullptr));
+    return true;
+  }
+
+  std::optional<std::string> stateOf(const std::string& station) override {
+    natsMsg* message = nullptr;
+    const natsStatus status =
+        js_GetLastMsg(&message, m_js.get(), kStates, subjectOf(station).c_str(), nullptr, nullptr);
+    if (status == NATS_NOT_FOUND) return std::nullopt;
+    require(status);
+    const Owned<natsMsg, natsMsg_Destroy> owned(message);
+    const Bytes bytes = bytesOf(message);
+    return std::string(bytes.begin(), bytes.end());
+  }
+
  private:
+  static std::string subjectOf(const std::string& station) { return "gnx.state." + station; }
+
   struct Listener {
     std::function<void(Bytes)> take;
     Owned<natsSubscription, natsSubscription_Destroy> subscription;
@@ -237,9 +262,10 @@ class NatsLink : public ClusterLink {
     m_bucket.reset(bucket);
   }
 
-  /// Makes a stream, or gives one that is there these limits.
+  /// Makes a stream, or gives one that is there these limits. \param each  messages kept of a subject, -1 =
+  /// all
   void makeStream(const char* name, std::vector<const char*> subjects, jsStorageType storage,
-                  std::int64_t kept_s, std::int64_t bytes, int replicas) {
+                  std::int64_t kept_s, std::int64_t bytes, int replicas, std::int64_t each = -1) {
     jsStreamConfig choices;
     jsStreamConfig_Init(&choices);
     choices.Name = name;
@@ -248,6 +274,7 @@ class NatsLink : public ClusterLink {
     choices.Storage = storage;
     choices.MaxAge = kept_s * kSecond_ns;
     choices.MaxBytes = bytes;
+    choices.MaxMsgsPerSubject = each;
     choices.Duplicates = std::min(kTwins_s, kept_s) * kSecond_ns;
     choices.Replicas = replicas;
     jsErrCode wrong{};
