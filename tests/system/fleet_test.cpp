@@ -45,7 +45,9 @@ class FleetWorld {
   std::filesystem::path out() const { return m_dir.path() / "out"; }
   Positions positions(int station) const {
     const auto directory = out() / ("S" + std::to_string(station));
-    return std::filesystem::exists(directory / "solution.csv") ? positionsIn(directory) : Positions();
+    std::error_code missing;
+    const auto size = std::filesystem::file_size(directory / "solution.csv", missing);
+    return missing || size == 0 ? Positions() : positionsIn(directory);
   }
   std::string log() const { return support::readFile(out() / "fleet.log"); }
   /// One caster serves a station at a time; behind the last one they begin anew.
