@@ -3,6 +3,7 @@
 #include "deployment/deployed_antenna.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -53,8 +54,18 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
-/// A wrong type is worse than any wrong radome.
-std::size_t difference(std::string_view wanted, std::string_view known) {
+/// A wrong type is worse than any wrong radome. Names of antennas are in upper case, what users type is not;
+/// and they leave out blanks between type and radome.
+std::size_t difference(std::string_view given, std::string_view known) {
+  std::string wanted(given);
+  std::ranges::transform(wanted, wanted.begin(),
+                         [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  if (const auto gap = wanted.find(' '); gap != std::string::npos && wanted.size() < kTypeWidth + 4)
+    if (const std::string radome(trim(wanted.substr(gap))); radome.size() == 4) {
+      wanted.resize(gap);
+      wanted.resize(kTypeWidth, ' ');
+      wanted += radome;
+    }
   const auto part = [](std::string_view name, std::size_t from, std::size_t width) {
     return trim(column(name, from, width));
   };

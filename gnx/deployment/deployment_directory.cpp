@@ -11,6 +11,7 @@
 #include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
 #include "deployment/deployed_keys.h"
+#include "deployment/deployed_tables.h"
 #include "deployment/deployment.h"
 #include "gnx/error.h"
 #include "text/fields.h"
@@ -92,6 +93,7 @@ std::vector<std::string> Deployment::check() const {
   return sentences;
 }
 
+void Deployment::checkTables() const { checkDeployedTables(*this); }
 std::vector<std::string> Deployment::unknownKeys() const { return unknownDeployedKeys(m_directory); }
 std::map<char, std::string> Deployment::bands() const { return deployedBands(m_directory); }
 bool Deployment::toMassCentre() const { return deployedToMassCentre(m_directory); }

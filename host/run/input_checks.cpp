@@ -90,6 +90,19 @@ void checkInterval(const Files& files, const RunPlan& plan, Sentences& sentences
               plan.interval, step, common, step));
 }
 
+/// Atomic clocks of satellites wander by centimetres in five minutes and by a decimetre in fifteen.
+void checkClocks(const Files& files, const RunPlan& plan, Sentences& sentences) {
+  constexpr double kSmooth_s = 299.0;
+  const std::string option = plan.clk.empty() ? "--sp3" : "--clk";
+  const auto clocks = std::ranges::find(files, option, &InputFile::option);
+  if (clocks == files.end() || clocks->interval_s < kSmooth_s || clocks->interval_s <= plan.interval) return;
+  sentences.push_back(printed(
+      "clocks every %g s are interpolated linearly, which costs %s; give clocks of 30 s with --clk",
+      clocks->interval_s,
+      clocks->interval_s > 600.0 ? "two centimetres horizontally and five in height of a moving receiver"
+                                 : "about two centimetres of a moving receiver"));
+}
+
 // ---- stations ----
 
 void checkStations(const Files& files, bool moving, Sentences& sentences) {
@@ -251,6 +264,7 @@ Sentences checkInputs(const Files& files, const ReplayOptions& options, const De
     SignalPlan(
         {deployment.bands(), obs->header.types, {}, plan.signals});  // refuses signals that are not there
   checkInterval(files, plan, sentences);
+  checkClocks(files, plan, sentences);
   checkDate(options, deployment, sentences);
   checkSystems(files, deployment, sentences);
   checkFrame(plan, sentences);

@@ -82,6 +82,31 @@ void widen(InputFile& file, const std::optional<GpsTime>& t) {
   if (!file.last || *file.last < *t) file.last = t;
 }
 
+/// The last epoch: by the header, else by the epoch lines, which forms of version 3 and 4 mark; nothing for
+/// others and for files so long that looking would take its time.
+std::optional<GpsTime> lastObservation(const std::string& path) {
+  constexpr long kLongest = 1'000'000;
+  TextReader in(path);
+  std::vector<std::string_view> words;
+  std::string last;
+  bool inHeader = true;
+  for (std::string_view line; in.next(line) && in.line() < kLongest;) {
+    if (inHeader) {
+      const std::string_view label = trim(column(line, 60, 20));
+      if (label == "CRINEX VERS   / TYPE") last = "compact";
+      inHeader = label != "END OF HEADER";
+      if (label != "TIME OF LAST OBS") continue;
+      split(column(line, 0, 43), words);
+      return timeAt(words, 0);
+    }
+    if (last == "compact") return std::nullopt;
+    if (line.starts_with('>')) last = line.substr(0, 29);
+  }
+  if (in.line() >= kLongest || last.size() < 2) return std::nullopt;
+  split(std::string_view(last).substr(1), words);
+  return timeAt(words, 0);
+}
+
 void surveyObservations(InputFile& file) {
   constexpr int kEpochs = 4;
   ObservationReader reader(file.path);
@@ -94,6 +119,7 @@ void surveyObservations(InputFile& file) {
     if (step > 0.0 && (file.interval_s == 0.0 || step < file.interval_s)) file.interval_s = step;
   }
   file.header = reader.header();
+  file.last = lastObservation(file.path);
   for (const auto& [system, types] : file.header.types)
     if (!types.empty()) file.systems.insert(system);
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "gnx/engine.h"
+#include "run/correction_watch.h"
 #include "run/event_file.h"
 #include "run/input_checks.h"
 #include "run/interruption.h"
@@ -97,13 +98,18 @@ class Run {
     options.onEvent = [&events](const EngineEvent& event) { events.write(event); };
     Engine engine(deployment, options);
     Diagnostics diagnostics(plan);
+    CorrectionWatch watch(phaseCentreHeights(deployment.file("antpcv"), *start.first));
     GpsTime last;
     const Interruption interruption;
     for (Event event; signal == 0 && stream.next(event); signal = interruption.signal()) {
       batches += std::holds_alternative<CorrectionBatch>(event.record) ? 1 : 0;
+      watch.take(event);
       const bool epoch = std::holds_alternative<ObsEpoch>(event.record);
       if (epoch) engine.setOutputOptions(diagnostics.at(last = event.time));
-      if (const auto solution = engine.feed(event)) take(*solution);
+      if (const auto solution = engine.feed(event)) {
+        take(*solution);
+        if (epoch) watch.take(std::get<ObsEpoch>(event.record), *solution);
+      }
       if (std::holds_alternative<StreamStart>(event.record)) tell(engine, start);
       if (!epoch) continue;
       ++epochsRead;
@@ -114,6 +120,8 @@ class Run {
         notes += "note: the engine's store is in " + file + "\n";
     engine.finish();
     account = engine.account();
+    if (!plan.nav.empty() && !plan.broadcastOnly)  // orbits say nothing about messages that are made of them
+      for (std::string& sentence : watch.warnings(plan.massCentre)) warnings.push_back(std::move(sentence));
   }
 
   std::vector<SolutionEpoch> epochs;
@@ -186,7 +194,10 @@ ReplayResult runReplay(const ReplayOptions& options) {
   } catch (const EngineError& e) {
     status = RunEnd::engineFailed;
     end = e.what();
-    error = std::current_exception();
+    if (!options.deployment.empty())
+      end += "; a file of " + options.deployment.string() +
+             " may be damaged: 'gnx explain' looks through it, 'gnx init --force' makes it anew";
+    error = std::make_exception_ptr(EngineError(end));
   } catch (const std::exception& e) {
     status = RunEnd::badInput;
     end = e.what();

@@ -115,6 +115,7 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
   }
   const Deployment given = Deployment::open(options.deployment);
   given.bands();  // damage is told of the user's file, not of its copy
+  given.checkTables();
   makeDirectory(dir);
   setResultsAside(dir);
   given.lend(dir);

@@ -114,6 +114,9 @@ class Deployment {
   /// What would keep the engine from starting or from fixing integers, in sentences; empty for none.
   /// \throws UsageError when integers would be wrong
   std::vector<std::string> check() const;
+  /// Looks through the tables that users edit: leap seconds, satellites, vehicles.
+  /// \throws InputError with the line that the engine would not take
+  void checkTables() const;
   /// Keys of its files that nobody reads, in sentences with the nearest key that is read; check() tells them
   /// too.
   std::vector<std::string> unknownKeys() const;

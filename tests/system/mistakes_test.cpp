@@ -5,10 +5,13 @@
 
 #include <chrono>
 #include <csignal>
+#include <fstream>
 
 #include "run/run_files.h"
 #include "support/child.h"
 #include "support/files.h"
+#include "text/fields.h"
+#include "text/text_reader.h"
 
 namespace gnx::test {
 namespace {
@@ -121,6 +124,27 @@ TEST(Mistakes, InChoicesOfADeploymentNameTheNearestKey) {
   support::writeFile(file, sound);
 }
 
+TEST(Mistakes, InTablesOfADeploymentNameTheLine) {
+  const struct {
+    const char *file, *sound, *wrong, *text;
+  } mistakes[] = {
+      {"leapseconds.txt", "41499  11", "xx", "leapseconds.txt:6: leap second: 'xx' is no day"},
+      {"leapseconds.txt", "41499", "31499", "day 31499 does not follow 41317"},
+      {"satellites.txt", "G02 GPS", "G02 GPX", "'G02 GPX' is no name and system"},
+      {"satnav.txt", "\nG02 ", "\nG00 ", "has no row of G02"},
+      {"ut1t10.txt", "", nullptr, "a file of"},
+  };
+  for (const auto& [name, sound, wrong, text] : mistakes) {
+    const std::string file = inputs().path("deployment/") + name;
+    const std::string whole = support::readFile(file);
+    std::string spoilt = wrong == nullptr ? "hello\n" : whole;
+    if (wrong != nullptr) spoilt.replace(spoilt.find(sound), std::string(sound).size(), wrong);
+    support::writeFile(file, spoilt);
+    expectTold({"replay {good} --deployment {deployment}", wrong == nullptr ? 3 : 2, text});
+    support::writeFile(file, whole);
+  }
+}
+
 TEST(Mistakes, AFileInTheWrongPlaceIsNamedWithItsOption) {
   const Mistake mistakes[] = {
       {"replay {products} --ssr {orbits.sp3}", 2,
@@ -187,12 +211,47 @@ TEST(Mistakes, WithProductsAreTold) {
                            "2020-06-25T01:10:00 --antex " +
                            support::realFile("antex/igs14_2134.atx.gz");
   const Mistake mistakes[] = {
-      {" --antenna 'leiar25.r4      leit'", 0, "is not known"},
+      {" --antenna 'leiar25.r4 leit'", 0, "the nearest name that is known is 'LEIAR25.R4      LEIT'"},
       {" --systems GEC", 0, "no BeiDou in the orbits"},
       {" --fix", 0, "nothing to fix: no phase biases"},
       {" --refpoint APC_ITRF", 0, "refer to the satellites' centres of mass"},
   };
   for (const auto& [options, status, text] : mistakes) expectTold({(good + options).c_str(), status, text});
+  const std::string sparse =
+      std::string(good).erase(good.find(" --clk"), good.find(" --from") - good.find(" --clk"));
+  expectTold({sparse.c_str(), 0, "give clocks of 30 s with --clk"});
+}
+
+// The radial corrections show the centre, the codes of an hour show the sign.
+TEST(Mistakes, OfSignAndCentreInAStreamAreFoundInTheData) {
+  GNX_REQUIRE_DATA("esbc_2020177");
+  const std::string day = support::realFile("esbc_2020177/");
+  const TemporaryDirectory directory;
+  std::ofstream reversed(directory.path() / "reversed.ssr");
+  TextReader in(day + "corrections_grg.ssr.gz");
+  bool clock = false;
+  std::vector<std::string_view> words;
+  for (std::string_view line; in.next(line);) {
+    if (line.starts_with('>')) clock = line.starts_with("> CLOCK");
+    split(line, words);
+    if (line.starts_with("> CLOCK 2020 06 25 02")) break;
+    if (!clock || line.starts_with('>')) reversed << line << '\n';
+    else reversed << words[0] << ' ' << words[1] << ' ' << -*parseReal(words[2]) << " 0 0\n";
+  }
+  reversed.close();
+  const std::string good = "replay --systems GE --obs " + day +
+                           "ESBC00DNK_R_20201770000_01D_30S_MO.rnx.gz --nav " + day +
+                           "ESBC00DNK_R_20201770000_01D_MN.rnx.gz --to 2020-06-25T01:00:00 --antex " +
+                           support::realFile("antex/igs14_2134.atx.gz") + " --ssr ";
+  const std::string right = good + day + "corrections_grg.ssr.gz";
+  expectTold(
+      {right.c_str(), 0, "they are orbits of the centres of mass, but are taken as those of the antennas"});
+  const std::string wrong = good + (directory.path() / "reversed.ssr").string() + " --refpoint CoM_ITRF";
+  expectTold({wrong.c_str(), 0, "the clock corrections make the residuals of the codes larger"});
+  const TemporaryDirectory out;
+  const ChildResult quiet = run(right + " --refpoint CoM_ITRF --quiet --out " + out.path().string());
+  EXPECT_EQ(quiet.output.find("corrections make"), std::string::npos) << quiet.output;
+  EXPECT_EQ(quiet.output.find("antennas' heights"), std::string::npos) << quiet.output;
 }
 
 }  // namespace
