@@ -73,7 +73,8 @@ class Diagnostics {
   }
 
  private:
-  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix -outint";
+  static constexpr const char* kDetails =
+      " -outres -outztd -outclk -outfix -outint -outambstat -outflag -oution";
   const RunPlan& m_plan;
   std::string m_always, m_detailed;
   std::optional<GpsTime> m_last;
