@@ -1,7 +1,10 @@
 /// The program gnx: a host of the engine for streams, files, simulation and reports.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "commands/commands.h"
 #include "commands/exit_status.h"
@@ -15,6 +18,7 @@ int main(int argc, char** argv) {
   gnx::addInit(app);
   gnx::addExplain(app);
   gnx::addReplay(app);
+  gnx::addBatch(app);
   gnx::addLive(app);
   gnx::addFleet(app);
   gnx::addSimulate(app);
@@ -22,10 +26,13 @@ int main(int argc, char** argv) {
   gnx::addCompare(app);
   gnx::addProducts(app);
   gnx::addDemo(app);
+  const std::vector<std::string> given(argv + 1, argv + argc);
   try {
-    app.parse(argc, argv);
+    std::vector<std::string> words = gnx::withRunOptions(given);
+    std::ranges::reverse(words);  // the parser takes them from the end
+    app.parse(std::move(words));
   } catch (const CLI::ParseError& e) {
-    const std::string misspelt = gnx::misspeltWord(app, {argv + 1, argv + argc});
+    const std::string misspelt = gnx::misspeltWord(app, given);
     if (e.get_exit_code() == 0 || misspelt.empty()) return app.exit(e) == 0 ? gnx::kGood : gnx::kBadUse;
     std::fprintf(stderr, "gnx: %s\n", misspelt.c_str());
     return gnx::kBadUse;

@@ -47,7 +47,8 @@ std::string misspeltWord(const CLI::App& app, const std::vector<std::string>& wo
   const std::vector<std::string> options = optionsOf(*app.get_subcommand(*first));
   for (auto word = first + 1; word != words.end(); ++word) {
     const std::string name = word->substr(0, word->find('='));
-    if (!name.starts_with("--") || name == "--" || std::ranges::count(options, name) > 0) continue;
+    if (name == "--") break;  // no options of the command stand behind it
+    if (!name.starts_with("--") || std::ranges::count(options, name) > 0) continue;
     return name + " is no option of 'gnx " + *first + "'" + didYouMean(name, options) + "; 'gnx " + *first +
            " --help' lists them";
   }

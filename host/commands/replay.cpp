@@ -149,6 +149,12 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
       "--solution-name", a.solutionName,
       "further solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, "
       ".csv, .nmea); @KEYWORD: that pattern of the deployment");
+  cmd.add_option(
+         "--resume-from", a.options.resumeFrom,
+         "state that --keep-state of an earlier run has left: the run goes on with it where it begins "
+         "within five minutes of the other's end")
+      ->check(CLI::ExistingFile);
+  cmd.add_option("--keep-state", a.options.keepState, "file for what the engine knows at the end");
   cmd.add_flag("--store-files", plan.storeFiles,
                "write the messages and corrections that the engine holds at the end");
   cmd.add_flag("--quiet", a.options.quiet, "no progress, no summary");

@@ -38,6 +38,21 @@ std::map<char, ResidualStatistics> describeResiduals(const std::vector<Residual>
   return result;
 }
 
+namespace {
+
+/// Whether a receiver went further than errors reach: the middle nine tenths of its positions tell.
+bool isTrack(const std::vector<PositionError>& errors) {
+  constexpr double kSpread_m = 15.0;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    std::vector<double> values;
+    for (const PositionError& e : errors) values.push_back(e.enu[axis]);
+    if (quantile(values, 0.95) - quantile(values, 0.05) > kSpread_m) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<double, 3>>& reference) {
   RunAnalysis a;
   a.residuals = describeResiduals(run.residuals);
@@ -53,6 +68,7 @@ RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<doubl
     path = [place = *a.reference](const GpsTime&) { return std::optional<Vector3>(place); };
   }
   a.errors = positionErrors(run.epochs, path);
+  a.wanders = !a.moving && !a.summary.againstReference && run.plan.mode != "static" && isTrack(a.errors);
   a.fixes = checkFixes(a.errors);
   std::optional<IntegerTruth> truth;
   if (!run.plan.obs.empty())

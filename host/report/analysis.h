@@ -34,6 +34,7 @@ struct ResidualStatistics {
 struct RunAnalysis {
   RunSummary summary;
   bool moving = false;                ///< the reference is a path
+  bool wanders = false;               ///< the receiver moves, and nobody knows its true path
   std::optional<Vector3> reference;   ///< point: the given one, or the mean of the last part of the run
   std::vector<PositionError> errors;  ///< of the solved epochs with a reference
   FixCheck fixes;                     ///< of `errors`; without a true reference nothing is wrong

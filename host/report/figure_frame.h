@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "report/figures.h"
@@ -21,6 +22,17 @@ inline constexpr const char* kNorth = "#1aa260";
 inline constexpr const char* kUp = "#d9534f";
 inline constexpr const char* kNeutral = "#8a7fd0";
 
+/// "09:05" of hours since midnight, "1d 09:05" behind the first day.
+std::string hourText(double hours);
+/// Ticks of an axis of time, at most ten or so: hours since midnight, and their texts.
+std::vector<std::pair<double, std::string>> timeTicks(double first, double last);
+/// How lines of a system look: colour and dashes, as attributes of SVG.
+std::string systemStroke(char system);
+/// Dashes of a system's lines in a plot, "dt 2".
+const char* systemDash(char system);
+/// Kind of its points in a plot.
+int systemPoint(char system);
+
 /// What all figures of a run share: its axis of time.
 struct Frame {
   const RunFiles& run;
@@ -35,10 +47,12 @@ struct Frame {
   void timeAxis(bool labelled) const {
     const double pad = 0.01 * (last - first);
     plot.add(printed("set xrange [%.6f:%.6f]", first - pad, last + pad));
-    if (last - first > 12.0 && last - first <= 50.0) plot.add("set xtics 3");
-    else plot.add("set xtics autofreq");
-    if (labelled) plot.add("set format x '%g'\nset xlabel 'hours of " + date + ", GPS time'");
-    else plot.add("set format x ''\nunset xlabel");
+    std::string ticks;
+    for (const auto& [hour, label] : timeTicks(first, last))
+      ticks += printed("%s'%s' %.6f", ticks.empty() ? "" : ", ", labelled ? label.c_str() : "", hour);
+    plot.add("set xtics (" + ticks + ")");
+    if (labelled) plot.add("set xlabel '" + date + ", GPS time'");
+    else plot.add("unset xlabel");
   }
   /// Place of panel `i` of `n` in a stack.
   void panel(int i, int n) const {
@@ -56,9 +70,10 @@ class PlotCommand {
  public:
   void add(const std::string& part) { parts_ += (parts_.empty() ? "plot " : ", ") + part; }
   /// Small dots, with a larger one in the key.
-  void addCloud(const std::string& data, const char* color, const char* title) {
-    add(data + printed(" with points pt 7 ps 0.22 lc rgb '%s' notitle", color));
-    add(printed("keyentry with points pt 7 ps 0.6 lc rgb '%s' title '%s'", color, title));
+  void addCloud(const std::string& data, const char* color, const char* title, int point = 7) {
+    add(data +
+        printed(" with points pt %d ps %.2f lc rgb '%s' notitle", point, point == 7 ? 0.22 : 0.3, color));
+    add(printed("keyentry with points pt %d ps 0.6 lc rgb '%s' title '%s'", point, color, title));
   }
   bool empty() const { return parts_.empty(); }
   const std::string& text() const { return parts_; }
@@ -75,6 +90,14 @@ Frame frameOf(const RunFiles& run, const RunAnalysis& analysis, Gnuplot& plot);
 
 /// Errors of the analysis over time. \param what  a sentence that says what is drawn
 std::optional<Figure> drawErrors(const Frame& f, const std::string& what);
+/// Satellites in the sky.
+std::optional<Figure> drawSky(const Frame& f);
+/// Use, slips and rejections of each satellite over time.
+std::optional<Figure> drawArcs(const Frame& f);
+/// Slant delays of the ionosphere.
+std::optional<Figure> drawIonosphere(const Frame& f);
+/// Where a receiver went.
+std::optional<Figure> drawTrack(const Frame& f);
 /// Status strip, satellites fixed by level, ratio.
 std::optional<Figure> drawFixes(const Frame& f);
 /// How near the candidates of each level are to integers.

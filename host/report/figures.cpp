@@ -83,70 +83,6 @@ std::optional<Figure> drawHorizontal(const Frame& f) {
                 referenceNote(f.analysis) + outsideNote(scale, errors.size()), "", true};
 }
 
-/// A place for a satellite's name on its own track that keeps clear of the names set before.
-PlotPoint namePlace(const std::vector<PlotPoint>& track, const std::vector<PlotPoint>& taken) {
-  constexpr double kClear = 9.0;  // degrees of the plot
-  constexpr std::size_t kCandidates = 24;
-  PlotPoint best = track.back();
-  double widest = -1.0;
-  for (std::size_t i = 0; i < kCandidates; ++i) {
-    const PlotPoint& p = track[(track.size() - 1) * (kCandidates - 1 - i) / (kCandidates - 1)];
-    double clear = 1e3;
-    for (const PlotPoint& t : taken) clear = std::min(clear, std::hypot(p.x - t.x, p.y - t.y));
-    if (clear > widest) best = p, widest = clear;
-    if (clear > kClear) break;
-  }
-  return best;
-}
-
-std::optional<Figure> drawSky(const Frame& f) {
-  if (f.run.residuals.empty()) return std::nullopt;
-  std::map<char, std::vector<PlotPoint>> clouds;
-  std::map<SatName, std::vector<PlotPoint>> tracks;
-  for (const Residual& r : f.run.residuals) {
-    // Names become commands of gnuplot: what is no satellite in a damaged file must not.
-    const auto satellite = parseSat(r.satellite);
-    if (!r.phase || !satellite) continue;
-    const double zenith = 90.0 - r.elevationDeg, azimuth = r.azimuthDeg * std::numbers::pi / 180.0;
-    const PlotPoint p{zenith * std::sin(azimuth), zenith * std::cos(azimuth)};
-    clouds[satellite->front()].push_back(p);
-    tracks[*satellite].push_back(p);
-  }
-  f.plot.figure(kSquare, kSquare);
-  f.plot.add(
-      "set size square\nunset border\nunset tics\nunset grid\nset xrange [-104:104]\nset yrange [-104:104]");
-  f.plot.add(
-      "set lmargin 0\nset rmargin 0\nset bmargin 0\nset tmargin 0\nset key at graph 0.995,0.995 vertical "
-      "right");
-  for (const int elevation : {0, 30, 60}) {
-    const int radius = 90 - elevation;
-    f.plot.add(printed("set object circle at 0,0 size %d fs empty border rgb '#888888' lw 0.6", radius));
-    if (elevation > 0)
-      f.plot.add(printed("set label '%d°' at 2,%d tc rgb '#888888' font ',9'", elevation, radius - 4));
-  }
-  f.plot.add(
-      "set arrow from -90,0 to 90,0 nohead lw 0.5 lc rgb '#888888'\nset arrow from 0,-90 to 0,90 nohead lw "
-      "0.5 lc rgb '#888888'");
-  f.plot.add(
-      "set label 'N' at 0,96 center\nset label 'S' at 0,-96 center\nset label 'E' at 96,0 center\nset label "
-      "'W' at -96,0 center");
-  std::vector<PlotPoint> taken;
-  for (const auto& [satellite, track] : tracks) {
-    const PlotPoint p = namePlace(track, taken);
-    taken.push_back(p);
-    f.plot.add(printed("set label '%s' at %.1f,%.1f offset 0.4,0.4 font ',8' tc rgb '%s' front",
-                       satellite.c_str(), p.x, p.y, systemColor(satellite[0])));
-  }
-  PlotCommand command;
-  for (const auto& [system, points] : clouds)
-    command.addCloud(f.plot.data(thinCloud(points, 2 * kCloudPoints)), systemColor(system),
-                     systemName(system));
-  if (command.empty()) command.add("NaN notitle");
-  f.plot.add(command.text());
-  return Figure{"sky", "Sky plot", printed("Satellites used; elevation mask %g°.", f.run.plan.cutoffDeg), "",
-                true};
-}
-
 std::optional<Figure> drawSatellites(const Frame& f) {
   f.plot.figure(kWidth, 380);
   f.plot.add("set multiplot");
@@ -164,8 +100,9 @@ std::optional<Figure> drawSatellites(const Frame& f) {
     if (std::none_of(f.run.epochs.begin(), f.run.epochs.end(),
                      [&](const SolutionEpoch& e) { return count(e) > 0; }))
       continue;
-    command.add(f.plot.data(seriesOf(f, count)) + printed(" with steps lw 1.1 lc rgb '%s' title '%s'",
-                                                          systemColor(kLetters[i]), systemName(kLetters[i])));
+    command.add(f.plot.data(seriesOf(f, count)) + printed(" with steps lw 1.1 %s lc rgb '%s' title '%s'",
+                                                          systemDash(kLetters[i]), systemColor(kLetters[i]),
+                                                          systemName(kLetters[i])));
   }
   f.plot.add(command.text());
   f.panel(1, 2);
@@ -206,7 +143,8 @@ std::optional<Figure> drawResiduals(const Frame& f, bool byElevation) {
     PlotCommand command;
     for (auto& [system, points] : clouds) {
       std::erase_if(points, [range](const PlotPoint& p) { return std::abs(p.y) > range; });
-      command.addCloud(f.plot.data(thinCloud(points, kCloudPoints)), systemColor(system), systemName(system));
+      command.addCloud(f.plot.data(thinCloud(points, kCloudPoints)), systemColor(system), systemName(system),
+                       systemPoint(system));
     }
     if (command.empty()) command.add("NaN notitle");
     f.plot.add(command.text());
@@ -220,15 +158,30 @@ std::optional<Figure> drawResiduals(const Frame& f, bool byElevation) {
                       false};
 }
 
+/// Wet and dry part; what an older run has kept is their sum.
 std::optional<Figure> drawZenithDelay(const Frame& f) {
   if (f.run.zenithDelay.empty()) return std::nullopt;
-  f.plot.figure(kWidth, 240);
-  f.panel(0, 1);
-  f.plot.add(
-      "set bmargin at screen 0.23\nset ylabel 'zenith delay [m]' offset 0\nset format y '%.3f'\nunset key");
-  f.plot.add("plot " + f.plot.data(seriesOf(f, f.run.zenithDelay)) +
-             printed(" with lines lw 1.2 lc rgb '%s'", kEast));
-  return Figure{"zenith-delay", "Zenith troposphere delay", "Dry and wet together.", "", false};
+  const bool parts = f.run.zenithDry.size() == f.run.zenithDelay.size();
+  std::vector<Sample> wet = f.run.zenithDelay;
+  for (std::size_t i = 0; parts && i < wet.size(); ++i) wet[i].value -= f.run.zenithDry[i].value;
+  f.plot.figure(kWidth, parts ? 360 : 240);
+  f.plot.add("set multiplot");
+  for (int i = 0; i < (parts ? 2 : 1); ++i) {
+    f.panel(i, parts ? 2 : 1);
+    if (!parts) f.plot.add("set bmargin at screen 0.23");
+    f.plot.add(printed("set ylabel '%s [m]' offset 0\nset format y '%%.3f'\nunset key", !parts
+                                                                                            ? "zenith delay"
+                                                                                        : i == 0 ? "wet"
+                                                                                                 : "dry"));
+    f.plot.add("plot " + f.plot.data(seriesOf(f, i == 0 ? wet : f.run.zenithDry)) +
+               printed(" with lines lw 1.2 lc rgb '%s'", i == 0 ? kEast : kNeutral));
+  }
+  f.plot.add("unset multiplot");
+  return Figure{"zenith-delay", "Zenith troposphere delay",
+                parts ? "The wet part is estimated; the dry one is that of the climatology, whose error the "
+                        "wet one holds."
+                      : "Dry and wet together.",
+                "", false};
 }
 
 std::optional<Figure> drawClock(const Frame& f) {
@@ -261,9 +214,9 @@ std::optional<Figure> drawClock(const Frame& f) {
     PlotCommand command;
     for (const auto& [system, samples] : f.run.clocks)
       if (system != f.run.clockSystem)
-        command.add(
-            f.plot.data(seriesOf(f, samples, kNanoseconds)) +
-            printed(" with lines lw 1.1 lc rgb '%s' title '%s'", systemColor(system), systemName(system)));
+        command.add(f.plot.data(seriesOf(f, samples, kNanoseconds)) +
+                    printed(" with lines lw 1.1 %s lc rgb '%s' title '%s'", systemDash(system),
+                            systemColor(system), systemName(system)));
     f.plot.add(command.text());
   }
   f.plot.add("unset multiplot");
@@ -325,19 +278,23 @@ std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis
   const auto take = [&](std::optional<Figure> figure) {
     if (figure) figures.push_back(std::move(*figure));
   };
-  take(drawErrors(f, referenceNote(analysis)));
-  take(drawHorizontal(f));
+  if (!analysis.wanders) take(drawErrors(f, referenceNote(analysis)));
+  take(analysis.wanders ? drawTrack(f) : drawHorizontal(f));
   take(drawSky(f));
   take(drawSatellites(f));
-  take(drawFixes(f));
+  take(drawArcs(f));
+  if (run.plan.resolution || analysis.summary.fixedShare > 0.0) take(drawFixes(f));
   take(drawFractions(f));
   take(drawResiduals(f, false));
   take(drawResiduals(f, true));
   take(drawZenithDelay(f));
+  take(drawIonosphere(f));
   take(drawClock(f));
   take(drawSigma(f));
+  std::size_t drawn = 0;
   const std::vector<std::string> svgs = plot.draw();
-  for (std::size_t i = 0; i < figures.size(); ++i) figures[i].svg = svgs.at(i);
+  for (Figure& figure : figures)
+    if (figure.svg.empty()) figure.svg = svgs.at(drawn++);
   return figures;
 }
 

@@ -10,6 +10,7 @@
 
 #include "gnx/error.h"
 #include "platform/child_process.h"
+#include "text/printed.h"
 #include "text/text_reader.h"
 
 namespace gnx {
@@ -70,29 +71,51 @@ class PointJoiner {
   bool take(std::string_view line) {
     if (line.find("<use ") == std::string_view::npos) return false;
     const std::string_view place = between(line, "translate(", ")"), scale = between(line, "scale(", ")"),
-                           color = between(line, "color='", "'");
+                           color = between(line, "color='", "'"), kind = between(line, "#gpPt", "'");
     if (place.empty() || scale.empty()) return false;
-    if (color != color_ || scale != scale_) flush();
+    if (color != color_ || scale != scale_ || kind != kind_) flush();
     color_ = color;
     scale_ = scale;
-    path_.append("M").append(place).append("h0");
+    kind_ = kind;
+    path_.append("M").append(place).append(formOf(kind_, std::strtod(scale_.c_str(), nullptr)));
     return true;
   }
   void flush() {
     if (path_.empty()) return;
     std::ostringstream width;
-    width << 2.0 * std::strtod(scale_.c_str(), nullptr);
+    const bool dot = isDot(kind_);
+    width << (dot ? 2.0 * std::strtod(scale_.c_str(), nullptr) : 0.7);
     out.append("<path d=\"")
         .append(path_)
         .append("\" stroke=\"")
         .append(color_.empty() ? "currentColor" : color_);
-    out.append("\" stroke-width=\"").append(width.str()).append("\" stroke-linecap=\"round\"/>\n");
+    out.append("\" stroke-width=\"")
+        .append(width.str())
+        .append("\"")
+        .append(dot ? " stroke-linecap=\"round\"" : " fill=\"none\"")
+        .append("/>\n");
     path_.clear();
   }
   std::string out;
 
  private:
-  std::string path_, color_, scale_;
+  /// Systems have forms of their own; a form is its number less one.
+  static bool isDot(const std::string& kind) {
+    return kind != "0" && kind != "1" && kind != "4" && kind != "8" && kind != "12";
+  }
+  /// The outline about a place, back to which a path need not come.
+  static std::string formOf(const std::string& kind, double scale) {
+    const double a = 5.0 * scale;  // half its width
+    if (kind == "0") return printed("m%.1f,0h%.1fm%.1f,%.1fv%.1f", -a, 2 * a, -a, -a, 2 * a);
+    if (kind == "1")
+      return printed("m%.1f,%.1fl%.1f,%.1fm0,%.1fl%.1f,%.1f", -a, -a, 2 * a, 2 * a, -2 * a, -2 * a, 2 * a);
+    if (kind == "4") return printed("m%.1f,%.1fh%.1fv%.1fh%.1fz", -a, -a, 2 * a, 2 * a, -2 * a);
+    if (kind == "8") return printed("m0,%.1fl%.1f,%.1fh%.1fz", -a, a, 2 * a, -2 * a);
+    if (kind == "12") return printed("m0,%.1fl%.1f,%.1fl%.1f,%.1fl%.1f,%.1fz", -a, a, a, -a, a, -a, -a);
+    return "h0";
+  }
+
+  std::string path_, color_, scale_, kind_;
 };
 
 /// One decimal of a unit is less than any screen shows.

@@ -3,8 +3,12 @@
 #include "report/page.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
 
 #include "report/template.h"
 #include "text/printed.h"
@@ -39,6 +43,11 @@ class Rows {
   std::vector<Markup> m_rows;
 };
 
+/// Whether the run was to fix integers, or did.
+bool fixes(const RunFiles& run, const RunAnalysis& a) {
+  return run.plan.resolution || a.summary.fixedShare > 0.0;
+}
+
 Markup cards(const RunFiles& run, const RunAnalysis& a) {
   const RunSummary& s = a.summary;
   const ErrorStatistics& best = s.tail ? *s.tail : s.whole;
@@ -48,10 +57,12 @@ Markup cards(const RunFiles& run, const RunAnalysis& a) {
   };
   const std::string part = s.tail ? "last " + duration(s.tailSeconds) : "whole run";
   const char* what = s.againstReference ? "rms" : "repeatability";
-  card(length(best.horizontalRms), printed("horizontal %s, ", what) + part);
-  card(length(best.up.rms), printed("vertical %s, ", what) + part);
-  card(duration(s.horizontalConvergence), "horizontal below 10 cm after");
-  card(printed("%.1f %%", 100.0 * s.fixedShare), "epochs fixed");
+  if (best.east.count > 0 && !a.wanders) {  // the mean of a track is no place to repeat
+    card(length(best.horizontalRms), printed("horizontal %s, ", what) + part);
+    card(length(best.up.rms), printed("vertical %s, ", what) + part);
+    card(duration(s.horizontalConvergence), "horizontal below 10 cm after");
+  }
+  if (fixes(run, a)) card(printed("%.1f %%", 100.0 * s.fixedShare), "epochs fixed");
   card(printed("%.1f %%", percent(s.solved, s.epochs)), "epochs solved");
   card(printed("%.1f", s.satellitesMean), "satellites, mean");
   if (s.timed > 0) card(printed("%.2f ms", s.medianMilliseconds), "per epoch, median");
@@ -86,12 +97,15 @@ Markup errorRows(const std::string& part, const ErrorStatistics& e) {
 Markup summarySection(const RunAnalysis& a) {
   const RunSummary& s = a.summary;
   std::vector<Markup> errors;
-  if (s.whole.east.count > 0) errors.push_back(errorRows("whole run", s.whole));
-  if (s.afterHour) errors.push_back(errorRows("after 1 h", *s.afterHour));
-  if (s.tail) errors.push_back(errorRows("last " + duration(s.tailSeconds), *s.tail));
+  const bool told = s.whole.east.count > 0 && !a.wanders;
+  if (told) errors.push_back(errorRows("whole run", s.whole));
+  if (told && s.afterHour) errors.push_back(errorRows("after 1 h", *s.afterHour));
+  if (told && s.tail) errors.push_back(errorRows("last " + duration(s.tailSeconds), *s.tail));
   Rows rows;
-  rows.add("horizontal below 10 cm, for good, after", duration(s.horizontalConvergence));
-  rows.add("vertical below 20 cm, for good, after", duration(s.verticalConvergence));
+  if (told) {
+    rows.add("horizontal below 10 cm, for good, after", duration(s.horizontalConvergence));
+    rows.add("vertical below 20 cm, for good, after", duration(s.verticalConvergence));
+  }
   rows.add("epochs, solved", printed("%zu, %zu", s.epochs, s.solved));
   rows.add("interval", printed("%g s", s.interval));
   rows.add("satellites, mean (min to max)",
@@ -208,6 +222,31 @@ Markup residualTable(const RunAnalysis& a) {
   return fillPage("residuals.html", {{"rows", joined(rows)}});
 }
 
+/// Residuals, slips and rejections by satellite.
+Markup satelliteTable(const RunFiles& run) {
+  std::map<SatName, std::array<std::vector<double>, 2>> residuals;
+  for (const Residual& r : run.residuals)
+    if (parseSat(r.satellite)) residuals[r.satellite][r.phase ? 0 : 1].push_back(r.value);
+  std::map<SatName, std::set<GpsTime>> slips;
+  std::map<SatName, std::size_t> rejected;
+  for (const PhaseArc& arc : run.arcs)
+    if (arc.slipped()) slips[arc.satellite].insert(arc.from);
+  for (const Rejection& r : run.rejections) ++rejected[r.satellite];
+  std::vector<Markup> rows;
+  for (const auto& [satellite, values] : residuals) {
+    const SeriesStatistics phase = describeSeries(values[0]), code = describeSeries(values[1]);
+    rows.push_back(fillPage("satellite_row.html", {{"satellite", std::string(satellite)},
+                                                   {"phases", std::to_string(phase.count)},
+                                                   {"phase_rms", printed("%.1f", phase.rms * 1e3)},
+                                                   {"phase_largest", printed("%.1f", phase.largest * 1e3)},
+                                                   {"code_rms", printed("%.2f", code.rms)},
+                                                   {"code_largest", printed("%.2f", code.largest)},
+                                                   {"slips", std::to_string(slips[satellite].size())},
+                                                   {"rejected", std::to_string(rejected[satellite])}}));
+  }
+  return fillPage("satellites.html", {{"rows", joined(rows)}});
+}
+
 std::string listOf(const std::vector<std::string>& words, const char* separator) {
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
@@ -229,6 +268,19 @@ void addFiles(const RunPlan& p, Rows& rows) {
   add("corrections", p.ssr);
 }
 
+/// Whether the run's antenna file has the receiver's antenna, "" when there is no such file.
+std::string antennaNote(const RunFiles& run) {
+  constexpr std::size_t kType = 20;
+  std::ifstream file(run.directory / "antenna.atx");
+  std::string wanted = run.plan.antenna;
+  wanted.resize(kType, ' ');
+  bool any = false;
+  for (std::string line; std::getline(file, line); any = true)
+    if (line.starts_with(wanted) && line.find("TYPE / SERIAL NO") != std::string::npos)
+      return " (found in the antenna file)";
+  return any ? " (not in the antenna file: offsets and patterns are zero)" : "";
+}
+
 Markup settingsSection(const RunFiles& run, const RunAnalysis& a) {
   const RunPlan& p = run.plan;
   Rows rows;
@@ -238,7 +290,7 @@ Markup settingsSection(const RunFiles& run, const RunAnalysis& a) {
   addFiles(p, rows);
   if (p.broadcastOnly) row("corrections", "none, broadcast orbits and clocks");
   row("receiver", p.receiver);
-  row("antenna", p.antenna);
+  row("antenna", p.antenna.empty() ? "" : p.antenna + antennaNote(run));
   row("mode, interval, mask", p.mode + printed(", %g s, %g°", p.interval, p.cutoffDeg));
   if (a.moving) row("reference", p.referenceFile);
   else if (a.reference)
@@ -273,16 +325,19 @@ Markup squareFigures(const std::vector<Figure>& figures) {
 
 Markup fixSections(const RunFiles& run, const RunAnalysis& a, const std::vector<Figure>& figures) {
   std::vector<Markup> parts = figuresOf(figures, {"fixes"});
-  parts.push_back(fixTable(run, a));
+  if (fixes(run, a)) parts.push_back(fixTable(run, a));
   if (!a.events.events.empty()) parts.push_back(eventSection(a.events));
-  for (Markup& figure : figuresOf(figures, {"fractions", "satellites"})) parts.push_back(std::move(figure));
+  for (Markup& figure : figuresOf(figures, {"fractions", "satellites", "arcs"}))
+    parts.push_back(std::move(figure));
   return joined(parts);
 }
 
-Markup residualSections(const RunAnalysis& a, const std::vector<Figure>& figures) {
+Markup residualSections(const RunFiles& run, const RunAnalysis& a, const std::vector<Figure>& figures) {
   std::vector<Markup> parts = figuresOf(figures, {"residuals-time"});
   parts.push_back(residualTable(a));
-  for (Markup& figure : figuresOf(figures, {"residuals-elevation", "zenith-delay", "clock", "sigma0"}))
+  if (!run.residuals.empty()) parts.push_back(satelliteTable(run));
+  for (Markup& figure :
+       figuresOf(figures, {"residuals-elevation", "zenith-delay", "ionosphere", "clock", "sigma0"}))
     parts.push_back(std::move(figure));
   return joined(parts);
 }
@@ -296,6 +351,8 @@ Markup links(const std::vector<Figure>& figures, bool events) {
     link(f.id, f.title);
     if (events && f.id == "fixes") link("events", "Events");
   }
+  const bool linked = std::ranges::any_of(figures, [](const Figure& f) { return f.id == "fixes"; });
+  if (events && !linked) link("events", "Events");
   return joined(list, "");
 }
 
@@ -308,6 +365,7 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                : std::filesystem::path(run.plan.obs.front()).filename().string();
   return fillPage("page.html", {{"name", name},
                                 {"style", pageFile("style.css")},
+                                {"script", pageFile("report.js")},
                                 {"begin", formatTime(s.begin)},
                                 {"end", formatTime(s.end)},
                                 {"duration", duration(s.end - s.begin)},
@@ -321,7 +379,7 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                 {"summary", summarySection(a)},
                                 {"fix_sections", fixSections(run, a, figures)},
                                 {"account", accountSection(run.account)},
-                                {"residual_sections", residualSections(a, figures)},
+                                {"residual_sections", residualSections(run, a, figures)},
                                 {"settings", settingsSection(run, a)}})
              .html +
          "\n";

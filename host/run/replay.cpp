@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "gnx/engine.h"
+#include "live/state_file.h"
 #include "run/correction_watch.h"
 #include "run/event_file.h"
 #include "run/input_checks.h"
@@ -73,7 +74,8 @@ class Diagnostics {
   }
 
  private:
-  static constexpr const char* kDetails = " -outres -outztd -outclk -outfix -outint";
+  static constexpr const char* kDetails =
+      " -outres -outztd -outclk -outfix -outint -outambstat -outflag -oution";
   const RunPlan& m_plan;
   std::string m_always, m_detailed;
   std::optional<GpsTime> m_last;
@@ -84,7 +86,7 @@ class Run {
  public:
   explicit Run(const PreparedRun& prepared) : m_prepared(prepared) {}
 
-  void go(const std::function<void(const RunProgress&)>& onEpoch) {
+  void go(const ReplayOptions& choices) {
     const RunPlan& plan = m_prepared.plan;
     Deployment deployment = Deployment::open(m_prepared.dir);
     deployment.settings = settingsOf(plan);
@@ -96,6 +98,7 @@ class Run {
     EngineOptions options;
     options.directory = m_prepared.dir;
     options.onEvent = [&events](const EngineEvent& event) { events.write(event); };
+    if (!choices.resumeFrom.empty()) options.state = readStateFile(choices.resumeFrom).value_or("");
     Engine engine(deployment, options);
     Diagnostics diagnostics(plan);
     CorrectionWatch watch(phaseCentreHeights(deployment.file("antpcv"), *start.first));
@@ -113,8 +116,9 @@ class Run {
       if (std::holds_alternative<StreamStart>(event.record)) tell(engine, start);
       if (!epoch) continue;
       ++epochsRead;
-      if (onEpoch) onEpoch({event.time, epochsRead, stream.share()});
+      if (choices.onEpoch) choices.onEpoch({event.time, epochsRead, stream.share()});
     }
+    if (!choices.keepState.empty() && signal == 0) writeStateFile(choices.keepState, engine.state());
     if (plan.storeFiles)
       for (const std::string& file : engine.writeStoreFiles(last))
         notes += "note: the engine's store is in " + file + "\n";
@@ -190,7 +194,7 @@ ReplayResult runReplay(const ReplayOptions& options) {
   std::string end = "the engine ended in order";
   std::exception_ptr error;
   try {
-    run.go(options.onEpoch);
+    run.go(options);
   } catch (const EngineError& e) {
     status = RunEnd::engineFailed;
     end = e.what();

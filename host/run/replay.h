@@ -37,6 +37,8 @@ struct ReplayOptions {
   std::string solutionName;                         ///< pattern of further solution files, "" = none
   bool nmea = false;                                ///< also write NMEA sentences
   std::vector<TrackFormat> tracks;                  ///< files for maps
+  std::filesystem::path resumeFrom;                 ///< state of an earlier run to go on with, "" = none
+  std::filesystem::path keepState;                  ///< file for the state at the end, "" = none
   bool quiet = false;                               ///< no progress, no summary on standard output
   std::function<void(const RunProgress&)> onEpoch;  ///< follows the run; empty = nobody does
   /// Is told what was understood of the inputs, and warnings about them, before the engine starts.

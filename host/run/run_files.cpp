@@ -2,7 +2,9 @@
 
 #include "run/run_files.h"
 
+#include <cmath>
 #include <optional>
+#include <set>
 
 #include "gnx/error.h"
 #include "run/diagnostics.h"
@@ -46,15 +48,42 @@ void takeInteger(const DiagnosticsReader& line, RunFiles& run) {
   run.integers.push_back(std::move(sample));
 }
 
+/// The first line of each arc; the engine tells of it at every epoch.
+void takeArc(const DiagnosticsReader& line, std::set<std::string>& begun, RunFiles& run) {
+  const auto from = line.real(10);
+  const auto beginning = line.whole(12);
+  if (!from || !beginning || !parseSat(line.word(4))) return;
+  std::string name(line.word(4));
+  name.append(line.word(5)).append(line.word(10));
+  if (!begun.insert(std::move(name)).second) return;
+  constexpr double kDay_s = 86400.0;
+  const GpsTime epoch = toGpsTime({1858, 11, 17, 0, 0, 0.0});
+  run.arcs.push_back({SatName(line.word(4)), epoch + std::round(*from * kDay_s * 2.0) / 2.0, *beginning});
+}
+
+void takeRejection(const DiagnosticsReader& line, RunFiles& run) {
+  const std::string_view reason = line.word(7);
+  if (line.size() < 8 || !parseSat(line.word(4)) || reason == "used" || reason == "lowelev") return;
+  run.rejections.push_back({line.time(), SatName(line.word(4)), std::string(reason)});
+}
+
 void readDiagnostics(RunFiles& run) {
   DiagnosticsReader line(run.directory / "diagnostics.log");
+  std::set<std::string> begun;
   while (line.next()) {
     if (line.time() < run.epochs.front().time || run.epochs.back().time < line.time()) continue;
     if (line.tag() == "RES") takeResidual(line, run);
     else if (line.tag() == "CLK") takeClock(line, run);
     else if (line.tag() == "INT") takeInteger(line, run);
     else if (line.tag() == "ZTD") {
-      if (const auto total = line.real(7)) run.zenithDelay.push_back({line.time(), *total});
+      const auto dry = line.real(4), total = line.real(7);
+      if (total) run.zenithDelay.push_back({line.time(), *total});
+      if (total && dry) run.zenithDry.push_back({line.time(), *dry});
+    } else if (line.tag() == "AMB") takeArc(line, begun, run);
+    else if (line.tag() == "OBS") takeRejection(line, run);
+    else if (line.tag() == "ION") {
+      if (const auto delay = line.real(7); delay && parseSat(line.word(4)))
+        run.ionosphere[SatName(line.word(4))].push_back({line.time(), *delay});
     } else if (line.tag() == "FIX") {
       const auto fixed = line.whole(5);
       const auto ratio = line.real(6);

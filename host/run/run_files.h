@@ -38,6 +38,21 @@ struct LevelSample {
   double ratio = 0.0;
 };
 
+/// An ambiguity from its beginning on.
+struct PhaseArc {
+  SatName satellite;
+  GpsTime from;
+  int beginning = 0;  ///< as the engine tells it: 1 new, 2 gap, 3 and 4 slip, 5 restart, 6 outlier
+  bool slipped() const { return beginning == 3 || beginning == 4; }
+};
+
+/// A value above the elevation mask that was not used.
+struct Rejection {
+  GpsTime time;
+  SatName satellite;
+  std::string reason;  ///< as in "account.csv"
+};
+
 /// One candidate of integer resolution in one epoch, between two satellites.
 struct IntegerSample {
   GpsTime time;
@@ -58,7 +73,11 @@ struct RunFiles {
   std::vector<std::pair<std::string, std::string>> settings;  ///< of the engine, name and value
   std::vector<Residual> residuals;                            ///< empty: none kept
   std::vector<Sample> zenithDelay;                            ///< total, m
-  std::map<char, std::vector<Sample>> clocks;                 ///< m; others than `clockSystem` are offsets
+  std::vector<Sample> zenithDry;                              ///< hydrostatic part of it, m
+  std::vector<PhaseArc> arcs;                                 ///< empty: none kept
+  std::vector<Rejection> rejections;
+  std::map<SatName, std::vector<Sample>> ionosphere;  ///< slant delay on the first frequency, m
+  std::map<char, std::vector<Sample>> clocks;         ///< m; others than `clockSystem` are offsets
   char clockSystem = 'G';
   std::map<std::string, std::vector<LevelSample>> levels;  ///< "ewl", "wl", "n1"
   std::vector<IntegerSample> integers;                     ///< empty: none kept

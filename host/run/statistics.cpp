@@ -18,6 +18,12 @@ constexpr double kVerticalLimit = 0.20;    // m
 constexpr double kHour = 3600.0;
 constexpr double kDay = 24.0 * kHour;
 
+/// A solution that went astray to the centre of the Earth has no error worth telling.
+bool isOnEarth(const Vector3& place) {
+  constexpr double kDeepest_m = 6.3e6;
+  return std::hypot(place[0], place[1], place[2]) > kDeepest_m;
+}
+
 /// Seconds from the first error to the first one after which all stay within the limit.
 std::optional<double> convergence(const std::vector<PositionError>& errors, double limit,
                                   double (*magnitude)(const Vector3&)) {
@@ -74,7 +80,7 @@ Vector3 meanPosition(const std::vector<SolutionEpoch>& epochs, const GpsTime& fr
   Vector3 sum{};
   double count = 0.0;
   for (const SolutionEpoch& epoch : epochs) {
-    if (!isSolved(epoch) || epoch.time - from < 0.0) continue;
+    if (!isSolved(epoch) || !isOnEarth(epoch.xyz) || epoch.time - from < 0.0) continue;
     count += 1.0;
     // A running mean keeps the digits that a sum of many millions of metres would lose.
     for (std::size_t i = 0; i < 3; ++i) sum[i] += (epoch.xyz[i] - sum[i]) / count;
@@ -88,7 +94,7 @@ void describeAccuracy(const std::vector<SolutionEpoch>& epochs, const ReferenceP
   if (errors.empty()) return;
   s.whole = describeErrors(errors, errors.front().time);
   const GpsTime hour = errors.front().time + kHour;
-  if (errors.back().time - hour > 0.0) s.afterHour = describeErrors(errors, hour);
+  if (errors.back().time - hour >= kHour) s.afterHour = describeErrors(errors, hour);
   const GpsTime tail = tailStart(s);
   if (errors.back().time - tail > 0.0) {
     s.tail = describeErrors(errors, tail);
@@ -159,7 +165,7 @@ std::vector<PositionError> positionErrors(const std::vector<SolutionEpoch>& epoc
                                           const ReferencePath& reference) {
   std::vector<PositionError> errors;
   for (const SolutionEpoch& epoch : epochs) {
-    if (!isSolved(epoch)) continue;
+    if (!isSolved(epoch) || !isOnEarth(epoch.xyz)) continue;
     const auto truth = reference(epoch.time);
     if (!truth) continue;
     const Vector3 d{epoch.xyz[0] - (*truth)[0], epoch.xyz[1] - (*truth)[1], epoch.xyz[2] - (*truth)[2]};
