@@ -69,7 +69,8 @@ struct Session {
         plan(request(deployment, start)),
         products(core, numbers, plan, deployment.settings.excluded, reversedAxes(deployment, firstTime),
                  !start.corrected.empty()),
-        observations(core, numbers, plan, deployment.settings.excluded) {
+        observations(core, numbers, plan, deployment.settings.excluded),
+        integersAsked(deployment.resolvesIntegers()) {
     setIntegers(start.integers);
     products.notePhaseBiases(arcs);
     observations.shiftArcs(arcs);
@@ -82,12 +83,21 @@ struct Session {
     products.keepFloat(std::move(floating));
   }
 
+  /// An epoch that was left float for its products says so.
+  void explain(Solution& solution) const {
+    if (!integersAsked || solution.reason != SolutionReason::integersOff) return;
+    solution.why = arcs.biasesRun()
+                       ? "the phase biases run along with clocks that drift, so that no integers hold"
+                       : "the corrections carry no integers at this epoch";
+  }
+
   GpsTime first;
   BoundaryNumbers numbers;
   SignalPlan plan;
   PhaseArcs arcs;
   ProductFeed products;
   ObservationFeed observations;
+  bool integersAsked;
   IntegerPolicy integers;
   MessageStore messages;
   PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
@@ -260,7 +270,9 @@ struct Engine::Impl {
     }
     s.observations.feed(s.patterns ? epoch : given);
     auto solution = core->takeSolution();
-    if (solution) solution->time = now;
+    if (!solution) return solution;
+    solution->time = now;
+    if (!resolve) s.explain(*solution);
     return solution;
   }
 

@@ -104,6 +104,7 @@ void LiveStation::feed(const Event& event) {
   m_epoch = solution->time;
   if (solution->solved() && !std::exchange(m_solved, true)) m_context.say("there are positions");
   if (solution->solved()) m_pause_s = 1.0;
+  tellIntegers(*solution);
   m_context.take(*solution, facts(*solution));
 }
 
@@ -132,6 +133,13 @@ void LiveStation::noteEvent(const EngineEvent& event) {
   const std::string broken = value("broken");
   m_context.say("the run goes on where the one before has ended, with the arcs of " + value("held") +
                 " satellites" + (broken.empty() ? "" : "; anew begin " + broken));
+}
+
+/// Integers that were asked for and are not to be had are no matter of waiting.
+void LiveStation::tellIntegers(const Solution& solution) {
+  if (solution.reason != SolutionReason::integersOff || solution.why == m_withoutIntegers) return;
+  m_withoutIntegers = solution.why;
+  if (m_context.deployment.resolvesIntegers()) m_context.say("positions stay float: " + solution.why);
 }
 
 LiveFacts LiveStation::facts(const Solution& solution) const {

@@ -63,6 +63,7 @@ class LiveStation {
   LiveFacts facts(const Solution& solution) const;
   void engineEnded(const EngineError& error);
   void noteEvent(const EngineEvent& event);
+  void tellIntegers(const Solution& solution);
 
   StationContext m_context;
   EventFile m_events;
@@ -75,6 +76,7 @@ class LiveStation {
   std::optional<StationState> m_known;  ///< to go on with when the engine is started anew
   double m_pause_s = 1.0;
   bool m_solved = false;
+  std::string m_withoutIntegers;  ///< why, as it was told last
 };
 
 }  // namespace gnx
