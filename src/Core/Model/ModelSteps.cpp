@@ -29,6 +29,7 @@ constexpr double kOmegaOverC = 2.4323877909897254e-13;  // 7.2921151467e-5 rad/s
 constexpr double kPathDelay_m = 0.008870056071559442;   // 2 GM/c^2
 constexpr double kTravelTime_s = 0.075;
 constexpr double kTravelTolerance_s = 1.0e-9;
+constexpr double kEvenTime_s = 1.0e-5;  ///< in which a satellite leaves its straight way by less than 1e-10 m
 constexpr int kEmissionRounds = 30;
 constexpr double kGpsToTt_s = 51.184;
 
@@ -77,6 +78,37 @@ void s_moveToAntennas(const Satellite& sat, int nfreq, SatGeometry& geo) {
     for (int k = 0; k < 3; ++k)
       geo.xv[f][k] +=
           sat.m_pco[f][0] * sat.m_xscf[k] + sat.m_pco[f][1] * sat.m_yscf[k] + sat.m_pco[f][2] * sat.m_zscf[k];
+}
+
+/// Travel time by the state that the epoch has brought for the satellite, which moves evenly for so short a
+/// time: good to some metres, the antenna's distance from it.
+double s_expectedTravel(const Satellite& satellite, double rclk, const double* point) {
+  const double* state = satellite.m_xyz;
+  double travel = kTravelTime_s;
+  if (dot(3, state, state) == 0.0) return travel;
+  for (int round = 0; round < 2; ++round) {
+    double x[3], d[3];
+    for (int k = 0; k < 3; ++k) {
+      x[k] = state[k] - state[3 + k] * (rclk + travel);
+      d[k] = x[k] - point[k];
+    }
+    travel = s_range(d, x) / kLight;
+  }
+  return std::fabs(travel) < kDay ? travel : kTravelTime_s;
+}
+
+/// Lines of sight from the receiver's points to the satellite's.
+void s_setRanges(const double (*point)[3], int nfreq, SatGeometry& geo) {
+  for (int f = 0; f < nfreq; ++f) {
+    for (int k = 0; k < 3; ++k) geo.d[f][k] = geo.xv[f][k] - point[f][k];
+    geo.range[f] = s_range(geo.d[f], geo.xv[f]);
+  }
+}
+
+/// Moves the satellite back along its way by the time by which the signal has left it earlier.
+void s_moveBack(double earlier, int nfreq, SatGeometry& geo) {
+  for (int f = 0; f < nfreq; ++f)
+    for (int k = 0; k < 3; ++k) geo.xv[f][k] -= geo.xv[f][3 + k] * earlier;
 }
 
 void s_designRow(const Deploy& deploy, const SystemFrame& frame, const SatGeometry& geo, Ssat_t& sat) {
@@ -190,7 +222,7 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
   const Satellite& satellite = deploy.m_satellites[static_cast<std::size_t>(isat)];
   const int nfreq = deploy.m_nfreqUsed[deploy.m_sysOfRow(isat)];
 
-  double travel = kTravelTime_s;
+  double travel = s_expectedTravel(satellite, rclk, point[0]);
   for (int round = 0; round < kEmissionRounds; ++round) {
     int mjd;
     double sod, xv[6];
@@ -199,14 +231,17 @@ bool s_emission(const ModelInput& in, int isat, const SystemFrame& frame, double
     for (int f = 0; f < nfreq; ++f) std::copy(xv, xv + 6, geo.xv[f]);
     if (!s_bodyAxes(in, isat, frame, xv)) return false;
     if (in.centreOfMass) s_moveToAntennas(satellite, nfreq, geo);
-    for (int f = 0; f < nfreq; ++f) {
-      for (int k = 0; k < 3; ++k) geo.d[f][k] = geo.xv[f][k] - point[f][k];
-      geo.range[f] = s_range(geo.d[f], geo.xv[f]);
-    }
-    s_designRow(deploy, frame, geo, in.sta.m_sat[isat]);
+    s_setRanges(point, nfreq, geo);
     const double found = geo.range[0] / kLight;
     if (!(std::fabs(found) < kDay)) return false;  // not finite, or no orbit of a navigation satellite
-    if (std::fabs(found - travel) <= kTravelTolerance_s) return true;
+    const double earlier = found - travel;
+    const bool even = std::fabs(earlier) <= kEvenTime_s && dot(3, xv + 3, xv + 3) > 0.0;
+    if (even && std::fabs(earlier) > kTravelTolerance_s) {
+      s_moveBack(earlier, nfreq, geo);
+      s_setRanges(point, nfreq, geo);
+    }
+    s_designRow(deploy, frame, geo, in.sta.m_sat[isat]);
+    if (even || std::fabs(earlier) <= kTravelTolerance_s) return true;
     travel = found;
   }
   return true;
