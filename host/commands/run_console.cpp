@@ -12,12 +12,13 @@
 
 #include "commands/exit_status.h"
 #include "report/report.h"
+#include "text/printed.h"
 
 namespace gnx {
 
 namespace {
 
-/// Progress on a terminal: data time, rate, remaining. Silent in a pipe.
+/// Progress on a terminal. Silent in a pipe.
 class Progress {
  public:
   explicit Progress(bool quiet) : active_(!quiet && isatty(STDERR_FILENO) != 0) {}
@@ -31,11 +32,8 @@ class Progress {
     const auto now = Clock::now();
     if (now - shown_ < std::chrono::milliseconds(200)) return;
     shown_ = now;
-    const double elapsed = std::chrono::duration<double>(now - start_).count();
-    const double left = r.share > 0.01 ? elapsed * (1.0 - r.share) / r.share : 0.0;
-    std::fprintf(stderr, "\r%s  %zu epochs  %.0f epochs/s  %3.0f %%  %.0f s left   ",
-                 formatTime(r.time).c_str(), r.epochs,
-                 static_cast<double>(r.epochs) / std::max(elapsed, 1e-3), 100.0 * r.share, left);
+    std::fprintf(stderr, "\r%-79s",
+                 progressLine(r, std::chrono::duration<double>(now - start_).count()).c_str());
     drawn_ = true;
   }
 
@@ -92,6 +90,22 @@ void printSummary(const ReplayOptions& options, const ReplayResult& result) {
 }
 
 }  // namespace
+
+std::string progressLine(const RunProgress& r, double elapsed_s) {
+  std::string text = formatTime(r.time) +
+                     printed("  %.0f epochs/s", static_cast<double>(r.epochs) / std::max(elapsed_s, 1e-3));
+  constexpr double kLeast = 0.005;
+  if (r.share > 0.0) text += printed("  %.0f %%", 100.0 * r.share);
+  if (r.share > kLeast) {
+    const double left_s = elapsed_s * (1.0 - r.share) / r.share;
+    text += left_s < 90.0 ? printed("  %.0f s left", left_s) : printed("  %.0f min left", left_s / 60.0);
+  }
+  if (r.sigma_m > 0.0) {
+    text += r.fixed ? "  fixed" : "  float";
+    text += r.sigma_m < 1.0 ? printed(" %.1f cm", 100.0 * r.sigma_m) : printed(" %.1f m", r.sigma_m);
+  }
+  return text;
+}
 
 void runOnConsole(const ReplayOptions& options) {
   const ReplayResult result = runWithProgress(options);

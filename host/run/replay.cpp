@@ -14,6 +14,7 @@
 #include "run/input_checks.h"
 #include "run/interruption.h"
 #include "run/named_solutions.h"
+#include "run/observation_end.h"
 #include "run/run_directory.h"
 #include "run/solution_files.h"
 #include "run/summary_file.h"
@@ -81,6 +82,14 @@ class Diagnostics {
   std::optional<GpsTime> m_last;
 };
 
+/// First epoch of the last observation file.
+GpsTime firstOf(const PreparedRun& run, const GpsTime& otherwise) {
+  GpsTime first = otherwise;
+  for (const InputFile& file : run.files)
+    if (file.option == "--obs" && file.first) first = *file.first;
+  return first;
+}
+
 /// A run while it goes on, and what it has given so far.
 class Run {
  public:
@@ -92,6 +101,9 @@ class Run {
     deployment.settings = settingsOf(plan);
     EventStream stream = openStream(plan, deployment);
     const StreamStart& start = stream.start();
+    m_end = plan.to;
+    if (!m_end && start.first) m_end = observationEnd(plan.obs.back(), firstOf(m_prepared, *start.first));
+    m_begin = start.first.value_or(GpsTime{});
     if (deployment.resolvesIntegers() && !plan.broadcastOnly)
       writeIntegerPolicy(m_prepared.dir / "integers.json", start.integers);
     EventFile events(m_prepared.dir / "events.csv");
@@ -116,7 +128,7 @@ class Run {
       if (std::holds_alternative<StreamStart>(event.record)) tell(engine, start);
       if (!epoch) continue;
       ++epochsRead;
-      if (choices.onEpoch) choices.onEpoch({event.time, epochsRead, stream.share()});
+      if (choices.onEpoch) choices.onEpoch(progressAt(event.time));
     }
     if (!choices.keepState.empty() && signal == 0) writeStateFile(choices.keepState, engine.state());
     if (plan.storeFiles)
@@ -136,7 +148,18 @@ class Run {
   int signal = 0;  ///< that ended the run early
 
  private:
+  RunProgress progressAt(const GpsTime& time) const {
+    RunProgress progress{time, epochsRead};
+    if (m_end && m_begin < *m_end)
+      progress.share = std::clamp((time - m_begin) / (*m_end - m_begin), 0.0, 1.0);
+    progress.sigma_m = m_sigma_m;
+    progress.fixed = !epochs.empty() && epochs.back().status == kFixedStatus;
+    return progress;
+  }
+
   void take(const Solution& solution) {
+    const auto& c = solution.covariance;
+    m_sigma_m = solution.solved() ? std::sqrt(c[0][0] + c[1][1] + c[2][2]) : 0.0;
     epochs.push_back(epochOf(solution, epochs.empty() ? nullptr : &epochs.back()));
   }
 
@@ -153,6 +176,9 @@ class Run {
   }
 
   const PreparedRun& m_prepared;
+  GpsTime m_begin;
+  std::optional<GpsTime> m_end;  ///< of the epochs, as far as it is known
+  double m_sigma_m = 0.0;
 };
 
 void writeResults(const fs::path& dir, const ReplayOptions& options,

@@ -23,6 +23,8 @@ struct RunProgress {
   GpsTime time;
   std::size_t epochs = 0;  ///< of the observation files
   double share = 0.0;      ///< read so far, 0..1; 0 when the end is not known
+  double sigma_m = 0.0;    ///< formal 3D sigma of the last position; 0 without one
+  bool fixed = false;      ///< integers are in it
 };
 
 struct ReplayOptions {
