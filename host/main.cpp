@@ -8,7 +8,9 @@
 
 #include "commands/commands.h"
 #include "commands/exit_status.h"
+#include "commands/manual.h"
 #include "commands/near_names.h"
+#include "commands/option_file.h"
 #include "gnx/error.h"
 
 int main(int argc, char** argv) {
@@ -26,8 +28,11 @@ int main(int argc, char** argv) {
   gnx::addCompare(app);
   gnx::addProducts(app);
   gnx::addDemo(app);
-  const std::vector<std::string> given(argv + 1, argv + argc);
+  gnx::addManual(app);
+  gnx::addOptionFile(app);
+  std::vector<std::string> given(argv + 1, argv + argc);
   try {
+    given = gnx::withOptionFile(given);
     std::vector<std::string> words = gnx::withRunOptions(given);
     std::ranges::reverse(words);  // the parser takes them from the end
     app.parse(std::move(words));

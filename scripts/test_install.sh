@@ -32,6 +32,14 @@ if grep 'UND.*GNX_IO_' <<<"$symbols"; then
   fail "the companion functions are bound to one library; a host must be able to bring its own"
 fi
 
+say "manual pages and completion"
+for command in replay batch live; do
+  grep -q '^\.SH EXIT STATUS' "$prefix/share/man/man1/gnx-$command.1" || fail "gnx-$command has no manual page"
+done
+completed=$(bash -c "source $prefix/share/bash-completion/completions/gnx
+  COMP_WORDS=(gnx replay --hea) COMP_CWORD=2; _gnx; echo \"\${COMPREPLY[*]}\"")
+[ "$completed" = --header-position ] || fail "bash completes --hea to '$completed'"
+
 say "data: an hour of a simulated sky, and a deployment for it"
 gnx simulate "$work/data" --hours 1 --systems GE >/dev/null
 gnx init "$work/site" --systems GE --refpoint APC_ITRF --mode kinematic --date 2026-11-21 >/dev/null

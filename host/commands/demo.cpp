@@ -80,6 +80,7 @@ void addDemo(CLI::App& app) {
   cmd->add_option("--hours", a->hours, "length")->check(CLI::Range(0.1, 24.0))->capture_default_str();
   cmd->add_option("--interval", a->interval, "s")->check(CLI::Range(1.0, 300.0))->capture_default_str();
   cmd->add_option("--seed", a->seed, "another seed is another simulation")->capture_default_str();
+  cmd->footer("example: gnx demo --out out/demo");
   cmd->callback([a] { runDemo(*a); });
 }
 

@@ -98,6 +98,7 @@ void addInit(CLI::App& app) {
   auto* cmd = app.add_subcommand("init", "write a deployment: configuration and data files");
   auto a = std::make_shared<InitArguments>();
   addOptions(*cmd, *a);
+  cmd->footer("example: gnx init site --systems GEC --antex antennas.atx --date 2026-11-21");
   cmd->callback([a] { init(*a); });
 }
 

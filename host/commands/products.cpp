@@ -99,6 +99,7 @@ void addProducts(CLI::App& app) {
       ->capture_default_str();
   cmd->add_option("--from", a->from, "first epoch, GPS time");
   cmd->add_option("--to", a->to, "last epoch, GPS time");
+  cmd->footer("example: gnx products --ssr stream.ssr --nav brdc.rnx --out products --antex antennas.atx");
   cmd->callback([a] { makeProducts(*a); });
 }
 

@@ -16,6 +16,13 @@ namespace gnx {
 
 namespace {
 
+constexpr const char* kFooter = R"(examples:
+  gnx replay --obs site.crx.gz --nav brdc.rnx.gz --sp3 orbits.sp3.gz --clk clocks.clk.gz --antex antennas.atx --report
+  gnx replay --obs drive.rnx --nav brdc.rnx --broadcast --mode kinematic --interval 1 --track gpx,kml
+  gnx replay --obs site.rnx --nav brdc.rnx --ssr stream.ssr --deployment site --out out/site
+  gnx replay --config options.json --out out/again
+docs/formats.md lists inputs and results.)";
+
 /// Values of the command line that need work before they are options.
 struct ReplayArguments {
   ReplayOptions options;
@@ -98,7 +105,6 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
 
 void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
   RunPlan& plan = a.options.plan;
-  cmd.add_option("--out", a.options.outDir, "run directory and results")->capture_default_str();
   cmd.add_option("--mode", plan.mode, "static, kinematic or dynamic")
       ->check(CLI::IsMember({"static", "kinematic", "dynamic"}))
       ->capture_default_str();
@@ -135,6 +141,16 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
          "satoffset, recoffset), to see what it is worth")
       ->check(CLI::IsMember(
           {"windup", "tides", "relativity", "troposphere", "satoffset", "recoffset", "patterns"}));
+  cmd.add_option(
+         "--resume-from", a.options.resumeFrom,
+         "state that --keep-state of an earlier run has left: the run goes on with it where it begins "
+         "within five minutes of the other's end")
+      ->check(CLI::ExistingFile);
+}
+
+void addResultOptions(CLI::App& cmd, ReplayArguments& a) {
+  RunPlan& plan = a.options.plan;
+  cmd.add_option("--out", a.options.outDir, "run directory and results")->capture_default_str();
   cmd.add_option("--details", plan.details, "seconds between epochs with residuals for the report; 0: none")
       ->check(CLI::Range(0.0, 86400.0))
       ->capture_default_str();
@@ -149,11 +165,6 @@ void addRunOptions(CLI::App& cmd, ReplayArguments& a) {
       "--solution-name", a.solutionName,
       "further solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, "
       ".csv, .nmea); @KEYWORD: that pattern of the deployment");
-  cmd.add_option(
-         "--resume-from", a.options.resumeFrom,
-         "state that --keep-state of an earlier run has left: the run goes on with it where it begins "
-         "within five minutes of the other's end")
-      ->check(CLI::ExistingFile);
   cmd.add_option("--keep-state", a.options.keepState, "file for what the engine knows at the end");
   cmd.add_flag("--store-files", plan.storeFiles,
                "write the messages and corrections that the engine holds at the end");
@@ -240,9 +251,15 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
 void addReplay(CLI::App& app) {
   auto* cmd = app.add_subcommand("replay", "run the engine on files");
   auto a = std::make_shared<ReplayArguments>();
+  cmd->option_defaults()->group("Files");
   addFileOptions(*cmd, *a);
+  cmd->option_defaults()->group("Deployment");
   addDeploymentOptions(*cmd, *a);
+  cmd->option_defaults()->group("Run");
   addRunOptions(*cmd, *a);
+  cmd->option_defaults()->group("Results");
+  addResultOptions(*cmd, *a);
+  cmd->footer(kFooter);
   cmd->callback([cmd, a] { replay(*cmd, *a); });
 }
 

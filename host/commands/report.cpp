@@ -50,6 +50,7 @@ void addReport(CLI::App& app) {
       ->expected(3);
   cmd->add_flag("--fixes", a->fixes,
                 "print how good the fixes are, with the integers of a simulation against its truth; no page");
+  cmd->footer("example: gnx report out/replay --reference 3582105.2 532589.8 5232754.8");
   cmd->callback([a] { runReport(*a); });
 }
 

@@ -180,6 +180,7 @@ void addSimulate(CLI::App& app) {
   cmd->add_flag("--rtcm", a->options.rtcm, "write stream.rtcm3 as well: everything as one byte stream");
   cmd->add_flag("--quiet", a->quiet, "print nothing");
   addErrorOptions(*cmd, *a);
+  cmd->footer("example: gnx simulate sky --hours 1 --systems GEC --interval 1 --rtcm");
   cmd->callback([a] { runSimulate(*a); });
 }
 
