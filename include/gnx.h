@@ -153,6 +153,8 @@ typedef struct gnx_engine_options {
   const char* directory;      /**< where the engine leaves its logs; NULL: nowhere */
   const char* output_options; /**< diagnostics, such as "-outres"; NULL: none */
   const char* worker;         /**< executable of the worker; NULL: the installed one */
+  const void* state; /**< what gnx_engine_state gave an engine of the same deployment; NULL: nothing */
+  size_t state_size; /**< bytes of it */
 } gnx_engine_options;
 
 /** What an epoch gave. */
@@ -252,6 +254,14 @@ gnx_status gnx_engine_bands(gnx_engine* engine, gnx_band* bands, size_t element_
                             size_t* count);
 /** Why the last solution has no higher state, a sentence; see gnx_deployment_check for the arguments. */
 gnx_status gnx_engine_why(gnx_engine* engine, char* text, size_t capacity, size_t* needed);
+/** What the engine knows between two epochs, for one that goes on within five minutes: ambiguities, position,
+ * zenith delay. It is fed its own messages, corrections and biases, and its first epoch shows which arcs
+ * hold. GNX_BAD_ORDER before the first epoch. \param bytes  room for capacity bytes, which are filled when
+ * all fit, may be NULL when that is 0  \param needed  how many there are */
+gnx_status gnx_engine_state(gnx_engine* engine, void* bytes, size_t capacity, size_t* needed);
+/** What became of the state that the engine was opened with, a sentence; "" before its first epoch. See
+ * gnx_deployment_check for the arguments. */
+gnx_status gnx_engine_resumed(gnx_engine* engine, char* text, size_t capacity, size_t* needed);
 /** Empties the filter; configuration and products stay. */
 gnx_status gnx_engine_restart(gnx_engine* engine);
 /** Ends the engine in order; gnx_engine_close does it too. */

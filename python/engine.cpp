@@ -188,13 +188,14 @@ void addFeed(py::class_<Engine>& engine) {
 
 EngineOptions engineOptions(const std::optional<std::string>& mode, bool inProcess,
                             const std::string& directory, const std::string& outputOptions,
-                            const std::string& worker) {
+                            const std::string& worker, const std::string& state) {
   EngineOptions options;
   if (mode) options.mode = parseMode(*mode);
   if (inProcess) options.place = Place::inProcess;
   options.directory = directory;
   options.outputOptions = outputOptions;
   options.worker = worker;
+  options.state = state;
   return options;
 }
 
@@ -239,12 +240,27 @@ void addEngine(py::module_& m) {
 
   auto engine = py::class_<Engine>(m, "Engine", "One station: records in, a solution an epoch out.");
   engine.def(
-      py::init([](const Deployment& deployment, std::optional<std::string> mode, bool inProcess,
-                  const std::string& directory, const std::string& outputOptions, const std::string& worker) {
-        return Engine(deployment, engineOptions(mode, inProcess, directory, outputOptions, worker));
-      }),
+      py::init(
+          [](const Deployment& deployment, std::optional<std::string> mode, bool inProcess,
+             const std::string& directory, const std::string& outputOptions, const std::string& worker,
+             const py::bytes& state,
+             std::function<void(const std::string&, const std::map<std::string, std::string>&)> onEvent) {
+            EngineOptions options = engineOptions(mode, inProcess, directory, outputOptions, worker, state);
+            if (onEvent)
+              options.onEvent = [call = std::move(onEvent)](const EngineEvent& event) {
+                const py::gil_scoped_acquire lock;
+                try {
+                  call(event.name, event.values);
+                } catch (py::error_already_set& e) {  // the engine is in the middle of an epoch
+                  e.discard_as_unraisable("on_event");
+                }
+              };
+            return Engine(deployment, options);
+          }),
       "deployment"_a, "mode"_a = py::none(), "in_process"_a = false, "directory"_a = "",
-      "output_options"_a = "", "worker"_a = "");
+      "output_options"_a = "", "worker"_a = "", "state"_a = py::bytes(), "on_event"_a = py::none(),
+      "State: what saved_state() gave an engine of the same deployment up to five minutes before. On_event: "
+      "called with the name and the values of each event, inside feed().");
   addFeed<Event>(engine);
   addFeed<ObsEpoch>(engine);
   addFeed<BroadcastEph>(engine);
@@ -252,6 +268,9 @@ void addEngine(py::module_& m) {
   addFeed<CorrectionBatch>(engine);
   engine.def("start", &Engine::start, "start"_a, py::call_guard<py::gil_scoped_release>())
       .def("obey", &Engine::obey, "policy"_a, "Resolve integers as a judgement says, from the next epoch on.")
+      .def(
+          "saved_state", [](Engine& e) { return py::bytes(e.state()); },
+          "What the engine knows between two epochs, for one that goes on; empty before the first.")
       .def("restart", &Engine::restart, "Empty the filter; configuration and products stay.")
       .def("finish", &Engine::finish, py::call_guard<py::gil_scoped_release>())
       .def_property_readonly("directory", &Engine::directory)

@@ -14,7 +14,7 @@ using namespace py::literals;
 
 EngineOptions engineOptions(const std::optional<std::string>& mode, bool inProcess,
                             const std::string& directory, const std::string& outputOptions,
-                            const std::string& worker);
+                            const std::string& worker, const std::string& state = {});
 
 namespace {
 

@@ -1,6 +1,7 @@
 // Engines in C: records in, solutions out.
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "GNX_SDK_ext.h"
@@ -21,6 +22,8 @@ EngineOptions optionsOf(const gnx_engine_options* from) {
   if (from->directory) options.directory = from->directory;
   if (from->output_options) options.outputOptions = from->output_options;
   if (from->worker) options.worker = from->worker;
+  if (from->state_size > 0)
+    options.state.assign(&required(static_cast<const char*>(from->state), "state"), from->state_size);
   return options;
 }
 
@@ -96,6 +99,17 @@ gnx_band inC(const SatelliteSolution& satellite, const BandSolution& from) {
 }
 
 }  // namespace
+
+void EngineAndSolution::note(const EngineEvent& event, std::string& told) {
+  if (event.name != "resumed") return;
+  const auto value = [&](const char* key) {
+    const auto found = event.values.find(key);
+    return found == event.values.end() ? std::string() : found->second;
+  };
+  const std::string why = value("why"), broken = value("broken");
+  if (!why.empty()) told = "all begins anew: " + why;
+  else told = "arcs of " + value("held") + " satellites go on" + (broken.empty() ? "" : "; anew: " + broken);
+}
 
 }  // namespace gnx::c
 
@@ -199,6 +213,23 @@ gnx_status gnx_engine_bands(gnx_engine* engine, gnx_band* bands, size_t element_
 gnx_status gnx_engine_why(gnx_engine* engine, char* text, size_t capacity, size_t* needed) {
   return guarded([&] {
     copyText(with(engines(), engine, [](EngineAndSolution& e) { return e.solution.why; }), text, capacity,
+             needed);
+  });
+}
+
+gnx_status gnx_engine_state(gnx_engine* engine, void* bytes, size_t capacity, size_t* needed) {
+  return guarded([&] {
+    if (capacity > 0) required(static_cast<char*>(bytes), "bytes");
+    const std::string state = with(engines(), engine, [](EngineAndSolution& e) { return e.engine.state(); });
+    if (state.empty()) fail(GNX_BAD_ORDER, "an engine knows nothing before its first epoch");
+    if (needed) *needed = state.size();
+    if (state.size() <= capacity) std::memcpy(bytes, state.data(), state.size());
+  });
+}
+
+gnx_status gnx_engine_resumed(gnx_engine* engine, char* text, size_t capacity, size_t* needed) {
+  return guarded([&] {
+    copyText(with(engines(), engine, [](EngineAndSolution& e) { return *e.resumed; }), text, capacity,
              needed);
   });
 }

@@ -11,8 +11,16 @@ namespace gnx::c {
 
 /// An engine and the solution of its last epoch.
 struct EngineAndSolution {
-  EngineAndSolution(const Deployment& deployment, const EngineOptions& options)
-      : engine(deployment, options) {}
+  EngineAndSolution(const Deployment& deployment, EngineOptions options)
+      : resumed(std::make_shared<std::string>()), engine(deployment, withListener(std::move(options))) {}
+  EngineOptions withListener(EngineOptions options) const {
+    if (!options.state.empty())
+      options.onEvent = [told = resumed](const EngineEvent& event) { note(event, *told); };
+    return options;
+  }
+  static void note(const EngineEvent& event, std::string& told);
+
+  std::shared_ptr<std::string> resumed;  ///< what became of a state
   Engine engine;
   Solution solution;
 };

@@ -1,6 +1,6 @@
 import enum
 import os
-from typing import Dict, Iterator, List, Optional, Set, Tuple, Union
+from typing import Callable, Dict, Iterator, List, Optional, Set, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -318,12 +318,15 @@ class Engine:
         directory: str = "",
         output_options: str = "",
         worker: str = "",
+        state: bytes = b"",
+        on_event: Optional[Callable[[str, Dict[str, str]], None]] = None,
     ) -> None: ...
     def start(self, start: StreamStart) -> None: ...
     def feed(
         self, record: Union[Event, ObsEpoch, BroadcastEph, GlonassEph, CorrectionBatch]
     ) -> Optional[Solution]: ...
     def obey(self, policy: IntegerPolicy) -> None: ...
+    def saved_state(self) -> bytes: ...
     def restart(self) -> None: ...
     def finish(self) -> None: ...
     @property

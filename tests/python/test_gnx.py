@@ -90,6 +90,26 @@ class SmallRun(unittest.TestCase):
         states = [s.state for s in map(engine.feed, gnx.read(self.files, self.site)) if s]
         self.assertLess(max(s.value for s in states), gnx.State.EXTRA_WIDE_LANE.value)
 
+    def test_an_engine_goes_on_with_the_state_of_another(self):
+        epochs, state = 0, b""
+        first = gnx.Engine(self.site)
+        for event in gnx.read(self.files, self.site):
+            solution = first.feed(event)
+            epochs += solution is not None
+            if solution:
+                last = solution
+            if epochs == 24:
+                break
+        state = first.saved_state()
+        told = []
+        second = gnx.Engine(self.site, state=state, on_event=lambda name, values: told.append((name, values)))
+        rest = [s for s in map(second.feed, gnx.read(self.files, self.site, start=last.time + 90.0)) if s]
+        values = dict(told)["resumed"]
+        self.assertGreater(int(values["held"]), 8)
+        self.assertNotIn("why", values)
+        self.assertEqual((last.state, rest[0].state), (gnx.State.FIXED, gnx.State.FIXED))
+        self.assertLess(np.linalg.norm(rest[0].position - last.position), 0.1)
+
     def test_a_solution_tells_its_satellites(self):
         solution = gnx.replay(self.site, self.files)[-1]
         used = [b for s in solution.satellites for b in s.bands if b.phase.fate == "used"]

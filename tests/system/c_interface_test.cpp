@@ -115,8 +115,9 @@ gnx_message inC(const BroadcastEph& e) {
 /// An engine that gets every record through its own call, and a judge that has got them before.
 class RecordByRecord {
  public:
-  RecordByRecord(gnx_deployment* site, gnx_engine* engine, EventStream& stream)
-      : m_site(site), m_engine(engine), m_stream(stream) {}
+  /// \param from  of the first epoch that the engine gets
+  RecordByRecord(gnx_deployment* site, gnx_engine* engine, EventStream& stream, const GpsTime& from = {})
+      : m_site(site), m_engine(engine), m_stream(stream), m_from(from) {}
 
   gnx_status next(gnx_solution* solution) {
     for (Event event; m_stream.next(event);) {
@@ -222,6 +223,7 @@ class RecordByRecord {
     return list;
   }
   gnx_status feed(const ObsEpoch& epoch, gnx_solution* solution) {
+    if (epoch.time < m_from) return GNX_NO_EPOCH;
     const std::vector<gnx_observation> list = observationsOf(epoch);
     return gnx_engine_feed_epoch(m_engine, inC(epoch.time), list.data(), sizeof(gnx_observation), list.size(),
                                  solution);
@@ -230,6 +232,7 @@ class RecordByRecord {
   gnx_deployment* m_site;
   gnx_engine* m_engine;
   EventStream& m_stream;
+  GpsTime m_from;
 };
 
 void expectInCpp(const std::string& inC) {
@@ -246,6 +249,37 @@ void expectInCpp(const std::string& inC) {
     EXPECT_EQ(other.covariance_m2[4], solution->covariance[1][1]) << k;
   }
   EXPECT_EQ(k, 30U);
+}
+
+TEST(InterfaceInC, AnEngineGoesOnWithTheStateOfAnother) {
+  gnx_deployment* site = openSite();
+  gnx_stream* files = openFiles(site);
+  gnx_engine* first = openEngine(site);
+  std::size_t needed = 0;
+  EXPECT_EQ(gnx_engine_state(first, nullptr, 0, &needed), GNX_BAD_ORDER) << "before the first epoch";
+  gnx_solution last = emptySolution();
+  for (int epoch = 0; epoch < 24; ++epoch) ASSERT_EQ(gnx_engine_next(first, files, &last), GNX_OK);
+  ASSERT_EQ(last.state, 5);
+  ASSERT_EQ(gnx_engine_state(first, nullptr, 0, &needed), GNX_OK) << gnx_last_error();
+  std::string state(needed, '\0');
+  EXPECT_EQ(gnx_engine_state(first, nullptr, needed, &needed), GNX_BAD_ARGUMENT);
+  ASSERT_EQ(gnx_engine_state(first, state.data(), state.size(), &needed), GNX_OK);
+
+  gnx_engine_options options{};
+  options.size = sizeof options;
+  options.state = state.data(), options.state_size = state.size();
+  gnx_engine* second = openEngine(site, &options);
+  const GpsTime later = GpsTime{last.time.seconds, last.time.fraction} + 90.0;
+  EventStream stream = read(smallRun().files, {.deployment = Deployment::open(smallRun().site)});
+  gnx_solution next = emptySolution();
+  ASSERT_EQ(RecordByRecord(site, second, stream, later).next(&next), GNX_OK);
+  EXPECT_EQ(next.state, 5);
+  char text[200] = "";
+  EXPECT_EQ(gnx_engine_resumed(second, text, sizeof text, nullptr), GNX_OK);
+  EXPECT_THAT(text, MatchesRegex("arcs of [0-9]+ satellites go on.*"));
+  for (gnx_engine* engine : {first, second}) EXPECT_EQ(gnx_engine_close(engine), GNX_OK);
+  EXPECT_EQ(gnx_stream_close(files), GNX_OK);
+  EXPECT_EQ(gnx_deployment_close(site), GNX_OK);
 }
 
 TEST(InterfaceInC, GivesTheSolutionsOfTheLibraryBitForBit) {
@@ -455,7 +489,7 @@ TEST(InterfaceInC, IsFoundByName) {
   for (std::sregex_iterator found(header.begin(), header.end(), function), end; found != end;
        ++found, ++count)
     EXPECT_NE(dlsym(library, (*found)[1].str().c_str()), nullptr) << (*found)[1];
-  EXPECT_EQ(count, 27);
+  EXPECT_EQ(count, 29);
   dlclose(library);
 }
 
