@@ -244,7 +244,7 @@ class Trial:
         return begin - 1 <= utc <= end
 
     def moved(self, node):
-        """Of each station that a node had last: standard deviation of its last position there and of the first elsewhere."""
+        """Of each station that a node had last: sigma of its last position there and of the first elsewhere."""
         last, first = {}, {}
         for station, _, at, sigma in self.results.kept():
             if sigma is not None and at == node:

@@ -174,12 +174,14 @@ def apart(a, b, status=None):
     """Distances between the positions of two runs at their common epochs, both of a state or of the same one."""
     def distance(p, q):
         return sum((float(p[k]) - float(q[k])) ** 2 for k in ("x_m", "y_m", "z_m")) ** 0.5
-    both = [t for t in a if t in b and a[t]["status"] == b[t]["status"] != "0" and (status or a[t]["status"]) == a[t]["status"]]
+    both = [t for t in a if t in b and a[t]["status"] == b[t]["status"] != "0"]
+    both = [t for t in both if status in (None, a[t]["status"])]
     return sorted(distance(a[t], b[t]) for t in both) or [9.9]
 
 
 def words_of(distances):
-    return f"{statistics.median(distances) * 1e3:.1f} mm, 95 % {distances[int(0.95 * (len(distances) - 1))] * 1e3:.1f} mm"
+    most = distances[int(0.95 * (len(distances) - 1))]
+    return f"{statistics.median(distances) * 1e3:.1f} mm, 95 % {most * 1e3:.1f} mm"
 
 
 def run_over_file(options, stream, out):
@@ -214,18 +216,21 @@ def trial(options, name, stream, as_file, **faults):
     log = (out / "live.log").read_text()
     lost = [t for t in epochs if round(t, 3) not in got]
     unexplained = [t for t in lost if caster.missing[t] == 0]
+    between = [t for t in lost if got and min(got) < t < max(got)]
+    counted = int(re.search(r"(\d+) did not come", log)[1])
     other = [t for t in set(got) | set(same) if (t in got) != (t in same) or got[t]["status"] != same[t]["status"]]
     count = lambda rows: sum(r["status"] == "5" for r in rows.values())
     own = [float(r["milliseconds"]) for r in got.values() if r["status"] != "0"]
     total = [1e3 * (live.lines[t] - caster.sent[t]) for t in live.lines if t in caster.sent]
     beyond = statistics.median(total) - statistics.median(own) if total and own else float("nan")
-    print(f"{name:12s} epochs {len(epochs)}, without solution {len(lost)}, of these sent whole {len(unexplained)}; "
+    print(f"{name:12s} epochs {len(epochs)}, without solution {len(lost)}, of these sent whole {len(unexplained)}, "
+          f"{counted} counted as missing by the run; "
           f"{caster.connections} connections; fixed {count(got)}, of the file {count(as_file)}, both apart by "
           f"{words_of(apart(got, as_file, '5'))}; what was sent as a file: {len(other)} epochs differ in state, the "
           f"others by {words_of(apart(got, same))}; {beyond:.1f} ms beyond the engine's "
           f"{statistics.median(own or [0.0]):.1f} ms; ended with {status} in {ending:.2f} s", flush=True)
     fractions = {round(t % 1.0, 3) for t in got}
-    ok = status == 0 and ending < 1.0 and not unexplained and "Traceback" not in log
+    ok = status == 0 and ending < 1.0 and not unexplained and counted == len(between) and "Traceback" not in log
     return ok and len(fractions) >= min(len({round(t % 1.0, 3) for t in epochs}), 20)
 
 
@@ -234,7 +239,8 @@ def memory(options):
     pieces = pieces_of(stream)
     clock = Clock(pieces[0][0] - 2.0 * options.speed, options.speed)
     caster = Caster(pieces, clock)
-    live = Live(options.gnx, clock, datetime(2026, 11, 15), options.out / "memory", ["--obs", caster.url()] + options.choices)
+    choices = ["--obs", caster.url()] + options.choices
+    live = Live(options.gnx, clock, datetime(2026, 11, 15), options.out / "memory", choices)
     series = []
     while not caster.finished and clock.now() < pieces[-1][0] + 60.0:
         time.sleep(options.hours * 3600.0 / options.speed / 40.0)

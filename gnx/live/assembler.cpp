@@ -23,6 +23,7 @@ constexpr double kOtherTime_s = 60.0;              ///< between an epoch and the
 constexpr int kOtherTimes = 10;                    ///< epochs in a row that make it the time of the run
 constexpr double kOldCorrection_s = 120.0;         ///< the engine uses none that is older
 constexpr double kGap_s = 5.0, kWithout_s = 30.0;  ///< that are told
+constexpr std::size_t kSteps = 5;                  ///< between epochs, that tell their interval
 constexpr double kSameEpoch_s = 1.0e-3;
 constexpr double kFrameRest_s = 3.0;
 
@@ -299,11 +300,19 @@ struct LiveAssembler::Impl {
     }
     if (observers.chosen() != number) return drop(LiveDrop::standby);
     if (lastEpoch && record.epoch.time - *lastEpoch < kSameEpoch_s) return drop(LiveDrop::lateEpoch);
-    if (lastEpoch) tellGap(record.epoch.time - *lastEpoch);
+    if (lastEpoch) countMissing(record.epoch.time - *lastEpoch), tellGap(record.epoch.time - *lastEpoch);
     lastEpoch = record.epoch.time;
     if (!record.complete) ++counts.incompleteEpochs;
     waiting.push_back({record.epoch, now + options.wait_s});
     release();
+  }
+
+  /// The shortest of the last steps is the interval: one of them may be a gap itself.
+  void countMissing(double step_s) {
+    const double interval_s = steps_s.empty() ? step_s : std::ranges::min(steps_s);
+    counts.missingEpochs += std::max(std::llround(step_s / interval_s) - 1, 0LL);
+    steps_s.push_back(step_s);
+    if (steps_s.size() > kSteps) steps_s.pop_front();
   }
 
   void tellGap(double gap_s) {
@@ -377,6 +386,7 @@ struct LiveAssembler::Impl {
   std::optional<Before> before;
   std::deque<Early> early;
   std::deque<Waiting> waiting;
+  std::deque<double> steps_s;  ///< between the last epochs
   LiveCounts counts;
   GpsTime now, lastTag;
   double offset_s = 0.0, usualGap_s = 0.0;

@@ -211,6 +211,7 @@ std::string accountPart(const LiveView& view) {
   row("epochs", view.epochs);
   row("with a position", view.positions);
   row("fixed", view.fixed);
+  row("epochs that did not come", view.counts.missingEpochs);
   row("changes of a source", view.counts.switches);
   for (std::size_t i = 0; i < view.counts.drops.size(); ++i)
     if (view.counts.drops[i] > 0)

@@ -179,11 +179,13 @@ void LiveStation::finish() {
 std::string LiveStation::account() const {
   const LiveCounts& c = m_assembler->counts();
   std::string text = printed(
-      "epochs %lld (%lld incomplete), corrections %lld (%lld satellites bridged), broadcast "
+      "epochs %lld (%lld incomplete), %lld did not come, corrections %lld (%lld satellites bridged), "
+      "broadcast "
       "messages %lld, changes of source %lld\n",
       static_cast<long long>(c.epochs), static_cast<long long>(c.incompleteEpochs),
-      static_cast<long long>(c.batches), static_cast<long long>(c.bridged),
-      static_cast<long long>(c.messages), static_cast<long long>(c.switches));
+      static_cast<long long>(c.missingEpochs), static_cast<long long>(c.batches),
+      static_cast<long long>(c.bridged), static_cast<long long>(c.messages),
+      static_cast<long long>(c.switches));
   std::string left;
   for (std::size_t i = 0; i < c.drops.size(); ++i)
     if (c.drops[i] > 0)

@@ -100,6 +100,8 @@ HttpAnswer LiveStatus::metrics() const {
   text.begin("gnx_dropped_total", "counter", "Records left out, by reason.");
   for (std::size_t i = 0; i < m_counts.drops.size(); ++i)
     text.value(static_cast<double>(m_counts.drops[i]), "reason", nameOf(static_cast<LiveDrop>(i)));
+  text.one("gnx_missing_epochs_total", "counter", "Epochs that did not come.",
+           static_cast<double>(m_counts.missingEpochs));
   text.one("gnx_source_changes_total", "counter", "From one source to another.",
            static_cast<double>(m_counts.switches));
   addSources(text, "gnx_source_bytes_total", "counter", "Bytes received.", m_sources,

@@ -56,6 +56,7 @@ const char* nameOf(LiveDrop reason);
 struct LiveCounts {
   std::int64_t epochs = 0;            ///< handed over
   std::int64_t incompleteEpochs = 0;  ///< of these, without messages that were announced
+  std::int64_t missingEpochs = 0;     ///< that did not come, by the interval of those before
   std::int64_t batches = 0;           ///< of corrections, handed over
   std::int64_t messages = 0;          ///< broadcast, handed over
   std::int64_t bridged = 0;           ///< satellites' corrections that went on with the message before

@@ -117,6 +117,23 @@ TEST(LiveAssembling, AClockThatJumpsIsFollowedWhenItStays) {
   EXPECT_EQ(run.epochs.size(), after);
 }
 
+TEST(LiveAssembling, EpochsThatDoNotComeAreCounted) {
+  Assembled run;
+  const auto missing = [&] { return run.assembler.counts().missingEpochs; };
+  run.observe(1, 100.0, 100.0);
+  EXPECT_EQ(missing(), 80) << "from 19 s on";
+  run.observe(1, 101.0, 101.0);
+  run.observe(1, 104.0, 104.0);
+  EXPECT_EQ(missing(), 82);
+  run.observe(1, 104.0, 105.0);  // again
+  run.observe(1, 106.0, 106.0);
+  EXPECT_EQ(missing(), 83) << "a gap is no interval";
+  for (int s = 136; s < 436; s += 30) run.observe(1, s, s);  // the receiver was told so
+  const auto told = missing();
+  run.observe(1, 436.0, 436.0);
+  EXPECT_EQ(missing(), told) << "soon this is the interval";
+}
+
 TEST(LiveAssembling, MessagesOfYesterdayAreRefused) {
   Assembled run;
   BroadcastEph eph = gpsMessage("G05", kStart);
