@@ -25,10 +25,11 @@ namespace {
 namespace fs = std::filesystem;
 
 /// What runs leave in their directories.
-constexpr const char* kResults[] = {
-    "account.csv", "diagnostics.log", "engine.log",    "events.csv",     "exit.txt",      "ppp_pos",
-    "report.html", "run.json",        "signals.txt",   "solution.csv",   "solution.nmea", "solution.pos",
-    "summary.txt", "summary.json",    "integers.json", "deployment.txt", "inputs.txt"};
+constexpr const char* kResults[] = {"account.csv", "diagnostics.log", "engine.log",    "events.csv",
+                                    "exit.txt",    "ppp_pos",         "report.html",   "run.json",
+                                    "signals.txt", "solution.csv",    "solution.nmea", "solution.pos",
+                                    "summary.txt", "summary.json",    "integers.json", "deployment.txt",
+                                    "inputs.txt",  "station.csv",     "solution.tro"};
 
 bool isResult(const fs::path& file) {
   return file.extension() == ".1" || std::ranges::count(kResults, file.filename().string()) > 0;

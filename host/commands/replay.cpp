@@ -161,6 +161,8 @@ void addResultOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--track", a.options.tracks, "also write the positions for maps: gpx, kml, geojson")
       ->transform(CLI::CheckedTransformer(tracks))
       ->delimiter(',');
+  cmd.add_flag("--troposphere", a.options.troposphere,
+               "also write the zenith delays every 300 s as SINEX TRO, solution.tro");
   cmd.add_option(
       "--solution-name", a.solutionName,
       "further solution files, cut and named by the time, e.g. \"[SITE]_[YYYY][DDD][HH].pos\" (.pos, "

@@ -83,7 +83,8 @@ void endByResult(const ReplayOptions& options, const ReplayResult& result) {
 
 void printSummary(const ReplayOptions& options, const ReplayResult& result) {
   printNotes(result);
-  std::cout << formatSummary(result.summary) << '\n' << formatAccount(result.account);
+  std::cout << formatSummary(result.summary) << (result.station ? formatStation(*result.station) : "") << '\n'
+            << formatAccount(result.account);
   if (!result.events.empty()) std::cout << "\nevents              " << result.events;
   std::cout << "\nepochs read         " << result.epochsRead << "\nresults             "
             << options.outDir.string() << std::endl;

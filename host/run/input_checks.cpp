@@ -139,32 +139,10 @@ void checkAntenna(const ReplayOptions& options, Sentences& sentences) {
                 (*delta)[0], (*delta)[1]));
 }
 
-/// The nearest site of an ocean loading file, km, and its name.
-std::pair<double, std::string> nearestSite(const std::filesystem::path& blq, const Vector3& place) {
-  std::pair<double, std::string> nearest{1e9, ""};
-  TextReader in(blq.string());
-  std::vector<std::string_view> words;
-  for (std::string_view line; in.next(line);) {
-    const auto at = line.find("lon/lat:");
-    if (at == std::string_view::npos) continue;
-    split(line.substr(at + 8), words);
-    if (words.size() < 2) continue;
-    const auto longitude = parseReal(words[0]), latitude = parseReal(words[1]);
-    if (!longitude || !latitude) continue;
-    constexpr double kRadian = 0.017453292519943295;
-    const double apart = kilometres(
-        toEarthFixed({*latitude * kRadian, *longitude * kRadian, toGeodetic(place).height}), place);
-    split(line, words);
-    if (apart < nearest.first) nearest = {apart, std::string(words.size() > 1 ? words[1].substr(0, 4) : "")};
-  }
-  return nearest;
-}
-
 void checkOceanLoading(const ReplayOptions& options, const Vector3& place, Sentences& sentences) {
-  constexpr double kServes_km = 10.0;
   if (options.deploy.blq.empty() || !isKnown(place)) return;
   const auto [apart, site] = nearestSite(options.deploy.blq, place);
-  if (apart <= kServes_km) return;
+  if (apart <= kLoadingServes_km) return;
   sentences.push_back(
       options.deploy.blq.string() + ": no site within 10 km of the station" +
       (site.empty() ? "" : printed(", the nearest is %s, %.0f km away", site.c_str(), apart)) +
@@ -247,6 +225,27 @@ void checkIntegers(const RunPlan& plan, Sentences& sentences) {
 }
 
 }  // namespace
+
+LoadingSite nearestSite(const std::filesystem::path& blq, const Vector3& place) {
+  LoadingSite nearest;
+  TextReader in(blq.string());
+  std::vector<std::string_view> words;
+  for (std::string_view line; in.next(line);) {
+    const auto at = line.find("lon/lat:");
+    if (at == std::string_view::npos) continue;
+    split(line.substr(at + 8), words);
+    if (words.size() < 2) continue;
+    const auto longitude = parseReal(words[0]), latitude = parseReal(words[1]);
+    if (!longitude || !latitude) continue;
+    constexpr double kRadian = 0.017453292519943295;
+    const double apart = kilometres(
+        toEarthFixed({*latitude * kRadian, *longitude * kRadian, toGeodetic(place).height}), place);
+    split(line, words);
+    if (apart < nearest.apart_km)
+      nearest = {apart, std::string(words.size() > 1 ? words[1].substr(0, 4) : "")};
+  }
+  return nearest;
+}
 
 Vector3 knownPlace(const Files& files, const RunPlan& plan) {
   if (isKnown(plan.position) && !plan.headerPosition) return plan.position;

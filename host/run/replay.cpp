@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <fstream>
 #include <optional>
 
@@ -18,6 +19,7 @@
 #include "run/run_directory.h"
 #include "run/solution_files.h"
 #include "run/summary_file.h"
+#include "run/troposphere_file.h"
 #include "text/text_reader.h"
 
 namespace gnx {
@@ -56,6 +58,12 @@ EventStream openStream(const RunPlan& plan, const Deployment& deployment) {
   options.sparseClocks_s = plan.sparseClocks_s;
   options.mixedProducts = plan.mixedProducts;
   return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr}, options);
+}
+
+/// Of a deployment whose antenna file is there; the engine says what is wrong with others.
+PhaseCentreHeights heightsOf(const Deployment& deployment, const GpsTime& date) {
+  const fs::path antennas = deployment.file("antpcv");
+  return fs::exists(antennas) ? phaseCentreHeights(antennas, date) : PhaseCentreHeights{};
 }
 
 /// The output options of the engine for an epoch. The account is kept throughout; residuals and the like are
@@ -113,7 +121,7 @@ class Run {
     if (!choices.resumeFrom.empty()) options.state = readStateFile(choices.resumeFrom).value_or("");
     Engine engine(deployment, options);
     Diagnostics diagnostics(plan);
-    CorrectionWatch watch(phaseCentreHeights(deployment.file("antpcv"), *start.first));
+    CorrectionWatch watch(heightsOf(deployment, *start.first));
     GpsTime last;
     const Interruption interruption;
     for (Event event; signal == 0 && stream.next(event); signal = interruption.signal()) {
@@ -141,6 +149,7 @@ class Run {
   }
 
   std::vector<SolutionEpoch> epochs;
+  ZenithDelays zenithDelays;
   RunAccount account;  ///< the host's part
   std::size_t epochsRead = 0, batches = 0;
   std::string notes;
@@ -161,6 +170,7 @@ class Run {
     const auto& c = solution.covariance;
     m_sigma_m = solution.solved() ? std::sqrt(c[0][0] + c[1][1] + c[2][2]) : 0.0;
     epochs.push_back(epochOf(solution, epochs.empty() ? nullptr : &epochs.back()));
+    zenithDelays.take(solution);
   }
 
   void tell(const Engine& engine, const StreamStart& start) {
@@ -202,10 +212,21 @@ void writeResults(const fs::path& dir, const ReplayOptions& options,
     writeTrack(dir, format, stationWord(options.plan.obs.front()), epochs);
 }
 
+void writeTroposphere(const PreparedRun& prepared, const ZenithDelays& delays) {
+  const RunPlan& plan = prepared.plan;
+  const GpsTime now{static_cast<std::int64_t>(std::time(nullptr)), 0.0};
+  const std::string text = troposphereText(
+      {stationWord(plan.obs.front()), plan.antenna, plan.receiver, frameOf(plan), plan.cutoffDeg}, delays,
+      now);
+  if (!text.empty()) writeTextFile(prepared.dir / "solution.tro", text);
+}
+
 /// The files of the directory that tell how the run ended.
 void writeEnd(const fs::path& dir, int status, const std::string& end, const ReplayResult& result) {
-  std::ofstream(dir / "summary.txt") << formatSummary(result.summary);
-  writeSummaryFile(dir / "summary.json", result.summary, dir / "integers.json");
+  std::ofstream(dir / "summary.txt") << formatSummary(result.summary)
+                                     << (result.station ? formatStation(*result.station) : "");
+  writeSummaryFile(dir / "summary.json", result.summary, result.station, dir / "integers.json");
+  if (result.station) writeStationTable(dir / "station.csv", *result.station);
   std::ofstream(dir / "signals.txt") << result.notes;
   std::ofstream(dir / "exit.txt") << "exit status " << status << ": " << end << '\n';
 }
@@ -234,7 +255,9 @@ ReplayResult runReplay(const ReplayOptions& options) {
     error = std::current_exception();
   }
   writeResults(prepared.dir, options, run.epochs);
+  if (options.troposphere) writeTroposphere(prepared, run.zenithDelays);
   ReplayResult result;
+  result.station = stationResult(prepared.plan, run.epochs);
   result.signal = run.signal;
   if (run.signal != 0 && !run.epochs.empty()) {
     end = "interrupted at " + formatTime(run.epochs.back().time) + ", the results end there";

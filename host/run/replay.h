@@ -13,6 +13,7 @@
 #include "gnx/account.h"
 #include "gnx/deployment.h"
 #include "run/run_plan.h"
+#include "run/station_result.h"
 #include "run/statistics.h"
 #include "run/track_files.h"
 
@@ -41,6 +42,7 @@ struct ReplayOptions {
   std::vector<TrackFormat> tracks;                  ///< files for maps
   std::filesystem::path resumeFrom;                 ///< state of an earlier run to go on with, "" = none
   std::filesystem::path keepState;                  ///< file for the state at the end, "" = none
+  bool troposphere = false;                         ///< also write the zenith delays as SINEX TRO
   bool quiet = false;                               ///< no progress, no summary on standard output
   std::function<void(const RunProgress&)> onEpoch;  ///< follows the run; empty = nobody does
   /// Is told what was understood of the inputs, and warnings about them, before the engine starts.
@@ -50,12 +52,13 @@ struct ReplayOptions {
 struct ReplayResult {
   std::vector<SolutionEpoch> epochs;
   RunSummary summary;
-  RunAccount account;                 ///< empty when the run broke off
-  std::size_t epochsRead = 0;         ///< epochs of the observation files in the chosen time
-  std::string notes;                  ///< what there is to say about signals and files
-  std::string events;                 ///< how many there were of each, "" without any
-  std::vector<std::string> warnings;  ///< sentences about the result, beside those of onInputs
-  int signal = 0;                     ///< that ended the run early, 0 for none
+  std::optional<StationResult> station;  ///< of one that stands still
+  RunAccount account;                    ///< empty when the run broke off
+  std::size_t epochsRead = 0;            ///< epochs of the observation files in the chosen time
+  std::string notes;                     ///< what there is to say about signals and files
+  std::string events;                    ///< how many there were of each, "" without any
+  std::vector<std::string> warnings;     ///< sentences about the result, beside those of onInputs
+  int signal = 0;                        ///< that ended the run early, 0 for none
 };
 
 /// Prepares the directory, runs the engine in it, writes the results. Prints nothing.

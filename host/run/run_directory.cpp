@@ -18,11 +18,11 @@ namespace fs = std::filesystem;
 
 constexpr double kReportDetails_s = 30.0;  ///< pace of the residuals of a report
 
-constexpr const char* kResults[] = {"account.csv",  "diagnostics.log",  "engine.log",     "events.csv",
-                                    "exit.txt",     "ppp_pos",          "report.html",    "run.json",
-                                    "signals.txt",  "solution.csv",     "solution.nmea",  "solution.gpx",
-                                    "solution.kml", "solution.geojson", "solution.pos",   "summary.txt",
-                                    "summary.json", "integers.json",    "deployment.txt", "inputs.txt"};
+constexpr const char* kResults[] = {
+    "account.csv",    "diagnostics.log",  "engine.log",   "events.csv",   "exit.txt",      "ppp_pos",
+    "report.html",    "run.json",         "signals.txt",  "solution.csv", "solution.nmea", "solution.gpx",
+    "solution.kml",   "solution.geojson", "solution.pos", "summary.txt",  "summary.json",  "integers.json",
+    "deployment.txt", "inputs.txt",       "station.csv",  "solution.tro"};
 
 /// What an earlier run left in the directory must not be taken for results of this one: it stays beside them
 /// as "NAME.1".
@@ -84,7 +84,7 @@ void makeDirectory(const fs::path& dir) {
 }
 
 /// What of the observations and of the station the run takes, for the reader of the table.
-std::string stationLines(const PreparedRun& run) {
+std::string stationLines(const PreparedRun& run, const fs::path& blq) {
   const RunPlan& plan = run.plan;
   const auto time = [](const std::optional<GpsTime>& t, const char* open) {
     return t ? formatTime(*t) : open;
@@ -97,6 +97,9 @@ std::string stationLines(const PreparedRun& run) {
       plan.antennaDelta ? Vector3(*plan.antennaDelta) : Vector3{header[1], header[2], header[0]};
   text += printed("site   antenna '%s', reference point %.4f m east, %.4f m north, %.4f m above the marker\n",
                   plan.antenna.c_str(), enu[0], enu[1], enu[2]);
+  const LoadingSite site = blq.empty() ? LoadingSite{} : nearestSite(blq, knownPlace(run.files, plan));
+  if (site.apart_km <= kLoadingServes_km)
+    text += printed("ocean  loading of %s, %.1f km away\n", site.name.c_str(), site.apart_km);
   if (!plan.broadcastOnly)
     text += std::string("orbits are taken as those of the satellites' ") +
             (plan.massCentre ? "centres of mass" : "antennas") + "\n";
@@ -150,7 +153,7 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   writeRunPlan(run.dir / "run.json", plan);
   run.plan = plan;
   run.warnings = checkInputs(run.files, options, deployment);
-  writeTextFile(run.dir / "inputs.txt", inputTable(run.files) + stationLines(run));
+  writeTextFile(run.dir / "inputs.txt", inputTable(run.files) + stationLines(run, options.deploy.blq));
   return run;
 }
 

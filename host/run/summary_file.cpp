@@ -25,10 +25,27 @@ Json::Value toJson(const ErrorStatistics& e) {
   return errors;
 }
 
+Json::Value toJson(const StationResult& r) {
+  Json::Value position(Json::objectValue);
+  position["station"] = r.station;
+  position["point"] = "marker";
+  position["frame"] = r.frame;
+  position["time"] = formatTime(r.time);
+  position["epoch_year"] = yearOf(r.time);
+  for (const double x : r.position) position["xyz_m"].append(x);
+  if (!r.hasSigmas) return position;
+  for (const double sigma : r.sigma) position["sigma_east_north_up_m"].append(sigma);
+  position["ellipse_95"]["major_m"] = r.major_m;
+  position["ellipse_95"]["minor_m"] = r.minor_m;
+  position["ellipse_95"]["azimuth_deg"] = r.azimuth_deg;
+  position["height_95_m"] = r.height95_m;
+  return position;
+}
+
 }  // namespace
 
 void writeSummaryFile(const std::filesystem::path& file, const RunSummary& s,
-                      const std::filesystem::path& integers) {
+                      const std::optional<StationResult>& station, const std::filesystem::path& integers) {
   Json::Value root(Json::objectValue);
   root["program"] = std::string("gnx ") + GNX_VERSION;
   root["begin"] = formatTime(s.begin);
@@ -45,6 +62,7 @@ void writeSummaryFile(const std::filesystem::path& file, const RunSummary& s,
   if (s.whole.east.count > 0) root["errors"]["whole_run"] = toJson(s.whole);
   if (s.afterHour) root["errors"]["after_1_h"] = toJson(*s.afterHour);
   if (s.tail) root["errors"]["last_part"] = toJson(*s.tail);
+  if (station) root["position"] = toJson(*station);
   if (std::filesystem::exists(integers)) root["integers"] = readJsonFile(integers);
   writeJsonFile(file, root);
 }

@@ -4,12 +4,13 @@
 
 #include <filesystem>
 
+#include "run/station_result.h"
 #include "run/statistics.h"
 
 namespace gnx {
 
 /// \param integers  "integers.json" of the run, taken over as the member "integers" when it is there
 void writeSummaryFile(const std::filesystem::path& file, const RunSummary& summary,
-                      const std::filesystem::path& integers);
+                      const std::optional<StationResult>& station, const std::filesystem::path& integers);
 
 }  // namespace gnx
