@@ -58,7 +58,7 @@ cut antenna_fuzz "$data"/antex/*.atx.gz
 fuzz() {
   if "$build/$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$found/$1-" \
     "$corpus/$1" >"$build/$1.log" 2>&1; then
-    tail -n 1 "$build/$1.log" | sed "s/^/$1: /"
+    echo "$1: $(grep -a '^Done' "$build/$1.log")"
   else
     echo "$1 has failed:"
     tail -n 40 "$build/$1.log"

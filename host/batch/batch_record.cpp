@@ -22,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFile = "batch.json";
+constexpr const char* kSigmas[] = {"sigma_east_m", "sigma_north_m", "sigma_up_m"};
 
 /// Size and time of change tell of another content.
 std::string factsOf(const fs::path& file) {
@@ -79,7 +80,8 @@ const std::vector<std::string>& figureColumns() {
   static const std::vector<std::string> columns = {
       "begin",    "end",           "epochs",      "solved",     "fixed_share",  "satellites_mean",
       "sigma0",   "x_m",           "y_m",         "z_m",        "latitude_deg", "longitude_deg",
-      "height_m", "convergence_s", "first_fix_s", "rms_east_m", "rms_north_m",  "rms_up_m"};
+      "height_m", "convergence_s", "first_fix_s", "rms_east_m", "rms_north_m",  "rms_up_m",
+      kSigmas[0], kSigmas[1],      kSigmas[2]};
   return columns;
 }
 
@@ -104,6 +106,9 @@ Json::Value figuresOf(const BatchRun& run) {
       if (errors.isMember(axis))
         figures[printed("rms_%s_m", axis)] = numberOf(errors[axis]["rms_m"].asDouble(), 1e-4);
     addPosition(run.directory, figures);
+    const Json::Value& sigmas = summary["position"]["sigma_east_north_up_m"];
+    for (Json::ArrayIndex i = 0; i < 3 && sigmas.isArray(); ++i)
+      figures[kSigmas[i]] = numberOf(sigmas[i].asDouble(), 1e-4);
   } catch (const std::exception&) {  // a run that failed has left no such files
   }
   return figures;

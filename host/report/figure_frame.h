@@ -94,6 +94,8 @@ std::optional<Figure> drawErrors(const Frame& f, const std::string& what);
 std::optional<Figure> drawSky(const Frame& f);
 /// Use, slips and rejections of each satellite over time.
 std::optional<Figure> drawArcs(const Frame& f);
+/// Carrier-to-noise density by elevation; nothing when the observation files are gone.
+std::optional<Figure> drawSnr(const Frame& f);
 /// Slant delays of the ionosphere.
 std::optional<Figure> drawIonosphere(const Frame& f);
 /// Where a receiver went.

@@ -287,6 +287,7 @@ std::vector<Figure> drawFigures(const RunFiles& run, const RunAnalysis& analysis
   take(drawFractions(f));
   take(drawResiduals(f, false));
   take(drawResiduals(f, true));
+  take(drawSnr(f));
   take(drawZenithDelay(f));
   take(drawIonosphere(f));
   take(drawClock(f));

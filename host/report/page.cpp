@@ -6,10 +6,10 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
 
+#include "report/station_section.h"
 #include "report/template.h"
 #include "text/printed.h"
 
@@ -268,17 +268,11 @@ void addFiles(const RunPlan& p, Rows& rows) {
   add("corrections", p.ssr);
 }
 
-/// Whether the run's antenna file has the receiver's antenna, "" when there is no such file.
-std::string antennaNote(const RunFiles& run) {
-  constexpr std::size_t kType = 20;
-  std::ifstream file(run.directory / "antenna.atx");
-  std::string wanted = run.plan.antenna;
-  wanted.resize(kType, ' ');
-  bool any = false;
-  for (std::string line; std::getline(file, line); any = true)
-    if (line.starts_with(wanted) && line.find("TYPE / SERIAL NO") != std::string::npos)
-      return " (found in the antenna file)";
-  return any ? " (not in the antenna file: offsets and patterns are zero)" : "";
+Markup stationSection(const RunFiles& run) {
+  Rows rows;
+  const auto facts = stationFacts(run);
+  for (const auto& [name, value] : facts) rows.add(name, value);
+  return facts.empty() ? Markup() : fillPage("station.html", {{"rows", rows.markup()}});
 }
 
 Markup settingsSection(const RunFiles& run, const RunAnalysis& a) {
@@ -289,8 +283,6 @@ Markup settingsSection(const RunFiles& run, const RunAnalysis& a) {
   };
   addFiles(p, rows);
   if (p.broadcastOnly) row("corrections", "none, broadcast orbits and clocks");
-  row("receiver", p.receiver);
-  row("antenna", p.antenna.empty() ? "" : p.antenna + antennaNote(run));
   row("mode, interval, mask", p.mode + printed(", %g s, %g°", p.interval, p.cutoffDeg));
   if (a.moving) row("reference", p.referenceFile);
   else if (a.reference)
@@ -337,7 +329,7 @@ Markup residualSections(const RunFiles& run, const RunAnalysis& a, const std::ve
   parts.push_back(residualTable(a));
   if (!run.residuals.empty()) parts.push_back(satelliteTable(run));
   for (Markup& figure :
-       figuresOf(figures, {"residuals-elevation", "zenith-delay", "ionosphere", "clock", "sigma0"}))
+       figuresOf(figures, {"residuals-elevation", "snr", "zenith-delay", "ionosphere", "clock", "sigma0"}))
     parts.push_back(std::move(figure));
   return joined(parts);
 }
@@ -374,6 +366,7 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                 {"version", GNX_VERSION},
                                 {"links", links(figures, !a.events.events.empty())},
                                 {"cards", cards(run, a)},
+                                {"station", stationSection(run)},
                                 {"position_figure", joined(figuresOf(figures, {"enu"}))},
                                 {"square_figures", squareFigures(figures)},
                                 {"summary", summarySection(a)},

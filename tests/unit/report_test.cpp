@@ -208,6 +208,34 @@ TEST_F(ReportPage, ARunWithoutResidualsAndReferenceStillHasAPage) {
   EXPECT_THAT(html, Not(HasSubstr("id=\"sky\"")));
 }
 
+TEST_F(ReportPage, StationHasItsAntennaCoordinateAndSignals) {
+  writeRun(dir, 600);
+  RunPlan plan = readRunPlan(dir / "run.json");
+  plan.antenna = "TRM59800.00     SCIS";
+  support::writeFile(dir / "site.rnx",
+                     headerLine("     3.04           OBSERVATION DATA    G", "RINEX VERSION / TYPE") +
+                         headerLine("G    2 L1C S1C", "SYS / # / OBS TYPES") +
+                         headerLine("", "END OF HEADER") +
+                         "> 2020 06 21 00 00  0.0000000  0  1\nG05 105000000.123          45.250\n");
+  plan.obs = {(dir / "site.rnx").string()};
+  writeRunPlan(dir / "run.json", plan);
+  support::writeFile(dir / "antenna.atx",
+                     "TRM59800.00     SCIS                                        TYPE / SERIAL NO\n");
+  support::writeFile(dir / "summary.json",
+                     R"({"position": {"xyz_m": [4075580.0, 931854.0, 4801568.0], "point": "marker",
+    "frame": "IGb14", "time": "2020-06-21 00:09:59", "sigma_east_north_up_m": [0.0011, 0.0012, 0.0031],
+    "ellipse_95": {"major_m": 0.003, "minor_m": 0.0026, "azimuth_deg": 17.0}}})");
+  const std::string html = readFile(writeReport(dir, {}));
+  EXPECT_THAT(html, HasSubstr("TRM59800.00     SCIS (found in the antenna file)"));
+  EXPECT_THAT(html, HasSubstr("4075580.0000  931854.0000  4801568.0000"));
+  EXPECT_THAT(html, HasSubstr("marker, IGb14, 2020-06-21 00:09:59"));
+  EXPECT_THAT(html, HasSubstr("3.0 mm by 2.6 mm, the longer axis at azimuth 17°"));
+  EXPECT_THAT(html, HasSubstr("id=\"snr\""));
+  support::writeFile(dir / "antenna.atx", "NONE\n");
+  EXPECT_THAT(readFile(writeReport(dir, {})),
+              HasSubstr("not in the antenna file: offsets and patterns are zero"));
+}
+
 TEST_F(ReportPage, CardsTellWhatTheRunWasFor) {
   writeRun(dir, 600);  // float, ten minutes
   RunPlan plan = readRunPlan(dir / "run.json");
