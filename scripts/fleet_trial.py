@@ -8,6 +8,7 @@ alone. Each part is killed with signal 9 in turn, then there is a pause of --pau
 missing epochs are counted, from the results that the servers carried (--nodes 0: from the files).
 
   worker      one worker             supervisor  the process of a machine alone, started again at once (--nodes 0)
+  leave       a fleet process, told to end
   node        a fleet process        server      a NATS server, the one that most are connected to, not started again
 """
 import argparse
@@ -220,10 +221,10 @@ class Trial:
             self.nodes["a"][0].kill()
             self.nodes["a"][0].wait()
             self.start_node("a")
-        elif what == "node":
-            name = sorted(self.nodes)[-1]
-            self.nodes.pop(name)[0].kill()
-            self.gone = name
+        elif what in ("node", "leave"):
+            self.gone = sorted(self.nodes)[-1]
+            process, _ = self.nodes.pop(self.gone)
+            process.send_signal(signal.SIGKILL if what == "node" else signal.SIGTERM)
         elif what == "server":
             self.servers.pop(0).kill()
         self.killed.append((moment, what))
@@ -326,7 +327,7 @@ class Trial:
             print(f"{what} killed: {len(missing)} of {len(self.names)} stations miss epochs, {worst} at most; all have "
                   f"positions again after {'never' if took is None else f'{took:.1f} s'}", flush=True)
             good = good and took is not None and worst <= self.o.most
-            if what == "node":
+            if what in ("node", "leave"):
                 good = self.report_moved(self.gone) and good
         twice = self.epochs()[1]
         print(f"positions that came twice: {twice}")
