@@ -10,8 +10,8 @@ namespace gnx {
 
 namespace {
 
-// Phase biases that are not repeated: given up after so many of their intervals, not before so many seconds.
-constexpr double kMissedUpdates = 3.0, kPhaseBiasAge_s = 60.0;
+// Biases that are not repeated: given up after so many of their intervals, not before so many seconds.
+constexpr double kMissedUpdates = 3.0, kBiasAge_s = 60.0;
 
 }  // namespace
 
@@ -32,11 +32,10 @@ void SsrJoiner::apply(const SsrBlock& block, const GpsTime& delivery) {
       m_clockDelivery = delivery;
       break;
     case SsrKind::codeBias:
-      applyBiases(block, m_code, m_codeEpoch);
+      applyBiases(block, m_code);
       break;
     case SsrKind::phaseBias:
-      applyBiases(block, m_phase, m_phaseEpoch);
-      m_phaseInterval_s = block.interval;
+      applyBiases(block, m_phase);
       break;
   }
 }
@@ -77,10 +76,15 @@ void SsrJoiner::applyClocks(const SsrBlock& block) {
   for (const SsrClock& c : block.clocks) m_clocks[c.sat] = {c, referenceOf(block), block.time};
 }
 
-void SsrJoiner::applyBiases(const SsrBlock& block, BiasSet& set, GpsTime& epoch) {
-  if (epoch != block.time) set.clear();
-  epoch = block.time;
-  for (const SsrSatBias& b : block.biases) set[b.sat] = b.biases;
+/// A batch may be given between the blocks of two systems: those of the others hold until their own come.
+void SsrJoiner::applyBiases(const SsrBlock& block, BiasSet& set) {
+  std::set<char> systems;
+  for (const SsrSatBias& b : block.biases) systems.insert(b.sat[0]);
+  for (const char system : systems)
+    if (std::exchange(set.epochs[system], block.time) != block.time)
+      std::erase_if(set.sats, [&](const auto& item) { return item.first[0] == system; });
+  for (const SsrSatBias& b : block.biases) set.sats[b.sat] = b.biases;
+  set.interval_s = block.interval;
   m_newBiases = true;
 }
 
@@ -118,10 +122,17 @@ void SsrJoiner::fillBiases(CorrectionBatch& batch) {
   batch.biasTag = std::max(batch.tag, m_biasTag + 1.0);
   m_biasTag = batch.biasTag;
   std::map<SatName, SatBiases> joined;
-  for (const auto& [sat, biases] : m_code) joined[sat].code = biases;
+  const auto longest_s = [](const BiasSet& set) {
+    return std::max(kBiasAge_s, kMissedUpdates * set.interval_s);
+  };
+  // Code biases may name a time of long ago: a system has ceased when the others go on.
+  GpsTime newest;
+  for (const auto& [system, epoch] : m_code.epochs) newest = std::max(newest, epoch);
+  for (const auto& [sat, biases] : m_code.sats)
+    if (newest - m_code.epochs.at(sat[0]) <= longest_s(m_code)) joined[sat].code = biases;
   // Phase biases that ceased are not passed on under the tags of code biases that go on.
-  if (batch.tag - m_phaseEpoch <= std::max(kPhaseBiasAge_s, kMissedUpdates * m_phaseInterval_s))
-    for (const auto& [sat, biases] : m_phase) joined[sat].phase = biases;
+  for (const auto& [sat, biases] : m_phase.sats)
+    if (batch.tag - m_phase.epochs.at(sat[0]) <= longest_s(m_phase)) joined[sat].phase = biases;
   for (auto& [sat, biases] : joined) {
     biases.sat = sat;
     batch.biases.push_back(std::move(biases));

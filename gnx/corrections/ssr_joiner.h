@@ -45,7 +45,7 @@ class SsrJoiner {
   /// The batch of the clocks that wait. False when there are none, or nothing to hand over.
   bool join(CorrectionBatch& batch);
   /// The next batch holds the biases that are known, whether they are new or not.
-  void repeatBiases() { m_newBiases = m_newBiases || !m_code.empty() || !m_phase.empty(); }
+  void repeatBiases() { m_newBiases = m_newBiases || !m_code.sats.empty() || !m_phase.sats.empty(); }
 
  private:
   struct Orbit {
@@ -57,11 +57,15 @@ class SsrJoiner {
     SsrClock correction;
     GpsTime reference, epoch;
   };
-  using BiasSet = std::map<SatName, std::vector<SsrBias>>;
+  struct BiasSet {
+    std::map<SatName, std::vector<SsrBias>> sats;
+    std::map<char, GpsTime> epochs;  ///< of the systems
+    double interval_s = 0.0;
+  };
 
   void applyOrbits(const SsrBlock& block);
   void applyClocks(const SsrBlock& block);
-  void applyBiases(const SsrBlock& block, BiasSet& set, GpsTime& epoch);
+  void applyBiases(const SsrBlock& block, BiasSet& set);
   GpsTime referenceOf(const SsrBlock& block) const;
   void fillOrbitClock(CorrectionBatch& batch) const;
   void fillBiases(CorrectionBatch& batch);
@@ -76,8 +80,7 @@ class SsrJoiner {
   std::map<SatName, Clock> m_clocks;
   std::map<char, GpsTime> m_systemClock;  ///< epoch of the latest clocks of a system
   BiasSet m_code, m_phase;
-  GpsTime m_codeEpoch, m_phaseEpoch, m_biasTag;
-  double m_phaseInterval_s = 0.0;
+  GpsTime m_biasTag;
   bool m_newBiases = false;
 };
 

@@ -4,6 +4,7 @@
 
 #include "corrections/orbit_interpolation.h"
 #include "corrections/sources.h"
+#include "corrections/ssr_joiner.h"
 #include "geometry/vector3.h"
 #include "gnx/read.h"
 #include "gnx/signal.h"
@@ -123,6 +124,47 @@ TEST_F(RealProducts, SumGivesOrbitsAndClocksBack) {
   ProductFacts facts;
   expectBack(alone, readSp3(alone.sp3).clocks, "GEC", &facts);
   EXPECT_THAT(facts.notes, testing::ElementsAre("clocks every 300 s are interpolated linearly to 30 s"));
+}
+
+// A stream comes in pieces, so that a batch may be given between the biases of two systems.
+TEST(JoinedCorrections, BiasesOfASystemHoldUntilItsOwnComeOrCease) {
+  SsrJoiner joiner({}, nullptr);
+  const auto apply = [&](SsrKind kind, double t, const SatName& sat, double bias_m) {
+    SsrBlock block;
+    block.kind = kind;
+    block.time = kStart + t;
+    block.interval = 30;
+    SsrBias bias;
+    bias.signal = "1C";
+    bias.value = bias_m;
+    if (kind == SsrKind::orbit) block.orbits.emplace_back().sat = sat;
+    else if (kind == SsrKind::clock) block.clocks.emplace_back().sat = sat;
+    else block.biases.push_back({sat, 0.0, 0.0, {bias}});
+    joiner.apply(block, kStart + t);
+  };
+  const auto joined = [&](double t) {
+    CorrectionBatch batch;
+    apply(SsrKind::clock, t, "G05", 0.0);
+    EXPECT_TRUE(joiner.join(batch));
+    std::string text;
+    for (const SatBiases& sat : batch.biases)
+      for (const auto* list : {&sat.code, &sat.phase})
+        for (const SsrBias& bias : *list)
+          text += sat.sat + (list == &sat.code ? " code " : " phase ") +
+                  std::to_string(static_cast<int>(bias.value)) + "; ";
+    return text;
+  };
+  apply(SsrKind::orbit, 0.0, "G05", 0.0);
+  for (const char* sat : {"G05", "G07", "E11"}) apply(SsrKind::phaseBias, 0.0, sat, 1.0);
+  apply(SsrKind::codeBias, 0.0, "E11", 1.0);
+  EXPECT_EQ(joined(0.0), "E11 code 1; E11 phase 1; G05 phase 1; G07 phase 1; ");
+  apply(SsrKind::phaseBias, 30.0, "G05", 2.0);
+  EXPECT_EQ(joined(30.0), "E11 code 1; E11 phase 1; G05 phase 2; ") << "G07 is withdrawn, E11 not";
+  apply(SsrKind::phaseBias, 30.0, "E11", 2.0);
+  EXPECT_EQ(joined(35.0), "E11 code 1; E11 phase 2; G05 phase 2; ");
+  apply(SsrKind::phaseBias, 150.0, "G05", 3.0);
+  apply(SsrKind::codeBias, 150.0, "G05", 3.0);
+  EXPECT_EQ(joined(150.0), "G05 code 3; G05 phase 3; ") << "E11 has ceased";
 }
 
 }  // namespace
