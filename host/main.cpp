@@ -38,7 +38,12 @@ int main(int argc, char** argv) {
     app.parse(std::move(words));
   } catch (const CLI::ParseError& e) {
     const std::string misspelt = gnx::misspeltWord(app, given);
-    if (e.get_exit_code() == 0 || misspelt.empty()) return app.exit(e) == 0 ? gnx::kGood : gnx::kBadUse;
+    if (e.get_exit_code() == 0 || misspelt.empty()) {
+      const bool failed = app.exit(e) != 0;
+      if (dynamic_cast<const CLI::ConversionError*>(&e) != nullptr)
+        std::fputs("Numbers of an option stand apart, such as 3582104.76 532590.18 5232755.14.\n", stderr);
+      return failed ? gnx::kBadUse : gnx::kGood;
+    }
     std::fprintf(stderr, "gnx: %s\n", misspelt.c_str());
     return gnx::kBadUse;
   } catch (const gnx::EndWithStatus& e) {

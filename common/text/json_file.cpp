@@ -22,7 +22,9 @@ Json::Value readJson(const std::filesystem::path& file) {
   } catch (const Json::Exception& e) {  // brackets a thousand deep
     errors = e.what();
   }
-  throw InputError(file.string(), 0, "is no JSON: " + errors);
+  errors.erase(errors.find_last_not_of(" \n") + 1);
+  throw InputError(file.string(), 0,
+                   "is no JSON: " + errors + "; correct it there, often a comma or a bracket");
 }
 
 Json::Value readJsonFile(const std::filesystem::path& file) {

@@ -88,6 +88,7 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --exclude G5", 2, "'G5' names no satellite; did you mean G05?"},
       {"replay {good} --exclude G05,g07", 2, "did you mean G07?"},
       {"replay {good} --reference 55.49 8.45 59", 2, "looks like latitude and longitude"},
+      {"replay {good} --reference 3D 6363632.95-1234567.1 2", 2, "Numbers of an option stand apart"},
       {"replay {good} --position 1 2 3e9", 2, "from the centre of the Earth"},
       {"replay {good} --from 2026-11-21T02:00:00 --to 2026-11-21T01:00:00", 2, "is later than --to"},
       {"replay {good} --deployment {deployment} --fix", 2, "--fix has no effect with --deployment"},
