@@ -105,7 +105,7 @@ class PointJoiner {
   }
   /// The outline about a place, back to which a path need not come.
   static std::string formOf(const std::string& kind, double scale) {
-    const double a = 5.0 * scale;  // half its width
+    const double a = 1.1 * scale;  // half its width
     if (kind == "0") return printed("m%.1f,0h%.1fm%.1f,%.1fv%.1f", -a, 2 * a, -a, -a, 2 * a);
     if (kind == "1")
       return printed("m%.1f,%.1fl%.1f,%.1fm0,%.1fl%.1f,%.1f", -a, -a, 2 * a, 2 * a, -2 * a, -2 * a, 2 * a);
