@@ -3,7 +3,9 @@
 #include "batch/batch_page.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <optional>
 
 #include "batch/batch_summary.h"
 #include "geometry/vector3.h"
@@ -77,18 +79,45 @@ Markup stationRows(const std::map<std::string, StationDays>& stations) {
   return joined(rows);
 }
 
+/// The axis of days.
+struct Days {
+  GpsTime first;
+  double count = 1.0;
+  std::string ticks;  ///< for gnuplot, a dozen at most
+};
+
+Days daysOf(const std::map<std::string, StationDays>& stations) {
+  Days days;
+  std::optional<GpsTime> first, last;
+  for (const auto& [name, station] : stations)
+    for (const auto& [day, place] : station.positions) {
+      if (!first || day < *first) first = day;
+      if (!last || *last < day) last = day;
+    }
+  if (!first) return days;
+  constexpr double kMostTicks = 9.0;
+  days.first = *first;
+  days.count = (*last - *first) / kDay_s + 1.0;
+  const double step = std::ceil(days.count / kMostTicks);
+  for (double day = 0.0; day < days.count; day += step)
+    days.ticks += (days.ticks.empty() ? "" : ", ") +
+                  printed("'%s' %g", formatTime(*first + day * kDay_s).substr(0, 10).c_str(), day);
+  return days;
+}
+
 /// A panel an axis over the days, a line a station.
 Markup figureOf(const std::map<std::string, StationDays>& stations) {
   constexpr std::size_t kMostStations = 8;
   constexpr const char* kColors[] = {"#3b78c3", "#d9822b", "#2a9d57", "#a34fb5",
                                      "#c9302c", "#7a7a2a", "#2a9d9d", "#888888"};
+  constexpr int kPoints[] = {7, 5, 9, 13, 1, 2};
   const bool several = std::ranges::any_of(stations, [](const auto& s) { return s.second.enu.size() > 1; });
   if (!several || stations.size() > kMostStations || !Gnuplot::installed()) return Markup();
+  const Days days = daysOf(stations);
   Gnuplot plot;
   plot.figure(980, 460);
-  plot.add(
-      "set multiplot layout 3,1\nset border 3\nset tics nomirror\nset lmargin 10\nset timefmt '%s'\nset "
-      "xdata time\nset format x '%Y-%j'");
+  plot.add("set multiplot layout 3,1\nset border 3\nset tics nomirror\nset lmargin 10\nset ytics nomirror\n" +
+           printed("set xrange [-0.5:%g]\nset xtics (", days.count - 0.5) + days.ticks + ")");
   const char* const names[] = {"east", "north", "up"};
   for (std::size_t axis = 0; axis < 3; ++axis) {
     plot.add(printed("set ylabel '%s [mm]'\n%s", names[axis],
@@ -98,11 +127,14 @@ Markup figureOf(const std::map<std::string, StationDays>& stations) {
     for (const auto& [name, station] : stations) {
       std::vector<PlotPoint> points;
       for (std::size_t i = 0; i < station.enu.size(); ++i)
-        points.push_back({station.positions[i].first - toGpsTime({1970, 1, 1, 0, 0, 0.0}) + 0.5 * kDay_s,
-                          1e3 * station.enu[i][axis]});
-      command += ", " + plot.data(points) +
-                 printed(" using 1:2 with linespoints lw 1.1 pt %zu ps 0.5 lc rgb '%s' title '%s'", k + 4,
-                         kColors[k % std::size(kColors)], name.c_str());
+        points.push_back({(station.positions[i].first - days.first) / kDay_s, 1e3 * station.enu[i][axis]});
+      const std::string data = plot.data(points);
+      const char* const color = kColors[k % std::size(kColors)];
+      command +=
+          ", " + data +
+          printed(" with lines lw 0.7 dt %zu lc rgb '%s' title '%s', ", k % 5 + 1, color, name.c_str()) +
+          data +
+          printed(" with points pt %d ps 0.5 lc rgb '%s' notitle", kPoints[k % std::size(kPoints)], color);
       ++k;
     }
     plot.add(command);
