@@ -56,7 +56,7 @@ cut sinex_fuzz "$data"/coords/*.snx.gz
 cut antenna_fuzz "$data"/antex/*.atx.gz
 
 fuzz() {
-  if "$build/$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$found/$1-" \
+  if "$build/$1" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=2048 -artifact_prefix="$found/$1-" \
     "$corpus/$1" >"$build/$1.log" 2>&1; then
     echo "$1: $(grep -a '^Done' "$build/$1.log")"
   else
