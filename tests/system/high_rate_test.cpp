@@ -1,6 +1,8 @@
 // Twenty epochs a second through the boundary: every tick is an epoch, nothing starts anew that goes on, and
 // what slips is found in its epoch.
 
+#include <algorithm>
+
 #include "support/faulty_run.h"
 
 namespace gnx::test {
@@ -28,6 +30,15 @@ TEST(TwentyHertz, AGapIsBridgedAndASlipIsFound) {
   EXPECT_EQ(run.newAmbiguities(sat, kSlip - 0.06, kSlip + 0.06), 2);
   EXPECT_EQ(run.treated(), 0);
   EXPECT_LT(run.error(twentyHertzSky().site, 60.0), 3.0);
+}
+
+// Slow errors of phases, believed twenty times a second, moved the ambiguities: what one epoch a second fixes
+// after four minutes was not fixed at all.
+TEST(TwentyHertz, IntegersAreFoundWithinMinutes) {
+  const SimulatedSky sky({.hours = 345.0 / 3600.0, .fastFrom = 0.0, .fastTo = 1e9, .fastStep = kStep});
+  const FaultyRun run(sky, Faults(), {.interval = kStep});
+  EXPECT_GT(std::ranges::count(run.epochs, 5, &SolutionEpoch::status), 400);
+  EXPECT_LT(run.error(sky.site, 344.0), 0.05);
 }
 
 }  // namespace

@@ -120,12 +120,15 @@ double NoiseMonitor::m_expectedShare(int isys, int slot, int kind, double elev) 
 }
 
 double NoiseMonitor::m_effective(int isys, int slot, int kind, double elev) const {
-  // Phases tie an epoch to the one before; at many epochs a second they must not become weaker than what else
-  // ties them. Codes alone say where the ambiguities are.
+  // Phases tie an epoch to the one before; they must not become much weaker than what else ties them. Codes
+  // alone say where the ambiguities are. At many epochs a second they may go on losing weight as fast as
+  // epochs come: slow errors of phases, believed to be new ones twenty times a second, would move the
+  // ambiguities.
   constexpr double kMostOfPhase = 3.0;
   const NoiseLevel level = m_level(isys, slot, kind, elev);
   const double sigma = s_effectiveSigma(level, m_interval_s, s_config().m_noise.m_correlation_s);
-  return s_isPhaseRow(kind) ? std::min(sigma, kMostOfPhase * s_instantSigma(level)) : sigma;
+  if (!s_isPhaseRow(kind)) return sigma;
+  return std::min(sigma, kMostOfPhase / std::sqrt(std::min(m_interval_s, 1.0)) * s_instantSigma(level));
 }
 
 void NoiseMonitor::m_weigh(Station& sta, double mjd, double sod, double tick_s) {
