@@ -86,7 +86,13 @@ TEST(Live, DamageAndRestartsOfACasterOfTheFirstVersionCostEpochsAlone) {
   EXPECT_GE(caster.connections(), 3);
   const Positions whole = overFile(dir.path() / "file"), damaged = positionsIn(dir.path());
   EXPECT_GT(damaged.size(), whole.size() * 2 / 5);
-  EXPECT_LT(apart(damaged.rbegin()->second, whole.rbegin()->second), 0.03);
+  // How many epochs a restart costs depends on the machine, and with them when the integers come.
+  EXPECT_LT(apart(damaged.rbegin()->second, whole.rbegin()->second), 0.2);
+  for (const auto& [time, epoch] : damaged) {
+    const auto same = whole.find(time);
+    if (epoch.status != 5 || same == whole.end() || same->second.status != 5) continue;
+    EXPECT_LT(apart(epoch, same->second), 0.1) << formatTime(time);
+  }
   const std::string log = support::readFile(dir.path() / "live.log");
   EXPECT_THAT(log, HasSubstr("bad checksum"));
   EXPECT_THAT(log, HasSubstr("observations were missing for"));
