@@ -94,7 +94,7 @@ class UpdAdapter {
   /// Sets in order of arrival. While they arrive in order of time, look-ups do not walk them all.
   class History {
    public:
-    /// Drops records that are older than the new one by more, then appends it.
+    /// Drops records that are older than the new one by more than `history_s`, then appends it.
     /// \param keepLast  a single record stays whatever its age
     void append(Record record, bool keepLast, double history_s);
     /// The record with the smallest distance, the first of equal ones; null when empty.
