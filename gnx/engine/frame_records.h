@@ -2,8 +2,12 @@
 /// \file frame_records.h
 /// Members of the records that travel in frames.
 
+#include <array>
+#include <cstring>
+
 #include "engine/engine_core.h"
 #include "engine/frames.h"
+#include "gnx/error.h"
 
 namespace gnx {
 
@@ -54,10 +58,53 @@ void fields(Archive& a, Solution& s) {
     s.milliseconds);
 }
 
-/// A record of corrections with its place in the array.
-struct IndexedCorrection {
-  std::int32_t index = 0;
-  GNX_IO::ssr_t record{};
+/// Records of corrections by satellite, as a frame carries them: of 1.4 kB a satellite only the words that
+/// differ from those told last. Host and worker hold the same records.
+class CorrectionRecords {
+ public:
+  /// \param index  of a satellite, below GNX_IO::kMaxSatellite
+  const GNX_IO::ssr_t& at(std::size_t index) const { return m_told.at(index); }
+
+  /// Appends what is new of a satellite.
+  void tell(FrameWriter& out, std::size_t index, const GNX_IO::ssr_t& record) {
+    Words now{};
+    std::memcpy(now.data(), &record, sizeof record);
+    Words told{};
+    std::memcpy(told.data(), &m_told[index], sizeof record);
+    Mask changed{};
+    m_changed.clear();
+    for (std::size_t i = 0; i < kWords; ++i) {
+      if (now[i] == told[i]) continue;
+      changed[i / 64] |= std::uint64_t{1} << (i % 64);
+      m_changed.push_back(now[i]);
+    }
+    out(static_cast<std::uint32_t>(index), changed);
+    for (const std::uint64_t word : m_changed) out(word);
+    m_told[index] = record;
+  }
+
+  /// Takes what is new of a satellite. \return its index \throws EngineError for an index beyond the
+  /// satellites
+  std::size_t take(FrameReader& in) {
+    std::uint32_t index = 0;
+    Mask changed{};
+    in(index, changed);
+    if (index >= m_told.size()) throw EngineError("a frame names no satellite; host and worker differ");
+    Words words{};
+    std::memcpy(words.data(), &m_told[index], sizeof(GNX_IO::ssr_t));
+    for (std::size_t i = 0; i < kWords; ++i)
+      if ((changed[i / 64] >> (i % 64) & 1) != 0) in(words[i]);
+    std::memcpy(&m_told[index], words.data(), sizeof(GNX_IO::ssr_t));
+    return index;
+  }
+
+ private:
+  static constexpr std::size_t kWords = (sizeof(GNX_IO::ssr_t) + 7) / 8;
+  using Words = std::array<std::uint64_t, kWords>;
+  using Mask = std::array<std::uint64_t, (kWords + 63) / 64>;
+
+  std::vector<GNX_IO::ssr_t> m_told = std::vector<GNX_IO::ssr_t>(GNX_IO::kMaxSatellite);
+  std::vector<std::uint64_t> m_changed;
 };
 
 }  // namespace gnx
