@@ -3,6 +3,7 @@
 /// Members of the records that travel in frames.
 
 #include <array>
+#include <bit>
 #include <cstring>
 
 #include "engine/engine_core.h"
@@ -67,19 +68,14 @@ class CorrectionRecords {
 
   /// Appends what is new of a satellite.
   void tell(FrameWriter& out, std::size_t index, const GNX_IO::ssr_t& record) {
-    Words now{};
+    Words now{}, told{};
     std::memcpy(now.data(), &record, sizeof record);
-    Words told{};
     std::memcpy(told.data(), &m_told[index], sizeof record);
     Mask changed{};
-    m_changed.clear();
-    for (std::size_t i = 0; i < kWords; ++i) {
-      if (now[i] == told[i]) continue;
-      changed[i / 64] |= std::uint64_t{1} << (i % 64);
-      m_changed.push_back(now[i]);
-    }
+    for (std::size_t i = 0; i < kWords; ++i)
+      changed[i / kBits] |= std::uint64_t{now[i] != told[i] ? 1U : 0U} << (i % kBits);
     out(static_cast<std::uint32_t>(index), changed);
-    for (const std::uint64_t word : m_changed) out(word);
+    forEach(changed, [&](std::size_t i) { out(now[i]); });
     m_told[index] = record;
   }
 
@@ -92,19 +88,24 @@ class CorrectionRecords {
     if (index >= m_told.size()) throw EngineError("a frame names no satellite; host and worker differ");
     Words words{};
     std::memcpy(words.data(), &m_told[index], sizeof(GNX_IO::ssr_t));
-    for (std::size_t i = 0; i < kWords; ++i)
-      if ((changed[i / 64] >> (i % 64) & 1) != 0) in(words[i]);
+    forEach(changed, [&](std::size_t i) { in(words.at(i)); });
     std::memcpy(&m_told[index], words.data(), sizeof(GNX_IO::ssr_t));
     return index;
   }
 
  private:
-  static constexpr std::size_t kWords = (sizeof(GNX_IO::ssr_t) + 7) / 8;
+  static constexpr std::size_t kBits = 64, kWords = (sizeof(GNX_IO::ssr_t) + 7) / 8;
   using Words = std::array<std::uint64_t, kWords>;
-  using Mask = std::array<std::uint64_t, (kWords + 63) / 64>;
+  using Mask = std::array<std::uint64_t, (kWords + kBits - 1) / kBits>;
+
+  template <class Take>
+  static void forEach(const Mask& changed, Take&& take) {
+    for (std::size_t k = 0; k < changed.size(); ++k)
+      for (std::uint64_t rest = changed[k]; rest != 0; rest &= rest - 1)
+        take(k * kBits + static_cast<std::size_t>(std::countr_zero(rest)));
+  }
 
   std::vector<GNX_IO::ssr_t> m_told = std::vector<GNX_IO::ssr_t>(GNX_IO::kMaxSatellite);
-  std::vector<std::uint64_t> m_changed;
 };
 
 }  // namespace gnx
