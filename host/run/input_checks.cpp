@@ -174,6 +174,19 @@ void checkSystems(const Files& files, const Deployment& deployment, Sentences& s
       if (file.option == option) all.insert(file.systems.begin(), file.systems.end());
     return all;
   };
+  std::string used, observed;
+  bool any = false;
+  const std::set<char> inObs = systemsIn("--obs");
+  for (const auto& [system, bands] : deployment.bands()) {
+    used += (used.empty() ? "" : ", ") + std::string(titleOf(system));
+    any |= inObs.contains(system);
+  }
+  for (const char system : inObs) observed += system == 'R' ? "" : std::string(1, system);
+  if (!observed.empty() && !any) {
+    sentences.push_back("the run uses " + used + ", of which the observations hold nothing; give --systems " +
+                        observed);
+    return;
+  }
   for (const auto& [system, bands] : deployment.bands()) {
     if (system == 'R') {
       sentences.emplace_back(

@@ -175,7 +175,7 @@ TEST(Mistakes, ThatLeaveAResultAreWarnedOf) {
 }
 
 TEST(Mistakes, NoResultIsStatusOneAndASignalLeavesResults) {
-  expectTold({"replay {good} --systems J", 1, "0 of 30 epochs have a position"});
+  expectTold({"replay {good} --systems J", 1, "of which the observations hold nothing; give --systems EG"});
   const std::string late = support::readFile(inputs().path("sky/corrections.ssr"));
   std::string text = late;
   for (auto at = text.find("2026 11 21"); at != std::string::npos; at = text.find("2026 11 21", at))
