@@ -96,6 +96,10 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --out /proc/x", 2, "choose another --out"},
       {"simulate {none} --site nan 0 0", 2, "--site takes latitude"},
       {"init {deployment}", 2, "--force"},
+      {"replay {good} --exclude R99", 2, "'R99' names no satellite"},
+      {"replay {good} --cutoff 5 --cutoff 7", 2, "--cutoff is given 2 times; give it once"},
+      {"replay --obs - --nav - --broadcast", 2, "standard input (-) can be one file alone"},
+      {"", 2, "name a command"},
   };
   filled("{good}");
   const auto start = std::chrono::steady_clock::now();
@@ -133,6 +137,11 @@ TEST(Mistakes, InTablesOfADeploymentNameTheLine) {
       {"leapseconds.txt", "41499", "31499", "day 31499 does not follow 41317"},
       {"satellites.txt", "G02 GPS", "G02 GPX", "'G02 GPX' is no name and system"},
       {"satnav.txt", "\nG02 ", "\nG00 ", "has no row of G02"},
+      {"leapseconds.txt", "99999  37", "99999  36", "TAI-UTC of day 99999 is 37 s, not 36"},
+      {"no_ratio_table.txt", "nrow 0 ndim 0", "nrow 3 ndim 2", "holds 0 of 3 rows"},
+      {"no_ratio_table.txt", "nrow 0 ndim 0", "nrow 1 ndim 2\n 1.000 1.o00", "threshold 2: is no number"},
+      {"predefine.txt", "! P", "P", "stands before the line"},
+      {"polut1.txt", "0.008042", "8.042", "none of them beyond 1"},
       {"ut1t10.txt", "", nullptr, "a file of"},
   };
   for (const auto& [name, sound, wrong, text] : mistakes) {
