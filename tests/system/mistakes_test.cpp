@@ -74,8 +74,9 @@ struct Mistake {
 void expectTold(const Mistake& mistake) {
   const TemporaryDirectory out;
   std::string arguments = filled(mistake.arguments);
-  const bool replay = arguments.starts_with("replay") && arguments.find("--out") == std::string::npos;
-  if (replay) arguments += " --quiet --out " + out.path().string();
+  const bool replay = arguments.starts_with("replay"), live = arguments.starts_with("live");
+  if ((replay || live) && arguments.find("--out") == std::string::npos)
+    arguments += (replay ? " --quiet --out " : " --out ") + out.path().string();
   const ChildResult r = run(arguments);
   EXPECT_EQ(r.status, mistake.status) << arguments << '\n' << r.output;
   EXPECT_THAT(r.output, HasSubstr(mistake.text)) << arguments;
@@ -230,6 +231,31 @@ TEST(Mistakes, WithProductsAreTold) {
   const std::string sparse =
       std::string(good).erase(good.find(" --clk"), good.find(" --from") - good.find(" --clk"));
   expectTold({sparse.c_str(), 0, "give clocks of 30 s with --clk"});
+}
+
+// A run day and night tells in its log what a replay tells at its end.
+TEST(Mistakes, OfLiveRunsAreRefusedOrTold) {
+  inputs();
+  support::writeFile(inputs().path("live.json"),
+                     R"({"obs": "tcp://a:1", "deployment": "site", "fix": true})");
+  support::writeFile(inputs().path("misspelt.json"), R"({"obs": "tcp://a:1", "sistems": "GE"})");
+  const Mistake mistakes[] = {
+      {"live --obs file://{sky/stream.rtcm3}?speed=0 --systems GE --refpoint CoM_ITRF", 0,
+       "corrections of obs: the corrected orbits lie"},
+      {"live --config {live.json}", 2, "--fix has no effect with --deployment"},
+      {"live --config {misspelt.json}", 2, "'sistems' is no option of 'gnx live' (did you mean systems?)"},
+      {"live --play {sky} --eph tcp://a:1", 2, "--eph has no effect with --play"},
+      {"live --obs tcp://a:1 --speed 10", 2, "--speed has no effect without --play or --start"},
+  };
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+
+  const TemporaryDirectory out;
+  const ChildResult r =
+      run(filled("live --obs file://{sky/stream.rtcm3}?speed=0 --mode dynamic --deployment ") +
+          inputs().path("deployment") + " --out " + out.path().string());
+  EXPECT_EQ(r.output.find("missing for"), std::string::npos) << r.output;
+  EXPECT_THAT(support::readFile(out.path() / "solution.pos"), HasSubstr("mode      : dynamic"))
+      << "a choice of the command line goes before the deployment's";
 }
 
 // The radial corrections show the centre, the codes of an hour show the sign.
