@@ -16,6 +16,7 @@ namespace gnx {
 namespace {
 
 constexpr std::size_t kTypeWidth = 16, kNameWidth = 20;  // type, blank, radome of four
+constexpr std::size_t kTypeWeight = 8;  ///< of a letter of the type, in letters of the radome
 
 /// Names of receiver antennas in the antenna file, 20 characters.
 std::vector<std::string> receiverAntennas(const Deployment& deployment) {
@@ -69,7 +70,7 @@ std::size_t difference(std::string_view given, std::string_view known) {
   const auto part = [](std::string_view name, std::size_t from, std::size_t width) {
     return trim(column(name, from, width));
   };
-  return 8 * editDistance(part(wanted, 0, kTypeWidth), part(known, 0, kTypeWidth)) +
+  return kTypeWeight * editDistance(part(wanted, 0, kTypeWidth), part(known, 0, kTypeWidth)) +
          editDistance(part(wanted, kTypeWidth, 4), part(known, kTypeWidth, 4));
 }
 
@@ -91,7 +92,11 @@ std::string unknownAntenna(const Deployment& deployment, const std::string& ante
     return sentence + "the deployment has no receiver antennas, make it with an antenna file";
   const auto nearest =
       std::ranges::min_element(known, {}, [&](const std::string& k) { return difference(words, k); });
-  return sentence + "the nearest name that is known is '" + std::string(trim(*nearest)) + "'";
+  const std::string found(trim(*nearest));
+  const std::size_t letters = trim(words.substr(0, kTypeWidth)).size();
+  if (2 * difference(words, *nearest) > kTypeWeight * letters)  // half of the type is another one
+    return sentence + "no name that is known resembles it; names are such as '" + found + "'";
+  return sentence + "the nearest name that is known is '" + found + "'";
 }
 
 }  // namespace gnx

@@ -94,7 +94,7 @@ std::vector<std::string> Deployment::check() const {
   return sentences;
 }
 
-void Deployment::checkTables() const { checkDeployedTables(*this); }
+void Deployment::checkTables(const std::optional<GpsTime>& date) const { checkDeployedTables(*this, date); }
 std::vector<std::string> Deployment::unknownKeys() const { return unknownDeployedKeys(m_directory); }
 std::map<char, std::string> Deployment::bands() const { return deployedBands(m_directory); }
 bool Deployment::toMassCentre() const { return deployedToMassCentre(m_directory); }
@@ -130,6 +130,11 @@ void Deployment::explain(std::ostream& out) const {
   say("patterns", engineAppliesPatterns() ? "applied by the engine"
                   : settings.patterns     ? "taken off the observations by the host"
                                           : "not applied");
+  try {
+    checkTables();
+  } catch (const InputError& e) {
+    out << "  warning: " << e.what() << '\n';
+  }
   for (const std::string& sentence : check()) out << "  warning: " << sentence << '\n';
 }
 

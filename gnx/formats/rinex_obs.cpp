@@ -18,7 +18,7 @@ constexpr std::size_t kFirst = 3, kField = 16, kValue = 14;  ///< columns of an 
 constexpr int kMostTypes = 300;
 constexpr double kLargest = 1e12;  ///< beyond any range, phase, Doppler or signal strength
 
-std::string inQuotes(std::string_view text) { return "'" + std::string(text) + "'"; }
+std::string inQuotes(std::string_view text) { return std::string(1, '\'').append(text).append(1, '\''); }
 
 }  // namespace
 

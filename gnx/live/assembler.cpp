@@ -316,7 +316,8 @@ struct LiveAssembler::Impl {
   }
 
   void tellGap(double gap_s) {
-    if (gap_s > std::max(kGap_s, 3.0 * usualGap_s))
+    const double interval_s = std::max(usualGap_s, std::ranges::min(steps_s));
+    if (gap_s > std::max(kGap_s, 3.0 * interval_s))
       sinks.say("observations were missing for " + secondsText(gap_s));
     else usualGap_s = gap_s;
   }

@@ -29,7 +29,7 @@ constexpr const char* kFooter = R"(The file, which SIGHUP has read again (docs/f
 Stations and defaults take the options of 'gnx live'.)";
 
 FleetOptions choicesOf(const FleetArguments& a) {
-  FleetOptions options = readFleet(a.file, {liveOptionNames(), deployedOptionNames(), liveOptionsOf});
+  FleetOptions options = readFleet(a.file, {liveOptionNames(), heldOptionNames(), liveOptionsOf});
   if (!a.out.empty()) options.out = a.out;
   if (!a.http.empty()) options.http = a.http;
   if (!a.nats.empty()) options.cluster.url = a.nats;

@@ -8,6 +8,7 @@
 
 #include "commands/commands.h"
 #include "commands/live_words.h"
+#include "commands/near_names.h"
 #include "commands/option_text.h"
 #include "gnx/error.h"
 #include "live/live_options.h"
@@ -22,10 +23,12 @@ namespace {
 /// Values of the command line that need work before they are options.
 struct LiveArguments {
   LiveRunOptions options;
-  std::string start, mode = "kinematic", galileo = "auto", sourcetable, config;
+  std::string start, mode, galileo, sourcetable, config;
 };
 
 constexpr const char* kConfig = "--config";
+/// A recording holds what they would bring.
+const std::vector<std::string> kOfSources = {"obs", "eph", "ssr", "credentials", "start"};
 constexpr const char* kFooter = R"(URLs:
   ntrip://HOST[:2101]/MOUNTPOINT   a caster; ntrips:// with TLS, its certificate verified
       ?version=1                   where the caster knows NTRIP 1 alone
@@ -72,18 +75,20 @@ void addDeploymentOptions(CLI::App& cmd, LiveArguments& a) {
   cmd.add_flag("--fix", o.deploy.resolution, "resolve ambiguities to integers; needs phase biases");
   cmd.add_option("--mode", a.mode, "static, kinematic or dynamic")
       ->check(CLI::IsMember({"static", "kinematic", "dynamic"}))
-      ->capture_default_str();
+      ->default_str("kinematic");
   cmd.add_option("--galileo", a.galileo, "messages to which corrections refer: auto, fnav or inav")
-      ->capture_default_str();
+      ->default_str("auto");
+  o.deploy.run.mode = Mode::kinematic;
   o.deploy.run.interval_s = 1.0;
-  cmd.add_option("--interval", o.deploy.run.interval_s, "processing interval, s; 1 takes every epoch")
+  cmd.add_option("--interval", o.given.interval_s, "processing interval, s; 1 takes every epoch")
       ->check(CLI::Range(0.01, 3600.0))
-      ->capture_default_str();
+      ->default_str("1");
   o.deploy.refpoint = "APC_ITRF";
   cmd.add_option("--refpoint", o.deploy.refpoint,
                  "what the orbits of the corrections refer to: APC_ITRF (most streams) or CoM_ITRF")
       ->capture_default_str();
-  cmd.add_option("--station-name", o.deploy.run.stationName, "name for files")->capture_default_str();
+  cmd.add_option("--station-name", o.given.stationName, "name for files")
+      ->default_str(o.deploy.run.stationName);
 }
 
 void addOutputOptions(CLI::App& cmd, LiveArguments& a) {
@@ -123,15 +128,20 @@ void addOptions(CLI::App& cmd, LiveArguments& a) {
       "command line adds to it; SIGHUP has it read again");
 }
 
-/// A deployment holds these choices.
-void refuseIdleOptions(const CLI::App& cmd) {
-  if (cmd.count("--deployment") == 0) return;
-  for (const std::string& name : deployedOptionNames())
-    if (cmd.count("--" + name) > 0)
-      throw UsageError(
-          "--" + name +
-          " has no effect with --deployment, whose files hold that choice; leave it out, or make "
-          "the deployment anew with 'gnx init'");
+/// What was given and would change nothing is a mistake about what the run does.
+void refuseIdleOptions(const CLI::App& cmd, const LiveRunOptions& o) {
+  const auto refuse = [&](const std::vector<std::string>& names, const std::string& why) {
+    for (const std::string& name : names)
+      if (cmd.count("--" + name) > 0) throw UsageError("--" + name + " has no effect " + why);
+  };
+  if (!o.deployment.empty())
+    refuse(deployedOptionNames(),
+           "with --deployment, whose files hold that choice; leave it out, or make the deployment anew with "
+           "'gnx init'");
+  if (!o.play.empty())
+    refuse(kOfSources, "with --play, which brings what the sources sent and when; leave it out");
+  else if (cmd.count("--start") == 0)
+    refuse({"speed"}, "without --play or --start; files take their own pace, file:///path?speed=10");
 }
 
 /// What was given on the command line, as words.
@@ -155,9 +165,12 @@ LiveArguments argumentsOf(std::vector<std::string> words) {
   addOptions(parser, arguments);
   std::ranges::reverse(words);  // it takes them from the back
   parser.parse(std::move(words));
-  refuseIdleOptions(parser);
+  refuseIdleOptions(parser, arguments.options);
   return arguments;
 }
+
+/// "obs" of "--obs=tcp://..."
+std::string nameIn(const std::string& word) { return word.substr(2, word.find('=') - 2); }
 
 /// Choices of a file and of the command line together.
 LiveArguments withFile(const std::string& file, const std::vector<std::string>& given) {
@@ -168,6 +181,17 @@ LiveArguments withFile(const std::string& file, const std::vector<std::string>& 
     for (std::string_view line; reader.next(line);) text.append(line).append("\n");
     words = wordsOfJson(text, file);
   }
+  const std::vector<std::string> known = liveOptionNames();
+  for (const std::string& word : words)
+    if (const std::string name = nameIn(word); std::ranges::count(known, name) == 0)
+      throw InputError(file, 0, "'" + name + "' is no option of 'gnx live'" + didYouMean(name, known));
+  // A recording is played with the choices of the run that it is of.
+  const bool played =
+      std::ranges::any_of(given, [](const auto& word) { return word.starts_with("--play="); });
+  const auto isOfSources = [](const std::string& word) {
+    return std::ranges::count(kOfSources, nameIn(word)) > 0;
+  };
+  if (played) std::erase_if(words, isOfSources);
   words.insert(words.end(), given.begin(), given.end());
   try {
     return argumentsOf(std::move(words));
@@ -179,8 +203,9 @@ LiveArguments withFile(const std::string& file, const std::vector<std::string>& 
 LiveRunOptions completed(LiveArguments a) {
   LiveRunOptions& o = a.options;
   if (!a.start.empty()) o.start = parseTime(a.start, "--start");
-  o.deploy.run.mode = parseMode(a.mode);
-  o.deploy.run.galileo = parseGalileoKind(a.galileo);
+  if (!a.mode.empty()) o.given.mode = parseMode(a.mode);
+  if (!a.galileo.empty()) o.given.galileo = parseGalileoKind(a.galileo);
+  o.deploy.run = o.given.over(o.deploy.run);
   if (o.speed <= 0.0 && o.play.empty()) throw UsageError("--speed 0 goes with --play alone");
   if (o.play.empty() && o.obs.empty())
     throw UsageError("no observations; give a URL with --obs, or a recording with --play");
@@ -196,7 +221,7 @@ void printTable(const LiveArguments& a) {
 }
 
 void live(const CLI::App& cmd, const LiveArguments& a) {
-  refuseIdleOptions(cmd);
+  refuseIdleOptions(cmd, a.options);
   const std::vector<std::string> given = wordsOf(cmd);
   const auto choices = [&] { return completed(a.config.empty() ? a : withFile(a.config, given)); };
   try {
@@ -219,6 +244,12 @@ LiveRunOptions liveOptionsOf(const std::vector<std::string>& words) {
 
 std::vector<std::string> deployedOptionNames() {
   return {"systems", "freqobs", "freqused", "antex", "fix", "refpoint"};
+}
+
+std::vector<std::string> heldOptionNames() {
+  std::vector<std::string> names = deployedOptionNames();
+  names.insert(names.end(), {"mode", "interval", "galileo"});
+  return names;
 }
 
 std::vector<std::string> liveOptionNames() {

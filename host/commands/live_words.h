@@ -17,5 +17,7 @@ LiveRunOptions liveOptionsOf(const std::vector<std::string>& words);
 std::vector<std::string> liveOptionNames();
 /// Those of them that are refused beside a deployment, whose files hold the choice.
 std::vector<std::string> deployedOptionNames();
+/// These, and settings of the run that a deployment holds as well; given for one station they go before it.
+std::vector<std::string> heldOptionNames();
 
 }  // namespace gnx

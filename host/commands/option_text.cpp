@@ -15,7 +15,13 @@ namespace gnx {
 
 namespace {
 
-bool isSatellite(const std::string& name) { return name.size() == 3 && parseSat(name) == name; }
+/// Of the systems that the engine reads, and with a number that one of them gives.
+bool isSatellite(const std::string& name) {
+  static const std::map<char, int> mostOf = {{'G', 63}, {'R', 32}, {'E', 63}, {'C', 63}, {'J', 10}};
+  const auto most = mostOf.find(name.empty() ? ' ' : name[0]);
+  return name.size() == 3 && parseSat(name) == name && most != mostOf.end() &&
+         std::stoi(name.substr(1)) <= most->second;
+}
 
 /// "g5" as "G05"; "" when that makes no name.
 std::string repairedSatellite(std::string name) {

@@ -94,7 +94,8 @@ class StationWorker {
   /// The choices of files are the fleet's, those of the run are the station's.
   Deployment deploymentOf() {
     Deployment deployment = Deployment::open(m_plan.deployment);
-    if (m_options.deployment.empty()) deployment.settings = m_options.deploy.run;
+    deployment.settings =
+        m_options.deployment.empty() ? m_options.deploy.run : m_options.given.over(deployment.settings);
     deployment.settings.stationName = m_plan.name;
     m_options.deploy.run = deployment.settings;
     return deployment;

@@ -25,6 +25,14 @@ void addWord(const std::string& key, const Json::Value& value, const std::string
 
 }  // namespace
 
+RunSettings GivenSettings::over(RunSettings settings) const {
+  settings.mode = mode.value_or(settings.mode);
+  settings.interval_s = interval_s.value_or(settings.interval_s);
+  settings.stationName = stationName.value_or(settings.stationName);
+  settings.galileo = galileo.value_or(settings.galileo);
+  return settings;
+}
+
 std::vector<std::string> wordsOfJson(const std::string& text, const std::string& name) {
   Json::CharReaderBuilder builder;
   builder["stackLimit"] = 32;

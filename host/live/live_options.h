@@ -12,10 +12,21 @@
 
 namespace gnx {
 
+/// Settings of the run that were given; a deployment holds the others.
+struct GivenSettings {
+  std::optional<Mode> mode;
+  std::optional<double> interval_s;
+  std::optional<std::string> stationName;
+  std::optional<GalileoKind> galileo;
+
+  RunSettings over(RunSettings settings) const;
+};
+
 struct LiveRunOptions {
   std::vector<std::string> obs, eph, ssr;  ///< URLs, in order of preference
   std::filesystem::path deployment;        ///< "" = made in `out` by the choices of `deploy`
   DeploymentOptions deploy;
+  GivenSettings given;
   std::filesystem::path out = "out/live";
   std::vector<std::string> json, nmea;     ///< URLs
   std::string http;                        ///< where pages are served, "HOST:PORT"; "" = none

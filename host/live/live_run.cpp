@@ -47,7 +47,12 @@ GpsTime dateOfFiles(const std::vector<PlannedSource>& plan) {
 }
 
 Deployment deploymentOf(const LiveRunOptions& options, const fs::path& directory, const GpsTime& date) {
-  if (!options.deployment.empty()) return Deployment::open(options.deployment);
+  if (!options.deployment.empty()) {
+    Deployment given = Deployment::open(options.deployment);
+    given.checkTables(date);
+    given.settings = options.given.over(given.settings);
+    return given;
+  }
   DeploymentOptions choices = options.deploy;
   choices.date = date;
   return Deployment::make(directory, choices);

@@ -18,7 +18,9 @@ constexpr std::int64_t kEngineLog_bytes = 16 << 20;  ///< a day of epochs of one
 }  // namespace
 
 LiveStation::LiveStation(StationContext context)
-    : m_context(std::move(context)), m_events(m_context.directory / "events.csv") {
+    : m_context(std::move(context)),
+      m_events(m_context.directory / "events.csv"),
+      m_alarm(m_context.deployment, m_context.reference, m_context.say) {
   LiveAssembler::Sinks sinks;
   sinks.event = [this](const Event& event) { feed(event); };
   sinks.restart = [this] {
@@ -98,9 +100,12 @@ void LiveStation::feed(const Event& event) {
   }
   if (std::holds_alternative<BroadcastEph>(event.record) || std::holds_alternative<GlonassEph>(event.record))
     m_message = m_now;
+  m_alarm.take(event);
   if (!m_engine) return;
   const auto solution = m_engine->feed(event);
   if (!solution) return;
+  if (const auto* epoch = std::get_if<ObsEpoch>(&event.record))
+    m_alarm.take(*epoch, *solution, m_assembler->correctionSource());
   m_epoch = solution->time;
   if (solution->solved() && !std::exchange(m_solved, true)) m_context.say("there are positions");
   if (solution->solved()) m_pause_s = 1.0;

@@ -12,6 +12,7 @@
 
 #include "gnx/engine.h"
 #include "gnx/live.h"
+#include "live/correction_alarm.h"
 #include "live/solution_json.h"
 #include "live/station_state.h"
 #include "record/recording.h"
@@ -67,6 +68,7 @@ class LiveStation {
 
   StationContext m_context;
   EventFile m_events;
+  CorrectionAlarm m_alarm;
   std::map<int, Stream> m_streams;
   std::unique_ptr<LiveAssembler> m_assembler;
   std::unique_ptr<Engine> m_engine;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <numbers>
 
 #include "geometry/vector3.h"
@@ -17,6 +18,7 @@ namespace {
 
 constexpr std::size_t kFewest = 5;  ///< satellites that tell anything
 constexpr double kPace_s = 60.0;    ///< between epochs that are looked at
+constexpr std::size_t kIssues = 6;  ///< of a satellite; corrections refer to one of the last
 
 /// Broadcast orbits of other systems have frames of their own.
 bool tells(const SatName& sat) { return sat[0] == 'G' || sat[0] == 'E'; }
@@ -55,9 +57,26 @@ void centreOn(std::vector<double>& values) {
 
 }  // namespace
 
+/// Of a deployment whose antenna file is there; the engine says what is wrong with others.
+CorrectionWatch::CorrectionWatch(const Deployment& deployment, const GpsTime& date)
+    : m_massCentre(deployment.toMassCentre()) {
+  const auto antennas = deployment.file("antpcv");
+  if (std::filesystem::exists(antennas)) m_heights = phaseCentreHeights(antennas, date);
+}
+
+void CorrectionWatch::beginAnew() {
+  m_corrections.clear();
+  m_radial.clear();
+  m_clocks.clear();
+}
+
 void CorrectionWatch::take(const Event& event) {
   if (const auto* message = std::get_if<BroadcastEph>(&event.record)) {
-    if (tells(message->sat)) m_messages[message->sat][issueOfData(*message)] = *message;
+    if (!tells(message->sat)) return;
+    auto& messages = m_messages[message->sat];
+    messages[issueOfData(*message)] = *message;
+    const auto toe = [](const auto& item) { return item.second.toe; };
+    if (messages.size() > kIssues) messages.erase(std::ranges::min_element(messages, {}, toe));
   } else if (const auto* batch = std::get_if<CorrectionBatch>(&event.record)) {
     take(*batch);
   }
@@ -154,22 +173,24 @@ std::optional<double> CorrectionWatch::clockSlope() const {
   return slope;
 }
 
-std::vector<std::string> CorrectionWatch::warnings(bool massCentre) const {
-  std::vector<std::string> sentences;
+std::map<CorrectionFault, std::string> CorrectionWatch::faults() const {
+  std::map<CorrectionFault, std::string> sentences;
   if (const auto slope = clockSlope(); slope && *slope < -0.3)
-    sentences.push_back(
+    sentences.emplace(
+        CorrectionFault::clockSign,
         printed("the clock corrections make the residuals of the codes larger than broadcast clocks alone: "
                 "what the codes show is %.1f times the corrections; check their sign, corrected clock = "
                 "broadcast clock + correction",
                 *slope));
   const auto centre = this->centre();
-  if (!centre || (*centre > 0.5) == massCentre) return sentences;
-  sentences.push_back(
+  if (!centre || (*centre > 0.5) == m_massCentre) return sentences;
+  sentences.emplace(
+      CorrectionFault::centre,
       printed("the corrected orbits lie %.2f of the antennas' heights beyond the broadcast ones, which are "
               "those of the antennas: they are orbits of the %s, but are taken as those of the %s; give "
               "--refpoint %s, or make the deployment with it",
-              *centre, massCentre ? "antennas" : "centres of mass",
-              massCentre ? "centres of mass" : "antennas", massCentre ? "APC_ITRF" : "CoM_ITRF"));
+              *centre, m_massCentre ? "antennas" : "centres of mass",
+              m_massCentre ? "centres of mass" : "antennas", m_massCentre ? "APC_ITRF" : "CoM_ITRF"));
   return sentences;
 }
 

@@ -6,20 +6,21 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "gnx/adapt.h"
 #include "gnx/corrections.h"
+#include "gnx/deployment.h"
 #include "gnx/engine.h"
 #include "gnx/solution.h"
 
 namespace gnx {
 
+enum class CorrectionFault { clockSign, centre };
+
 class CorrectionWatch {
  public:
-  /// \param heights  of phase centres above centres of mass; satellites without one tell no centre
-  explicit CorrectionWatch(PhaseCentreHeights heights) : m_heights(std::move(heights)) {}
+  /// Phase centres above centres of mass come from the antenna file; satellites without one tell no centre.
+  CorrectionWatch(const Deployment& deployment, const GpsTime& date);
 
   /// Messages and corrections of the run.
   void take(const Event& event);
@@ -36,8 +37,9 @@ class CorrectionWatch {
   std::optional<double> clockSlope() const;
 
   /// Sentences about what is wrong.
-  /// \param massCentre  orbits are taken as those of the centres of mass
-  std::vector<std::string> warnings(bool massCentre) const;
+  std::map<CorrectionFault, std::string> faults() const;
+  /// Forgets the corrections of before: those to come are of another source, or of another time.
+  void beginAnew();
 
  private:
   struct Sums {
@@ -47,8 +49,9 @@ class CorrectionWatch {
   std::optional<double> clockError(const SatObs& satellite, const ObsEpoch& epoch, const Solution& solution,
                                    const OrbitClockCorrection& correction) const;
 
+  bool m_massCentre;  ///< orbits are taken as those of the centres of mass
   PhaseCentreHeights m_heights;
-  std::map<SatName, std::map<int, BroadcastEph>> m_messages;  ///< by issue, the last of each
+  std::map<SatName, std::map<int, BroadcastEph>> m_messages;  ///< by issue, the last ones
   std::map<SatName, OrbitClockCorrection> m_corrections;      ///< of the last batch
   std::map<SatName, Sums> m_radial, m_clocks;                 ///< by satellite
   std::optional<GpsTime> m_last;

@@ -139,12 +139,22 @@ void checkAntenna(const ReplayOptions& options, Sentences& sentences) {
                 (*delta)[0], (*delta)[1]));
 }
 
-void checkOceanLoading(const ReplayOptions& options, const Vector3& place, Sentences& sentences) {
-  if (options.deploy.blq.empty() || !isKnown(place)) return;
-  const auto [apart, site] = nearestSite(options.deploy.blq, place);
+/// A deployment that is made without ocean loading says so in a file that is one remark.
+bool isRemarkAlone(const std::filesystem::path& blq) {
+  TextReader in(blq.string());
+  std::string_view line;
+  return in.next(line) && line.starts_with("$$ Ocean loading: no site") && !in.next(line);
+}
+
+void checkOceanLoading(const ReplayOptions& options, const Deployment& deployment, const Vector3& place,
+                       Sentences& sentences) {
+  const bool deployed = !options.deployment.empty();
+  const auto blq = deployed ? deployment.file("ocload") : options.deploy.blq;
+  if (blq.empty() || !isKnown(place) || (deployed && isRemarkAlone(blq))) return;
+  const auto [apart, site] = nearestSite(blq, place);
   if (apart <= kLoadingServes_km) return;
   sentences.push_back(
-      options.deploy.blq.string() + ": no site within 10 km of the station" +
+      blq.string() + ": no site within 10 km of the station" +
       (site.empty() ? "" : printed(", the nearest is %s, %.0f km away", site.c_str(), apart)) +
       ": no ocean loading is applied, up to 0.05 m of height at oceanic coasts; give a file of the "
       "station");
@@ -281,7 +291,7 @@ Sentences checkInputs(const Files& files, const ReplayOptions& options, const De
   checkSystems(files, deployment, sentences);
   checkFrame(plan, sentences);
   checkAntenna(options, sentences);
-  checkOceanLoading(options, knownPlace(files, plan), sentences);
+  checkOceanLoading(options, deployment, knownPlace(files, plan), sentences);
   checkIntegers(plan, sentences);
   return sentences;
 }

@@ -62,6 +62,7 @@ void refuseBytes(const std::string& file, const std::string& option) {
   char first = 0;
   const auto bytes = openBytes(file);
   const bool empty = bytes->read(&first, 1) == 0 && bytes->damage().empty();
+  if (empty && file == "-") throw InputError("standard input", 0, "is empty; pipe a file into the program");
   if (empty) throw InputError(file, 0, "is empty; fetch it again, or name another file");
   if (first == kPreamble)
     throw InputError(file, 0,

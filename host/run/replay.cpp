@@ -60,12 +60,6 @@ EventStream openStream(const RunPlan& plan, const Deployment& deployment) {
   return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr}, options);
 }
 
-/// Of a deployment whose antenna file is there; the engine says what is wrong with others.
-PhaseCentreHeights heightsOf(const Deployment& deployment, const GpsTime& date) {
-  const fs::path antennas = deployment.file("antpcv");
-  return fs::exists(antennas) ? phaseCentreHeights(antennas, date) : PhaseCentreHeights{};
-}
-
 /// The output options of the engine for an epoch. The account is kept throughout; residuals and the like are
 /// large and come at a pace that suffices for a report.
 class Diagnostics {
@@ -121,7 +115,7 @@ class Run {
     if (!choices.resumeFrom.empty()) options.state = readStateFile(choices.resumeFrom).value_or("");
     Engine engine(deployment, options);
     Diagnostics diagnostics(plan);
-    CorrectionWatch watch(heightsOf(deployment, *start.first));
+    CorrectionWatch watch(deployment, *start.first);
     GpsTime last;
     const Interruption interruption;
     for (Event event; signal == 0 && stream.next(event); signal = interruption.signal()) {
@@ -145,7 +139,7 @@ class Run {
     engine.finish();
     account = engine.account();
     if (!plan.nav.empty() && !plan.broadcastOnly)  // orbits say nothing about messages that are made of them
-      for (std::string& sentence : watch.warnings(plan.massCentre)) warnings.push_back(std::move(sentence));
+      for (auto& [fault, sentence] : watch.faults()) warnings.push_back(std::move(sentence));
   }
 
   std::vector<SolutionEpoch> epochs;

@@ -2,6 +2,8 @@
 
 #include "run/run_directory.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <fstream>
 
 #include "gnx/error.h"
@@ -47,6 +49,10 @@ void makeAbsolute(std::string& file) {
 }
 
 void checkSources(const RunPlan& plan) {
+  std::ptrdiff_t piped = 0;
+  for (const auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr})
+    piped += std::ranges::count(*files, "-");
+  if (piped > 1) throw UsageError("standard input (-) can be one file alone; name the others");
   if (plan.obs.empty()) throw UsageError("no observation file; give one with --obs");
   if (plan.nav.empty() && plan.sp3.empty())
     throw UsageError("no navigation file; the engine corrects broadcast orbits: give one with --nav");
@@ -118,7 +124,7 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
   }
   const Deployment given = Deployment::open(options.deployment);
   given.bands();  // damage is told of the user's file, not of its copy
-  given.checkTables();
+  given.checkTables(options.deploy.date);
   makeDirectory(dir);
   setResultsAside(dir);
   given.lend(dir);

@@ -114,9 +114,11 @@ class Deployment {
   /// What would keep the engine from starting or from fixing integers, in sentences; empty for none.
   /// \throws UsageError when integers would be wrong
   std::vector<std::string> check() const;
-  /// Looks through the tables that users edit: leap seconds, satellites, vehicles.
-  /// \throws InputError with the line that the engine would not take
-  void checkTables() const;
+  /// Looks through the files that it names: whether they are there, and rows of leap seconds, satellites,
+  /// vehicles, ratio thresholds, pole, names of files and antennas.
+  /// \param date  of a run; vehicles and leap seconds are held against it
+  /// \throws InputError with the line that the engine would not take, or would take for something else
+  void checkTables(const std::optional<GpsTime>& date = {}) const;
   /// Keys of its files that nobody reads, in sentences with the nearest key that is read; check() tells them
   /// too.
   std::vector<std::string> unknownKeys() const;

@@ -74,8 +74,9 @@ struct Mistake {
 void expectTold(const Mistake& mistake) {
   const TemporaryDirectory out;
   std::string arguments = filled(mistake.arguments);
-  const bool replay = arguments.starts_with("replay") && arguments.find("--out") == std::string::npos;
-  if (replay) arguments += " --quiet --out " + out.path().string();
+  const bool replay = arguments.starts_with("replay"), live = arguments.starts_with("live");
+  if ((replay || live) && arguments.find("--out") == std::string::npos)
+    arguments += (replay ? " --quiet --out " : " --out ") + out.path().string();
   const ChildResult r = run(arguments);
   EXPECT_EQ(r.status, mistake.status) << arguments << '\n' << r.output;
   EXPECT_THAT(r.output, HasSubstr(mistake.text)) << arguments;
@@ -96,6 +97,10 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --out /proc/x", 2, "choose another --out"},
       {"simulate {none} --site nan 0 0", 2, "--site takes latitude"},
       {"init {deployment}", 2, "--force"},
+      {"replay {good} --exclude R99", 2, "'R99' names no satellite"},
+      {"replay {good} --cutoff 5 --cutoff 7", 2, "--cutoff is given 2 times; give it once"},
+      {"replay --obs - --nav - --broadcast", 2, "standard input (-) can be one file alone"},
+      {"", 2, "name a command"},
   };
   filled("{good}");
   const auto start = std::chrono::steady_clock::now();
@@ -133,6 +138,11 @@ TEST(Mistakes, InTablesOfADeploymentNameTheLine) {
       {"leapseconds.txt", "41499", "31499", "day 31499 does not follow 41317"},
       {"satellites.txt", "G02 GPS", "G02 GPX", "'G02 GPX' is no name and system"},
       {"satnav.txt", "\nG02 ", "\nG00 ", "has no row of G02"},
+      {"leapseconds.txt", "99999  37", "99999  36", "TAI-UTC of day 99999 is 37 s, not 36"},
+      {"no_ratio_table.txt", "nrow 0 ndim 0", "nrow 3 ndim 2", "holds 0 of 3 rows"},
+      {"no_ratio_table.txt", "nrow 0 ndim 0", "nrow 1 ndim 2\n 1.000 1.o00", "threshold 2: is no number"},
+      {"predefine.txt", "! P", "P", "stands before the line"},
+      {"polut1.txt", "0.008042", "8.042", "none of them beyond 1"},
       {"ut1t10.txt", "", nullptr, "a file of"},
   };
   for (const auto& [name, sound, wrong, text] : mistakes) {
@@ -221,6 +231,31 @@ TEST(Mistakes, WithProductsAreTold) {
   const std::string sparse =
       std::string(good).erase(good.find(" --clk"), good.find(" --from") - good.find(" --clk"));
   expectTold({sparse.c_str(), 0, "give clocks of 30 s with --clk"});
+}
+
+// A run day and night tells in its log what a replay tells at its end.
+TEST(Mistakes, OfLiveRunsAreRefusedOrTold) {
+  inputs();
+  support::writeFile(inputs().path("live.json"),
+                     R"({"obs": "tcp://a:1", "deployment": "site", "fix": true})");
+  support::writeFile(inputs().path("misspelt.json"), R"({"obs": "tcp://a:1", "sistems": "GE"})");
+  const Mistake mistakes[] = {
+      {"live --obs file://{sky/stream.rtcm3}?speed=0 --systems GE --refpoint CoM_ITRF", 0,
+       "corrections of obs: the corrected orbits lie"},
+      {"live --config {live.json}", 2, "--fix has no effect with --deployment"},
+      {"live --config {misspelt.json}", 2, "'sistems' is no option of 'gnx live' (did you mean systems?)"},
+      {"live --play {sky} --eph tcp://a:1", 2, "--eph has no effect with --play"},
+      {"live --obs tcp://a:1 --speed 10", 2, "--speed has no effect without --play or --start"},
+  };
+  for (const Mistake& mistake : mistakes) expectTold(mistake);
+
+  const TemporaryDirectory out;
+  const ChildResult r =
+      run(filled("live --obs file://{sky/stream.rtcm3}?speed=0 --mode dynamic --deployment ") +
+          inputs().path("deployment") + " --out " + out.path().string());
+  EXPECT_EQ(r.output.find("missing for"), std::string::npos) << r.output;
+  EXPECT_THAT(support::readFile(out.path() / "solution.pos"), HasSubstr("mode      : dynamic"))
+      << "a choice of the command line goes before the deployment's";
 }
 
 // The radial corrections show the centre, the codes of an hour show the sign.

@@ -15,8 +15,7 @@ using support::TemporaryDirectory;
 using testing::HasSubstr;
 
 FleetOptions read(const TemporaryDirectory& dir, const std::string& json) {
-  return readFleet(dir.write("stations.json", json),
-                   {liveOptionNames(), deployedOptionNames(), liveOptionsOf});
+  return readFleet(dir.write("stations.json", json), {liveOptionNames(), heldOptionNames(), liveOptionsOf});
 }
 
 TEST(FleetOptions, StationsTakeDefaultsAndShareStreamsByName) {
@@ -46,8 +45,9 @@ TEST(FleetOptions, StationsTakeDefaultsAndShareStreamsByName) {
     "defaults": {"eph": "EPH", "obs": "ntrip://c/[SITE]", "fix": true, "systems": "GEC", "mode": "static"},
     "stations": [{"name": "ROME", "deployment": "site"}, {"name": "OSLO"}]})");
   EXPECT_EQ(deployed.stations[0].options.deployment, "site");
-  EXPECT_EQ(deployed.stations[0].options.deploy.run.mode, Mode::static_);
+  EXPECT_FALSE(deployed.stations[0].options.given.mode);
   EXPECT_EQ(deployed.stations[1].options.deploy.systems, "GEC");
+  EXPECT_EQ(deployed.stations[1].options.deploy.run.mode, Mode::static_);
 
   // A station of which nothing has changed is the same.
   const FleetOptions again =
