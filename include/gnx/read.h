@@ -55,7 +55,7 @@ enum class FileKind {
   biases,         ///< Bias-SINEX 1.00
   corrections,    ///< state-space corrections as text
   antennas,       ///< ANTEX 1.4
-  earthRotation,  ///< IGS .erp of version 2, finals2000A
+  earthRotation,  ///< IGS .erp of versions 1 and 2, finals2000A
   unknown,
 };
 const char* nameOf(FileKind kind);
@@ -277,8 +277,8 @@ struct EarthRotation {
   double ut1MinusUtc = 0.0;  ///< s, with the zonal tides
 };
 
-/// Earth rotation of the IGS (.erp, version 2) or "finals2000A" of the IERS, in order of time; predictions
-/// count, days without values are passed over.
+/// Earth rotation of the IGS (.erp, versions 1 and 2) or "finals2000A" of the IERS, in order of time;
+/// predictions count, days without values are passed over. UT1R gets its tides back, UT1-TAI becomes UT1-UTC.
 std::vector<EarthRotation> readEarthRotation(const std::string& path);
 
 }  // namespace gnx
