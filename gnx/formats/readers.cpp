@@ -70,6 +70,7 @@ FileKind kindOfLine(std::string_view line) {
   if (const FileKind kind = rinexKind(line); kind != FileKind::unknown) return kind;
   if (line.size() > 40 && line[0] == '#' && line[1] >= 'a' && line[1] <= 'd') return FileKind::orbits;
   if (line.starts_with("%=BIA")) return FileKind::biases;
+  if (line.starts_with("%=ORBEX")) return FileKind::attitudes;
   for (const char* block : {"> ORBIT ", "> CLOCK ", "> CODE_BIAS ", "> PHASE_BIAS ", "> VTEC "})
     if (line.starts_with(block)) return FileKind::corrections;
   if (isEarthRotation(line)) return FileKind::earthRotation;
@@ -94,6 +95,8 @@ const char* nameOf(FileKind kind) {
       return "corrections";
     case FileKind::antennas:
       return "antennas";
+    case FileKind::attitudes:
+      return "attitudes";
     case FileKind::earthRotation:
       return "Earth rotation";
     case FileKind::unknown:

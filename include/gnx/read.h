@@ -19,6 +19,7 @@
 #include <variant>
 #include <vector>
 
+#include "gnx/attitude.h"
 #include "gnx/deployment.h"
 #include "gnx/error.h"
 #include "gnx/integers.h"
@@ -55,6 +56,7 @@ enum class FileKind {
   biases,         ///< Bias-SINEX 1.00
   corrections,    ///< state-space corrections as text
   antennas,       ///< ANTEX 1.4
+  attitudes,      ///< ORBEX 0.09
   earthRotation,  ///< IGS .erp of versions 1 and 2, finals2000A
   unknown,
 };
@@ -232,6 +234,11 @@ struct Sp3Product {
 /// (0) and clocks (999999.999999) are left out; velocity lines and correlations are skipped. A missing EOF
 /// line is damage. Reference: S. Hilla, The Extended Standard Product 3 Orbit Format (SP3-d), 2016.
 Sp3Product readSp3(const std::vector<std::string>& paths);
+
+/// Reads the attitudes (records ATT) of ORBEX files and joins them by time; at equal times the later file
+/// wins. Other records are skipped; attitudes against inertial axes are refused. Reference: ORBEX, the orbit
+/// exchange format, version 0.09, 2019.
+AttitudeProduct readOrbex(const std::vector<std::string>& paths);
 
 /// Satellite clocks.
 struct ClockProduct {
