@@ -85,7 +85,7 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--antex", d.antex, "antenna file for the deployment");
   cmd.add_option("--grid", d.grid, "troposphere grid for the deployment");
   cmd.add_option("--blq", d.blq, "ocean loading file for the deployment");
-  cmd.add_option("--erp", d.erp, "Earth rotation for the deployment: IGS .erp of version 2 or finals2000A");
+  cmd.add_option("--erp", d.erp, "Earth rotation for the deployment: IGS .erp or finals2000A");
   cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")
       ->capture_default_str();
   cmd.add_option("--freqobs", d.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");

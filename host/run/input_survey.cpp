@@ -37,6 +37,8 @@ std::optional<Known> knownAs(FileKind kind) {
       return Known{"--ssr", "a file of corrections as text"};
     case FileKind::antennas:
       return Known{"--antex", "an antenna file (ANTEX)"};
+    case FileKind::attitudes:
+      return Known{"--orbex", "an ORBEX file of attitudes"};
     case FileKind::earthRotation:
       return Known{"--erp", "a file of the Earth's rotation"};
     case FileKind::unknown:

@@ -19,6 +19,7 @@
 #include <variant>
 #include <vector>
 
+#include "gnx/attitude.h"
 #include "gnx/deployment.h"
 #include "gnx/error.h"
 #include "gnx/integers.h"
@@ -55,7 +56,8 @@ enum class FileKind {
   biases,         ///< Bias-SINEX 1.00
   corrections,    ///< state-space corrections as text
   antennas,       ///< ANTEX 1.4
-  earthRotation,  ///< IGS .erp of version 2, finals2000A
+  attitudes,      ///< ORBEX 0.09
+  earthRotation,  ///< IGS .erp of versions 1 and 2, finals2000A
   unknown,
 };
 const char* nameOf(FileKind kind);
@@ -233,6 +235,11 @@ struct Sp3Product {
 /// line is damage. Reference: S. Hilla, The Extended Standard Product 3 Orbit Format (SP3-d), 2016.
 Sp3Product readSp3(const std::vector<std::string>& paths);
 
+/// Reads the attitudes (records ATT) of ORBEX files and joins them by time; at equal times the later file
+/// wins. Other records are skipped; attitudes against inertial axes are refused. Reference: ORBEX, the orbit
+/// exchange format, version 0.09, 2019.
+AttitudeProduct readOrbex(const std::vector<std::string>& paths);
+
 /// Satellite clocks.
 struct ClockProduct {
   double interval = 0.0;  ///< s; the difference found most often between neighbours
@@ -277,8 +284,8 @@ struct EarthRotation {
   double ut1MinusUtc = 0.0;  ///< s, with the zonal tides
 };
 
-/// Earth rotation of the IGS (.erp, version 2) or "finals2000A" of the IERS, in order of time; predictions
-/// count, days without values are passed over.
+/// Earth rotation of the IGS (.erp, versions 1 and 2) or "finals2000A" of the IERS, in order of time;
+/// predictions count, days without values are passed over. UT1R gets its tides back, UT1-TAI becomes UT1-UTC.
 std::vector<EarthRotation> readEarthRotation(const std::string& path);
 
 }  // namespace gnx
