@@ -116,7 +116,7 @@ std::string zshValues(const CLI::Option* option) {
   const int most = option->get_items_expected_max();
   if (most == 0) return "";
   const std::string choices = choicesOf(option);
-  const std::string one = !choices.empty()      ? ":value:(" + choices + ")"
+  const std::string one = !choices.empty()       ? ":value:(" + choices + ")"
                           : takesNumbers(option) ? ":number: "
                                                  : ":value:_files";
   std::string all = one;
@@ -135,8 +135,8 @@ std::string zshOption(const CLI::Option* option) {
     words += c == '[' || c == ']' || c == ':' ? std::string("\\") + c : std::string(1, c);
   const bool several = option->get_items_expected_max() > option->get_items_expected_min() &&
                        option->get_items_expected_max() > 1;
-  return std::string(" \\\n      '") + (several ? "*" : "") + longName(option) + "[" + shellText(words) + "]" +
-         shellText(zshValues(option)) + "'";
+  return std::string(" \\\n      '") + (several ? "*" : "") + longName(option) + "[" + shellText(words) +
+         "]" + shellText(zshValues(option)) + "'";
 }
 
 }  // namespace
