@@ -12,7 +12,7 @@ namespace gnx {
 
 Json::Value readJson(const std::filesystem::path& file) {
   std::ifstream in(file);
-  if (!in) throw InputError(file.string(), 0, "cannot be opened");
+  if (!in) throw InputError(file.string(), 0, "cannot be opened; check the name and the permissions");
   Json::CharReaderBuilder builder;
   builder["collectComments"] = false;
   Json::Value root;

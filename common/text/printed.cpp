@@ -26,4 +26,6 @@ std::string printed(const char* format, ...) {
   return text;
 }
 
+std::string inQuotes(std::string_view text) { return std::string(1, '\'').append(text).append(1, '\''); }
+
 }  // namespace gnx

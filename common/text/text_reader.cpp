@@ -106,6 +106,14 @@ std::string readTextFile(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+void makeDirectory(const std::filesystem::path& directory, const std::string& option) {
+  std::error_code error;
+  std::filesystem::create_directories(directory, error);
+  if (error)
+    throw InputError(directory.string(), 0,
+                     "cannot be made (" + error.message() + "); choose another " + option);
+}
+
 void writeTextFile(const std::filesystem::path& file, std::string_view text) {
   std::ofstream out(file, std::ios::binary);
   out << text;

@@ -66,6 +66,8 @@ class TextReader {
 
 /// The whole of a plain file; "" when there is none.
 std::string readTextFile(const std::filesystem::path& file);
+/// Makes a directory and those above it. Throws InputError, which names the option that chose it.
+void makeDirectory(const std::filesystem::path& directory, const std::string& option);
 /// Throws InputError when it cannot be written.
 void writeTextFile(const std::filesystem::path& file, std::string_view text);
 

@@ -16,6 +16,7 @@
 #include "gnx/satellite.h"
 #include "text/fields.h"
 #include "text/json_file.h"
+#include "text/printed.h"
 #include "text/text_reader.h"
 
 namespace gnx {
@@ -69,8 +70,8 @@ void checkLeapSeconds(const fs::path& file, const std::optional<GpsTime>& date) 
     if (words.empty()) continue;
     const auto day = parseInt(words[0]), seconds = parseInt(words.size() > 1 ? words[1] : "");
     if (!day || !seconds)
-      in.fail("leap second", "'" + std::string(trim(line)) +
-                                 "' is no day (MJD) and TAI-UTC (s), such as '57754  37'" + kAnew);
+      in.fail("leap second",
+              inQuotes(trim(line)) + " is no day (MJD) and TAI-UTC (s), such as '57754  37'" + kAnew);
     if (before && *day <= *before)
       in.fail("leap second",
               "day " + std::to_string(*day) + " does not follow " + std::to_string(*before) + kAnew);
@@ -101,8 +102,8 @@ std::set<std::string> checkSatellites(const fs::path& file) {
     if (words.empty()) continue;
     const bool known = words.size() > 1 && std::ranges::count(kSystems, words[1]) > 0;
     if (!known || !parseSat(words[0]))
-      in.fail("satellite", "'" + std::string(trim(line)) +
-                               "' is no name and system (GPS, GLS, GAL, BD2, BD3, QZS), such as 'G01 GPS'" +
+      in.fail("satellite", inQuotes(trim(line)) +
+                               " is no name and system (GPS, GLS, GAL, BD2, BD3, QZS), such as 'G01 GPS'" +
                                kAnew);
     names.emplace(words[0]);
   }
@@ -204,7 +205,7 @@ void checkNames(const fs::path& file) {
   for (std::string_view line; in.next(line);) {
     if (isRemark(line)) continue;
     if (line.find("mirva_file_name") != std::string_view::npos) return;
-    in.fail("name", "'" + std::string(trim(line)) + "' stands before the line 'mirva_file_name'" + kAnew);
+    in.fail("name", inQuotes(trim(line)) + " stands before the line 'mirva_file_name'" + kAnew);
   }
 }
 

@@ -18,7 +18,7 @@ constexpr std::int64_t kLargestValue = 10'000'000'000'000;   ///< fits the 14 co
 constexpr std::size_t kName = 3, kValue = 14;
 constexpr std::size_t kOnALine = 5, kNamesOnALine = 12;  ///< RINEX 2
 
-std::string inQuotes(std::string_view text) { return "'" + std::string(text.substr(0, 40)) + "'"; }
+std::string startInQuotes(std::string_view text) { return inQuotes(text.substr(0, 40)); }
 
 std::optional<std::int64_t> integer(std::string_view text) {
   std::int64_t value = 0;
@@ -83,7 +83,8 @@ bool ObservationText::recognise(std::string_view& line) {
   if (column(line, 20, 20) != "COMPACT RINEX FORMAT") return true;
   const std::string_view version = trim(column(line, 0, 20));
   if (version != "1.0" && version != "3.0")
-    fail("CRINEX VERS   / TYPE", "compact form " + inQuotes(version) + " is not known; 1.0 and 3.0 are read");
+    fail("CRINEX VERS   / TYPE",
+         "compact form " + startInQuotes(version) + " is not known; 1.0 and 3.0 are read");
   m_version = version == "1.0" ? 1 : 3;
   if (!TextReader::advance(line) || !TextReader::advance(line))
     failAtEnd("file ends inside the header; it is truncated, fetch it again");
@@ -107,7 +108,8 @@ bool ObservationText::expand(std::string_view raw) {
   if (!readEpochText(raw)) return false;
   const std::size_t flagAt = m_version == 1 ? 28 : 31;
   const char flag = m_epoch.size() > flagAt ? m_epoch[flagAt] : ' ';
-  if (flag != ' ' && (flag < '0' || flag > '6')) fail("epoch flag", inQuotes({&flag, 1}) + " is not 0 to 6");
+  if (flag != ' ' && (flag < '0' || flag > '6'))
+    fail("epoch flag", startInQuotes({&flag, 1}) + " is not 0 to 6");
   const auto count = parseInt(column(m_epoch, flagAt + 1, 3));
   if (!count || *count < 0) fail("epoch", "number of satellites is missing or damaged; fetch the file again");
   if (flag > '1') copyEvent(*count);
@@ -126,7 +128,7 @@ bool ObservationText::readEpochText(std::string_view raw) {
     return true;
   }
   if (raw.front() != ' ')
-    fail("epoch", inQuotes(raw) + " where an epoch begins; the file is damaged here, fetch it again");
+    fail("epoch", startInQuotes(raw) + " where an epoch begins; the file is damaged here, fetch it again");
   if (m_epoch.empty())
     fail("epoch", "is a difference, and no complete epoch stands before it; the file is damaged here");
   overlay(raw, m_epoch);
@@ -198,7 +200,7 @@ std::string ObservationText::readFields(std::string_view raw, SatState& state) {
   std::string_view flags = at < raw.size() ? raw.substr(at) : std::string_view{};
   flags = flags.substr(0, flags.find_last_not_of(' ') + 1);
   if (flags.size() > state.flags.size())
-    fail("flags", inQuotes(flags) + " are more than the observations have; the file is damaged here");
+    fail("flags", startInQuotes(flags) + " are more than the observations have; the file is damaged here");
   overlay(flags, state.flags);
   for (std::size_t i = 0; i < state.arcs.size(); ++i)
     if (fields[kValue * (i + 1) - 1] == ' ') state.flags[2 * i] = state.flags[2 * i + 1] = ' ';
@@ -215,12 +217,13 @@ void ObservationText::appendValue(std::string_view token, DifferenceArc& arc, st
   const bool begins = token.size() > 2 && token[1] == '&';
   const auto value = integer(begins ? token.substr(2) : token);
   if (!value || (begins && (token[0] < '0' || token[0] > '9')))
-    fail("observation", inQuotes(token) + " is no whole number" + damage);
+    fail("observation", startInQuotes(token) + " is no whole number" + damage);
   if (begins) arc.begin(token[0] - '0', *value);
-  else if (!arc.add(*value)) fail("observation", inQuotes(token) + " is a difference to nothing" + damage);
+  else if (!arc.add(*value))
+    fail("observation", startInQuotes(token) + " is a difference to nothing" + damage);
   const std::int64_t size = std::abs(arc.value());
   if (size >= kLargestValue)
-    fail("observation", inQuotes(token) + " leads to a value that no observation has" + damage);
+    fail("observation", startInQuotes(token) + " leads to a value that no observation has" + damage);
   const std::string number =
       printed("%s%lld.%03lld", arc.value() < 0 ? "-" : "", static_cast<long long>(size / 1000),
               static_cast<long long>(size % 1000));

@@ -9,6 +9,7 @@
 #include "formats/rinex_header.h"
 #include "gnx/time.h"
 #include "text/fields.h"
+#include "text/printed.h"
 
 namespace gnx {
 
@@ -17,8 +18,6 @@ namespace {
 constexpr std::size_t kFirst = 3, kField = 16, kValue = 14;  ///< columns of an observation
 constexpr int kMostTypes = 300;
 constexpr double kLargest = 1e12;  ///< beyond any range, phase, Doppler or signal strength
-
-std::string inQuotes(std::string_view text) { return std::string(1, '\'').append(text).append(1, '\''); }
 
 }  // namespace
 

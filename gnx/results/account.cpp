@@ -148,6 +148,12 @@ std::vector<char> systemsOf(const RunAccount& account) {
   return systems;
 }
 
+long unplannedSystems(const RunAccount& account) {
+  long count = totalOf(account).unplanned;
+  for (const char system : systemsOf(account)) count -= account.at(system).unplanned;
+  return count;
+}
+
 std::vector<std::string> reasonsOf(const RunAccount& account) {
   std::set<std::string> present;
   for (const auto& [system, counts] : account)
@@ -201,8 +207,13 @@ std::string formatAccount(const RunAccount& account) {
     row(describeReason(keyword), [&](const SystemAccount& c) { return countOf(c, keyword); });
   if (columns.back().unexplained() != 0)
     row("not explained: the run broke off", [](const SystemAccount& c) { return c.unexplained(); });
-  if (columns.back().unplanned != 0)
-    row("(besides, on signals outside the plan)", [](const SystemAccount& c) { return c.unplanned; });
+  const long others = unplannedSystems(account);
+  const SystemAccount* all = &columns.back();
+  if (all->unplanned != others)
+    row("(besides, on signals outside the plan)",
+        [&](const SystemAccount& c) { return c.unplanned - (&c == all ? others : 0); });
+  if (others != 0)
+    row("(besides, of other systems)", [&](const SystemAccount& c) { return &c == all ? others : 0; });
   return text;
 }
 

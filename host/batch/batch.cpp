@@ -35,6 +35,7 @@ std::string lastWords(const fs::path& log) {
     std::string line = text.substr(begin == std::string::npos ? 0 : begin + 1);
     text.resize(begin == std::string::npos ? 0 : begin);
     if (line.starts_with("gnx: ")) return line.substr(5);
+    if (line.starts_with("Run with --help")) continue;
     if (last.empty()) last = std::move(line);
   }
   return last;

@@ -14,6 +14,7 @@
 #include "GNX_SDK_ext.h"
 #include "gnx/error.h"
 #include "gnx/read.h"
+#include "run/input_survey.h"
 #include "run/named_solutions.h"
 
 namespace gnx {
@@ -141,6 +142,7 @@ class RunBuilder {
 
 /// Station and day of an observation file.
 std::pair<std::string, GpsTime> subjectOf(const std::string& file) {
+  requireKind(file, "--obs");
   ObservationReader reader(file);
   ObsEpoch first;
   if (!reader.next(first)) throw InputError(file, 0, "holds no epoch; leave it out");
@@ -171,7 +173,10 @@ void planFiles(const BatchRow& row, const ArityOf& arityOf, std::vector<BatchRun
     if (row.station.empty() && namesStation(pattern))
       throw UsageError(row.place + ": obs: [SITE] wants a column 'station'");
     const std::vector<std::string> found = filesOf(expanded(pattern, row.station, someDay()));
-    if (found.empty()) throw InputError(pattern, 0, "matches no file (" + row.place + ")");
+    if (found.empty())
+      throw InputError(
+          pattern, 0,
+          "matches no file (" + row.place + "); check the name, and the directory from which it starts");
     for (const std::string& file : found) {
       auto subject = subjectOf(file);
       if (!row.station.empty()) subject.first = row.station;

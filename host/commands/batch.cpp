@@ -51,6 +51,16 @@ class ReplayOptionNames {
     if (option->get_items_expected_max() == 0) return Arity::flag;
     return option->get_items_expected_max() == 1 ? Arity::one : Arity::several;
   }
+  /// \throws UsageError with the nearest name
+  Arity known(const std::string& name) const {
+    const Arity arity = (*this)(name);
+    if (arity != Arity::unknown) return arity;
+    std::vector<std::string> names;
+    for (const CLI::Option* option : m_app.get_subcommand("replay")->get_options())
+      names.push_back(option->get_single_name());
+    throw UsageError("'" + name + "' is no option of 'gnx replay'" + didYouMean(name, names) +
+                     (name.find(';') == std::string::npos ? "" : "; cells stand between commas"));
+  }
   /// A sentence about the first word that is no option, "" when all are.
   std::string misspelt(const std::vector<std::string>& words) const {
     std::vector<std::string> all = {"replay"};
@@ -107,7 +117,7 @@ void takePart(const std::string& text, BatchChoices& choices) {
 std::vector<BatchRun> runsOf(const BatchArguments& a) {
   const ReplayOptionNames names;
   if (const std::string misspelt = names.misspelt(a.runWords); !misspelt.empty()) throw UsageError(misspelt);
-  const auto arityOf = [&names](const std::string& name) { return names(name); };
+  const auto arityOf = [&names](const std::string& name) { return names.known(name); };
   std::vector<BatchRow> rows;
   std::string files;
   for (const std::string& subject : a.inputs) {
@@ -130,7 +140,7 @@ void writeSlurmJob(const BatchArguments& a, const std::vector<BatchRun>& runs) {
   words.insert(words.end(), a.inputs.begin(), a.inputs.end());
   if (!a.runWords.empty()) words.emplace_back("--");
   words.insert(words.end(), a.runWords.begin(), a.runWords.end());
-  fs::create_directories(a.choices.directory);
+  makeDirectory(a.choices.directory, "--out");
   writeTextFile(a.slurm, slurmJob(words, a.choices.directory, chainsOf(runs, a.choices.continuous).size()));
   if (!a.quiet) std::printf("%s: submit with sbatch\n", a.slurm.c_str());
 }
@@ -143,8 +153,9 @@ void endByCount(const BatchChoices& choices, const BatchResult& result) {
                         printed("interrupted; %zu runs are left, the same command goes on", count.missing));
   const std::size_t missing = choices.parts > 1 ? 0 : count.missing;  // other parts' runs
   if (count.partial + count.failed + missing > 0)
-    throw EndWithStatus(kNoResult, printed("%zu runs have failed, %zu have no or a partial result",
-                                           count.failed, count.partial));
+    throw EndWithStatus(
+        kNoResult, printed("%zu runs have failed, %zu have no or a partial result; %s has each", count.failed,
+                           count.partial, (choices.directory / "batch.csv").c_str()));
 }
 
 void batch(BatchArguments& a) {
@@ -162,7 +173,7 @@ void batch(BatchArguments& a) {
   const BatchResult result = runBatch(runs, a.choices, watch);
   line.clear();
   if (a.choices.parts == 1) {
-    fs::create_directories(a.choices.directory);
+    makeDirectory(a.choices.directory, "--out");
     writeBatchSummary(fs::absolute(a.choices.directory), runs, result);
     const BatchCount count = countOf(result);
     if (!a.quiet)

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "commands/commands.h"
+#include "commands/exit_status.h"
 #include "report/comparison.h"
 #include "text/text_reader.h"
 
@@ -20,9 +21,13 @@ void runCompare(const CompareArguments& a) {
   const RunFiles first = readRunFiles(a.first), second = readRunFiles(a.second);
   const Comparison comparison = compareRuns(first, second);
   std::printf("%s", comparisonText(first, second, comparison).c_str());
-  if (a.page.empty()) return;
-  Gnuplot plot;
-  writeTextFile(a.page, comparisonPage(first, second, comparison, plot));
+  if (!a.page.empty()) {
+    Gnuplot plot;
+    writeTextFile(a.page, comparisonPage(first, second, comparison, plot));
+  }
+  if (comparison.differences.empty())
+    throw EndWithStatus(kNoResult,
+                        "no epoch has a position in both runs; 'gnx report' tells why one has none");
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include "fleet/fleet_run.h"
 #include "fleet/fleet_worker.h"
 #include "fleet/worker_process.h"
+#include "gnx/error.h"
+#include "run/input_survey.h"
 
 namespace gnx {
 
@@ -40,10 +42,23 @@ FleetOptions choicesOf(const FleetArguments& a) {
   return options;
 }
 
+/// What would keep stations from starting.
+void checkFleet(const FleetOptions& options) {
+  for (const FleetStation& station : options.stations) {
+    const LiveRunOptions& choices = station.options;
+    try {
+      if (!choices.deployment.empty()) Deployment::open(choices.deployment).checkTables();
+      requireKinds(choices.deploy);
+    } catch (const Error& e) {
+      throw UsageError("station " + station.name + ": " + e.what());
+    }
+  }
+}
+
 void fleet(const FleetArguments& a) {
   const auto choices = [&] { return choicesOf(a); };
   const FleetOptions options = choices();
-  if (a.check) return;
+  if (a.check) return checkFleet(options);
   if (!runFleet(options, choices)) std::_Exit(0);
 }
 

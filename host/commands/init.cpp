@@ -9,6 +9,7 @@
 #include "commands/option_text.h"
 #include "gnx/deployment.h"
 #include "gnx/error.h"
+#include "run/input_survey.h"
 
 namespace gnx {
 
@@ -75,9 +76,7 @@ void init(InitArguments& a) {
   DeploymentOptions& o = a.options;
   if (!a.date.empty()) o.date = parseDate(a.date);
   if (!a.position.empty()) o.run.position_m = parsePlace(a.position, "--position");
-  if (!a.antennaDelta.empty()) {
-    o.run.antennaDelta_m = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
-  }
+  if (!a.antennaDelta.empty()) o.run.antennaDelta_m = parseDelta(a.antennaDelta, "--antenna-delta");
   o.run.mode = parseMode(a.mode);
   o.run.galileo = parseGalileoKind(a.galileo);
   o.resolution = !a.noResolution;
@@ -87,9 +86,12 @@ void init(InitArguments& a) {
     throw UsageError(a.dir.string() +
                      " holds a deployment already, which may have been edited; name another directory, or "
                      "replace it with --force");
+  requireKinds(o);
   const Deployment made = Deployment::make(a.dir, o);
   std::cout << "deployment written to " << a.dir.string() << "; the files explain their values\n";
   for (const std::string& note : made.notes()) std::cout << note << '\n';
+  if (a.set.empty()) return;  // what was chosen without it starts
+  for (const std::string& sentence : made.check()) std::cerr << "warning: " << sentence << '\n';
 }
 
 }  // namespace

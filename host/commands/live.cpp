@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "commands/commands.h"
+#include "commands/exit_status.h"
 #include "commands/live_words.h"
 #include "commands/near_names.h"
 #include "commands/option_text.h"
@@ -226,9 +227,14 @@ void live(const CLI::App& cmd, const LiveArguments& a) {
   const auto choices = [&] { return completed(a.config.empty() ? a : withFile(a.config, given)); };
   try {
     if (!a.sourcetable.empty()) return printTable(a);
-    if (!runLive(choices(), choices)) std::_Exit(0);
+    const LiveEnd end = runLive(choices(), choices);
+    const bool empty = !end.told && end.positions == 0;
+    if (!end.threadsEnded) std::_Exit(empty ? kNoResult : kGood);
+    if (empty)
+      throw EndWithStatus(kNoResult, "the sources ended without a position: " +
+                                         (end.why.empty() ? "the log tells what is missing" : end.why));
   } catch (const ConnectionError& e) {
-    throw UsageError(a.sourcetable + " " + e.what());
+    throw UsageError(a.sourcetable + " " + e.what() + "; check the address and the network");
   }
 }
 

@@ -3,9 +3,11 @@
 #include "commands/manual.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <vector>
 
 #include "text/text_reader.h"
@@ -92,6 +94,51 @@ std::string shellText(const std::string& text) {
   return out;
 }
 
+/// The words that an option takes, as its type tells them: "TEXT:{static,kinematic}"; "" for any.
+std::string choicesOf(const CLI::Option* option) {
+  const std::string type = option->get_type_name();
+  const auto open = type.find('{'), close = type.find('}', std::min(open, type.size()));
+  if (close == std::string::npos) return "";
+  std::istringstream list(type.substr(open + 1, close - open - 1));
+  std::string words;
+  for (std::string word; std::getline(list, word, ',');)
+    words += (words.empty() ? "" : " ") + word.substr(0, word.find("->"));
+  return words;
+}
+
+bool takesNumbers(const CLI::Option* option) {
+  const std::string type = option->get_type_name();
+  return type.find("FLOAT") != std::string::npos || type.find("INT") != std::string::npos;
+}
+
+/// What stands behind an option, as '_arguments' of zsh wants it.
+std::string zshValues(const CLI::Option* option) {
+  const int most = option->get_items_expected_max();
+  if (most == 0) return "";
+  const std::string choices = choicesOf(option);
+  const std::string one = !choices.empty()       ? ":value:(" + choices + ")"
+                          : takesNumbers(option) ? ":number: "
+                                                 : ":value:_files";
+  std::string all = one;
+  if (option->get_items_expected_min() == most)
+    for (int i = 1; i < most; ++i) all += one;
+  return all;
+}
+
+std::string zshOption(const CLI::Option* option) {
+  if (!isShown(option)) return "";
+  if (!option->nonpositional())
+    return choicesOf(option).empty() ? "" : " \\\n      '1" + zshValues(option) + "'";
+  if (longName(option).empty()) return "";
+  std::string words;
+  for (const char c : option->get_description())
+    words += c == '[' || c == ']' || c == ':' ? std::string("\\") + c : std::string(1, c);
+  const bool several = option->get_items_expected_max() > option->get_items_expected_min() &&
+                       option->get_items_expected_max() > 1;
+  return std::string(" \\\n      '") + (several ? "*" : "") + longName(option) + "[" + shellText(words) +
+         "]" + shellText(zshValues(option)) + "'";
+}
+
 }  // namespace
 
 std::map<std::string, std::string> manualPages(const CLI::App& app) {
@@ -102,22 +149,28 @@ std::map<std::string, std::string> manualPages(const CLI::App& app) {
 }
 
 std::string bashCompletion(const CLI::App& app) {
-  std::string commands, cases;
+  std::string commands, cases, choices;
   for (const CLI::App* command : commandsOf(app)) {
     commands += command->get_name() + " ";
     cases += "    " + command->get_name() + ") options='";
     for (const CLI::Option* option : command->get_options())
       if (isShown(option) && option->nonpositional()) cases += longName(option) + " ";
     cases += "' ;;\n";
+    for (const CLI::Option* option : command->get_options())
+      if (const std::string words = choicesOf(option); isShown(option) && !words.empty())
+        choices += "    " + command->get_name() + ":" +
+                   (option->nonpositional() ? longName(option) : command->get_name()) + ") words='" + words +
+                   "' ;;\n";
   }
   return "# Words of gnx for bash, made from its tables of options.\n"
-         "_gnx() {\n  local word=${COMP_WORDS[COMP_CWORD]} options=''\n  COMPREPLY=()\n"
+         "_gnx() {\n  local word=${COMP_WORDS[COMP_CWORD]} options='' words=''\n  COMPREPLY=()\n"
          "  if [ \"$COMP_CWORD\" -eq 1 ]; then\n    COMPREPLY=($(compgen -W '" +
          commands + "--help --version' -- \"$word\"))\n    return\n  fi\n  case ${COMP_WORDS[1]} in\n" +
-         cases +
-         "  esac\n  if [[ $word == -* ]]; then\n    COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n  "
-         "else\n"
-         "    COMPREPLY=($(compgen -f -- \"$word\"))\n  fi\n}\ncomplete -o filenames -F _gnx gnx\n";
+         cases + "  esac\n  case ${COMP_WORDS[1]}:${COMP_WORDS[COMP_CWORD-1]} in\n" + choices +
+         "  esac\n  if [ -n \"$words\" ]; then\n    COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n"
+         "  elif [[ $word == -* ]]; then\n    COMPREPLY=($(compgen -W \"$options\" -- \"$word\"))\n  else\n"
+         "    mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n  fi\n}\n"
+         "complete -o filenames -F _gnx gnx\n";
 }
 
 std::string zshCompletion(const CLI::App& app) {
@@ -125,14 +178,7 @@ std::string zshCompletion(const CLI::App& app) {
   for (const CLI::App* command : commandsOf(app)) {
     commands += "    '" + command->get_name() + ":" + shellText(command->get_description()) + "'\n";
     cases += "    " + command->get_name() + ") _arguments";
-    for (const CLI::Option* option : command->get_options()) {
-      if (!isShown(option) || !option->nonpositional() || longName(option).empty()) continue;
-      std::string words;
-      for (const char c : option->get_description()) words += c == '[' || c == ']' || c == ':' ? ' ' : c;
-      const bool several = option->get_items_expected_max() > 1;
-      cases += std::string(" \\\n      '") + (several ? "*" : "") + longName(option) + "[" +
-               shellText(words) + "]" + (option->get_items_expected_max() > 0 ? ":value:_files'" : "'");
-    }
+    for (const CLI::Option* option : command->get_options()) cases += zshOption(option);
     cases += " \\\n      '*:file:_files' ;;\n";
   }
   return "#compdef gnx\n# Words of gnx for zsh, made from its tables of options.\n_gnx() {\n  local -a "
@@ -158,7 +204,7 @@ void addManual(CLI::App& app) {
   manual->group("");  // the build calls it
   manual->callback([&app, folder] {
     const fs::path root = *folder;
-    for (const char* part : {"man1", "bash", "zsh"}) fs::create_directories(root / part);
+    for (const char* part : {"man1", "bash", "zsh"}) makeDirectory(root / part, "folder");
     for (const auto& [name, page] : manualPages(app)) writeTextFile(root / "man1" / name, page);
     writeTextFile(root / "bash" / "gnx", bashCompletion(app));
     writeTextFile(root / "zsh" / "_gnx", zshCompletion(app));

@@ -68,6 +68,17 @@ std::array<double, 3> parsePlace(const std::vector<double>& numbers, const std::
                    printed(" lies %.0f km from the centre of the Earth; give X Y Z in metres", radius / 1e3));
 }
 
+std::array<double, 3> parseDelta(const std::vector<double>& numbers, const std::string& option) {
+  constexpr double kFarthest_m = 20.0;
+  const std::array<double, 3> enu{numbers.at(0), numbers.at(1), numbers.at(2)};
+  for (const double metres : enu)
+    if (!(std::fabs(metres) <= kFarthest_m))
+      throw UsageError(option + printed(" takes east, north and up in metres, such as 0 0 0.083; %g lies far "
+                                        "from the marker: are these millimetres?",
+                                        metres));
+  return enu;
+}
+
 std::vector<std::string> parseSatellites(const std::vector<std::string>& words, const std::string& option) {
   std::vector<std::string> satellites;
   for (const std::string& word : words) {

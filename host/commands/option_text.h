@@ -20,6 +20,9 @@ std::map<std::string, std::string> parseOverrides(const std::vector<std::string>
 /// A place X Y Z on or near the Earth. Throws UsageError, also for latitude, longitude and height.
 std::array<double, 3> parsePlace(const std::vector<double>& numbers, const std::string& option);
 
+/// A reference point beside its marker, east, north, up. Throws UsageError for millimetres.
+std::array<double, 3> parseDelta(const std::vector<double>& numbers, const std::string& option);
+
 /// Names of satellites, one a word or with commas. Throws UsageError, with the nearest form of a wrong one.
 std::vector<std::string> parseSatellites(const std::vector<std::string>& words, const std::string& option);
 

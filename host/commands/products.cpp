@@ -10,6 +10,8 @@
 #include "commands/option_text.h"
 #include "gnx/error.h"
 #include "gnx/write.h"
+#include "run/input_survey.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -43,6 +45,11 @@ void tell(const StreamProducts& p, const std::vector<std::filesystem::path>& fil
 void makeProducts(ProductsArguments& a) {
   if (!a.from.empty()) a.plan.from = parseTime(a.from, "--from");
   if (!a.to.empty()) a.plan.to = parseTime(a.to, "--to");
+  if (a.plan.from && a.plan.to && *a.plan.to < *a.plan.from)
+    throw UsageError("--from " + a.from + " is later than --to " + a.to + "; exchange them");
+  for (const std::string& file : a.ssr) requireKind(file, "--ssr");
+  for (const std::string& file : a.nav) requireKind(file, "--nav");
+  if (!a.antex.empty()) requireKind(a.antex, "--antex");
   const StreamProducts products = streamProducts(a.ssr, a.nav, a.antex, a.plan);
   if (products.orbits.empty() || products.clocks.empty())
     throw InputError(
@@ -57,7 +64,7 @@ void makeProducts(ProductsArguments& a) {
       !a.antex.empty() ? "positions of the centre of mass" : "positions of the stream's reference point",
       "clocks without periodic relativity; BDS: pair B1I/B3I"};
   const std::filesystem::path dir(a.directory);
-  std::filesystem::create_directories(dir);
+  makeDirectory(dir, "--out");
   std::vector<std::filesystem::path> files = {dir / "orbits.sp3", dir / "clocks.clk"};
   writeOrbitFile(files[0], products, options);
   writeClockFile(files[1], products, options);

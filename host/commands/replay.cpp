@@ -224,9 +224,7 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
     o.referenceSinex = a.referenceSinex[0];
     o.referenceStation = a.referenceSinex[1];
   }
-  if (!a.antennaDelta.empty()) {
-    o.plan.antennaDelta = {a.antennaDelta[0], a.antennaDelta[1], a.antennaDelta[2]};
-  }
+  if (!a.antennaDelta.empty()) o.plan.antennaDelta = parseDelta(a.antennaDelta, "--antenna-delta");
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!o.plan.patterns) o.plan.diagnostics += " -without-patterns";
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");

@@ -9,6 +9,7 @@
 
 #include "commands/commands.h"
 #include "commands/option_text.h"
+#include "gnx/error.h"
 #include "report/analysis.h"
 
 namespace gnx {
@@ -27,6 +28,8 @@ void runReport(const ReportArguments& a) {
   options.file = a.file;
   options.figures = a.figures;
   if (!a.reference.empty()) options.reference = parsePlace(a.reference, "--reference");
+  if (a.fixes && (!a.file.empty() || !a.figures.empty()))
+    throw UsageError("--out and --figures have no effect with --fixes, which prints and writes no page");
   if (a.fixes) {
     const RunFiles run = readRunFiles(a.directory);
     const std::string fixes = formatFixes(analyseRun(run, options.reference));

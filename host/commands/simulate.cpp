@@ -71,7 +71,9 @@ void addReceiverOptions(CLI::App& cmd, SimulateArguments& a) {
   cmd.add_option("--site", a.site, "latitude, longitude (degrees), height (m)")
       ->expected(3)
       ->capture_default_str();
-  cmd.add_option("--position", a.position, "marker X Y Z, m, instead of --site")->expected(3);
+  cmd.add_option("--position", a.position, "marker X Y Z, m, instead of --site")
+      ->expected(3)
+      ->excludes("--site");
   cmd.add_option("--path", o.path.kind, "static, circle or figure8")->capture_default_str();
   cmd.add_option("--radius", o.path.radius, "of the path, m")->capture_default_str();
   cmd.add_option("--speed", o.path.speed, "on the path, m/s")->capture_default_str();
@@ -90,8 +92,10 @@ void addReceiverOptions(CLI::App& cmd, SimulateArguments& a) {
 void addErrorOptions(CLI::App& cmd, SimulateArguments& a) {
   ObserverOptions& o = a.options.observer;
   cmd.option_defaults()->group("Error budget")->always_capture_default();
-  cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m");
-  cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m");
+  cmd.add_option("--code-sigma", o.codeSigma, "noise of a range at the zenith, m")
+      ->check(CLI::NonNegativeNumber);
+  cmd.add_option("--phase-sigma", o.phaseSigma, "noise of a phase at the zenith, m")
+      ->check(CLI::NonNegativeNumber);
   cmd.add_option("--code-multipath", o.codeMultipath, "slow error of a range at the zenith, m")
       ->check(CLI::NonNegativeNumber);
   cmd.add_option("--phase-multipath", o.phaseMultipath, "slow error of a phase at the zenith, m")
@@ -135,7 +139,18 @@ void applyErrorSwitches(const SimulateArguments& a, SimulationOptions& o) {
   o.satelliteTruth = !a.noSatelliteTruth;
 }
 
-void runSimulate(SimulateArguments& a) {
+void refuseIdleOptions(const CLI::App& cmd, const SimulationOptions& o) {
+  if (o.observer.path.kind == "static")
+    for (const char* option : {"--radius", "--speed", "--vertical"})
+      if (cmd.count(option) > 0)
+        throw UsageError(std::string(option) +
+                         " has no effect on a receiver that stands; give --path circle or figure8");
+  if (o.interval > o.sky.hours * 3600.0)
+    throw UsageError("--interval is longer than --hours; there would be one epoch");
+}
+
+void runSimulate(const CLI::App& cmd, SimulateArguments& a) {
+  refuseIdleOptions(cmd, a.options);
   SimulationOptions& o = a.options;
   o.sky.start = parseStart(a.date);
   o.sky.sunAbovePlane = a.sunAbovePlane;
@@ -147,8 +162,10 @@ void runSimulate(SimulateArguments& a) {
         "--site takes latitude and longitude in degrees and height in metres, such as 47.5 8.5 450");
   o.observer.site = a.position.empty() ? toEarthFixed({a.site[0] * kRadians, a.site[1] * kRadians, a.site[2]})
                                        : parsePlace(a.position, "--position");
-  if (!a.antennaDelta.empty())
-    o.observer.antennaDelta = {a.antennaDelta[2], a.antennaDelta[0], a.antennaDelta[1]};
+  if (!a.antennaDelta.empty()) {
+    const auto enu = parseDelta(a.antennaDelta, "--antenna-delta");
+    o.observer.antennaDelta = {enu[2], enu[0], enu[1]};
+  }
   if (!a.faults.empty()) o.faults = FaultList::read(a.faults);
   applyErrorSwitches(a, o);
   const SimulationFiles files = simulate(o, a.directory);
@@ -181,7 +198,7 @@ void addSimulate(CLI::App& app) {
   cmd->add_flag("--quiet", a->quiet, "print nothing");
   addErrorOptions(*cmd, *a);
   cmd->footer("example: gnx simulate sky --hours 1 --systems GEC --interval 1 --rtcm");
-  cmd->callback([a] { runSimulate(*a); });
+  cmd->callback([cmd, a] { runSimulate(*cmd, *a); });
 }
 
 }  // namespace gnx

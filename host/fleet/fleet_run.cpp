@@ -28,6 +28,7 @@
 #include "live/live_log.h"
 #include "live/live_signals.h"
 #include "text/printed.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -73,7 +74,7 @@ class FleetRun {
       : m_options(options),
         m_reload(reload),
         m_out(fs::absolute(options.out)),
-        m_log((fs::create_directories(m_out), m_out / "fleet.log"), options.quiet),
+        m_log((makeDirectory(m_out, "--out"), m_out / "fleet.log"), options.quiet),
         m_clock(options.start ? RunClock(*options.start, options.speed) : RunClock()),
         m_queue(kMostBytes, [this] { m_bell.ring(); }),
         m_deployments(m_out / ".deployments", m_clock.now()),

@@ -22,7 +22,9 @@
 #include "live/state_keeper.h"
 #include "record/merged_files.h"
 #include "record/recording.h"
+#include "run/input_survey.h"
 #include "text/printed.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -41,8 +43,12 @@ bool allFiles(const std::vector<PlannedSource>& plan) {
 
 /// Date of a run over files: the one that was given, else that of the first file that tells one.
 GpsTime dateOfFiles(const std::vector<PlannedSource>& plan) {
-  for (const PlannedSource& p : plan)
+  for (const PlannedSource& p : plan) {
+    if (const std::string kind = kindOfText(p.url.path); !kind.empty())
+      throw InputError(p.url.path, 0,
+                       "is " + kind + " and no stream of RTCM 3; 'gnx replay' works on such files");
     if (const auto date = dateOf(p.url.path)) return *date;
+  }
   throw UsageError("no file tells its date; give the time of the first message with --start");
 }
 
@@ -54,6 +60,7 @@ Deployment deploymentOf(const LiveRunOptions& options, const fs::path& directory
     return given;
   }
   DeploymentOptions choices = options.deploy;
+  requireKinds(choices);
   choices.date = date;
   return Deployment::make(directory, choices);
 }
@@ -68,10 +75,10 @@ class LiveRun {
       : m_options(options),
         m_reload(reload),
         m_directory(fs::absolute(options.out)),
-        m_log((fs::create_directories(m_directory), m_directory / "live.log"), options.quiet),
+        m_log((makeDirectory(m_directory, "--out"), m_directory / "live.log"), options.quiet),
         m_clock(options.start ? RunClock(*options.start, options.speed) : RunClock()) {}
 
-  bool go() {
+  LiveEnd go() {
     if (!m_options.play.empty()) goOverRecording();
     else if (const auto plan = planSources(m_options); allFiles(plan)) goOverFiles(plan);
     else goByClock(plan);
@@ -83,7 +90,7 @@ class LiveRun {
     say(m_station->account());
     m_pages.reset();
     m_outputs.reset();
-    return threadsEnd();
+    return {threadsEnd(), m_told, m_positions, m_why};
   }
 
  private:
@@ -104,6 +111,7 @@ class LiveRun {
   void take(const Solution& solution, const LiveFacts& facts) {
     m_outputs->write(solution, facts);
     m_positions += solution.solved() ? 1 : 0;
+    m_why = solution.why;
     m_solved = m_solved || solution.solved();
     m_fixed += solution.state == SolutionState::fixed ? 1 : 0;
     if (!m_pages) return;
@@ -144,7 +152,7 @@ class LiveRun {
     apply({RecordedEvent::Kind::begin, {number, t, {}}, source});
   }
 
-  bool ended() { return m_signals.take() == LiveSignal::end; }
+  bool ended() { return m_told = m_signals.take() == LiveSignal::end; }
 
   // ---- by the clock ----
 
@@ -156,7 +164,7 @@ class LiveRun {
     openSources(plan);
     while (true) {
       const LiveSignal signal = m_signals.take();
-      if (signal == LiveSignal::end) return say("the run was told to end");
+      if (m_told = signal == LiveSignal::end; m_told) return say("the run was told to end");
       if (signal == LiveSignal::reload) readChoicesAgain();
       const auto deadline = m_station->deadline();
       auto patience = kLook;
@@ -282,6 +290,8 @@ class LiveRun {
   // ---- over a recording ----
 
   void goOverRecording() {
+    if (!fs::exists(fs::path(m_options.play) / "arrivals.csv"))
+      throw InputError(m_options.play, 0, "holds no recording; 'gnx live --record DIR' makes one");
     RecordingReader recording(m_options.play);
     RecordedEvent event;
     if (!recording.next(event)) throw InputError(m_options.play, 0, "holds an empty recording");
@@ -314,19 +324,20 @@ class LiveRun {
   std::optional<HttpServer> m_pages;
   std::optional<StateKeeper> m_keeper;
   GpsTime m_now, m_flushed;
-  bool m_solved = false;
+  bool m_solved = false, m_told = false;
+  std::string m_why;
   int m_next = 0;
   std::size_t m_positions = 0, m_fixed = 0;
 };
 
 }  // namespace
 
-bool runLive(const LiveRunOptions& options, const std::function<LiveRunOptions()>& reload) {
+LiveEnd runLive(const LiveRunOptions& options, const std::function<LiveRunOptions()>& reload) {
   // Kept when a thread goes on, which uses it until the process ends.
   auto run = std::make_unique<LiveRun>(options, reload);
-  const bool ended = run->go();
-  if (!ended) static_cast<void>(run.release());
-  return ended;
+  LiveEnd end = run->go();
+  if (!end.threadsEnded) static_cast<void>(run.release());
+  return end;
 }
 
 }  // namespace gnx

@@ -27,10 +27,10 @@ FixCheck checkFixes(const std::vector<PositionError>& errors) {
   return check;
 }
 
-std::map<char, ResidualStatistics> describeResiduals(const std::vector<Residual>& residuals) {
+std::map<char, ResidualStatistics, SystemOrder> describeResiduals(const std::vector<Residual>& residuals) {
   std::map<char, std::array<std::vector<double>, 2>> values;
   for (const Residual& r : residuals) values[r.satellite[0]][r.phase ? 0 : 1].push_back(r.value);
-  std::map<char, ResidualStatistics> result;
+  std::map<char, ResidualStatistics, SystemOrder> result;
   for (const auto& [system, series] : values) {
     const SeriesStatistics phase = describeSeries(series[0]), code = describeSeries(series[1]);
     result[system] = {phase.count, code.count, phase.rms, code.rms, phase.largest, code.largest};

@@ -9,6 +9,7 @@
 
 #include "report/integer_check.h"
 #include "report/run_events.h"
+#include "report/system_order.h"
 #include "run/run_files.h"
 #include "run/statistics.h"
 
@@ -39,7 +40,7 @@ struct RunAnalysis {
   std::vector<PositionError> errors;  ///< of the solved epochs with a reference
   FixCheck fixes;                     ///< of `errors`; without a true reference nothing is wrong
   IntegerCheck integers;              ///< with the truth that lies beside simulated observations
-  std::map<char, ResidualStatistics> residuals;
+  std::map<char, ResidualStatistics, SystemOrder> residuals;
   RunEvents events;
 };
 
@@ -49,6 +50,6 @@ RunAnalysis analyseRun(const RunFiles& run, const std::optional<std::array<doubl
 FixCheck checkFixes(const std::vector<PositionError>& errors);
 /// Fixed epochs, their errors and integers as lines of text, empty when nothing was fixed.
 std::string formatFixes(const RunAnalysis& analysis);
-std::map<char, ResidualStatistics> describeResiduals(const std::vector<Residual>& residuals);
+std::map<char, ResidualStatistics, SystemOrder> describeResiduals(const std::vector<Residual>& residuals);
 
 }  // namespace gnx

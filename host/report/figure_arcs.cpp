@@ -9,6 +9,7 @@
 #include "gnx/account.h"
 #include "report/figure_frame.h"
 #include "report/svg_canvas.h"
+#include "report/system_order.h"
 
 namespace gnx {
 
@@ -23,9 +24,9 @@ struct Use {
   double squares = 0.0;
 };
 
-std::map<SatName, std::vector<Use>> usesOf(const Frame& f) {
+std::map<SatName, std::vector<Use>, SystemOrder> usesOf(const Frame& f) {
   const double gap_s = std::max(60.0, 2.5 * f.run.plan.details);
-  std::map<SatName, std::vector<Use>> uses;
+  std::map<SatName, std::vector<Use>, SystemOrder> uses;
   for (const Residual& r : f.run.residuals) {
     if (!r.phase || !parseSat(r.satellite)) continue;
     auto& list = uses[r.satellite];
@@ -39,7 +40,7 @@ std::map<SatName, std::vector<Use>> usesOf(const Frame& f) {
 
 class ArcChart {
  public:
-  ArcChart(const Frame& f, const std::map<SatName, std::vector<Use>>& uses)
+  ArcChart(const Frame& f, const std::map<SatName, std::vector<Use>, SystemOrder>& uses)
       : m_frame(f),
         m_height(static_cast<int>(kTop + kBottom + kRow * static_cast<double>(uses.size()))),
         m_canvas(kWidth, m_height) {

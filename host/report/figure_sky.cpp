@@ -10,6 +10,7 @@
 
 #include "report/figure_frame.h"
 #include "report/svg_canvas.h"
+#include "report/system_order.h"
 
 namespace gnx {
 
@@ -85,7 +86,7 @@ std::optional<PlotPoint> namePlace(const std::vector<SkyPoint>& track, const std
   return std::nullopt;
 }
 
-void drawKey(SvgCanvas& sky, const std::set<char>& systems) {
+void drawKey(SvgCanvas& sky, const std::set<char, SystemOrder>& systems) {
   double y = 14.0;
   for (const char system : systems) {
     sky.polyline({{kSquare - 34.0, y - 4.0}, {kSquare - 4.0, y - 4.0}}, systemStroke(system));
@@ -102,7 +103,7 @@ std::optional<Figure> drawSky(const Frame& f) {
   const double gap_s = std::max(600.0, 2.5 * f.run.plan.details);
   SvgCanvas sky(kSquare, kSquare);
   drawRings(sky);
-  std::set<char> systems;
+  std::set<char, SystemOrder> systems;
   std::vector<PlotPoint> taken;
   for (const auto& [satellite, track] : tracks) {
     systems.insert(satellite[0]);

@@ -6,6 +6,7 @@
 
 #include "gnx/read.h"
 #include "report/figure_frame.h"
+#include "report/system_order.h"
 
 namespace gnx {
 
@@ -33,9 +34,9 @@ double firstSnr(const SatObs& satellite) {
   return first == nullptr ? 0.0 : first->snr;
 }
 
-std::map<char, std::vector<PlotPoint>> cloudsOf(const RunFiles& run) {
+std::map<char, std::vector<PlotPoint>, SystemOrder> cloudsOf(const RunFiles& run) {
   const Elevations elevations = elevationsOf(run);
-  std::map<char, std::vector<PlotPoint>> clouds;
+  std::map<char, std::vector<PlotPoint>, SystemOrder> clouds;
   long epochs = 0;
   for (const std::string& file : run.plan.obs) {
     ObservationReader reader(file);
@@ -52,7 +53,7 @@ std::map<char, std::vector<PlotPoint>> cloudsOf(const RunFiles& run) {
 }  // namespace
 
 std::optional<Figure> drawSnr(const Frame& f) {
-  std::map<char, std::vector<PlotPoint>> clouds;
+  std::map<char, std::vector<PlotPoint>, SystemOrder> clouds;
   try {
     if (!f.run.residuals.empty()) clouds = cloudsOf(f.run);
   } catch (const InputError&) {  // the files have been moved since

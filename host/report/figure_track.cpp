@@ -4,6 +4,7 @@
 #include <map>
 
 #include "report/figure_frame.h"
+#include "report/system_order.h"
 
 namespace gnx {
 
@@ -33,7 +34,7 @@ std::optional<Figure> drawIonosphere(const Frame& f) {
   if (f.run.ionosphere.empty()) return std::nullopt;
   const double gap_h = std::max(600.0, 2.5 * f.run.plan.details) / 3600.0;
   constexpr std::size_t kPoints = 160;  // of a line, of which there are many
-  std::map<char, std::vector<std::vector<double>>> rows;
+  std::map<char, std::vector<std::vector<double>>, SystemOrder> rows;
   for (const auto& [satellite, samples] : f.run.ionosphere) {
     auto& list = rows[satellite[0]];
     std::vector<PlotPoint> points;

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "report/figure_frame.h"
+#include "report/system_order.h"
 #include "run/solution_files.h"
 #include "text/fields.h"
 
@@ -124,7 +125,7 @@ std::optional<Figure> drawResiduals(const Frame& f, bool byElevation) {
   for (int kind = 0; kind < 2; ++kind) {
     const bool phase = kind == 0;
     const double scale = phase ? 1000.0 : 1.0;
-    std::map<char, std::vector<PlotPoint>> clouds;
+    std::map<char, std::vector<PlotPoint>, SystemOrder> clouds;
     std::vector<double> sizes;
     for (const Residual& r : f.run.residuals) {
       if (r.phase != phase) continue;

@@ -10,6 +10,7 @@
 #include <set>
 
 #include "report/station_section.h"
+#include "report/system_order.h"
 #include "report/template.h"
 #include "text/printed.h"
 
@@ -204,7 +205,12 @@ Markup accountSection(const RunAccount& account) {
         [&](const SystemAccount& c) { return c.reasons.contains(keyword) ? c.reasons.at(keyword) : 0; });
   if (columns.back().unexplained() != 0)
     row("not explained: the run broke off", "", [](const SystemAccount& c) { return c.unexplained(); });
-  row("besides, on signals outside the plan", "mute", [](const SystemAccount& c) { return c.unplanned; });
+  const long others = unplannedSystems(account);
+  const SystemAccount* all = &columns.back();
+  row("besides, on signals outside the plan", "mute",
+      [&](const SystemAccount& c) { return c.unplanned - (&c == all ? others : 0); });
+  if (others != 0)
+    row("besides, of other systems", "mute", [&](const SystemAccount& c) { return &c == all ? others : 0; });
   return fillPage("account.html", {{"systems", joined(head, "")}, {"rows", joined(rows)}});
 }
 
@@ -224,7 +230,7 @@ Markup residualTable(const RunAnalysis& a) {
 
 /// Residuals, slips and rejections by satellite.
 Markup satelliteTable(const RunFiles& run) {
-  std::map<SatName, std::array<std::vector<double>, 2>> residuals;
+  std::map<SatName, std::array<std::vector<double>, 2>, SystemOrder> residuals;
   for (const Residual& r : run.residuals)
     if (parseSat(r.satellite)) residuals[r.satellite][r.phase ? 0 : 1].push_back(r.value);
   std::map<SatName, std::set<GpsTime>> slips;
@@ -334,17 +340,17 @@ Markup residualSections(const RunFiles& run, const RunAnalysis& a, const std::ve
   return joined(parts);
 }
 
-Markup links(const std::vector<Figure>& figures, bool events) {
+/// One for each heading, in the order of the page.
+Markup links(const std::string& page) {
+  constexpr std::string_view kHeading = "<h2 id=\"";
   std::vector<Markup> list;
-  const auto link = [&](const std::string& id, const std::string& title) {
-    list.push_back(fillPage("link.html", {{"id", id}, {"title", title}}));
-  };
-  for (const Figure& f : figures) {
-    link(f.id, f.title);
-    if (events && f.id == "fixes") link("events", "Events");
+  for (auto at = page.find(kHeading); at != std::string::npos; at = page.find(kHeading, at)) {
+    at += kHeading.size();
+    const auto quote = page.find('"', at), end = page.find("</h2>", at);
+    if (quote == std::string::npos || end == std::string::npos) break;
+    list.push_back(fillPage("link.html", {{"id", page.substr(at, quote - at)},
+                                          {"title", Markup(page.substr(quote + 2, end - quote - 2))}}));
   }
-  const bool linked = std::ranges::any_of(figures, [](const Figure& f) { return f.id == "fixes"; });
-  if (events && !linked) link("events", "Events");
   return joined(list, "");
 }
 
@@ -352,10 +358,16 @@ Markup links(const std::vector<Figure>& figures, bool events) {
 
 std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vector<Figure>& figures) {
   const RunSummary& s = a.summary;
-  const std::string name = run.plan.obs.empty()
-                               ? run.directory.string()
-                               : std::filesystem::path(run.plan.obs.front()).filename().string();
-  return fillPage("page.html", {{"name", name},
+  const Markup body = fillPage("body.html", {{"station", stationSection(run)},
+                                             {"position_figure", joined(figuresOf(figures, {"enu"}))},
+                                             {"square_figures", squareFigures(figures)},
+                                             {"summary", summarySection(a)},
+                                             {"fix_sections", fixSections(run, a, figures)},
+                                             {"account", accountSection(run.account)},
+                                             {"residual_sections", residualSections(run, a, figures)},
+                                             {"settings", settingsSection(run, a)}});
+  return fillPage("page.html", {{"name", stationName(run)},
+                                {"date", formatTime(s.begin).substr(0, 10)},
                                 {"style", pageFile("style.css")},
                                 {"script", pageFile("report.js")},
                                 {"begin", formatTime(s.begin)},
@@ -364,16 +376,9 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                 {"interval", printed("%g", s.interval)},
                                 {"mode", run.plan.mode},
                                 {"version", GNX_VERSION},
-                                {"links", links(figures, !a.events.events.empty())},
+                                {"links", links(body.html)},
                                 {"cards", cards(run, a)},
-                                {"station", stationSection(run)},
-                                {"position_figure", joined(figuresOf(figures, {"enu"}))},
-                                {"square_figures", squareFigures(figures)},
-                                {"summary", summarySection(a)},
-                                {"fix_sections", fixSections(run, a, figures)},
-                                {"account", accountSection(run.account)},
-                                {"residual_sections", residualSections(run, a, figures)},
-                                {"settings", settingsSection(run, a)}})
+                                {"body", body}})
              .html +
          "\n";
 }

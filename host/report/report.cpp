@@ -19,7 +19,7 @@ std::filesystem::path writeReport(const std::filesystem::path& directory, const 
   const std::filesystem::path file = options.file.empty() ? directory / "report.html" : options.file;
   writeTextFile(file, htmlPage(run, analysis, figures));
   if (options.figures.empty()) return file;
-  std::filesystem::create_directories(options.figures);
+  makeDirectory(options.figures, "--figures");
   for (const Figure& figure : figures)
     writeTextFile(options.figures / (figure.id + ".svg"), standaloneSvg(figure.svg));
   return file;

@@ -59,6 +59,23 @@ void addPosition(const Json::Value& position, Facts& facts) {
 
 }  // namespace
 
+std::string stationName(const RunFiles& run) {
+  constexpr std::size_t kShortName = 4;  // of a file such as "zegv0010.21o"
+  const fs::path summary = run.directory / "summary.json";
+  if (fs::exists(summary)) {
+    const Json::Value root = readJsonFile(summary);
+    if (root["position"].isObject() && !text(root["position"]["station"]).empty())
+      return text(root["position"]["station"]);
+  }
+  if (run.plan.obs.empty() || run.plan.obs.front() == "-") return run.directory.filename().string();
+  const std::string file = fs::path(run.plan.obs.front()).filename().string();
+  if (const auto part = file.find('_'); part != std::string::npos) return file.substr(0, part);
+  const std::string stem = file.substr(0, file.find('.'));
+  const bool isShort =
+      stem.size() == 2 * kShortName && stem.find_first_of("0123456789", kShortName) == kShortName;
+  return isShort ? stem.substr(0, kShortName) : stem;
+}
+
 std::vector<std::pair<std::string, std::string>> stationFacts(const RunFiles& run) {
   Facts facts;
   if (!run.plan.receiver.empty()) facts.emplace_back("receiver", run.plan.receiver);

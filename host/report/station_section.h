@@ -10,6 +10,8 @@
 
 namespace gnx {
 
+/// The marker, or what the name of the first file of observations says of it.
+std::string stationName(const RunFiles& run);
 /// Names and values, as far as the run has told them.
 std::vector<std::pair<std::string, std::string>> stationFacts(const RunFiles& run);
 

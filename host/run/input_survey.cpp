@@ -229,6 +229,22 @@ std::vector<InputFile> surveyInputs(const RunPlan& plan) {
   return files;
 }
 
+std::string kindOfText(const std::string& file) {
+  try {
+    const auto known = knownAs(kindOf(file));
+    return known ? known->title : "";
+  } catch (const InputError&) {
+    return "";  // holds bytes, or is not there: told where it is read
+  }
+}
+
+void requireKinds(const DeploymentOptions& deploy) {
+  if (!deploy.antex.empty()) requireKind(deploy.antex.string(), "--antex");
+  if (!deploy.grid.empty()) requireKind(deploy.grid.string(), "--grid");
+  if (!deploy.blq.empty()) requireKind(deploy.blq.string(), "--blq");
+  if (!deploy.erp.empty()) requireKind(deploy.erp.string(), "--erp");
+}
+
 std::string inputTable(const std::vector<InputFile>& files) {
   std::string text;
   for (const InputFile& file : files) {

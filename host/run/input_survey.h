@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "gnx/deployment.h"
 #include "gnx/read.h"
 #include "run/run_plan.h"
 
@@ -28,6 +29,12 @@ std::vector<InputFile> surveyInputs(const RunPlan& plan);
 /// Refuses a file that is of another kind than its option takes, and names the option that takes it.
 /// \throws InputError
 void requireKind(const std::string& file, const std::string& option);
+
+/// "an SP3 file of orbits"; "" for files of bytes and of no kind that is known.
+std::string kindOfText(const std::string& file);
+
+/// The same of the files from which a deployment is made.
+void requireKinds(const DeploymentOptions& deploy);
 
 /// One line a file: option, name, span, interval, systems.
 std::string inputTable(const std::vector<InputFile>& files);

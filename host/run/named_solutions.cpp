@@ -11,6 +11,7 @@
 #include "gnx/error.h"
 #include "gnx/read.h"
 #include "text/fields.h"
+#include "text/text_reader.h"
 
 namespace gnx {
 
@@ -82,7 +83,7 @@ void NamedSolutions::open(const std::string& name) {
   m_name = name;
   m_path = m_directory / name;
   m_format = formatOf(m_path);
-  fs::create_directories(m_path.parent_path());
+  makeDirectory(m_path.parent_path(), "--solution-name");
   const bool there = m_earlier == Earlier::continued && fs::exists(m_path);
   const bool fresh = m_files.insert(m_path).second && !there;
   m_out.close();

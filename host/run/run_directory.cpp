@@ -74,21 +74,6 @@ void completeFromObservations(ReplayOptions& options) {
   if (options.plan.receiver.empty()) options.plan.receiver = header.receiver;
 }
 
-/// Files of the deployment in each other's places.
-void checkDeploymentFiles(const DeploymentOptions& deploy) {
-  if (!deploy.antex.empty()) requireKind(deploy.antex.string(), "--antex");
-  if (!deploy.grid.empty()) requireKind(deploy.grid.string(), "--grid");
-  if (!deploy.blq.empty()) requireKind(deploy.blq.string(), "--blq");
-  if (!deploy.erp.empty()) requireKind(deploy.erp.string(), "--erp");
-}
-
-void makeDirectory(const fs::path& dir) {
-  std::error_code error;
-  fs::create_directories(dir, error);
-  if (error)
-    throw InputError(dir.string(), 0, "cannot be made (" + error.message() + "); choose another --out");
-}
-
 /// What of the observations and of the station the run takes, for the reader of the table.
 std::string stationLines(const PreparedRun& run, const fs::path& blq) {
   const RunPlan& plan = run.plan;
@@ -115,7 +100,7 @@ std::string stationLines(const PreparedRun& run, const fs::path& blq) {
 /// \return the deployment in the directory
 Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
   if (options.deployment.empty()) {
-    makeDirectory(dir);
+    makeDirectory(dir, "--out");
     setResultsAside(dir);
     const Deployment made = Deployment::make(dir, options.deploy);
     std::ofstream notes(dir / "deployment.txt");
@@ -125,7 +110,7 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
   const Deployment given = Deployment::open(options.deployment);
   given.bands();  // damage is told of the user's file, not of its copy
   given.checkTables(options.deploy.date);
-  makeDirectory(dir);
+  makeDirectory(dir, "--out");
   setResultsAside(dir);
   given.lend(dir);
   return Deployment::open(dir);
@@ -139,7 +124,7 @@ PreparedRun prepareRun(const ReplayOptions& given) {
   for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr}) makeAbsolute(*files);
   for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);
-  checkDeploymentFiles(options.deploy);
+  requireKinds(options.deploy);
   plan.obs = inOrderOfTime(std::move(plan.obs));
   PreparedRun run;
   run.files = surveyInputs(plan);

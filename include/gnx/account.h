@@ -38,6 +38,8 @@ void addEngineAccount(const std::filesystem::path& diagnostics, RunAccount& acco
 SystemAccount totalOf(const RunAccount& account);
 /// Letters of the systems with planned signals, in the usual order.
 std::vector<char> systemsOf(const RunAccount& account);
+/// Values of systems without planned signals, which belong to no column.
+long unplannedSystems(const RunAccount& account);
 /// Keywords with a count, in the order in which an observation meets them.
 std::vector<std::string> reasonsOf(const RunAccount& account);
 /// What a keyword means, for people; the keyword itself when it is unknown.

@@ -34,6 +34,8 @@ class Inputs {
     m_directory.write("far.blq", "$$ FAR0, RADI TANG  lon/lat:  100.0   -10.0   0.0\n");
     m_directory.write("antennas.atx",
                       "     1.4            M                                       ANTEX VERSION / SYST\n");
+    m_directory.write("semicolons.csv", "station;obs\n");
+    m_directory.write("misspelt.csv", "station,obss\n");
     m_directory.write("orbits.sp3", "#dP2020  6 25  0  0  0.00000000      96 ORBIT IGS14 FIT GRG\n");
   }
   std::string path(const std::string& name) const { return (m_directory.path() / name).string(); }
@@ -101,6 +103,17 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --cutoff 5 --cutoff 7", 2, "--cutoff is given 2 times; give it once"},
       {"replay --obs - --nav - --broadcast", 2, "standard input (-) can be one file alone"},
       {"", 2, "name a command"},
+      {"replay {good} --antenna-delta 0 0 83", 2, "are these millimetres?"},
+      {"simulate {none} --radius 50", 2, "--radius has no effect on a receiver that stands"},
+      {"simulate {none} --code-sigma -1", 2, "--code-sigma"},
+      {"products --ssr {orbits.sp3} --nav {sky/navigation.rnx} --out {none}", 2, "give it with --sp3"},
+      {"products --ssr {sky/corrections.ssr} --nav {sky/navigation.rnx} --out {empty}", 2,
+       "choose another --out"},
+      {"init {none} --antex {orbits.sp3}", 2, "give it with --sp3"},
+      {"batch {semicolons.csv}", 2, "cells stand between commas"},
+      {"batch {misspelt.csv}", 2, "'obss' is no option of 'gnx replay' (did you mean obs?)"},
+      {"batch {sky/navigation.rnx} -- --broadcast", 2, "give it with --nav"},
+      {"compare {sky} {deployment}", 2, "holds no run.json; give the directory"},
   };
   filled("{good}");
   const auto start = std::chrono::steady_clock::now();
@@ -185,7 +198,9 @@ TEST(Mistakes, ThatLeaveAResultAreWarnedOf) {
 }
 
 TEST(Mistakes, NoResultIsStatusOneAndASignalLeavesResults) {
-  expectTold({"replay {good} --systems J", 1, "of which the observations hold nothing; give --systems EG"});
+  expectTold({"replay {good} --systems J --out {none}", 1, "of which the observations hold nothing; give --systems EG"});
+  ASSERT_EQ(run(filled("replay {good} --quiet --to 2026-11-21T00:05:00 --out {run}")).status, 0);
+  expectTold({"compare {none} {run}", 1, "no epoch has a position in both runs"});
   const std::string late = support::readFile(inputs().path("sky/corrections.ssr"));
   std::string text = late;
   for (auto at = text.find("2026 11 21"); at != std::string::npos; at = text.find("2026 11 21", at))
@@ -244,6 +259,9 @@ TEST(Mistakes, OfLiveRunsAreRefusedOrTold) {
        "corrections of obs: the corrected orbits lie"},
       {"live --config {live.json}", 2, "--fix has no effect with --deployment"},
       {"live --config {misspelt.json}", 2, "'sistems' is no option of 'gnx live' (did you mean systems?)"},
+      {"live --obs file://{sky/stream.rtcm3}?speed=0 --systems J", 1, "the sources ended without a position"},
+      {"live --obs file://{sky/observations.rnx}", 2, "is a RINEX file of observations and no stream"},
+      {"live --play {sky}", 2, "holds no recording"},
       {"live --play {sky} --eph tcp://a:1", 2, "--eph has no effect with --play"},
       {"live --obs tcp://a:1 --speed 10", 2, "--speed has no effect without --play or --start"},
   };

@@ -11,6 +11,7 @@ namespace {
 
 using support::ChildResult;
 using support::TemporaryDirectory;
+using testing::AllOf;
 using testing::HasSubstr;
 constexpr auto run = support::runProgram;
 
@@ -56,7 +57,9 @@ TEST(Manual, HasEveryCommandAndItsOptions) {
   EXPECT_THAT(page("gnx-batch.1"), Not(HasSubstr("run\\-option"))) << "nobody gives it by hand";
   EXPECT_FALSE(std::filesystem::exists(dir.path() / "man1" / "gnx-manual.1"));
   EXPECT_EQ(std::system(("bash -n " + (dir.path() / "bash" / "gnx").string()).c_str()), 0);
-  EXPECT_THAT(run("completion zsh").output, HasSubstr("--cutoff[elevation mask, degrees]:value:_files"));
+  EXPECT_THAT(run("completion zsh").output,
+              AllOf(HasSubstr("--cutoff[elevation mask, degrees]:number: '"),
+                    HasSubstr("--mode[static, kinematic or dynamic]:value:(static kinematic dynamic)'")));
   for (const char* command : {"replay", "batch", "init", "simulate"})
     EXPECT_THAT(run(std::string(command) + " --help").output, HasSubstr("example")) << command;
 }

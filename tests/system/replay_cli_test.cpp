@@ -32,7 +32,7 @@ std::string inputs() { return observed() + " --ssr " + simulated("corrections.ss
 
 TEST(ReplayProgram, RefusesWrongCommandLinesWithASentence) {
   const std::pair<std::string, std::string> cases[] = {
-      {"", "subcommand"},
+      {"", "name a command"},
       {"fly", ""},
       {"init /tmp/none --systems G --freqs GPS:L1", "GPS has only L1"},
       {"init /tmp/none --date yesterday", ""},
