@@ -136,12 +136,15 @@ InputFiles sortByKind(const std::vector<std::string>& names) {
       case FileKind::corrections:
         files.ssr.push_back(name);
         break;
+      case FileKind::attitudes:
+        files.orbex.push_back(name);
+        break;
       default:
         throw InputError(
             name, 0,
             std::string("holds ") + nameOf(kind) +
                 ", which is no input of a run; give observations, navigation messages, orbits, clocks, "
-                "biases or corrections");
+                "biases, attitudes or corrections");
     }
   }
   files.obs = inOrderOfTime(std::move(files.obs));

@@ -35,7 +35,9 @@ struct StreamStart {
   ObsHeader header;              ///< receiver, antenna, approximate position, observation types by system
   /// Signals with code biases in the corrections by system letter, "1C"; empty: corrections without biases.
   std::map<char, std::set<std::string>> corrected;
-  IntegerPolicy integers;          ///< what the corrections can carry
+  IntegerPolicy integers;  ///< what the corrections can carry
+  /// How satellites point, where a product tells; null: as the engine's laws have it.
+  std::shared_ptr<const AttitudeProduct> attitudes{};
   std::vector<std::string> notes;  ///< remarks about the files, sentences
 };
 
@@ -68,6 +70,7 @@ FileKind kindOf(const std::filesystem::path& file);
 struct InputFiles {
   std::vector<std::string> obs, nav;            ///< RINEX
   std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products, or a recorded stream
+  std::vector<std::string> orbex{};             ///< attitudes
 };
 /// Puts files into their places, observations in order of time. \throws InputError for one that is of no kind
 /// of these
