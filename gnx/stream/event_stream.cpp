@@ -68,6 +68,8 @@ struct EventStream::Impl {
     start.integers = std::move(prepared.integers);
     start.notes.insert(start.notes.end(), prepared.notes.begin(), prepared.notes.end());
     if (!files.orbex.empty()) takeAttitudes(files.orbex);
+    if (!files.ionex.empty())
+      start.ionosphere = std::make_shared<const IonosphereMaps>(readIonex(files.ionex));
     waiting = source->next(batch);
   }
 

@@ -39,6 +39,8 @@ std::optional<Known> knownAs(FileKind kind) {
       return Known{"--antex", "an antenna file (ANTEX)"};
     case FileKind::attitudes:
       return Known{"--orbex", "an ORBEX file of attitudes"};
+    case FileKind::ionosphere:
+      return Known{"--ionex", "an IONEX file of maps of the ionosphere"};
     case FileKind::earthRotation:
       return Known{"--erp", "a file of the Earth's rotation"};
     case FileKind::unknown:
