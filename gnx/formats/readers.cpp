@@ -41,6 +41,7 @@ namespace {
 FileKind rinexKind(std::string_view line) {
   if (column(line, 60, 20) == "ANTEX VERSION / SYST") return FileKind::antennas;
   if (column(line, 20, 20) == "COMPACT RINEX FORMAT") return FileKind::observations;
+  if (column(line, 60, 5) == "IONEX") return FileKind::ionosphere;
   if (column(line, 60, 20) != "RINEX VERSION / TYPE") return FileKind::unknown;
   switch (line[20]) {
     case 'O':
@@ -97,6 +98,8 @@ const char* nameOf(FileKind kind) {
       return "antennas";
     case FileKind::attitudes:
       return "attitudes";
+    case FileKind::ionosphere:
+      return "maps of the ionosphere";
     case FileKind::earthRotation:
       return "Earth rotation";
     case FileKind::unknown:
@@ -136,12 +139,18 @@ InputFiles sortByKind(const std::vector<std::string>& names) {
       case FileKind::corrections:
         files.ssr.push_back(name);
         break;
+      case FileKind::attitudes:
+        files.orbex.push_back(name);
+        break;
+      case FileKind::ionosphere:
+        files.ionex.push_back(name);
+        break;
       default:
         throw InputError(
             name, 0,
             std::string("holds ") + nameOf(kind) +
                 ", which is no input of a run; give observations, navigation messages, orbits, clocks, "
-                "biases or corrections");
+                "biases, attitudes, maps of the ionosphere or corrections");
     }
   }
   files.obs = inOrderOfTime(std::move(files.obs));

@@ -60,6 +60,10 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--sp3", plan.sp3, "precise orbits (SP3 a, c, d); give the neighbouring days too");
   cmd.add_option("--clk", plan.clk, "RINEX clock files; without them the clocks of the SP3 files");
   cmd.add_option("--bia", plan.bia, "bias SINEX files");
+  cmd.add_option(
+      "--orbex", plan.orbex,
+      "attitudes of satellites (ORBEX) of the centre of orbits and clocks, for wind-up and antenna "
+      "offsets");
   cmd.add_flag("--wl-biases", plan.wideLaneBiases,
                "phase biases from the wide-lanes in the clock file's header");
   cmd.add_flag(

@@ -58,8 +58,10 @@ void checkSpans(const Files& files, const RunPlan& plan) {
     const char *option, *title;
     double margin_s;  ///< how far beyond its span a file serves
   };
-  constexpr Need kNeeds[] = {
-      {"--clk", "clocks", 900.0}, {"--sp3", "orbits", 7200.0}, {"--nav", "messages", 86400.0}};
+  constexpr Need kNeeds[] = {{"--clk", "clocks", 900.0},
+                             {"--sp3", "orbits", 7200.0},
+                             {"--nav", "messages", 86400.0},
+                             {"--orbex", "attitudes", 900.0}};
   for (const auto& [option, title, margin] : kNeeds) {
     const Span span = spanOf(files, option);
     if (!span.first || !span.last) continue;

@@ -23,6 +23,7 @@
 #include "gnx/deployment.h"
 #include "gnx/error.h"
 #include "gnx/integers.h"
+#include "gnx/ionosphere.h"
 #include "gnx/records.h"
 
 namespace gnx {
@@ -35,7 +36,11 @@ struct StreamStart {
   ObsHeader header;              ///< receiver, antenna, approximate position, observation types by system
   /// Signals with code biases in the corrections by system letter, "1C"; empty: corrections without biases.
   std::map<char, std::set<std::string>> corrected;
-  IntegerPolicy integers;          ///< what the corrections can carry
+  IntegerPolicy integers;  ///< what the corrections can carry
+  /// How satellites point, where a product tells; null: as the engine's laws have it.
+  std::shared_ptr<const AttitudeProduct> attitudes{};
+  /// What comes off the observations as the ionosphere, so that the engine estimates the rest; null: nothing.
+  std::shared_ptr<const IonosphereMaps> ionosphere{};
   std::vector<std::string> notes;  ///< remarks about the files, sentences
 };
 
@@ -57,6 +62,7 @@ enum class FileKind {
   corrections,    ///< state-space corrections as text
   antennas,       ///< ANTEX 1.4
   attitudes,      ///< ORBEX 0.09
+  ionosphere,     ///< IONEX 1.0, 1.1
   earthRotation,  ///< IGS .erp of versions 1 and 2, finals2000A
   unknown,
 };
@@ -68,6 +74,7 @@ FileKind kindOf(const std::filesystem::path& file);
 struct InputFiles {
   std::vector<std::string> obs, nav;            ///< RINEX
   std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products, or a recorded stream
+  std::vector<std::string> orbex{}, ionex{};    ///< attitudes, maps of the ionosphere
 };
 /// Puts files into their places, observations in order of time. \throws InputError for one that is of no kind
 /// of these
@@ -239,6 +246,11 @@ Sp3Product readSp3(const std::vector<std::string>& paths);
 /// wins. Other records are skipped; attitudes against inertial axes are refused. Reference: ORBEX, the orbit
 /// exchange format, version 0.09, 2019.
 AttitudeProduct readOrbex(const std::vector<std::string>& paths);
+
+/// Reads IONEX files of maps on one layer and joins them by time; at equal times the later file counts. Maps
+/// of deviations and heights are skipped, biases of stations too. Reference: Schaer, Gurtner, Feltens: IONEX,
+/// the ionosphere map exchange format, version 1, 1998.
+IonosphereMaps readIonex(const std::vector<std::string>& paths);
 
 /// Satellite clocks.
 struct ClockProduct {
