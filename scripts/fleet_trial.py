@@ -15,6 +15,7 @@ import argparse
 import collections
 import datetime
 import json
+import math
 import os
 import shutil
 import signal
@@ -28,6 +29,7 @@ import urllib.request
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 SERVERS = 3
+KNOWN_S = 12  # a node's first state of a station goes to the servers after 5 s
 GPS_MINUS_UTC_S = 18
 
 
@@ -244,30 +246,46 @@ class Trial:
         utc = (epoch + 315964800 if self.o.nodes else epoch) - GPS_MINUS_UTC_S
         return begin - 1 <= utc <= end
 
+    def await_share(self, patience_s):
+        """Waits until each node has its share and has had it for so long that the servers know the states."""
+        begun, share = time.time(), math.ceil(len(self.names) / max(self.o.nodes, 1))
+        while self.o.nodes and time.time() - begun < patience_s:
+            recent = [(station, at) for moment, station, _, at, _ in self.results.copy()
+                      if moment > time.time() - KNOWN_S]
+            of_node = collections.Counter(at for _, at in set(recent))
+            if len(set(recent)) == len(self.names) and max(of_node.values()) <= share:
+                return
+            time.sleep(0.5)
+
     def moved(self, node):
-        """Of each station that a node had last: sigma of its last position there and of the first elsewhere."""
-        last, first = {}, {}
-        for station, _, at, sigma in self.results.kept():
+        """Of each station that a node had last: sigma of its last position there and of the first elsewhere, and how
+        long the node had it."""
+        last, first, since = {}, {}, {}
+        for station, epoch, at, sigma in self.results.kept():
             if sigma is not None and at == node:
-                last[station] = sigma
+                last[station] = (sigma, epoch - since.setdefault(station, epoch))
             elif sigma is not None and station in last:
                 first.setdefault(station, sigma)
-        return {station: (sigma, first.get(station)) for station, sigma in last.items()}
+        return {station: (sigma, first.get(station), held) for station, (sigma, held) in last.items()}
 
     def report_moved(self, node):
         """What is known of a station goes with it, if the servers were told before."""
         moved = self.moved(node)
-        before, after = zip(*[(a, b) for a, b in moved.values() if b is not None] or [(0.0, 9.9)])
-        went_on = 0
-        for station in moved:
-            for other in self.nodes:
-                path = os.path.join(self.dir, "out", other, station, "live.log")
-                if os.path.exists(path):
-                    with open(path, encoding="utf-8") as file:
-                        went_on += "the run goes on where the one before has ended" in file.read()
-        print(f"{len(moved)} stations moved, {went_on} of them went on converged; sigma of the last position before "
-              f"{max(before):.3f} m at most, of the first behind {max(after):.3f} m", flush=True)
-        return went_on == len(moved)
+        known = [station for station, (_, _, held) in moved.items() if held >= KNOWN_S]
+        before, after = zip(*[(a, b) for a, b, _ in moved.values() if b is not None] or [(0.0, 9.9)])
+        went_on = sum(any(self.went_on(station, other) for other in self.nodes) for station in known)
+        print(f"{len(moved)} stations moved, {went_on} of {len(known)} that had their place for {KNOWN_S} s went on "
+              f"converged; sigma of the last position before {max(before):.3f} m at most, of the first behind "
+              f"{max(after):.3f} m", flush=True)
+        return went_on == len(known)
+
+    def went_on(self, station, node):
+        path = os.path.join(self.dir, "out", node, station, "live.log")
+        if not os.path.exists(path):
+            return False
+        with open(path, encoding="utf-8") as file:
+            last = file.read().rsplit("worker has started", 1)[-1]
+        return "the run goes on where the one before has ended" in last
 
     # ---- what it takes ----
 
@@ -311,6 +329,7 @@ class Trial:
               f"{'never' if took is None else f'{took:.1f} s'}", flush=True)
         if took is None:
             return False
+        self.await_share(90)
         before, begun = self.usage(), time.time()
         latencies = []
         while time.time() - begun < self.o.seconds:

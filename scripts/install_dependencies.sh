@@ -6,7 +6,7 @@
 #   --package  the same, and the tools that make Debian packages
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libarchive-dev libcli11-dev libcurl4-openssl-dev libnats-dev pybind11-dev python3-dev)
+build=(g++ cmake ninja-build pkg-config libjsoncpp-dev liberfa-dev zlib1g-dev libarchive-dev libdeflate-dev libcli11-dev libcurl4-openssl-dev libnats-dev pybind11-dev python3-dev)
 tests=(ccache libgtest-dev libgmock-dev libbenchmark-dev gnuplot-nox python3-numpy nats-server)
 package=(dpkg-dev file)
 case "${1:-}" in

@@ -16,7 +16,8 @@ namespace gnx {
 namespace {
 
 constexpr std::uint32_t kLargest = 1U << 30;
-constexpr std::size_t kRoom = 16384;  ///< bytes that are taken over at a time
+constexpr std::size_t kRoom = 16384;         ///< bytes that are taken over at a time
+constexpr std::size_t kMostPosted = 262144;  ///< bytes that wait for a frame to go with
 
 }  // namespace
 
@@ -64,10 +65,12 @@ bool FrameChannel::receiveAll(char* data, std::size_t size) {
 
 bool FrameChannel::sendFrame(std::uint32_t kind, const std::string& content) {
   FrameHead head{kind, static_cast<std::uint32_t>(content.size())};
-  iovec parts[2] = {{&head, sizeof head}, {const_cast<char*>(content.data()), content.size()}};
+  iovec parts[3] = {{m_posted.data(), m_posted.size()},
+                    {&head, sizeof head},
+                    {const_cast<char*>(content.data()), content.size()}};
   msghdr message{};
-  message.msg_iov = parts;
-  message.msg_iovlen = 2;
+  message.msg_iov = m_posted.empty() ? parts + 1 : parts;
+  message.msg_iovlen = m_posted.empty() ? 2 : 3;
   while (message.msg_iovlen > 0) {
     const ssize_t n = ::sendmsg(m_descriptor, &message, MSG_NOSIGNAL);
     if (n < 0 && errno == EINTR) continue;
@@ -82,6 +85,15 @@ bool FrameChannel::sendFrame(std::uint32_t kind, const std::string& content) {
     message.msg_iov->iov_base = static_cast<char*>(message.msg_iov->iov_base) + sent;
     message.msg_iov->iov_len -= sent;
   }
+  m_posted.clear();
+  return true;
+}
+
+bool FrameChannel::postFrame(std::uint32_t kind, const std::string& content) {
+  const FrameHead head{kind, static_cast<std::uint32_t>(content.size())};
+  if (m_posted.size() + sizeof head + content.size() > kMostPosted) return sendFrame(kind, content);
+  m_posted.append(reinterpret_cast<const char*>(&head), sizeof head);
+  m_posted += content;
   return true;
 }
 

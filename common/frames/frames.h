@@ -151,6 +151,11 @@ class FrameChannel {
   bool send(Kind kind, const std::string& content) {
     return sendFrame(static_cast<std::uint32_t>(kind), content);
   }
+  /// A frame that nobody waits for: it goes with the next one that is sent.
+  template <class Kind>
+  bool post(Kind kind, const std::string& content) {
+    return postFrame(static_cast<std::uint32_t>(kind), content);
+  }
   /// False when the other end is gone.
   template <class Kind>
   bool receive(Kind& kind, std::string& content) {
@@ -166,10 +171,12 @@ class FrameChannel {
 
  private:
   bool sendFrame(std::uint32_t kind, const std::string& content);
+  bool postFrame(std::uint32_t kind, const std::string& content);
   bool receiveFrame(std::uint32_t& kind, std::string& content);
   bool receiveAll(char* data, std::size_t size);
 
   int m_descriptor;
+  std::string m_posted;
   std::vector<char> m_arrived;  ///< m_begin..m_end-1 not taken yet
   std::size_t m_begin = 0, m_end = 0;
 };

@@ -1,4 +1,5 @@
-// Unpacks files: gzip by zlib, whose checksums tell of damage, the other kinds by libarchive.
+// Unpacks files: gzip by zlib, whose checksums tell of damage, or at once by libdeflate, the other kinds by
+// libarchive.
 
 #include "text/byte_source.h"
 
@@ -7,9 +8,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
+#ifdef GNX_LIBDEFLATE
+#include <libdeflate.h>
+#endif
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -17,6 +23,7 @@
 #include <new>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "gnx/error.h"
 
@@ -46,16 +53,64 @@ class Descriptor {
   int m_number;
 };
 
-/// Plain and gzip'ed bytes.
+#ifdef GNX_LIBDEFLATE
+/// A gzip file of one member as a whole, three times as fast as in pieces. Nothing for larger files and for
+/// those with anything unusual, which zlib takes or refuses piece by piece.
+std::vector<char> wholeGzip(int file) {
+  constexpr off_t kLeast = 18, kMostPacked = off_t{32} << 20;  // header and trailer of the format
+  constexpr std::size_t kMost = std::size_t{96} << 20;
+  struct stat status {};
+  if (::fstat(file, &status) != 0 || status.st_size < kLeast || status.st_size > kMostPacked) return {};
+  std::vector<char> packed(static_cast<std::size_t>(status.st_size));
+  if (::pread(file, packed.data(), packed.size(), 0) != status.st_size) return {};
+  if (!std::string_view(packed.data(), packed.size()).starts_with("\x1f\x8b"sv)) return {};
+  std::uint32_t size = 0;  // the last four bytes, the lowest first
+  for (std::size_t i = 1; i <= 4; ++i)
+    size = size << 8 | static_cast<unsigned char>(packed[packed.size() - i]);
+  if (size == 0 || size > kMost) return {};
+  struct Free {
+    void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+  };
+  const std::unique_ptr<libdeflate_decompressor, Free> unpacker(libdeflate_alloc_decompressor());
+  std::vector<char> bytes(size);
+  std::size_t taken = 0, made = 0;
+  if (!unpacker || libdeflate_gzip_decompress_ex(unpacker.get(), packed.data(), packed.size(), bytes.data(),
+                                                 bytes.size(), &taken, &made) != LIBDEFLATE_SUCCESS)
+    return {};
+  if (taken != packed.size() || made != size) return {};
+  return bytes;
+}
+#else
+std::vector<char> wholeGzip(int) { return {}; }
+#endif
+
+/// Plain and gzip'ed bytes. Who wants more than the first piece gets a small file unpacked as a whole.
 class GzipSource final : public ByteSource {
  public:
-  explicit GzipSource(Descriptor& file) : m_file(gzdopen(file.get(), "rb")) {
+  explicit GzipSource(Descriptor& file)
+      : m_descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, 0)), m_file(gzdopen(file.get(), "rb")) {
     if (!m_file) throw std::bad_alloc();
     file.release();
     gzbuffer(m_file.get(), static_cast<unsigned>(kChunk));
   }
 
   std::size_t read(char* to, std::size_t room) override {
+    if (m_given > 0 && !m_tried) {
+      m_tried = true;
+      m_whole = wholeGzip(m_descriptor.get());
+    }
+    const std::size_t got = m_whole.empty() ? readPiece(to, room) : readWhole(to, room);
+    m_given += got;
+    return got;
+  }
+
+ private:
+  std::size_t readWhole(char* to, std::size_t room) const {
+    const std::size_t got = std::min(room, m_whole.size() - std::min(m_given, m_whole.size()));
+    if (got > 0) std::memcpy(to, m_whole.data() + m_given, got);
+    return got;
+  }
+  std::size_t readPiece(char* to, std::size_t room) {
     const int got = gzread(m_file.get(), to, static_cast<unsigned>(room));
     // A truncated stream delivers what it holds and leaves Z_BUF_ERROR behind.
     if (got < 0 || static_cast<std::size_t>(got) < room) {
@@ -66,11 +121,14 @@ class GzipSource final : public ByteSource {
     return got > 0 ? static_cast<std::size_t>(got) : 0;
   }
 
- private:
   struct Close {
     void operator()(gzFile_s* file) const { gzclose(file); }
   };
+  Descriptor m_descriptor;
   std::unique_ptr<gzFile_s, Close> m_file;
+  std::vector<char> m_whole;  ///< empty: piece by piece
+  std::size_t m_given = 0;
+  bool m_tried = false;
 };
 
 /// Bytes packed in another way.

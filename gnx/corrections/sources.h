@@ -71,9 +71,20 @@ struct SsrTextOptions {
 std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& options,
                                                     const EphemerisTimeline* timeline = nullptr);
 
-/// The biases of a stream in full sets, by the time from which each is valid.
-std::vector<std::pair<GpsTime, std::vector<SatBiases>>> streamBiases(
-    const std::vector<std::string>& ssrFiles);
+/// The biases of recorded streams in full sets, read as far as they are asked for.
+class StreamBiases {
+ public:
+  explicit StreamBiases(const std::vector<std::string>& ssrFiles);
+  /// The set that became valid last until a time; null: none since the call before. Times must rise.
+  const std::vector<SatBiases>* until(const GpsTime& time);
+
+ private:
+  void read();
+
+  std::unique_ptr<CorrectionSource> m_source;  ///< none behind the last set
+  GpsTime m_nextFrom;
+  std::vector<SatBiases> m_next, m_last;
+};
 
 /// Broadcast orbits and clocks as they are: zero corrections for every healthy satellite, every 30 s from the
 /// timeline's start to four hours after its last message.
@@ -83,7 +94,8 @@ std::unique_ptr<CorrectionSource> makeZeroSource(const EphemerisTimeline& timeli
 std::unique_ptr<CorrectionSource> makeOffsetFreeSource(std::unique_ptr<CorrectionSource> source,
                                                        PhaseCentreHeights heights);
 
-/// Signals with a code bias anywhere in bias or SSR text files, by system letter ("1C", "2W").
+/// Signals with a code bias in bias files or in the first day of SSR text files, by system letter ("1C",
+/// "2W").
 std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,
                                                        const std::vector<std::string>& ssrFiles);
 

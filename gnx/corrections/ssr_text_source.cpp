@@ -180,15 +180,27 @@ std::unique_ptr<CorrectionSource> makeSsrTextSource(const SsrTextOptions& option
   return std::make_unique<SsrTextSource>(options, timeline);
 }
 
-std::vector<std::pair<GpsTime, std::vector<SatBiases>>> streamBiases(
-    const std::vector<std::string>& ssrFiles) {
+StreamBiases::StreamBiases(const std::vector<std::string>& ssrFiles) {
   SsrTextOptions options;
   options.files = ssrFiles;
-  SsrTextSource source(options, nullptr);
-  std::vector<std::pair<GpsTime, std::vector<SatBiases>>> sets;
-  for (CorrectionBatch batch; source.next(batch);)
-    if (batch.newBiases) sets.emplace_back(batch.biasTag, std::move(batch.biases));
-  return sets;
+  if (!ssrFiles.empty()) m_source = makeSsrTextSource(options);
+  read();
+}
+
+void StreamBiases::read() {
+  for (CorrectionBatch batch; m_source != nullptr;) {
+    if (!m_source->next(batch)) return m_source.reset();
+    if (!batch.newBiases) continue;
+    m_nextFrom = batch.biasTag;
+    m_next = std::move(batch.biases);
+    return;
+  }
+}
+
+const std::vector<SatBiases>* StreamBiases::until(const GpsTime& time) {
+  bool any = false;
+  for (; m_source != nullptr && m_nextFrom <= time; any = true, read()) m_last = std::move(m_next);
+  return any ? &m_last : nullptr;
 }
 
 std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::string>& biasFiles,
@@ -199,9 +211,13 @@ std::map<char, std::set<std::string>> correctedSignals(const std::vector<std::st
       if (!signal.empty() && signal[0] == 'C') signals[row.sat[0]].insert(signal.substr(1));
     }
   }
+  constexpr double kAhead_s = 86400.0;  // what a stream has for a day is what it has
   for (const std::string& file : ssrFiles) {
     SsrTextReader reader(file);
+    std::optional<GpsTime> first;
     for (SsrBlock block; reader.next(block);) {
+      if (!first) first = block.time;
+      if (block.time - *first > kAhead_s) break;
       if (block.kind != SsrKind::codeBias) continue;
       for (const SsrSatBias& sat : block.biases) {
         for (const SsrBias& b : sat.biases) signals[sat.sat[0]].insert(b.signal);

@@ -342,8 +342,7 @@ void placePole(const fs::path& dir, const DeploymentOptions& options, std::ostre
   const double mjd = modifiedJulianDay(toGpsTime({date[0], date[1], date[2], 12, 0, 0.0}));
   std::vector<EarthRotation> records, taken;
   if (!options.erp.empty()) records = readEarthRotation(options.erp.string());
-  writeFile(dir / "polut1.txt",
-            [&](std::ostream& out) { taken = writePoleTable(out, records, mjd, builtIn("ut1t10.txt")); });
+  writeFile(dir / "polut1.txt", [&](std::ostream& out) { taken = writePoleTable(out, records, mjd); });
   constexpr const char* kError = "1 to 4 mm of the pole tide are missing";
   const auto day = [](const EarthRotation& r) { return std::to_string(static_cast<int>(r.mjd)); };
   if (options.erp.empty()) {

@@ -3,7 +3,6 @@
 /// The pole of a deployment: records of a file around the date, the secular pole outside of them.
 
 #include <iosfwd>
-#include <string_view>
 #include <vector>
 
 #include "gnx/read.h"
@@ -15,9 +14,8 @@ EarthRotation secularPole(double mjd);
 
 /// Writes the engine's table: records from 40 days before `mjd` on, without the zonal tides in UT1, led over
 /// to the secular pole within 30 days at both ends. The table has no end that a running engine could reach.
-/// \param zonalTides  content of "ut1t10.txt"
 /// \return the records that were taken, none when the file ends earlier
 std::vector<EarthRotation> writePoleTable(std::ostream& out, const std::vector<EarthRotation>& records,
-                                          double mjd, std::string_view zonalTides);
+                                          double mjd);
 
 }  // namespace gnx

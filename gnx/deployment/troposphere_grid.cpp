@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "gnx/error.h"
+#include "text/fields.h"
 #include "text/text_reader.h"
 
 namespace gnx {
@@ -98,7 +99,7 @@ std::size_t numbersOf(std::string_view line, double* out, std::size_t most) {
   const char* const end = p + line.size();
   while (n < most) {
     while (p < end && (*p == ' ' || *p == ',' || *p == '\t' || *p == '+')) ++p;
-    const auto [next, error] = std::from_chars(p, end, out[n]);
+    const auto [next, error] = readNumber(p, end, out[n]);
     if (error != std::errc{} || !std::isfinite(out[n])) break;
     p = next;
     ++n;

@@ -102,6 +102,7 @@ struct Session {
   MessageStore messages;
   PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
   std::optional<PatternCorrector> patterns;
+  std::optional<AttitudeCorrector> attitudes;
   std::optional<std::string> optionsSet;               ///< what the engine was told last
   std::optional<GpsTime> resumed;                      ///< end of the run whose state it goes on with
   std::set<std::pair<SatName, std::string>> observed;  ///< signals since then
@@ -149,6 +150,7 @@ struct Engine::Impl {
     core->start(record);
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);
+    if (start.attitudes) takeAttitudes(*made, start);
     if (!options.state.empty()) takeState(*made);
     session = std::move(made);
     if (judgement) obey(*judgement);
@@ -168,6 +170,7 @@ struct Engine::Impl {
     std::string text = std::string(GNX_VERSION) + '\n' + nameOf(run.mode) + '\n' + s.plan.describe() + '\n' +
                        printed("%.3f %.3f ", run.cutoff_deg, run.interval_s) + run.antenna;
     for (const SatName& sat : run.excluded) text += ' ' + sat;
+    if (s.attitudes) text += " attitudes";
     return text;
   }
 
@@ -175,6 +178,7 @@ struct Engine::Impl {
     if (!session || now == GpsTime{}) return "";
     FrameWriter out;
     out(kStateVersion, identity(*session), now, session->arcs.state(), core->state());
+    if (session->attitudes) out(session->attitudes->state());
     return out.bytes();
   }
 
@@ -192,6 +196,11 @@ struct Engine::Impl {
         throw UsageError("it is of another version, mode, antenna or choice of signals");
       in(end, arcs, known);
       core->resume(known);
+      if (s.attitudes) {
+        std::map<SatName, AttitudeCorrector::WindUps> windUps;
+        in(windUps);
+        s.attitudes->take(std::move(windUps));
+      }
       s.arcs.take(std::move(arcs));
       s.resumed = end;
     } catch (const Error& e) {
@@ -211,17 +220,27 @@ struct Engine::Impl {
     if (given.time - *s.resumed > kWatch_s) s.resumed.reset();
   }
 
+  /// The best position known before the run.
+  const Vector3& positionBefore(const ObsHeader& header) const {
+    const RunSettings& run = deployment.settings;
+    const bool known = run.position_m[0] * run.position_m[1] * run.position_m[2] != 0.0;
+    return known && !run.headerPosition ? run.position_m : header.position;
+  }
+
+  void takeAttitudes(Session& s, const StreamStart& start) {
+    s.attitudes.emplace(start.attitudes, AttitudeCorrector::satellitesOf(deployment, s.first), s.messages);
+    s.attitudes->moveTo(positionBefore(start.header));
+  }
+
   /// Patterns of the antennas at the best position known before the run, where the engine does not apply
   /// them.
   void takePatterns(Session& s, const ObsHeader& header) {
     const RunSettings& run = deployment.settings;
     const fs::path file = deployment.file("antpcv");
     if (!run.patterns || !fs::exists(file) || deployment.engineAppliesPatterns()) return;
-    const bool known = run.position_m[0] * run.position_m[1] * run.position_m[2] != 0.0;
-    const Vector3& position = known && !run.headerPosition ? run.position_m : header.position;
     PatternCorrector corrector(
         AntennaPatterns(file, run.antenna.empty() ? header.antenna : run.antenna, s.first), s.messages,
-        position);
+        positionBefore(header));
     if (corrector.active()) s.patterns.emplace(std::move(corrector));
     else
       notes.push_back(
@@ -255,6 +274,15 @@ struct Engine::Impl {
     s.products.feed(madeUp);
   }
 
+  /// An epoch without what the engine does not model.
+  const ObsEpoch& corrected(Session& s, const ObsEpoch& given) {
+    if (!s.patterns && !s.attitudes) return given;
+    epoch = given;
+    if (s.patterns) s.patterns->apply(epoch);
+    if (s.attitudes) s.attitudes->apply(epoch);
+    return epoch;
+  }
+
   std::optional<Solution> take(const ObsEpoch& given) {
     Session& s = running(given.time);
     now = given.time;
@@ -262,14 +290,12 @@ struct Engine::Impl {
     setClock(s, now);
     if (now - forgotten > 3600.0) s.messages.forgetBefore((forgotten = now) + -kMessageAge_s);
     const bool resolve = s.integers.resolvesAt(now) && !s.arcs.biasesRun();
-    const std::string words = outputOptions + (resolve ? "" : " -float");
+    const std::string words =
+        (s.attitudes ? s.attitudes->engineOptions() + ' ' : "") + outputOptions + (resolve ? "" : " -float");
     if (s.optionsSet != words) core->setOutputOptions(*(s.optionsSet = words));
-    if (s.patterns) {
-      epoch = given;
-      s.patterns->apply(epoch);
-    }
-    s.observations.feed(s.patterns ? epoch : given);
+    s.observations.feed(corrected(s, given));
     auto solution = core->takeSolution();
+    if (solution && solution->solved() && s.attitudes) s.attitudes->moveTo(solution->position);
     if (!solution) return solution;
     solution->time = now;
     if (!resolve) s.explain(*solution);

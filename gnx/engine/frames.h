@@ -2,7 +2,8 @@
 /// \file frames.h
 /// What a host and its worker say to each other: frames over a pair of sockets on one machine.
 ///
-/// Both ends are of one build, which the first frame of the worker says; so nothing is negotiated.
+/// Frames without an answer wait at the host for the next one that has an answer. Both ends are of one build,
+/// which the first frame of the worker says; so nothing is negotiated.
 ///
 /// | frame         | content                                          | answer                     |
 /// |---------------|--------------------------------------------------|----------------------------|
@@ -11,7 +12,7 @@
 /// | clock         | UTC, s                                           | none                       |
 /// | message       | satellite number, record of the boundary         | none                       |
 /// | glonass       | satellite number, slot, record of the boundary   | none                       |
-/// | corrections   | satellites with news: index, record              | none                       |
+/// | corrections   | satellites with news: index, what is new         | none                       |
 /// | biases        | the same                                         | none                       |
 /// | epoch         | time, records of the boundary                    | events, solution, done     |
 /// | options       | words                                            | done                       |
@@ -30,7 +31,7 @@
 
 namespace gnx {
 
-inline constexpr std::uint32_t kProtocolVersion = 3;
+inline constexpr std::uint32_t kProtocolVersion = 4;
 
 enum class FrameKind : std::uint32_t {
   hello = 1,

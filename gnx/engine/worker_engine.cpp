@@ -67,7 +67,7 @@ class WorkerEngine : public EngineCore {
   }
 
   void start(const Start& start) override { call(FrameKind::start, start); }
-  void setClock(std::int64_t utc) override { send(FrameKind::clock, utc); }
+  void setClock(std::int64_t utc) override { post(FrameKind::clock, utc); }
   void setOutputOptions(const std::string& options) override { call(FrameKind::options, options); }
   void restart() override { call(FrameKind::restart); }
   std::vector<std::string> writeStoreFiles(const GNX_IO::gtime_t& time) override {
@@ -84,24 +84,27 @@ class WorkerEngine : public EngineCore {
   long processId() const override { return m_process; }
 
   void inputMessage(int sat, const GNX_IO::eph_entry_t& eph) override {
-    send(FrameKind::message, static_cast<std::int32_t>(sat), eph);
+    post(FrameKind::message, static_cast<std::int32_t>(sat), eph);
   }
   void inputMessage(int sat, int prn, const GNX_IO::geph_entry_t& eph) override {
-    send(FrameKind::glonass, static_cast<std::int32_t>(sat), static_cast<std::int32_t>(prn), eph);
+    post(FrameKind::glonass, static_cast<std::int32_t>(sat), static_cast<std::int32_t>(prn), eph);
   }
   void inputCorrections(GNX_IO::ssr_t* ssr) override {
-    sendNews(FrameKind::corrections, ssr, [](GNX_IO::ssr_t& s) {
-      if (s.update != 0) s.mark_orb = s.mark_clk = GNX_IO::kConsumed;
-      return std::exchange(s.update, std::uint8_t{0}) != 0;
-    });
+    sendNews(
+        FrameKind::corrections, ssr, [](const GNX_IO::ssr_t& s) { return s.update != 0; },
+        [](GNX_IO::ssr_t& s) {
+          s.mark_orb = s.mark_clk = GNX_IO::kConsumed;
+          s.update = 0;
+        });
   }
   void inputBiases(GNX_IO::ssr_t* ssr) override {
-    sendNews(FrameKind::biases, ssr, [](GNX_IO::ssr_t& s) {
-      bool any = false;
-      for (std::int32_t* mark : {&s.mark_cbias, &s.mark_pbias, &s.mark_ifpb})
-        any |= std::exchange(*mark, GNX_IO::kConsumed) != GNX_IO::kConsumed;
-      return any;
-    });
+    sendNews(
+        FrameKind::biases, ssr,
+        [](const GNX_IO::ssr_t& s) {
+          return s.mark_cbias != GNX_IO::kConsumed || s.mark_pbias != GNX_IO::kConsumed ||
+                 s.mark_ifpb != GNX_IO::kConsumed;
+        },
+        [](GNX_IO::ssr_t& s) { s.mark_cbias = s.mark_pbias = s.mark_ifpb = GNX_IO::kConsumed; });
   }
   void inputEpoch(const GNX_IO::gtime_t& time, std::span<GNX_IO::obs_entry_t> entries) override {
     m_solution.reset();
@@ -127,12 +130,21 @@ class WorkerEngine : public EngineCore {
     return ends[0];
   }
 
-  template <class... T>
-  void send(FrameKind kind, const T&... values) {
+  void begin() {
     if (!m_end.empty()) throw EngineError(m_end);
     m_frame.clear();
+  }
+  template <class... T>
+  void send(FrameKind kind, const T&... values) {
+    begin();
     m_frame(values...);
     if (!m_channel.send(kind, m_frame.bytes())) ended();
+  }
+  template <class... T>
+  void post(FrameKind kind, const T&... values) {
+    begin();
+    m_frame(values...);
+    if (!m_channel.post(kind, m_frame.bytes())) ended();
   }
 
   /// Sends a frame and waits for its end; events and a solution come in between.
@@ -159,15 +171,19 @@ class WorkerEngine : public EngineCore {
     ended();
   }
 
-  /// `consume` marks what the engine takes of a satellite as taken, and says whether there was anything.
-  template <class Consume>
-  void sendNews(FrameKind kind, GNX_IO::ssr_t* ssr, Consume&& consume) {
+  /// `consume` marks what the engine takes of a satellite with news as taken.
+  template <class News, class Consume>
+  void sendNews(FrameKind kind, GNX_IO::ssr_t* ssr, News&& news, Consume&& consume) {
     m_news.clear();
-    for (std::int32_t index = 0; index < GNX_IO::kMaxSatellite; ++index) {
-      const GNX_IO::ssr_t given = ssr[index];
-      if (consume(ssr[index])) m_news.push_back({index, given});
+    for (std::size_t index = 0; index < GNX_IO::kMaxSatellite; ++index)
+      if (news(ssr[index])) m_news.push_back(index);
+    begin();
+    m_frame(static_cast<std::uint32_t>(m_news.size()));
+    for (const std::size_t index : m_news) {
+      m_told.tell(m_frame, index, ssr[index]);
+      consume(ssr[index]);
     }
-    send(kind, m_news);
+    if (!m_channel.post(kind, m_frame.bytes())) ended();
   }
 
   void await() {
@@ -202,7 +218,8 @@ class WorkerEngine : public EngineCore {
   FrameChannel m_channel;
   FrameWriter m_frame;
   std::string m_answer, m_end;
-  std::vector<IndexedCorrection> m_news;
+  CorrectionRecords m_told;
+  std::vector<std::size_t> m_news;
 };
 
 }  // namespace

@@ -32,9 +32,9 @@ class Service {
  private:
   template <class... T>
   void send(FrameKind kind, const T&... values) {
-    FrameWriter out;
-    out(values...);
-    if (!m_channel.send(kind, out.bytes())) std::exit(EXIT_SUCCESS);  // nobody is left to work for
+    m_out.clear();
+    m_out(values...);
+    if (!m_channel.send(kind, m_out.bytes())) std::exit(EXIT_SUCCESS);  // nobody is left to work for
   }
 
   /// Runs a call that the host waits for.
@@ -127,11 +127,11 @@ class Service {
   void fill(FrameReader& in) {
     for (const std::size_t index : m_filled) m_corrections[index] = m_none;
     m_filled.clear();
-    std::vector<IndexedCorrection> news;
-    in(news);
-    for (const IndexedCorrection& c : news) {
-      m_filled.push_back(static_cast<std::size_t>(c.index));
-      m_corrections.at(m_filled.back()) = c.record;
+    std::uint32_t news = 0;
+    for (in(news); news > 0; --news) {
+      const std::size_t index = m_told.take(in);
+      m_filled.push_back(index);
+      m_corrections[index] = m_told.at(index);
     }
   }
 
@@ -141,13 +141,19 @@ class Service {
       in(time, m_entries);
       m_engine->inputEpoch(time, m_entries);
       boundOutput(kWorkerOutput, m_logBytes);
-      if (const auto solution = m_engine->takeSolution()) send(FrameKind::solution, *solution);
+      if (const auto solution = m_engine->takeSolution()) {
+        m_out.clear();
+        m_out(*solution);
+        m_channel.post(FrameKind::solution, m_out.bytes());
+      }
     });
   }
 
   FrameChannel m_channel;
+  FrameWriter m_out;
   std::unique_ptr<EngineCore> m_engine;
   GNX_IO::ssr_t m_none{};
+  CorrectionRecords m_told;
   std::vector<GNX_IO::ssr_t> m_corrections;
   std::vector<std::size_t> m_filled;
   std::vector<GNX_IO::obs_entry_t> m_entries;

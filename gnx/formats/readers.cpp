@@ -41,6 +41,7 @@ namespace {
 FileKind rinexKind(std::string_view line) {
   if (column(line, 60, 20) == "ANTEX VERSION / SYST") return FileKind::antennas;
   if (column(line, 20, 20) == "COMPACT RINEX FORMAT") return FileKind::observations;
+  if (column(line, 60, 5) == "IONEX") return FileKind::ionosphere;
   if (column(line, 60, 20) != "RINEX VERSION / TYPE") return FileKind::unknown;
   switch (line[20]) {
     case 'O':
@@ -58,13 +59,22 @@ FileKind rinexKind(std::string_view line) {
   }
 }
 
+/// The line of the version or of the titles of .erp files; a row of finals2000A.
+bool isEarthRotation(std::string_view line) {
+  if (line.starts_with("VERSION 2") || line.starts_with("version 2")) return true;
+  if (trim(line).starts_with("MJD ") && line.find("UT1") != std::string_view::npos) return true;
+  const auto mjd = line.size() > 67 ? parseReal(line.substr(7, 8)) : std::nullopt;
+  return mjd && *mjd > 40000.0 && *mjd < 100000.0 && (line[16] == 'I' || line[16] == 'P');
+}
+
 FileKind kindOfLine(std::string_view line) {
   if (const FileKind kind = rinexKind(line); kind != FileKind::unknown) return kind;
   if (line.size() > 40 && line[0] == '#' && line[1] >= 'a' && line[1] <= 'd') return FileKind::orbits;
   if (line.starts_with("%=BIA")) return FileKind::biases;
+  if (line.starts_with("%=ORBEX")) return FileKind::attitudes;
   for (const char* block : {"> ORBIT ", "> CLOCK ", "> CODE_BIAS ", "> PHASE_BIAS ", "> VTEC "})
     if (line.starts_with(block)) return FileKind::corrections;
-  if (line.starts_with("VERSION 2") || line.starts_with("version 2")) return FileKind::earthRotation;
+  if (isEarthRotation(line)) return FileKind::earthRotation;
   return FileKind::unknown;
 }
 
@@ -86,6 +96,10 @@ const char* nameOf(FileKind kind) {
       return "corrections";
     case FileKind::antennas:
       return "antennas";
+    case FileKind::attitudes:
+      return "attitudes";
+    case FileKind::ionosphere:
+      return "maps of the ionosphere";
     case FileKind::earthRotation:
       return "Earth rotation";
     case FileKind::unknown:
@@ -95,7 +109,7 @@ const char* nameOf(FileKind kind) {
 }
 
 FileKind kindOf(const std::filesystem::path& file) {
-  constexpr int kLines = 3;  // comments may stand in front
+  constexpr int kLines = 10;  // comments may stand in front
   TextReader reader(file.string());
   std::string_view line;
   for (int i = 0; i < kLines && reader.next(line); ++i)
@@ -125,12 +139,18 @@ InputFiles sortByKind(const std::vector<std::string>& names) {
       case FileKind::corrections:
         files.ssr.push_back(name);
         break;
+      case FileKind::attitudes:
+        files.orbex.push_back(name);
+        break;
+      case FileKind::ionosphere:
+        files.ionex.push_back(name);
+        break;
       default:
         throw InputError(
             name, 0,
             std::string("holds ") + nameOf(kind) +
                 ", which is no input of a run; give observations, navigation messages, orbits, clocks, "
-                "biases or corrections");
+                "biases, attitudes, maps of the ionosphere or corrections");
     }
   }
   files.obs = inOrderOfTime(std::move(files.obs));

@@ -263,7 +263,7 @@ void RinexObsReader::readSignals(std::string_view line, const Layout& layout, bo
     if (first == std::string_view::npos) continue;
     const char* end = part.data() + part.find_last_not_of(' ') + 1;
     double value = 0.0;
-    const auto [stop, error] = std::from_chars(part.data() + first, end, value);
+    const auto [stop, error] = readNumber(part.data() + first, end, value);
     const bool cut = part.size() < kValue && !m_reader.terminated();
     if (error != std::errc{} || stop != end || cut || !(std::fabs(value) < kLargest)) {
       const std::string type =

@@ -8,6 +8,7 @@
 #include "gnx/read.h"
 #include "stream/observation_stream.h"
 #include "stream/prepared_corrections.h"
+#include "text/printed.h"
 
 namespace gnx {
 
@@ -66,7 +67,21 @@ struct EventStream::Impl {
     source = std::move(prepared.source);
     start.integers = std::move(prepared.integers);
     start.notes.insert(start.notes.end(), prepared.notes.begin(), prepared.notes.end());
+    if (!files.orbex.empty()) takeAttitudes(files.orbex);
+    if (!files.ionex.empty())
+      start.ionosphere = std::make_shared<const IonosphereMaps>(readIonex(files.ionex));
     waiting = source->next(batch);
+  }
+
+  void takeAttitudes(const std::vector<std::string>& orbex) {
+    constexpr double kFine_s = 60.0;
+    auto attitudes = std::make_shared<const AttitudeProduct>(readOrbex(orbex));
+    if (attitudes->interval > kFine_s)
+      start.notes.push_back(
+          printed("attitudes every %g s are too far apart for noon and midnight turns, which "
+                  "the engine's own laws follow more closely",
+                  attitudes->interval));
+    start.attitudes = std::move(attitudes);
   }
 
   /// Of a backlog only what the epoch can still use is worth handing over.

@@ -32,9 +32,8 @@ std::unique_ptr<CorrectionSource> makeSource(const Preparation& p, ProductFacts&
 /// Reads observations ahead, with the biases that are valid at each epoch.
 void collectWideLanes(const Preparation& p, const ProductFacts& facts, BiasWitness& witness) {
   constexpr double kAhead_s = 86400.0;
-  const auto sets = p.files.ssr.empty() ? decltype(streamBiases({})){} : streamBiases(p.files.ssr);
+  StreamBiases stream(p.files.ssr);
   std::vector<SatBiases> now;
-  std::size_t next = 0;
   ObservationStream observations(p.files.obs, p.options.from, p.options.to);
   std::optional<GpsTime> first, last;
   for (ObsEpoch epoch; observations.next(epoch); last = epoch.time) {
@@ -42,7 +41,7 @@ void collectWideLanes(const Preparation& p, const ProductFacts& facts, BiasWitne
     if (epoch.time - *first > kAhead_s) break;
     if (facts.biases != nullptr && (!last || facts.biases->changes(*last, epoch.time)))
       now = facts.biases->at(epoch.time);
-    for (; next < sets.size() && sets[next].first <= epoch.time; ++next) now = sets[next].second;
+    if (const auto* set = stream.until(epoch.time)) now = *set;
     witness.add(epoch, now);
   }
 }

@@ -31,6 +31,7 @@ constexpr std::array kFileOptions = {"obs",
                                      "clk",
                                      "bia",
                                      "ssr",
+                                     "orbex",
                                      "antex",
                                      "grid",
                                      "blq",
@@ -39,9 +40,9 @@ constexpr std::array kFileOptions = {"obs",
                                      "availability",
                                      "reference-path",
                                      "reference-sinex"};
-/// Of these the days beside the run's own are given too: orbits are interpolated across midnight, and
-/// messages of the evening before serve the first hours.
-constexpr std::array kWithNeighbours = {"nav", "sp3"};
+/// Of these the days beside the run's own are given too: orbits and attitudes are interpolated across
+/// midnight, and messages of the evening before serve the first hours.
+constexpr std::array kWithNeighbours = {"nav", "sp3", "orbex"};
 template <class List>
 bool isOneOf(const std::string& word, const List& list) {
   return std::ranges::find(list, word) != list.end();

@@ -49,7 +49,7 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--antex", o.antex, "antenna file (ANTEX 1.4), plain or .gz");
   cmd.add_option("--grid", o.grid, "GPT2w grid of 1 or 5 degrees, plain or .gz");
   cmd.add_option("--blq", o.blq, "ocean loading (BLQ), plain or .gz");
-  cmd.add_option("--erp", o.erp, "Earth rotation: IGS .erp of version 2 or finals2000A, plain or .gz");
+  cmd.add_option("--erp", o.erp, "Earth rotation: IGS .erp or finals2000A, plain or .gz");
   cmd.add_option("--date", a.date,
                  "date of the data, which decides on satellites and antennas; without: now");
   cmd.add_flag("--no-resolution", a.noResolution, "leave the ambiguities float");

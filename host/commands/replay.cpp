@@ -60,6 +60,10 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--sp3", plan.sp3, "precise orbits (SP3 a, c, d); give the neighbouring days too");
   cmd.add_option("--clk", plan.clk, "RINEX clock files; without them the clocks of the SP3 files");
   cmd.add_option("--bia", plan.bia, "bias SINEX files");
+  cmd.add_option(
+      "--orbex", plan.orbex,
+      "attitudes of satellites (ORBEX) of the centre of orbits and clocks, for wind-up and antenna "
+      "offsets");
   cmd.add_flag("--wl-biases", plan.wideLaneBiases,
                "phase biases from the wide-lanes in the clock file's header");
   cmd.add_flag(
@@ -85,7 +89,7 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--antex", d.antex, "antenna file for the deployment");
   cmd.add_option("--grid", d.grid, "troposphere grid for the deployment");
   cmd.add_option("--blq", d.blq, "ocean loading file for the deployment");
-  cmd.add_option("--erp", d.erp, "Earth rotation for the deployment: IGS .erp of version 2 or finals2000A");
+  cmd.add_option("--erp", d.erp, "Earth rotation for the deployment: IGS .erp or finals2000A");
   cmd.add_option("--systems", d.systems, "systems of the deployment, letters of G R E C B J")
       ->capture_default_str();
   cmd.add_option("--freqobs", d.freqobs, "observed frequencies, e.g. \"GPS:L1_L2 GAL:E1_E5a\"");

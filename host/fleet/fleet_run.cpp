@@ -166,10 +166,21 @@ class FleetRun {
   }
 
   void lookAtLeases() {
-    std::map<std::string, std::uint64_t> held = m_cluster->held();
+    std::map<std::string, std::uint64_t> held = m_cluster->wanted();
     if (held == m_leases) return;
     m_leases = std::move(held);
     take(m_options);
+  }
+
+  /// A station has gone when nobody works on it here any more.
+  void letGo() {
+    for (const std::string& key : m_cluster->parting()) {
+      const auto is = [&](const std::string& name) { return stationKey(name) == key; };
+      const bool works =
+          std::ranges::any_of(m_stations, [&](const auto& item) { return is(item.first); }) ||
+          std::ranges::any_of(m_finishing, [&](const auto& post) { return is(post->station().name); });
+      if (!works) m_cluster->letGo(key);
+    }
   }
 
   bool mine(const std::string& key) const { return !m_cluster || m_leases.contains(key); }
@@ -353,6 +364,7 @@ class FleetRun {
       });
     for (auto& post : m_finishing) post->work([](const StationReport&) {});
     std::erase_if(m_finishing, [](const auto& post) { return post->ended(); });
+    if (m_cluster) letGo();
     std::erase_if(m_leaving, [](const auto& source) { return source->stopped(); });
     if (Clock::now() - m_looked > kState) lookAtStates();
   }

@@ -272,6 +272,7 @@ void addFiles(const RunPlan& p, Rows& rows) {
   add("clocks", p.clk);
   add("biases", p.bia);
   add("corrections", p.ssr);
+  add("attitudes", p.orbex);
 }
 
 Markup stationSection(const RunFiles& run) {

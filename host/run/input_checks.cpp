@@ -58,8 +58,10 @@ void checkSpans(const Files& files, const RunPlan& plan) {
     const char *option, *title;
     double margin_s;  ///< how far beyond its span a file serves
   };
-  constexpr Need kNeeds[] = {
-      {"--clk", "clocks", 900.0}, {"--sp3", "orbits", 7200.0}, {"--nav", "messages", 86400.0}};
+  constexpr Need kNeeds[] = {{"--clk", "clocks", 900.0},
+                             {"--sp3", "orbits", 7200.0},
+                             {"--nav", "messages", 86400.0},
+                             {"--orbex", "attitudes", 900.0}};
   for (const auto& [option, title, margin] : kNeeds) {
     const Span span = spanOf(files, option);
     if (!span.first || !span.last) continue;
@@ -192,6 +194,19 @@ void checkSystems(const Files& files, const Deployment& deployment, Sentences& s
       if (file.option == option) all.insert(file.systems.begin(), file.systems.end());
     return all;
   };
+  std::string used, observed;
+  bool any = false;
+  const std::set<char> inObs = systemsIn("--obs");
+  for (const auto& [system, bands] : deployment.bands()) {
+    used += (used.empty() ? "" : ", ") + std::string(titleOf(system));
+    any |= inObs.contains(system);
+  }
+  for (const char system : inObs) observed += system == 'R' ? "" : std::string(1, system);
+  if (!observed.empty() && !any) {
+    sentences.push_back("the run uses " + used + ", of which the observations hold nothing; give --systems " +
+                        observed);
+    return;
+  }
   for (const auto& [system, bands] : deployment.bands()) {
     if (system == 'R') {
       sentences.emplace_back(

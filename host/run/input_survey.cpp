@@ -37,6 +37,10 @@ std::optional<Known> knownAs(FileKind kind) {
       return Known{"--ssr", "a file of corrections as text"};
     case FileKind::antennas:
       return Known{"--antex", "an antenna file (ANTEX)"};
+    case FileKind::attitudes:
+      return Known{"--orbex", "an ORBEX file of attitudes"};
+    case FileKind::ionosphere:
+      return Known{"--ionex", "an IONEX file of maps of the ionosphere"};
     case FileKind::earthRotation:
       return Known{"--erp", "a file of the Earth's rotation"};
     case FileKind::unknown:
@@ -191,6 +195,23 @@ void surveyCorrections(InputFile& file) {
   file.first = timeAt(words, 2);
 }
 
+/// The description tells the span, the table which satellites there are.
+void surveyAttitudes(InputFile& file) {
+  TextReader in(file.path);
+  std::vector<std::string_view> words;
+  std::string block;
+  for (std::string_view line; in.next(line) && !line.starts_with("##");) {
+    if (line.starts_with('+')) block = trim(line.substr(1));
+    const std::string_view keyword = trim(column(line, 1, 19));
+    split(column(line, 21, 40), words);
+    if (keyword == "START_TIME") file.first = timeAt(words, 0);
+    if (keyword == "END_TIME") file.last = timeAt(words, 0);
+    if (keyword == "EPOCH_INTERVAL" && !words.empty()) file.interval_s = parseReal(words[0]).value_or(0.0);
+    if (block == "SATELLITE/ID_AND_DESCRIPTION")
+      if (const auto sat = parseSat(column(line, 1, 3))) file.systems.insert((*sat)[0]);
+  }
+}
+
 using Survey = void (*)(InputFile&);
 
 void add(std::vector<InputFile>& files, const std::vector<std::string>& paths, const char* option,
@@ -224,6 +245,7 @@ std::vector<InputFile> surveyInputs(const RunPlan& plan) {
   add(files, plan.clk, "--clk", surveyClocks);
   add(files, plan.bia, "--bia", nullptr);
   add(files, plan.ssr, "--ssr", surveyCorrections);
+  add(files, plan.orbex, "--orbex", surveyAttitudes);
   return files;
 }
 

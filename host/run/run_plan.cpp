@@ -41,6 +41,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["clk"] = toJson(plan.clk);
   root["bia"] = toJson(plan.bia);
   root["ssr"] = toJson(plan.ssr);
+  root["orbex"] = toJson(plan.orbex);
   root["availability"] = plan.availability;
   root["broadcastOnly"] = plan.broadcastOnly;
   root["wideLaneBiases"] = plan.wideLaneBiases;
@@ -83,6 +84,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.clk = toStrings(root["clk"]);
     plan.bia = toStrings(root["bia"]);
     plan.ssr = toStrings(root["ssr"]);
+    plan.orbex = toStrings(root["orbex"]);
     plan.availability = root["availability"].asString();
     plan.broadcastOnly = root["broadcastOnly"].asBool();
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();

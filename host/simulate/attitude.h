@@ -35,14 +35,11 @@
 #include <vector>
 
 #include "geometry/vector3.h"
+#include "gnx/attitude.h"
 #include "gnx/records.h"
 #include "simulate/kepler.h"
 
 namespace gnx {
-
-struct BodyAxes {
-  Vector3 x{}, y{}, z{};
-};
 
 /// Where the Sun stands against an orbit.
 struct SunGeometry {

@@ -19,6 +19,7 @@
 /// | changes and discontinuities of phase biases           | PhaseArcs                                      |
 /// | biases estimated without satellite antenna offsets    | makeUpForOffsets                               |
 /// | patterns of antennas, without PCV_APPLY               | AntennaPatterns, PatternCorrector              |
+/// | attitudes of a product                                | AttitudeCorrector                              |
 /// | GLONASS clocks with the sign of TauN                  | toBoundary                                     |
 ///
 /// ProductFeed and ObservationFeed put them together.
@@ -36,6 +37,7 @@
 
 #include "GNX_IO.h"
 #include "gnx/account.h"
+#include "gnx/attitude.h"
 #include "gnx/deployment.h"
 #include "gnx/records.h"
 
@@ -283,6 +285,56 @@ class PatternCorrector {
   Vector3 m_position, m_up{}, m_east{}, m_north{};
   bool m_active;
 };
+
+/// Makes observations those of satellites that fly as the engine thinks, from such that fly as a product
+/// says: takes off the phases what the wind-up differs, and off phases and codes what the offsets of the
+/// satellite's antenna do along the line of sight.
+///
+/// The engine has laws of its own for noon and midnight; for the satellites of the product it is asked to fly
+/// its model without them (engineOptions()), nominal yaw or orbit-normal, which both sides know to 0.01
+/// degrees. Wind-up counts whole turns from epoch to epoch, so that every epoch that the engine processes
+/// must pass here.
+class AttitudeCorrector {
+ public:
+  struct Satellite {
+    std::map<char, Vector3> offsets;  ///< antenna against centre of mass, body axes, m, by band digit
+    bool orbitNormal = false;         ///< what it flies in the engine, else nominal yaw
+  };
+  /// Satellites of a deployment at a date; without offsets where orbits refer to the antennas.
+  static std::map<SatName, Satellite> satellitesOf(const Deployment& deployment, const GpsTime& date);
+
+  /// `messages` must outlive the corrector.
+  AttitudeCorrector(std::shared_ptr<const AttitudeProduct> attitudes, std::map<SatName, Satellite> satellites,
+                    const MessageStore& messages);
+
+  /// Output options that the engine needs, in front of others.
+  std::string engineOptions() const;
+  /// Where the receiver is, to 10 km or so; epochs from before it is known stay as they are.
+  void moveTo(const Vector3& position) { m_position = position; }
+  void apply(ObsEpoch& epoch);
+
+  /// Wind-up of a satellite in the engine and by the product, cycles.
+  struct WindUps {
+    double engine = 0.0, product = 0.0;
+  };
+  /// For a run that goes on where another has ended.
+  const std::map<SatName, WindUps>& state() const { return m_windUps; }
+  void take(std::map<SatName, WindUps> state) { m_windUps = std::move(state); }
+
+ private:
+  void apply(SatObs& sat, const GpsTime& t);
+  double turnedBy(const SatName& sat, double engine, double product);
+
+  std::shared_ptr<const AttitudeProduct> m_attitudes;
+  std::map<SatName, Satellite> m_satellites;
+  const MessageStore& m_messages;
+  Vector3 m_position{};
+  std::map<SatName, WindUps> m_windUps;
+};
+
+/// Wind-up of a right-hand circularly polarised signal, cycles in [-0.5, 0.5] (Wu et al. 1993, Manuscripta
+/// Geodaetica 18), as the engine counts it. \param line  satellite minus receiver, m
+double windUp(const BodyAxes& satellite, const Vector3& line, const Vector3& receiver);
 
 // ---- feeding ----
 

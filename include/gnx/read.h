@@ -19,9 +19,11 @@
 #include <variant>
 #include <vector>
 
+#include "gnx/attitude.h"
 #include "gnx/deployment.h"
 #include "gnx/error.h"
 #include "gnx/integers.h"
+#include "gnx/ionosphere.h"
 #include "gnx/records.h"
 
 namespace gnx {
@@ -34,7 +36,11 @@ struct StreamStart {
   ObsHeader header;              ///< receiver, antenna, approximate position, observation types by system
   /// Signals with code biases in the corrections by system letter, "1C"; empty: corrections without biases.
   std::map<char, std::set<std::string>> corrected;
-  IntegerPolicy integers;          ///< what the corrections can carry
+  IntegerPolicy integers;  ///< what the corrections can carry
+  /// How satellites point, where a product tells; null: as the engine's laws have it.
+  std::shared_ptr<const AttitudeProduct> attitudes{};
+  /// What comes off the observations as the ionosphere, so that the engine estimates the rest; null: nothing.
+  std::shared_ptr<const IonosphereMaps> ionosphere{};
   std::vector<std::string> notes;  ///< remarks about the files, sentences
 };
 
@@ -55,7 +61,9 @@ enum class FileKind {
   biases,         ///< Bias-SINEX 1.00
   corrections,    ///< state-space corrections as text
   antennas,       ///< ANTEX 1.4
-  earthRotation,  ///< IGS .erp of version 2, finals2000A
+  attitudes,      ///< ORBEX 0.09
+  ionosphere,     ///< IONEX 1.0, 1.1
+  earthRotation,  ///< IGS .erp of versions 1 and 2, finals2000A
   unknown,
 };
 const char* nameOf(FileKind kind);
@@ -66,6 +74,7 @@ FileKind kindOf(const std::filesystem::path& file);
 struct InputFiles {
   std::vector<std::string> obs, nav;            ///< RINEX
   std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products, or a recorded stream
+  std::vector<std::string> orbex{}, ionex{};    ///< attitudes, maps of the ionosphere
 };
 /// Puts files into their places, observations in order of time. \throws InputError for one that is of no kind
 /// of these
@@ -233,6 +242,16 @@ struct Sp3Product {
 /// line is damage. Reference: S. Hilla, The Extended Standard Product 3 Orbit Format (SP3-d), 2016.
 Sp3Product readSp3(const std::vector<std::string>& paths);
 
+/// Reads the attitudes (records ATT) of ORBEX files and joins them by time; at equal times the later file
+/// wins. Other records are skipped; attitudes against inertial axes are refused. Reference: ORBEX, the orbit
+/// exchange format, version 0.09, 2019.
+AttitudeProduct readOrbex(const std::vector<std::string>& paths);
+
+/// Reads IONEX files of maps on one layer and joins them by time; at equal times the later file counts. Maps
+/// of deviations and heights are skipped, biases of stations too. Reference: Schaer, Gurtner, Feltens: IONEX,
+/// the ionosphere map exchange format, version 1, 1998.
+IonosphereMaps readIonex(const std::vector<std::string>& paths);
+
 /// Satellite clocks.
 struct ClockProduct {
   double interval = 0.0;  ///< s; the difference found most often between neighbours
@@ -277,8 +296,8 @@ struct EarthRotation {
   double ut1MinusUtc = 0.0;  ///< s, with the zonal tides
 };
 
-/// Earth rotation of the IGS (.erp, version 2) or "finals2000A" of the IERS, in order of time; predictions
-/// count, days without values are passed over.
+/// Earth rotation of the IGS (.erp, versions 1 and 2) or "finals2000A" of the IERS, in order of time;
+/// predictions count, days without values are passed over. UT1R gets its tides back, UT1-TAI becomes UT1-UTC.
 std::vector<EarthRotation> readEarthRotation(const std::string& path);
 
 }  // namespace gnx

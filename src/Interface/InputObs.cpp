@@ -1,7 +1,6 @@
 // One epoch of raw observations, from the host's records to the epoch's sequence.
 
 #include <cmath>
-#include <cstdio>
 
 #include "Common/Logtrace.h"
 #include "Core/Filter/SrifFilter.h"
@@ -46,6 +45,14 @@ int s_values(const GNX_IO::obs_entry_t& entry) {
   return n;
 }
 
+/// "L1C" of 'L' and "1C".
+void s_name(char (&name)[4], char kind, const char* code) {
+  name[0] = kind;
+  name[1] = code[0];
+  name[2] = code[0] == '\0' ? '\0' : code[1];
+  name[3] = '\0';
+}
+
 /// One signal into the rows of a satellite; the last of a band counts.
 void s_setSignal(const GNX_IO::obs_entry_t& entry, int slot, const SignalTable& signals, int isat,
                  Rnxobs& rnx, int& refused, ObservationAccount& account) {
@@ -65,8 +72,8 @@ void s_setSignal(const GNX_IO::obs_entry_t& entry, int slot, const SignalTable& 
   rnx.m_snr[isat][j] = entry.SNR[slot] * kSnrUnit;
   const double doppler = entry.D[slot];
   rnx.m_dop[isat][j] = std::isfinite(doppler) ? -doppler : 0.0;
-  std::snprintf(rnx.m_type[isat][j], sizeof rnx.m_type[isat][j], "L%s", signals.m_code[number]);
-  std::snprintf(rnx.m_type[isat][j + kFreq], sizeof rnx.m_type[isat][j], "C%s", signals.m_code[number]);
+  s_name(rnx.m_type[isat][j], 'L', signals.m_code[number]);
+  s_name(rnx.m_type[isat][j + kFreq], 'C', signals.m_code[number]);
 }
 
 void s_setObservations(const GNX_IO::obs_t& obs, const Controller& controller, Rnxobs& rnx,

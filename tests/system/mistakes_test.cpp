@@ -200,7 +200,7 @@ TEST(Mistakes, ThatLeaveAResultAreWarnedOf) {
 }
 
 TEST(Mistakes, NoResultIsStatusOneAndASignalLeavesResults) {
-  expectTold({"replay {good} --systems J --out {none}", 1, "0 of 30 epochs have a position"});
+  expectTold({"replay {good} --systems J --out {none}", 1, "of which the observations hold nothing; give --systems EG"});
   ASSERT_EQ(run(filled("replay {good} --quiet --to 2026-11-21T00:05:00 --out {run}")).status, 0);
   expectTold({"compare {none} {run}", 1, "no epoch has a position in both runs"});
   const std::string late = support::readFile(inputs().path("sky/corrections.ssr"));

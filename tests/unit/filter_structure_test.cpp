@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <random>
 
 #include "Core/Filter/MeasurementSweep.h"
@@ -19,6 +21,12 @@ using tarvio::MeasurementSweep;
 using tarvio::SrifPamt;
 
 constexpr double kRelative = 1.0e-9;
+
+/// GNX_TEST_SCALE=10: ten times as many problems, for an hour that has the time.
+unsigned timesAsMany() {
+  const char* scale = std::getenv("GNX_TEST_SCALE");
+  return scale != nullptr ? static_cast<unsigned>(std::max(1, std::atoi(scale))) : 1U;
+}
 
 /// A sky with its triangle and the rows of an epoch.
 struct RandomEpoch {
@@ -108,7 +116,7 @@ Array s_top(const Array& a, int rows) {
 
 TEST(MeasurementSweep, GivesThePlainTriangleAndMisfitAndLeavesTheRows) {
   MeasurementSweep sweep;  // one for all: what it keeps between epochs must not show
-  for (unsigned seed = 0; seed < 3000; ++seed) {
+  for (unsigned seed = 0; seed < 3000 * timesAsMany(); ++seed) {
     SCOPED_TRACE(seed);
     const RandomEpoch epoch(seed);
     if (epoch.nobs == 0) continue;
@@ -189,7 +197,7 @@ TEST_F(FilterStructure, EveryStepOfChangingSkiesIsThePlainOne) {
   std::mt19937 random(11);
   const auto chance = [&](int oneOf) { return random() % static_cast<unsigned>(oneOf) == 0; };
   int deleted = 0;
-  for (int run = 0; run < 120 && !HasFailure(); ++run) {
+  for (unsigned run = 0; run < 120 * timesAsMany() && !HasFailure(); ++run) {
     SCOPED_TRACE(run);
     deploy().m_ionWalk = {run % 2 == 0, 30.0, 0.03};
     std::snprintf(deploy().m_ztdmodel, sizeof deploy().m_ztdmodel, "%s", run % 3 == 0 ? "ZTD:90.0" : "ZTD");

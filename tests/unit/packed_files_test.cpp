@@ -49,6 +49,21 @@ std::string manyLines() {
   return text;
 }
 
+// What is not one whole gzip member is not unpacked at once; it comes out, or is refused, all the same.
+TEST(PackedFiles, GzipOfSeveralMembersAndDamagedOnes) {
+  const TempDir dir;
+  const std::string text = manyLines(), bytes = packed(text);
+  EXPECT_TRUE(linesOf(dir.write("two.gz", bytes + bytes)) == text + text);
+  EXPECT_TRUE(linesOf(dir.write("zeros.gz", bytes + std::string(512, '\0'))) == text);
+  for (const std::size_t from_end :
+       {std::size_t{2}, std::size_t{6}, bytes.size() / 4}) {  // size, checksum, data
+    std::string damaged = bytes;
+    damaged[bytes.size() - from_end] ^= 0x11;
+    const std::string path = dir.write("damaged.gz", damaged);
+    EXPECT_THAT(inputError([&] { linesOf(path); }), ::testing::HasSubstr("damaged")) << from_end;
+  }
+}
+
 TEST(PackedFiles, AreRecognisedByTheirFirstBytes) {
   const TempDir dir;
   const std::string text = manyLines();

@@ -13,6 +13,7 @@
 #include "gnx/read.h"
 #include "support/host_files.h"
 #include "support/places.h"
+#include "values/zonal_tides.h"
 
 namespace gnx::test {
 namespace {
@@ -48,7 +49,7 @@ struct Pole : testing::Test {
   /// The engine reads the table that the host writes.
   void deploy(const std::vector<EarthRotation>& records, double mjd) {
     std::ostringstream table;
-    writePoleTable(table, records, mjd, readFile(zonalFile));
+    writePoleTable(table, records, mjd);
     engine.v_acqData(directory.write("polut1", table.str()).c_str());
   }
   std::array<double, 3> at(double mjd) {
@@ -79,14 +80,33 @@ TEST_F(Pole, FilesOfBothFormsAreRead) {
   expectRecord(finals[1], 59026.0, -0.142050, 0.432310, 0.2301440);
 }
 
+TEST_F(Pole, VersionOneHasItsOwnUnitsAndOtherKindsOfUt1BecomeUt1MinusUtc) {
+  const auto ut1 = [&](const std::string& title, const std::string& value) {
+    const auto records = read("Combined pole and rotation\n\n  MJD   Xpole Ypole " + title +
+                              " LOD\n  10**-5\" 10**-6 s\n59025.50 14103 43312 " + value + " -430\n");
+    EXPECT_EQ(records.size(), 1u);
+    EXPECT_NEAR(records.at(0).x, 0.14103, 1e-12);
+    return records.at(0).ut1MinusUtc;
+  };
+  EXPECT_NEAR(ut1("UT1-UTC", "-230587"), -0.230587, 1e-12);
+  EXPECT_NEAR(ut1("UT1-TAI", "-37230587"), -0.230587, 1e-12);
+  // Of the tides that UT1R lacks the fortnightly ones are the largest, 0.8 ms; the yearly ones stay in it.
+  const double back = ut1("UT1R-UTC", "-230587") + 0.230587;
+  EXPECT_GT(std::abs(back), 1e-5);
+  EXPECT_LT(std::abs(back), 2.5e-3);
+  double year = 0.0;
+  for (int day = 0; day < 365; ++day) year += shortZonalTides_s(59025.5 + day) / 365.0;
+  EXPECT_LT(std::abs(year), 2e-5);
+}
+
 TEST_F(Pole, DamagedFilesAreRefusedWithTheLine) {
   const std::string header(kIgs, std::string(kIgs).find("59025"));
-  EXPECT_THAT(refusal("version 1\n"), HasSubstr("erp:1: version: '1' is not read"));
+  EXPECT_THAT(refusal("version 3\n"), HasSubstr("erp:1: version: '3' is not read"));
   EXPECT_THAT(refusal(header + "59025.5 1410x 433120 -2305871\n"), HasSubstr("erp:6: Xpole: '1410x'"));
   EXPECT_THAT(refusal(header + "59025.5 1410 433120\n"), HasSubstr("UT1-UTC expected"));
   EXPECT_THAT(refusal(header + "59025.5 14103200 433120 -2305871\n"), HasSubstr("beyond one arcsecond"));
   EXPECT_THAT(refusal(std::string(kIgs) + "59026.50 1 1 1\n"), HasSubstr("erp:8: MJD: the dates do not"));
-  EXPECT_THAT(refusal("2020 06 25 0.141 0.433 -0.2305\n"), HasSubstr("version 2, or finals2000A"));
+  EXPECT_THAT(refusal("2020 06 25 0.141 0.433 -0.2305\n"), HasSubstr("no line of titles"));
   EXPECT_THAT(refusal(header), HasSubstr("no Earth rotation parameters"));
   EXPECT_THAT(refusal(""), HasSubstr("no Earth rotation parameters"));
 }

@@ -22,7 +22,13 @@ TEST(FileKinds, AreToldByContent) {
       {"#dP2020  6 25  0  0  0.00000000      96 ORBIT IGS14 FIT GRG\n", FileKind::orbits},
       {"%=BIA 1.00 GRG 2020:180:00000\n", FileKind::biases},
       {"> ORBIT 2021 03 19 12 00 00.0 5 18 CLAS\n", FileKind::corrections},
+      {"%=ORBEX  0.09\n%%\n", FileKind::attitudes},
+      {headerLine("     1.0            IONOSPHERE MAPS     GPS", "IONEX VERSION / TYPE"),
+       FileKind::ionosphere},
       {"VERSION 2\n", FileKind::earthRotation},
+      {"of the week 1982\n\n  MJD   Xpole  Ypole  UT1-UTC  LOD\n", FileKind::earthRotation},
+      {"20 625 59025.00 I  0.141032 0.000091  0.433120 0.000090  I-0.2305871 0.0000100\n",
+       FileKind::earthRotation},
       {"dear diary,\n", FileKind::unknown},
       {"", FileKind::unknown},
   };

@@ -25,6 +25,7 @@ constexpr auto kReadAgain = std::chrono::seconds(30);
 constexpr std::size_t kMostInFlight = 1000, kMostBytes = std::size_t{64} << 20;
 constexpr int kMostAttempts = 20;
 constexpr std::string_view kStation = "station.";         ///< keys that have states
+constexpr auto kParting = std::chrono::seconds(3);        ///< for a worker to end
 constexpr auto kLeave = std::chrono::milliseconds(1500);  ///< for results that wait
 
 std::string nameOfThis() {
@@ -83,6 +84,26 @@ void ClusterNode::wantNoMore() {
 std::map<std::string, std::uint64_t> ClusterNode::held() const {
   const std::lock_guard lock(m_mutex);
   return m_table.held();
+}
+
+std::map<std::string, std::uint64_t> ClusterNode::wanted() const {
+  const std::lock_guard lock(m_mutex);
+  std::map<std::string, std::uint64_t> wanted = m_table.held();
+  for (const auto& [key, parting] : m_parting) wanted.erase(key);
+  return wanted;
+}
+
+std::vector<std::string> ClusterNode::parting() const {
+  const std::lock_guard lock(m_mutex);
+  std::vector<std::string> keys;
+  for (const auto& [key, parting] : m_parting)
+    if (!parting.ended) keys.push_back(key);
+  return keys;
+}
+
+void ClusterNode::letGo(const std::string& key) {
+  const std::lock_guard lock(m_mutex);
+  if (const auto parting = m_parting.find(key); parting != m_parting.end()) parting->second.ended = true;
 }
 
 std::string ClusterNode::ownerOf(const std::string& key) const {
@@ -187,19 +208,34 @@ void ClusterNode::read(ClusterLink& link) {
 
 void ClusterNode::takeSteps(ClusterLink& link) {
   std::vector<LeaseTable::Step> steps;
+  const std::size_t partings = m_parting.size();
   {
     const std::lock_guard lock(m_mutex);
-    steps = m_table.steps(Clock::now());
+    std::erase_if(m_parting, [this](const auto& item) { return !m_table.held().contains(item.first); });
+    for (const LeaseTable::Step& step : m_table.steps(Clock::now()))
+      if (!m_parting.contains(step.key) && mayGo(step)) steps.push_back(step);
+    for (const auto& [key, parting] : m_parting)
+      if (parting.ended || Clock::now() - parting.since > kParting) steps.push_back(parting.step);
   }
+  if (steps.empty() && m_parting.size() == partings) return;
+  sendStates(link);  // those of stations that go
   for (const LeaseTable::Step& step : steps) {
     const auto revision = link.write(step.key, step.value, step.revision);
     if (!revision) continue;  // somebody was first; the bucket will tell
     m_say("node " + m_name + (step.value.empty() ? " gives away " : " takes ") + step.key);
     if (!step.value.empty()) fetchState(link, step.key);
     const std::lock_guard lock(m_mutex);
+    m_parting.erase(step.key);
     m_table.done(step, *revision, Clock::now());
   }
-  if (!steps.empty()) m_wake();
+  m_wake();
+}
+
+/// A station is given away when its worker has ended, so that it goes on elsewhere with all it knew.
+bool ClusterNode::mayGo(const LeaseTable::Step& step) {
+  if (!step.value.empty() || stationOf(step.key).empty()) return true;
+  m_parting[step.key] = {step, Clock::now()};
+  return false;
 }
 
 /// Before the lease is told, for its worker starts at once. Without an answer the station begins anew.

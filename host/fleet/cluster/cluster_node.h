@@ -41,6 +41,12 @@ class ClusterNode {
   /// Leases that this machine has, their numbers by key. It has them until it knows better; while the servers
   /// are out of reach it publishes nothing.
   std::map<std::string, std::uint64_t> held() const;
+  /// Leases whose work is to go on: without stations that are about to be given away.
+  std::map<std::string, std::uint64_t> wanted() const;
+  /// Stations that are about to be given away: as soon as their workers have ended.
+  std::vector<std::string> parting() const;
+  /// The worker of one has ended and its last state is kept: another node may have it.
+  void letGo(const std::string& key);
   std::string ownerOf(const std::string& key) const;
 
   /// Bytes of a stream that others read too; lost while the servers are out of reach.
@@ -78,6 +84,7 @@ class ClusterNode {
   void turn(ClusterLink& link);
   void read(ClusterLink& link);
   void takeSteps(ClusterLink& link);
+  bool mayGo(const LeaseTable::Step& step);
   void fetchState(ClusterLink& link, const std::string& key);
   void sendStates(ClusterLink& link);
   void pump();
@@ -96,6 +103,13 @@ class ClusterNode {
   std::map<std::string, Take> m_listeners;
   std::deque<Result> m_results;
   std::map<std::string, std::string> m_toKeep, m_known;  ///< states by key, to be sent and fetched
+  /// A station that is to be given away, since when, and whether its worker has ended.
+  struct Parting {
+    LeaseTable::Step step;
+    Clock::time_point since;
+    bool ended = false;
+  };
+  std::map<std::string, Parting> m_parting;
   std::size_t m_resultBytes = 0, m_inFlight = 0;
   Clock::time_point m_mayPublish{};  ///< until then
   Counts m_counts;

@@ -5,8 +5,8 @@
 ///
 ///   TAG mjd sod station
 
-#include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "Core/Filter/FilterConfig.h"
 
@@ -14,6 +14,13 @@ namespace tarvio {
 
 /// Whether the option string (Deploy::m_pams) asks for a kind of lines.
 inline bool s_wantsLines(const char* option) { return s_has(s_config().m_pams, option); }
+
+/// A number with so many digits behind the point; "-" for one that is not known.
+struct Fixed {
+  double value = 0.0;
+  int digits = 0;
+  bool known = true;
+};
 
 /// Gathers the lines of an epoch: one write, one flush for as many as the log takes at once.
 class DiagnosticsLines {
@@ -23,18 +30,23 @@ class DiagnosticsLines {
   DiagnosticsLines(const DiagnosticsLines&) = delete;
   DiagnosticsLines& operator=(const DiagnosticsLines&) = delete;
 
-  template <typename... Args>
-  void m_add(const char* tag, const std::string& station, const char* format, Args... args) {
-    char head[96], body[640];
-    std::snprintf(head, sizeof head, "%s %d %.3f %.32s ", tag, m_mjd, m_sod, station.c_str());
-    std::snprintf(body, sizeof body, format, args...);
-    m_text.append(head).append(body).push_back('\n');
+  /// \param values  texts, whole numbers, Fixed; blanks go between them
+  template <typename... Values>
+  void m_add(const char* tag, std::string_view station, const Values&... values) {
+    m_begin(tag, station);
+    (m_put(values), ...);
+    m_text.push_back('\n');
     if (m_text.size() > kChunk) m_flush();
   }
 
  private:
   static constexpr std::size_t kChunk = 30000;  ///< characters; the log formats into a bounded buffer
 
+  void m_begin(const char* tag, std::string_view station);
+  void m_put(std::string_view text) { m_text.append(1, ' ').append(text); }
+  void m_put(char letter) { m_put(std::string_view(&letter, 1)); }
+  void m_put(int number) { m_put(std::to_string(number)); }
+  void m_put(const Fixed& number);
   void m_flush();
 
   int m_mjd;

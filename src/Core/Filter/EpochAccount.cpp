@@ -126,8 +126,8 @@ void EpochAccount::m_writeObservations() const {
       const bool byCode = phase == Fate::absent || (phase == Fate::used && code != Fate::absent);
       const Fate fate = byCode ? code : phase;
       if (fate == Fate::absent || (!all && fate == Fate::used)) continue;
-      out.m_add("OBS", sta.m_name, "%s %s %.2f %s", config.m_cprn[isat].c_str(),
-                config.m_freqObs[config.m_sysOfRow(isat)][slot], sta.m_sat[isat].m_elev * kRadToDeg,
+      out.m_add("OBS", sta.m_name, config.m_cprn[isat], config.m_freqObs[config.m_sysOfRow(isat)][slot],
+                Fixed{sta.m_sat[isat].m_elev * kRadToDeg, 2},
                 s_fateName(fate == Fate::open ? Fate::noRow : fate));
     }
 }
@@ -144,7 +144,7 @@ void EpochAccount::m_writeTotals() const {
       if (n != 0 || fate == Fate::used)
         text.append(" ").append(s_fateName(fate)).append("=").append(std::to_string(n));
     }
-    out.m_add("ACC", m_filter.m_stations[0].m_name, "%s", text.c_str());
+    out.m_add("ACC", m_filter.m_stations[0].m_name, text);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include "Core/Filter/FilterDiagnostics.h"
 
-#include <cstdio>
 #include <string>
 
 #include "Core/Filter/DiagnosticsLog.h"
@@ -46,11 +45,11 @@ void FilterDiagnostics::m_writeResiduals() const {
     const auto [isat, kind, slot, ista, place] = m_filter.m_origin(row);
     const Station& sta = m_stationOf(ista);
     const Ssat_t& sat = sta.m_sat[isat];
-    char fixed[32] = "-";
-    if (m_filter.resi_fix) std::snprintf(fixed, sizeof fixed, "%.4f", m_filter.resi_fix[row]);
-    out.m_add("RES", sta.m_name, "%s %s %s %.2f %.2f %.4f %s %.4f", config.m_cprn[isat].c_str(),
-              s_slotName(config.m_sysOfRow(isat), slot), s_kind(kind), sat.m_elev * kRadToDeg,
-              sat.m_azim * kRadToDeg, m_filter.resi[row], fixed, m_filter.obswgt[row]);
+    const double* fixed = m_filter.resi_fix;
+    out.m_add("RES", sta.m_name, config.m_cprn[isat], s_slotName(config.m_sysOfRow(isat), slot), s_kind(kind),
+              Fixed{sat.m_elev * kRadToDeg, 2}, Fixed{sat.m_azim * kRadToDeg, 2},
+              Fixed{m_filter.resi[row], 4}, Fixed{fixed ? fixed[row] : 0.0, 4, fixed != nullptr},
+              Fixed{m_filter.obswgt[row], 4});
   }
 }
 
@@ -60,8 +59,8 @@ void FilterDiagnostics::m_writeIonosphere() const {
   for (const SrifPamt* record : m_filter.m_ionlist) {
     const Station& sta = m_stationOf(record->ista);
     const Ssat_t& sat = sta.m_sat[record->isat];
-    out.m_add("ION", sta.m_name, "%s %.2f %.2f %.4f %.4f %d", config.m_cprn[record->isat].c_str(),
-              sat.m_elev * kRadToDeg, sat.m_azim * kRadToDeg, record->xest, record->xsig, record->nuse);
+    out.m_add("ION", sta.m_name, config.m_cprn[record->isat], Fixed{sat.m_elev * kRadToDeg, 2},
+              Fixed{sat.m_azim * kRadToDeg, 2}, Fixed{record->xest, 4}, Fixed{record->xsig, 4}, record->nuse);
   }
 }
 
@@ -71,8 +70,8 @@ void FilterDiagnostics::m_writeZenithDelay() const {
     const Station& sta = m_stationOf(ista);
     const int it = m_filter.i_it(ista);
     const double correction = it < 0 ? 0.0 : m_filter.m_pamt[static_cast<std::size_t>(it)].xest;
-    out.m_add("ZTD", sta.m_name, "%.4f %.4f %.4f %.4f", sta.m_zhd, sta.m_zwd, correction,
-              sta.m_zhd + sta.m_zwd + correction);
+    out.m_add("ZTD", sta.m_name, Fixed{sta.m_zhd, 4}, Fixed{sta.m_zwd, 4}, Fixed{correction, 4},
+              Fixed{sta.m_zhd + sta.m_zwd + correction, 4});
   }
 }
 
@@ -81,10 +80,10 @@ void FilterDiagnostics::m_writeAmbiguities() const {
   DiagnosticsLines out(m_filter.mjd, m_filter.sod);
   for (const SrifPamt* record : m_filter.m_amblist) {
     const Station& sta = m_stationOf(record->ista);
-    out.m_add("AMB", sta.m_name, "%s %s %.2f %.6f %.4f %.4f %.6f %.6f %d %d",
-              config.m_cprn[record->isat].c_str(), s_slotName(record->isys, record->ifreq),
-              sta.m_sat[record->isat].m_elev * kRadToDeg, record->lam, record->xini, record->xest,
-              record->ptime0, record->ptime1, record->iflag, record->nuse);
+    out.m_add("AMB", sta.m_name, config.m_cprn[record->isat], s_slotName(record->isys, record->ifreq),
+              Fixed{sta.m_sat[record->isat].m_elev * kRadToDeg, 2}, Fixed{record->lam, 6},
+              Fixed{record->xini, 4}, Fixed{record->xest, 4}, Fixed{record->ptime0, 6},
+              Fixed{record->ptime1, 6}, record->iflag, record->nuse);
   }
 }
 
@@ -96,8 +95,8 @@ void FilterDiagnostics::m_writeClocks() const {
       const int ic = m_filter.i_ic(ista, isys);
       if (ic < 0) return;
       const SrifPamt& record = m_filter.m_pamt[static_cast<std::size_t>(ic)];
-      out.m_add("CLK", m_stationOf(ista).m_name, "%c %s %.4f", SYS[isys],
-                isys == config.m_refsys ? "clock" : "offset", record.xest);
+      out.m_add("CLK", m_stationOf(ista).m_name, SYS[isys], isys == config.m_refsys ? "clock" : "offset",
+                Fixed{record.xest, 4});
     });
 }
 
@@ -105,9 +104,8 @@ void FilterDiagnostics::m_writeFixes() const {
   DiagnosticsLines out(m_filter.mjd, m_filter.sod);
   for (const Station& sta : m_filter.m_stations)
     for (const LevelTraits& level : kLevels)
-      out.m_add("FIX", sta.m_name, "%s %d %.3f", level.tag,
-                Fixes(m_filter.m_fixmap, sta.m_name, level.tag).m_count(),
-                m_filter.*SrifFilter::s_ratioOf(level.level));
+      out.m_add("FIX", sta.m_name, level.tag, Fixes(m_filter.m_fixmap, sta.m_name, level.tag).m_count(),
+                Fixed{m_filter.*SrifFilter::s_ratioOf(level.level), 3});
 }
 
 void FilterDiagnostics::m_writeCandidates() const {
@@ -123,8 +121,8 @@ void FilterDiagnostics::m_writeCandidates() const {
       std::string slots = s_slotName(isys, last && s_has(cfg.m_ambType, "raw") ? 0 : pair[0]);
       if (!last) slots.append("-").append(s_slotName(isys, pair[1]));
       const std::string integer = c.fixed ? std::to_string(c.integer) : "-";
-      out.m_add("INT", station, "%s %s %s %s %.4f %s", config.m_cprn[c.isat].c_str(),
-                config.m_cprn[c.iref].c_str(), level.tag, slots.c_str(), c.value, integer.c_str());
+      out.m_add("INT", station, config.m_cprn[c.isat], config.m_cprn[c.iref], level.tag, slots,
+                Fixed{c.value, 4}, integer);
     }
   }
 }

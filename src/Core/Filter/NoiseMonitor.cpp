@@ -34,10 +34,20 @@ double s_doubt(const Samples& samples, double value, double sigma) {
   constexpr double kUsual = 3.0;  // sigmas
   if (samples.size() < kLeastSamples || !(sigma > 0.0)) return 1.0;
   const auto n = static_cast<double>(samples.size());
-  double mean = 0.0;
-  for (const auto& sample : samples) mean += sample.value / n;
-  const double apart = std::fabs(value - mean) / sigma / std::sqrt(1.0 + 1.0 / n);
+  double sum = 0.0;
+  for (const auto& sample : samples) sum += sample.value;
+  const double apart = std::fabs(value - sum / n) / sigma / std::sqrt(1.0 + 1.0 / n);
   return apart > kUsual ? s_square(apart / kUsual) : 1.0;
+}
+
+/// The lag to which a span belongs, -1 for none. tau: correlation time, s.
+int s_lagOf(double span, double tau) {
+  for (int lag = 0; lag < LagStatistics::kLags; ++lag) {
+    const double beyond = span - tau * LagStatistics::kShare[static_cast<std::size_t>(lag)];
+    if (std::fabs(beyond) < 0.01 * tau) return lag;
+    if (beyond < 0.0) break;  // lags rise
+  }
+  return -1;
 }
 
 /// Slant ionosphere on slot a from the phases of slots a and b, m, but for a constant.
@@ -51,17 +61,6 @@ bool NoiseMonitor::m_isOn() const { return s_config().m_noise.m_on; }
 
 double NoiseMonitor::m_spacing() const {
   return std::max(m_interval_s, s_config().m_noise.m_correlation_s * LagStatistics::kShare[0] / 2.0);
-}
-
-/// The lag to which a span belongs, -1 for none.
-int NoiseMonitor::m_lagOf(double span) const {
-  const double tau = s_config().m_noise.m_correlation_s;
-  for (int lag = 0; lag < LagStatistics::kLags; ++lag) {
-    const double beyond = span - tau * LagStatistics::kShare[static_cast<std::size_t>(lag)];
-    if (std::fabs(beyond) < 0.01 * tau) return lag;
-    if (beyond < 0.0) break;  // lags rise
-  }
-  return -1;
 }
 
 int NoiseMonitor::s_band(double elev) {
@@ -223,7 +222,7 @@ void NoiseMonitor::m_learnCode(const Station& sta, int isat, int slot, double t)
   m_doubt[isat][slot] = s_doubt(samples, value, m_instant(isys, slot, kRowCode, sat.m_elev));
   for (const Sample& old : samples) {
     const double span = t - old.t;
-    const int lag = m_lagOf(span);
+    const int lag = s_lagOf(span, tau);
     if (lag < 0) continue;
     const double half = 0.5 * s_square(value - old.value);
     const double worth = std::min(1.0, std::max(spacing, m_interval_s) / std::min(span, tau));
@@ -290,7 +289,7 @@ void NoiseMonitor::m_learnPhases(const SrifFilter& filter) {
   }
   if (!m_phases.empty() && t < m_phases.back().t) m_phases.clear();
   for (const PhaseEpoch& old : m_phases)
-    if (const int lag = m_lagOf(t - old.t); lag >= 0) m_learnPair(epoch, old, lag);
+    if (const int lag = s_lagOf(t - old.t, tau); lag >= 0) m_learnPair(epoch, old, lag);
   m_phases.push_back(std::move(epoch));
   while (t - m_phases.front().t > 2.02 * tau) m_phases.pop_front();
 }

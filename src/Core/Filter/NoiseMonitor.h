@@ -119,7 +119,6 @@ class NoiseMonitor {
   void m_learnPair(const PhaseEpoch& now, const PhaseEpoch& then, int lag);
   void m_refit();
   double m_spacing() const;
-  int m_lagOf(double span) const;
 
   double m_interval_s = 1.0, m_last = 0.0;
   long m_arcs[kMaxSat] = {};  ///< counts the arcs of a satellite

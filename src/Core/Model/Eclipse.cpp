@@ -110,6 +110,19 @@ std::optional<double> turnOf(YawTurns& turns, const BlockLaw& block, const char*
   return turns.eclips2(std::get<IovBlock>(block.law), epoch);
 }
 
+/// Whether the host has asked for nominal yaw of a satellite, whose attitude it knows better: the option
+/// "-nominalyaw:G01G02", names of three characters.
+bool fliesNominal(const char* cprn) {
+  constexpr std::string_view kOption = "-nominalyaw:";
+  const std::string_view options = s_config().m_pams, name(cprn);
+  const std::size_t found = options.find(kOption);
+  if (found == std::string_view::npos || name.size() != 3) return false;
+  const std::string_view list = options.substr(found + kOption.size());
+  for (std::size_t at = 0; at + 3 <= list.size() && list[at] != ' '; at += 3)
+    if (list.substr(at, 3) == name) return true;
+  return false;
+}
+
 YawEpoch geometryOf(double t, const double* xv, const double* sun) {
   YawEpoch e;
   double beta = 0.0, mu = 0.0;
@@ -188,7 +201,8 @@ void Eclipse::m_yawattAt(int mjd, double sod, const char* cprn, const char* bloc
     m_startSod = sod;
   }
   const YawEpoch epoch = geometryOf(timdif(mjd, sod, m_startMjd, m_startSod), xv, sun);
-  const std::optional<double> turned = turnOf(m_turns[static_cast<std::size_t>(row)], *law, cprn, epoch);
+  std::optional<double> turned;
+  if (!fliesNominal(cprn)) turned = turnOf(m_turns[static_cast<std::size_t>(row)], *law, cprn, epoch);
   const double angle = turned.value_or(0.0) * kDegToRad;
   const double c = law->sign * std::cos(angle), s = law->sign * std::sin(angle);
   double x[3];

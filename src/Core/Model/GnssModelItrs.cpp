@@ -23,6 +23,7 @@ namespace tarvio {
 namespace {
 
 constexpr int kPasses = 11;
+constexpr double kSameTide_s = 1.0e-3;
 /// Variance of a phase at 0 dB-Hz by frequency (a fourth slot takes the last value).
 constexpr double SNRCONST_FREQ1[3] = {0.000161, 0.000161, 0.000161};
 constexpr double kSnrScale = 5590.0;
@@ -124,12 +125,13 @@ void GnssModelItrs::m_systemFrame(Pass& pass, int isys) {
   }
 }
 
-/// Tides are by far the dearest part of a frame: slots and systems of the same antenna point and time
-/// share one evaluation.
+/// Tides are by far the dearest part of a frame: slots and systems of the same antenna point share one
+/// evaluation. The clocks of systems differ by less than a millisecond, in which no tide moves by 1e-7 m.
 void GnssModelItrs::m_displace(Pass& pass, const SystemFrame& frame, const double* point, double* out) {
   for (int i = 0; i < pass.ntides; ++i) {
     const TideEntry& t = pass.tides[i];
-    if (t.mjd == frame.mjd && t.sod == frame.sod && std::equal(t.point, t.point + 3, point)) {
+    if (t.mjd == frame.mjd && std::fabs(t.sod - frame.sod) < kSameTide_s &&
+        std::equal(t.point, t.point + 3, point)) {
       std::copy(t.disp, t.disp + 3, out);
       return;
     }

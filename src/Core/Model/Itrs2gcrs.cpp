@@ -31,7 +31,7 @@ constexpr double kMjdZero = 2400000.5;      // Julian date of MJD 0
 constexpr double kGpsToTai_s = 19.0;
 constexpr double kTaiToTt_s = 32.184;
 constexpr double kMicro = 1.0e-6;
-constexpr double kNode_s = 120.0;
+constexpr double kNode_s = 600.0;
 
 int s_model(const char* conv) {
   if (std::strcmp(conv, "IERS2010") == 0) return kIers2010;
@@ -102,16 +102,18 @@ void Itrs2gcrs::itrs2gcrs(const char* conv, int /*flag*/, int mjd, double sod, c
   if (yp) *yp = poleY;
 }
 
-/// A parabola through three nodes: the fastest terms, tides of half a day, are 3e-4 arcsec and followed to
+/// A polynomial through five nodes: the fastest terms, tides of half a day, are 3e-4 arcsec and followed to
 /// 1e-10.
 Itrs2gcrs::SlowTerms Itrs2gcrs::m_slowTerms(int model, int mjd, double sod) {
   const long nearest = std::lround(sod / kNode_s);
   const double t = sod / kNode_s - static_cast<double>(nearest);
   if (t == 0.0) return m_nodeTerms(model, mjd, nearest);
-  const double weights[3] = {t * (t - 1.0) / 2.0, 1.0 - t * t, t * (t + 1.0) / 2.0};
+  const double outer = t * (t * t - 1.0) / 24.0, inner = t * (t * t - 4.0) / 6.0;
+  const double weights[5] = {outer * (t - 2.0), -inner * (t - 1.0), (t * t - 1.0) * (t * t - 4.0) / 4.0,
+                             -inner * (t + 1.0), outer * (t + 2.0)};
   SlowTerms sum;
-  for (int k = 0; k < 3; ++k) {
-    const SlowTerms& node = m_nodeTerms(model, mjd, nearest - 1 + k);
+  for (int k = 0; k < 5; ++k) {
+    const SlowTerms& node = m_nodeTerms(model, mjd, nearest - 2 + k);
     const double w = weights[k];
     for (int i = 0; i < 3; ++i)
       for (int j = 0; j < 3; ++j) sum.C[i][j] += w * node.C[i][j];
