@@ -82,9 +82,14 @@ bool TextReader::advance(std::string_view& line) {
   ++m_line;
   line = {first, static_cast<std::size_t>(last - first)};
   if (line.find('\0') != std::string_view::npos) {
-    throw InputError(m_path, m_line, "holds binary data; this is not a text file, or it is damaged");
+    throw InputError(
+        m_path, m_line,
+        "holds binary data; this is not a text file, or it is damaged: unpack an archive, or fetch it "
+        "again");
   }
   while (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";  // editors put it there
+  if (m_line == 1 && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
   return true;
 }
 

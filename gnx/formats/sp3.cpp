@@ -77,7 +77,7 @@ void Sp3Reader::readHeader() {
   std::string_view line;
   if (!m_reader.next(line)) m_reader.failAtEnd("file is empty");
   if (line.size() < 40 || line[0] != '#' || line[1] < 'a' || line[1] > 'd') {
-    m_reader.fail("", "is not an orbit file of SP3 a, b, c or d");
+    m_reader.fail("", "is not an orbit file of SP3 a, b, c or d; fetch it again, or name another file");
   }
   const auto count = parseInt(column(line, 32, 7));
   if (!count || *count < 0 || *count > 10000000) m_reader.fail("number of epochs", "is missing or damaged");

@@ -29,7 +29,7 @@ struct ReplayArguments {
   std::vector<double> position, reference, antennaDelta;
   std::vector<std::string> referenceSinex;  ///< file and station
   std::string from, to, signals, refpoint, solutionName;
-  std::vector<std::string> without, set;
+  std::vector<std::string> without, set, tracks;
 };
 
 /// "G:1W,2W E:1C,5Q"
@@ -160,10 +160,8 @@ void addResultOptions(CLI::App& cmd, ReplayArguments& a) {
       ->capture_default_str();
   cmd.add_flag("--report", a.options.report, "write report.html at once, with residuals every 30 s");
   cmd.add_flag("--nmea", a.options.nmea, "also write NMEA sentences");
-  const std::map<std::string, TrackFormat> tracks = {
-      {"gpx", TrackFormat::gpx}, {"kml", TrackFormat::kml}, {"geojson", TrackFormat::geoJson}};
-  cmd.add_option("--track", a.options.tracks, "also write the positions for maps: gpx, kml, geojson")
-      ->transform(CLI::CheckedTransformer(tracks))
+  cmd.add_option("--track", a.tracks, "also write the positions for maps: gpx, kml, geojson")
+      ->check(CLI::IsMember({"gpx", "kml", "geojson"}))
       ->delimiter(',');
   cmd.add_flag("--troposphere", a.options.troposphere,
                "also write the zenith delays every 300 s as SINEX TRO, solution.tro");
@@ -203,6 +201,8 @@ void refuseIdleOptions(const CLI::App& cmd, const RunPlan& plan) {
             "--code-noise", "--set", "--combination", "--refpoint"},
            "with --deployment, whose files hold that choice; leave it out, or make the deployment anew with "
            "'gnx init'");
+  if (cmd.count("--deployment") + cmd.count("--fix") == 0)
+    refuse({"--fix-clocks", "--mixed-products"}, "without --fix; give it too, or leave this out");
   if (plan.sp3.empty())
     refuse({"--clk", "--bia"}, "without orbits; give --sp3, corrections of --ssr bring their own");
   if (plan.clk.empty()) refuse({"--wl-biases"}, "without a clock file; give --clk");
@@ -229,6 +229,9 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
     o.referenceStation = a.referenceSinex[1];
   }
   if (!a.antennaDelta.empty()) o.plan.antennaDelta = parseDelta(a.antennaDelta, "--antenna-delta");
+  static const std::map<std::string, TrackFormat> kTracks = {
+      {"gpx", TrackFormat::gpx}, {"kml", TrackFormat::kml}, {"geojson", TrackFormat::geoJson}};
+  for (const std::string& format : a.tracks) o.tracks.push_back(kTracks.at(format));
   for (const std::string& term : a.without) o.plan.diagnostics += " -without-" + term;
   if (!o.plan.patterns) o.plan.diagnostics += " -without-patterns";
   if (!a.from.empty()) o.plan.from = parseTime(a.from, "--from");

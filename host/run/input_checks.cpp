@@ -126,13 +126,21 @@ void checkStations(const Files& files, bool moving, Sentences& sentences) {
   }
 }
 
-void checkAntenna(const ReplayOptions& options, Sentences& sentences) {
+void checkAntenna(const Files& files, const ReplayOptions& options, Sentences& sentences) {
   const bool patterns = !options.deploy.antex.empty() || !options.deployment.empty();
   if (patterns && std::string_view(options.plan.antenna).find_first_not_of(' ') == std::string_view::npos)
     sentences.emplace_back(
         "no antenna type in the observations: offsets and patterns are taken as zero, the height refers to "
         "the "
         "phase centre; give the type with --antenna");
+  constexpr double kFar_m = 20.0;
+  const auto& header = files.front().header.antennaDelta;  // height, east, north
+  if (const double far = std::ranges::max(header, {}, [](double d) { return std::fabs(d); });
+      !options.plan.antennaDelta && std::fabs(far) > kFar_m)
+    sentences.push_back(
+        printed("ANTENNA: DELTA H/E/N of the observations says %g m; are these millimetres? Give the "
+                "reference point in metres with --antenna-delta E N U",
+                far));
   if (const auto& delta = options.plan.antennaDelta;
       delta && (*delta)[2] == 0.0 && std::hypot((*delta)[0], (*delta)[1]) > 0.05)
     sentences.push_back(
@@ -292,7 +300,7 @@ Sentences checkInputs(const Files& files, const ReplayOptions& options, const De
   checkDate(options, deployment, sentences);
   checkSystems(files, deployment, sentences);
   checkFrame(plan, sentences);
-  checkAntenna(options, sentences);
+  checkAntenna(files, options, sentences);
   checkOceanLoading(options, deployment, knownPlace(files, plan), sentences);
   checkIntegers(plan, sentences);
   return sentences;

@@ -51,8 +51,12 @@ std::string solutionPattern(const std::string& text, const fs::path& deployment)
   if (text.starts_with('@')) {
     if (deployment.empty())
       throw UsageError("--solution-name " + text + " looks into a deployment; name one with --deployment");
-    wrong = GNX_EXT::readPattern(Deployment::open(deployment).file("predefine").string(), text.substr(1),
-                                 pattern);
+    const std::string table = Deployment::open(deployment).file("predefine").string();
+    wrong = GNX_EXT::readPattern(table, text.substr(1), pattern);
+    if (wrong.starts_with("ERROR"))
+      throw InputError(table, 0,
+                       "holds no names of files; put a line 'mirva_file_name' there and below it pairs such "
+                       "as 'POS [SITE]_[YYYY][DDD].pos'");
   }
   std::string name;
   if (wrong.empty()) name = expand(pattern, "SITE", toGpsTime({2026, 1, 1, 0, 0, 0.0}), wrong);

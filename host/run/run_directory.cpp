@@ -39,7 +39,7 @@ void setResultsAside(const fs::path& dir) {
 void makeAbsolute(std::vector<std::string>& files) {
   for (std::string& file : files) {
     if (file == "-") continue;  // standard input
-    if (!fs::exists(file)) throw InputError(file, 0, "does not exist");
+    if (!fs::exists(file)) throw InputError(file, 0, "does not exist; check the name and the folder");
     file = fs::absolute(file).string();
   }
 }

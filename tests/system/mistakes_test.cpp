@@ -103,6 +103,8 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --cutoff 5 --cutoff 7", 2, "--cutoff is given 2 times; give it once"},
       {"replay --obs - --nav - --broadcast", 2, "standard input (-) can be one file alone"},
       {"", 2, "name a command"},
+      {"replay {good} --fix-clocks 300", 2, "--fix-clocks has no effect without --fix"},
+      {"replay {good} --deployment {deployment} --solution-name @POS", 2, "holds no names of files"},
       {"replay {good} --antenna-delta 0 0 83", 2, "are these millimetres?"},
       {"simulate {none} --radius 50", 2, "--radius has no effect on a receiver that stands"},
       {"simulate {none} --code-sigma -1", 2, "--code-sigma"},

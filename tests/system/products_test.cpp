@@ -69,7 +69,7 @@ TEST_F(ProductsOfAStream, AreRefusedWithASentence) {
   const std::pair<std::string, std::string> cases[] = {
       {products("--from 2026-11-21T09:00:00"), "no orbit with a clock in the chosen time"},
       {products("--frame IGS2014"), "longer than 5 characters"},
-      {products("--antex " + files.navigation.string()), "ANTEX"},
+      {products("--antex " + files.navigation.string()), "which --antex does not take"},
       {other, "no orbit with a clock"},
       {"products --out x", "--ssr is required"}};
   for (const auto& [arguments, text] : cases) {
