@@ -57,7 +57,8 @@ EventStream openStream(const RunPlan& plan, const Deployment& deployment) {
   options.wideLaneBiases = plan.wideLaneBiases;
   options.sparseClocks_s = plan.sparseClocks_s;
   options.mixedProducts = plan.mixedProducts;
-  return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr, plan.orbex}, options);
+  return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr, plan.orbex, plan.ionex},
+              options);
 }
 
 /// Of a deployment whose antenna file is there; the engine says what is wrong with others.
