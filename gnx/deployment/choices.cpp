@@ -134,6 +134,9 @@ void checkRun(const DeploymentOptions& o) {
   if (o.combination != "RAW" && o.combination != "IF" && o.combination != "AFIF" && o.combination != "SF") {
     throw UsageError("combination '" + o.combination + "' is unknown: RAW, IF, AFIF or SF");
   }
+  if (o.ionosphereSigma_m && o.combination.ends_with("IF"))
+    throw UsageError("--ionosphere-sigma has no effect with " + o.combination +
+                     ", which has no ionosphere; leave it out, or take RAW");
   if (o.refpoint != "CoM_ITRF" && o.refpoint != "APC_ITRF") {
     throw UsageError("reference point '" + o.refpoint + "' is unknown: CoM_ITRF or APC_ITRF");
   }

@@ -454,7 +454,9 @@ std::map<std::string, std::string> mainValues(const std::vector<SystemChoice>& s
       {"P1P2DCB", raw ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"ICBDCB", raw && triple ? "DCB_EST 10.0 0.0001" : "DCB_NONE 0 0"},
       {"IONMODEL", o.combination.ends_with("IF") ? "ION_NONE" : "ION_EST"},
-      {"IONPRI", raw ? "ION_WALK 30 0.03" : "ION_NONE"},
+      {"IONPRI", o.ionosphereSigma_m ? printed("ION_WALK %.4g 0.03", *o.ionosphereSigma_m)
+                 : raw               ? "ION_WALK 30 0.03"
+                                     : "ION_NONE"},
       {"TRACELEVEL", std::to_string(o.traceLevel)},
       {"CLOCKDATUM", frequencyList(systems, CarrierSet::used, 2)}};
 }

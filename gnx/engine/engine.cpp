@@ -7,6 +7,7 @@
 
 #include "deployment/deployed_antenna.h"
 #include "deployment/deployed_integers.h"
+#include "deployment/deployed_ionosphere.h"
 #include "engine/engine_core.h"
 #include "engine/frame_records.h"
 #include "engine/worker_program.h"
@@ -103,6 +104,7 @@ struct Session {
   PhaseCentreHeights heights;  ///< not empty: phase biases are made up for them
   std::optional<PatternCorrector> patterns;
   std::optional<AttitudeCorrector> attitudes;
+  std::optional<IonosphereCorrector> ionosphere;
   std::optional<std::string> optionsSet;               ///< what the engine was told last
   std::optional<GpsTime> resumed;                      ///< end of the run whose state it goes on with
   std::set<std::pair<SatName, std::string>> observed;  ///< signals since then
@@ -151,6 +153,7 @@ struct Engine::Impl {
     made->optionsSet = outputOptions;
     takePatterns(*made, start.header);
     if (start.attitudes) takeAttitudes(*made, start);
+    if (start.ionosphere) takeIonosphere(*made, start);
     if (!options.state.empty()) takeState(*made);
     session = std::move(made);
     if (judgement) obey(*judgement);
@@ -171,6 +174,7 @@ struct Engine::Impl {
                        printed("%.3f %.3f ", run.cutoff_deg, run.interval_s) + run.antenna;
     for (const SatName& sat : run.excluded) text += ' ' + sat;
     if (s.attitudes) text += " attitudes";
+    if (s.ionosphere) text += " maps";
     return text;
   }
 
@@ -232,6 +236,15 @@ struct Engine::Impl {
     s.attitudes->moveTo(positionBefore(start.header));
   }
 
+  void takeIonosphere(Session& s, const StreamStart& start) {
+    const DeployedIonosphere deployed = deployedIonosphere(deployment.directory());
+    if (std::string sentence = uselessMaps(deployed); !sentence.empty())
+      warnings.push_back(std::move(sentence));
+    if (deployed.free) return;
+    s.ionosphere.emplace(start.ionosphere, s.messages);
+    s.ionosphere->moveTo(positionBefore(start.header));
+  }
+
   /// Patterns of the antennas at the best position known before the run, where the engine does not apply
   /// them.
   void takePatterns(Session& s, const ObsHeader& header) {
@@ -268,6 +281,7 @@ struct Engine::Impl {
   void take(const GpsTime& received, const CorrectionBatch& batch) {
     Session& s = running(received);
     setClock(s, received);
+    if (s.ionosphere && batch.newBiases) s.ionosphere->note(batch.biases);
     if (s.heights.empty() || !batch.newBiases) return s.products.feed(batch);
     CorrectionBatch madeUp = batch;
     makeUpForOffsets(madeUp, s.heights);
@@ -276,10 +290,11 @@ struct Engine::Impl {
 
   /// An epoch without what the engine does not model.
   const ObsEpoch& corrected(Session& s, const ObsEpoch& given) {
-    if (!s.patterns && !s.attitudes) return given;
+    if (!s.patterns && !s.attitudes && !s.ionosphere) return given;
     epoch = given;
     if (s.patterns) s.patterns->apply(epoch);
     if (s.attitudes) s.attitudes->apply(epoch);
+    if (s.ionosphere) s.ionosphere->apply(epoch);
     return epoch;
   }
 
@@ -295,7 +310,10 @@ struct Engine::Impl {
     if (s.optionsSet != words) core->setOutputOptions(*(s.optionsSet = words));
     s.observations.feed(corrected(s, given));
     auto solution = core->takeSolution();
-    if (solution && solution->solved() && s.attitudes) s.attitudes->moveTo(solution->position);
+    if (solution && solution->solved()) {
+      if (s.attitudes) s.attitudes->moveTo(solution->position);
+      if (s.ionosphere) s.ionosphere->moveTo(solution->position);
+    }
     if (!solution) return solution;
     solution->time = now;
     if (!resolve) s.explain(*solution);

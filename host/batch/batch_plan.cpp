@@ -25,24 +25,12 @@ namespace fs = std::filesystem;
 
 constexpr double kDay_s = 86400.0;
 /// Values of these are files: their words and wildcards are expanded.
-constexpr std::array kFileOptions = {"obs",
-                                     "nav",
-                                     "sp3",
-                                     "clk",
-                                     "bia",
-                                     "ssr",
-                                     "orbex",
-                                     "antex",
-                                     "grid",
-                                     "blq",
-                                     "erp",
-                                     "deployment",
-                                     "availability",
-                                     "reference-path",
-                                     "reference-sinex"};
-/// Of these the days beside the run's own are given too: orbits and attitudes are interpolated across
+constexpr std::array kFileOptions = {
+    "obs",   "nav",  "sp3", "clk", "bia",        "ssr",          "orbex",          "ionex",
+    "antex", "grid", "blq", "erp", "deployment", "availability", "reference-path", "reference-sinex"};
+/// Of these the days beside the run's own are given too: orbits, attitudes and maps are interpolated across
 /// midnight, and messages of the evening before serve the first hours.
-constexpr std::array kWithNeighbours = {"nav", "sp3", "orbex"};
+constexpr std::array kWithNeighbours = {"nav", "sp3", "orbex", "ionex"};
 template <class List>
 bool isOneOf(const std::string& word, const List& list) {
   return std::ranges::find(list, word) != list.end();

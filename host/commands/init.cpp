@@ -50,6 +50,10 @@ void addOptions(CLI::App& cmd, InitArguments& a) {
   cmd.add_option("--grid", o.grid, "GPT2w grid of 1 or 5 degrees, plain or .gz");
   cmd.add_option("--blq", o.blq, "ocean loading (BLQ), plain or .gz");
   cmd.add_option("--erp", o.erp, "Earth rotation: IGS .erp or finals2000A, plain or .gz");
+  cmd.add_option(
+         "--ionosphere-sigma", o.ionosphereSigma_m,
+         "sigma of a new slant delay, m, where --ionex of 'gnx replay' takes maps off; without: unknown")
+      ->check(CLI::Range(0.01, 1000.0));
   cmd.add_option("--date", a.date,
                  "date of the data, which decides on satellites and antennas; without: now");
   cmd.add_flag("--no-resolution", a.noResolution, "leave the ambiguities float");

@@ -64,6 +64,9 @@ void addFileOptions(CLI::App& cmd, ReplayArguments& a) {
       "--orbex", plan.orbex,
       "attitudes of satellites (ORBEX) of the centre of orbits and clocks, for wind-up and antenna "
       "offsets");
+  cmd.add_option(
+      "--ionex", plan.ionex,
+      "maps of the ionosphere (IONEX), which come off the observations; the engine estimates the rest");
   cmd.add_flag("--wl-biases", plan.wideLaneBiases,
                "phase biases from the wide-lanes in the clock file's header");
   cmd.add_flag(
@@ -100,6 +103,9 @@ void addDeploymentOptions(CLI::App& cmd, ReplayArguments& a) {
   cmd.add_option("--code-noise", d.codeNoise_m,
                  "sigma of codes at high elevation to begin with, m; the data overrule it")
       ->check(CLI::Range(0.01, 30.0));
+  cmd.add_option("--ionosphere-sigma", d.ionosphereSigma_m,
+                 "sigma of a new slant delay, m; without: unknown, with --ionex 2 m")
+      ->check(CLI::Range(0.01, 1000.0));
   cmd.add_option("--set", a.set, "any other value of the deployment: key=value, as for 'gnx init'");
   cmd.add_option("--combination", d.combination, "RAW, IF, AFIF or SF")->capture_default_str();
   cmd.add_option(
@@ -191,14 +197,14 @@ void takeRunSettings(const CLI::App& cmd, ReplayArguments& a) {
 }
 
 /// What was given and would change nothing is a mistake about what the run does.
-void refuseIdleOptions(const CLI::App& cmd, const RunPlan& plan) {
+void refuseIdleOptions(const CLI::App& cmd, const RunPlan& plan, const std::string& combination) {
   const auto refuse = [&](std::initializer_list<const char*> options, const std::string& why) {
     for (const char* option : options)
       if (cmd.count(option) > 0) throw UsageError(std::string(option) + " has no effect " + why);
   };
   if (cmd.count("--deployment") > 0)
     refuse({"--antex", "--grid", "--blq", "--erp", "--systems", "--freqobs", "--freqused", "--fix",
-            "--code-noise", "--set", "--combination", "--refpoint"},
+            "--code-noise", "--ionosphere-sigma", "--set", "--combination", "--refpoint"},
            "with --deployment, whose files hold that choice; leave it out, or make the deployment anew with "
            "'gnx init'");
   if (cmd.count("--deployment") + cmd.count("--fix") == 0)
@@ -206,6 +212,9 @@ void refuseIdleOptions(const CLI::App& cmd, const RunPlan& plan) {
   if (plan.sp3.empty())
     refuse({"--clk", "--bia"}, "without orbits; give --sp3, corrections of --ssr bring their own");
   if (plan.clk.empty()) refuse({"--wl-biases"}, "without a clock file; give --clk");
+  if (combination.ends_with("IF"))
+    refuse({"--ionex", "--ionosphere-sigma"},
+           "with --combination IF or AFIF, which has no ionosphere; take RAW");
   if (plan.ssr.empty()) refuse({"--availability"}, "without corrections as text; give --ssr");
   if (cmd.count("--position") > 0) refuse({"--header-position"}, "with --position; leave one of them out");
   if (cmd.count("--reference-path") > 0)
@@ -249,7 +258,9 @@ void replay(const CLI::App& cmd, ReplayArguments& a) {
       1) {
     throw UsageError("choose one source of corrections: --sp3 with --clk, or --ssr, or --broadcast");
   }
-  refuseIdleOptions(cmd, o.plan);
+  refuseIdleOptions(cmd, o.plan, o.deploy.combination);
+  constexpr double kOfMaps_m = 2.0;
+  if (!o.plan.ionex.empty() && !o.deploy.ionosphereSigma_m) o.deploy.ionosphereSigma_m = kOfMaps_m;
   runOnConsole(o);
 }
 

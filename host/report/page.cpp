@@ -273,6 +273,7 @@ void addFiles(const RunPlan& p, Rows& rows) {
   add("biases", p.bia);
   add("corrections", p.ssr);
   add("attitudes", p.orbex);
+  add("ionosphere", p.ionex);
 }
 
 Markup stationSection(const RunFiles& run) {

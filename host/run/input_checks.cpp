@@ -61,7 +61,8 @@ void checkSpans(const Files& files, const RunPlan& plan) {
   constexpr Need kNeeds[] = {{"--clk", "clocks", 900.0},
                              {"--sp3", "orbits", 7200.0},
                              {"--nav", "messages", 86400.0},
-                             {"--orbex", "attitudes", 900.0}};
+                             {"--orbex", "attitudes", 900.0},
+                             {"--ionex", "maps", 7200.0}};
   for (const auto& [option, title, margin] : kNeeds) {
     const Span span = spanOf(files, option);
     if (!span.first || !span.last) continue;

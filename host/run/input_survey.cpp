@@ -212,6 +212,20 @@ void surveyAttitudes(InputFile& file) {
   }
 }
 
+/// The header tells the span.
+void surveyMaps(InputFile& file) {
+  TextReader in(file.path);
+  std::vector<std::string_view> words;
+  for (std::string_view line; in.next(line);) {
+    const std::string_view label = trim(column(line, 60, 20));
+    split(column(line, 0, 60), words);
+    if (label == "EPOCH OF FIRST MAP") file.first = timeAt(words, 0);
+    if (label == "EPOCH OF LAST MAP") file.last = timeAt(words, 0);
+    if (label == "INTERVAL" && !words.empty()) file.interval_s = parseReal(words[0]).value_or(0.0);
+    if (label == "END OF HEADER") return;
+  }
+}
+
 using Survey = void (*)(InputFile&);
 
 void add(std::vector<InputFile>& files, const std::vector<std::string>& paths, const char* option,
@@ -246,6 +260,7 @@ std::vector<InputFile> surveyInputs(const RunPlan& plan) {
   add(files, plan.bia, "--bia", nullptr);
   add(files, plan.ssr, "--ssr", surveyCorrections);
   add(files, plan.orbex, "--orbex", surveyAttitudes);
+  add(files, plan.ionex, "--ionex", surveyMaps);
   return files;
 }
 

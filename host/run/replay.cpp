@@ -57,7 +57,8 @@ EventStream openStream(const RunPlan& plan, const Deployment& deployment) {
   options.wideLaneBiases = plan.wideLaneBiases;
   options.sparseClocks_s = plan.sparseClocks_s;
   options.mixedProducts = plan.mixedProducts;
-  return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr, plan.orbex}, options);
+  return read(InputFiles{plan.obs, plan.nav, plan.sp3, plan.clk, plan.bia, plan.ssr, plan.orbex, plan.ionex},
+              options);
 }
 
 /// The output options of the engine for an epoch. The account is kept throughout; residuals and the like are

@@ -121,7 +121,8 @@ Deployment fillDirectory(const fs::path& dir, const ReplayOptions& options) {
 PreparedRun prepareRun(const ReplayOptions& given) {
   ReplayOptions options = given;
   RunPlan& plan = options.plan;
-  for (auto* files : {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr, &plan.orbex})
+  for (auto* files :
+       {&plan.obs, &plan.nav, &plan.sp3, &plan.clk, &plan.bia, &plan.ssr, &plan.orbex, &plan.ionex})
     makeAbsolute(*files);
   for (auto* file : {&plan.availability, &plan.referenceFile}) makeAbsolute(*file);
   checkSources(plan);

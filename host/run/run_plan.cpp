@@ -42,6 +42,7 @@ void writeRunPlan(const std::filesystem::path& file, const RunPlan& plan) {
   root["bia"] = toJson(plan.bia);
   root["ssr"] = toJson(plan.ssr);
   root["orbex"] = toJson(plan.orbex);
+  root["ionex"] = toJson(plan.ionex);
   root["availability"] = plan.availability;
   root["broadcastOnly"] = plan.broadcastOnly;
   root["wideLaneBiases"] = plan.wideLaneBiases;
@@ -85,6 +86,7 @@ RunPlan readRunPlan(const std::filesystem::path& file) {
     plan.bia = toStrings(root["bia"]);
     plan.ssr = toStrings(root["ssr"]);
     plan.orbex = toStrings(root["orbex"]);
+    plan.ionex = toStrings(root["ionex"]);
     plan.availability = root["availability"].asString();
     plan.broadcastOnly = root["broadcastOnly"].asBool();
     plan.wideLaneBiases = root["wideLaneBiases"].asBool();

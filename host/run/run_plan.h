@@ -16,7 +16,7 @@ namespace gnx {
 struct RunPlan {
   std::vector<std::string> obs, nav;            ///< RINEX files
   std::vector<std::string> sp3, clk, bia, ssr;  ///< corrections: products or SSR text
-  std::vector<std::string> orbex;               ///< attitudes of satellites
+  std::vector<std::string> orbex, ionex;        ///< attitudes of satellites, maps of the ionosphere
   std::string availability;                     ///< delivery times of SSR blocks, "" = at once
   bool broadcastOnly = false;                   ///< zero corrections on broadcast orbits
   bool wideLaneBiases = false;                  ///< phase biases from the clock file's wide-lanes

@@ -20,6 +20,7 @@
 /// | biases estimated without satellite antenna offsets    | makeUpForOffsets                               |
 /// | patterns of antennas, without PCV_APPLY               | AntennaPatterns, PatternCorrector              |
 /// | attitudes of a product                                | AttitudeCorrector                              |
+/// | maps of the ionosphere                                | IonosphereCorrector                            |
 /// | GLONASS clocks with the sign of TauN                  | toBoundary                                     |
 ///
 /// ProductFeed and ObservationFeed put them together.
@@ -39,6 +40,7 @@
 #include "gnx/account.h"
 #include "gnx/attitude.h"
 #include "gnx/deployment.h"
+#include "gnx/ionosphere.h"
 #include "gnx/records.h"
 
 namespace gnx {
@@ -335,6 +337,33 @@ class AttitudeCorrector {
 /// Wind-up of a right-hand circularly polarised signal, cycles in [-0.5, 0.5] (Wu et al. 1993, Manuscripta
 /// Geodaetica 18), as the engine counts it. \param line  satellite minus receiver, m
 double windUp(const BodyAxes& satellite, const Vector3& line, const Vector3& receiver);
+
+/// Takes the slant delays of maps off the codes and puts them on the phases, so that what the engine
+/// estimates as the ionosphere is what the maps lack. Maps tell something only where a new slant delay of the
+/// deployment is not free (key "ionpri", ION_WALK with some metres).
+///
+/// A slant delay belongs to codes without differential biases. Where the corrections leave those of the
+/// satellites in the codes, the biases that come with the maps are taken off, of codes and phases alike: they
+/// are like a content that stays the same, so that wide-lanes and ionosphere-free combinations are as before.
+class IonosphereCorrector {
+ public:
+  /// `messages` must outlive the corrector.
+  IonosphereCorrector(std::shared_ptr<const IonosphereMaps> maps, const MessageStore& messages);
+
+  /// Where the receiver is, to 10 km or so; epochs from before it is known stay as they are.
+  void moveTo(const Vector3& position) { m_position = position; }
+  /// Biases of the corrections: a satellite whose two codes differ has its differential bias in them.
+  void note(const std::vector<SatBiases>& biases);
+  void apply(ObsEpoch& epoch) const;
+
+ private:
+  double contentOfBias(const SatName& sat) const;
+
+  std::shared_ptr<const IonosphereMaps> m_maps;
+  const MessageStore& m_messages;
+  Vector3 m_position{};
+  std::set<SatName> m_carried;  ///< satellites whose differential bias comes with the corrections
+};
 
 // ---- feeding ----
 

@@ -77,6 +77,9 @@ struct DeploymentOptions {
   std::string combination = "RAW";  ///< RAW, IF, AFIF or SF
   /// Sigma of codes above 30 degrees of elevation to begin with; none: usual ones.
   std::optional<double> codeNoise_m;
+  /// Sigma of a new slant delay of the ionosphere, against 0 or the maps that come off the observations;
+  /// none: unknown (30 m).
+  std::optional<double> ionosphereSigma_m;
   std::string refpoint = "CoM_ITRF";  ///< CoM_ITRF or APC_ITRF: what the orbits refer to
   std::filesystem::path antex;        ///< antenna file, plain or .gz; "" = nominal satellite offsets
   std::filesystem::path grid;         ///< GPT2w grid of 1 degree; "" = built-in coarser climatology

@@ -95,6 +95,8 @@ TEST(Mistakes, OfTheCommandLineAreRefusedAtOnceWithTheNearestWord) {
       {"replay {good} --position 1 2 3e9", 2, "from the centre of the Earth"},
       {"replay {good} --from 2026-11-21T02:00:00 --to 2026-11-21T01:00:00", 2, "is later than --to"},
       {"replay {good} --deployment {deployment} --fix", 2, "--fix has no effect with --deployment"},
+      {"replay {good} --ionex maps.inx --combination IF", 2, "--ionex has no effect with --combination IF"},
+      {"replay {good} --orbex {sky/navigation.rnx}", 2, "which --orbex does not take; give it with --nav"},
       {"replay {good} --wl-biases", 2, "--wl-biases has no effect without a clock file"},
       {"replay {good} --out /proc/x", 2, "choose another --out"},
       {"simulate {none} --site nan 0 0", 2, "--site takes latitude"},

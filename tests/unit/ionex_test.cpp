@@ -4,7 +4,9 @@
 #include <numbers>
 
 #include "geometry/vector3.h"
+#include "gnx/adapt.h"
 #include "gnx/read.h"
+#include "simulate/simulation.h"
 #include "support/host_files.h"
 
 namespace gnx::test {
@@ -94,6 +96,49 @@ TEST_F(Ionex, SlantContentIsThatOfASingleLayer) {
     EXPECT_NEAR(*slantContent(maps, site, satellite, at12), 10.0 / std::sqrt(1.0 - sine * sine), 1e-9);
   }
   EXPECT_FALSE(slantContent(maps, site, scaled(site, -4.0), at12)) << "on the other side of the Earth";
+}
+
+// Codes are delayed and phases advanced by content over frequency squared, whatever of it is a differential
+// bias of the satellite: wide-lanes keep their integers.
+TEST_F(Ionex, DelaysComeOffCodesAndGoOnPhases) {
+  const GpsTime start = toGpsTime({2026, 11, 21, 6, 0, 0.0});
+  const Constellation sky({.systems = "G", .start = start, .hours = 1.0});
+  const EphemerisTimeline timeline({allMessages(sky), {}, {}}, start);
+  const Vector3 site = toEarthFixed({0.6, 0.1, 450.0});
+  IonosphereMaps flat;
+  flat.latitude = {90.0, -90.0, 3};
+  flat.longitude = {-180.0, 180.0, 3};
+  flat.maps = {{start, std::vector<double>(9, 20.0)}};
+  for (const SimulatedSatellite& satellite : sky.satellites()) flat.codeBiases[satellite.name] = 5e-9;
+  IonosphereCorrector corrector(std::make_shared<const IonosphereMaps>(flat), timeline.store());
+  std::vector<SatBiases> biases{{"G02", {{"1W", 0.5}, {"2W", 0.7}}, {}},
+                                {"G03", {{"1W", 0.0}, {"2W", 0.0}}, {}}};
+  corrector.note(biases);
+  ObsEpoch before{start, {}};
+  for (const SimulatedSatellite& satellite : sky.satellites())
+    before.sats.push_back({satellite.name, {{{'1', 'W'}, 1e8, 2e7}, {{'2', 'W'}, 1e8, 2e7}}});
+  ObsEpoch after = before;
+  corrector.apply(after);
+  EXPECT_EQ(after.sats[0].signals[0].range, 2e7) << "the place is not known";
+  corrector.moveTo(site);
+  corrector.apply(after);
+  const double f1 = 1575.42e6, f2 = 1227.60e6, g = f1 * f1 / (f2 * f2);
+  int visible = 0;
+  for (std::size_t i = 0; i < before.sats.size(); ++i) {
+    const SatName& sat = before.sats[i].sat;
+    const Vector3 position = evaluateBroadcast(*timeline.store().pick(sat, start), start).position;
+    const auto content = slantContent(flat, site, position, start);
+    if (!content) continue;
+    ++visible;
+    const auto& signals = after.sats[i].signals;
+    const double biased = sat == "G02" ? 0.0 : 5e-9 * kLightSpeed;  // first minus second code
+    const double first = ionosphereDelay(*content, f1) - biased / (g - 1.0);
+    EXPECT_NEAR(2e7 - signals[0].range, first, 1e-6) << sat;
+    EXPECT_NEAR(2e7 - signals[1].range, g * first, 1e-6) << sat;
+    EXPECT_NEAR((signals[0].phase - 1e8) * kLightSpeed / f1, first, 1e-6) << sat;
+    EXPECT_NEAR((signals[1].phase - 1e8) * kLightSpeed / f2, g * first, 1e-6) << sat;
+  }
+  EXPECT_GE(visible, 6);
 }
 
 }  // namespace
