@@ -368,19 +368,22 @@ std::string htmlPage(const RunFiles& run, const RunAnalysis& a, const std::vecto
                                              {"account", accountSection(run.account)},
                                              {"residual_sections", residualSections(run, a, figures)},
                                              {"settings", settingsSection(run, a)}});
-  return fillPage("page.html", {{"name", stationName(run)},
-                                {"date", formatTime(s.begin).substr(0, 10)},
-                                {"style", pageFile("style.css")},
-                                {"script", pageFile("report.js")},
-                                {"begin", formatTime(s.begin)},
-                                {"end", formatTime(s.end)},
-                                {"duration", duration(s.end - s.begin)},
-                                {"interval", printed("%g", s.interval)},
-                                {"mode", run.plan.mode},
-                                {"version", GNX_VERSION},
-                                {"links", links(body.html)},
-                                {"cards", cards(run, a)},
-                                {"body", body}})
+  return fillPage("page.html",
+                  {{"name", stationName(run)},
+                   {"date", formatTime(s.begin).substr(0, 10)},
+                   {"style", pageFile("style.css")},
+                   {"script", pageFile("report.js")},
+                   {"begin", formatTime(s.begin)},
+                   {"end", formatTime(s.end)},
+                   {"duration", duration(s.end - s.begin)},
+                   {"interval", printed("%g", s.interval)},
+                   {"mode", run.plan.mode},
+                   {"version", GNX_VERSION},
+                   {"unfinished",
+                    run.finished ? Markup() : fillPage("unfinished.html", {{"end", formatTime(s.end)}})},
+                   {"links", links(body.html)},
+                   {"cards", cards(run, a)},
+                   {"body", body}})
              .html +
          "\n";
 }

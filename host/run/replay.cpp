@@ -93,10 +93,38 @@ GpsTime firstOf(const PreparedRun& run, const GpsTime& otherwise) {
   return first;
 }
 
+/// The positions, epoch by epoch: a run that is killed leaves what it had.
+class ResultFiles {
+ public:
+  ResultFiles(const fs::path& dir, const ReplayOptions& options)
+      : ResultFiles(dir, options,
+                    {std::string("program   : gnx ") + GNX_VERSION, "mode      : " + options.plan.mode}) {}
+
+  void write(const SolutionEpoch& epoch) {
+    m_pos.write(epoch);
+    m_csv.write(epoch);
+    if (m_nmea) m_nmea->write(epoch);
+    if (m_named) m_named->write(epoch);
+  }
+
+ private:
+  ResultFiles(const fs::path& dir, const ReplayOptions& options, const std::vector<std::string>& comments)
+      : m_pos(dir / "solution.pos", SolutionFormat::posXyz, comments),
+        m_csv(dir / "solution.csv", SolutionFormat::csv) {
+    if (options.nmea) m_nmea.emplace(dir / "solution.nmea", SolutionFormat::nmea);
+    if (!options.solutionName.empty())
+      m_named.emplace(dir, options.solutionName, stationWord(options.plan.obs.front()), comments);
+  }
+
+  SolutionFile m_pos, m_csv;
+  std::optional<SolutionFile> m_nmea;
+  std::optional<NamedSolutions> m_named;
+};
+
 /// A run while it goes on, and what it has given so far.
 class Run {
  public:
-  explicit Run(const PreparedRun& prepared) : m_prepared(prepared) {}
+  Run(const PreparedRun& prepared, ResultFiles& files) : m_prepared(prepared), m_files(files) {}
 
   void go(const ReplayOptions& choices) {
     const RunPlan& plan = m_prepared.plan;
@@ -166,6 +194,7 @@ class Run {
     m_sigma_m = solution.solved() ? std::sqrt(c[0][0] + c[1][1] + c[2][2]) : 0.0;
     epochs.push_back(epochOf(solution, epochs.empty() ? nullptr : &epochs.back()));
     zenithDelays.take(solution);
+    m_files.write(epochs.back());
   }
 
   void tell(const Engine& engine, const StreamStart& start) {
@@ -181,31 +210,11 @@ class Run {
   }
 
   const PreparedRun& m_prepared;
+  ResultFiles& m_files;
   GpsTime m_begin;
   std::optional<GpsTime> m_end;  ///< of the epochs, as far as it is known
   double m_sigma_m = 0.0;
 };
-
-void writeResults(const fs::path& dir, const ReplayOptions& options,
-                  const std::vector<SolutionEpoch>& epochs) {
-  const std::vector<std::string> comments = {std::string("program   : gnx ") + GNX_VERSION,
-                                             "mode      : " + options.plan.mode};
-  SolutionFile pos(dir / "solution.pos", SolutionFormat::posXyz, comments);
-  SolutionFile csv(dir / "solution.csv", SolutionFormat::csv);
-  std::optional<SolutionFile> nmea;
-  if (options.nmea) nmea.emplace(dir / "solution.nmea", SolutionFormat::nmea);
-  std::optional<NamedSolutions> named;
-  if (!options.solutionName.empty())
-    named.emplace(dir, options.solutionName, stationWord(options.plan.obs.front()), comments);
-  for (const SolutionEpoch& e : epochs) {
-    pos.write(e);
-    csv.write(e);
-    if (nmea) nmea->write(e);
-    if (named) named->write(e);
-  }
-  for (const TrackFormat format : options.tracks)
-    writeTrack(dir, format, stationWord(options.plan.obs.front()), epochs);
-}
 
 void writeTroposphere(const PreparedRun& prepared, const ZenithDelays& delays) {
   const RunPlan& plan = prepared.plan;
@@ -231,7 +240,8 @@ void writeEnd(const fs::path& dir, int status, const std::string& end, const Rep
 ReplayResult runReplay(const ReplayOptions& options) {
   const PreparedRun prepared = prepareRun(options);
   if (options.onInputs) options.onInputs(readTextFile(prepared.dir / "inputs.txt"), prepared.warnings);
-  Run run(prepared);
+  ResultFiles files(prepared.dir, options);
+  Run run(prepared, files);
   RunEnd status = RunEnd::inOrder;
   std::string end = "the engine ended in order";
   std::exception_ptr error;
@@ -249,7 +259,8 @@ ReplayResult runReplay(const ReplayOptions& options) {
     end = e.what();
     error = std::current_exception();
   }
-  writeResults(prepared.dir, options, run.epochs);
+  for (const TrackFormat format : options.tracks)
+    writeTrack(prepared.dir, format, stationWord(options.plan.obs.front()), run.epochs);
   if (options.troposphere) writeTroposphere(prepared, run.zenithDelays);
   ReplayResult result;
   result.station = stationResult(prepared.plan, run.epochs);

@@ -140,11 +140,13 @@ RunFiles readRunFiles(const fs::path& directory) {
                      "holds no run.json; give the directory that 'gnx replay --out' named");
   run.plan = readRunPlan(directory / "run.json");
   if (!fs::exists(directory / "solution.csv"))
-    throw InputError(directory.string(), 0,
-                     "holds no solution.csv: the run did not finish, or is still going on; run it again");
+    throw InputError(directory.string(), 0, "holds no solution.csv: the run did not begin; run it again");
+  run.finished = fs::exists(directory / "exit.txt");
   run.epochs = readSolutionCsv(directory / "solution.csv");
   if (run.epochs.empty())
-    throw InputError((directory / "solution.csv").string(), 0, "holds no epoch; nothing to report");
+    throw InputError((directory / "solution.csv").string(), 0,
+                     std::string("holds no epoch; nothing to report") +
+                         (run.finished ? "" : ", the run did not finish, or is still going on"));
   run.account = readAccount(directory / "account.csv");
   run.signals = readTextFile(directory / "signals.txt");
   if (fs::exists(directory / "integers.json")) {

@@ -66,6 +66,7 @@ struct IntegerSample {
 struct RunFiles {
   std::filesystem::path directory;
   RunPlan plan;
+  bool finished = true;  ///< false: it was killed, or is still going on
   std::vector<SolutionEpoch> epochs;
   RunAccount account;                                         ///< empty: none kept
   std::string signals;                                        ///< plan of signals and notes, as text

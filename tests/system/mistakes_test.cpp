@@ -206,6 +206,10 @@ TEST(Mistakes, NoResultIsStatusOneAndASignalLeavesResults) {
               "of which the observations hold nothing; give --systems EG"});
   ASSERT_EQ(run(filled("replay {good} --quiet --to 2026-11-21T00:05:00 --out {run}")).status, 0);
   expectTold({"compare {none} {run}", 1, "no epoch has a position in both runs"});
+  for (const char* file : {"exit.txt", "account.csv", "signals.txt", "summary.json"})  // of a killed run
+    std::filesystem::remove(inputs().path("run/") + file);
+  ASSERT_EQ(run(filled("report {run}")).status, 0);
+  EXPECT_THAT(support::readFile(inputs().path("run/report.html")), HasSubstr("The run did not finish"));
   const std::string late = support::readFile(inputs().path("sky/corrections.ssr"));
   std::string text = late;
   for (auto at = text.find("2026 11 21"); at != std::string::npos; at = text.find("2026 11 21", at))
